@@ -1,0 +1,12 @@
+# The compile flags of every target of this project ride on one interface target.
+# -ffp-contract=off: a fused multiply-add would change the last digits between machines.
+add_library(tarvek_flags INTERFACE)
+target_compile_options(tarvek_flags INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -ffp-contract=off)
+if(TARVEK_WERROR)
+  target_compile_options(tarvek_flags INTERFACE -Werror)
+endif()
+if(TARVEK_COVERAGE)
+  target_compile_options(tarvek_flags INTERFACE --coverage -fprofile-update=atomic)
+  target_link_options(tarvek_flags INTERFACE --coverage)
+endif()

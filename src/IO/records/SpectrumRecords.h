@@ -1,0 +1,115 @@
+// IO/records/SpectrumRecords.h: the in-memory records of spectra.
+// Does:     plain values that every reader produces and every writer consumes.
+// Owns:     each record owns its lists and texts.
+// Throws:   nothing.
+// Not here: file formats; they are in IO/.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvek {
+
+/// One centroid: m/z in Th and intensity in arbitrary units.
+struct Peak {
+  double m_mz = 0.0;
+  double m_intensity = 0.0;
+};
+
+/// Monoisotopic m/z in Th and signed charge of one precursor ion; a negative charge is a negative
+/// ion.
+struct Precursor {
+  double m_mz = 0.0;
+  std::int32_t m_charge = 0;
+};
+
+/// One survey scan. Peaks ascend in m/z once a reader has returned the record.
+struct MS1Spectrum {
+  std::int32_t m_scan_no = 0;
+  double m_rt = 0.0;  // seconds
+  double m_ion_injection_time = 0.0;
+  std::string m_instrument_type;
+  std::vector<Peak> m_peaks;
+};
+
+/// One fragment scan. Peaks ascend in m/z once a reader has returned the record.
+struct MS2Spectrum {
+  std::int32_t m_scan_no = 0;
+  std::int32_t m_precursor_scan = 0;  // the MS1 scan that the instrument took the precursor from
+  double m_activation_center = 0.0;   // m/z of the centre of the isolation window
+  double m_rt = 0.0;                  // seconds
+  double m_ion_injection_time = 0.0;
+  std::string m_activation_type;
+  std::string m_instrument_type;
+  std::vector<Precursor> m_orig_precursors;  // as the input declared them
+  std::vector<Precursor> m_precursors;       // as they are exported
+  std::vector<Peak> m_peaks;
+};
+
+/// One row of the scan table that accompanies a binary spectrum file.
+struct ScanTableEntry {
+  std::int32_t m_scan_no = 0;
+  std::int32_t m_precursor_scan = 0;  // -1 marks an MS1 scan
+  double m_activation_center = 0.0;
+  double m_rt = 0.0;
+  double m_ion_injection_time = 0.0;
+  std::string m_activation_type;
+  std::string m_instrument_type;
+  std::int32_t m_peak_num = 0;
+  std::int64_t m_start_pos = 0;
+  std::int64_t m_end_pos = 0;
+  std::int32_t m_lower_charge = 0;
+  double m_mono_mz = 0.0;
+};
+
+/// MS2 scans of other activation or instrument types are left out.
+inline constexpr std::array<std::string_view, 5> kActivationTypes = {"CID", "HCD", "ETD", "ETCID",
+                                                                     "ETHCD"};
+inline constexpr std::array<std::string_view, 4> kInstrumentTypes = {"IT", "FT", "ITMS", "FTMS"};
+
+/// Proton mass in Da: CODATA 1.00727647, kept at six decimals because every exported m/z carries
+/// this rounding.
+inline constexpr double kProtonMass = 1.007276;
+
+/// An m/z or mass of smaller absolute value counts as absent; so does an intensity not above it.
+inline constexpr double kZeroTolerance = 1e-6;
+
+/// Largest number of peaks in one record of a binary spectrum file.
+inline constexpr std::int32_t kMaxMsbPeaks = 10000;
+
+/// A precursor without m/z or without charge says nothing and is never exported.
+inline bool IsUsable(const Precursor& precursor) {
+  const bool absent_mz = precursor.m_mz > -kZeroTolerance && precursor.m_mz < kZeroTolerance;
+  return !absent_mz && precursor.m_charge != 0;
+}
+
+/// Sorts by ascending m/z; peaks of equal m/z keep their order.
+inline void SortByMz(std::vector<Peak>& peaks) {
+  constexpr auto ascending = [](const Peak& a, const Peak& b) { return a.m_mz < b.m_mz; };
+  if (!std::ranges::is_sorted(peaks, ascending)) std::ranges::stable_sort(peaks, ascending);
+}
+
+/// Empties a record for the next read, keeping the capacity of its lists.
+inline void Clear(MS1Spectrum& scan) {
+  scan.m_scan_no = 0;
+  scan.m_rt = scan.m_ion_injection_time = 0.0;
+  scan.m_instrument_type.clear();
+  scan.m_peaks.clear();
+}
+
+inline void Clear(MS2Spectrum& scan) {
+  scan.m_scan_no = scan.m_precursor_scan = 0;
+  scan.m_activation_center = scan.m_rt = scan.m_ion_injection_time = 0.0;
+  scan.m_activation_type.clear();
+  scan.m_instrument_type.clear();
+  scan.m_orig_precursors.clear();
+  scan.m_precursors.clear();
+  scan.m_peaks.clear();
+}
+
+}  // namespace tarvek

@@ -1,0 +1,75 @@
+#include "FileUtils.h"
+
+#include "StringUtils.h"
+
+namespace tarvek {
+
+File OpenFile(const std::string& path, std::string_view mode, const std::string& kind) {
+  File file = File::Open(path, mode);
+  if (!file.IsOpen()) throw "Cannot open " + kind + " File, Path: " + path;
+  return file;
+}
+
+bool FileExists(const std::string& path) { return File::Open(path, "r").IsOpen(); }
+
+bool PathExists(const std::string& path) { return FileExists(path) || IsDirectory(path); }
+
+std::string DirectoryOf(const std::string& path) {
+  if (IsDirectory(path)) return path;
+  const std::size_t separator = path.find_last_of(kSeparators);
+  if (separator != std::string::npos) return path.substr(0, separator);
+  return path.empty() ? "." : path;
+}
+
+std::string JoinPath(std::initializer_list<std::string_view> parts) {
+  const std::string root(1, kPathSeparator);
+  std::string path;
+  for (const std::string_view part : parts) {
+    const std::string_view trimmed = TrimRight(part, kSeparators);
+    if (path.empty() && trimmed.empty() && !part.empty()) {
+      path = root;
+      continue;
+    }
+    if (!path.empty() && path != root) path += kPathSeparator;
+    path += trimmed;
+  }
+  return path;
+}
+
+std::string WithoutTrailingSeparators(std::string_view path) {
+  return std::string(TrimRight(path, kSeparators));
+}
+
+void MakeDirectory(std::string_view path) {
+  const std::string_view trimmed = Trim(path);
+  const std::string directory = WithoutTrailingSeparators(trimmed);
+  if (IsDirectory(directory)) return;
+  if (directory.empty() && !trimmed.empty()) return;  // a root
+  if (!MakeDirectoryTree(directory)) throw "Can not make the directory: " + directory;
+}
+
+void RemoveFile(const std::string& path) {
+  if (FileExists(path) && !DeleteFileAt(path)) throw "Cannot delete file: " + path;
+}
+
+void RenameFile(const std::string& from, const std::string& to) {
+  if (!RenameFileAt(from, to)) throw "Cannot rename file: " + from;
+}
+
+void RewindFile(const std::string& name, File& file) {
+  if (!file.Seek(0)) throw "Cannot relocate to 0 in " + name;
+}
+
+std::vector<std::string> ListFiles(const std::string& path, std::string_view ext) {
+  if (EndsWithIgnoreCase(path, ext) && FileExists(path)) return {path};
+  if (!IsDirectory(path)) return {};
+  const auto names = ListDirectoryNames(path);
+  if (!names) throw "Cannot open File: " + path;
+  std::vector<std::string> files;
+  for (const std::string& name : *names)
+    if (!name.starts_with('.') && EndsWithIgnoreCase(name, ext))
+      files.push_back(JoinPath({path, name}));
+  return files;
+}
+
+}  // namespace tarvek

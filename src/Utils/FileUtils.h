@@ -1,0 +1,58 @@
+// Utils/FileUtils.h: files, directories and paths, with the messages of their failures.
+// Does:     opens, tests, deletes, renames and lists; joins and cuts paths.
+// Throws:   a std::string with the stated message.
+// Not here: what is in a file; how an operating system does it (Platform.h).
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Platform.h"
+
+namespace tarvek {
+
+/// Both characters separate the parts of a path that we read.
+inline constexpr std::string_view kSeparators = "\\/";
+
+/// Opens path with a C stdio mode. Throws "Cannot open " + kind + " File, Path: " + path.
+File OpenFile(const std::string& path, std::string_view mode, const std::string& kind);
+
+/// Whether path can be opened for reading; false for a directory.
+bool FileExists(const std::string& path);
+
+/// Whether path is a file that can be read or a directory that can be listed.
+bool PathExists(const std::string& path);
+
+/// path itself when it is a directory or has no separator, "." when it is empty, else the text
+/// before the last separator.
+std::string DirectoryOf(const std::string& path);
+
+/// The parts with one separator between them, trailing separators of each part removed first; an
+/// empty first part adds nothing, a first part of separators alone stays a root.
+std::string JoinPath(std::initializer_list<std::string_view> parts);
+
+/// path without its trailing separators.
+std::string WithoutTrailingSeparators(std::string_view path);
+
+/// Makes a directory and its missing parents; path is first trimmed of blanks and trailing
+/// separators. Throws "Can not make the directory: " + path.
+void MakeDirectory(std::string_view path);
+
+/// Deletes path when FileExists(path). Throws "Cannot delete file: " + path.
+void RemoveFile(const std::string& path);
+
+/// Renames a file, replacing an existing one. Throws "Cannot rename file: " + from.
+void RenameFile(const std::string& from, const std::string& to);
+
+/// Moves an open file to its first byte. Throws "Cannot relocate to 0 in " + name.
+void RewindFile(const std::string& name, File& file);
+
+/// The input files that a path stands for: the path itself when it is a file of extension ext (dot
+/// included, letter case ignored), else the files of that extension in the directory path, as the
+/// system lists them, names with a leading "." left out. Empty for anything else.
+/// Throws "Cannot open File: " + path when a directory cannot be listed.
+std::vector<std::string> ListFiles(const std::string& path, std::string_view ext);
+
+}  // namespace tarvek

@@ -1,0 +1,39 @@
+// Utils/LineReader.h: lines of a text file, read in blocks.
+// Does:     delivers what C's fgets would with a buffer of 1024 bytes: at most 1023 bytes a piece,
+// the
+//           line feed kept; a longer line comes in several pieces. A piece ends at a NUL byte.
+// Owns:     its block buffer; borrows the File, which must outlive it.
+// Throws:   what File::Read throws.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include "Platform.h"
+
+namespace tarvek {
+
+/// A text line with its line feed and a terminator fits in this many bytes.
+inline constexpr std::size_t kMaxLineLength = 1024;
+
+class LineReader {
+ public:
+  explicit LineReader(File& file) : m_file(&file) {}
+
+  /// The next piece, valid until the next call; false at the end of the file.
+  bool ReadPiece(std::string_view& piece);
+
+ private:
+  bool Refill();
+  std::string_view Take(std::size_t size);
+
+  File* m_file;
+  std::vector<char> m_block;
+  std::size_t m_begin = 0;
+  std::size_t m_end = 0;
+  bool m_at_end = false;
+  bool m_block_has_nul = false;
+};
+
+}  // namespace tarvek

@@ -1,0 +1,46 @@
+// Utils/NumberText.h: numbers to text and back, whatever the locale.
+// Does:     reads numbers as strtod and strtol do in the "C" locale; writes them as printf does.
+// Throws:   StringToInt and StringToDouble a std::string with the parameter's name; the rest
+// nothing. Not here: which field of which line a number is in.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace tarvek {
+
+enum class NumberStatus { kOk, kNoDigits, kOutOfRange };
+
+/// A number read from the front of a text. m_value is 0 without digits; out of range it is what
+/// strtod gives (plus or minus infinity, or 0 or the nearest subnormal), or the nearest 32-bit
+/// limit.
+template <class Number>
+struct ScannedNumber {
+  Number m_value{};
+  NumberStatus m_status = NumberStatus::kNoDigits;
+};
+
+/// Leading white space, an optional sign, then a decimal or hexadecimal real, "inf" or "nan"; the
+/// text after the number is ignored.
+ScannedNumber<double> ScanReal(std::string_view text);
+
+/// Leading white space, an optional sign and decimal digits; the text after them is ignored.
+ScannedNumber<std::int32_t> ScanInteger(std::string_view text);
+
+/// Lenient forms: a text that is no number reads as 0.
+double ParseReal(std::string_view text);
+std::int32_t ParseInteger(std::string_view text);
+
+/// Strict forms for parameters. Throw "cannot turn param: <name:NAME> <value:VALUE> into an int."
+/// (or "an double.") when there are no digits or the number is out of range.
+std::int32_t StringToInt(const std::string& value, const std::string& name);
+double StringToDouble(const std::string& value, const std::string& name);
+
+/// Appends value with the given number of decimals (0 to 9), as printf("%.*f") writes it.
+void AppendFixed(std::string& text, double value, int decimals);
+
+/// Appends value in decimal.
+void AppendInteger(std::string& text, std::int64_t value);
+
+}  // namespace tarvek

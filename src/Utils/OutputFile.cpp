@@ -1,0 +1,64 @@
+#include "OutputFile.h"
+
+#include <bit>
+#include <cstring>
+
+#include "FileUtils.h"
+
+namespace tarvek {
+namespace {
+
+// Large enough that the cost of a system call vanishes, small enough for a dozen open files.
+constexpr std::size_t kFlushBytes = std::size_t{1} << 18;
+
+template <class Unsigned>
+void PutLittleEndian(std::string& bytes, Unsigned bits) {
+  char field[sizeof bits];
+  for (std::size_t i = 0; i < sizeof bits; ++i)
+    field[i] = static_cast<char>(bits >> (8 * i) & 0xFFu);
+  bytes.append(field, sizeof bits);
+}
+
+}  // namespace
+
+OutputFile::OutputFile(const std::string& path, std::string_view mode, const std::string& kind)
+    : m_path(path), m_file(OpenFile(path, mode, kind)) {}
+
+OutputFile::~OutputFile() {
+  if (m_file.IsOpen()) static_cast<void>(m_file.Write(m_buffer));
+}
+
+void OutputFile::Write(std::string_view bytes) {
+  m_buffer.append(bytes);
+  if (m_buffer.size() >= kFlushBytes) Flush();
+}
+
+void OutputFile::Flush() {
+  if (!m_file.Write(m_buffer)) Fail();
+  m_flushed_bytes += static_cast<std::int64_t>(m_buffer.size());
+  m_buffer.clear();
+}
+
+void OutputFile::OverwriteStart(std::string_view bytes) {
+  Flush();
+  RewindFile(m_path, m_file);
+  if (!m_file.Write(bytes)) Fail();
+}
+
+void OutputFile::Close() {
+  if (!m_file.IsOpen()) return;
+  Flush();
+  if (!m_file.Close()) Fail();
+}
+
+void OutputFile::Fail() const { throw "Cannot write " + m_path; }
+
+void PutInt32(std::string& bytes, std::int32_t value) {
+  PutLittleEndian(bytes, static_cast<std::uint32_t>(value));
+}
+
+void PutReal(std::string& bytes, double value) {
+  PutLittleEndian(bytes, std::bit_cast<std::uint64_t>(value));
+}
+
+}  // namespace tarvek

@@ -1,0 +1,55 @@
+// Utils/OutputFile.h: a file that is written from front to back, every write checked.
+// Does:     collects bytes and writes them in blocks; knows its write position.
+// Owns:     the open file and the bytes not yet written.
+// Throws:   a std::string: the message of OpenFile, or "Cannot write " + path as soon as a write, a
+//           flush or the close fails. The destructor writes what it can and throws nothing.
+// Not here: formats; PutInt32 and PutReal only give the byte order of the binary ones.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "Platform.h"
+
+namespace tarvek {
+
+class OutputFile {
+ public:
+  /// Opens path with a C stdio mode; kind is the purpose word of OpenFile's message.
+  OutputFile(const std::string& path, std::string_view mode, const std::string& kind);
+  OutputFile(OutputFile&&) noexcept = default;
+  OutputFile& operator=(OutputFile&&) = delete;
+  ~OutputFile();
+
+  void Write(std::string_view bytes);
+  void Flush();
+
+  /// Flushes, overwrites the first bytes of the file, and flushes again. Throws also
+  /// "Cannot relocate to 0 in " + path. Nothing may be written afterwards.
+  void OverwriteStart(std::string_view bytes);
+
+  /// Flushes and closes. Closing twice is harmless.
+  void Close();
+
+  [[nodiscard]] bool IsOpen() const noexcept { return m_file.IsOpen(); }
+
+  /// Bytes written so far, those still collected included.
+  [[nodiscard]] std::int64_t PositionBytes() const noexcept {
+    return m_flushed_bytes + static_cast<std::int64_t>(m_buffer.size());
+  }
+
+ private:
+  [[noreturn]] void Fail() const;
+
+  std::string m_path;
+  File m_file;
+  std::string m_buffer;
+  std::int64_t m_flushed_bytes = 0;
+};
+
+/// Append a 32-bit integer or a binary64 real, little-endian on every machine.
+void PutInt32(std::string& bytes, std::int32_t value);
+void PutReal(std::string& bytes, double value);
+
+}  // namespace tarvek

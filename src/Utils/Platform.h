@@ -1,0 +1,93 @@
+// Utils/Platform.h: everything that differs between operating systems.
+// Does:     declares files, directories, clocks and process facts; one Platform_*.cpp per system
+//           implements them and CMake picks one.
+// Owns:     a File owns its descriptor and closes it when destroyed.
+// Throws:   File::Read a std::string naming the path; the rest reports by its return value.
+// Not here: message texts of a failed open, rename, ... (FileUtils.h). Paths are UTF-8 throughout.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tarvek {
+
+/// Written between the parts of a path that we build; both '\' and '/' are accepted when reading.
+extern const char kPathSeparator;
+
+/// An open file, moved but not copied. Bytes pass unchanged on every system: there is no text mode.
+class File {
+ public:
+  File() noexcept = default;
+  File(File&& other) noexcept;
+  File& operator=(File&& other) noexcept;
+  File(const File&) = delete;
+  File& operator=(const File&) = delete;
+  ~File();
+
+  /// Opens path with a C stdio mode: "r" or "rb" reads an existing file, "w", "w+" or "wb+" makes
+  /// an empty one, "a+" appends. The result is not open on failure, and for a directory.
+  static File Open(const std::string& path, std::string_view mode);
+
+  [[nodiscard]] bool IsOpen() const noexcept { return m_descriptor >= 0; }
+
+  /// Reads up to size bytes and returns how many came; 0 only at the end of the file.
+  /// Throws a std::string "Cannot read " + path when the system reports a failure.
+  std::size_t Read(char* bytes, std::size_t size);
+
+  /// Writes all bytes; false when any of them could not be written.
+  [[nodiscard]] bool Write(std::string_view bytes) noexcept;
+
+  /// Moves to a byte offset from the start; false on failure.
+  [[nodiscard]] bool Seek(std::int64_t offset_bytes) noexcept;
+
+  /// Closes; false when the system reports that something was not written. Closing twice is
+  /// harmless.
+  [[nodiscard]] bool Close() noexcept;
+
+ private:
+  int m_descriptor = -1;
+  std::string m_path;
+};
+
+/// True when path can be opened as a directory for listing.
+bool IsDirectory(const std::string& path);
+
+/// The names in a directory in the order in which the system lists them, "." and ".." included or
+/// not as it pleases; nothing when the directory cannot be opened.
+std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& path);
+
+/// Makes a directory and its missing parents; true when it exists afterwards.
+[[nodiscard]] bool MakeDirectoryTree(const std::string& path);
+
+[[nodiscard]] bool DeleteFileAt(const std::string& path) noexcept;
+
+/// Renames a file, replacing an existing one of the new name.
+[[nodiscard]] bool RenameFileAt(const std::string& from, const std::string& to) noexcept;
+
+/// The directory of the running program, without a trailing separator; empty when unknown.
+std::string ExecutableDirectory();
+
+/// Local wall-clock time: month 1..12, day 1..31, weekday 0..6 from Sunday.
+struct LocalTime {
+  int m_year = 0;
+  int m_month = 0;
+  int m_day = 0;
+  int m_hour = 0;
+  int m_minute = 0;
+  int m_second = 0;
+  int m_weekday = 0;
+};
+LocalTime CurrentLocalTime();
+
+/// Milliseconds on a clock that never goes back.
+std::int64_t MonotonicMilliseconds();
+
+/// A failed write (closed pipe, file-size limit) is to be an error that we report, not the signal
+/// that ends the process. Called once, before anything is written.
+void IgnoreWriteSignals() noexcept;
+
+}  // namespace tarvek

@@ -1,0 +1,139 @@
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <ctime>
+#include <filesystem>
+#include <memory>
+#include <system_error>
+#include <utility>
+
+#include "Platform.h"
+
+namespace tarvek {
+namespace {
+
+int OpenFlags(std::string_view mode) {
+  switch (mode.empty() ? 'r' : mode.front()) {
+    case 'w':
+      return O_RDWR | O_CREAT | O_TRUNC;
+    case 'a':
+      return O_RDWR | O_CREAT | O_APPEND;
+    default:
+      return O_RDONLY;
+  }
+}
+
+struct CloseDirectory {
+  void operator()(DIR* directory) const noexcept { ::closedir(directory); }
+};
+using Directory = std::unique_ptr<DIR, CloseDirectory>;
+
+}  // namespace
+
+const char kPathSeparator = '/';
+
+File::File(File&& other) noexcept
+    : m_descriptor(std::exchange(other.m_descriptor, -1)), m_path(std::move(other.m_path)) {}
+
+File& File::operator=(File&& other) noexcept {
+  if (this != &other) {
+    static_cast<void>(Close());
+    m_descriptor = std::exchange(other.m_descriptor, -1);
+    m_path = std::move(other.m_path);
+  }
+  return *this;
+}
+
+File::~File() { static_cast<void>(Close()); }
+
+File File::Open(const std::string& path, std::string_view mode) {
+  File file;
+  file.m_path = path;
+  file.m_descriptor = ::open(path.c_str(), OpenFlags(mode) | O_CLOEXEC, 0666);
+  struct stat status {};
+  if (file.IsOpen() && ::fstat(file.m_descriptor, &status) == 0 && S_ISDIR(status.st_mode))
+    static_cast<void>(file.Close());
+  return file;
+}
+
+std::size_t File::Read(char* bytes, std::size_t size) {
+  ssize_t count = 0;
+  do {
+    count = ::read(m_descriptor, bytes, size);
+  } while (count < 0 && errno == EINTR);
+  if (count < 0) throw "Cannot read " + m_path;
+  return static_cast<std::size_t>(count);
+}
+
+bool File::Write(std::string_view bytes) noexcept {
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(m_descriptor, bytes.data(), bytes.size());
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
+bool File::Seek(std::int64_t offset_bytes) noexcept {
+  return ::lseek(m_descriptor, offset_bytes, SEEK_SET) == offset_bytes;
+}
+
+bool File::Close() noexcept {
+  if (!IsOpen()) return true;
+  return ::close(std::exchange(m_descriptor, -1)) == 0;
+}
+
+bool IsDirectory(const std::string& path) { return Directory(::opendir(path.c_str())) != nullptr; }
+
+std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& path) {
+  const Directory directory(::opendir(path.c_str()));
+  if (!directory) return std::nullopt;
+  std::vector<std::string> names;
+  while (const dirent* entry = ::readdir(directory.get())) names.emplace_back(entry->d_name);
+  return names;
+}
+
+bool MakeDirectoryTree(const std::string& path) {
+  std::error_code error;
+  std::filesystem::create_directories(path, error);
+  return IsDirectory(path);
+}
+
+bool DeleteFileAt(const std::string& path) noexcept { return ::unlink(path.c_str()) == 0; }
+
+bool RenameFileAt(const std::string& from, const std::string& to) noexcept {
+  return std::rename(from.c_str(), to.c_str()) == 0;
+}
+
+std::string ExecutableDirectory() {
+  std::error_code error;
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
+  return error ? std::string() : program.parent_path().string();
+}
+
+LocalTime CurrentLocalTime() {
+  const std::time_t now = std::time(nullptr);
+  std::tm fields{};
+  ::localtime_r(&now, &fields);
+  return {fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday, fields.tm_hour,
+          fields.tm_min,         fields.tm_sec,     fields.tm_wday};
+}
+
+std::int64_t MonotonicMilliseconds() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+}
+
+void IgnoreWriteSignals() noexcept {
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
+}
+
+}  // namespace tarvek

@@ -1,0 +1,57 @@
+#include "StringUtils.h"
+
+#include <algorithm>
+
+namespace tarvek {
+namespace {
+
+char LowerByte(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+}  // namespace
+
+std::string_view TrimLeft(std::string_view text, std::string_view chars) {
+  text.remove_prefix(std::min(text.find_first_not_of(chars), text.size()));
+  return text;
+}
+
+std::string_view TrimRight(std::string_view text, std::string_view chars) {
+  return text.substr(0, text.find_last_not_of(chars) + 1);  // npos + 1 is 0: nothing is left
+}
+
+std::string_view Trim(std::string_view text, std::string_view chars) {
+  return TrimRight(TrimLeft(text, chars), chars);
+}
+
+std::string ToLower(std::string_view text) {
+  std::string lower(text);
+  std::ranges::transform(lower, lower.begin(), LowerByte);
+  return lower;
+}
+
+bool EndsWithIgnoreCase(std::string_view text, std::string_view suffix) {
+  text = Trim(text);
+  if (text.size() < suffix.size()) return false;
+  return ToLower(text.substr(text.size() - suffix.size())) == ToLower(suffix);
+}
+
+std::vector<std::string_view> Split(std::string_view text, std::string_view delims) {
+  std::vector<std::string_view> tokens;
+  for (std::size_t p = text.find_first_of(delims); p != std::string_view::npos;
+       p = text.find_first_of(delims)) {
+    tokens.push_back(text.substr(0, p));
+    text.remove_prefix(p + 1);
+  }
+  if (!text.empty()) tokens.push_back(text);
+  return tokens;
+}
+
+std::string_view TokenAt(std::string_view text, char delim, int index) {
+  for (; index > 0; --index) {
+    const std::size_t p = text.find(delim);
+    if (p == std::string_view::npos) return {};
+    text.remove_prefix(p + 1);
+  }
+  return text.substr(0, text.find(delim));
+}
+
+}  // namespace tarvek

@@ -1,0 +1,85 @@
+#include "Logger.h"
+
+#include <array>
+#include <iostream>
+
+#include "FileUtils.h"
+#include "NumberText.h"
+
+namespace tarvek {
+namespace {
+
+constexpr std::string_view kPurpose = "Log Dump";
+
+void AppendPadded(std::string& text, int value, char pad) {
+  if (value < 10) text.push_back(pad);
+  AppendInteger(text, value);
+}
+
+}  // namespace
+
+Logger::Logger() : m_buffer(AsctimeText(CurrentLocalTime())) {}
+
+void Logger::Message(std::string_view level, std::string_view text) {
+  std::string line(text);
+  if (level != kSubprocess)
+    line = "[Tarvek] <" + std::string(level) + "> - " + std::string(text) + "\n";
+  std::ostream& console = level == kWarn || level == kError ? std::cerr : std::cout;
+  console << line << std::flush;
+  console.clear();  // a console that failed once may work again; it never ends a run
+  Append(line);
+}
+
+void Logger::Append(std::string_view text) {
+  m_buffer += text;
+  if (m_file.IsOpen()) Dump();
+}
+
+void Logger::SetLogDirectory(const std::string& directory) {
+  m_path = JoinPath({directory, kLogFileName});
+  m_file = OpenFile(m_path, "a+", std::string(kPurpose));
+  Message(kInfo, "Tarvek writes logs in " + m_path);
+}
+
+void Logger::Dump() {
+  if (!m_file.IsOpen()) m_file = OpenFile(m_path, "a+", std::string(kPurpose));
+  static_cast<void>(m_file.Write(m_buffer));
+  m_buffer.clear();
+}
+
+Logger& GlobalLogger() {
+  static Logger logger;
+  return logger;
+}
+
+void logMessage(std::string_view level, std::string_view text) {
+  GlobalLogger().Message(level, text);
+}
+void logInfo(std::string_view text) { logMessage(kInfo, text); }
+void appendToLog(std::string_view text) { GlobalLogger().Append(text); }
+void setLogDirectory(const std::string& directory) { GlobalLogger().SetLogDirectory(directory); }
+void dumpLog() { GlobalLogger().Dump(); }
+
+std::string AsctimeText(const LocalTime& time) {
+  static constexpr std::array<const char*, 7> kDays = {"Sun", "Mon", "Tue", "Wed",
+                                                       "Thu", "Fri", "Sat"};
+  static constexpr std::array<const char*, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  std::string text = kDays.at(static_cast<std::size_t>(time.m_weekday));
+  text += ' ';
+  text += kMonths.at(static_cast<std::size_t>(time.m_month - 1));
+  text += ' ';
+  AppendPadded(text, time.m_day, ' ');
+  text += ' ';
+  AppendPadded(text, time.m_hour, '0');
+  text += ':';
+  AppendPadded(text, time.m_minute, '0');
+  text += ':';
+  AppendPadded(text, time.m_second, '0');
+  text += ' ';
+  AppendInteger(text, time.m_year);
+  text += '\n';
+  return text;
+}
+
+}  // namespace tarvek

@@ -1,0 +1,64 @@
+// log/Logger.h: the one logger of the process.
+// Does:     shows each message on the console and appends it to the log file; keeps what comes
+// before
+//           the file is open in memory.
+// Owns:     the open log file and the text not yet written to it.
+// Throws:   SetLogDirectory and Dump the message of OpenFile when the log cannot be opened. A write
+// that
+//           fails, to the console or to the file, is ignored: logging never ends a run.
+// Not here: what a message says.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "Platform.h"
+
+namespace tarvek {
+
+inline constexpr std::string_view kLogFileName = "TarvekPlusLog.txt";
+
+inline constexpr std::string_view kInfo = "INFO";
+inline constexpr std::string_view kWarn = "WARN";
+inline constexpr std::string_view kError = "ERROR";
+inline constexpr std::string_view kExit = "EXIT";
+/// Lines of a child process: shown and stored unchanged, with their own end of line.
+inline constexpr std::string_view kSubprocess = "SUBPROCESS";
+
+class Logger {
+ public:
+  /// Starts the buffer with the time stamp line, e.g. "Sat Nov 14 23:38:05 2026\n".
+  Logger();
+
+  /// Writes "[Tarvek] <LEVEL> - text\n" (a SUBPROCESS text as it is) to standard error for WARN and
+  /// ERROR, to standard output otherwise, and to the log.
+  void Message(std::string_view level, std::string_view text);
+
+  /// Adds text to the log alone, as it is.
+  void Append(std::string_view text);
+
+  /// Opens (appending) the log file in directory, announces it, and writes what was kept so far.
+  void SetLogDirectory(const std::string& directory);
+
+  /// Writes the kept text to the log file, opening it at its present path when none is open.
+  void Dump();
+
+ private:
+  File m_file;
+  std::string m_buffer;
+  std::string m_path{kLogFileName};
+};
+
+/// The process-wide logger, created on first use.
+Logger& GlobalLogger();
+
+void logMessage(std::string_view level, std::string_view text);
+void logInfo(std::string_view text);
+void appendToLog(std::string_view text);
+void setLogDirectory(const std::string& directory);
+void dumpLog();
+
+/// time as C's asctime writes it, with its own end of line.
+std::string AsctimeText(const LocalTime& time);
+
+}  // namespace tarvek
