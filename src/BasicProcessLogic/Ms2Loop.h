@@ -1,0 +1,28 @@
+// BasicProcessLogic/Ms2Loop.h: the MS2 scans of one extracted input file, from reader to writers.
+// Does:     streams the MS2 scans in file order beside the store of MS1 scans, has the precursors
+// of
+//           each determined, and writes every scan that keeps a usable precursor.
+// Owns:     readers, writers and store of the one file.
+// Throws:   what reading and writing throw; that ends the run. A bad scan is logged and left out.
+// Not here: which files are processed (RunDriver.h).
+#pragma once
+
+#include "SpectrumRecords.h"
+#include "SpectrumSource.h"
+#include "UserParameters.h"
+
+namespace tarvek {
+
+/// The current file is a .ms1 file; the .ms2 file is beside it.
+void processTextSpectra(const UserParameters& parameters);
+
+/// The current file's spectra in binary form.
+void processMsbSpectra(const UserParameters& parameters);
+
+/// Whether activation and instrument type are ones that are processed.
+bool IsProcessed(const MS2Spectrum& scan);
+
+/// Drops precursors without m/z or charge, the last first, with one warning each.
+void DropUnusablePrecursors(MS2Spectrum& scan);
+
+}  // namespace tarvek

@@ -1,0 +1,61 @@
+#include "OutputSet.h"
+
+#include "FileUtils.h"
+#include "Logger.h"
+
+namespace tarvek {
+namespace {
+
+std::string OutputPath(const UserParameters& parameters, const char* ending) {
+  return JoinPath({parameters.m_outputpath, parameters.m_current_basename + ending});
+}
+
+std::string FreshTablePath(const UserParameters& parameters) {
+  std::string path = FinishedTablePath(parameters);
+  RemoveFile(path);
+  return path;
+}
+
+}  // namespace
+
+std::string FinishedTablePath(const UserParameters& parameters) {
+  return OutputPath(parameters, ".csv");
+}
+
+bool SkipsFinished(const UserParameters& parameters) {
+  if (parameters.m_rewrite_files || !FileExists(FinishedTablePath(parameters))) return false;
+  logInfo(parameters.m_current_file + " has existed results, skipping...");
+  return true;
+}
+
+OutputSet::OutputSet(const UserParameters& parameters) : m_csv(FreshTablePath(parameters), "w+") {
+  const std::string& title = parameters.m_current_basename;
+  if (parameters.m_output_pf) {
+    m_pf1.emplace(OutputPath(parameters, ".pf1"), "wb+", title);
+    m_pf2.emplace(OutputPath(parameters, "_.pf2"), "wb+", title);
+  }
+  if (parameters.m_output_mgf) m_mgf.emplace(OutputPath(parameters, "_.mgf"), "w+", title);
+}
+
+void OutputSet::WriteMs2(const MS2Spectrum& scan, bool pf2_first) {
+  if (pf2_first) WritePf2(scan);
+  if (m_mgf) m_mgf->Write(scan);
+  m_csv.WriteRow(scan);
+  if (!pf2_first) WritePf2(scan);
+}
+
+void OutputSet::WritePf2(const MS2Spectrum& scan) {
+  if (m_pf2) m_pf2->Write(scan);
+}
+
+void OutputSet::ClosePf1() {
+  if (m_pf1) m_pf1->Close();
+}
+
+void OutputSet::Complete() {
+  if (m_pf2) m_pf2->Close();
+  if (m_mgf) m_mgf->Close();
+  m_csv.Complete();
+}
+
+}  // namespace tarvek

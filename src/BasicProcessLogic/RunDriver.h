@@ -1,0 +1,29 @@
+// BasicProcessLogic/RunDriver.h: every data path and every file of it, each down its road.
+// Does:     decides the format of each data path, lists its files, and hands each to the MS2 loop,
+// to
+//           the MGF path, or through the extractor to the loop.
+// Owns:     its working copy of the parameter record.
+// Throws:   whatever ends the run.
+#pragma once
+
+#include <string>
+
+#include "UserParameters.h"
+
+namespace tarvek {
+
+/// The whole run after configuration.
+void runAllDataPaths(const UserParameters& parameters);
+
+/// The lower-case extension of a path that is a file, else the configured input format.
+std::string detectDataPathFormat(const std::string& path, const UserParameters& parameters);
+
+/// Converts the current file, an instrument file, and processes its spectra.
+void processInstrumentFile(UserParameters& parameters);
+
+/// The isotope table to read: ipv_file, or the installed one when ipv_file has its default value
+/// and the current directory holds none. installed_table: path of the installed one, which may not
+/// exist.
+std::string IsotopeTablePath(const std::string& ipv_file, const std::string& installed_table);
+
+}  // namespace tarvek

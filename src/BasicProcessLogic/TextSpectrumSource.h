@@ -1,0 +1,29 @@
+// BasicProcessLogic/TextSpectrumSource.h: scans from a .ms1 file and the .ms2 file beside it.
+#pragma once
+
+#include <string>
+
+#include "IO.h"
+#include "SpectrumSource.h"
+
+namespace tarvek {
+
+class TextSpectrumSource : public SpectrumSource {
+ public:
+  TextSpectrumSource(const std::string& ms1_path, const std::string& ms2_path);
+
+  bool NextMs1(MS1Spectrum& scan) override;
+  bool NextMs2(MS2Spectrum& scan) override;
+  [[nodiscard]] bool IsHighResolution(const MS1Spectrum& scan) const override;
+  [[nodiscard]] bool AllowsDetermination(const MS2Spectrum& scan) const override;
+  [[nodiscard]] std::int32_t ReportedMs1Count() const override;
+  [[nodiscard]] bool WritesPf2First() const override { return true; }
+  void FinishMs1() override;
+  void FinishMs2() override;
+
+ private:
+  Ms1TextReader m_ms1;
+  Ms2TextReader m_ms2;
+};
+
+}  // namespace tarvek

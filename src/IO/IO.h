@@ -1,0 +1,13 @@
+// IO/IO.h: the chief header: all readers and writers of spectrum files and their records.
+#pragma once
+
+#include "MgfWriter.h"
+#include "MsTextHeader.h"
+#include "MsTextReader.h"
+#include "PeakLineFormat.h"
+#include "PfWriter.h"
+#include "PrecursorCsvWriter.h"
+#include "ScanCompletion.h"
+#include "SpectrumFile.h"
+#include "SpectrumRecords.h"
+#include "SpectrumWriterGroup.h"

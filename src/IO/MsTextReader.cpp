@@ -1,0 +1,126 @@
+#include "MsTextReader.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstddef>
+#include <vector>
+
+#include "NumberText.h"
+#include "ScanCompletion.h"
+#include "StringUtils.h"
+
+namespace tarvek {
+namespace {
+
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+/// Character number index (from 0) of line, NUL when it is shorter.
+char CharAt(std::string_view line, std::size_t index) {
+  return index < line.size() ? line[index] : '\0';
+}
+
+/// What follows a line start of this form, whose length alone counts; empty when line is shorter.
+std::string_view ValueAfter(std::string_view line, std::string_view start) {
+  return line.substr(std::min(start.size(), line.size()));
+}
+
+// "m/z intensity"; tokens between single blanks, a missing one reads as 0.
+void AppendPeak(std::string_view line, std::vector<Peak>& peaks) {
+  const std::size_t blank = line.find(' ');
+  if (blank == std::string_view::npos) return;
+  const std::string_view rest = line.substr(blank + 1);
+  const double intensity = ParseReal(rest.substr(0, rest.find(' ')));
+  if (intensity > kZeroTolerance) peaks.push_back({ParseReal(line.substr(0, blank)), intensity});
+}
+
+std::string_view InstrumentType(char first) {
+  if (first == 'F' || first == 'Q') return "FT";
+  return first == 'I' ? "IT" : "Unknown";
+}
+
+template <class Spectrum>
+void ReadCommonAttribute(std::string_view line, Spectrum& scan) {
+  const char key_start = CharAt(line, 2);
+  if (key_start == 'R') {
+    scan.m_rt = ParseReal(ValueAfter(line, "I\tRetTime\t"));
+  } else if (key_start == 'I' && CharAt(line, 3) == 'o') {
+    scan.m_ion_injection_time = ParseReal(ValueAfter(line, "I\tIonInjectionTime\t"));
+  } else if (key_start == 'I' && CharAt(line, 3) == 'n') {
+    constexpr std::string_view kStart = "I\tInstrumentType\t";
+    scan.m_instrument_type = InstrumentType(CharAt(line, kStart.size()));
+  }
+}
+
+void ReadPrecursorAttribute(std::string_view, MS1Spectrum&) {}
+
+void ReadPrecursorAttribute(std::string_view line, MS2Spectrum& scan) {
+  const char key_start = CharAt(line, 2);
+  const char after_activation = CharAt(line, 12);
+  if (key_start == 'A' && after_activation == 'T') {
+    scan.m_activation_type = Trim(ValueAfter(line, "I\tActivationType\t"));
+  } else if (key_start == 'A' && after_activation == 'C') {
+    scan.m_activation_center = ParseReal(ValueAfter(line, "I\tActivationCenter\t"));
+  } else if (key_start == 'P') {
+    scan.m_precursor_scan = ParseInteger(ValueAfter(line, "I\tPrecursorScan\t"));
+  }
+}
+
+void ReadChargeLine(std::string_view, MS1Spectrum&) {}
+
+// "Z charge M+H", the mass that of the singly protonated ion in Da.
+void ReadChargeLine(std::string_view line, MS2Spectrum& scan) {
+  constexpr std::int32_t kAssumedCharge = 2;  // the commonest charge of tryptic peptides
+  std::int32_t charge = ParseInteger(TokenAt(line, '\t', 1));
+  if (charge < 1) charge = kAssumedCharge;
+  const double mass_da = ParseReal(TokenAt(line, '\t', 2));
+  const double mz = std::fabs(mass_da) < kZeroTolerance
+                        ? scan.m_activation_center
+                        : (mass_da + (charge - 1) * kProtonMass) / charge;
+  scan.m_precursors.push_back({mz, charge});
+}
+
+}  // namespace
+
+template <class Spectrum>
+bool MsTextReader<Spectrum>::ReadNext(Spectrum& scan) {
+  Clear(scan);
+  bool has_number = m_pending_scan_no.has_value();
+  bool is_repeat = false;  // inside a further block of the same scan
+  if (has_number) scan.m_scan_no = *m_pending_scan_no;
+  m_pending_scan_no.reset();
+
+  std::string_view line;
+  while (ReadLine(line)) {
+    const char kind = CharAt(line, 0);
+    if (IsDigit(kind)) {
+      if (!is_repeat) AppendPeak(line, scan.m_peaks);
+    } else if (kind == 'S') {
+      const std::int32_t scan_no = ParseInteger(TokenAt(line, '\t', 1));
+      is_repeat = has_number && scan_no == scan.m_scan_no;
+      if (!is_repeat && !scan.m_peaks.empty()) {
+        m_pending_scan_no = scan_no;
+        return FinishRecord(scan);
+      }
+      scan.m_scan_no = scan_no;
+      has_number = true;
+    } else if (kind == 'I') {
+      ReadCommonAttribute(line, scan);
+      if (!is_repeat) ReadPrecursorAttribute(line, scan);
+    } else if (kind == 'Z') {
+      ReadChargeLine(line, scan);
+    }
+  }
+  return !scan.m_peaks.empty() && FinishRecord(scan);
+}
+
+template <class Spectrum>
+bool MsTextReader<Spectrum>::FinishRecord(Spectrum& scan) {
+  CompleteScan(scan);
+  CountRecord();
+  return true;
+}
+
+template class MsTextReader<MS1Spectrum>;
+template class MsTextReader<MS2Spectrum>;
+
+}  // namespace tarvek

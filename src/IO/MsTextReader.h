@@ -1,0 +1,57 @@
+// IO/MsTextReader.h: readers of .ms1 and .ms2 text files.
+// Does:     delivers one scan per call, peaks ascending in m/z, the blocks of a repeated scan
+// number
+//           merged into one record.
+// Owns:     the open file and the number of the scan whose "S" line ended the previous one.
+// Throws:   a std::string: "Cannot open MS1 File, Path: ..." (or MS2) when opening; what File::Read
+//           throws. A malformed line is no error: a text that is no number reads as 0.
+// Not here: which scans are of use. Line kinds and keys: docs/formats/ms1-ms2.md.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "SpectrumFile.h"
+#include "SpectrumRecords.h"
+
+namespace tarvek {
+
+template <class Spectrum>
+class MsTextReader : public SpectrumReader {
+ public:
+  /// Refills scan with the next scan that has peaks; false at the end of the file, when scan holds
+  /// no peaks. Whatever scan held before is gone; its capacity is used again.
+  bool ReadNext(Spectrum& scan);
+
+ protected:
+  MsTextReader(const std::string& path, std::string_view mode, const std::string& kind)
+      : SpectrumReader(path, mode, kind) {}
+
+ private:
+  bool FinishRecord(Spectrum& scan);
+
+  std::optional<std::int32_t> m_pending_scan_no;
+};
+
+extern template class MsTextReader<MS1Spectrum>;
+extern template class MsTextReader<MS2Spectrum>;
+
+/// Reads scan numbers, the attributes common to all scans, and peaks.
+class Ms1TextReader final : public MsTextReader<MS1Spectrum> {
+ public:
+  /// mode "r". The format's header block (MsTextHeader.h) is for files that are written: a stream
+  /// that is read takes none.
+  Ms1TextReader(const std::string& path, std::string_view mode) : MsTextReader(path, mode, "MS1") {}
+};
+
+/// Reads also activation, precursor scan and the declared precursors, which it gives twice: as
+/// m_orig_precursors and as m_precursors.
+class Ms2TextReader final : public MsTextReader<MS2Spectrum> {
+ public:
+  /// mode "r"; no header block, as for Ms1TextReader.
+  Ms2TextReader(const std::string& path, std::string_view mode) : MsTextReader(path, mode, "MS2") {}
+};
+
+}  // namespace tarvek

@@ -1,0 +1,68 @@
+#include "PfWriter.h"
+
+namespace tarvek {
+namespace {
+
+std::int32_t CountOf(std::size_t size) { return static_cast<std::int32_t>(size); }
+
+}  // namespace
+
+PfWriter::PfWriter(const std::string& path, std::string_view mode, const std::string& title)
+    : SpectrumWriter(path, mode, "PF"), m_index(path + "idx", mode, "PF index") {
+  // Changes nothing in an empty file, but a file whose start cannot be reached again, such as a
+  // pipe, is refused now instead of at the end of the run.
+  Stream().OverwriteStart({});
+  PutInt32(m_bytes, 0);  // the record count, known when the file is closed
+  PutInt32(m_bytes, CountOf(title.size()));
+  m_bytes.append(title);
+  Stream().Write(m_bytes);
+  Stream().Flush();
+}
+
+void PfWriter::WriteMs1(const MS1Spectrum& scan) {
+  StartRecord(scan.m_scan_no, scan.m_peaks);
+  // The shape of an MS2 record with one precursor: the retention time with charge 1.
+  PutInt32(m_bytes, 1);
+  PutReal(m_bytes, scan.m_rt);
+  PutInt32(m_bytes, 1);
+  Stream().Write(m_bytes);
+}
+
+void PfWriter::WriteMs2(const MS2Spectrum& scan) {
+  StartRecord(scan.m_scan_no, scan.m_peaks);
+  PutInt32(m_bytes, CountOf(scan.m_precursors.size()));
+  for (const Precursor& precursor : scan.m_precursors) {
+    PutReal(m_bytes, precursor.m_mz);
+    PutInt32(m_bytes, precursor.m_charge);
+  }
+  Stream().Write(m_bytes);
+}
+
+// Writes the index entry and leaves the part that both kinds of record share in m_bytes.
+void PfWriter::StartRecord(std::int32_t scan_no, std::span<const Peak> peaks) {
+  CountRecord();
+  m_bytes.clear();
+  PutInt32(m_bytes, scan_no);
+  // Offsets have 32 bits in this format; beyond 2^31 - 1 they wrap.
+  PutInt32(m_bytes, static_cast<std::int32_t>(Stream().PositionBytes()));
+  m_index.Write(m_bytes);
+
+  m_bytes.clear();
+  PutInt32(m_bytes, scan_no);
+  PutInt32(m_bytes, CountOf(peaks.size()));
+  for (const Peak& peak : peaks) {
+    PutReal(m_bytes, peak.m_mz);
+    PutReal(m_bytes, peak.m_intensity);
+  }
+}
+
+void PfWriter::Close() {
+  if (!IsOpen()) return;
+  m_bytes.clear();
+  PutInt32(m_bytes, RecordCount());
+  Stream().OverwriteStart(m_bytes);
+  m_index.Close();
+  Finish();
+}
+
+}  // namespace tarvek

@@ -1,0 +1,37 @@
+// IO/PrecursorCsvWriter.h: the table of declared and determined precursors, one row per MS2 scan.
+// Does:     writes the table under a temporary name; Complete gives it its final name, which marks
+//           the run as finished.
+// Owns:     the open temporary file. Destroyed before Complete, it leaves that file behind, so the
+//           next run starts over.
+// Throws:   a std::string: "Cannot open CSV File, Path: ...", "Cannot write " + temporary path,
+//           "Cannot delete file: " + final path, "Cannot rename file: " + temporary path.
+// Not here: which scans get a row. The columns: docs/formats/precursor-csv.md.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "SpectrumFile.h"
+#include "SpectrumRecords.h"
+
+namespace tarvek {
+
+class PrecursorCsvWriter final : public SpectrumWriter {
+ public:
+  /// mode "w+". Opens final_path + "_unfinished" and writes the header line. The log names
+  /// final_path throughout; the start of the file is not announced.
+  PrecursorCsvWriter(const std::string& final_path, std::string_view mode);
+
+  void WriteRow(const MS2Spectrum& scan);
+
+  /// Finishes the file and moves it to the final path, replacing a file of that name.
+  void Complete();
+
+  [[nodiscard]] const std::string& TemporaryPath() const noexcept { return m_temporary_path; }
+
+ private:
+  std::string m_temporary_path;
+  std::string m_row;  // reused from row to row
+};
+
+}  // namespace tarvek

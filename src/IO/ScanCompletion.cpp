@@ -1,0 +1,25 @@
+#include "ScanCompletion.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <string>
+
+#include "Logger.h"
+
+namespace tarvek {
+
+void CompleteScan(MS1Spectrum& scan) { SortByMz(scan.m_peaks); }
+
+void CompleteScan(MS2Spectrum& scan) {
+  SortByMz(scan.m_peaks);
+  const auto removed = std::erase_if(
+      scan.m_precursors, [](const Precursor& precursor) { return !IsUsable(precursor); });
+  for (std::size_t i = 0; i < removed; ++i) {
+    // "infomation" is how this message has always been spelled; users search their logs for it.
+    logMessage(kWarn, "Scan " + std::to_string(scan.m_scan_no) +
+                          " has incorrect precursor infomation, skipping this precursor...");
+  }
+  scan.m_orig_precursors = scan.m_precursors;
+}
+
+}  // namespace tarvek

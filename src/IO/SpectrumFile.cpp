@@ -1,0 +1,59 @@
+#include "SpectrumFile.h"
+
+#include <utility>
+
+#include "FileUtils.h"
+#include "Logger.h"
+
+namespace tarvek {
+
+SpectrumFile::SpectrumFile(std::string path, std::string_view mode, Announce announce)
+    : m_path(std::move(path)), m_mode(mode) {
+  if (announce == Announce::kYes) logInfo("Start to process " + m_path);
+}
+
+SpectrumFile::~SpectrumFile() {
+  if (!m_is_open) return;
+  try {
+    logInfo("Closed " + m_path);
+  } catch (...) {
+    // Without memory for the message there is nothing better to do than to go on unwinding.
+  }
+}
+
+void SpectrumFile::Finish() {
+  if (!m_is_open) return;
+  CloseStream();
+  m_is_open = false;
+  logInfo("Closed " + m_path);
+  logInfo("Finished Operations on " + m_path);
+  logInfo("Scan Number in " + m_path + ": " + std::to_string(m_record_count));
+}
+
+SpectrumReader::SpectrumReader(const std::string& path, std::string_view mode,
+                               const std::string& kind, std::size_t read_buffer_bytes,
+                               Announce announce)
+    : SpectrumFile(path, mode, announce), m_file(OpenFile(path, mode, kind)) {
+  if (read_buffer_bytes > 0) m_buffered_lines.emplace(m_file, read_buffer_bytes);
+  MarkOpen();
+}
+
+void SpectrumReader::CloseStream() {
+  static_cast<void>(m_file.Close());  // nothing was written, so nothing can be lost
+  m_buffered_lines.reset();
+}
+
+SpectrumWriter::SpectrumWriter(const std::string& path, std::string_view mode,
+                               const std::string& kind)
+    : SpectrumFile(path, mode, Announce::kYes), m_stream(path, mode, kind) {
+  MarkOpen();
+}
+
+SpectrumWriter::SpectrumWriter(const std::string& path, std::string_view mode, OutputFile&& stream)
+    : SpectrumFile(path, mode, Announce::kNo), m_stream(std::move(stream)) {
+  MarkOpen();
+}
+
+void SpectrumWriter::CloseStream() { m_stream.Close(); }
+
+}  // namespace tarvek

@@ -1,0 +1,62 @@
+// IO/SpectrumWriterGroup.h: MS2 output split by activation and instrument type.
+// Does:     opens one writer per pair of types when its first scan comes and hands scans to it.
+// Owns:     the writers.
+// Throws:   what the writers throw.
+// Not here: a format. Writer is constructed from path, mode and title, and has WriteMs2 and Close.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+
+#include "SpectrumRecords.h"
+
+namespace tarvek {
+
+template <class Writer>
+class SpectrumWriterGroup {
+ public:
+  /// base_path ends in an extension of four characters, before which the types are inserted:
+  /// "run1_.mgf" gives "run1_HCDFTMS.mgf".
+  SpectrumWriterGroup(std::string base_path, std::string_view mode, std::string title)
+      : m_base_path(std::move(base_path)), m_mode(mode), m_title(std::move(title)) {}
+
+  void Write(const MS2Spectrum& scan) { WriterFor(scan).WriteMs2(scan); }
+
+  /// The writer of the scan's activation and instrument type; opens it when there is none.
+  Writer& WriterFor(const MS2Spectrum& scan) {
+    m_key.assign(scan.m_activation_type).append(scan.m_instrument_type);
+    const auto found = m_writers.find(m_key);
+    if (found != m_writers.end()) return *found->second;
+    auto writer = std::make_unique<Writer>(PathFor(m_key), m_mode, m_title);
+    return *m_writers.emplace(m_key, std::move(writer)).first->second;
+  }
+
+  /// Closes the writers in the order of their keys and forgets them.
+  void Close() {
+    while (!m_writers.empty()) {
+      m_writers.begin()->second->Close();
+      m_writers.erase(m_writers.begin());
+    }
+  }
+
+ private:
+  static constexpr std::size_t kExtensionLength = 4;  // of ".mgf" and ".pf2"
+
+  [[nodiscard]] std::string PathFor(const std::string& key) const {
+    const std::size_t stem =
+        m_base_path.size() < kExtensionLength ? 0 : m_base_path.size() - kExtensionLength;
+    return m_base_path.substr(0, stem) + key + m_base_path.substr(stem);
+  }
+
+  std::string m_base_path;
+  std::string m_mode;
+  std::string m_title;
+  std::string m_key;  // reused from scan to scan
+  std::map<std::string, std::unique_ptr<Writer>> m_writers;
+};
+
+}  // namespace tarvek

@@ -1,0 +1,30 @@
+#include "ParameterFile.h"
+
+#include <utility>
+
+#include "FileUtils.h"
+#include "LineReader.h"
+#include "StringUtils.h"
+
+namespace tarvek {
+
+void AddParameterLine(std::string_view line, ParameterTable& table) {
+  line = Trim(line.substr(0, line.find('#')));
+  if (line.empty() || line.front() == ';' || line.front() == '[') return;
+  const std::size_t equals = line.find('=');
+  if (equals == std::string_view::npos) throw "Unexpected INI format!";
+  const std::string key = ToLower(Trim(line.substr(0, equals)));
+  table[key] = std::string(Trim(line.substr(equals + 1)));
+}
+
+UserParameters ReadParameterFile(const std::string& path) {
+  // No purpose word: the message of a failure has two blanks before "File".
+  File file = OpenFile(path, "r", "");
+  LineReader reader(file);
+  ParameterTable table;
+  std::string_view line;
+  while (reader.ReadPiece(line)) AddParameterLine(line, table);
+  return CompleteParameters(std::move(table));
+}
+
+}  // namespace tarvek

@@ -1,0 +1,24 @@
+// UserParameters/ParameterFile.h: parameters from a file of "key = value" lines.
+// Does:     reads the lines into a table; "#" starts a comment, lines that begin with ";" or "["
+// are
+//           skipped, a key that occurs twice keeps its last value.
+// Throws:   the character string "Unexpected INI format!", the message of OpenFile, and what
+//           CompleteParameters throws.
+// Not here: which keys exist and what they mean (UserParameters.h).
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "UserParameters.h"
+
+namespace tarvek {
+
+/// The validated record of the parameter file path, echoed into the log.
+UserParameters ReadParameterFile(const std::string& path);
+
+/// Stores the key (lower-cased) and the value (case kept) of one line in table. A line of blanks, a
+/// comment or a section line adds nothing.
+void AddParameterLine(std::string_view line, ParameterTable& table);
+
+}  // namespace tarvek

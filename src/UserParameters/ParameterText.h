@@ -1,0 +1,42 @@
+// UserParameters/ParameterText.h: parameters shown to the user.
+// Does:     the comment of each key, the template parameter file, the echo into the log.
+// Throws:   WriteParameterTemplate a std::string when the file cannot be made or written; the rest
+//           nothing.
+// Not here: the text form of a value (ToParameterTable in UserParameters.h), the usage text
+//           (CommandLine.h).
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+
+#include "Platform.h"
+#include "UserParameters.h"
+
+namespace tarvek {
+
+struct KeyComment {
+  std::string_view m_key;
+  std::string_view m_comment;  // without the line feed of its last line
+};
+
+/// The comments of the keys, worded as in users' files.
+extern const std::array<KeyComment, 20> ParameterComments;
+
+/// The comment of key; empty when it has none.
+std::string_view ParameterComment(std::string_view key);
+
+/// Name of the template written at time: the date and time as numbers without leading zeros.
+std::string TemplateFileName(const LocalTime& time);
+
+/// The content of the template.
+std::string TemplateText();
+
+/// Writes the template into the current directory, under the name for time. A file of that name is
+/// left alone.
+void WriteParameterTemplate(const LocalTime& time = CurrentLocalTime());
+
+/// Logs every parameter of record, numbered, one message a line.
+void EchoParameters(const UserParameters& record);
+
+}  // namespace tarvek

@@ -1,0 +1,253 @@
+#include "UserParameters.h"
+
+#include <array>
+#include <utility>
+
+#include "Check.h"
+#include "FileUtils.h"
+#include "Logger.h"
+#include "NumberText.h"
+#include "ParameterText.h"
+#include "StringUtils.h"
+
+namespace tarvek {
+namespace {
+
+// A key with the field that it sets.
+template <class Value>
+struct KeyField {
+  const char* m_key;
+  Value UserParameters::*m_field;
+};
+
+constexpr std::array<KeyField<bool>, 9> kBoolFields = {{
+    {"rewrite_files", &UserParameters::m_rewrite_files},
+    {"co-elute", &UserParameters::m_co_elute},
+    {"cut_similiar_mono", &UserParameters::m_cut_similiar_mono},
+    {"delete_msn", &UserParameters::m_delete_msn},
+    {"check_activationcenter", &UserParameters::m_check_activationcenter},
+    {"output_pf", &UserParameters::m_output_pf},
+    {"output_mgf", &UserParameters::m_output_mgf},
+    {"output_msb", &UserParameters::m_output_msb},
+    {"mstolppm", &UserParameters::m_mstolppm},
+}};
+constexpr std::array<KeyField<std::int32_t>, 3> kIntegerFields = {{
+    {"intensity", &UserParameters::m_intensity_digits},
+    {"m/z", &UserParameters::m_mz_digits},
+    {"mars_model", &UserParameters::m_mars_model},
+}};
+constexpr std::array<KeyField<double>, 4> kRealFields = {{
+    {"mars_threshold", &UserParameters::m_mars_threshold},
+    {"isolation_width", &UserParameters::m_isolation_width},
+    {"recalibrate_window", &UserParameters::m_recalibrate_window},
+    {"mstol", &UserParameters::m_mstol},
+}};
+constexpr std::array<KeyField<std::string>, 4> kTextFields = {{
+    {"logfilepath", &UserParameters::m_logfilepath},
+    {"ipv_file", &UserParameters::m_ipv_file},
+    {"input_format", &UserParameters::m_input_format},
+    {"outputpath", &UserParameters::m_outputpath},
+}};
+
+constexpr const char* kChargeRangeKey = "charge_range";
+constexpr const char* kDataNumberKey = "datanum";
+constexpr const char* kDataPathKey = "datapath";
+
+// Decimals of a real in the text form, as "%f" has them.
+constexpr int kTextDecimals = 6;
+// Decimals that a written peak line may have.
+constexpr std::int32_t kMaxDigits = 9;
+// The tolerance that widens the candidate window is that of this m/z.
+constexpr double kWidestToleranceMz = 15000.0;
+// MS1 peaks are searched this far beyond the isolation width, in m/z.
+constexpr double kCandidateMarginMz = 1.0;
+
+std::string ParameterName(const std::string& key) { return "User Defined Parameter: " + key; }
+
+std::string IntegerText(std::int64_t value) {
+  std::string text;
+  AppendInteger(text, value);
+  return text;
+}
+
+std::string RealText(double value) {
+  std::string text;
+  AppendFixed(text, value, kTextDecimals);
+  return text;
+}
+
+std::string NumberedDataPathKey(std::int64_t number) { return kDataPathKey + IntegerText(number); }
+
+// Calls apply(field, value) for each field whose key is in table, in the order of fields.
+template <class Fields, class Apply>
+void ForEachGiven(const Fields& fields, const ParameterTable& table, Apply apply) {
+  for (const auto& field : fields)
+    if (const auto entry = table.find(field.m_key); entry != table.end())
+      apply(field, entry->second);
+}
+
+std::int32_t ChargeLimit(std::string_view text) {
+  const auto scanned = ScanInteger(text);
+  if (scanned.m_status == NumberStatus::kNoDigits) throw std::string("invalid stoi argument");
+  if (scanned.m_status == NumberStatus::kOutOfRange)
+    throw std::string("stoi argument out of range");
+  return scanned.m_value;
+}
+
+// The form is "2t6". The text form of a record has "2" between the limits (see ToParameterTable),
+// so an unedited template is refused here.
+void ApplyChargeRange(UserParameters& record, const ParameterTable& table) {
+  const auto entry = table.find(kChargeRangeKey);
+  if (entry == table.end()) return;
+  const std::string_view value = entry->second;
+  const std::size_t middle = value.find('t');
+  if (middle == std::string_view::npos || middle == 0)
+    throw "Parameter Charge Range should be in the form of 2t6 or -7t-1!";
+  record.m_charge_min = ChargeLimit(value.substr(0, middle));
+  record.m_charge_max = ChargeLimit(value.substr(middle + 1));
+}
+
+// The data paths as they are given, not yet looked up.
+std::vector<std::string> DataPathCandidates(const ParameterTable& table) {
+  const auto number_entry = table.find(kDataNumberKey);
+  if (number_entry == table.end()) {
+    const auto entry = table.find(kDataPathKey);
+    if (entry == table.end()) throw "Unable to find User Defined Parameter: datapath";
+    return {entry->second};
+  }
+  std::vector<std::string> candidates;
+  const std::int64_t number = StringToInt(number_entry->second, ParameterName(kDataNumberKey));
+  for (std::int64_t i = 1; i <= number; ++i) {
+    const std::string key = NumberedDataPathKey(i);
+    const auto entry = table.find(key);
+    if (entry == table.end()) throw "Unable to find " + ParameterName(key);
+    candidates.push_back(entry->second);
+  }
+  return candidates;
+}
+
+void ApplyDataPaths(UserParameters& record, const ParameterTable& table) {
+  for (const std::string& candidate : DataPathCandidates(table)) {
+    std::string path = WithoutTrailingSeparators(candidate);
+    if (PathExists(path))
+      record.m_datapaths.push_back(std::move(path));
+    else
+      logMessage(kWarn, "Datapath: " + path + " is not a valid datapath.");
+  }
+}
+
+void CheckDigits(std::int32_t digits, const char* message) {
+  if (digits < 0 || digits > kMaxDigits) throw message;
+}
+
+std::string PeakFormat(const UserParameters& record) {
+  return "%." + IntegerText(record.m_mz_digits) + "f %." + IntegerText(record.m_intensity_digits) +
+         "f\n";
+}
+
+void MakeMissingDirectory(const std::string& path) {
+  if (!IsDirectory(path)) MakeDirectory(path);
+}
+
+// The directory that the log of a run on path goes into. DirectoryOf answers with the path itself
+// for a bare file name and with nothing for a file in the root.
+std::string LogDirectoryBeside(const std::string& path) {
+  std::string directory = DirectoryOf(path);
+  if (directory.empty()) return std::string(1, kPathSeparator);
+  if (directory == path && !IsDirectory(path)) return ".";
+  return directory;
+}
+
+std::string LogDirectory(const UserParameters& record) {
+  if (!record.m_logfilepath.empty()) return WithoutTrailingSeparators(record.m_logfilepath);
+  if (!record.m_outputpath.empty()) return record.m_outputpath;
+  if (record.m_datapaths.empty()) return ".";
+  return LogDirectoryBeside(record.m_datapaths.front());
+}
+
+void PrepareOutputDirectory(UserParameters& record) {
+  if (record.m_outputpath.empty()) {
+    record.m_outputpath_follows_input = true;
+    return;
+  }
+  record.m_outputpath = WithoutTrailingSeparators(record.m_outputpath);
+  MakeMissingDirectory(record.m_outputpath);
+}
+
+void OpenLog(UserParameters& record) {
+  record.m_logfilepath = LogDirectory(record);
+  MakeMissingDirectory(record.m_logfilepath);
+  setLogDirectory(record.m_logfilepath);
+}
+
+}  // namespace
+
+void ApplyParameterTable(UserParameters& record, ParameterTable table) {
+  ForEachGiven(kBoolFields, table, [&record](const auto& field, const std::string& value) {
+    record.*field.m_field = value != "0";
+  });
+  ApplyChargeRange(record, table);
+  ForEachGiven(kIntegerFields, table, [&record](const auto& field, const std::string& value) {
+    record.*field.m_field = StringToInt(value, ParameterName(field.m_key));
+  });
+  ForEachGiven(kRealFields, table, [&record](const auto& field, const std::string& value) {
+    record.*field.m_field = StringToDouble(value, ParameterName(field.m_key));
+  });
+  ForEachGiven(kTextFields, table, [&record](const auto& field, const std::string& value) {
+    record.*field.m_field = value;
+  });
+  ApplyDataPaths(record, table);
+}
+
+ParameterTable ToParameterTable(const UserParameters& record) {
+  ParameterTable table;
+  for (const auto& field : kBoolFields) table[field.m_key] = record.*field.m_field ? "1" : "0";
+  for (const auto& field : kIntegerFields) table[field.m_key] = IntegerText(record.*field.m_field);
+  for (const auto& field : kRealFields) table[field.m_key] = RealText(record.*field.m_field);
+  for (const auto& field : kTextFields) table[field.m_key] = record.*field.m_field;
+  // Users' echoes and templates show a "2" between the limits, not the "t" of the input form.
+  table[kChargeRangeKey] =
+      IntegerText(record.m_charge_min) + "2" + IntegerText(record.m_charge_max);
+  table[kDataNumberKey] = IntegerText(static_cast<std::int64_t>(record.m_datapaths.size()));
+  for (std::size_t i = 0; i < record.m_datapaths.size(); ++i)
+    table[NumberedDataPathKey(static_cast<std::int64_t>(i) + 1)] = record.m_datapaths[i];
+  return table;
+}
+
+void Validate(UserParameters& record) {
+  CheckDigits(record.m_mz_digits, "Argument m/z(-z) invalid: m/z should be integer in [0, 9]");
+  CheckDigits(record.m_intensity_digits,
+              "Argument Intensity(-i) invalid: Intensity should be integer in [0, 9]");
+  record.m_peak_format = PeakFormat(record);
+  PrepareOutputDirectory(record);
+  OpenLog(record);
+  record.m_candidate_halfwidth = record.m_isolation_width + kCandidateMarginMz;
+  record.m_extended_halfwidth =
+      record.m_candidate_halfwidth + ToleranceMz(record, kWidestToleranceMz);
+}
+
+UserParameters CompleteParameters(ParameterTable table) {
+  UserParameters record;
+  ApplyParameterTable(record, std::move(table));
+  EchoParameters(record);
+  Validate(record);
+  return record;
+}
+
+void SetCurrentFile(UserParameters& record, const std::string& path) {
+  const std::size_t separator = path.find_last_of(kSeparators);
+  const bool bare = separator == std::string::npos;
+  record.m_current_file = path;
+  record.m_current_dir = bare ? "." : path.substr(0, separator);
+  record.m_current_filename = bare ? path : path.substr(separator + 1);
+  const std::size_t i_dot = record.m_current_filename.find_last_of('.');
+  TARVEK_CHECK(i_dot != std::string::npos, "i_dot != string::npos", "UserParameters");
+  record.m_current_basename = record.m_current_filename.substr(0, i_dot);
+  record.m_current_ext = record.m_current_filename.substr(i_dot + 1);
+  if (!record.m_outputpath_follows_input) return;
+  // Nothing stands before the separator of a file in the root; its outputs belong there too.
+  const bool in_root = record.m_current_dir.empty();
+  record.m_outputpath = in_root ? std::string(1, kPathSeparator) : record.m_current_dir;
+}
+
+}  // namespace tarvek

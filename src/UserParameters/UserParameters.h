@@ -1,0 +1,91 @@
+// UserParameters/UserParameters.h: every setting of a run in one record.
+// Does:     defaults, a key-to-value table applied or taken, range checks and derived values, and
+//           the fields of the file now being processed.
+// Owns:     its texts; it is copied by value.
+// Throws:   a character string (charge range, missing data path, digit ranges) or a std::string
+//           (missing numbered data path, conversions, directories); each is the whole message.
+// Not here: where the table comes from (ParameterFile.h, CommandLine.h), how it is shown
+//           (ParameterText.h).
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace tarvek {
+
+/// Key to value, sorted by key in byte order.
+using ParameterTable = std::map<std::string, std::string>;
+
+inline constexpr const char* kDefaultIpvFile = "IPV.txt";
+
+struct UserParameters {
+  bool m_rewrite_files = false;
+  bool m_co_elute = true;
+  bool m_cut_similiar_mono = true;
+  bool m_delete_msn = false;
+  bool m_check_activationcenter = true;
+  bool m_output_pf = true;
+  bool m_output_mgf = true;
+  bool m_output_msb = false;
+  bool m_mstolppm = true;
+  std::int32_t m_intensity_digits = 1;
+  std::int32_t m_mz_digits = 5;
+  std::int32_t m_mars_model = 4;
+  std::int32_t m_charge_min = 2;
+  std::int32_t m_charge_max = 6;
+  double m_mars_threshold = -0.34;
+  double m_isolation_width = 2.0;     // m/z
+  double m_recalibrate_window = 7.0;  // ppm
+  double m_mstol = 20.0;              // ppm, or m/z when m_mstolppm is false
+  std::string m_logfilepath;
+  std::string m_ipv_file = kDefaultIpvFile;
+  std::string m_input_format = "raw";
+  std::string m_outputpath;  // empty: beside each input file
+  std::vector<std::string> m_datapaths;
+
+  // Derived by Validate.
+  bool m_outputpath_follows_input = false;
+  std::string m_peak_format;  // printf format of one written peak line
+
+  // The input file now being processed, set by SetCurrentFile.
+  std::string m_current_file;
+  std::string m_current_dir;
+  std::string m_current_filename;
+  std::string m_current_basename;
+  std::string m_current_ext;  // without the dot
+
+  // Derived by Validate.
+  double m_candidate_halfwidth = 3.0;  // m/z
+  double m_extended_halfwidth = 3.5;   // m/z, widened by the mass tolerance
+
+  // Groups near-identical MS2 scans before processing. No key sets it.
+  bool m_cluster_ms2 = false;
+};
+
+/// Overwrites every field whose key is in table; unknown keys are ignored. Data paths that name
+/// neither a file nor a directory are dropped with a warning.
+void ApplyParameterTable(UserParameters& record, ParameterTable table);
+
+/// The text form of every setting, as the echo, the template and the usage text show it.
+ParameterTable ToParameterTable(const UserParameters& record);
+
+/// Checks ranges, makes the output and log directories, computes the derived fields and opens the
+/// log file.
+void Validate(UserParameters& record);
+
+/// The record of a run: the defaults with table applied, echoed into the log, then validated.
+/// Throws what those steps throw.
+UserParameters CompleteParameters(ParameterTable table);
+
+/// Fills the m_current_* fields from path, and m_outputpath when it follows the input. The file
+/// name must contain a dot.
+void SetCurrentFile(UserParameters& record, const std::string& path);
+
+/// The mass tolerance in m/z units at reference_mz.
+inline double ToleranceMz(const UserParameters& record, double reference_mz) {
+  return record.m_mstolppm ? record.m_mstol * reference_mz / 1e6 : record.m_mstol;
+}
+
+}  // namespace tarvek

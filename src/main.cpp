@@ -1,0 +1,3 @@
+#include "MainDriver.h"
+
+int main(int argc, char** argv) { return tarvek::RunTarvek(argc, argv); }

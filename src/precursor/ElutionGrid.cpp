@@ -1,0 +1,49 @@
+#include "ElutionGrid.h"
+
+#include <algorithm>
+
+#include "Check.h"
+#include "NumericUtils.h"
+
+namespace tarvek {
+namespace {
+
+// trunc(100 c) beyond this is no m/z any more; it keeps 2 x trunc(100 c) inside the integer range.
+constexpr std::int64_t kMaxCenterBins = std::int64_t{1} << 40;
+
+}  // namespace
+
+void ElutionGrid::Reset(double half_width, double center, double reach) {
+  m_origin = half_width - center;
+  m_bin_num =
+      2 * std::clamp(TruncateToInt64(kBinsPerUnit * center), -kMaxCenterBins, kMaxCenterBins);
+  m_first_bin =
+      std::clamp<std::int64_t>(BinOf(center - reach), 0, std::max<std::int64_t>(m_bin_num, 0));
+  const std::int64_t end =
+      std::clamp(BinOf(center + reach) + 1, m_first_bin, std::max(m_bin_num, m_first_bin));
+  m_bins.assign(static_cast<std::size_t>(end - m_first_bin), RowSums{});
+}
+
+void ElutionGrid::Add(std::size_t row, const Peak& peak) {
+  const std::int64_t bin = BinOf(peak.m_mz);
+  if (row >= kRows || bin < 0 || bin >= m_bin_num) return;
+  const auto stored = static_cast<std::size_t>(bin - m_first_bin);
+  TARVEK_CHECK(bin >= m_first_bin && stored < m_bins.size(), "peak within reach", "ElutionGrid");
+  m_bins[stored][row] += peak.m_intensity;
+}
+
+std::int64_t ElutionGrid::BinOf(double mz) const {
+  return TruncateToInt64((mz - m_origin) * kBinsPerUnit);
+}
+
+ElutionGrid::RowSums ElutionGrid::Sum(std::int64_t low, std::int64_t high) const {
+  RowSums sums{};
+  const std::int64_t end = std::min(high, m_first_bin + static_cast<std::int64_t>(m_bins.size()));
+  for (std::int64_t bin = std::max(low, m_first_bin); bin < end; ++bin) {
+    const RowSums& stored = m_bins[static_cast<std::size_t>(bin - m_first_bin)];
+    for (std::size_t row = 0; row < kRows; ++row) sums[row] += stored[row];
+  }
+  return sums;
+}
+
+}  // namespace tarvek

@@ -1,0 +1,47 @@
+// precursor/ElutionGrid.h: intensities of the ten MS1 scans around an MS2 scan in fixed m/z bins.
+// Does:     sums peaks into bins of 0.01 m/z, one row a scan, and sums ranges of bins.
+// Owns:     its bins. The grid reaches from m/z 0 to c + W, but only the bins within reach of the
+//           centre are stored: the others stay 0, and a sum does not depend on zeros.
+// Throws:   nothing; a peak out of reach fails an internal check.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "SpectrumRecords.h"
+
+namespace tarvek {
+
+class ElutionGrid {
+ public:
+  static constexpr std::size_t kRows = 10;  // m_ki_r_num
+  using RowSums = std::array<double, kRows>;
+
+  /// Empties the grid for a new scan. half_width W and center c in m/z as the bins are defined;
+  /// peaks within reach (in m/z, excluded) of the centre may be added.
+  void Reset(double half_width, double center, double reach);
+
+  /// Adds a peak to its bin of a row; one outside the grid's bins is dropped.
+  void Add(std::size_t row, const Peak& peak);
+
+  /// The bin of an m/z: trunc((mz - origin) x 100), with origin = W - c. Not held to the grid.
+  [[nodiscard]] std::int64_t BinOf(double mz) const;
+
+  /// For each row the sum over bins low <= b < high, added in ascending order.
+  [[nodiscard]] RowSums Sum(std::int64_t low, std::int64_t high) const;
+
+  [[nodiscard]] std::int64_t BinCount() const { return m_bin_num; }
+  [[nodiscard]] double Origin() const { return m_origin; }
+
+ private:
+  static constexpr double kBinsPerUnit = 100.0;
+
+  double m_origin = 0.0;
+  std::int64_t m_bin_num = 0;
+  std::int64_t m_first_bin = 0;  // of those stored
+  std::vector<RowSums> m_bins;   // one entry a stored bin
+};
+
+}  // namespace tarvek

@@ -1,0 +1,103 @@
+// precursor/FeaturesExtractor.h: one candidate precursor of one MS2 scan and its features.
+// Does:     computes each feature on first request and keeps it.
+// Owns:     its isotope envelope; borrows everything in ScanContext, which must outlive it.
+// Throws:   nothing; a mass outside the isotope table is logged and fails an internal check.
+// Not here: which candidates are tried or kept (PrecursorDetermination.h), scores
+// (ScoringModels.h).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "ElutionGrid.h"
+#include "IsoPattern.h"
+#include "SpectrumRecords.h"
+#include "SpectrumUtils.h"
+#include "UserParameters.h"
+
+namespace tarvek {
+
+/// What all candidates of one MS2 scan share.
+struct ScanContext {
+  const UserParameters& m_params;
+  const MS2Spectrum& m_ms2;
+  const ScanWindow& m_scan_window;  // as gathered, not thinned
+  PeakSpan m_peak_candidates;       // not empty, before the cut at the isolation window
+  const ElutionGrid& m_grid;
+};
+
+class FeaturesExtractor {
+ public:
+  /// precursor: signed m/z and charge, both negative for a negative ion; charge not 0.
+  FeaturesExtractor(const ScanContext& scan, const Precursor& precursor)
+      : m_scan(&scan), m_precursor(precursor) {}
+
+  [[nodiscard]] const Precursor& GetPrecursor() const { return m_precursor; }
+
+  /// The observed isotope envelope.
+  const IsoPattern& iso_pattern();
+
+  /// Best Pearson correlation, over the rows of the envelope, with the expected envelope; the m1
+  /// and m2 forms start one and two positions below the monoisotopic peak, where nothing is
+  /// expected.
+  double ipv_similarity_0();
+  double ipv_similarity_m1();
+  double ipv_similarity_m2();
+  /// The row that decided ipv_similarity_m2; -1 before it was asked for.
+  [[nodiscard]] int best_row() const { return m_best_row; }
+
+  /// Cosine of the elution profiles of two isotope positions: 0 and 1; -1 and 0.
+  double xic_correlation_0_1();
+  double xic_correlation_m1_0();
+
+  /// Share of the elution intensity at the monoisotopic position and above, against that from one
+  /// position below; 1 when there is none at all.
+  double elution_share();
+
+  /// Longest run of isotope positions from 0 upwards with intensity in one row, 0 to 5.
+  int isotope_count();
+
+  /// How many of those positions lie inside the isolation window.
+  int window_isotope_count();
+
+  /// Candidate-peak intensity of those positions inside the isolation window, scaled by the
+  /// window's half-width, over all that is there; 0 when nothing is there.
+  double window_intensity_ratio();
+
+  /// Intensity-weighted spread of the m/z near the truncated m/z over the scan window, in ppm.
+  double mz_spread_ppm();
+
+  /// The m/z averaged by intensity over the scan window within recalibrate_window ppm, positive;
+  /// the candidate's own when there is no intensity.
+  double refined_mz();
+
+  [[nodiscard]] double charge_times_mz() const { return m_precursor.m_charge * m_precursor.m_mz; }
+  [[nodiscard]] double abs_charge() const;
+
+ private:
+  double IpvSimilarity(int shift, std::optional<double>& cache, int* best_row);
+  double XicCorrelation(int a, int b, std::optional<double>& cache);
+  [[nodiscard]] double IsotopeIntensityInWindow(PeakSpan window_peaks);
+
+  const ScanContext* m_scan;
+  Precursor m_precursor;
+  std::optional<IsoPattern> m_iso_pattern;
+  std::optional<double> m_ipv_similarity_0;
+  std::optional<double> m_ipv_similarity_m1;
+  std::optional<double> m_ipv_similarity_m2;
+  std::optional<double> m_xic_correlation_0_1;
+  std::optional<double> m_xic_correlation_m1_0;
+  std::optional<double> m_elution_share;
+  std::optional<double> m_window_intensity_ratio;
+  std::optional<double> m_mz_spread_ppm;
+  std::optional<double> m_refined_mz;
+  std::optional<int> m_isotope_count;
+  std::optional<int> m_window_isotope_count;
+  int m_best_row = -1;
+};
+
+/// Pearson correlation of x and y, of the same length; 0 when the root of the variances is at most
+/// 1e-6. May be NaN for values whose variance cancels below zero.
+double PearsonCorrelation(std::span<const double> x, std::span<const double> y);
+
+}  // namespace tarvek

@@ -1,0 +1,67 @@
+// precursor/IsoPattern.h: the observed isotope envelope of one candidate precursor.
+// Does:     reads twelve isotope positions off the candidate peaks and the elution grid, then cuts
+//           each row after its first valley, where another envelope may begin.
+// Owns:     its matrix.
+// Throws:   nothing; an empty list of candidate peaks fails an internal check.
+// Not here: what is concluded from the envelope (FeaturesExtractor.h).
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include "ElutionGrid.h"
+#include "SpectrumRecords.h"
+#include "SpectrumUtils.h"
+
+namespace tarvek {
+
+/// Distance of isotope peaks in m/z times charge (the averagine mean, not the 13C-12C difference).
+inline constexpr double kIsotopeSpacing = 1.003;
+
+/// m/z of isotope position i of a precursor with signed m/z and charge; always positive:
+/// |mz| + i x 1.003 / |z|.
+inline double IsotopePositionMz(const Precursor& precursor, int i) {
+  const double offset = i * kIsotopeSpacing / precursor.m_charge;
+  return precursor.m_charge > 0 ? precursor.m_mz + offset : -precursor.m_mz - offset;
+}
+
+class IsoPattern {
+ public:
+  static constexpr int kLeftNum = 7;   // isotope positions below the monoisotopic peak
+  static constexpr int kRightNum = 5;  // positions 0 to 4
+  static constexpr std::size_t kColNum = kLeftNum + kRightNum;
+  static constexpr std::size_t kMonoColumn = kLeftNum;
+  static constexpr std::size_t kRowNum = 1 + ElutionGrid::kRows;
+  using Row = std::array<double, kColNum>;
+  using Matrix = std::array<Row, kRowNum>;
+
+  /// center: activation centre in m/z; tol: mass tolerance, in ppm with tol_is_ppm, else in m/z;
+  /// candidates: not empty.
+  IsoPattern(double center, double tol, bool tol_is_ppm, const Precursor& precursor,
+             PeakSpan candidates, const ElutionGrid& grid);
+
+  /// Column 7 + i holds isotope position i. Row 0 holds intensities of single candidate peaks, row
+  /// r + 1 sums of grid row r. Every row is cut after its first valley.
+  [[nodiscard]] const Matrix& Rows() const { return m_matrix; }
+
+  /// Sum of rows 1 to 10 over isotope positions -1 to 4 before the cut.
+  [[nodiscard]] double Total() const { return m_total; }
+
+  /// Sum of rows 1 to 10 over isotope positions 0 to 4 after the cut.
+  [[nodiscard]] double SumFromMono() const;
+
+  /// The ten values of an isotope position over the MS1 scans, in scan order.
+  [[nodiscard]] std::array<double, ElutionGrid::kRows> ElutionProfile(int i) const;
+
+ private:
+  void FillColumn(int i, double x, double tol_peak, double tol_grid, PeakSpan candidates,
+                  const ElutionGrid& grid);
+
+  double m_total = 0.0;
+  Matrix m_matrix{};
+};
+
+/// Zeroes what follows the first valley after the +1 isotope; the valley itself keeps its value.
+void CutAfterFirstValley(IsoPattern::Row& row);
+
+}  // namespace tarvek

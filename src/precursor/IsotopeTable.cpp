@@ -1,0 +1,97 @@
+#include "IsotopeTable.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdint>
+#include <system_error>
+#include <utility>
+
+#include "Check.h"
+#include "FileUtils.h"
+#include "NumberText.h"
+#include "NumericUtils.h"
+
+namespace tarvek {
+namespace {
+
+constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
+
+IsotopeTable m_h_IPV_Matrix;
+bool m_h_is_IPV_inited = false;
+
+std::string ReadWholeFile(File& file) {
+  std::string text;
+  char block[1 << 16];
+  while (const std::size_t count = file.Read(block, sizeof block)) text.append(block, count);
+  return text;
+}
+
+[[noreturn]] void FailToken(std::string_view token, std::size_t line, const std::string& path) {
+  std::string message = "Isotope table " + path + ", line ";
+  AppendInteger(message, static_cast<std::int64_t>(line));
+  throw message + ": '" + std::string(token.substr(0, 40)) + "' is not a number.";
+}
+
+double TokenValue(std::string_view token, std::size_t line, const std::string& path) {
+  const std::string_view digits = token.starts_with('+') ? token.substr(1) : token;
+  double value = 0.0;
+  const char* const end = digits.data() + digits.size();
+  const auto result = std::from_chars(digits.data(), end, value);
+  if (result.ec != std::errc() || result.ptr != end || !std::isfinite(value))
+    FailToken(token, line, path);
+  return value;
+}
+
+// The index of the precursor's row before it is checked; negative or too large without a row.
+std::int64_t RowIndex(const Precursor& precursor) {
+  return TruncateToInt64(ProtonatedMassDa(precursor));
+}
+
+}  // namespace
+
+IsotopeTable ParseIsotopeTable(std::string_view text, const std::string& path) {
+  IsotopeTable table(kIsotopeTableRows, IsotopeRow{});
+  constexpr std::size_t kColumns = std::tuple_size_v<IsotopeRow>;
+  std::size_t line = 1;
+  for (std::size_t count = 0; count < kIsotopeTableRows * kColumns; ++count) {
+    while (!text.empty() && kWhiteSpace.find(text.front()) != std::string_view::npos) {
+      line += text.front() == '\n';
+      text.remove_prefix(1);
+    }
+    if (text.empty()) break;
+    const std::string_view token = text.substr(0, text.find_first_of(kWhiteSpace));
+    table[count / kColumns][count % kColumns] = TokenValue(token, line, path);
+    text.remove_prefix(token.size());
+  }
+  return table;
+}
+
+void LoadIsotopeTable(const std::string& path) {
+  if (m_h_is_IPV_inited) return;
+  File file = OpenFile(path, "r", "IPV Store");
+  InstallIsotopeTable(ParseIsotopeTable(ReadWholeFile(file), path));
+}
+
+void InstallIsotopeTable(IsotopeTable table) {
+  m_h_IPV_Matrix = std::move(table);
+  m_h_is_IPV_inited = true;
+}
+
+double ProtonatedMassDa(const Precursor& precursor) {
+  const double mz = precursor.m_mz;
+  const double z = precursor.m_charge;
+  return mz * z - z * kProtonMass + kProtonMass;
+}
+
+bool IsInIsotopeTable(const Precursor& precursor) {
+  const std::int64_t row = RowIndex(precursor);
+  return m_h_is_IPV_inited && row >= 0 && std::cmp_less(row, m_h_IPV_Matrix.size());
+}
+
+const IsotopeRow& LookUpIsotopeRow(const Precursor& precursor) {
+  TARVEK_CHECK(IsInIsotopeTable(precursor), "m_h_is_IPV_inited && (int)mz < m_h_IPV_Matrix.size()",
+               "FeaturesExtractor");
+  return m_h_IPV_Matrix[static_cast<std::size_t>(RowIndex(precursor))];
+}
+
+}  // namespace tarvek

@@ -1,0 +1,155 @@
+#include "PrecursorDetermination.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <numeric>
+#include <string>
+#include <utility>
+
+#include "Logger.h"
+#include "NumberText.h"
+#include "ScoringModels.h"
+
+namespace tarvek {
+namespace {
+
+constexpr double kMinSimilarity = 0.5;
+constexpr double kMinWindowRatio = 0.04;
+constexpr double kEdgeAllowanceMz = 0.05;
+constexpr int kIsotopesAgainstCentre = 4;  // positions 0 to 3
+constexpr std::size_t kCandidateLimit = 1000;
+
+void ReportMissingPrecursorScan(const MS2Spectrum& ms2) {
+  std::string text = "Cannot found the precurosr scan of MS2: ";
+  AppendInteger(text, ms2.m_precursor_scan);
+  logInfo(text);
+}
+
+RankVector RankingValues(FeaturesExtractor& candidate) {
+  return {candidate.ipv_similarity_0(), -candidate.xic_correlation_m1_0(),
+          candidate.xic_correlation_0_1(), candidate.window_intensity_ratio()};
+}
+
+// Replaces component k of every entry by its rank. The entry before has its rank already when it is
+// compared, so equal values almost never share one; scores were fitted with ranks of this kind.
+void ReplaceByRank(std::vector<RankVector>& entries, std::vector<std::size_t>& order,
+                   std::size_t k) {
+  std::ranges::stable_sort(order, {}, [&](std::size_t i) { return entries[i][k]; });
+  double counter = 1.0;
+  for (std::size_t place = 0; place < order.size(); ++place) {
+    double& value = entries[order[place]][k];
+    if (place > 0 && entries[order[place - 1]][k] != value) counter += 1.0;
+    value = counter;
+  }
+}
+
+double RankProduct(const RankVector& r) {
+  return r[0] * r[0] * r[0] * r[1] * r[2] * (r[3] * r[3] * r[3]);
+}
+
+struct ScoredCandidate {
+  FeaturesExtractor* m_candidate;
+  double m_score;
+};
+
+}  // namespace
+
+std::vector<std::size_t> PreRankOrder(std::vector<RankVector> entries) {
+  std::vector<std::size_t> order(entries.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  for (std::size_t k = 0; k < std::tuple_size_v<RankVector>; ++k) ReplaceByRank(entries, order, k);
+  std::ranges::stable_sort(order, {}, [&](std::size_t i) { return RankProduct(entries[i]); });
+  return order;
+}
+
+bool ReachesActivationCentre(const Precursor& precursor, double centre, double tol_mz) {
+  for (int i = 0; i < kIsotopesAgainstCentre; ++i)
+    if (std::fabs(IsotopePositionMz(precursor, i) - centre) < tol_mz) return true;
+  return false;
+}
+
+bool PassesFilters(FeaturesExtractor& candidate, double centre, double isolation_width) {
+  const Precursor& precursor = candidate.GetPrecursor();
+  const int abs_charge = std::abs(precursor.m_charge);
+  const int isotopes = candidate.isotope_count();
+  if (isotopes < 2 || (abs_charge > 3 && isotopes < 3)) return false;
+  if (candidate.ipv_similarity_0() < kMinSimilarity) return false;
+  const bool needs_two_in_window = abs_charge > 2 || precursor.m_mz > centre + isolation_width;
+  if (needs_two_in_window && candidate.window_isotope_count() < 2) return false;
+  return !(candidate.window_intensity_ratio() < kMinWindowRatio);
+}
+
+std::vector<Precursor> PrecursorDetermination::determine_precursors(const Ms1Store& store,
+                                                                    const MS2Spectrum& ms2) {
+  const auto window = gather_ms1_window(store, ms2, m_params->m_extended_halfwidth);
+  if (!window) {
+    ReportMissingPrecursorScan(ms2);
+    return {};
+  }
+  filter_by_local_intensity(*window, ms2.m_activation_center, m_filtered);
+  collect_peak_candidates(*m_params, m_filtered, ms2, m_candidates);
+  if (m_candidates.empty()) return {};
+  FillGrid(ms2);
+  const ScanContext scan{*m_params, ms2, *window, m_candidates, m_grid};
+  CollectSurvivors(scan);
+  return ScoreSurvivors();
+}
+
+void PrecursorDetermination::FillGrid(const MS2Spectrum& ms2) {
+  m_grid.Reset(m_params->m_candidate_halfwidth, ms2.m_activation_center,
+               m_params->m_extended_halfwidth);
+  for (std::size_t row = 0; row < m_filtered.size(); ++row)
+    for (const Peak& peak : m_filtered[row]) m_grid.Add(row, peak);
+}
+
+void PrecursorDetermination::CollectSurvivors(const ScanContext& scan) {
+  const double centre = scan.m_ms2.m_activation_center;
+  const double highest_mz = m_params->m_isolation_width * 0.5 + centre + kEdgeAllowanceMz;
+  const double tol_mz = ToleranceMz(*m_params, centre);
+  m_survivors.clear();
+  for (const Peak& peak : m_candidates) {
+    if (!(peak.m_mz <= highest_mz)) continue;
+    for (std::int64_t z = m_params->m_charge_min; z <= m_params->m_charge_max; ++z) {
+      if (z == 0) continue;  // an ion has a charge
+      const Precursor precursor{z < 0 ? -peak.m_mz : peak.m_mz, static_cast<std::int32_t>(z)};
+      if (!m_params->m_co_elute && !ReachesActivationCentre(precursor, centre, tol_mz)) continue;
+      FeaturesExtractor candidate(scan, precursor);
+      if (PassesFilters(candidate, centre, m_params->m_isolation_width))
+        m_survivors.push_back(std::move(candidate));
+    }
+  }
+}
+
+// The places of the survivors that are scored, in the order in which they are.
+std::vector<std::size_t> PrecursorDetermination::SelectForScoring() {
+  const std::size_t limit = m_params->m_co_elute ? kCandidateLimit : 1;
+  if (m_survivors.size() > limit) {
+    std::vector<RankVector> values;
+    values.reserve(m_survivors.size());
+    for (FeaturesExtractor& survivor : m_survivors) values.push_back(RankingValues(survivor));
+    std::vector<std::size_t> order = PreRankOrder(std::move(values));
+    order.resize(limit);
+    return order;
+  }
+  std::vector<std::size_t> order(m_survivors.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  return order;
+}
+
+std::vector<Precursor> PrecursorDetermination::ScoreSurvivors() {
+  std::vector<ScoredCandidate> scored;
+  for (const std::size_t i : SelectForScoring())
+    scored.push_back({&m_survivors[i], Score(m_survivors[i], m_params->m_mars_model)});
+  std::ranges::stable_sort(scored, std::ranges::greater{}, &ScoredCandidate::m_score);
+  std::vector<Precursor> accepted;
+  for (const ScoredCandidate& candidate : scored) {
+    if (!(candidate.m_score > m_params->m_mars_threshold)) break;
+    const std::int32_t charge = candidate.m_candidate->GetPrecursor().m_charge;
+    const double mz = candidate.m_candidate->refined_mz();
+    accepted.push_back({charge < 0 ? -mz : mz, charge});
+  }
+  return accepted;
+}
+
+}  // namespace tarvek
