@@ -1,0 +1,33 @@
+// The companion program tarvek-tools: picks the subcommand and turns its errors into an exit
+// status.
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <iostream>
+#include <string>
+
+#include "IpvCommand.h"
+
+namespace {
+
+constexpr int kFailure = 1;
+
+int Fail(const std::string& message) {
+  std::cerr << "tarvek-tools: " << message << '\n';
+  return kFailure;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    CLI::App app("Companion programs of tarvek", "tarvek-tools");
+    app.require_subcommand(1);
+    tarvek::tools::AddIpvCommand(app);
+    CLI11_PARSE(app, argc, argv);
+    return 0;
+  } catch (const std::string& message) {  // of the file helpers
+    return Fail(message);
+  } catch (const std::exception& error) {
+    return Fail(error.what());
+  }
+}
