@@ -138,7 +138,7 @@ ScannedNumber<double> ScanReal(std::string_view text) {
   text = SkipSpace(text);
   const bool negative = TakeSign(text);
   scanned = ScanAnyReal(text);
-  if (negative) scanned.m_value = -scanned.m_value;
+  if (negative && scanned.m_status != NumberStatus::kNoDigits) scanned.m_value = -scanned.m_value;
   return scanned;
 }
 

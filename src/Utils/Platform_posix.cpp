@@ -82,7 +82,7 @@ bool File::Write(std::string_view bytes) noexcept {
 }
 
 bool File::Seek(std::int64_t offset_bytes) noexcept {
-  return ::lseek(m_descriptor, offset_bytes, SEEK_SET) == offset_bytes;
+  return offset_bytes >= 0 && ::lseek(m_descriptor, offset_bytes, SEEK_SET) == offset_bytes;
 }
 
 bool File::Close() noexcept {

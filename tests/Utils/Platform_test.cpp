@@ -1,0 +1,179 @@
+#include "Platform.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <ctime>
+#include <filesystem>
+#include <string>
+#include <thread>
+#include <utility>
+
+#include "TestSupport.h"
+
+namespace tarvek {
+namespace {
+
+using testing::IsSupersetOf;
+
+class FileTest : public testing::Test {
+ protected:
+  std::string ReadUpTo(File& file, std::size_t size) {
+    std::string bytes(size, '\0');
+    bytes.resize(file.Read(bytes.data(), size));
+    return bytes;
+  }
+  test::TemporaryDirectory m_directory;
+  std::string m_path = m_directory / "a";
+};
+
+TEST_F(FileTest, IsNotOpenByDefault) { EXPECT_FALSE(File().IsOpen()); }
+TEST_F(FileTest, IsNotOpenForAMissingPath) { EXPECT_FALSE(File::Open(m_path, "r").IsOpen()); }
+TEST_F(FileTest, IsNotOpenForADirectory) {
+  EXPECT_FALSE(File::Open(m_directory.Path(), "r").IsOpen());
+}
+TEST_F(FileTest, ReadModeDoesNotMakeAFile) {
+  static_cast<void>(File::Open(m_path, "rb"));
+  EXPECT_FALSE(std::filesystem::exists(m_path));
+}
+TEST_F(FileTest, ReadsUpToTheEnd) {
+  test::WriteFile(m_path, "abc");
+  File file = File::Open(m_path, "rb");
+  EXPECT_EQ(ReadUpTo(file, 2), "ab");
+  EXPECT_EQ(ReadUpTo(file, 2), "c");
+  EXPECT_EQ(ReadUpTo(file, 2), "");
+}
+TEST_F(FileTest, PassesEveryByteUnchanged) {
+  std::string bytes;
+  for (int i = 0; i < 256; ++i) bytes += static_cast<char>(i);
+  File file = File::Open(m_path, "w");
+  EXPECT_TRUE(file.Write(bytes));
+  EXPECT_TRUE(file.Close());
+  EXPECT_EQ(test::ReadFile(m_path), bytes);
+}
+TEST_F(FileTest, WriteModeEmptiesTheFile) {
+  test::WriteFile(m_path, "abc");
+  static_cast<void>(File::Open(m_path, "wb+"));
+  EXPECT_EQ(test::ReadFile(m_path), "");
+}
+TEST_F(FileTest, AppendModeWritesAtTheEndEvenAfterASeek) {
+  test::WriteFile(m_path, "abc");
+  File file = File::Open(m_path, "a+");
+  EXPECT_TRUE(file.Seek(0));
+  EXPECT_TRUE(file.Write("d"));
+  EXPECT_EQ(test::ReadFile(m_path), "abcd");
+}
+TEST_F(FileTest, SeeksBeyondFourGigabytes) {
+  File file = File::Open(m_path, "w+");
+  constexpr std::int64_t kOffset = (std::int64_t{1} << 32) + 7;
+  ASSERT_TRUE(file.Seek(kOffset));
+  ASSERT_TRUE(file.Write("x"));
+  EXPECT_EQ(std::filesystem::file_size(m_path), static_cast<std::uintmax_t>(kOffset) + 1);
+}
+TEST_F(FileTest, CannotSeekBeforeTheStart) {
+  File file = File::Open(m_path, "w");
+  EXPECT_FALSE(file.Seek(-1));
+}
+TEST_F(FileTest, ReportsAWriteThatFails) {
+  File file = File::Open("/dev/full", "w");
+  EXPECT_FALSE(file.Write("x"));
+}
+TEST_F(FileTest, WritesNothingWithSuccess) {
+  File file = File::Open("/dev/full", "w");
+  EXPECT_TRUE(file.Write(""));
+}
+TEST_F(FileTest, NamesThePathOfAReadThatFails) {
+  File file = File::Open(m_path, "w");
+  ASSERT_TRUE(file.Close());
+  char byte = 0;
+  EXPECT_EQ(test::MessageOf([&] { file.Read(&byte, 1); }), "Cannot read " + m_path);
+}
+TEST_F(FileTest, GivesItsFileAwayWhenMoved) {
+  test::WriteFile(m_path, "abc");
+  File file = File::Open(m_path, "r");
+  File moved(std::move(file));
+  EXPECT_FALSE(file.IsOpen());  // NOLINT(bugprone-use-after-move): the moved-from state is promised
+  EXPECT_EQ(ReadUpTo(moved, 3), "abc");
+}
+TEST_F(FileTest, ClosesItsFormerFileWhenAssigned) {
+  test::WriteFile(m_path, "abc");
+  File file = File::Open(m_directory / "b", "w");
+  file = File::Open(m_path, "r");
+  EXPECT_EQ(ReadUpTo(file, 3), "abc");
+}
+TEST_F(FileTest, ClosesTwiceWithoutHarm) {
+  File file = File::Open(m_path, "w");
+  EXPECT_TRUE(file.Close());
+  EXPECT_TRUE(file.Close());
+}
+
+TEST_F(FileTest, ListDirectoryNamesGivesEveryName) {
+  test::WriteFile(m_directory / "x.txt", "");
+  test::WriteFile(m_directory / ".hidden", "");
+  const auto names = ListDirectoryNames(m_directory.Path());
+  ASSERT_TRUE(names.has_value());
+  EXPECT_THAT(*names, IsSupersetOf({"x.txt", ".hidden"}));
+}
+TEST_F(FileTest, ListDirectoryNamesGivesNothingForAFile) {
+  test::WriteFile(m_path, "");
+  EXPECT_FALSE(ListDirectoryNames(m_path).has_value());
+}
+TEST_F(FileTest, MakeDirectoryTreeMakesParents) {
+  EXPECT_TRUE(MakeDirectoryTree(m_directory / "p/q"));
+  EXPECT_TRUE(std::filesystem::is_directory(m_directory / "p/q"));
+}
+TEST_F(FileTest, MakeDirectoryTreeFailsBelowAFile) {
+  test::WriteFile(m_path, "");
+  EXPECT_FALSE(MakeDirectoryTree(m_path + "/q"));
+}
+TEST_F(FileTest, DeleteFileAtDeletes) {
+  test::WriteFile(m_path, "");
+  EXPECT_TRUE(DeleteFileAt(m_path));
+  EXPECT_FALSE(std::filesystem::exists(m_path));
+}
+TEST_F(FileTest, DeleteFileAtFailsForAMissingFile) { EXPECT_FALSE(DeleteFileAt(m_path)); }
+TEST_F(FileTest, RenameFileAtFailsForAMissingFile) {
+  EXPECT_FALSE(RenameFileAt(m_path, m_directory / "b"));
+}
+
+TEST(ExecutableDirectory, HoldsThisProgram) {
+  ASSERT_NE(ExecutableDirectory(), "");
+  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
+  EXPECT_TRUE(
+      std::filesystem::exists(std::filesystem::path(ExecutableDirectory()) / program.filename()));
+}
+
+TEST(CurrentLocalTime, IsTheTimeOfTheClock) {
+  const LocalTime time = CurrentLocalTime();
+  std::tm fields{};
+  fields.tm_year = time.m_year - 1900;
+  fields.tm_mon = time.m_month - 1;
+  fields.tm_mday = time.m_day;
+  fields.tm_hour = time.m_hour;
+  fields.tm_min = time.m_minute;
+  fields.tm_sec = time.m_second;
+  fields.tm_isdst = -1;
+  EXPECT_NEAR(std::difftime(std::mktime(&fields), std::time(nullptr)), 0.0, 5.0);
+  EXPECT_EQ(fields.tm_wday, time.m_weekday);
+}
+TEST(MonotonicMilliseconds, CountsMilliseconds) {
+  const std::int64_t start_ms = MonotonicMilliseconds();
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  const std::int64_t elapsed_ms = MonotonicMilliseconds() - start_ms;
+  EXPECT_GE(elapsed_ms, 20);
+  EXPECT_LT(elapsed_ms, 20000);
+}
+TEST(IgnoreWriteSignals, KeepsTheProcessAliveWhenAPipeBreaks) {
+  const auto former_pipe = std::signal(SIGPIPE, SIG_DFL);
+  const auto former_size = std::signal(SIGXFSZ, SIG_DFL);
+  IgnoreWriteSignals();
+  EXPECT_EQ(std::raise(SIGPIPE), 0);  // would end this process otherwise
+  EXPECT_EQ(std::raise(SIGXFSZ), 0);
+  std::signal(SIGPIPE, former_pipe);
+  std::signal(SIGXFSZ, former_size);
+}
+
+}  // namespace
+}  // namespace tarvek
