@@ -33,6 +33,32 @@ void AppendPeak(std::string_view line, std::vector<Peak>& peaks) {
   if (intensity > kZeroTolerance) peaks.push_back({ParseReal(line.substr(0, blank)), intensity});
 }
 
+// Where a line "m/z intensity" of plain decimals ends, or null when the text at first is no such
+// line or is not there to its end.
+const char* ReadPlainPeak(const char* first, const char* last, Peak& peak) {
+  const char* p = ReadPlainDecimal(first, last, peak.m_mz);
+  if (p == nullptr || p == last || *p != ' ') return nullptr;
+  p = ReadPlainDecimal(p + 1, last, peak.m_intensity);
+  if (p != nullptr && p != last && *p == '\r') ++p;
+  return p != nullptr && p != last && *p == '\n' ? p + 1 : nullptr;
+}
+
+// Takes the peak lines that come next as long as they are plain; nearly all are. What it leaves
+// goes the general way, with the same result.
+void TakePlainPeaks(LineReader& lines, std::vector<Peak>& peaks) {
+  const std::string_view ahead = lines.Ahead();
+  const char* p = ahead.data();
+  const char* const last = p + ahead.size();
+  Peak peak;
+  while (p != last && IsDigit(*p)) {
+    const char* const next = ReadPlainPeak(p, last, peak);
+    if (next == nullptr) break;
+    if (peak.m_intensity > kZeroTolerance) peaks.push_back(peak);
+    p = next;
+  }
+  lines.Skip(static_cast<std::size_t>(p - ahead.data()));
+}
+
 std::string_view InstrumentType(char first) {
   if (first == 'F' || first == 'Q') return "FT";
   return first == 'I' ? "IT" : "Unknown";
@@ -90,7 +116,7 @@ bool MsTextReader<Spectrum>::ReadNext(Spectrum& scan) {
   m_pending_scan_no.reset();
 
   std::string_view line;
-  while (ReadLine(line)) {
+  while (NextLine(line, is_repeat ? nullptr : &scan.m_peaks)) {
     const char kind = CharAt(line, 0);
     if (IsDigit(kind)) {
       if (!is_repeat) AppendPeak(line, scan.m_peaks);
@@ -111,6 +137,13 @@ bool MsTextReader<Spectrum>::ReadNext(Spectrum& scan) {
     }
   }
   return !scan.m_peaks.empty() && FinishRecord(scan);
+}
+
+// The next line that is not a plain peak, after the plain peaks before it went to peaks.
+template <class Spectrum>
+bool MsTextReader<Spectrum>::NextLine(std::string_view& line, std::vector<Peak>* peaks) {
+  if (peaks != nullptr) TakePlainPeaks(Lines(), *peaks);
+  return ReadLine(line);
 }
 
 template <class Spectrum>

@@ -12,6 +12,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "SpectrumFile.h"
 #include "SpectrumRecords.h"
@@ -30,6 +31,7 @@ class MsTextReader : public SpectrumReader {
       : SpectrumReader(path, mode, kind) {}
 
  private:
+  bool NextLine(std::string_view& line, std::vector<Peak>* peaks);
   bool FinishRecord(Spectrum& scan);
 
   std::optional<std::int32_t> m_pending_scan_no;

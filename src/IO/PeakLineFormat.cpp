@@ -1,5 +1,6 @@
 #include "PeakLineFormat.h"
 
+#include <array>
 #include <string_view>
 
 #include "Check.h"
@@ -40,12 +41,22 @@ const std::string& GetPeakLineFormat() { return InstalledFormat(); }
 void AppendPeakLines(std::string& text, std::span<const Peak> peaks) {
   const int mz_decimals = InstalledFormat()[kMzDigitAt] - '0';
   const int intensity_decimals = InstalledFormat()[kIntensityDigitAt] - '0';
+  // Lines gather in a block of plain characters: appending each number to text costs more than
+  // writing it.
+  constexpr std::size_t kMaxLine = 2 * kMaxFixedText + 2;
+  std::array<char, 16 * kMaxLine> block;
+  char* p = block.data();
+  const char* const full = block.data() + block.size() - kMaxLine;
   for (const Peak& peak : peaks) {
-    AppendFixed(text, peak.m_mz, mz_decimals);
-    text.push_back(' ');
-    AppendFixed(text, peak.m_intensity, intensity_decimals);
-    text.push_back('\n');
+    p = WriteFixed(p, peak.m_mz, mz_decimals);
+    *p++ = ' ';
+    p = WriteFixed(p, peak.m_intensity, intensity_decimals);
+    *p++ = '\n';
+    if (p <= full) continue;
+    text.append(block.data(), p);
+    p = block.data();
   }
+  text.append(block.data(), p);
 }
 
 }  // namespace tarvek

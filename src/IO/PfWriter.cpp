@@ -1,9 +1,27 @@
 #include "PfWriter.h"
 
+#include <bit>
+
 namespace tarvek {
 namespace {
 
 std::int32_t CountOf(std::size_t size) { return static_cast<std::int32_t>(size); }
+
+// Pairs of m/z and intensity, little-endian. Where the machine is that too, a list of peaks already
+// has this form in memory.
+void WritePeaks(OutputFile& stream, std::span<const Peak> peaks, std::string& scratch) {
+  static_assert(sizeof(Peak) == 2 * sizeof(double));
+  if constexpr (std::endian::native == std::endian::little) {
+    stream.Write({reinterpret_cast<const char*>(peaks.data()), peaks.size_bytes()});
+    return;
+  }
+  scratch.clear();
+  for (const Peak& peak : peaks) {
+    PutReal(scratch, peak.m_mz);
+    PutReal(scratch, peak.m_intensity);
+  }
+  stream.Write(scratch);
+}
 
 }  // namespace
 
@@ -38,7 +56,7 @@ void PfWriter::WriteMs2(const MS2Spectrum& scan) {
   Stream().Write(m_bytes);
 }
 
-// Writes the index entry and leaves the part that both kinds of record share in m_bytes.
+// Writes the index entry and the part that both kinds of record share; leaves m_bytes empty.
 void PfWriter::StartRecord(std::int32_t scan_no, std::span<const Peak> peaks) {
   CountRecord();
   m_bytes.clear();
@@ -50,10 +68,9 @@ void PfWriter::StartRecord(std::int32_t scan_no, std::span<const Peak> peaks) {
   m_bytes.clear();
   PutInt32(m_bytes, scan_no);
   PutInt32(m_bytes, CountOf(peaks.size()));
-  for (const Peak& peak : peaks) {
-    PutReal(m_bytes, peak.m_mz);
-    PutReal(m_bytes, peak.m_intensity);
-  }
+  Stream().Write(m_bytes);
+  WritePeaks(Stream(), peaks, m_bytes);
+  m_bytes.clear();
 }
 
 void PfWriter::Close() {

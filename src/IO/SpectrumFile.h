@@ -72,6 +72,10 @@ class SpectrumReader : public SpectrumFile {
     return m_buffered_lines ? m_buffered_lines->ReadLine(line) : m_lines.ReadPiece(line);
   }
 
+  /// For formats whose common lines are taken straight from what is read ahead; unbuffered form
+  /// only.
+  [[nodiscard]] LineReader& Lines() noexcept { return m_lines; }
+
   /// For binary formats.
   [[nodiscard]] File& Stream() noexcept { return m_file; }
 

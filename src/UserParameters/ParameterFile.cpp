@@ -1,7 +1,5 @@
 #include "ParameterFile.h"
 
-#include <utility>
-
 #include "FileUtils.h"
 #include "LineReader.h"
 #include "StringUtils.h"
@@ -24,7 +22,7 @@ UserParameters ReadParameterFile(const std::string& path) {
   ParameterTable table;
   std::string_view line;
   while (reader.ReadPiece(line)) AddParameterLine(line, table);
-  return CompleteParameters(std::move(table));
+  return CompleteParameters(table);
 }
 
 }  // namespace tarvek

@@ -182,7 +182,7 @@ void OpenLog(UserParameters& record) {
 
 }  // namespace
 
-void ApplyParameterTable(UserParameters& record, ParameterTable table) {
+void ApplyParameterTable(UserParameters& record, const ParameterTable& table) {
   ForEachGiven(kBoolFields, table, [&record](const auto& field, const std::string& value) {
     record.*field.m_field = value != "0";
   });
@@ -201,7 +201,8 @@ void ApplyParameterTable(UserParameters& record, ParameterTable table) {
 
 ParameterTable ToParameterTable(const UserParameters& record) {
   ParameterTable table;
-  for (const auto& field : kBoolFields) table[field.m_key] = record.*field.m_field ? "1" : "0";
+  for (const auto& field : kBoolFields)
+    table[field.m_key] = std::string(1, record.*field.m_field ? '1' : '0');
   for (const auto& field : kIntegerFields) table[field.m_key] = IntegerText(record.*field.m_field);
   for (const auto& field : kRealFields) table[field.m_key] = RealText(record.*field.m_field);
   for (const auto& field : kTextFields) table[field.m_key] = record.*field.m_field;
@@ -226,9 +227,9 @@ void Validate(UserParameters& record) {
       record.m_candidate_halfwidth + ToleranceMz(record, kWidestToleranceMz);
 }
 
-UserParameters CompleteParameters(ParameterTable table) {
+UserParameters CompleteParameters(const ParameterTable& table) {
   UserParameters record;
-  ApplyParameterTable(record, std::move(table));
+  ApplyParameterTable(record, table);
   EchoParameters(record);
   Validate(record);
   return record;

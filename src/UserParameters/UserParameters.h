@@ -66,7 +66,7 @@ struct UserParameters {
 
 /// Overwrites every field whose key is in table; unknown keys are ignored. Data paths that name
 /// neither a file nor a directory are dropped with a warning.
-void ApplyParameterTable(UserParameters& record, ParameterTable table);
+void ApplyParameterTable(UserParameters& record, const ParameterTable& table);
 
 /// The text form of every setting, as the echo, the template and the usage text show it.
 ParameterTable ToParameterTable(const UserParameters& record);
@@ -77,7 +77,7 @@ void Validate(UserParameters& record);
 
 /// The record of a run: the defaults with table applied, echoed into the log, then validated.
 /// Throws what those steps throw.
-UserParameters CompleteParameters(ParameterTable table);
+UserParameters CompleteParameters(const ParameterTable& table);
 
 /// Fills the m_current_* fields from path, and m_outputpath when it follows the input. The file
 /// name must contain a dot.

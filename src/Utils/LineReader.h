@@ -24,6 +24,13 @@ class LineReader {
   /// The next piece, valid until the next call; false at the end of the file.
   bool ReadPiece(std::string_view& piece);
 
+  /// The bytes read from the file that follow the last piece; may be empty, or end inside a line.
+  /// Lines taken from them are to be skipped, whole.
+  [[nodiscard]] std::string_view Ahead() const noexcept {
+    return {m_block.data() + m_begin, m_end - m_begin};
+  }
+  void Skip(std::size_t size) noexcept { m_begin += size; }
+
  private:
   bool Refill();
   std::string_view Take(std::size_t size);

@@ -5,6 +5,7 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <system_error>
 
@@ -32,29 +33,11 @@ constexpr std::array<double, 23> kExactPowers = {1e0,  1e1,  1e2,  1e3,  1e4,  1
                                                  1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                                  1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
-// Plain decimals such as "512.34567". When the digits make an integer below 2^53 and the power of
-// ten is exact, one division gives the correctly rounded value. False for every other form.
+// Whether text is a plain decimal up to its end or to a blank. False for every other form.
 bool ScanPlainDecimal(std::string_view text, double& value) {
-  constexpr std::uint64_t kExactLimit = std::uint64_t{1} << 53;
-  const char* p = text.data();
-  const char* const end = p + text.size();
-  std::uint64_t digits = 0;
-  const char* const integer_begin = p;
-  for (; p != end && IsDigit(*p); ++p) digits = digits * 10 + static_cast<std::uint64_t>(*p - '0');
-  std::ptrdiff_t count = p - integer_begin;
-  std::ptrdiff_t decimals = 0;
-  if (p != end && *p == '.') {
-    const char* const fraction_begin = ++p;
-    for (; p != end && IsDigit(*p); ++p)
-      digits = digits * 10 + static_cast<std::uint64_t>(*p - '0');
-    decimals = p - fraction_begin;
-    count += decimals;
-  }
-  const bool plain_end = p == end || *p == ' ' || *p == '\n' || *p == '\r' || *p == '\t';
-  // 18 digits cannot overflow 64 bits, so digits is exact here.
-  if (!plain_end || count == 0 || count > 18 || digits > kExactLimit) return false;
-  value = static_cast<double>(digits) / kExactPowers[static_cast<std::size_t>(decimals)];
-  return true;
+  const char* const last = text.data() + text.size();
+  const char* const p = ReadPlainDecimal(text.data(), last, value);
+  return p != nullptr && (p == last || *p == ' ' || *p == '\n' || *p == '\r' || *p == '\t');
 }
 
 // Whether a number that from_chars calls out of range is too large (true) or too small (false): the
@@ -96,21 +79,71 @@ std::string ConversionError(const std::string& value, const std::string& name, c
   return "cannot turn param: <name:" + name + "> <value:" + value + "> into an " + kind + ".";
 }
 
-void AppendUnsigned(std::string& text, std::uint64_t value, std::size_t min_digits) {
-  char digits[20];
-  char* p = digits + sizeof digits;
-  for (; value != 0; value /= 10) *--p = static_cast<char>('0' + value % 10);
-  while (static_cast<std::size_t>(digits + sizeof digits - p) < min_digits) *--p = '0';
-  text.append(p, digits + sizeof digits);
-}
-
 __extension__ using Uint128 = unsigned __int128;
 
 constexpr std::array<std::uint64_t, 10> kPowersOfTen = {
     1, 10, 100, 1000, 10000, 100000, 1000000, 10000000, 100000000, 1000000000};
 
-// |value| x 10^decimals rounded to the nearest integer, ties to even, computed exactly: a double is
-// m x 2^-shift, and m x 10^decimals fits in 83 bits. False outside the range of such values.
+constexpr auto kDigitPairs = [] {
+  std::array<char, 200> pairs{};
+  for (std::size_t i = 0; i < 100; ++i) {
+    pairs[2 * i] = static_cast<char>('0' + i / 10);
+    pairs[2 * i + 1] = static_cast<char>('0' + i % 10);
+  }
+  return pairs;
+}();
+
+// Writes the last count digits of value so that they end at end; returns where they begin.
+char* WriteDigitsBefore(char* end, std::uint64_t value, std::size_t count) {
+  for (; count >= 2; count -= 2) {
+    end -= 2;
+    std::memcpy(end, kDigitPairs.data() + 2 * (value % 100), 2);
+    value /= 100;
+  }
+  if (count == 1) *--end = static_cast<char>('0' + value % 10);
+  return end;
+}
+
+// Number of decimal digits of value; 1 for 0.
+std::size_t DigitCount(std::uint64_t value) {
+  std::size_t count = 1;
+  for (; value >= 10000; value /= 10000) count += 4;
+  return count + (value >= 10) + (value >= 100) + (value >= 1000);
+}
+
+// scaled / 10^decimals; a template so that the division is by a constant.
+template <std::size_t decimals>
+char* WriteScaled(char* out, std::uint64_t scaled) {
+  const std::uint64_t integer = scaled / kPowersOfTen[decimals];
+  char* const point = out + DigitCount(integer);
+  WriteDigitsBefore(point, integer, static_cast<std::size_t>(point - out));
+  if constexpr (decimals == 0) return point;
+  *point = '.';
+  char* const end = point + 1 + decimals;
+  WriteDigitsBefore(end, scaled % kPowersOfTen[decimals], decimals);
+  return end;
+}
+
+using ScaledWriter = char* (*)(char*, std::uint64_t);
+constexpr std::array<ScaledWriter, 10> kScaledWriters = {
+    &WriteScaled<0>, &WriteScaled<1>, &WriteScaled<2>, &WriteScaled<3>, &WriteScaled<4>,
+    &WriteScaled<5>, &WriteScaled<6>, &WriteScaled<7>, &WriteScaled<8>, &WriteScaled<9>};
+
+// |value| x 10^decimals rounded to the nearest integer, where one multiplication decides it: below
+// 2^40 the product is off by less than 2^-13, so only near a half could the rounding go wrong.
+bool ScaleByProduct(double value, int decimals, std::uint64_t& scaled) {
+  constexpr double kLimit = 1099511627776.0;  // 2^40
+  constexpr double kNearHalf = 1e-3;
+  const double product = std::fabs(value) * kExactPowers[static_cast<std::size_t>(decimals)];
+  if (!(product < kLimit)) return false;
+  const auto whole = static_cast<std::int64_t>(product);
+  const double over_half = product - static_cast<double>(whole) - 0.5;
+  scaled = static_cast<std::uint64_t>(whole) + (over_half > 0.0 ? 1u : 0u);
+  return std::fabs(over_half) > kNearHalf;
+}
+
+// The same for any value, ties to even, computed exactly: a double is m x 2^-shift, and
+// m x 10^decimals fits in 83 bits. False where the result or the shift is out of range.
 bool ScaleExactly(double value, int decimals, std::uint64_t& scaled) {
   const auto bits = std::bit_cast<std::uint64_t>(value);
   const int biased_exponent = static_cast<int>(bits >> 52 & 0x7FFu);
@@ -128,6 +161,28 @@ bool ScaleExactly(double value, int decimals, std::uint64_t& scaled) {
 }
 
 }  // namespace
+
+// When the digits make an integer below 2^53 and the power of ten is exact, one division gives the
+// correctly rounded value.
+const char* ReadPlainDecimal(const char* first, const char* last, double& value) {
+  constexpr std::uint64_t kExactLimit = std::uint64_t{1} << 53;
+  constexpr std::ptrdiff_t kMaxDigits = 18;  // cannot overflow 64 bits
+  const char* p = first;
+  std::uint64_t digits = 0;
+  for (; p != last && IsDigit(*p); ++p) digits = digits * 10 + static_cast<std::uint64_t>(*p - '0');
+  std::ptrdiff_t count = p - first;
+  std::ptrdiff_t decimals = 0;
+  if (p != last && *p == '.') {
+    const char* const fraction = ++p;
+    for (; p != last && IsDigit(*p); ++p)
+      digits = digits * 10 + static_cast<std::uint64_t>(*p - '0');
+    decimals = p - fraction;
+    count += decimals;
+  }
+  if (count == 0 || count > kMaxDigits || digits > kExactLimit) return nullptr;
+  value = static_cast<double>(digits) / kExactPowers[static_cast<std::size_t>(decimals)];
+  return p;
+}
 
 ScannedNumber<double> ScanReal(std::string_view text) {
   ScannedNumber<double> scanned;
@@ -181,21 +236,17 @@ double StringToDouble(const std::string& value, const std::string& name) {
   return scanned.m_value;
 }
 
-void AppendFixed(std::string& text, double value, int decimals) {
+char* WriteFixed(char* out, double value, int decimals) {
   std::uint64_t scaled = 0;
-  if (!ScaleExactly(value, decimals, scaled)) {
-    char field[330];  // 309 digits of the largest double, sign, point and 9 decimals
-    const auto result =
-        std::to_chars(field, field + sizeof field, value, std::chars_format::fixed, decimals);
-    text.append(field, result.ptr);
-    return;
-  }
-  if (std::signbit(value)) text.push_back('-');
-  const std::uint64_t power = kPowersOfTen[static_cast<std::size_t>(decimals)];
-  AppendUnsigned(text, scaled / power, 1);
-  if (decimals == 0) return;
-  text.push_back('.');
-  AppendUnsigned(text, scaled % power, static_cast<std::size_t>(decimals));
+  if (!ScaleByProduct(value, decimals, scaled) && !ScaleExactly(value, decimals, scaled))
+    return std::to_chars(out, out + kMaxFixedText, value, std::chars_format::fixed, decimals).ptr;
+  if (std::signbit(value)) *out++ = '-';
+  return kScaledWriters[static_cast<std::size_t>(decimals)](out, scaled);
+}
+
+void AppendFixed(std::string& text, double value, int decimals) {
+  char field[kMaxFixedText];
+  text.append(field, WriteFixed(field, value, decimals));
 }
 
 void AppendInteger(std::string& text, std::int64_t value) {

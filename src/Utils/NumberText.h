@@ -4,6 +4,7 @@
 // nothing. Not here: which field of which line a number is in.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -28,6 +29,11 @@ ScannedNumber<double> ScanReal(std::string_view text);
 /// Leading white space, an optional sign and decimal digits; the text after them is ignored.
 ScannedNumber<std::int32_t> ScanInteger(std::string_view text);
 
+/// Reads a plain decimal ("512.34567", "20", ".5") at first and returns where it ends, or null when
+/// the text there has another form or more digits than are exact this way; ScanReal reads every
+/// form.
+const char* ReadPlainDecimal(const char* first, const char* last, double& value);
+
 /// Lenient forms: a text that is no number reads as 0.
 double ParseReal(std::string_view text);
 std::int32_t ParseInteger(std::string_view text);
@@ -37,7 +43,14 @@ std::int32_t ParseInteger(std::string_view text);
 std::int32_t StringToInt(const std::string& value, const std::string& name);
 double StringToDouble(const std::string& value, const std::string& name);
 
-/// Appends value with the given number of decimals (0 to 9), as printf("%.*f") writes it.
+/// Room that WriteFixed may need: 309 digits of the largest double, sign, point and 9 decimals.
+inline constexpr std::size_t kMaxFixedText = 330;
+
+/// Writes value with the given number of decimals (0 to 9), as printf("%.*f") does without its
+/// final NUL, and returns the end of what it wrote. out: room for kMaxFixedText characters.
+char* WriteFixed(char* out, double value, int decimals);
+
+/// Appends what WriteFixed writes.
 void AppendFixed(std::string& text, double value, int decimals);
 
 /// Appends value in decimal.

@@ -26,7 +26,8 @@ class OutputFile {
   void Flush();
 
   /// Flushes, overwrites the first bytes of the file, and flushes again. Throws also
-  /// "Cannot relocate to 0 in " + path. Nothing may be written afterwards.
+  /// "Cannot relocate to 0 in " + path. Nothing may be written afterwards, except when bytes is
+  /// empty and so was the file: that only tells whether the start can be reached.
   void OverwriteStart(std::string_view bytes);
 
   /// Flushes and closes. Closing twice is harmless.

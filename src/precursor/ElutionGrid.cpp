@@ -22,6 +22,7 @@ void ElutionGrid::Reset(double half_width, double center, double reach) {
   const std::int64_t end =
       std::clamp(BinOf(center + reach) + 1, m_first_bin, std::max(m_bin_num, m_first_bin));
   m_bins.assign(static_cast<std::size_t>(end - m_first_bin), RowSums{});
+  m_rows_with_peaks.assign(m_bins.size(), RowSet{0});
 }
 
 void ElutionGrid::Add(std::size_t row, const Peak& peak) {
@@ -30,20 +31,32 @@ void ElutionGrid::Add(std::size_t row, const Peak& peak) {
   const auto stored = static_cast<std::size_t>(bin - m_first_bin);
   TARVEK_CHECK(bin >= m_first_bin && stored < m_bins.size(), "peak within reach", "ElutionGrid");
   m_bins[stored][row] += peak.m_intensity;
+  m_rows_with_peaks[stored] = static_cast<RowSet>(m_rows_with_peaks[stored] | 1u << row);
 }
 
 std::int64_t ElutionGrid::BinOf(double mz) const {
   return TruncateToInt64((mz - m_origin) * kBinsPerUnit);
 }
 
+ElutionGrid::StoredRange ElutionGrid::StoredPart(std::int64_t low, std::int64_t high) const {
+  const std::int64_t begin = std::max(low, m_first_bin) - m_first_bin;
+  const std::int64_t end = std::min(high - m_first_bin, static_cast<std::int64_t>(m_bins.size()));
+  return {static_cast<std::size_t>(begin), static_cast<std::size_t>(std::max(begin, end))};
+}
+
 ElutionGrid::RowSums ElutionGrid::Sum(std::int64_t low, std::int64_t high) const {
   RowSums sums{};
-  const std::int64_t end = std::min(high, m_first_bin + static_cast<std::int64_t>(m_bins.size()));
-  for (std::int64_t bin = std::max(low, m_first_bin); bin < end; ++bin) {
-    const RowSums& stored = m_bins[static_cast<std::size_t>(bin - m_first_bin)];
-    for (std::size_t row = 0; row < kRows; ++row) sums[row] += stored[row];
-  }
+  const StoredRange range = StoredPart(low, high);
+  for (std::size_t bin = range.m_begin; bin < range.m_end; ++bin)
+    for (std::size_t row = 0; row < kRows; ++row) sums[row] += m_bins[bin][row];
   return sums;
+}
+
+ElutionGrid::RowSet ElutionGrid::RowsWithPeaks(std::int64_t low, std::int64_t high) const {
+  unsigned rows = 0;
+  const StoredRange range = StoredPart(low, high);
+  for (std::size_t bin = range.m_begin; bin < range.m_end; ++bin) rows |= m_rows_with_peaks[bin];
+  return static_cast<RowSet>(rows);
 }
 
 }  // namespace tarvek

@@ -18,6 +18,7 @@ class ElutionGrid {
  public:
   static constexpr std::size_t kRows = 10;  // m_ki_r_num
   using RowSums = std::array<double, kRows>;
+  using RowSet = std::uint16_t;  // bit r for row r
 
   /// Empties the grid for a new scan. half_width W and center c in m/z as the bins are defined;
   /// peaks within reach (in m/z, excluded) of the centre may be added.
@@ -32,16 +33,26 @@ class ElutionGrid {
   /// For each row the sum over bins low <= b < high, added in ascending order.
   [[nodiscard]] RowSums Sum(std::int64_t low, std::int64_t high) const;
 
+  /// The rows with a peak in bins low <= b < high, as bits; every other row's sum is 0.
+  [[nodiscard]] RowSet RowsWithPeaks(std::int64_t low, std::int64_t high) const;
+
   [[nodiscard]] std::int64_t BinCount() const { return m_bin_num; }
   [[nodiscard]] double Origin() const { return m_origin; }
 
  private:
+  struct StoredRange {
+    std::size_t m_begin;
+    std::size_t m_end;
+  };
+  [[nodiscard]] StoredRange StoredPart(std::int64_t low, std::int64_t high) const;
+
   static constexpr double kBinsPerUnit = 100.0;
 
   double m_origin = 0.0;
   std::int64_t m_bin_num = 0;
   std::int64_t m_first_bin = 0;  // of those stored
-  std::vector<RowSums> m_bins;   // one entry a stored bin
+  std::vector<RowSums> m_bins;   // one entry a stored bin, as in the next list
+  std::vector<RowSet> m_rows_with_peaks;
 };
 
 }  // namespace tarvek

@@ -76,13 +76,18 @@ double PearsonCorrelation(std::span<const double> x, std::span<const double> y) 
   return denominator <= kZeroDenominator ? 0.0 : numerator / denominator;
 }
 
+EnvelopeInput FeaturesExtractor::Input() const {
+  return {m_scan->m_ms2.m_activation_center, m_scan->m_params.m_mstol, m_scan->m_params.m_mstolppm,
+          m_scan->m_peak_candidates, m_scan->m_grid};
+}
+
 const IsoPattern& FeaturesExtractor::iso_pattern() {
-  if (!m_iso_pattern) {
-    const UserParameters& params = m_scan->m_params;
-    m_iso_pattern.emplace(m_scan->m_ms2.m_activation_center, params.m_mstol, params.m_mstolppm,
-                          m_precursor, m_scan->m_peak_candidates, m_scan->m_grid);
-  }
+  if (!m_iso_pattern) m_iso_pattern.emplace(Input(), m_precursor);
   return *m_iso_pattern;
+}
+
+bool FeaturesExtractor::MayHaveIsotopes(int wanted) const {
+  return MayHoldIsotopes(Input(), m_precursor, wanted);
 }
 
 double FeaturesExtractor::IpvSimilarity(int shift, std::optional<double>& cache, int* best_row) {

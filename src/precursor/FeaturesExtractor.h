@@ -57,6 +57,9 @@ class FeaturesExtractor {
   /// Longest run of isotope positions from 0 upwards with intensity in one row, 0 to 5.
   int isotope_count();
 
+  /// False only when isotope_count is below wanted; does not need the envelope.
+  [[nodiscard]] bool MayHaveIsotopes(int wanted) const;
+
   /// How many of those positions lie inside the isolation window.
   int window_isotope_count();
 
@@ -77,6 +80,7 @@ class FeaturesExtractor {
  private:
   double IpvSimilarity(int shift, std::optional<double>& cache, int* best_row);
   double XicCorrelation(int a, int b, std::optional<double>& cache);
+  [[nodiscard]] EnvelopeInput Input() const;
   [[nodiscard]] double IsotopeIntensityInWindow(PeakSpan window_peaks);
 
   const ScanContext* m_scan;

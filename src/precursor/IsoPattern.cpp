@@ -2,9 +2,54 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace tarvek {
 namespace {
+
+// The column of isotope position i, which is at least -kLeftNum.
+std::size_t ColumnOf(int i) {
+  const int column = IsoPattern::kLeftNum + i;
+  return static_cast<std::size_t>(column);
+}
+
+// Bins of the elution grid around one isotope position: low <= b < high, none when high <= low.
+struct BinRange {
+  std::int64_t m_low;
+  std::int64_t m_high;
+};
+
+// What is looked for at the isotope positions of one precursor, and where.
+class IsotopeSearch {
+ public:
+  IsotopeSearch(const EnvelopeInput& input, const Precursor& precursor)
+      : m_input(&input),
+        m_precursor(precursor),
+        // The signed m/z makes this negative for negative ions, whose row 0 therefore stays empty.
+        m_tol_peak(input.m_tol_is_ppm ? input.m_tol * precursor.m_mz / 1e6 : input.m_tol),
+        m_tol_grid(input.m_tol_is_ppm ? input.m_center * input.m_tol / 1e6 : input.m_tol) {}
+
+  // Intensity of the candidate peak at isotope position i; 0 when there is none.
+  [[nodiscard]] double PeakIntensity(int i) const {
+    const double x = IsotopePositionMz(m_precursor, i);
+    const Peak& nearest = nearest_peak(m_input->m_candidates, x);
+    return std::fabs(nearest.m_mz - x) < m_tol_peak ? nearest.m_intensity : 0.0;
+  }
+
+  [[nodiscard]] BinRange Bins(int i) const {
+    const double x = IsotopePositionMz(m_precursor, i);
+    const ElutionGrid& grid = m_input->m_grid;
+    const std::int64_t low = grid.BinOf(x - m_tol_grid);
+    if (low < 1) return {0, 0};
+    return {low, std::min(grid.BinCount(), grid.BinOf(x + m_tol_grid) + 1)};
+  }
+
+ private:
+  const EnvelopeInput* m_input;
+  Precursor m_precursor;
+  double m_tol_peak;
+  double m_tol_grid;
+};
 
 double SumElutionRows(const IsoPattern::Matrix& matrix, std::size_t first_column) {
   double sum = 0.0;
@@ -15,35 +60,37 @@ double SumElutionRows(const IsoPattern::Matrix& matrix, std::size_t first_column
 
 }  // namespace
 
-IsoPattern::IsoPattern(double center, double tol, bool tol_is_ppm, const Precursor& precursor,
-                       PeakSpan candidates, const ElutionGrid& grid) {
-  // The signed m/z makes tol_peak negative for negative ions, whose row 0 therefore stays empty.
-  const double tol_peak = tol_is_ppm ? tol * precursor.m_mz / 1e6 : tol;
-  const double tol_grid = tol_is_ppm ? center * tol / 1e6 : tol;
-  for (int i = -kLeftNum; i < kRightNum; ++i)
-    FillColumn(i, IsotopePositionMz(precursor, i), tol_peak, tol_grid, candidates, grid);
-  m_total = SumElutionRows(m_matrix, kMonoColumn - 1);
-  for (Row& row : m_matrix) CutAfterFirstValley(row);
+bool MayHoldIsotopes(const EnvelopeInput& input, const Precursor& precursor, int wanted) {
+  const IsotopeSearch search(input, precursor);
+  unsigned rows = ~0u;
+  for (int i = 0; i < wanted && rows != 0; ++i) {
+    const BinRange bins = search.Bins(i);
+    rows &= input.m_grid.RowsWithPeaks(bins.m_low, bins.m_high);
+  }
+  if (rows != 0) return true;
+  for (int i = 0; i < wanted; ++i)
+    if (!(search.PeakIntensity(i) > 0.0)) return false;
+  return true;
 }
 
-void IsoPattern::FillColumn(int i, double x, double tol_peak, double tol_grid, PeakSpan candidates,
-                            const ElutionGrid& grid) {
-  const auto column = static_cast<std::size_t>(kLeftNum + i);
-  const Peak& nearest = nearest_peak(candidates, x);
-  if (std::fabs(nearest.m_mz - x) < tol_peak) m_matrix[0][column] = nearest.m_intensity;
-  const std::int64_t low = grid.BinOf(x - tol_grid);
-  if (low < 1) return;
-  const std::int64_t high = std::min(grid.BinCount(), grid.BinOf(x + tol_grid) + 1);
-  const ElutionGrid::RowSums sums = grid.Sum(low, high);
-  for (std::size_t r = 0; r < sums.size(); ++r) m_matrix[r + 1][column] = sums[r];
+IsoPattern::IsoPattern(const EnvelopeInput& input, const Precursor& precursor) {
+  const IsotopeSearch search(input, precursor);
+  for (int i = -kLeftNum; i < kRightNum; ++i) {
+    const std::size_t column = ColumnOf(i);
+    m_matrix[0][column] = search.PeakIntensity(i);
+    const BinRange bins = search.Bins(i);
+    const ElutionGrid::RowSums sums = input.m_grid.Sum(bins.m_low, bins.m_high);
+    for (std::size_t r = 0; r < sums.size(); ++r) m_matrix[r + 1][column] = sums[r];
+  }
+  m_total = SumElutionRows(m_matrix, kMonoColumn - 1);
+  for (Row& row : m_matrix) CutAfterFirstValley(row);
 }
 
 double IsoPattern::SumFromMono() const { return SumElutionRows(m_matrix, kMonoColumn); }
 
 std::array<double, ElutionGrid::kRows> IsoPattern::ElutionProfile(int i) const {
   std::array<double, ElutionGrid::kRows> profile{};
-  for (std::size_t r = 0; r < profile.size(); ++r)
-    profile[r] = m_matrix[r + 1][static_cast<std::size_t>(kLeftNum + i)];
+  for (std::size_t r = 0; r < profile.size(); ++r) profile[r] = m_matrix[r + 1][ColumnOf(i)];
   return profile;
 }
 

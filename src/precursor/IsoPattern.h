@@ -25,6 +25,19 @@ inline double IsotopePositionMz(const Precursor& precursor, int i) {
   return precursor.m_charge > 0 ? precursor.m_mz + offset : -precursor.m_mz - offset;
 }
 
+/// What the envelopes of all candidates of one MS2 scan are read from.
+struct EnvelopeInput {
+  double m_center;  // activation centre, m/z
+  double m_tol;     // mass tolerance, in ppm with m_tol_is_ppm, else in m/z
+  bool m_tol_is_ppm;
+  PeakSpan m_candidates;  // not empty
+  const ElutionGrid& m_grid;
+};
+
+/// False only when no row of the precursor's envelope can hold intensity at all of the isotope
+/// positions from 0 up to wanted - 1; much cheaper than the envelope.
+bool MayHoldIsotopes(const EnvelopeInput& input, const Precursor& precursor, int wanted);
+
 class IsoPattern {
  public:
   static constexpr int kLeftNum = 7;   // isotope positions below the monoisotopic peak
@@ -35,10 +48,7 @@ class IsoPattern {
   using Row = std::array<double, kColNum>;
   using Matrix = std::array<Row, kRowNum>;
 
-  /// center: activation centre in m/z; tol: mass tolerance, in ppm with tol_is_ppm, else in m/z;
-  /// candidates: not empty.
-  IsoPattern(double center, double tol, bool tol_is_ppm, const Precursor& precursor,
-             PeakSpan candidates, const ElutionGrid& grid);
+  IsoPattern(const EnvelopeInput& input, const Precursor& precursor);
 
   /// Column 7 + i holds isotope position i. Row 0 holds intensities of single candidate peaks, row
   /// r + 1 sums of grid row r. Every row is cut after its first valley.
@@ -54,9 +64,6 @@ class IsoPattern {
   [[nodiscard]] std::array<double, ElutionGrid::kRows> ElutionProfile(int i) const;
 
  private:
-  void FillColumn(int i, double x, double tol_peak, double tol_grid, PeakSpan candidates,
-                  const ElutionGrid& grid);
-
   double m_total = 0.0;
   Matrix m_matrix{};
 };

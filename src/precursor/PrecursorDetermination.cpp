@@ -72,8 +72,9 @@ bool ReachesActivationCentre(const Precursor& precursor, double centre, double t
 bool PassesFilters(FeaturesExtractor& candidate, double centre, double isolation_width) {
   const Precursor& precursor = candidate.GetPrecursor();
   const int abs_charge = std::abs(precursor.m_charge);
-  const int isotopes = candidate.isotope_count();
-  if (isotopes < 2 || (abs_charge > 3 && isotopes < 3)) return false;
+  const int wanted_isotopes = abs_charge > 3 ? 3 : 2;
+  if (!candidate.MayHaveIsotopes(wanted_isotopes)) return false;
+  if (candidate.isotope_count() < wanted_isotopes) return false;
   if (candidate.ipv_similarity_0() < kMinSimilarity) return false;
   const bool needs_two_in_window = abs_charge > 2 || precursor.m_mz > centre + isolation_width;
   if (needs_two_in_window && candidate.window_isotope_count() < 2) return false;
@@ -116,7 +117,7 @@ void PrecursorDetermination::CollectSurvivors(const ScanContext& scan) {
       if (!m_params->m_co_elute && !ReachesActivationCentre(precursor, centre, tol_mz)) continue;
       FeaturesExtractor candidate(scan, precursor);
       if (PassesFilters(candidate, centre, m_params->m_isolation_width))
-        m_survivors.push_back(std::move(candidate));
+        m_survivors.push_back(candidate);
     }
   }
 }
