@@ -9,6 +9,7 @@
 #include "NumberText.h"
 #include "OutputSet.h"
 #include "PrecursorDetermination.h"
+#include "ProgressBar.h"
 #include "TextSpectrumSource.h"
 
 namespace tarvek {
@@ -33,7 +34,9 @@ class Ms2Loop {
 
   void Run() {
     MS2Spectrum scan;
+    ProgressBar progress(StandardErrorIsTerminal());
     for (std::int64_t count = 1; m_source->NextMs2(scan); ++count) {
+      progress.Update(m_source->FractionRead(), count);
       m_feed.AdvanceTo(scan.m_precursor_scan);
       if (!IsProcessed(scan)) continue;
       ReportProgress("Extracting MS2, Scan Num = ", count);

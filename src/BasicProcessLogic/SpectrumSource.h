@@ -30,6 +30,9 @@ class SpectrumSource {
   /// Whether a scan goes to PF2 before MGF and CSV, or after them.
   [[nodiscard]] virtual bool WritesPf2First() const = 0;
 
+  /// Share of the MS2 input that was read, 0 to 1; 0 when unknown.
+  [[nodiscard]] virtual double FractionRead() const { return 0.0; }
+
   /// Close the readers of MS1 and of MS2 scans; where one reader serves both, the first call does.
   virtual void FinishMs1() = 0;
   virtual void FinishMs2() = 0;

@@ -18,6 +18,7 @@ class TextSpectrumSource : public SpectrumSource {
   [[nodiscard]] bool AllowsDetermination(const MS2Spectrum& scan) const override;
   [[nodiscard]] std::int32_t ReportedMs1Count() const override;
   [[nodiscard]] bool WritesPf2First() const override { return true; }
+  [[nodiscard]] double FractionRead() const override { return m_ms2.FractionRead(); }
   void FinishMs1() override;
   void FinishMs2() override;
 

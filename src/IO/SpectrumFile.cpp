@@ -33,9 +33,16 @@ void SpectrumFile::Finish() {
 SpectrumReader::SpectrumReader(const std::string& path, std::string_view mode,
                                const std::string& kind, std::size_t read_buffer_bytes,
                                Announce announce)
-    : SpectrumFile(path, mode, announce), m_file(OpenFile(path, mode, kind)) {
+    : SpectrumFile(path, mode, announce),
+      m_file(OpenFile(path, mode, kind)),
+      m_size_bytes(m_file.SizeBytes()) {
   if (read_buffer_bytes > 0) m_buffered_lines.emplace(m_file, read_buffer_bytes);
   MarkOpen();
+}
+
+double SpectrumReader::FractionRead() const noexcept {
+  if (m_size_bytes <= 0) return 0.0;
+  return static_cast<double>(m_lines.ConsumedBytes()) / static_cast<double>(m_size_bytes);
 }
 
 void SpectrumReader::CloseStream() {

@@ -59,6 +59,10 @@ class SpectrumFile {
 
 /// A spectrum file that is read from front to back, by lines or by bytes but not by both.
 class SpectrumReader : public SpectrumFile {
+ public:
+  /// Share of the file that was read, 0 to 1; 0 when its size is unknown.
+  [[nodiscard]] double FractionRead() const noexcept;
+
  protected:
   /// kind is the purpose word of the message when path cannot be opened. With a read buffer of more
   /// than 0 bytes the lines are read in the buffered form.
@@ -83,6 +87,7 @@ class SpectrumReader : public SpectrumFile {
   void CloseStream() override;
 
   File m_file;
+  std::int64_t m_size_bytes = 0;
   LineReader m_lines{m_file};
   std::optional<BufferedLineReader> m_buffered_lines;
 };

@@ -40,6 +40,7 @@ bool LineReader::Refill() {
   m_begin = 0;
   const std::size_t count = m_file->Read(m_block.data() + m_end, m_block.size() - m_end);
   m_end += count;
+  m_read_bytes += static_cast<std::int64_t>(count);
   m_at_end = count == 0;
   m_block_has_nul = m_end > 0 && std::memchr(m_block.data(), '\0', m_end) != nullptr;
   return count != 0;

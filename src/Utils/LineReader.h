@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string_view>
 #include <vector>
 
@@ -31,6 +32,11 @@ class LineReader {
   }
   void Skip(std::size_t size) noexcept { m_begin += size; }
 
+  /// Bytes delivered or skipped so far.
+  [[nodiscard]] std::int64_t ConsumedBytes() const noexcept {
+    return m_read_bytes - static_cast<std::int64_t>(m_end - m_begin);
+  }
+
  private:
   bool Refill();
   std::string_view Take(std::size_t size);
@@ -39,6 +45,7 @@ class LineReader {
   std::vector<char> m_block;
   std::size_t m_begin = 0;
   std::size_t m_end = 0;
+  std::int64_t m_read_bytes = 0;
   bool m_at_end = false;
   bool m_block_has_nul = false;
 };

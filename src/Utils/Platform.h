@@ -44,6 +44,9 @@ class File {
   /// Moves to a byte offset from the start; false on failure.
   [[nodiscard]] bool Seek(std::int64_t offset_bytes) noexcept;
 
+  /// Size in bytes; 0 when it has none, as a pipe.
+  [[nodiscard]] std::int64_t SizeBytes() const noexcept;
+
   /// Closes; false when the system reports that something was not written. Closing twice is
   /// harmless.
   [[nodiscard]] bool Close() noexcept;
@@ -85,6 +88,9 @@ LocalTime CurrentLocalTime();
 
 /// Milliseconds on a clock that never goes back.
 std::int64_t MonotonicMilliseconds();
+
+/// Whether standard error is shown on a terminal.
+bool StandardErrorIsTerminal() noexcept;
 
 /// A failed write (closed pipe, file-size limit) is to be an error that we report, not the signal
 /// that ends the process. Called once, before anything is written.

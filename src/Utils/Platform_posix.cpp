@@ -85,6 +85,11 @@ bool File::Seek(std::int64_t offset_bytes) noexcept {
   return offset_bytes >= 0 && ::lseek(m_descriptor, offset_bytes, SEEK_SET) == offset_bytes;
 }
 
+std::int64_t File::SizeBytes() const noexcept {
+  struct stat status {};
+  return ::fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : 0;
+}
+
 bool File::Close() noexcept {
   if (!IsOpen()) return true;
   return ::close(std::exchange(m_descriptor, -1)) == 0;
@@ -130,6 +135,8 @@ std::int64_t MonotonicMilliseconds() {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();
   return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
 }
+
+bool StandardErrorIsTerminal() noexcept { return ::isatty(STDERR_FILENO) == 1; }
 
 void IgnoreWriteSignals() noexcept {
   std::signal(SIGPIPE, SIG_IGN);

@@ -24,10 +24,20 @@ void Logger::Message(std::string_view level, std::string_view text) {
   std::string line(text);
   if (level != kSubprocess)
     line = "[Tarvek] <" + std::string(level) + "> - " + std::string(text) + "\n";
+  ShowStatus({});
   std::ostream& console = level == kWarn || level == kError ? std::cerr : std::cout;
   console << line << std::flush;
   console.clear();  // a console that failed once may work again; it never ends a run
   Append(line);
+}
+
+// Blanks and carriage returns instead of escape sequences, which not every terminal knows.
+void Logger::ShowStatus(std::string_view text) {
+  if (text.empty() && m_status_length == 0) return;
+  const std::string blanks(m_status_length > text.size() ? m_status_length - text.size() : 0, ' ');
+  std::cerr << '\r' << text << blanks << (text.empty() ? "\r" : "") << std::flush;
+  std::cerr.clear();
+  m_status_length = text.size();
 }
 
 void Logger::Append(std::string_view text) {

@@ -34,6 +34,10 @@ class Logger {
   /// ERROR, to standard output otherwise, and to the log.
   void Message(std::string_view level, std::string_view text);
 
+  /// Shows one line on standard error that the next one, or a message, replaces; it is not logged.
+  /// For terminals only. An empty text clears the line.
+  void ShowStatus(std::string_view text);
+
   /// Adds text to the log alone, as it is.
   void Append(std::string_view text);
 
@@ -47,6 +51,7 @@ class Logger {
   File m_file;
   std::string m_buffer;
   std::string m_path{kLogFileName};
+  std::size_t m_status_length = 0;  // of the status line that is shown
 };
 
 /// The process-wide logger, created on first use.

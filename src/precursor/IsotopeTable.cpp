@@ -37,7 +37,8 @@ double TokenValue(std::string_view token, std::size_t line, const std::string& p
   double value = 0.0;
   const char* const end = digits.data() + digits.size();
   const auto result = std::from_chars(digits.data(), end, value);
-  if (result.ec != std::errc() || result.ptr != end || !std::isfinite(value))
+  const bool two_signs = token.starts_with("+-");
+  if (two_signs || result.ec != std::errc() || result.ptr != end || !std::isfinite(value))
     FailToken(token, line, path);
   return value;
 }
