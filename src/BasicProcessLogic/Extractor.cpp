@@ -1,10 +1,86 @@
 #include "Extractor.h"
 
-namespace tarvek {
+#include <stdexcept>
 
-void runExtractor(const UserParameters& parameters, const std::string&) {
-  throw "Instrument files are not read in this version yet: " + parameters.m_current_file +
-      ". Extract its spectra to .ms1 and .ms2 and give the .ms1 file.";
+#include "FileUtils.h"
+#include "Logger.h"
+#include "NumberText.h"
+#include "OutputSet.h"
+#include "Platform.h"
+
+namespace tarvek {
+namespace {
+
+std::string InstalledDirectory() {
+  const std::string directory = ExecutableDirectory();
+  return directory.empty() ? directory : JoinPath({directory, "..", "libexec", "tarvek"});
+}
+
+std::string PipeError(const std::string& command, const char* what) {
+  return "popen(\"" + command + "\",\"r\") " + what;
+}
+
+void ForwardOutput(ChildProcess& child, const std::string& command) {
+  std::string line;
+  while (child.ReadLine(line)) logMessage(kSubprocess, line);
+  if (!child.AtEnd()) throw std::runtime_error(PipeError(command, "lose connection with Tarvek!"));
+}
+
+int RunChild(const std::string& command) {
+  ChildProcess child = ChildProcess::Start(command);
+  if (!child.IsRunning()) throw std::runtime_error(PipeError(command, "failed!"));
+  ForwardOutput(child, command);
+  return child.Wait();
+}
+
+}  // namespace
+
+void runExtractor(const UserParameters& parameters, std::string_view mode) {
+  const std::string marker = OutputPath(parameters, ".morvex");
+  if (!parameters.m_rewrite_files && FileExists(marker)) {
+    logInfo(parameters.m_current_file + " has existed results, skipping morvex process...");
+    return;
+  }
+  const std::string program =
+      ExtractorProgram(ExtractorName(parameters.m_input_format), InstalledDirectory());
+  const std::string command = ExtractorCommand(parameters, mode, program);
+  logInfo(command);
+  const int status = RunChild(command);
+  if (status != 0 || !FileExists(marker))
+    throw "Cannot use morvex to extract signals from: " + parameters.m_current_file;
+}
+
+std::string_view ExtractorName(std::string_view input_format) {
+  if (input_format == "mzxml" || input_format == "mzml") return "morvex_xml.exe";
+  return input_format == "wiff" ? "morvex_wiff.exe" : "morvex_raw.exe";
+}
+
+std::string ExtractorProgram(std::string_view name, const std::string& installed_directory) {
+  std::string here = JoinPath({".", name});
+  if (installed_directory.empty() || FileExists(here)) return here;
+  const std::string installed = JoinPath({installed_directory, name});
+  return FileExists(installed) ? QuotedForShell(installed) : here;
+}
+
+std::string ExtractorCommand(const UserParameters& parameters, std::string_view mode,
+                             const std::string& program) {
+  std::string command = program + (mode == "mgf" ? " -mgf" : " -ms") + " -a -i ";
+  AppendInteger(command, parameters.m_intensity_digits);
+  command += " -m ";
+  AppendInteger(command, parameters.m_mz_digits);
+  command += " -o " + QuotedForShell(parameters.m_outputpath) + " " +
+             QuotedForShell(parameters.m_current_file);
+  if (parameters.m_output_msb) command += " -msb";
+  return command;
+}
+
+std::string QuotedForShell(std::string_view text) {
+  std::string quoted = "\"";
+  for (const char c : text) {
+    if (kShellEscapedCharacters.find(c) != std::string_view::npos) quoted += '\\';
+    quoted += c;
+  }
+  return quoted + "\"";
 }
 
 }  // namespace tarvek

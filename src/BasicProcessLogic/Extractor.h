@@ -1,14 +1,36 @@
 // BasicProcessLogic/Extractor.h: the external program that turns instrument files into spectra.
+// Does:     runs it for one file as a child process, forwards its output to the log line by line,
+// and
+//           checks that it finished.
+// Throws:   a std::runtime_error when it cannot be started or the pipe breaks; a std::string when
+// it
+//           fails or leaves no marker.
+// Not here: the extractor itself.
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "UserParameters.h"
 
 namespace tarvek {
 
-/// Converts the current file. mode: "ms" for spectra, "mgf" for an MGF file.
-/// Throws a std::string naming the file.
-void runExtractor(const UserParameters& parameters, const std::string& mode);
+/// Converts the current file into the output directory, unless its marker is there already and
+/// rewriting is off. mode: "ms" for spectra, "mgf" for an MGF file.
+void runExtractor(const UserParameters& parameters, std::string_view mode);
+
+/// File name of the extractor for an input format, such as "mzml".
+std::string_view ExtractorName(std::string_view input_format);
+
+/// How the shell is to start the extractor: the program in the current directory as it is, or,
+/// when there is none, the installed one of installed_directory in quotes where there is one.
+std::string ExtractorProgram(std::string_view name, const std::string& installed_directory);
+
+/// The command line for the current file, starting with program.
+std::string ExtractorCommand(const UserParameters& parameters, std::string_view mode,
+                             const std::string& program);
+
+/// text in double quotes for the system's shell, which hands it on unchanged.
+std::string QuotedForShell(std::string_view text);
 
 }  // namespace tarvek

@@ -1,11 +1,33 @@
 #include "MgfInput.h"
 
+#include <optional>
 #include <string>
+
+#include "FileUtils.h"
+#include "IO.h"
+#include "Logger.h"
+#include "Ms1Feed.h"
+#include "Ms2Loop.h"
+#include "OutputSet.h"
 
 namespace tarvek {
 
 void processMgfFile(const UserParameters& parameters) {
-  throw "MGF input is not read in this version yet: " + parameters.m_current_file + ".";
+  if (SkipsExisting(parameters, OutputPath(parameters, ".mgf"))) return;
+  logMessage(kWarn,
+             "We DO NOT RECOMMAND you to use [MGF] as input!! Tarvek cannot utilize MS1 Message.");
+  MgfReader reader(parameters.m_current_file, "r");
+  std::optional<PfWriter> pf2;
+  if (parameters.m_output_pf)
+    pf2.emplace(OutputPath(parameters, ".pf2"), "wb+", parameters.m_current_basename);
+  MS2Spectrum scan;
+  while (reader.ReadNext(scan)) {
+    if (scan.m_precursors.empty()) WarnWithoutPrecursor(scan);
+    if (pf2) pf2->WriteMs2(scan);
+    ReportProgress(kMs2Progress, reader.RecordCount());
+  }
+  reader.Finish();
+  if (pf2) pf2->Close();
 }
 
 }  // namespace tarvek

@@ -1,11 +1,16 @@
 // BasicProcessLogic/MgfInput.h: MGF files as input, which are only rewritten as PF2.
+// Does:     reads every spectrum and writes it to one PF2 file when PF output is on. MGF holds no
+// MS1
+//           scans, so no precursor can be determined.
+// Throws:   what reading and writing throw.
 #pragma once
 
 #include "UserParameters.h"
 
 namespace tarvek {
 
-/// Converts the current file, an .mgf file. Throws a std::string naming the file.
+/// Converts the current file, an .mgf file. It is skipped when a file of its name stands in the
+/// output directory, which is the input itself unless an output directory was given.
 void processMgfFile(const UserParameters& parameters);
 
 }  // namespace tarvek

@@ -1,8 +1,12 @@
 #include "Ms2Loop.h"
 
 #include <algorithm>
+#include <optional>
+#include <set>
 #include <string>
 
+#include "BinarySpectrumSource.h"
+#include "ClusterMs2.h"
 #include "FileUtils.h"
 #include "Logger.h"
 #include "Ms1Feed.h"
@@ -24,10 +28,20 @@ void WarnScan(const char* before, std::int32_t scan_no, const char* after) {
   logMessage(kWarn, text + after);
 }
 
+// The scan numbers that clustering selected; nothing when every scan is taken.
+using AcceptedScans = std::optional<std::set<std::int32_t>>;
+
+AcceptedScans SelectScans(const UserParameters& parameters) {
+  if (!parameters.m_cluster_ms2) return std::nullopt;
+  return clusterMs2Scans(parameters);
+}
+
 class Ms2Loop {
  public:
-  Ms2Loop(const UserParameters& parameters, SpectrumSource& source, OutputSet& outputs)
-      : m_source(&source),
+  Ms2Loop(const UserParameters& parameters, const AcceptedScans& accepted, SpectrumSource& source,
+          OutputSet& outputs)
+      : m_accepted(&accepted),
+        m_source(&source),
         m_outputs(&outputs),
         m_feed(source, outputs.Pf1()),
         m_determination(parameters) {}
@@ -38,19 +52,23 @@ class Ms2Loop {
     for (std::int64_t count = 1; m_source->NextMs2(scan); ++count) {
       progress.Update(m_source->FractionRead(), count);
       m_feed.AdvanceTo(scan.m_precursor_scan);
-      if (!IsProcessed(scan)) continue;
-      ReportProgress("Extracting MS2, Scan Num = ", count);
+      if (!IsProcessed(scan) || !IsAccepted(scan)) continue;
+      ReportProgress(kMs2Progress, count);
       Process(scan);
     }
     m_feed.Drain();
   }
 
  private:
+  [[nodiscard]] bool IsAccepted(const MS2Spectrum& scan) const {
+    return !*m_accepted || (*m_accepted)->contains(scan.m_scan_no);
+  }
+
   void Process(MS2Spectrum& scan) {
     Determine(scan);
     DropUnusablePrecursors(scan);
     if (scan.m_precursors.empty())
-      WarnScan("Cannot find precursor information for scan ", scan.m_scan_no, ".");
+      WarnWithoutPrecursor(scan);
     else
       m_outputs->WriteMs2(scan, m_source->WritesPf2First());
   }
@@ -61,15 +79,17 @@ class Ms2Loop {
     if (scan.m_precursors.empty()) scan.m_precursors = scan.m_orig_precursors;
   }
 
+  const AcceptedScans* m_accepted;
   SpectrumSource* m_source;
   OutputSet* m_outputs;
   Ms1Feed m_feed;
   PrecursorDetermination m_determination;
 };
 
-void ProcessSource(const UserParameters& parameters, SpectrumSource& source) {
+void ProcessSource(const UserParameters& parameters, const AcceptedScans& accepted,
+                   SpectrumSource& source) {
   OutputSet outputs(parameters);
-  Ms2Loop(parameters, source, outputs).Run();
+  Ms2Loop(parameters, accepted, source, outputs).Run();
   source.FinishMs1();
   outputs.ClosePf1();
   source.FinishMs2();
@@ -92,17 +112,27 @@ void DropUnusablePrecursors(MS2Spectrum& scan) {
   }
 }
 
+std::string Ms2Path(const UserParameters& parameters) {
+  return JoinPath({parameters.m_current_dir, parameters.m_current_basename + ".ms2"});
+}
+
+void WarnWithoutPrecursor(const MS2Spectrum& scan) {
+  WarnScan("Cannot find precursor information for scan ", scan.m_scan_no, ".");
+}
+
 void processTextSpectra(const UserParameters& parameters) {
   if (SkipsFinished(parameters)) return;
-  const std::string ms2_path =
-      JoinPath({parameters.m_current_dir, parameters.m_current_basename + ".ms2"});
-  TextSpectrumSource source(parameters.m_current_file, ms2_path);
-  ProcessSource(parameters, source);
+  const AcceptedScans accepted = SelectScans(parameters);
+  TextSpectrumSource source(parameters.m_current_file, Ms2Path(parameters));
+  ProcessSource(parameters, accepted, source);
 }
 
 void processMsbSpectra(const UserParameters& parameters) {
-  throw "Binary spectra are not read in this version yet: " + parameters.m_current_file +
-      ". Switch output_msb off.";
+  if (SkipsFinished(parameters)) return;
+  const AcceptedScans accepted = SelectScans(parameters);
+  const std::string ending = "." + parameters.m_input_format;
+  BinarySpectrumSource source(OutputPath(parameters, ending.c_str()));
+  ProcessSource(parameters, accepted, source);
 }
 
 }  // namespace tarvek

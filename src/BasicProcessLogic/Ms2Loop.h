@@ -7,6 +7,8 @@
 // Not here: which files are processed (RunDriver.h).
 #pragma once
 
+#include <string>
+
 #include "SpectrumRecords.h"
 #include "SpectrumSource.h"
 #include "UserParameters.h"
@@ -18,6 +20,15 @@ void processTextSpectra(const UserParameters& parameters);
 
 /// The current file's spectra in binary form.
 void processMsbSpectra(const UserParameters& parameters);
+
+/// Start of the progress message of MS2 scans; their number follows.
+inline constexpr const char* kMs2Progress = "Extracting MS2, Scan Num = ";
+
+/// The .ms2 file beside the current .ms1 file.
+std::string Ms2Path(const UserParameters& parameters);
+
+/// Warns that a scan has no usable precursor.
+void WarnWithoutPrecursor(const MS2Spectrum& scan);
 
 /// Whether activation and instrument type are ones that are processed.
 bool IsProcessed(const MS2Spectrum& scan);

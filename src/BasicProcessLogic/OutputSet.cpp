@@ -6,10 +6,6 @@
 namespace tarvek {
 namespace {
 
-std::string OutputPath(const UserParameters& parameters, const char* ending) {
-  return JoinPath({parameters.m_outputpath, parameters.m_current_basename + ending});
-}
-
 std::string FreshTablePath(const UserParameters& parameters) {
   std::string path = FinishedTablePath(parameters);
   RemoveFile(path);
@@ -18,14 +14,22 @@ std::string FreshTablePath(const UserParameters& parameters) {
 
 }  // namespace
 
+std::string OutputPath(const UserParameters& parameters, const char* ending) {
+  return JoinPath({parameters.m_outputpath, parameters.m_current_basename + ending});
+}
+
 std::string FinishedTablePath(const UserParameters& parameters) {
   return OutputPath(parameters, ".csv");
 }
 
-bool SkipsFinished(const UserParameters& parameters) {
-  if (parameters.m_rewrite_files || !FileExists(FinishedTablePath(parameters))) return false;
+bool SkipsExisting(const UserParameters& parameters, const std::string& result) {
+  if (parameters.m_rewrite_files || !FileExists(result)) return false;
   logInfo(parameters.m_current_file + " has existed results, skipping...");
   return true;
+}
+
+bool SkipsFinished(const UserParameters& parameters) {
+  return SkipsExisting(parameters, FinishedTablePath(parameters));
 }
 
 OutputSet::OutputSet(const UserParameters& parameters) : m_csv(FreshTablePath(parameters), "w+") {

@@ -41,11 +41,18 @@ class OutputSet {
   std::optional<MgfGroup> m_mgf;
 };
 
+/// Path of an output of the current file: its base name and ending in the output directory.
+std::string OutputPath(const UserParameters& parameters, const char* ending);
+
 /// Path of the finished precursor table of the current file: its presence says that the file is
 /// done.
 std::string FinishedTablePath(const UserParameters& parameters);
 
-/// Whether the current file is to be skipped because its results exist; says so in the log.
+/// Whether the current file is to be skipped because result exists and rewriting is off; says so in
+/// the log.
+bool SkipsExisting(const UserParameters& parameters, const std::string& result);
+
+/// The same with the finished precursor table as result.
 bool SkipsFinished(const UserParameters& parameters);
 
 }  // namespace tarvek

@@ -48,7 +48,8 @@ void ProgressBar::Update(double fraction, std::int64_t scans) {
 std::string ProgressLine(double fraction, std::int64_t scans, std::int64_t elapsed_ms) {
   const double share = std::clamp(fraction, 0.0, 1.0);
   const auto filled = static_cast<std::size_t>(share * static_cast<double>(kBarWidth));
-  std::string line = "[" + std::string(filled, '#') + std::string(kBarWidth - filled, '.') + "] ";
+  std::string line = "[";
+  line.append(filled, '#').append(kBarWidth - filled, '.').append("] ");
   AppendInteger(line, static_cast<std::int64_t>(share * 100.0));
   line += " %, ";
   AppendInteger(line, scans * 1000 / std::max<std::int64_t>(elapsed_ms, 1));

@@ -38,6 +38,11 @@ void ForEachFile(UserParameters& parameters, const std::string& path, const std:
   }
 }
 
+void ReportUnknownFormat(const std::string& path, const std::string& format) {
+  logMessage(kError, "Data path " + path + " has the format '" + format +
+                         "'. Known are ms1, mgf, raw, wiff, mzxml and mzml, in lower case.");
+}
+
 void ProcessDataPath(UserParameters& parameters, const std::string& path) {
   const std::string format = detectDataPathFormat(path, parameters);
   if (IsKnownFormat(format)) parameters.m_input_format = format;
@@ -46,6 +51,7 @@ void ProcessDataPath(UserParameters& parameters, const std::string& path) {
   } else if (format == "mgf") {
     ForEachFile(parameters, path, ".mgf", processMgfFile);
   } else {
+    if (!IsKnownFormat(format)) ReportUnknownFormat(path, format);
     TARVEK_CHECK(IsInstrumentFormat(parameters.m_input_format),
                  "m_input_format == \"raw\" || m_input_format == \"wiff\" || "
                  "m_input_format == \"mzxml\" || m_input_format == \"mzml\"",

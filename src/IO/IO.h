@@ -1,13 +1,16 @@
 // IO/IO.h: the chief header: all readers and writers of spectrum files and their records.
 #pragma once
 
+#include "MgfReader.h"
 #include "MgfWriter.h"
 #include "MsTextHeader.h"
 #include "MsTextReader.h"
+#include "MsbReader.h"
 #include "PeakLineFormat.h"
 #include "PfWriter.h"
 #include "PrecursorCsvWriter.h"
 #include "ScanCompletion.h"
+#include "ScanTable.h"
 #include "SpectrumFile.h"
 #include "SpectrumRecords.h"
 #include "SpectrumWriterGroup.h"

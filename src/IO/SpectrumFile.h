@@ -80,6 +80,8 @@ class SpectrumReader : public SpectrumFile {
   /// only.
   [[nodiscard]] LineReader& Lines() noexcept { return m_lines; }
 
+  [[nodiscard]] std::int64_t SizeBytes() const noexcept { return m_size_bytes; }
+
   /// For binary formats.
   [[nodiscard]] File& Stream() noexcept { return m_file; }
 

@@ -2,16 +2,16 @@
 // Does:     delivers what C's fgets would with a buffer of 1024 bytes: at most 1023 bytes a piece,
 // the
 //           line feed kept; a longer line comes in several pieces. A piece ends at a NUL byte.
-// Owns:     its block buffer; borrows the File, which must outlive it.
+// Owns:     the bytes read ahead; borrows the File, which must outlive it.
 // Throws:   what File::Read throws.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
-#include <vector>
 
 #include "Platform.h"
+#include "ReadAhead.h"
 
 namespace tarvek {
 
@@ -20,34 +20,26 @@ inline constexpr std::size_t kMaxLineLength = 1024;
 
 class LineReader {
  public:
-  explicit LineReader(File& file) : m_file(&file) {}
+  explicit LineReader(File& file) : m_bytes(file) {}
 
   /// The next piece, valid until the next call; false at the end of the file.
   bool ReadPiece(std::string_view& piece);
 
   /// The bytes read from the file that follow the last piece; may be empty, or end inside a line.
   /// Lines taken from them are to be skipped, whole.
-  [[nodiscard]] std::string_view Ahead() const noexcept {
-    return {m_block.data() + m_begin, m_end - m_begin};
-  }
-  void Skip(std::size_t size) noexcept { m_begin += size; }
+  [[nodiscard]] std::string_view Ahead() const noexcept { return m_bytes.View(); }
+  void Skip(std::size_t size) noexcept { m_bytes.Consume(size); }
 
   /// Bytes delivered or skipped so far.
-  [[nodiscard]] std::int64_t ConsumedBytes() const noexcept {
-    return m_read_bytes - static_cast<std::int64_t>(m_end - m_begin);
-  }
+  [[nodiscard]] std::int64_t ConsumedBytes() const noexcept { return m_bytes.ConsumedBytes(); }
 
  private:
-  bool Refill();
+  void Refill();
   std::string_view Take(std::size_t size);
 
-  File* m_file;
-  std::vector<char> m_block;
-  std::size_t m_begin = 0;
-  std::size_t m_end = 0;
-  std::int64_t m_read_bytes = 0;
+  ReadAhead m_bytes;
   bool m_at_end = false;
-  bool m_block_has_nul = false;
+  bool m_has_nul = false;  // somewhere in what was read ahead
 };
 
 }  // namespace tarvek

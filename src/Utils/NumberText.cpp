@@ -28,6 +28,21 @@ bool TakeSign(std::string_view& text) {
   return negative;
 }
 
+template <class Integer>
+ScannedNumber<Integer> ScanIntegerAs(std::string_view text) {
+  text = SkipSpace(text);
+  if (text.starts_with('+')) {
+    text.remove_prefix(1);
+    if (text.starts_with('-')) return {};  // a second sign
+  }
+  Integer value = 0;
+  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (result.ec == std::errc()) return {value, NumberStatus::kOk};
+  if (result.ec != std::errc::result_out_of_range) return {};
+  using Limits = std::numeric_limits<Integer>;
+  return {text.front() == '-' ? Limits::min() : Limits::max(), NumberStatus::kOutOfRange};
+}
+
 // 10^0 .. 10^22 are exact in binary64.
 constexpr std::array<double, 23> kExactPowers = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                  1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
@@ -198,26 +213,11 @@ ScannedNumber<double> ScanReal(std::string_view text) {
 }
 
 ScannedNumber<std::int32_t> ScanInteger(std::string_view text) {
-  text = SkipSpace(text);
-  const bool negative = TakeSign(text);
-  ScannedNumber<std::int32_t> scanned;
-  std::int64_t value = 0;
-  bool in_range = true;
-  for (const char c : text) {
-    if (!IsDigit(c)) break;
-    scanned.m_status = NumberStatus::kOk;
-    value = value * 10 + (negative ? '0' - c : c - '0');
-    if (value != static_cast<std::int32_t>(value)) {
-      in_range = false;
-      break;
-    }
-  }
-  if (!in_range) {
-    using Limits = std::numeric_limits<std::int32_t>;
-    return {negative ? Limits::min() : Limits::max(), NumberStatus::kOutOfRange};
-  }
-  scanned.m_value = static_cast<std::int32_t>(value);
-  return scanned;
+  return ScanIntegerAs<std::int32_t>(text);
+}
+
+ScannedNumber<std::int64_t> ScanInteger64(std::string_view text) {
+  return ScanIntegerAs<std::int64_t>(text);
 }
 
 double ParseReal(std::string_view text) { return ScanReal(text).m_value; }

@@ -28,6 +28,7 @@ ScannedNumber<double> ScanReal(std::string_view text);
 
 /// Leading white space, an optional sign and decimal digits; the text after them is ignored.
 ScannedNumber<std::int32_t> ScanInteger(std::string_view text);
+ScannedNumber<std::int64_t> ScanInteger64(std::string_view text);
 
 /// Reads a plain decimal ("512.34567", "20", ".5") at first and returns where it ends, or null when
 /// the text there has another form or more digits than are exact this way; ScanReal reads every

@@ -8,12 +8,17 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstdio>
 #include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace tarvek {
+
+/// Characters that the system's shell would act on inside double quotes, unless a backslash is put
+/// before them.
+extern const std::string_view kShellEscapedCharacters;
 
 /// Written between the parts of a path that we build; both '\' and '/' are accepted when reading.
 extern const char kPathSeparator;
@@ -91,6 +96,33 @@ std::int64_t MonotonicMilliseconds();
 
 /// Whether standard error is shown on a terminal.
 bool StandardErrorIsTerminal() noexcept;
+
+/// A child process started through the shell, its standard output read through a pipe.
+class ChildProcess {
+ public:
+  ChildProcess() noexcept = default;
+  ChildProcess(ChildProcess&& other) noexcept;
+  ChildProcess& operator=(ChildProcess&&) = delete;
+  ~ChildProcess();  // waits for the child when Wait was not reached
+
+  /// Starts a command line; the result is not running on failure.
+  static ChildProcess Start(const std::string& command_line);
+
+  [[nodiscard]] bool IsRunning() const noexcept { return m_pipe != nullptr; }
+
+  /// The next line with its line feed, in pieces of at most 2047 bytes; false when nothing came.
+  bool ReadLine(std::string& line);
+
+  /// Whether ReadLine stopped because the child closed its output.
+  [[nodiscard]] bool AtEnd() const noexcept;
+
+  /// Waits for the child. 0 when it ended normally with status 0; not 0 also when a signal ended
+  /// it.
+  int Wait() noexcept;
+
+ private:
+  std::FILE* m_pipe = nullptr;
+};
 
 /// A failed write (closed pipe, file-size limit) is to be an error that we report, not the signal
 /// that ends the process. Called once, before anything is written.

@@ -37,6 +37,7 @@ using Directory = std::unique_ptr<DIR, CloseDirectory>;
 }  // namespace
 
 const char kPathSeparator = '/';
+const std::string_view kShellEscapedCharacters = "\"$`\\";
 
 File::File(File&& other) noexcept
     : m_descriptor(std::exchange(other.m_descriptor, -1)), m_path(std::move(other.m_path)) {}
@@ -138,9 +139,40 @@ std::int64_t MonotonicMilliseconds() {
 
 bool StandardErrorIsTerminal() noexcept { return ::isatty(STDERR_FILENO) == 1; }
 
+ChildProcess::ChildProcess(ChildProcess&& other) noexcept
+    : m_pipe(std::exchange(other.m_pipe, nullptr)) {}
+
+ChildProcess::~ChildProcess() { static_cast<void>(Wait()); }
+
+ChildProcess ChildProcess::Start(const std::string& command_line) {
+  ChildProcess child;
+  child.m_pipe = ::popen(command_line.c_str(), "r");
+  return child;
+}
+
+bool ChildProcess::ReadLine(std::string& line) {
+  char piece[2048];
+  errno = 0;
+  while (std::fgets(piece, sizeof piece, m_pipe) == nullptr) {
+    if (errno != EINTR) return false;
+    std::clearerr(m_pipe);
+    errno = 0;
+  }
+  line = piece;
+  return true;
+}
+
+bool ChildProcess::AtEnd() const noexcept { return std::feof(m_pipe) != 0; }
+
+int ChildProcess::Wait() noexcept {
+  if (m_pipe == nullptr) return 0;
+  return ::pclose(std::exchange(m_pipe, nullptr));
+}
+
+// Handlers that do nothing, rather than SIG_IGN, which child processes would inherit.
 void IgnoreWriteSignals() noexcept {
-  std::signal(SIGPIPE, SIG_IGN);
-  std::signal(SIGXFSZ, SIG_IGN);
+  std::signal(SIGPIPE, [](int) {});
+  std::signal(SIGXFSZ, [](int) {});
 }
 
 }  // namespace tarvek

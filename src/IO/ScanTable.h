@@ -1,0 +1,43 @@
+// IO/ScanTable.h: the .mscsv table that accompanies a binary spectrum file.
+// Does:     reads one row of attributes per scan and finds it by scan number.
+// Owns:     its entries.
+// Throws:   a std::string: "Cannot open MSCSV File, Path: ...", "mscsv file is empty!", "mscsv file
+// has
+//           no column " + name + "!", "invalid stoi argument" and its kind, or a message naming
+//           file and line for a scan number that no run has.
+// Not here: the peaks (MsbReader.h). Columns: docs/formats/msb.md.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "SpectrumRecords.h"
+
+namespace tarvek {
+
+/// Entries by scan number. A number below Size() without a row has the default entry, all numbers
+/// 0.
+class ScanTable {
+ public:
+  /// Puts entry at its scan number, which is not negative, replacing an earlier one.
+  void Put(ScanTableEntry entry);
+
+  /// One more than the largest scan number; 0 without rows.
+  [[nodiscard]] std::size_t Size() const noexcept { return m_size; }
+
+  /// The entry at a scan number; null when the number is outside the table.
+  [[nodiscard]] const ScanTableEntry* Find(std::int32_t scan_no) const;
+
+ private:
+  std::size_t m_size = 0;
+  std::vector<ScanTableEntry> m_rows;
+  std::unordered_map<std::int32_t, std::size_t> m_row_of_scan;
+};
+
+/// Reads the table at path, announcing it in the log like every spectrum file.
+ScanTable LoadScanTable(const std::string& path);
+
+}  // namespace tarvek

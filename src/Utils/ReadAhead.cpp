@@ -1,0 +1,34 @@
+#include "ReadAhead.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace tarvek {
+namespace {
+
+constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
+
+}  // namespace
+
+// What is left of the block moves to its front, so the view stays in one piece.
+bool ReadAhead::Refill() {
+  const std::size_t rest = m_end - m_begin;
+  if (rest != 0 && m_begin != 0) std::memmove(m_block.data(), m_block.data() + m_begin, rest);
+  m_begin = 0;
+  m_end = rest;
+  if (m_block.size() < kBlockBytes + rest) m_block.resize(kBlockBytes + rest);
+  const std::size_t count = m_file->Read(m_block.data() + m_end, m_block.size() - m_end);
+  m_end += count;
+  m_read_bytes += static_cast<std::int64_t>(count);
+  return count != 0;
+}
+
+std::string_view ReadAhead::Take(std::size_t size) {
+  while (View().size() < size && Refill()) {
+  }
+  const std::string_view taken = View().substr(0, size);
+  Consume(taken.size());
+  return taken;
+}
+
+}  // namespace tarvek
