@@ -11,6 +11,9 @@ namespace {
 // trunc(100 c) beyond this is no m/z any more; it keeps 2 x trunc(100 c) inside the integer range.
 constexpr std::int64_t kMaxCenterBins = std::int64_t{1} << 40;
 
+// A bin number beyond any grid, so that sums of bin numbers stay inside the integer range.
+constexpr std::int64_t kBeyondBins = std::int64_t{1} << 42;
+
 }  // namespace
 
 void ElutionGrid::Reset(double half_width, double center, double reach) {
@@ -35,7 +38,8 @@ void ElutionGrid::Add(std::size_t row, const Peak& peak) {
 }
 
 std::int64_t ElutionGrid::BinOf(double mz) const {
-  return TruncateToInt64((mz - m_origin) * kBinsPerUnit);
+  const std::int64_t bin = TruncateToInt64((mz - m_origin) * kBinsPerUnit);
+  return std::clamp(bin, -kBeyondBins, kBeyondBins);
 }
 
 ElutionGrid::StoredRange ElutionGrid::StoredPart(std::int64_t low, std::int64_t high) const {

@@ -27,7 +27,8 @@ class ElutionGrid {
   /// Adds a peak to its bin of a row; one outside the grid's bins is dropped.
   void Add(std::size_t row, const Peak& peak);
 
-  /// The bin of an m/z: trunc((mz - origin) x 100), with origin = W - c. Not held to the grid.
+  /// The bin of an m/z: trunc((mz - origin) x 100), with origin = W - c. It may lie outside the
+  /// grid, by at most 2^42.
   [[nodiscard]] std::int64_t BinOf(double mz) const;
 
   /// For each row the sum over bins low <= b < high, added in ascending order.
