@@ -1,0 +1,188 @@
+#include "Ms2Loop.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "ProcessTestSupport.h"
+#include "TestSupport.h"
+
+namespace tarvek {
+namespace {
+
+using test::CaptureConsole;
+using test::ConsoleText;
+using test::FragmentScan;
+using test::HcdScan;
+using test::kOneSurvey;
+using test::MessageOf;
+using test::ReadFile;
+using test::TemporaryDirectory;
+using test::WriteFile;
+using testing::HasSubstr;
+using testing::Not;
+
+MS2Spectrum ScanOf(const std::string& activation, const std::string& instrument) {
+  MS2Spectrum scan;
+  scan.m_activation_type = activation;
+  scan.m_instrument_type = instrument;
+  return scan;
+}
+
+class EveryKnownType : public testing::TestWithParam<std::tuple<const char*, const char*>> {};
+
+TEST_P(EveryKnownType, IsProcessed) {
+  EXPECT_TRUE(IsProcessed(ScanOf(std::get<0>(GetParam()), std::get<1>(GetParam()))));
+}
+INSTANTIATE_TEST_SUITE_P(ScanTypes, EveryKnownType,
+                         testing::Combine(testing::Values("CID", "HCD", "ETD", "ETCID", "ETHCD"),
+                                          testing::Values("IT", "FT", "ITMS", "FTMS")));
+
+TEST(IsProcessed, RefusesAnotherActivationType) { EXPECT_FALSE(IsProcessed(ScanOf("PQD", "FT"))); }
+TEST(IsProcessed, RefusesAnUnknownInstrument) {
+  EXPECT_FALSE(IsProcessed(ScanOf("HCD", "Unknown")));
+}
+TEST(IsProcessed, MindsTheLetterCaseOfTheActivationType) {
+  EXPECT_FALSE(IsProcessed(ScanOf("hcd", "FT")));
+}
+TEST(IsProcessed, MindsTheLetterCaseOfTheInstrumentType) {
+  EXPECT_FALSE(IsProcessed(ScanOf("HCD", "Ft")));
+}
+TEST(IsProcessed, RefusesEmptyTypes) { EXPECT_FALSE(IsProcessed(ScanOf("", ""))); }
+
+constexpr const char* kDropped7 =
+    "[Tarvek] <WARN> - Scan 7 has incorrect precursor infomation, skipping...\n";
+
+MS2Spectrum ScanWith(std::vector<Precursor> precursors) {
+  MS2Spectrum scan = HcdScan(7);
+  scan.m_precursors = std::move(precursors);
+  return scan;
+}
+
+TEST(DropUnusablePrecursors, DropsAnMzOfZero) {
+  MS2Spectrum scan = ScanWith({{0.0, 2}});
+  CaptureConsole([&] { DropUnusablePrecursors(scan); });
+  EXPECT_TRUE(scan.m_precursors.empty());
+}
+TEST(DropUnusablePrecursors, DropsAChargeOfZero) {
+  MS2Spectrum scan = ScanWith({{500.0, 0}});
+  CaptureConsole([&] { DropUnusablePrecursors(scan); });
+  EXPECT_TRUE(scan.m_precursors.empty());
+}
+TEST(DropUnusablePrecursors, KeepsAnMzExactlyAtTheTolerance) {
+  MS2Spectrum scan = ScanWith({{1e-6, 2}, {-1e-6, -2}});
+  CaptureConsole([&] { DropUnusablePrecursors(scan); });
+  EXPECT_EQ(scan.m_precursors.size(), 2u);
+}
+TEST(DropUnusablePrecursors, DropsAnMzJustInsideTheTolerance) {
+  MS2Spectrum scan = ScanWith({{0.9e-6, 2}, {-0.9e-6, -2}});
+  CaptureConsole([&] { DropUnusablePrecursors(scan); });
+  EXPECT_TRUE(scan.m_precursors.empty());
+}
+TEST(DropUnusablePrecursors, KeepsNegativeIons) {
+  MS2Spectrum scan = ScanWith({{-500.0, -2}});
+  CaptureConsole([&] { DropUnusablePrecursors(scan); });
+  EXPECT_EQ(scan.m_precursors.size(), 1u);
+}
+TEST(DropUnusablePrecursors, KeepsTheOrderOfTheOthers) {
+  MS2Spectrum scan = ScanWith({{0.0, 2}, {500.0, 2}, {600.0, 0}, {400.0, 3}, {0.0, 0}});
+  CaptureConsole([&] { DropUnusablePrecursors(scan); });
+  ASSERT_EQ(scan.m_precursors.size(), 2u);
+  EXPECT_EQ(scan.m_precursors[0].m_mz, 500.0);
+  EXPECT_EQ(scan.m_precursors[1].m_mz, 400.0);
+}
+TEST(DropUnusablePrecursors, WarnsOncePerDroppedPrecursor) {
+  MS2Spectrum scan = ScanWith({{0.0, 2}, {500.0, 2}, {600.0, 0}});
+  const ConsoleText text = CaptureConsole([&] { DropUnusablePrecursors(scan); });
+  EXPECT_EQ(text.m_err, std::string(kDropped7) + kDropped7);
+}
+TEST(DropUnusablePrecursors, LeavesTheDeclaredPrecursorsAlone) {
+  MS2Spectrum scan = ScanWith({{0.0, 2}});
+  CaptureConsole([&] { DropUnusablePrecursors(scan); });
+  EXPECT_EQ(scan.m_orig_precursors.size(), 1u);
+}
+
+class ProcessTextSpectra : public testing::Test {
+ protected:
+  ProcessTextSpectra() {
+    m_parameters.m_isolation_width = 2.0;
+    WriteFile(m_directory / "run.ms1", kOneSurvey);
+    SetCurrentFile(m_parameters, m_directory / "run.ms1");
+  }
+  ConsoleText Process(const std::string& ms2) {
+    WriteFile(m_directory / "run.ms2", ms2);
+    return CaptureConsole([&] { processTextSpectra(m_parameters); });
+  }
+  [[nodiscard]] std::vector<std::string> Rows() const {
+    std::vector<std::string> rows;
+    std::istringstream table(ReadFile(m_directory / "run.csv"));
+    for (std::string row; std::getline(table, row);) rows.push_back(row);
+    rows.erase(rows.begin());
+    return rows;
+  }
+
+  TemporaryDirectory m_directory;
+  UserParameters m_parameters = test::ParametersFor(m_directory);
+};
+
+TEST_F(ProcessTextSpectra, FallsBackOnTheDeclaredPrecursor) {
+  Process(FragmentScan(2));
+  ASSERT_EQ(Rows().size(), 1u);
+  EXPECT_EQ(Rows()[0], "HCD, FT, 2, 500.250000, 2, 1, 1, 500.250000, 2, ");
+}
+TEST_F(ProcessTextSpectra, SaysNothingOfAScanOfAnotherActivationType) {
+  const ConsoleText text = Process(FragmentScan(2, "PQD"));
+  EXPECT_EQ(text.m_err, "");
+  EXPECT_TRUE(Rows().empty());
+}
+TEST_F(ProcessTextSpectra, WarnsOfAScanWithoutPrecursor) {
+  const ConsoleText text =
+      Process("S\t2\t2\nI\tInstrumentType\tFTMS\nI\tActivationType\tHCD\n200.0 5.0\n");
+  EXPECT_EQ(text.m_err, "[Tarvek] <WARN> - Cannot find precursor information for scan 2.\n");
+}
+TEST_F(ProcessTextSpectra, ReportsTheThousandthScan) {
+  std::string ms2;
+  for (int scan_no = 2; scan_no <= 1001; ++scan_no) ms2 += FragmentScan(scan_no);
+  EXPECT_THAT(Process(ms2).m_out, HasSubstr("<INFO> - Extracting MS2, Scan Num = 1000\n"));
+}
+TEST_F(ProcessTextSpectra, CountsScansThatAreLeftOut) {
+  std::string ms2;
+  for (int scan_no = 2; scan_no <= 1000; ++scan_no) ms2 += FragmentScan(scan_no, "PQD");
+  ms2 += FragmentScan(1001);
+  EXPECT_THAT(Process(ms2).m_out, HasSubstr("<INFO> - Extracting MS2, Scan Num = 1000\n"));
+}
+TEST_F(ProcessTextSpectra, ReportsNoProgressWhenTheThousandthScanIsLeftOut) {
+  std::string ms2;
+  for (int scan_no = 2; scan_no <= 1000; ++scan_no) ms2 += FragmentScan(scan_no);
+  ms2 += FragmentScan(1001, "PQD");
+  EXPECT_THAT(Process(ms2).m_out, Not(HasSubstr("Extracting MS2")));
+}
+TEST_F(ProcessTextSpectra, ClosesReadersAndWritersInTheirOrder) {
+  const std::string out = Process(FragmentScan(2)).m_out;
+  std::vector<std::string> closed;
+  std::istringstream lines(out);
+  const std::string start = "[Tarvek] <INFO> - Closed " + m_directory.Path() + "/";
+  for (std::string line; std::getline(lines, line);)
+    if (line.starts_with(start)) closed.push_back(line.substr(start.size()));
+  EXPECT_EQ(closed, (std::vector<std::string>{"run.ms1", "run.pf1", "run.ms2", "run_HCDFT.pf2",
+                                              "run_HCDFT.mgf", "run.csv"}));
+}
+TEST_F(ProcessTextSpectra, OpensNothingWhenTheResultsExist) {
+  WriteFile(m_directory / "run.csv", "old");
+  std::filesystem::remove(m_directory / "run.ms1");
+  const ConsoleText text = CaptureConsole([&] { processTextSpectra(m_parameters); });
+  EXPECT_EQ(text.m_out, "[Tarvek] <INFO> - " + (m_directory / "run.ms1") +
+                            " has existed results, skipping...\n");
+}
+TEST_F(ProcessTextSpectra, LeavesNoOutputWhenTheMs2FileIsMissing) {
+  std::string message;
+  CaptureConsole([&] { message = MessageOf([&] { processTextSpectra(m_parameters); }); });
+  EXPECT_EQ(message, "Cannot open MS2 File, Path: " + (m_directory / "run.ms2"));
+  EXPECT_FALSE(std::filesystem::exists(m_directory / "run.csv_unfinished"));
+}
+
+}  // namespace
+}  // namespace tarvek

@@ -1,0 +1,128 @@
+#include "OutputSet.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "ProcessTestSupport.h"
+#include "TestSupport.h"
+
+namespace tarvek {
+namespace {
+
+using test::CaptureConsole;
+using test::HcdScan;
+using test::TemporaryDirectory;
+using test::WriteFile;
+
+class OutputSetTest : public testing::Test {
+ protected:
+  OutputSetTest() { SetCurrentFile(m_parameters, "/elsewhere/run.ms1"); }
+
+  [[nodiscard]] bool Exists(const std::string& name) const {
+    return std::filesystem::exists(m_directory / name);
+  }
+  [[nodiscard]] std::string Started(const std::string& name) const {
+    return "[Tarvek] <INFO> - Start to process " + (m_directory / name) + "\n";
+  }
+  [[nodiscard]] std::string Finished(const std::string& name, const std::string& count) const {
+    const std::string path = m_directory / name;
+    return "[Tarvek] <INFO> - Closed " + path + "\n[Tarvek] <INFO> - Finished Operations on " +
+           path + "\n[Tarvek] <INFO> - Scan Number in " + path + ": " + count + "\n";
+  }
+  std::string Open() {
+    return CaptureConsole([&] { m_outputs.emplace(m_parameters); }).m_out;
+  }
+  std::string Write(bool pf2_first) {
+    return CaptureConsole([&] { m_outputs->WriteMs2(HcdScan(2), pf2_first); }).m_out;
+  }
+
+  TemporaryDirectory m_directory;
+  UserParameters m_parameters = test::ParametersFor(m_directory);
+  std::optional<OutputSet> m_outputs;
+};
+
+TEST_F(OutputSetTest, OpensTheTableAndPf1AtOnce) {
+  EXPECT_EQ(Open(), Started("run.pf1"));
+  EXPECT_TRUE(Exists("run.csv_unfinished"));
+}
+TEST_F(OutputSetTest, HasNoPf1WhenPfOutputIsOff) {
+  m_parameters.m_output_pf = false;
+  Open();
+  EXPECT_EQ(m_outputs->Pf1(), nullptr);
+  EXPECT_FALSE(Exists("run.pf1"));
+}
+TEST_F(OutputSetTest, WritesPf2BeforeMgfWhenAskedTo) {
+  Open();
+  EXPECT_EQ(Write(true), Started("run_HCDFT.pf2") + Started("run_HCDFT.mgf"));
+}
+TEST_F(OutputSetTest, WritesPf2AfterMgfOtherwise) {
+  Open();
+  EXPECT_EQ(Write(false), Started("run_HCDFT.mgf") + Started("run_HCDFT.pf2"));
+}
+TEST_F(OutputSetTest, WritesNoMgfWhenMgfOutputIsOff) {
+  m_parameters.m_output_mgf = false;
+  Open();
+  EXPECT_EQ(Write(true), Started("run_HCDFT.pf2"));
+}
+TEST_F(OutputSetTest, WritesNoPf2WhenPfOutputIsOff) {
+  m_parameters.m_output_pf = false;
+  Open();
+  EXPECT_EQ(Write(true), Started("run_HCDFT.mgf"));
+}
+TEST_F(OutputSetTest, CompletesPf2ThenMgfThenTheTable) {
+  Open();
+  Write(true);
+  CaptureConsole([&] { m_outputs->ClosePf1(); });
+  EXPECT_EQ(
+      CaptureConsole([&] { m_outputs->Complete(); }).m_out,
+      Finished("run_HCDFT.pf2", "1") + Finished("run_HCDFT.mgf", "1") + Finished("run.csv", "1"));
+}
+TEST_F(OutputSetTest, ClosesPf1OnItsOwn) {
+  Open();
+  EXPECT_EQ(CaptureConsole([&] { m_outputs->ClosePf1(); }).m_out, Finished("run.pf1", "0"));
+}
+TEST_F(OutputSetTest, MovesTheTableToItsFinalNameWhenComplete) {
+  Open();
+  CaptureConsole([&] { m_outputs->Complete(); });
+  EXPECT_TRUE(Exists("run.csv"));
+  EXPECT_FALSE(Exists("run.csv_unfinished"));
+}
+TEST_F(OutputSetTest, DeletesAnOldTableBeforeAnythingIsWritten) {
+  WriteFile(m_directory / "run.csv", "old");
+  Open();
+  EXPECT_FALSE(Exists("run.csv"));
+}
+TEST_F(OutputSetTest, LeavesTheTemporaryTableWhenGivenUp) {
+  Open();
+  Write(true);
+  CaptureConsole([&] { m_outputs.reset(); });
+  EXPECT_TRUE(Exists("run.csv_unfinished"));
+  EXPECT_FALSE(Exists("run.csv"));
+}
+
+TEST_F(OutputSetTest, NamesTheFinishedTableAfterTheInput) {
+  EXPECT_EQ(FinishedTablePath(m_parameters), m_directory / "run.csv");
+}
+TEST_F(OutputSetTest, SkipsNothingWithoutAFinishedTable) {
+  WriteFile(m_directory / "run.csv_unfinished", "partial");
+  EXPECT_FALSE(SkipsFinished(m_parameters));
+}
+TEST_F(OutputSetTest, SkipsAnInputWithAFinishedTable) {
+  WriteFile(m_directory / "run.csv", "old");
+  bool skips = false;
+  const std::string out = CaptureConsole([&] { skips = SkipsFinished(m_parameters); }).m_out;
+  EXPECT_TRUE(skips);
+  EXPECT_EQ(out, "[Tarvek] <INFO> - /elsewhere/run.ms1 has existed results, skipping...\n");
+}
+TEST_F(OutputSetTest, SkipsNothingWhenFilesAreRewritten) {
+  WriteFile(m_directory / "run.csv", "old");
+  m_parameters.m_rewrite_files = true;
+  EXPECT_FALSE(SkipsFinished(m_parameters));
+}
+
+}  // namespace
+}  // namespace tarvek

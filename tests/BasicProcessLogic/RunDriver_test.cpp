@@ -1,0 +1,148 @@
+#include "RunDriver.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+#include "ProcessTestSupport.h"
+#include "TestSupport.h"
+
+namespace tarvek {
+namespace {
+
+using test::CaptureConsole;
+using test::MessageOf;
+using test::TemporaryDirectory;
+using test::WriteFile;
+using test::WritePair;
+using testing::HasSubstr;
+
+class RunDriver : public testing::Test {
+ protected:
+  /// The message of a run over the data paths, with the console kept quiet.
+  std::string Run() {
+    std::string message;
+    m_text = CaptureConsole([&] { message = MessageOf([&] { runAllDataPaths(m_parameters); }); });
+    return message;
+  }
+  [[nodiscard]] bool Exists(const std::string& name) const {
+    return std::filesystem::exists(m_directory / name);
+  }
+  std::string MakeFile(const std::string& name) {
+    WriteFile(m_directory / name, "x\n");
+    return m_directory / name;
+  }
+  std::string MakeFolder(const std::string& name) {
+    std::filesystem::create_directory(m_directory / name);
+    return m_directory / name;
+  }
+
+  TemporaryDirectory m_directory;
+  UserParameters m_parameters = test::ParametersFor(m_directory);
+  test::ConsoleText m_text;
+};
+
+constexpr const char* kNothingThrown = "(nothing was thrown)";
+
+TEST_F(RunDriver, TakesTheFormatOfAFileFromItsExtensionInLowerCase) {
+  EXPECT_EQ(detectDataPathFormat(MakeFile("1.RAW"), m_parameters), "raw");
+}
+TEST_F(RunDriver, TakesTheLastExtension) {
+  EXPECT_EQ(detectDataPathFormat(MakeFile("a.raw.mzML"), m_parameters), "mzml");
+}
+TEST_F(RunDriver, TakesTheFormatOfADirectoryAsItIsConfigured) {
+  m_parameters.m_input_format = "mzXML";
+  EXPECT_EQ(detectDataPathFormat(MakeFolder("d.raw"), m_parameters), "mzXML");
+}
+
+TEST_F(RunDriver, UsesTheTableThatIsNamed) {
+  EXPECT_EQ(IsotopeTablePath("other.txt", MakeFile("installed.txt")), "other.txt");
+}
+TEST_F(RunDriver, UsesTheInstalledTableWhenTheDefaultOneIsMissing) {
+  const std::string installed = MakeFile("installed.txt");
+  ASSERT_FALSE(std::filesystem::exists("IPV.txt")) << "in the current directory";
+  CaptureConsole([&] { EXPECT_EQ(IsotopeTablePath("IPV.txt", installed), installed); });
+}
+TEST_F(RunDriver, SaysWhichInstalledTableItUses) {
+  const std::string installed = MakeFile("installed.txt");
+  const std::string out = CaptureConsole([&] { IsotopeTablePath("IPV.txt", installed); }).m_out;
+  EXPECT_EQ(out, "[Tarvek] <INFO> - Uses the installed isotope table " + installed + "\n");
+}
+TEST_F(RunDriver, KeepsTheDefaultNameWhenNoTableIsInstalled) {
+  EXPECT_EQ(IsotopeTablePath("IPV.txt", m_directory / "none.txt"), "IPV.txt");
+}
+TEST_F(RunDriver, KeepsTheDefaultNameWhenThePlaceOfTheProgramIsUnknown) {
+  EXPECT_EQ(IsotopeTablePath("IPV.txt", ""), "IPV.txt");
+}
+
+TEST_F(RunDriver, DoesNothingWithoutDataPaths) { EXPECT_EQ(Run(), kNothingThrown); }
+TEST_F(RunDriver, ProcessesAnMs1FileWhateverFormatIsConfigured) {
+  WritePair(m_directory.Path(), "a");
+  m_parameters.m_datapaths = {m_directory / "a.ms1"};
+  EXPECT_EQ(Run(), kNothingThrown);
+  EXPECT_TRUE(Exists("a.csv"));
+}
+TEST_F(RunDriver, CarriesTheFormatOfAFileToTheDirectoriesAfterIt) {
+  WritePair(m_directory.Path(), "a");
+  WritePair(MakeFolder("more"), "b");
+  m_parameters.m_datapaths = {m_directory / "a.ms1", m_directory / "more"};
+  EXPECT_EQ(Run(), kNothingThrown);
+  EXPECT_TRUE(Exists("b.csv"));
+}
+TEST_F(RunDriver, ProcessesEveryMs1FileOfADirectory) {
+  const std::string folder = MakeFolder("in");
+  WritePair(folder, "a");
+  WritePair(folder, "b");
+  m_parameters.m_input_format = "ms1";
+  m_parameters.m_datapaths = {folder};
+  EXPECT_EQ(Run(), kNothingThrown);
+  EXPECT_TRUE(Exists("a.csv"));
+  EXPECT_TRUE(Exists("b.csv"));
+}
+TEST_F(RunDriver, FindsNothingToDoInADirectoryWithoutInstrumentFiles) {
+  m_parameters.m_datapaths = {MakeFolder("empty")};
+  EXPECT_EQ(Run(), kNothingThrown);
+}
+TEST_F(RunDriver, LeavesItsParametersAlone) {
+  WritePair(m_directory.Path(), "a");
+  m_parameters.m_datapaths = {m_directory / "a.ms1"};
+  Run();
+  EXPECT_EQ(m_parameters.m_input_format, "raw");
+}
+TEST_F(RunDriver, ChecksTheConfiguredFormatInItsWrittenLetterCase) {
+  m_parameters.m_input_format = "mzXML";
+  m_parameters.m_datapaths = {MakeFolder("d")};
+  EXPECT_THAT(Run(), HasSubstr("m_input_format"));
+}
+TEST_F(RunDriver, FailsItsCheckOnAFileOfAnotherFormat) {
+  m_parameters.m_input_format = "other";
+  m_parameters.m_datapaths = {MakeFile("notes.txt")};
+  EXPECT_THAT(Run(), testing::EndsWith(", module BasicProcessLogic"));
+}
+TEST_F(RunDriver, SkipsAnInstrumentFileWithResultsBeforeTheExtractor) {
+  MakeFile("a.csv");
+  m_parameters.m_datapaths = {MakeFile("a.raw")};
+  EXPECT_EQ(Run(), kNothingThrown);
+  EXPECT_EQ(m_text.m_out,
+            "[Tarvek] <INFO> - " + (m_directory / "a.raw") + " has existed results, skipping...\n");
+}
+
+class OtherModel : public RunDriver, public testing::WithParamInterface<int> {};
+
+TEST_P(OtherModel, IsRefusedByItsNumber) {
+  m_parameters.m_mars_model = GetParam();
+  EXPECT_EQ(Run(), "Scoring model " + std::to_string(GetParam()) +
+                       " (mars_model) is not in this version yet. Use 4, which is recommended, or "
+                       "1024.");
+}
+INSTANTIATE_TEST_SUITE_P(RunDriver, OtherModel, testing::Values(-1, 0, 1, 2, 3, 5, 7, 15, 250));
+
+TEST_F(RunDriver, TakesTheOtherNumberOfTheRecommendedModel) {
+  m_parameters.m_mars_model = 1024;
+  EXPECT_EQ(Run(), kNothingThrown);
+}
+
+}  // namespace
+}  // namespace tarvek

@@ -1,0 +1,239 @@
+// Writes that fail, and runs that are killed: what is left must never look finished when it is not.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mount.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <filesystem>
+#include <random>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "GeneratedRun.h"
+#include "ProgramTest.h"
+
+namespace tarvek::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+constexpr int kTrials = 50;
+constexpr int kCycles = 250;  // about 8 MB of input
+constexpr unsigned kSeed = 20240305;
+
+/// The generated pair in the test's directory, and what an undisturbed run makes of it.
+class GeneratedRunTest : public ProgramTest {
+ protected:
+  GeneratedRunTest() {
+    const GeneratedRun run = GenerateRun(kSeed, kCycles);
+    Write("run.ms1", run.m_ms1);
+    Write("run.ms2", run.m_ms2);
+    PlaceWideTable();
+    const auto start = std::chrono::steady_clock::now();
+    Run(Arguments("undisturbed"));
+    m_duration = std::chrono::duration_cast<std::chrono::microseconds>(
+        std::chrono::steady_clock::now() - start);
+    m_undisturbed = OutputsIn(Path("undisturbed"));
+  }
+
+  /// Flat envelopes for every mass that charges 2 to 6 reach at m/z 600.
+  void PlaceWideTable() const {
+    std::string table;
+    for (int row = 0; row < 4000; ++row) table += "100 60 20 5 1\n";
+    Write("IPV.txt", table);
+  }
+  static std::vector<std::string> Arguments(const std::string& out) {
+    return {"-D", "run.ms1", "-O", out};
+  }
+  [[nodiscard]] std::uint64_t LargestOutputBytes() const {
+    std::size_t largest = 0;
+    for (const auto& file : m_undisturbed) largest = std::max(largest, file.second.size());
+    return largest;
+  }
+  /// Compared file by file, so that a failure prints names instead of megabytes.
+  void ExpectUndisturbedOutputs(const std::string& folder) const {
+    const FileMap outputs = OutputsIn(Path(folder));
+    EXPECT_EQ(outputs.size(), m_undisturbed.size());
+    for (const auto& [name, content] : m_undisturbed) {
+      const auto found = outputs.find(name);
+      EXPECT_TRUE(found != outputs.end() && found->second == content) << folder << "/" << name;
+    }
+  }
+
+  std::chrono::microseconds m_duration{};
+  FileMap m_undisturbed;
+};
+
+// The other tests of this kind mean little when their input is small or gives nothing.
+TEST_F(GeneratedRunTest, IsLargeAndDeterminesPrecursors) {
+  EXPECT_EQ(m_result.m_exit_status, 0) << m_result.m_err;
+  EXPECT_GT(fs::file_size(Path("run.ms1")) + fs::file_size(Path("run.ms2")), 2'000'000u);
+  EXPECT_GT(LargestOutputBytes(), 1'000'000u);
+  EXPECT_THAT(m_undisturbed["run.csv"], HasSubstr(", 500.25"));
+  EXPECT_THAT(m_undisturbed["run.csv"], HasSubstr(", 600.5"));
+}
+
+// ------------------------------------------------------------ file-size limit
+
+/// "[Tarvek] <ERROR> - Cannot write FOLDER/NAME" as the only error line, for one of the outputs.
+bool NamesAnOutput(const std::string& err, const std::string& folder, const FileMap& outputs) {
+  const std::string start = "[Tarvek] <ERROR> - Cannot write " + folder + "/";
+  if (!err.starts_with(start) || !err.ends_with('\n')) return false;
+  std::string name = err.substr(start.size(), err.size() - start.size() - 1);
+  if (name == "run.csv_unfinished") name = "run.csv";
+  return outputs.contains(name);
+}
+
+class FileSizeLimit : public GeneratedRunTest {
+ protected:
+  void ExpectHonestFailure(std::uint64_t limit_bytes) {
+    SCOPED_TRACE(limit_bytes);
+    fs::remove_all(Path("out"));
+    ProcessRequest request = Request(Arguments("out"));
+    request.m_file_size_limit_bytes = limit_bytes;
+    RunRequest(request);
+    EXPECT_EQ(m_result.m_exit_status, 255);
+    EXPECT_EQ(m_result.m_signal, 0);
+    EXPECT_TRUE(NamesAnOutput(m_result.m_err, "out", m_undisturbed)) << m_result.m_err;
+    EXPECT_THAT(m_result.m_out, EndsWith(kCrashLines));
+    EXPECT_FALSE(Exists("out/run.csv"));
+    EXPECT_TRUE(Exists("out/run.csv_unfinished"));
+  }
+};
+
+TEST_F(FileSizeLimit, BelowTheLargestOutputEndsTheRunWithAnError) {
+  for (int i = 0; i < kTrials; ++i)
+    ExpectHonestFailure(LargestOutputBytes() * static_cast<std::uint64_t>(i) / kTrials);
+}
+TEST_F(FileSizeLimit, OneByteBelowTheLargestOutputEndsTheRunWithAnError) {
+  ExpectHonestFailure(LargestOutputBytes() - 1);
+}
+TEST_F(FileSizeLimit, OfTheLargestOutputIsEnough) {
+  ProcessRequest request = Request(Arguments("out"));
+  request.m_file_size_limit_bytes = LargestOutputBytes();
+  EXPECT_EQ(RunRequest(request).m_exit_status, 0);
+  ExpectUndisturbedOutputs("out");
+}
+TEST_F(FileSizeLimit, LeavesARunThatCanBeDoneAgain) {
+  ExpectHonestFailure(LargestOutputBytes() / 2);
+  EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
+  ExpectUndisturbedOutputs("out");
+}
+
+// ------------------------------------------------------------ full devices
+
+class FullDevice : public PairTest, public testing::WithParamInterface<const char*> {
+ protected:
+  FullDevice() {
+    MakeFolder("out");
+    fs::create_symlink("/dev/full", Path(std::string("out/") + GetParam()));
+    Run({"-D", "run.ms1", "-O", "out"});
+  }
+};
+
+TEST_P(FullDevice, IsNamedInTheError) {
+  EXPECT_THAT(m_result.m_err,
+              EndsWith(std::string("[Tarvek] <ERROR> - Cannot write out/") + GetParam() + "\n"));
+}
+TEST_P(FullDevice, EndsTheRunWithStatus255) { EXPECT_EQ(m_result.m_exit_status, 255); }
+TEST_P(FullDevice, LeavesNoFinishedTable) { EXPECT_FALSE(Exists("out/run.csv")); }
+INSTANTIATE_TEST_SUITE_P(Faults, FullDevice,
+                         testing::Values("run.csv_unfinished", "run.pf1", "run.pf1idx",
+                                         "run_HCDFT.pf2", "run_HCDFT.pf2idx", "run_HCDFT.mgf",
+                                         "run_CIDIT.pf2", "run_CIDIT.pf2idx", "run_CIDIT.mgf"));
+
+/// A small file system of its own, unmounted at the end.
+class SmallFileSystem {
+ public:
+  SmallFileSystem(std::string path, const char* options) : m_path(std::move(path)) {
+    m_is_mounted = ::mount("none", m_path.c_str(), "tmpfs", 0, options) == 0;
+  }
+  SmallFileSystem(const SmallFileSystem&) = delete;
+  SmallFileSystem& operator=(const SmallFileSystem&) = delete;
+  ~SmallFileSystem() {
+    if (m_is_mounted) ::umount(m_path.c_str());
+  }
+  [[nodiscard]] bool IsMounted() const { return m_is_mounted; }
+
+ private:
+  std::string m_path;
+  bool m_is_mounted = false;
+};
+
+TEST_F(GeneratedRunTest, OnAFullFileSystemEndsWithAnError) {
+  MakeFolder("small");
+  const SmallFileSystem small(Path("small"), "size=1m");
+  if (!small.IsMounted()) GTEST_SKIP() << "mounting a file system is not permitted here";
+  Run({"-D", "run.ms1", "-O", "small", "-L", "log"});
+  EXPECT_EQ(m_result.m_exit_status, 255);
+  EXPECT_TRUE(NamesAnOutput(m_result.m_err, "small", m_undisturbed)) << m_result.m_err;
+  EXPECT_FALSE(Exists("small/run.csv"));
+  EXPECT_TRUE(Exists("small/run.csv_unfinished"));
+}
+
+// ------------------------------------------------------------ killed runs
+
+class KilledRun : public GeneratedRunTest {
+ protected:
+  /// Kills a run on "out" somewhere in its life.
+  void KillARun(std::mt19937& random, std::vector<std::string> more = {}) {
+    std::vector<std::string> arguments = Arguments("out");
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    ProcessRequest request = Request(arguments);
+    const auto moment = static_cast<std::uint64_t>(m_duration.count()) * random() >> 32;
+    request.m_kill_after = std::chrono::microseconds(moment);
+    RunRequest(request);
+    if (m_result.m_signal == SIGKILL) ++m_killed;
+    if (Exists("out/run.csv_unfinished")) ++m_interrupted;
+  }
+  void ExpectNoTableBesideIncompleteOutputs() const {
+    if (Exists("out/run.csv")) ExpectUndisturbedOutputs("out");
+  }
+  /// When runs have become faster than the first one was, some are not killed; most must be.
+  void ExpectEnoughKills() const {
+    RecordProperty("killed", m_killed);
+    RecordProperty("interrupted", m_interrupted);
+    EXPECT_GE(m_killed, kTrials / 5);
+    EXPECT_GE(m_interrupted, kTrials / 10);
+  }
+
+  int m_killed = 0;
+  int m_interrupted = 0;
+};
+
+TEST_F(KilledRun, GivesTheUndisturbedBytesWhenRunAgain) {
+  SCOPED_TRACE(kSeed);
+  std::mt19937 random(kSeed);
+  for (int i = 0; i < kTrials; ++i) {
+    SCOPED_TRACE(i);
+    fs::remove_all(Path("out"));
+    KillARun(random);
+    ExpectNoTableBesideIncompleteOutputs();
+    EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
+    ExpectUndisturbedOutputs("out");
+  }
+  ExpectEnoughKills();
+}
+TEST_F(KilledRun, NeverLeavesTheOldTableBesideHalfRewrittenOutputs) {
+  SCOPED_TRACE(kSeed);
+  std::mt19937 random(kSeed);
+  EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
+  for (int i = 0; i < kTrials; ++i) {
+    SCOPED_TRACE(i);
+    KillARun(random, {"-r", "1"});
+    ExpectNoTableBesideIncompleteOutputs();
+    EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
+    ExpectUndisturbedOutputs("out");
+  }
+  ExpectEnoughKills();
+}
+
+}  // namespace
+}  // namespace tarvek::test

@@ -1,0 +1,331 @@
+// What a run does with its files: which it processes, skips and replaces.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "ProgramTest.h"
+
+namespace tarvek::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+
+std::vector<std::string> NamesOf(const FileMap& files) {
+  std::vector<std::string> names;
+  for (const auto& file : files) names.push_back(file.first);
+  return names;
+}
+
+class MainJob : public PairTest {
+ protected:
+  [[nodiscard]] FileMap Outputs() const { return OutputsIn(Path("out")); }
+  [[nodiscard]] static FileMap Expected() { return OutputsIn(GoldenFolder() + "/default"); }
+  const ProcessResult& RunPair(std::vector<std::string> more = {}) {
+    std::vector<std::string> arguments = {"-D", "run.ms1", "-O", "out"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return Run(arguments);
+  }
+};
+
+TEST_F(MainJob, WritesBesideTheInputWithoutOutputPath) {
+  MakeFolder("in");
+  PlacePair("in");
+  Run({"in/run.ms1"});
+  FileMap outputs = OutputsIn(Path("in"));
+  EXPECT_EQ(outputs.erase("run.ms1") + outputs.erase("run.ms2"), 2u);
+  EXPECT_EQ(outputs, Expected());
+}
+TEST_F(MainJob, MakesANestedOutputDirectory) {
+  EXPECT_EQ(Run({"-D", "run.ms1", "-O", "a/b c/d/"}).m_exit_status, 0);
+  EXPECT_EQ(OutputsIn(Path("a/b c/d")), Expected());
+}
+TEST_F(MainJob, SkipsAFileThatIsFinished) {
+  RunPair();
+  Write("out/run.csv", "mine");
+  RunPair();
+  EXPECT_THAT(m_result.m_out,
+              HasSubstr("[Tarvek] <INFO> - run.ms1 has existed results, skipping...\n"));
+  EXPECT_EQ(Content("out/run.csv"), "mine");
+}
+TEST_F(MainJob, RewritesAFinishedFileWhenAskedTo) {
+  RunPair();
+  Write("out/run.csv", "mine");
+  Write("out/run.pf1", std::string(100000, 'x'));
+  RunPair({"-r", "1"});
+  EXPECT_EQ(Outputs(), Expected());
+}
+TEST_F(MainJob, ProcessesAnInterruptedFileAgain) {
+  MakeFolder("out");
+  Write("out/run.csv_unfinished", std::string(100000, 'x'));
+  Write("out/run_HCDFT.mgf", std::string(100000, 'x'));
+  RunPair();
+  EXPECT_EQ(Outputs(), Expected());
+}
+TEST_F(MainJob, RemovesTheOldTableBeforeAnOutputIsOpened) {
+  RunPair();
+  // The first output after the table cannot be opened, and by then the old table is gone.
+  fs::remove(Path("out/run.pf1"));
+  MakeFolder("out/run.pf1");
+  RunPair({"-r", "1"});
+  EXPECT_EQ(m_result.m_err, "[Tarvek] <ERROR> - Cannot open PF File, Path: out/run.pf1\n");
+  EXPECT_FALSE(Exists("out/run.csv"));
+}
+TEST_F(MainJob, WritesNoPfFilesWhenTheyAreOff) {
+  RunPair({"-p", "0"});
+  EXPECT_THAT(NamesOf(Outputs()),
+              ElementsAre("run.csv", "run_CIDIT.mgf", "run_ETHCDFT.mgf", "run_HCDFT.mgf"));
+}
+TEST_F(MainJob, WritesNoMgfFilesWhenTheyAreOff) {
+  RunPair({"-m", "0"});
+  EXPECT_THAT(
+      NamesOf(Outputs()),
+      ElementsAre("run.csv", "run.pf1", "run.pf1idx", "run_CIDIT.pf2", "run_CIDIT.pf2idx",
+                  "run_ETHCDFT.pf2", "run_ETHCDFT.pf2idx", "run_HCDFT.pf2", "run_HCDFT.pf2idx"));
+}
+TEST_F(MainJob, WritesTheSameTableWithoutTheOtherOutputs) {
+  RunPair({"-m", "0", "-p", "0"});
+  EXPECT_EQ(Content("out/run.csv"), Expected()["run.csv"]);
+}
+TEST_F(MainJob, ReadsWindowsLineEndsTheSame) {
+  for (const char* name : {"run.ms1", "run.ms2"}) {
+    std::string windows;
+    for (const std::string& line : LinesOf(GoldenInput(name))) windows += line + "\r\n";
+    Write(name, windows);
+  }
+  RunPair();
+  EXPECT_EQ(Outputs(), Expected());
+}
+TEST_F(MainJob, GivesTheSameBytesTwice) {
+  RunPair();
+  Run({"-D", "run.ms1", "-O", "again"});
+  EXPECT_EQ(OutputsIn(Path("again")), Outputs());
+}
+
+// ------------------------------------------------------------ directories
+
+class Directory : public ProgramTest {
+ protected:
+  Directory() {
+    PlaceTable();
+    MakeFolder("in");
+  }
+};
+
+TEST_F(Directory, HasEveryMs1FileProcessed) {
+  PlacePair("in", "a");
+  PlacePair("in", "b");
+  Run({"-D", "in", "-F", "ms1", "-O", "out"});
+  EXPECT_TRUE(Exists("out/a.csv"));
+  EXPECT_TRUE(Exists("out/b.csv"));
+}
+TEST_F(Directory, MayHoldExtensionsInUpperCase) {
+  PlacePair("in", "a");
+  fs::rename(Path("in/a.ms1"), Path("in/a.MS1"));
+  Run({"-D", "in", "-F", "ms1", "-O", "out"});
+  EXPECT_TRUE(Exists("out/a.csv"));
+}
+TEST_F(Directory, MayHoldHiddenFilesWhichAreLeftOut) {
+  PlacePair("in", ".hidden");
+  PlacePair("in", "a");
+  Run({"-D", "in", "-F", "ms1", "-O", "out"});
+  EXPECT_TRUE(Exists("out/a.csv"));
+  EXPECT_FALSE(Exists("out/.hidden.csv"));
+}
+TEST_F(Directory, MayHoldNamesWithBlanksDotsAndAccents) {
+  const std::string name = "Probe 7.2 \xC3\xA4\xE6\xB8\xAC";
+  PlacePair("in", name);
+  EXPECT_EQ(Run({"-D", "in", "-F", "ms1", "-O", "out"}).m_exit_status, 0);
+  EXPECT_TRUE(Exists("out/" + name + ".csv"));
+  EXPECT_THAT(Content("out/" + name + "_CIDIT.mgf"),
+              HasSubstr("TITLE=" + name + ".61.61.2.0.dta\n"));
+}
+TEST_F(Directory, IsNotSearchedInItsFolders) {
+  MakeFolder("in/deeper");
+  PlacePair("in/deeper", "a");
+  EXPECT_EQ(Run({"-D", "in", "-F", "ms1", "-O", "out"}).m_exit_status, 0);
+  EXPECT_FALSE(Exists("out/a.csv"));
+}
+TEST_F(Directory, HasItsFinishedFilesSkippedAndTheOthersProcessed) {
+  PlacePair("in", "a");
+  PlacePair("in", "b");
+  MakeFolder("out");
+  Write("out/a.csv", "mine");
+  Run({"-D", "in", "-F", "ms1", "-O", "out"});
+  EXPECT_EQ(Content("out/a.csv"), "mine");
+  EXPECT_TRUE(Exists("out/b.csv"));
+}
+TEST_F(Directory, WithAnUnknownFormatFailsTheCheckOfTheFormat) {
+  Run({"-D", "in", "-F", "x"});
+  EXPECT_EQ(m_result.m_signal, SIGABRT);
+  EXPECT_THAT(m_result.m_err, HasSubstr("m_input_format"));
+}
+TEST_F(Directory, WithTheFormatInAnotherLetterCaseFailsTheCheckOfTheFormat) {
+  Run({"-D", "in", "-F", "MS1"});
+  EXPECT_EQ(m_result.m_signal, SIGABRT);
+  EXPECT_THAT(m_result.m_err, HasSubstr("m_input_format"));
+}
+
+// ------------------------------------------------------------ bad input
+
+class BadInput : public MainJob {};
+
+TEST_F(BadInput, MissingMs2FileIsNamed) {
+  fs::remove(Path("run.ms2"));
+  RunPair();
+  EXPECT_EQ(m_result.m_err, "[Tarvek] <ERROR> - Cannot open MS2 File, Path: ./run.ms2\n");
+  EXPECT_EQ(m_result.m_exit_status, 255);
+}
+TEST_F(BadInput, MissingMs2FileEndsTheWholeRun) {
+  fs::remove(Path("run.ms2"));
+  PlacePair("", "next");
+  Write("run.cfg", "datanum = 2\ndatapath1 = run.ms1\ndatapath2 = next.ms1\n");
+  Run({"run.cfg"});
+  EXPECT_FALSE(Exists("next.csv"));
+}
+TEST_F(BadInput, EmptyMs2FileGivesTheHeaderLineAlone) {
+  Write("run.ms2", "");
+  EXPECT_EQ(RunPair().m_exit_status, 0);
+  EXPECT_EQ(LinesOf(Content("out/run.csv")).size(), 1u);
+}
+TEST_F(BadInput, EmptyMs2FileStillGivesEverySurveyToPf1) {
+  Write("run.ms2", "");
+  RunPair();
+  EXPECT_EQ(Content("out/run.pf1"), Expected()["run.pf1"]);
+}
+TEST_F(BadInput, EmptyMs1FileLeavesTheDeclaredPrecursors) {
+  Write("run.ms1", "");
+  EXPECT_EQ(RunPair().m_exit_status, 0);
+  EXPECT_THAT(Content("out/run.csv"),
+              HasSubstr("HCD, FT, 51, 110.250000, 2, 1, 1, 110.250000, 2, \n"));
+}
+TEST_F(BadInput, EmptyMs1FileGivesAPf1FileWithoutRecords) {
+  Write("run.ms1", "");
+  RunPair();
+  EXPECT_EQ(Content("out/run.pf1"), std::string("\0\0\0\0\3\0\0\0run", 11));
+  EXPECT_EQ(Content("out/run.pf1idx"), "");
+}
+TEST_F(BadInput, InvalidDataPathIsAWarning) {
+  Run({"-D", "none/", "-O", "out"});
+  EXPECT_EQ(m_result.m_err, "[Tarvek] <WARN> - Datapath: none is not a valid datapath.\n");
+  EXPECT_EQ(m_result.m_exit_status, 0);
+}
+TEST_F(BadInput, InvalidDataPathDoesNotStopTheOthers) {
+  Write("run.cfg", "datanum = 2\ndatapath1 = none\ndatapath2 = run.ms1\n");
+  Run({"run.cfg"});
+  EXPECT_TRUE(Exists("run.csv"));
+}
+TEST_F(BadInput, NoDataPathsAreNoError) {
+  Write("run.cfg", "datanum = 0\n");
+  EXPECT_EQ(Run({"run.cfg"}).m_exit_status, 0);
+  EXPECT_EQ(m_result.m_err, "");
+}
+TEST_F(BadInput, InstrumentFileWithoutAnExtractorEndsTheRun) {
+  Write("run.raw", "x");
+  Run({"run.raw"});
+  EXPECT_EQ(m_result.m_exit_status, 255);
+  EXPECT_THAT(m_result.m_err,
+              HasSubstr("[Tarvek] <ERROR> - Cannot use morvex to extract signals from: run.raw\n"));
+}
+TEST_F(BadInput, AnotherModelIsRefusedBeforeAnythingIsWritten) {
+  EXPECT_EQ(RunPair({"-M", "3"}).m_exit_status, 255);
+  EXPECT_THAT(m_result.m_err, HasSubstr("Scoring model 3 (mars_model) is not in this version yet"));
+  EXPECT_TRUE(Outputs().empty());
+}
+
+// ------------------------------------------------------------ isotope table
+
+class IsotopeTableLookup : public MainJob {
+ protected:
+  /// Copies the program to bin/ as an installation has it.
+  void Install() {
+    MakeFolder("installed/bin");
+    fs::copy_file(TARVEK_PROGRAM, Path("installed/bin/tarvek"));
+    MakeFolder("installed/share/tarvek");
+    fs::rename(Path("IPV.txt"), Path("installed/share/tarvek/IPV.txt"));
+  }
+  const ProcessResult& RunInstalled() {
+    ProcessRequest request = Request({"-D", "run.ms1", "-O", "out"});
+    request.m_program = Path("installed/bin/tarvek");
+    return RunRequest(request);
+  }
+};
+
+TEST_F(IsotopeTableLookup, NamesAMissingTable) {
+  fs::remove(Path("IPV.txt"));
+  RunPair();
+  EXPECT_EQ(m_result.m_err, "[Tarvek] <ERROR> - Cannot open IPV Store File, Path: IPV.txt\n");
+  EXPECT_EQ(m_result.m_exit_status, 255);
+  EXPECT_THAT(m_result.m_out, EndsWith(kCrashLines));
+}
+TEST_F(IsotopeTableLookup, FindsTheInstalledTable) {
+  Install();
+  EXPECT_EQ(RunInstalled().m_exit_status, 0);
+  EXPECT_EQ(Outputs(), Expected());
+}
+TEST_F(IsotopeTableLookup, NamesTheInstalledTableInOneLine) {
+  Install();
+  RunInstalled();
+  std::vector<std::string> lines;
+  for (const std::string& line : LinesOf(m_result.m_out))
+    if (line.find("share/tarvek/IPV.txt") != std::string::npos) lines.push_back(line);
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_THAT(lines[0], testing::StartsWith("[Tarvek] <INFO> - "));
+}
+TEST_F(IsotopeTableLookup, PrefersTheTableOfTheCurrentDirectory) {
+  Install();
+  Write("IPV.txt", GoldenInput("IPV.txt"));
+  EXPECT_THAT(RunInstalled().m_out, Not(HasSubstr("share/tarvek/IPV.txt")));
+}
+TEST_F(IsotopeTableLookup, DoesNotReplaceATableThatWasNamed) {
+  Install();
+  ProcessRequest request = Request({"-D", "run.ms1", "-O", "out", "-I", "my.txt"});
+  request.m_program = Path("installed/bin/tarvek");
+  EXPECT_EQ(RunRequest(request).m_err,
+            "[Tarvek] <ERROR> - Cannot open IPV Store File, Path: my.txt\n");
+}
+TEST_F(IsotopeTableLookup, SaysWhereATableHoldsSomethingElse) {
+  Write("IPV.txt", "1 2 3 4 5\n1 2 x 4 5\n");
+  RunPair();
+  EXPECT_EQ(m_result.m_exit_status, 255);
+  EXPECT_THAT(m_result.m_err, HasSubstr("IPV.txt, line 2: 'x' is not a number"));
+}
+
+/// An envelope of charge 10 at m/z 1600, whose mass of 16 kDa lies beyond the table.
+class MassOutsideTheTable : public MainJob {
+ protected:
+  MassOutsideTheTable() {
+    std::string ms1;
+    for (int scan = 1; scan <= 10; ++scan) {
+      const std::string number = std::to_string(scan);
+      ms1 += "S\t" + number + "\t" + number + "\nI\tInstrumentType\tFTMS\n" +
+             "1600.0 1000.0\n1600.1003 900.0\n1600.2006 500.0\n1600.3009 200.0\n";
+    }
+    Write("run.ms1", ms1);
+    Write("run.ms2",
+          "S\t11\t11\t1600.0\nI\tInstrumentType\tFTMS\nI\tActivationType\tHCD\n"
+          "I\tActivationCenter\t1600.0\nI\tPrecursorScan\t5\nZ\t10\t0\n200.0 5.0\n");
+    RunPair({"-c", "10t10"});
+  }
+};
+
+TEST_F(MassOutsideTheTable, StopsTheProcess) { EXPECT_EQ(m_result.m_signal, SIGABRT); }
+TEST_F(MassOutsideTheTable, ShowsTheFailedCheck) {
+  EXPECT_THAT(m_result.m_err, HasSubstr("m_h_is_IPV_inited && (int)mz < m_h_IPV_Matrix.size()"));
+}
+TEST_F(MassOutsideTheTable, SaysWhatIsWrongBeforeTheFailedCheck) {
+  const std::size_t error = m_result.m_err.find("[Tarvek] <ERROR> - ");
+  ASSERT_NE(error, std::string::npos);
+  EXPECT_LT(error, m_result.m_err.find("m_h_is_IPV_inited"));
+}
+TEST_F(MassOutsideTheTable, LeavesNoFinishedTable) { EXPECT_FALSE(Exists("out/run.csv")); }
+
+}  // namespace
+}  // namespace tarvek::test

@@ -1,0 +1,42 @@
+// tests/program/ProcessRunner.h: runs a program as a user would and keeps what it printed.
+// Does:     starts it with working directory, extra environment and limits of its own, standard
+// input
+//           at its end; collects both outputs through pipes, which no file-size limit touches.
+// Throws:   std::runtime_error when the process cannot be started or does not end in time.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarvek::test {
+
+enum class StandardOutput {
+  kCaptured,
+  kClosedPipe,  // a pipe whose reader is gone
+  kFullDevice   // /dev/full: every write fails
+};
+
+struct ProcessRequest {
+  std::string m_program;
+  std::vector<std::string> m_arguments;
+  std::string m_working_directory = ".";
+  std::map<std::string, std::string> m_environment;  // added to the present one
+  StandardOutput m_standard_output = StandardOutput::kCaptured;
+  std::optional<std::uint64_t> m_file_size_limit_bytes;
+  std::optional<std::chrono::microseconds> m_kill_after;  // SIGKILL at this moment
+};
+
+struct ProcessResult {
+  int m_exit_status = -1;  // -1 when a signal ended the process
+  int m_signal = 0;        // 0 when it exited
+  std::string m_out;
+  std::string m_err;
+};
+
+ProcessResult RunProcess(const ProcessRequest& request);
+
+}  // namespace tarvek::test
