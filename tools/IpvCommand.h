@@ -3,14 +3,14 @@
 // Owns:     nothing; the options live as long as the App.
 // Throws:   while parsing, a CLI::ParseError naming the option; when writing, a std::string of the
 //           file helpers naming the path.
-// Not here: the numbers (IsotopeTable.h).
+// Not here: the numbers (AveragineTable.h).
 #pragma once
 
 #include <CLI/CLI.hpp>
 #include <span>
 #include <string>
 
-#include "IsotopeTable.h"
+#include "AveragineTable.h"
 
 namespace tarvek::tools {
 

@@ -6,6 +6,8 @@
 #include <string>
 
 #include "IpvCommand.h"
+#include "ScoreCommand.h"
+#include "SimulateCommand.h"
 
 namespace {
 
@@ -23,6 +25,8 @@ int main(int argc, char** argv) {
     CLI::App app("Companion programs of tarvek", "tarvek-tools");
     app.require_subcommand(1);
     tarvek::tools::AddIpvCommand(app);
+    tarvek::tools::AddSimulateCommand(app);
+    tarvek::tools::AddScoreCommand(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
   } catch (const std::string& message) {  // of the file helpers

@@ -66,7 +66,7 @@ void Ms2Clusters::Add(std::int32_t scan_no, double activation_center, std::vecto
 std::size_t Ms2Clusters::ClusterFor(double activation_center, std::span<const Peak> peaks) const {
   std::vector<std::size_t> near;
   for (auto it = m_member_by_center.lower_bound(activation_center - 2.0 * kCenterDistanceMz);
-       it != m_member_by_center.end() && it->first < activation_center + 2.0 * kCenterDistanceMz;
+       it != m_member_by_center.end() && it->first <= activation_center + 2.0 * kCenterDistanceMz;
        ++it) {
     if (std::fabs(it->first - activation_center) < kCenterDistanceMz) near.push_back(it->second);
   }

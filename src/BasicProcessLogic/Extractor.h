@@ -1,10 +1,8 @@
 // BasicProcessLogic/Extractor.h: the external program that turns instrument files into spectra.
 // Does:     runs it for one file as a child process, forwards its output to the log line by line,
-// and
-//           checks that it finished.
+//           and checks that it finished.
 // Throws:   a std::runtime_error when it cannot be started or the pipe breaks; a std::string when
-// it
-//           fails or leaves no marker.
+//           it fails or leaves no marker.
 // Not here: the extractor itself.
 #pragma once
 

@@ -1,7 +1,6 @@
 // BasicProcessLogic/MgfInput.h: MGF files as input, which are only rewritten as PF2.
 // Does:     reads every spectrum and writes it to one PF2 file when PF output is on. MGF holds no
-// MS1
-//           scans, so no precursor can be determined.
+//           MS1 scans, so no precursor can be determined.
 // Throws:   what reading and writing throw.
 #pragma once
 

@@ -1,7 +1,6 @@
 // BasicProcessLogic/Ms2Loop.h: the MS2 scans of one extracted input file, from reader to writers.
 // Does:     streams the MS2 scans in file order beside the store of MS1 scans, has the precursors
-// of
-//           each determined, and writes every scan that keeps a usable precursor.
+//           of each determined, and writes every scan that keeps a usable precursor.
 // Owns:     readers, writers and store of the one file.
 // Throws:   what reading and writing throw; that ends the run. A bad scan is logged and left out.
 // Not here: which files are processed (RunDriver.h).

@@ -2,8 +2,7 @@
 // Does:     opens the writers that are switched on, passes scans to them, closes them in order.
 // Owns:     the writers.
 // Throws:   what opening and writing throw. When it is destroyed before Complete, the precursor
-// table
-//           keeps its temporary name.
+//           table keeps its temporary name.
 #pragma once
 
 #include <optional>

@@ -1,7 +1,6 @@
 // BasicProcessLogic/RunDriver.h: every data path and every file of it, each down its road.
 // Does:     decides the format of each data path, lists its files, and hands each to the MS2 loop,
-// to
-//           the MGF path, or through the extractor to the loop.
+//           to the MGF path, or through the extractor to the loop.
 // Owns:     its working copy of the parameter record.
 // Throws:   whatever ends the run.
 #pragma once

@@ -1,7 +1,6 @@
 // IO/MsTextReader.h: readers of .ms1 and .ms2 text files.
 // Does:     delivers one scan per call, peaks ascending in m/z, the blocks of a repeated scan
-// number
-//           merged into one record.
+//           number merged into one record.
 // Owns:     the open file and the number of the scan whose "S" line ended the previous one.
 // Throws:   a std::string: "Cannot open MS1 File, Path: ..." (or MS2) when opening; what File::Read
 //           throws. A malformed line is no error: a text that is no number reads as 0.

@@ -1,11 +1,9 @@
 // IO/PfWriter.h: scans in the compact binary form of .pf1 and .pf2 files.
 // Does:     writes a data file and beside it, under the same name followed by "idx", the byte
-// offset
-//           of every scan.
+//           offset of every scan.
 // Owns:     both open files.
 // Throws:   a std::string: "Cannot open PF File, Path: ..." (or "PF index"), "Cannot write " +
-// path,
-//           or "Cannot relocate to 0 in " + path for a file that cannot be repositioned.
+//           path, or "Cannot relocate to 0 in " + path for a file that cannot be repositioned.
 // Not here: the split by scan type (SpectrumWriterGroup.h). The records: docs/formats/pf.md.
 #pragma once
 

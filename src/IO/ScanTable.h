@@ -2,8 +2,7 @@
 // Does:     reads one row of attributes per scan and finds it by scan number.
 // Owns:     its entries.
 // Throws:   a std::string: "Cannot open MSCSV File, Path: ...", "mscsv file is empty!", "mscsv file
-// has
-//           no column " + name + "!", "invalid stoi argument" and its kind, or a message naming
+//           has no column " + name + "!", "invalid stoi argument" and its kind, or a message naming
 //           file and line for a scan number that no run has.
 // Not here: the peaks (MsbReader.h). Columns: docs/formats/msb.md.
 #pragma once

@@ -1,7 +1,6 @@
 // Utils/LineReader.h: lines of a text file, read in blocks.
 // Does:     delivers what C's fgets would with a buffer of 1024 bytes: at most 1023 bytes a piece,
-// the
-//           line feed kept; a longer line comes in several pieces. A piece ends at a NUL byte.
+//           the line feed kept; a longer line comes in several pieces. A piece ends at a NUL byte.
 // Owns:     the bytes read ahead; borrows the File, which must outlive it.
 // Throws:   what File::Read throws.
 #pragma once

@@ -18,6 +18,8 @@
 namespace tarvek {
 namespace {
 
+constexpr std::size_t kMaxPieceBytes = 2047;  // of a line of a child's output
+
 int OpenFlags(std::string_view mode) {
   switch (mode.empty() ? 'r' : mode.front()) {
     case 'w':
@@ -144,22 +146,30 @@ ChildProcess::ChildProcess(ChildProcess&& other) noexcept
 
 ChildProcess::~ChildProcess() { static_cast<void>(Wait()); }
 
+// A parent may have left the end of child processes ignored; their status would be lost.
 ChildProcess ChildProcess::Start(const std::string& command_line) {
+  std::signal(SIGCHLD, SIG_DFL);
   ChildProcess child;
   child.m_pipe = ::popen(command_line.c_str(), "r");
   return child;
 }
 
+// Byte by byte, since fgets does not say where a line with a NUL byte ends.
 bool ChildProcess::ReadLine(std::string& line) {
-  char piece[2048];
-  errno = 0;
-  while (std::fgets(piece, sizeof piece, m_pipe) == nullptr) {
-    if (errno != EINTR) return false;
-    std::clearerr(m_pipe);
+  line.clear();
+  while (line.size() < kMaxPieceBytes) {
     errno = 0;
+    const int c = std::getc(m_pipe);
+    if (c != EOF) {
+      line.push_back(static_cast<char>(c));
+      if (c == '\n') return true;
+    } else if (std::ferror(m_pipe) != 0 && errno == EINTR) {
+      std::clearerr(m_pipe);
+    } else {
+      break;
+    }
   }
-  line = piece;
-  return true;
+  return !line.empty();
 }
 
 bool ChildProcess::AtEnd() const noexcept { return std::feof(m_pipe) != 0; }

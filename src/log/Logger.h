@@ -1,11 +1,9 @@
 // log/Logger.h: the one logger of the process.
 // Does:     shows each message on the console and appends it to the log file; keeps what comes
-// before
-//           the file is open in memory.
+//           before the file is open in memory.
 // Owns:     the open log file and the text not yet written to it.
 // Throws:   SetLogDirectory and Dump the message of OpenFile when the log cannot be opened. A write
-// that
-//           fails, to the console or to the file, is ignored: logging never ends a run.
+//           that fails, to the console or to the file, is ignored: logging never ends a run.
 // Not here: what a message says.
 #pragma once
 

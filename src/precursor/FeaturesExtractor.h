@@ -3,7 +3,7 @@
 // Owns:     its isotope envelope; borrows everything in ScanContext, which must outlive it.
 // Throws:   nothing; a mass outside the isotope table is logged and fails an internal check.
 // Not here: which candidates are tried or kept (PrecursorDetermination.h), scores
-// (ScoringModels.h).
+//           (ScoringModels.h).
 #pragma once
 
 #include <cstdint>

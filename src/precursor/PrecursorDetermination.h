@@ -1,7 +1,6 @@
 // precursor/PrecursorDetermination.h: which precursors were isolated for one MS2 scan.
 // Does:     builds candidates from the MS1 scans around the precursor scan, filters, ranks and
-// scores
-//           them, and recalibrates the m/z of those kept.
+//           scores them, and recalibrates the m/z of those kept.
 // Owns:     its working data, reused from scan to scan.
 // Throws:   nothing; broken invariants fail internal checks.
 // Not here: which MS2 scans are processed, and what becomes of an empty answer (Ms2Loop.h).

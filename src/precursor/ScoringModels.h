@@ -1,7 +1,6 @@
 // precursor/ScoringModels.h: regression-spline scores of candidate precursors.
 // Does:     evaluates the model that mars_model selects: an intercept plus terms, each a
-// coefficient
-//           times a piecewise-cubic hinge of one feature.
+//           coefficient times a piecewise-cubic hinge of one feature.
 // Owns:     the constant tables.
 // Throws:   RequireScoringModel a std::string when the model is not available.
 // Not here: how models are fitted; the threshold (PrecursorDetermination.h).

@@ -1,4 +1,4 @@
-#include "IsotopeTable.h"
+#include "AveragineTable.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,4 @@
-#include "IsotopeTable.h"
+#include "AveragineTable.h"
 
 #include <algorithm>
 #include <limits>

@@ -1,11 +1,10 @@
-// tools/IsotopeTable.h: expected isotope envelopes of average peptides.
+// tools/AveragineTable.h: expected isotope envelopes of average peptides.
 // Does:     computes, per singly protonated mass, the relative intensities of M..M+4 of averagine.
 //           Only sums, products and quotients, in a fixed order: every machine gets the same
 //           digits.
 // Owns:     nothing; results are values.
 // Throws:   nothing. An enrichment outside (0, 1], a negative or an undefined atom count is a
-// failed
-//           check.
+//           failed check.
 // Not here: the text of the table and the command line (IpvCommand.h).
 #pragma once
 

@@ -1,0 +1,242 @@
+#include "Score.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "FileUtils.h"
+#include "LineReader.h"
+#include "NumberText.h"
+#include "StringUtils.h"
+
+namespace tarvek::tools {
+namespace {
+
+// Mass difference of carbon 13 and 12 in Da, by which neighbouring isotope peaks differ nearly
+// always.
+constexpr double kIsotopeDifferenceDa = 1.00335;
+
+constexpr std::array<const char*, 5> kTruthColumns = {"scan", "mz", "charge", "share", "is_target"};
+
+// Fields of a row of the precursor table before those of the determined precursors, three each.
+constexpr std::size_t kFixedFields = 6;
+
+/// Lines of a text file, however long, with what is needed for a message.
+class TableReader {
+ public:
+  explicit TableReader(const std::string& path)
+      : m_path(path), m_file(OpenFile(path, "r", "table")), m_lines(m_file) {}
+
+  bool Next(std::string& line) {
+    line.clear();
+    ++m_number;
+    std::string_view piece;
+    while (m_lines.ReadPiece(piece)) {
+      line += piece;
+      if (piece.ends_with('\n')) break;
+    }
+    const bool any = !line.empty();
+    while (line.ends_with('\n') || line.ends_with('\r')) line.pop_back();
+    return any;
+  }
+
+  [[noreturn]] void Fail(const std::string& what) const {
+    throw m_path + ", line " + std::to_string(m_number) + ": " + what;
+  }
+
+  [[nodiscard]] double Real(std::string_view field) const {
+    return Readable(ScanReal(field), field);
+  }
+  [[nodiscard]] std::int32_t Integer(std::string_view field) const {
+    return Readable(ScanInteger(field), field);
+  }
+
+ private:
+  template <class Number>
+  Number Readable(const ScannedNumber<Number>& scanned, std::string_view field) const {
+    if (scanned.m_status != NumberStatus::kOk)
+      Fail("'" + std::string(field) + "' is not a number.");
+    return scanned.m_value;
+  }
+
+  std::string m_path;
+  File m_file;
+  LineReader m_lines;
+  std::int64_t m_number = 0;
+};
+
+std::array<std::size_t, kTruthColumns.size()> ColumnPositions(const TableReader& reader,
+                                                              std::string_view header) {
+  const std::vector<std::string_view> names = Split(header, "\t");
+  std::array<std::size_t, kTruthColumns.size()> positions{};
+  for (std::size_t i = 0; i < positions.size(); ++i) {
+    const auto name = std::ranges::find(names, std::string_view(kTruthColumns[i]));
+    if (name == names.end()) reader.Fail("no column '" + std::string(kTruthColumns[i]) + "'.");
+    positions[i] = static_cast<std::size_t>(name - names.begin());
+  }
+  return positions;
+}
+
+// The fields of a precursor table end in ", ".
+std::vector<std::string_view> CommaFields(std::string_view line) {
+  std::vector<std::string_view> fields;
+  for (const std::string_view field : Split(line, ",")) fields.push_back(Trim(field));
+  if (!fields.empty() && fields.back().empty()) fields.pop_back();
+  return fields;
+}
+
+double PpmError(const Precursor& found, const Precursor& truth) {
+  return (std::fabs(found.m_mz) - std::fabs(truth.m_mz)) / std::fabs(truth.m_mz) * 1e6;
+}
+
+// The isotope offset, -3 to 3, at which found lies within tol_ppm of truth counted in isotopes of
+// charge.
+std::optional<int> IsotopeOffset(const Precursor& found, const Precursor& truth, double tol_ppm,
+                                 std::int32_t charge) {
+  for (int offset = -kMaxIsotopeOffset; offset <= kMaxIsotopeOffset; ++offset) {
+    const double shifted = std::fabs(truth.m_mz) + offset * kIsotopeDifferenceDa / std::abs(charge);
+    if (std::fabs(PpmError(found, {shifted, charge})) <= tol_ppm) return offset;
+  }
+  return std::nullopt;
+}
+
+/// Counts one set of precursors over all scans.
+class Scorer {
+ public:
+  Scorer(double tol_ppm, double min_share) : m_tol_ppm(tol_ppm), m_min_share(min_share) {}
+
+  void AddScan(std::span<const Precursor> found, std::span<const TruePrecursor> truths) {
+    for (const TruePrecursor& truth : truths) CountRecall(found, truth);
+    for (const Precursor& precursor : found) Classify(precursor, truths);
+  }
+
+  ScoreFigures Figures() {
+    m_figures.m_precision.m_whole = m_figures.m_wrong_isotope.m_whole =
+        m_figures.m_wrong_charge.m_whole = m_figures.m_precursors;
+    m_figures.m_median_ppm = Quantile(m_ppm_errors, 0.5);
+    for (double& error : m_ppm_errors) error = std::fabs(error);
+    m_figures.m_median_absolute_ppm = Quantile(m_ppm_errors, 0.5);
+    m_figures.m_absolute_ppm_95 = Quantile(m_ppm_errors, 0.95);
+    return m_figures;
+  }
+
+ private:
+  [[nodiscard]] bool Agree(const Precursor& found, const Precursor& truth) const {
+    return found.m_charge == truth.m_charge && std::fabs(PpmError(found, truth)) <= m_tol_ppm;
+  }
+
+  void CountRecall(std::span<const Precursor> found, const TruePrecursor& truth) {
+    const bool is_found = std::ranges::any_of(
+        found, [&](const Precursor& precursor) { return Agree(precursor, truth.m_precursor); });
+    const auto count = [is_found](Ratio& ratio) {
+      ++ratio.m_whole;
+      ratio.m_part += is_found ? 1 : 0;
+    };
+    if (truth.m_is_target) count(m_figures.m_target_recall);
+    if (truth.m_share >= 0.10) count(m_figures.m_recall_10);
+    if (truth.m_share >= 0.05) count(m_figures.m_recall_5);
+  }
+
+  // True, else some isotopes off, else of the wrong charge, else unexplained.
+  void Classify(const Precursor& found, std::span<const TruePrecursor> truths) {
+    ++m_figures.m_precursors;
+    std::optional<int> nearest_offset;
+    bool has_other_charge = false;
+    for (const TruePrecursor& truth : truths) {
+      if (truth.m_share < m_min_share) continue;
+      const auto offset =
+          IsotopeOffset(found, truth.m_precursor, m_tol_ppm, truth.m_precursor.m_charge);
+      if (!offset) continue;
+      if (found.m_charge != truth.m_precursor.m_charge) {
+        has_other_charge = true;
+      } else if (!nearest_offset || std::abs(*offset) < std::abs(*nearest_offset)) {
+        nearest_offset = offset;
+        if (*offset == 0) m_ppm_errors.push_back(PpmError(found, truth.m_precursor));
+      }
+    }
+    if (nearest_offset) {
+      ++m_figures
+            .m_by_isotope_offset[static_cast<std::size_t>(*nearest_offset + kMaxIsotopeOffset)];
+      ++(*nearest_offset == 0 ? m_figures.m_precision : m_figures.m_wrong_isotope).m_part;
+    } else if (has_other_charge) {
+      ++m_figures.m_wrong_charge.m_part;
+    }
+  }
+
+  static double Quantile(std::vector<double>& values, double share) {
+    if (values.empty()) return 0.0;
+    std::ranges::sort(values);
+    return values[static_cast<std::size_t>(share * static_cast<double>(values.size() - 1))];
+  }
+
+  double m_tol_ppm;
+  double m_min_share;
+  ScoreFigures m_figures;
+  std::vector<double> m_ppm_errors;
+};
+
+}  // namespace
+
+double Ratio::Value() const {
+  return m_whole == 0 ? 0.0 : static_cast<double>(m_part) / static_cast<double>(m_whole);
+}
+
+TruthTable ReadTruthTable(const std::string& path) {
+  TableReader reader(path);
+  std::string line;
+  if (!reader.Next(line)) reader.Fail("the truth table is empty.");
+  const auto [scan, mz, charge, share, is_target] = ColumnPositions(reader, line);
+  TruthTable truth;
+  while (reader.Next(line)) {
+    const std::vector<std::string_view> fields = Split(line, "\t");
+    if (fields.size() <= std::max({scan, mz, charge, share, is_target}))
+      reader.Fail("too few fields.");
+    TruePrecursor row;
+    row.m_precursor = {reader.Real(fields[mz]), reader.Integer(fields[charge])};
+    row.m_share = reader.Real(fields[share]);
+    row.m_is_target = reader.Integer(fields[is_target]) != 0;
+    truth[reader.Integer(fields[scan])].push_back(row);
+  }
+  return truth;
+}
+
+PrecursorTable ReadPrecursorTable(const std::string& path) {
+  TableReader reader(path);
+  std::string line;
+  if (!reader.Next(line) || !line.starts_with("ActivationType, "))
+    reader.Fail("not a precursor table.");
+  PrecursorTable table;
+  while (reader.Next(line)) {
+    const std::vector<std::string_view> fields = CommaFields(line);
+    if (fields.size() < kFixedFields) reader.Fail("too few fields.");
+    TableRow& row = table[reader.Integer(fields[2])];
+    const Precursor declared{reader.Real(fields[3]), reader.Integer(fields[4])};
+    if (declared.m_mz != -1.0) row.m_declared.push_back(declared);
+    const std::int64_t count = reader.Integer(fields[5]);
+    if (std::ssize(fields) != static_cast<std::ptrdiff_t>(kFixedFields) + 3 * count)
+      reader.Fail("the number of precursors does not agree with the fields.");
+    for (std::size_t i = kFixedFields; i < fields.size(); i += 3)
+      row.m_determined.push_back({reader.Real(fields[i + 1]), reader.Integer(fields[i + 2])});
+  }
+  return table;
+}
+
+ScoreReport ScoreTable(const PrecursorTable& table, const TruthTable& truth, double tol_ppm,
+                       double min_share) {
+  Scorer determined(tol_ppm, min_share);
+  Scorer declared(tol_ppm, min_share);
+  const TableRow missing;
+  for (const auto& [scan, truths] : truth) {
+    const auto row = table.find(scan);
+    const TableRow& found = row == table.end() ? missing : row->second;
+    determined.AddScan(found.m_determined, truths);
+    declared.AddScan(found.m_declared, truths);
+  }
+  return {static_cast<std::int64_t>(truth.size()), static_cast<std::int64_t>(table.size()),
+          determined.Figures(), declared.Figures()};
+}
+
+}  // namespace tarvek::tools

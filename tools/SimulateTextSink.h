@@ -1,0 +1,46 @@
+// tools/SimulateTextSink.h: a simulated run as .ms1 and .ms2 text with a table of the truth.
+// Does:     writes OUTBASE.ms1, OUTBASE.ms2 and OUTBASE.truth.tsv; docs/simulator.md describes the
+//           table. Nothing in them depends on the time of writing.
+// Owns:     the three files, which have their final names once Complete has returned, the truth
+//           last; a sink that was not completed removes them.
+// Throws:   a std::string of the file helpers naming the path.
+// Not here: what is written (SimulateAcquisition.h).
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include "OutputFile.h"
+#include "SimulateSink.h"
+
+namespace tarvek::tools {
+
+class TextSink final : public RunSink {
+ public:
+  explicit TextSink(const std::string& out_base);
+  ~TextSink() override;
+  TextSink(const TextSink&) = delete;
+  TextSink& operator=(const TextSink&) = delete;
+
+  void TakeSurvey(const MS1Spectrum& scan) override;
+  void TakeFragments(const MS2Spectrum& scan, std::span<const TruthRow> truth) override;
+  void Complete() override;
+
+ private:
+  enum Output : std::size_t { kMs1, kMs2, kTruth, kOutputs };
+  void Open();
+
+  std::array<std::string, kOutputs> m_paths;
+  std::array<std::optional<OutputFile>, kOutputs> m_files;
+  std::string m_text;  // of one scan
+  bool m_is_complete = false;
+};
+
+/// The lines of one scan.
+void AppendSurveyText(std::string& text, const MS1Spectrum& scan);
+void AppendFragmentsText(std::string& text, const MS2Spectrum& scan);
+void AppendTruthText(std::string& text, const TruthRow& row);
+
+}  // namespace tarvek::tools
