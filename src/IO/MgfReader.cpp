@@ -16,7 +16,7 @@ constexpr std::int32_t kAssumedCharge = 2;
 
 template <class Number>
 Number Readable(const ScannedNumber<Number>& scanned) {
-  if (scanned.m_status == NumberStatus::kNoDigits) throw std::string(kMgfTitleError);
+  if (scanned.m_status != NumberStatus::kOk) throw std::string(kMgfTitleError);
   return scanned.m_value;
 }
 

@@ -1,7 +1,7 @@
 // IO/MsbReader.h: binary spectrum files (.msb) with their scan table (.mscsv).
-// Does:     reads records in file order and queues each as an MS1 or an MS2 scan, as the table
-// says. Owns:     the open file, the table and the queued scans. Throws:   a std::string: what
-// opening and the table throw, "The peak num is too large!", "The MSB
+// Does:     reads records in file order and queues each as an MS1 or MS2 scan, as the table says.
+// Owns:     the open file, the table and the queued scans.
+// Throws:   a std::string: what opening and the table throw, "The peak num is too large!", "The MSB
 //           terminated unexpectly!", "The peak num is not equal!". A record that the table does not
 //           know fails an internal check.
 // Not here: seeking; StartPos and EndPos of the table are not used. Records: docs/formats/msb.md.

@@ -160,6 +160,36 @@ TEST_F(ProcessTextSpectra, ReportsNoProgressWhenTheThousandthScanIsLeftOut) {
   ms2 += FragmentScan(1001, "PQD");
   EXPECT_THAT(Process(ms2).m_out, Not(HasSubstr("Extracting MS2")));
 }
+TEST_F(ProcessTextSpectra, DoesNotClusterByDefault) {
+  const std::string out = Process(FragmentScan(2) + FragmentScan(3)).m_out;
+  EXPECT_THAT(out, Not(HasSubstr("Cluster")));
+  EXPECT_EQ(Rows().size(), 2u);
+}
+TEST_F(ProcessTextSpectra, ClustersBeforeItOpensItsReaders) {
+  m_parameters.m_cluster_ms2 = true;
+  const std::string out = Process(FragmentScan(2)).m_out;
+  EXPECT_LT(out.find("Select MS2 Cluster: 1\n"),
+            out.find("Start to process " + m_directory.Path() + "/run.ms1\n"));
+}
+TEST_F(ProcessTextSpectra, LeavesOutScansThatClusteringDidNotSelect) {
+  m_parameters.m_cluster_ms2 = true;
+  Process(FragmentScan(2) + FragmentScan(3) + FragmentScan(4));
+  ASSERT_EQ(Rows().size(), 1u);
+  EXPECT_EQ(Rows()[0], "HCD, FT, 2, 500.250000, 2, 1, 1, 500.250000, 2, ");
+}
+TEST_F(ProcessTextSpectra, SaysNothingOfScansThatClusteringDidNotSelect) {
+  m_parameters.m_cluster_ms2 = true;
+  std::string ms2;
+  for (int scan_no = 2; scan_no <= 1001; ++scan_no) ms2 += FragmentScan(scan_no);
+  const ConsoleText text = Process(ms2);
+  EXPECT_EQ(text.m_err, "");
+  EXPECT_THAT(text.m_out, Not(HasSubstr("Extracting MS2")));
+}
+TEST_F(ProcessTextSpectra, DoesNotClusterAFileWithResults) {
+  m_parameters.m_cluster_ms2 = true;
+  WriteFile(m_directory / "run.csv", "old");
+  EXPECT_THAT(Process(FragmentScan(2)).m_out, Not(HasSubstr("Cluster")));
+}
 TEST_F(ProcessTextSpectra, ClosesReadersAndWritersInTheirOrder) {
   const std::string out = Process(FragmentScan(2)).m_out;
   std::vector<std::string> closed;

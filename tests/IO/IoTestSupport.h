@@ -1,5 +1,5 @@
 // tests/IO/IoTestSupport.h: records as text, little-endian bytes by hand, the peak-line format put
-// back after a test.
+//           back after a test.
 #pragma once
 
 #include <cstdint>

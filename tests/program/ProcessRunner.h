@@ -1,7 +1,7 @@
 // tests/program/ProcessRunner.h: runs a program as a user would and keeps what it printed.
 // Does:     starts it with working directory, extra environment and limits of its own, standard
-// input
-//           at its end; collects both outputs through pipes, which no file-size limit touches.
+//           input at its end; collects both outputs through pipes, which no file-size limit
+//           touches.
 // Throws:   std::runtime_error when the process cannot be started or does not end in time.
 #pragma once
 

@@ -5,7 +5,7 @@
 // The folder is named by the environment variable TARVEK_SHARED; by default it is the folder
 // "shared" beside the source tree. It holds data/*/NAME.ms1.gz and .ms2.gz, expected/IPV.txt, the
 // table of runs in expected/README.md, and for each of them expected/NAME/VARIANT/SHA256SUMS and
-// NAME.csv.
+//           NAME.csv.
 #pragma once
 
 #include <cstddef>

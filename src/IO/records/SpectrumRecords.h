@@ -88,9 +88,12 @@ inline bool IsUsable(const Precursor& precursor) {
   return !absent_mz && precursor.m_charge != 0;
 }
 
-/// Sorts by ascending m/z; peaks of equal m/z keep their order.
+/// Sorts by ascending m/z; peaks of equal m/z keep their order. An m/z that is not a number, which
+/// binary input can hold, comes after every number.
 inline void SortByMz(std::vector<Peak>& peaks) {
-  constexpr auto ascending = [](const Peak& a, const Peak& b) { return a.m_mz < b.m_mz; };
+  constexpr auto ascending = [](const Peak& a, const Peak& b) {
+    return a.m_mz < b.m_mz || (std::isnan(b.m_mz) && !std::isnan(a.m_mz));
+  };
   if (!std::ranges::is_sorted(peaks, ascending)) std::ranges::stable_sort(peaks, ascending);
 }
 
