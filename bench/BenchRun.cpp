@@ -7,6 +7,7 @@
 
 #include "IsotopeTable.h"
 #include "SimulateAcquisition.h"
+#include "SimulateMsbSink.h"
 #include "SimulateTextSink.h"
 
 namespace tarvek::bench {
@@ -42,8 +43,10 @@ class SharedDirectory {
     std::string pattern = (std::filesystem::temp_directory_path() / "tarvek_bench_XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make " + pattern);
     m_path = pattern;
-    tools::TextSink sink(m_path + "/run");
-    tools::SimulateRun(RunOptions(), sink);
+    tools::TextSink text(m_path + "/run");
+    tools::SimulateRun(RunOptions(), text);
+    tools::MsbSink binary(m_path + "/run");
+    tools::SimulateRun(RunOptions(), binary);
   }
   ~SharedDirectory() {
     std::error_code ignored;

@@ -21,7 +21,7 @@ struct BenchRun {
 /// 2,000 MS2 scans of seed 1.
 const BenchRun& SharedRun();
 
-/// The directory of the same run as run.ms1 and run.ms2; removed at exit.
+/// The directory of the same run as run.ms1, run.ms2, run.msb and run.mscsv; removed at exit.
 const std::string& SharedFiles();
 
 /// Loads the project's isotope table.

@@ -1,13 +1,21 @@
-// Reading .ms1 and .ms2 text, in bytes and peaks per second.
+// Reading .ms1 and .ms2 text and .msb files, in bytes and peaks per second; the last beside a plain read of
+// the same file into memory.
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
+#include <fstream>
+#include <vector>
 
 #include "BenchRun.h"
 #include "IO.h"
 
 namespace tarvek::bench {
 namespace {
+
+void CountBytes(benchmark::State& state, const std::string& path) {
+  state.SetBytesProcessed(state.iterations() *
+                          static_cast<std::int64_t>(std::filesystem::file_size(path)));
+}
 
 template <class Reader, class Spectrum>
 void ReadText(benchmark::State& state, const char* name, std::int64_t expected_peaks) {
@@ -23,8 +31,7 @@ void ReadText(benchmark::State& state, const char* name, std::int64_t expected_p
   if (peaks != expected_peaks)
     state.SkipWithError("read another number of peaks than were written");
   state.SetItemsProcessed(state.iterations() * peaks);
-  state.SetBytesProcessed(state.iterations() *
-                          static_cast<std::int64_t>(std::filesystem::file_size(path)));
+  CountBytes(state, path);
 }
 
 void BM_ReadMs1Text(benchmark::State& state) {
@@ -36,6 +43,43 @@ void BM_ReadMs2Text(benchmark::State& state) {
   ReadText<Ms2TextReader, MS2Spectrum>(state, "/run.ms2", SharedRun().FragmentPeaks());
 }
 BENCHMARK(BM_ReadMs2Text)->Unit(benchmark::kMillisecond);
+
+void BM_ReadMsb(benchmark::State& state) {
+  const QuietLog quiet;
+  const std::string base = SharedFiles() + "/run";
+  std::int64_t peaks = 0;
+  for ([[maybe_unused]] auto _ : state) {
+    peaks = 0;
+    MsbReader reader(base);
+    MS1Spectrum survey;
+    MS2Spectrum fragments;
+    while (reader.TakeMs2(fragments)) {
+      peaks += std::ssize(fragments.m_peaks);
+      while (reader.HasMs1() && reader.TakeMs1(survey)) peaks += std::ssize(survey.m_peaks);
+    }
+    while (reader.TakeMs1(survey)) peaks += std::ssize(survey.m_peaks);
+  }
+  if (peaks != SharedRun().SurveyPeaks() + SharedRun().FragmentPeaks())
+    state.SkipWithError("read another number of peaks than were written");
+  state.SetItemsProcessed(state.iterations() * peaks);
+  CountBytes(state, base + ".msb");
+}
+BENCHMARK(BM_ReadMsb)->Unit(benchmark::kMillisecond);
+
+// Into memory that is fresh, as whoever keeps the file would have it.
+void BM_ReadPlain(benchmark::State& state) {
+  const std::string path = SharedFiles() + "/run.msb";
+  const auto size = std::filesystem::file_size(path);
+  for ([[maybe_unused]] auto _ : state) {
+    std::ifstream in(path, std::ios::binary);
+    std::vector<char> bytes(size);
+    in.read(bytes.data(), static_cast<std::streamsize>(size));
+    if (!in) state.SkipWithError("cannot read the file");
+    benchmark::DoNotOptimize(bytes.data());
+  }
+  CountBytes(state, path);
+}
+BENCHMARK(BM_ReadPlain)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace tarvek::bench

@@ -7,6 +7,8 @@
 
 #include "NumberText.h"
 #include "SimulateAcquisition.h"
+#include "SimulateMsbSink.h"
+#include "SimulateMzmlSink.h"
 #include "SimulateTextSink.h"
 
 namespace tarvek::tools {
@@ -23,6 +25,7 @@ struct SimulateArguments {
   std::vector<std::string> m_analysers{"FTMS"};
   std::int64_t m_ms2_scans = 0;
   double m_gradient_minutes = 0.0;
+  std::string m_format = "text";
   std::string m_out_base;
 };
 
@@ -50,14 +53,21 @@ void PairMethods(SimulateArguments& arguments) {
         {activations[i % activations.size()], analysers[i % analysers.size()]});
 }
 
+std::unique_ptr<RunSink> MakeSink(const SimulateArguments& arguments) {
+  const std::string& out_base = arguments.m_out_base;
+  if (arguments.m_format == "msb") return std::make_unique<MsbSink>(out_base);
+  if (arguments.m_format == "mzml")
+    return std::make_unique<MzmlSink>(out_base, arguments.m_options);
+  return std::make_unique<TextSink>(out_base);
+}
+
 void RunSimulate(SimulateArguments arguments) {
   PairMethods(arguments);
   SimulateOptions& options = arguments.m_options;
   if (arguments.m_label == "n15") options.m_n15_enrichment = kEnrichment;
   if (arguments.m_ms2_scans > 0) options.m_ms2_scans = arguments.m_ms2_scans;
   if (arguments.m_gradient_minutes > 0.0) options.m_gradient_minutes = arguments.m_gradient_minutes;
-  TextSink sink(arguments.m_out_base);
-  SimulateRun(options, sink);
+  SimulateRun(options, *MakeSink(arguments));
 }
 
 void AddRunOptions(CLI::App& command, SimulateArguments& arguments) {
@@ -78,6 +88,11 @@ void AddRunOptions(CLI::App& command, SimulateArguments& arguments) {
   command
       .add_option("--label", arguments.m_label, "Isotope label of the peptides: none or n15 (99 %)")
       ->check(CLI::IsMember({"none", "n15"}))
+      ->capture_default_str();
+  command
+      .add_option("--format", arguments.m_format,
+                  "Form of the scans: text (.ms1 and .ms2), msb (.msb and .mscsv) or mzml (.mzML)")
+      ->check(CLI::IsMember(std::vector<std::string>{"text", "msb", "mzml"}))
       ->capture_default_str();
   command.add_flag("--negative", options.m_is_negative, "Negative ions");
   command.add_option("OUTBASE", arguments.m_out_base, "Path of the files without their endings")

@@ -3,7 +3,8 @@
 // Owns:     nothing; the options live as long as the App.
 // Throws:   while parsing, a CLI::ParseError naming the option; when writing, a std::string of the
 //           file helpers naming the path.
-// Not here: the run (SimulateAcquisition.h), the files (SimulateTextSink.h).
+// Not here: the run (SimulateAcquisition.h), the files (SimulateTextSink.h, SimulateMsbSink.h,
+//           SimulateMzmlSink.h).
 #pragma once
 
 #include <CLI/CLI.hpp>

@@ -33,6 +33,9 @@ class MsbReader final : public SpectrumReader {
   bool TakeMs1(MS1Spectrum& scan);
   bool TakeMs2(MS2Spectrum& scan);
 
+  /// Whether an MS1 scan is queued.
+  [[nodiscard]] bool HasMs1() const noexcept { return !m_ms1.empty(); }
+
   [[nodiscard]] double FractionRead() const noexcept;
 
  private:
