@@ -15,7 +15,7 @@ namespace {
 
 tools::SimulateOptions RunOptions() {
   tools::SimulateOptions options;
-  options.m_ms2_scans = 2000;
+  options.m_ms2_scans = 20000;
   return options;
 }
 

@@ -18,7 +18,7 @@ struct BenchRun {
   [[nodiscard]] std::int64_t FragmentPeaks() const;
 };
 
-/// 2,000 MS2 scans of seed 1.
+/// 20,000 MS2 scans of seed 1.
 const BenchRun& SharedRun();
 
 /// The directory of the same run as run.ms1, run.ms2, run.msb and run.mscsv; removed at exit.

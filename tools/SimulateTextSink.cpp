@@ -2,7 +2,6 @@
 
 #include <cstdlib>
 
-#include "FileUtils.h"
 #include "MsTextHeader.h"
 #include "NumberText.h"
 
@@ -16,12 +15,6 @@ constexpr int kTruthMzDecimals = 6;
 
 // The same for every run: the files of a seed never differ.
 constexpr LocalTime kCreationTime{2000, 1, 1, 0, 0, 0, 6};
-
-constexpr const char* kTruthHeader =
-    "scan\tmz\tcharge\tshare\tis_target\tpeptide\tisotope_offset\tdeclared_mz\tdeclared_charge\t"
-    "isolated_current\n";
-
-std::string UnfinishedPath(const std::string& path) { return path + "_unfinished"; }
 
 void AppendAttribute(std::string& text, std::string_view key, double value, int decimals) {
   text.append("I\t").append(key) += '\t';
@@ -111,50 +104,24 @@ void AppendTruthText(std::string& text, const TruthRow& row) {
 }
 
 TextSink::TextSink(const std::string& out_base)
-    : m_paths{out_base + ".ms1", out_base + ".ms2", out_base + ".truth.tsv"} {
-  try {
-    Open();
-  } catch (...) {
-    for (std::size_t i = 0; i < kOutputs; ++i)
-      if (m_files[i]) RemoveFile(UnfinishedPath(m_paths[i]));
-    throw;
-  }
-}
-
-void TextSink::Open() {
-  constexpr std::array<const char*, kOutputs> kKinds{"MS1", "MS2", "truth"};
-  for (std::size_t i = 0; i < kOutputs; ++i)
-    m_files[i].emplace(UnfinishedPath(m_paths[i]), "wb", kKinds[i]);
-  m_files[kMs1]->Write(MsTextHeader(kCreationTime));
-  m_files[kMs2]->Write(MsTextHeader(kCreationTime));
-  m_files[kTruth]->Write(kTruthHeader);
-}
-
-TextSink::~TextSink() {
-  if (m_is_complete) return;
-  for (const std::string& path : m_paths) static_cast<void>(DeleteFileAt(UnfinishedPath(path)));
+    : m_ms1(out_base + ".ms1", "MS1"), m_ms2(out_base + ".ms2", "MS2"), m_truth(out_base) {
+  m_ms1.File().Write(MsTextHeader(kCreationTime));
+  m_ms2.File().Write(MsTextHeader(kCreationTime));
 }
 
 void TextSink::TakeSurvey(const MS1Spectrum& scan) {
   m_text.clear();
   AppendSurveyText(m_text, scan);
-  m_files[kMs1]->Write(m_text);
+  m_ms1.File().Write(m_text);
 }
 
 void TextSink::TakeFragments(const MS2Spectrum& scan, std::span<const TruthRow> truth) {
   m_text.clear();
   AppendFragmentsText(m_text, scan);
-  m_files[kMs2]->Write(m_text);
-  m_text.clear();
-  for (const TruthRow& row : truth) AppendTruthText(m_text, row);
-  m_files[kTruth]->Write(m_text);
+  m_ms2.File().Write(m_text);
+  m_truth.Write(truth);
 }
 
-void TextSink::Complete() {
-  for (auto& file : m_files) file->Close();
-  RemoveFile(m_paths[kTruth]);  // an old one must not stand beside new scans
-  for (const std::string& path : m_paths) RenameFile(UnfinishedPath(path), path);
-  m_is_complete = true;
-}
+void TextSink::Complete() { m_truth.CompleteWith({&m_ms1, &m_ms2}); }
 
 }  // namespace tarvek::tools

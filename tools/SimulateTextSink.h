@@ -7,35 +7,25 @@
 // Not here: what is written (SimulateAcquisition.h).
 #pragma once
 
-#include <array>
-#include <cstddef>
-#include <optional>
 #include <string>
 
-#include "OutputFile.h"
-#include "SimulateSink.h"
+#include "SimulateFileSink.h"
 
 namespace tarvek::tools {
 
 class TextSink final : public RunSink {
  public:
   explicit TextSink(const std::string& out_base);
-  ~TextSink() override;
-  TextSink(const TextSink&) = delete;
-  TextSink& operator=(const TextSink&) = delete;
 
   void TakeSurvey(const MS1Spectrum& scan) override;
   void TakeFragments(const MS2Spectrum& scan, std::span<const TruthRow> truth) override;
   void Complete() override;
 
  private:
-  enum Output : std::size_t { kMs1, kMs2, kTruth, kOutputs };
-  void Open();
-
-  std::array<std::string, kOutputs> m_paths;
-  std::array<std::optional<OutputFile>, kOutputs> m_files;
+  UnfinishedFile m_ms1;
+  UnfinishedFile m_ms2;
+  TruthTable m_truth;
   std::string m_text;  // of one scan
-  bool m_is_complete = false;
 };
 
 /// The lines of one scan.

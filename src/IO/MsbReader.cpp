@@ -2,6 +2,7 @@
 
 #include <bit>
 #include <cstring>
+#include <limits>
 #include <string_view>
 #include <utility>
 
@@ -56,7 +57,6 @@ bool MsbReader::ReadNext() {
   TARVEK_CHECK(entry != nullptr && entry->m_scan_no == scan_no, "ans.m_scan_no == scanNo",
                "MsbReader");
   if (peak_count != entry->m_peak_num) throw std::string("The peak num is not equal!");
-  SortByMz(peaks);
   if (entry->m_precursor_scan != -1)
     QueueMs2(*entry, std::move(peaks));
   else
@@ -64,7 +64,7 @@ bool MsbReader::ReadNext() {
   return true;
 }
 
-// All m/z come first, then all intensities.
+// All m/z come first, then all intensities. Peaks that do not ascend in m/z are sorted.
 void MsbReader::ReadPeaks(std::size_t count, std::vector<Peak>& peaks) {
   const std::string_view arrays = m_bytes.Take(2 * sizeof(double) * count);
   if (arrays.size() < 2 * sizeof(double) * count)
@@ -72,8 +72,14 @@ void MsbReader::ReadPeaks(std::size_t count, std::vector<Peak>& peaks) {
   const char* const mz = arrays.data();
   const char* const intensity = arrays.data() + sizeof(double) * count;
   peaks.resize(count);
-  for (std::size_t i = 0; i < count; ++i)
+  bool ascends = true;
+  double previous_mz = -std::numeric_limits<double>::infinity();
+  for (std::size_t i = 0; i < count; ++i) {
     peaks[i] = {RealAt(mz + sizeof(double) * i), RealAt(intensity + sizeof(double) * i)};
+    ascends = ascends && previous_mz <= peaks[i].m_mz;
+    previous_mz = peaks[i].m_mz;
+  }
+  if (!ascends) SortByMz(peaks);
 }
 
 void MsbReader::QueueMs1(const ScanTableEntry& entry, std::vector<Peak>&& peaks) {

@@ -51,8 +51,18 @@ Number Checked(const ScannedNumber<Number>& scanned, const std::string& conversi
 /// The fields of one row by column.
 class RowFields {
  public:
-  RowFields(std::string_view line, const std::array<std::size_t, kColumnCount>& positions)
-      : m_fields(Split(line, "\t")), m_positions(&positions) {}
+  explicit RowFields(const std::array<std::size_t, kColumnCount>& positions)
+      : m_positions(&positions) {}
+
+  /// Refills with the fields of a line, from which they borrow.
+  void Assign(std::string_view line) {
+    m_fields.clear();
+    for (std::size_t tab = line.find('\t'); tab != std::string_view::npos; tab = line.find('\t')) {
+      m_fields.push_back(line.substr(0, tab));
+      line.remove_prefix(tab + 1);
+    }
+    m_fields.push_back(line);
+  }
 
   [[nodiscard]] std::string_view Text(Column column) const {
     const std::size_t position = (*m_positions)[column];
@@ -102,17 +112,18 @@ class ScanTableReader final : public SpectrumReader {
 
   ScanTable Read() {
     ReadHeader();
-    ScanTable table;
+    std::vector<ScanTableEntry> rows;
+    RowFields fields(m_positions);
     std::string_view line;
     for (std::int64_t number = 2; ReadLine(line); ++number) {
       line = WithoutLineEnd(line);
       if (line.empty()) continue;
-      ScanTableEntry entry = ParseRow(RowFields(line, m_positions));
-      CheckScanNumber(entry.m_scan_no, number);
-      table.Put(std::move(entry));
+      fields.Assign(line);
+      rows.push_back(ParseRow(fields));
+      CheckScanNumber(rows.back().m_scan_no, number);
       CountRecord();
     }
-    return table;
+    return ScanTable(std::move(rows));
   }
 
  private:
@@ -140,21 +151,32 @@ class ScanTableReader final : public SpectrumReader {
 
 }  // namespace
 
-void ScanTable::Put(ScanTableEntry entry) {
-  const std::int32_t scan_no = entry.m_scan_no;
-  const auto [row, is_new] = m_row_of_scan.try_emplace(scan_no, m_rows.size());
-  if (is_new)
-    m_rows.push_back(std::move(entry));
-  else
-    m_rows[row->second] = std::move(entry);
-  m_size = std::max(m_size, static_cast<std::size_t>(scan_no) + 1);
+ScanTable::ScanTable(std::vector<ScanTableEntry> rows) : m_rows(std::move(rows)) {
+  const auto not_ascending = [](const ScanTableEntry& a, const ScanTableEntry& b) {
+    return a.m_scan_no >= b.m_scan_no;
+  };
+  if (std::ranges::adjacent_find(m_rows, not_ascending) == m_rows.end()) return;
+  // From the back, so that of equal numbers the last row comes first and is kept.
+  std::ranges::reverse(m_rows);
+  std::ranges::stable_sort(m_rows, {}, &ScanTableEntry::m_scan_no);
+  const auto repeated = std::ranges::unique(m_rows, {}, &ScanTableEntry::m_scan_no);
+  m_rows.erase(repeated.begin(), repeated.end());
+}
+
+std::size_t ScanTable::Size() const noexcept {
+  return m_rows.empty() ? 0 : static_cast<std::size_t>(m_rows.back().m_scan_no) + 1;
 }
 
 const ScanTableEntry* ScanTable::Find(std::int32_t scan_no) const {
   static const ScanTableEntry kDefaultEntry;
-  const auto row = m_row_of_scan.find(scan_no);
-  if (row != m_row_of_scan.end()) return &m_rows[row->second];
-  return scan_no >= 0 && std::cmp_less(scan_no, m_size) ? &kDefaultEntry : nullptr;
+  if (scan_no < 0 || std::cmp_greater_equal(scan_no, Size())) return nullptr;
+  const std::int64_t guess = std::int64_t{scan_no} - m_rows.front().m_scan_no;
+  if (guess >= 0 && guess < std::ssize(m_rows)) {
+    const ScanTableEntry& row = m_rows[static_cast<std::size_t>(guess)];
+    if (row.m_scan_no == scan_no) return &row;
+  }
+  const auto row = std::ranges::lower_bound(m_rows, scan_no, {}, &ScanTableEntry::m_scan_no);
+  return row->m_scan_no == scan_no ? &*row : &kDefaultEntry;
 }
 
 ScanTable LoadScanTable(const std::string& path) {

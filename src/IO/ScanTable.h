@@ -10,30 +10,30 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "SpectrumRecords.h"
 
 namespace tarvek {
 
-/// Entries by scan number. A number below Size() without a row has the default entry, all numbers
-/// 0.
+/// Entries by scan number. A number below Size() without a row has the default entry, all numbers 0.
 class ScanTable {
  public:
-  /// Puts entry at its scan number, which is not negative, replacing an earlier one.
-  void Put(ScanTableEntry entry);
+  ScanTable() = default;
+
+  /// rows in the order of the file; their scan numbers are not negative. Of rows with the same scan
+  /// number the last one counts.
+  explicit ScanTable(std::vector<ScanTableEntry> rows);
 
   /// One more than the largest scan number; 0 without rows.
-  [[nodiscard]] std::size_t Size() const noexcept { return m_size; }
+  [[nodiscard]] std::size_t Size() const noexcept;
 
-  /// The entry at a scan number; null when the number is outside the table.
+  /// The entry at a scan number; null when the number is outside the table. O(1) where the rows have
+  /// consecutive numbers, else O(log n).
   [[nodiscard]] const ScanTableEntry* Find(std::int32_t scan_no) const;
 
  private:
-  std::size_t m_size = 0;
-  std::vector<ScanTableEntry> m_rows;
-  std::unordered_map<std::int32_t, std::size_t> m_row_of_scan;
+  std::vector<ScanTableEntry> m_rows;  // ascending in scan number, each number once
 };
 
 /// Reads the table at path, announcing it in the log like every spectrum file.
