@@ -1,0 +1,138 @@
+#include "BinaryArray.h"
+
+#include <libmsnumpress/MSNumpress.hpp>
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstddef>
+#include <cstring>
+#include <type_traits>
+
+#include "Base64.h"
+
+namespace tarvek::extractor {
+namespace {
+
+template <class Unsigned>
+Unsigned Reversed(Unsigned value) {
+  Unsigned reversed = 0;
+  for (std::size_t i = 0; i < sizeof value; ++i, value = static_cast<Unsigned>(value >> 8))
+    reversed = static_cast<Unsigned>(reversed << 8 | (value & 0xFFu));
+  return reversed;
+}
+
+template <class Number>
+void Convert(const std::string& bytes, ByteOrder order, std::vector<double>& numbers) {
+  using Bits = std::conditional_t<sizeof(Number) == 4, std::uint32_t, std::uint64_t>;
+  const bool is_native =
+      (order == ByteOrder::kLittle) == (std::endian::native == std::endian::little);
+  numbers.resize(bytes.size() / sizeof(Number));
+  const char* from = bytes.data();
+  for (double& number : numbers) {
+    Bits bits;
+    std::memcpy(&bits, from, sizeof bits);
+    from += sizeof bits;
+    number = static_cast<double>(std::bit_cast<Number>(is_native ? bits : Reversed(bits)));
+  }
+}
+
+std::size_t WidthOf(NumberType type) {
+  return type == NumberType::kFloat32 || type == NumberType::kInt32 ? 4 : 8;
+}
+
+void ConvertPlain(const std::string& bytes, const ArrayEncoding& encoding,
+                  std::vector<double>& numbers) {
+  switch (encoding.m_type) {
+    case NumberType::kFloat32:
+      return Convert<float>(bytes, encoding.m_order, numbers);
+    case NumberType::kFloat64:
+      return Convert<double>(bytes, encoding.m_order, numbers);
+    case NumberType::kInt32:
+      return Convert<std::int32_t>(bytes, encoding.m_order, numbers);
+    case NumberType::kInt64:
+      return Convert<std::int64_t>(bytes, encoding.m_order, numbers);
+    case NumberType::kUnknown:
+      break;
+  }
+  throw std::string("has no number type");
+}
+
+// Every number takes at least half a byte (a half byte of 8 is a zero), and two reals may stand
+// before them.
+constexpr std::size_t kNumpressNumbersPerByte = 2;
+constexpr std::size_t kNumpressSlack = 16;
+
+void ConvertNumpress(std::string& bytes, Numpress kind, std::vector<double>& numbers) {
+  const std::size_t size = bytes.size();
+  numbers.assign(size * kNumpressNumbersPerByte + kNumpressSlack, 0.0);
+  bytes.append(kNumpressSlack, '\0');
+  const auto* const data = reinterpret_cast<const unsigned char*>(bytes.data());
+  namespace numpress = ms::numpress::MSNumpress;
+  std::size_t count = 0;
+  try {
+    if (kind == Numpress::kLinear) count = numpress::decodeLinear(data, size, numbers.data());
+    if (kind == Numpress::kPic) count = numpress::decodePic(data, size, numbers.data());
+    if (kind == Numpress::kSlof) count = numpress::decodeSlof(data, size, numbers.data());
+  } catch (const char*) {
+    throw std::string("holds damaged numpress data");
+  }
+  if (count > numbers.size()) throw std::string("holds damaged numpress data");
+  numbers.resize(count);
+}
+
+std::string LengthError(std::size_t found, std::int64_t declared) {
+  return "holds " + std::to_string(found) + " numbers where " + std::to_string(declared) +
+         " are declared";
+}
+
+void CheckNumbers(const std::vector<double>& numbers) {
+  const auto bad =
+      std::ranges::find_if(numbers, [](double number) { return !std::isfinite(number); });
+  if (bad != numbers.end())
+    throw "holds a value that is no finite number at position " +
+        std::to_string(bad - numbers.begin() + 1);
+}
+
+}  // namespace
+
+// m_bytes: base64 decoded and inflated.
+void ArrayDecoder::Unpack(const ArrayEncoding& encoding, std::int64_t count,
+                          const std::string& what) {
+  if (!encoding.m_zlib) return;
+  // numpress takes at most 5 bytes a number and two reals
+  const std::size_t width = encoding.m_numpress == Numpress::kNone ? WidthOf(encoding.m_type) : 8;
+  const std::size_t slack = encoding.m_numpress == Numpress::kNone ? 0 : kNumpressSlack;
+  const std::size_t max_bytes = static_cast<std::size_t>(count) * width + slack;
+  if (!m_inflater.InflateAll(m_bytes, max_bytes, m_inflated))
+    throw what + " holds damaged zlib data";
+  if (m_inflated.size() > max_bytes)
+    throw what + " holds more than the " + std::to_string(count) + " numbers declared";
+  m_bytes.swap(m_inflated);
+}
+
+void ArrayDecoder::Decode(std::string_view text, const ArrayEncoding& encoding, std::int64_t count,
+                          std::string_view what, std::vector<double>& numbers) {
+  const std::string name(what);
+  if (!encoding.m_unsupported.empty())
+    throw name + " uses a compression that is not supported: " + encoding.m_unsupported;
+  if (count < 0 || count > kMaxArrayLength)
+    throw name + " declares " + std::to_string(count) + " numbers, which cannot be";
+  if (!DecodeBase64(text, m_bytes)) throw name + " is no base64 text";
+  Unpack(encoding, count, name);
+  try {
+    if (encoding.m_numpress != Numpress::kNone) {
+      ConvertNumpress(m_bytes, encoding.m_numpress, numbers);
+    } else {
+      const std::size_t width = WidthOf(encoding.m_type);
+      if (m_bytes.size() % width != 0) throw LengthError(m_bytes.size() / width, count);
+      ConvertPlain(m_bytes, encoding, numbers);
+    }
+    if (numbers.size() != static_cast<std::size_t>(count)) throw LengthError(numbers.size(), count);
+    CheckNumbers(numbers);
+  } catch (const std::string& detail) {
+    throw name + " " + detail;
+  }
+}
+
+}  // namespace tarvek::extractor

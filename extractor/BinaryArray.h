@@ -1,0 +1,48 @@
+// extractor/BinaryArray.h: the encoded number arrays of instrument files.
+// Does:     decodes base64, zlib and numpress into numbers; checks length and values.
+// Owns:     the buffers it works in, used again from array to array.
+// Throws:   std::string, a sentence without file and scan, which the reader puts before it.
+// Not here: which array is which.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Inflater.h"
+
+namespace tarvek::extractor {
+
+enum class NumberType { kUnknown, kFloat32, kFloat64, kInt32, kInt64 };
+enum class Numpress { kNone, kLinear, kPic, kSlof };
+enum class ByteOrder { kLittle, kNetwork };
+
+struct ArrayEncoding {
+  NumberType m_type = NumberType::kUnknown;
+  ByteOrder m_order = ByteOrder::kLittle;
+  Numpress m_numpress = Numpress::kNone;
+  bool m_zlib = false;
+  std::string m_unsupported;  // name of a compression that we do not know
+};
+
+/// No spectrum has more peaks; a larger number is a damaged file.
+inline constexpr std::int64_t kMaxArrayLength = 20'000'000;
+
+class ArrayDecoder {
+ public:
+  /// Replaces numbers by the count numbers that text encodes. Throws when the text is damaged, the
+  /// compression is unknown, there are more or fewer numbers, or one is no finite number. what: the
+  /// name of the array in messages, as "m/z array".
+  void Decode(std::string_view text, const ArrayEncoding& encoding, std::int64_t count,
+              std::string_view what, std::vector<double>& numbers);
+
+ private:
+  void Unpack(const ArrayEncoding& encoding, std::int64_t count, const std::string& what);
+
+  Inflater m_inflater{StreamKind::kZlib};
+  std::string m_bytes;
+  std::string m_inflated;
+};
+
+}  // namespace tarvek::extractor

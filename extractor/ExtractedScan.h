@@ -1,0 +1,63 @@
+// extractor/ExtractedScan.h: what an instrument file says of one spectrum, whatever its format.
+// Does:     plain values that both readers fill and the rules read.
+// Owns:     its texts and lists.
+// Throws:   nothing.
+// Not here: what is made of them (ScanRules.h), peaks (BinaryArray.h).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tarvek::extractor {
+
+enum class Analyser { kUnknown, kFourier, kTimeOfFlight, kIonTrap, kOther };
+enum class Polarity { kUnknown, kPositive, kNegative };
+enum class PeakMode { kUnknown, kCentroid, kProfile };
+
+/// Dissociation methods, as bits: a scan may name several.
+enum ActivationBit : unsigned {
+  kActivationCid = 1u << 0,
+  kActivationHcd = 1u << 1,
+  kActivationEtd = 1u << 2,
+  kActivationEthcd = 1u << 3,  // one term for the pair
+  kActivationEtcid = 1u << 4,
+  kActivationOther = 1u << 5  // a method without a word; its name is in m_other_activation
+};
+
+struct SelectedIon {
+  double m_mz = 0.0;          // 0 when not declared
+  std::int32_t m_charge = 0;  // 0 when not declared; the sign is not used
+  std::vector<std::int32_t> m_possible_charges;
+};
+
+struct DeclaredPrecursor {
+  std::optional<double> m_target_mz;  // centre of the isolation window
+  std::optional<double> m_lower_offset;
+  std::optional<double> m_upper_offset;
+  std::string m_scan_ref;  // id of the spectrum it was taken from; empty when not declared
+  std::vector<SelectedIon> m_ions;
+  unsigned m_activation = 0;  // ActivationBit
+  std::string m_other_activation;
+};
+
+/// One spectrum without its peaks.
+struct ExtractedScan {
+  std::string m_id;                // nativeID, or the number of an mzXML scan
+  std::int64_t m_position = 0;     // 0 for the first spectrum of the file
+  bool m_is_mass_spectrum = true;  // false for UV and other spectra that are none
+  std::int32_t m_ms_level = 0;     // 0 when not declared
+  std::optional<double> m_rt_seconds;
+  double m_injection_ms = 0.0;
+  std::optional<double> m_faims_volts;
+  Analyser m_analyser = Analyser::kUnknown;
+  bool m_has_own_analyser = false;  // the spectrum names it; else it is the default of the run
+  std::string m_filter;             // the instrument's filter line, empty when there is none
+  Polarity m_polarity = Polarity::kUnknown;
+  PeakMode m_mode = PeakMode::kUnknown;
+  std::vector<DeclaredPrecursor> m_precursors;
+  std::int64_t m_peak_count = 0;  // as declared
+};
+
+}  // namespace tarvek::extractor

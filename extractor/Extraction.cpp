@@ -1,0 +1,206 @@
+#include "Extraction.h"
+
+#include <algorithm>
+#include <functional>
+#include <memory>
+#include <utility>
+
+#include "FileUtils.h"
+#include "Interruption.h"
+#include "MzmlReader.h"
+#include "MzxmlReader.h"
+#include "NumberText.h"
+#include "PeakPicker.h"
+#include "RunReport.h"
+#include "ScanRules.h"
+#include "ScanSinks.h"
+#include "TemporaryOutput.h"
+#include "XmlStream.h"
+
+namespace tarvek::extractor {
+namespace {
+
+std::string BasePath(const ExtractorOptions& options) {
+  return JoinPath({options.m_output_directory, options.m_base_name});
+}
+
+std::unique_ptr<ScanSink> MakeSink(const ExtractorOptions& options, const std::string& format) {
+  const DigitCounts digits{options.m_mz_digits, options.m_intensity_digits};
+  if (options.m_mgf) return MakeMgfSink(BasePath(options), options.m_base_name, digits);
+  if (!options.m_msb) return MakeTextSink(BasePath(options), digits);
+  const std::string& named = options.m_format.empty() ? format : options.m_format;
+  return MakeBinarySink(BasePath(options) + "." + named, digits);
+}
+
+/// Whether a value is not 0 as text with these decimals. Next to the half of the last decimal only
+/// the text itself tells.
+class VisibilityTest {
+ public:
+  explicit VisibilityTest(int decimals) : m_decimals(decimals) {
+    double half = 0.5;
+    for (int i = 0; i < decimals; ++i) half /= 10.0;
+    m_surely_zero = 0.99 * half;
+    m_surely_visible = 1.01 * half;
+  }
+  [[nodiscard]] bool IsVisible(double value) const {
+    if (value > m_surely_visible) return true;
+    return value > m_surely_zero && Rounded(value, m_decimals) > 0.0;
+  }
+
+ private:
+  int m_decimals;
+  double m_surely_zero;
+  double m_surely_visible;
+};
+
+/// Sends the spectra of a reader through the rules to the output.
+class ScanPipeline final : public ScanConsumer {
+ public:
+  ScanPipeline(const ExtractorOptions& options, RunReport& report)
+      : m_is_msb(options.m_msb && !options.m_mgf),
+        m_rules(options.m_faims_volts),
+        m_mz_test(options.m_mz_digits),
+        m_intensity_test(options.m_intensity_digits),
+        m_report(&report) {}
+
+  void SetSink(ScanSink& sink) { m_sink = &sink; }
+
+  void OnDeclaredCount(std::int64_t count) override { m_report->SetDeclaredCount(count); }
+
+  bool WantsPeaks(const ExtractedScan& scan) override {
+    return m_rules.Decide(scan).m_kind != ScanKind::kLeftOut;
+  }
+
+  void OnScan(const ExtractedScan& scan, std::vector<Peak>& peaks) override {
+    OutputScan output = m_rules.Decide(scan);
+    if (output.m_kind != ScanKind::kLeftOut) {
+      PreparePeaks(scan, output, peaks);
+      if (peaks.empty()) {
+        output.m_kind = ScanKind::kLeftOut;
+        output.m_why_left_out = "no peak that the digits show";
+      } else {
+        m_sink->Write(output, peaks);
+      }
+    }
+    m_report->Count(scan, output);
+    m_rules.Remember(scan, output);
+  }
+
+ private:
+  void PreparePeaks(const ExtractedScan& scan, const OutputScan& output, std::vector<Peak>& peaks) {
+    SortByMz(peaks);
+    if (IsProfile(scan, output, peaks)) {
+      peaks = PickPeaks(peaks);
+      m_report->Note("spectra picked from profile data");
+    }
+    const std::size_t before = peaks.size();
+    std::erase_if(peaks, [this](const Peak& peak) {
+      return !m_mz_test.IsVisible(peak.m_mz) || !m_intensity_test.IsVisible(peak.m_intensity);
+    });
+    if (peaks.size() < before)
+      m_report->Note("peaks left out that the digits show as 0",
+                     static_cast<std::int64_t>(before - peaks.size()));
+    if (!m_is_msb || peaks.size() <= kMaxMsbPeaks) return;
+    KeepMostIntense(peaks, kMaxMsbPeaks);
+    m_report->Note("scans cut to their 10000 most intense peaks");
+  }
+
+  bool IsProfile(const ExtractedScan& scan, const OutputScan& output,
+                 const std::vector<Peak>& peaks) {
+    const DataLook look = LookAt(peaks, output.m_instrument == "ITMS");
+    const bool is_flagged = scan.m_mode == PeakMode::kProfile;
+    if (look == DataLook::kProfile && scan.m_mode == PeakMode::kCentroid)
+      m_report->Note("spectra declared as centroids that are profiles");
+    if (look == DataLook::kCentroid && is_flagged)
+      m_report->Note("spectra declared as profiles that are centroids");
+    return look == DataLook::kProfile || (look == DataLook::kUnclear && is_flagged);
+  }
+
+  bool m_is_msb;
+  ScanRules m_rules;
+  VisibilityTest m_mz_test;
+  VisibilityTest m_intensity_test;
+  RunReport* m_report;
+  ScanSink* m_sink = nullptr;
+};
+
+/// Hands the elements to the reader of the format that the root element names.
+class FormatChooser final : public XmlHandler {
+ public:
+  FormatChooser(ScanConsumer& consumer, std::function<void(const std::string&)> on_format)
+      : m_consumer(&consumer), m_on_format(std::move(on_format)) {}
+
+  void OnStart(std::string_view name, const XmlAttributes& attributes) override {
+    if (!m_reader) Choose(name);
+    m_reader->OnStart(name, attributes);
+  }
+  void OnEnd(std::string_view name) override { m_reader->OnEnd(name); }
+  void OnText(std::string_view text) override { m_reader->OnText(text); }
+
+ private:
+  void Choose(std::string_view root) {
+    if (root == "mzML" || root == "indexedmzML") {
+      m_reader = MakeMzmlReader(*m_consumer);
+      m_on_format("mzML");
+    } else if (root == "mzXML" || root == "msRun") {
+      m_reader = MakeMzxmlReader(*m_consumer);
+      m_on_format("mzXML");
+    } else {
+      throw "neither mzML nor mzXML: the root element is " + std::string(root);
+    }
+  }
+
+  ScanConsumer* m_consumer;
+  std::function<void(const std::string&)> m_on_format;
+  std::unique_ptr<XmlHandler> m_reader;
+};
+
+std::string LowerFormat(const std::string& format) { return format == "mzXML" ? "mzxml" : "mzml"; }
+
+void WriteMarker(const ExtractorOptions& options) {
+  TemporaryOutput marker(MarkerPath(options));
+  marker.Write("All spectra of " + options.m_base_name + " were extracted.\n");
+  marker.Close();
+  marker.Commit();
+}
+
+void ReadInto(const ExtractorOptions& options, const std::string& path, RunReport& report,
+              std::unique_ptr<ScanSink>& sink) {
+  ScanPipeline pipeline(options, report);
+  FormatChooser chooser(pipeline, [&](const std::string& format) {
+    report.SetFormat(format);
+    sink = MakeSink(options, LowerFormat(format));
+    pipeline.SetSink(*sink);
+  });
+  ReadXmlFile(path, chooser, [&](const ReadingState& state) {
+    ThrowIfInterrupted();
+    report.Progress(state);
+  });
+}
+
+}  // namespace
+
+std::string MarkerPath(const ExtractorOptions& options) { return BasePath(options) + ".morvex"; }
+
+void RemoveMarker(const ExtractorOptions& options) {
+  const std::string marker = MarkerPath(options);
+  if (!DeleteFileAt(marker) && FileExists(marker)) throw "Cannot delete file: " + marker;
+}
+
+void Extract(const ExtractorOptions& options, const std::string& path, std::ostream& out) {
+  RemoveMarker(options);
+  MakeDirectory(options.m_output_directory);
+  RunReport report(out, options.m_input);
+  std::unique_ptr<ScanSink> sink;
+  ReadInto(options, path, report, sink);
+  if (options.m_faims_volts && report.WrittenScans() == 0)
+    throw path + ": no scan has this compensation voltage; found: " +
+        (report.Voltages().empty() ? "none" : report.Voltages());
+  sink->Close();
+  sink->Commit();
+  ThrowIfInterrupted();
+  report.PrintSummary();
+  WriteMarker(options);
+}
+
+}  // namespace tarvek::extractor

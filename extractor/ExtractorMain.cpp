@@ -1,0 +1,91 @@
+#include "ExtractorMain.h"
+
+#include <cstdlib>
+#include <exception>
+#include <functional>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "Extraction.h"
+#include "FileUtils.h"
+#include "Interruption.h"
+#include "Platform.h"
+
+namespace tarvek::extractor {
+namespace {
+
+constexpr int kFailed = 1;
+constexpr int kBadCommandLine = 2;
+
+struct ProgramTexts {
+  std::string m_name;
+  std::string m_inputs;
+};
+
+// The exit status: that of success, or status_of_failure after a line on standard error.
+int Guarded(const ProgramTexts& texts, const std::function<void()>& action, int status_of_failure) {
+  try {
+    action();
+    return EXIT_SUCCESS;
+  } catch (const std::string& message) {
+    std::cerr << texts.m_name << ": " << message << std::endl;
+  } catch (const std::exception& error) {
+    std::cerr << texts.m_name << ": " << error.what() << std::endl;
+  }
+  return status_of_failure;
+}
+
+int Run(int argc, char** argv, const ProgramTexts& texts,
+        const std::function<void(const ExtractorOptions&)>& extract) {
+  CatchInterruptions();
+  IgnoreWriteSignals();
+  const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
+  ExtractorOptions options;
+  const int status = Guarded(
+      texts, [&] { options = ParseOptions(arguments); }, kBadCommandLine);
+  if (status != EXIT_SUCCESS) return status;
+  if (options.m_help) {
+    std::cout << HelpText(texts.m_name, texts.m_inputs);
+    return EXIT_SUCCESS;
+  }
+  return Guarded(
+      texts, [&] { extract(options); }, kFailed);
+}
+
+std::string Variable(const char* name) {
+  const char* const value = std::getenv(name);
+  return value == nullptr ? std::string() : value;
+}
+
+void ExtractVendorFile(const ExtractorOptions& options, VendorKind kind) {
+  RemoveMarker(options);
+  if (!PathExists(options.m_input)) throw "Cannot open instrument File, Path: " + options.m_input;
+  if (kind == VendorKind::kWiff && !FileExists(options.m_input + ".scan"))
+    throw options.m_input + ": its spectra are in " + options.m_input +
+        ".scan, which is not beside it";
+  const auto converter =
+      FindConverter(kind, std::getenv(TemplateVariable(kind).c_str()), Variable("PATH"));
+  if (!converter) throw options.m_input + ": cannot be read.\n" + NoConverterText(kind);
+  const ConvertedFile converted(options, *converter, std::cout);
+  Extract(options, converted.MzmlPath(), std::cout);
+}
+
+}  // namespace
+
+int RunXmlExtractor(int argc, char** argv) {
+  const ProgramTexts texts{"morvex_xml.exe", "mzML and mzXML files, plain or gzipped,"};
+  return Run(argc, argv, texts,
+             [](const ExtractorOptions& options) { Extract(options, options.m_input, std::cout); });
+}
+
+int RunVendorExtractor(int argc, char** argv, VendorKind kind) {
+  const bool is_raw = kind == VendorKind::kRaw;
+  const ProgramTexts texts{is_raw ? "morvex_raw.exe" : "morvex_wiff.exe",
+                           is_raw ? "raw files (through a converter that you have installed)"
+                                  : "WIFF files (through a converter that you have installed)"};
+  return Run(argc, argv, texts,
+             [&](const ExtractorOptions& options) { ExtractVendorFile(options, kind); });
+}
+
+}  // namespace tarvek::extractor

@@ -1,0 +1,38 @@
+#include "NativeId.h"
+
+#include <charconv>
+#include <vector>
+
+#include "StringUtils.h"
+
+namespace tarvek::extractor {
+namespace {
+
+// All of text must be a number without sign.
+std::optional<std::int32_t> WholeNumber(std::string_view text) {
+  std::int32_t number = 0;
+  const char* const last = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), last, number);
+  if (result.ec != std::errc() || result.ptr != last || number < 0) return std::nullopt;
+  return number;
+}
+
+std::optional<std::int32_t> NumberAfter(std::string_view text, std::string_view start) {
+  if (!text.starts_with(start)) return std::nullopt;
+  return WholeNumber(text.substr(start.size()));
+}
+
+}  // namespace
+
+std::optional<std::int32_t> ScanNumberOf(std::string_view native_id) {
+  std::vector<std::string_view> parts = Split(Trim(native_id), " ");
+  if (parts.size() == 1) {
+    const auto number = NumberAfter(parts[0], "scan=");
+    return number ? number : NumberAfter(parts[0], "scanId=");
+  }
+  const bool is_controller = parts.size() == 3 && parts[0].starts_with("controllerType=") &&
+                             parts[1].starts_with("controllerNumber=");
+  return is_controller ? NumberAfter(parts[2], "scan=") : std::nullopt;
+}
+
+}  // namespace tarvek::extractor

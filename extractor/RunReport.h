@@ -1,0 +1,71 @@
+// extractor/RunReport.h: what the user is told of a run.
+// Does:     counts what was written and what was left out; prints start, progress and summary.
+// Owns:     the counts; borrows the stream.
+// Throws:   nothing but std::bad_alloc; an output that cannot be written is not our concern here.
+// Not here: errors, which the programs print.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <ostream>
+#include <string>
+
+#include "ExtractedScan.h"
+#include "ScanRules.h"
+#include "XmlStream.h"
+
+namespace tarvek::extractor {
+
+class RunReport {
+ public:
+  RunReport(std::ostream& out, std::string name);
+
+  void SetFormat(const std::string& format) { m_format = format; }
+  void SetDeclaredCount(std::int64_t count) { m_declared_count = count; }
+
+  /// One spectrum of the file, used or not.
+  void Count(const ExtractedScan& scan, const OutputScan& output);
+
+  /// Something the user should know, counted by its text.
+  void Note(const std::string& what, std::int64_t count = 1);
+
+  /// Prints the start once, then progress when it is time for it.
+  void Progress(const ReadingState& state);
+
+  void PrintSummary();
+
+  [[nodiscard]] std::int64_t WrittenScans() const { return m_written; }
+
+  /// The compensation voltages found, as "-40, -60"; empty when there are none.
+  [[nodiscard]] std::string Voltages() const;
+
+ private:
+  using Counts = std::map<std::string, std::int64_t>;
+
+  void PrintStart();
+  void PrintVoltages();
+  void PrintCounts(const std::string& title, const Counts& counts);
+  void CountFragment(const ExtractedScan& scan, const OutputScan& output);
+  static void Add(Counts& counts, const std::string& key, std::int64_t count);
+
+  std::ostream* m_out;
+  std::string m_name;
+  std::string m_format;
+  std::optional<std::int64_t> m_declared_count;
+  std::int64_t m_spectra = 0;
+  std::int64_t m_written = 0;
+  Counts m_surveys;
+  Counts m_fragments;
+  Counts m_widths;
+  Counts m_voltages;
+  Counts m_left_out;
+  Counts m_notes;
+  ReadingState m_state;
+  bool m_is_started = false;
+  std::int64_t m_start_ms = 0;
+  std::int64_t m_last_line_ms = 0;
+  std::int64_t m_last_percent = 0;
+};
+
+}  // namespace tarvek::extractor
