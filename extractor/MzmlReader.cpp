@@ -126,51 +126,44 @@ unsigned ActivationOf(std::int32_t accession) {
   }
 }
 
-void ApplyEncoding(const Param& param, ArrayEncoding& encoding) {
-  switch (param.m_accession) {
-    case 1000519:
-      encoding.m_type = NumberType::kInt32;
-      break;
-    case 1000521:
-      encoding.m_type = NumberType::kFloat32;
-      break;
-    case 1000522:
-      encoding.m_type = NumberType::kInt64;
-      break;
-    case 1000523:
-      encoding.m_type = NumberType::kFloat64;
-      break;
-    case 1000574:
-      encoding.m_zlib = true;
-      break;
+Numpress NumpressOf(std::int32_t accession) {
+  switch (accession) {
     case 1002312:
     case 1002746:
-      encoding.m_numpress = Numpress::kLinear;
-      encoding.m_zlib = encoding.m_zlib || param.m_accession == 1002746;
-      break;
+      return Numpress::kLinear;
     case 1002313:
     case 1002747:
-      encoding.m_numpress = Numpress::kPic;
-      encoding.m_zlib = encoding.m_zlib || param.m_accession == 1002747;
-      break;
+      return Numpress::kPic;
     case 1002314:
     case 1002748:
-      encoding.m_numpress = Numpress::kSlof;
-      encoding.m_zlib = encoding.m_zlib || param.m_accession == 1002748;
-      break;
-    case 1000520:  // 16-bit float
-      encoding.m_unsupported = "16-bit float";
-      break;
-    case 1001479:  // null-terminated ASCII string
-      encoding.m_unsupported = "null-terminated ASCII string";
-      break;
+      return Numpress::kSlof;
     default:
-      // zstd, truncation and delta prediction, with whatever came after them
-      if ((param.m_accession >= 1003088 && param.m_accession <= 1003090) ||
-          (param.m_accession >= 1003780 && param.m_accession <= 1003785))
-        encoding.m_unsupported =
-            param.m_name.empty() ? "MS:" + std::to_string(param.m_accession) : param.m_name;
+      return Numpress::kNone;
   }
+}
+
+// Number types and compressions that have a term but no decoder here.
+bool IsUnsupported(std::int32_t accession) {
+  return accession == 1000520 ||                            // 16-bit float
+         accession == 1001479 ||                            // null-terminated ASCII string
+         (accession >= 1003088 && accession <= 1003090) ||  // truncation and prediction
+         (accession >= 1003780 && accession <= 1003785);    // zstd, alone and behind others
+}
+
+void ApplyEncoding(const Param& param, ArrayEncoding& encoding) {
+  if (const Numpress numpress = NumpressOf(param.m_accession); numpress != Numpress::kNone) {
+    constexpr std::int32_t kFirstWithZlib = 1002746;
+    encoding.m_numpress = numpress;
+    encoding.m_zlib = encoding.m_zlib || param.m_accession >= kFirstWithZlib;
+  }
+  if (IsUnsupported(param.m_accession))
+    encoding.m_unsupported =
+        param.m_name.empty() ? "MS:" + std::to_string(param.m_accession) : param.m_name;
+  if (param.m_accession == 1000519) encoding.m_type = NumberType::kInt32;
+  if (param.m_accession == 1000521) encoding.m_type = NumberType::kFloat32;
+  if (param.m_accession == 1000522) encoding.m_type = NumberType::kInt64;
+  if (param.m_accession == 1000523) encoding.m_type = NumberType::kFloat64;
+  if (param.m_accession == 1000574) encoding.m_zlib = true;
 }
 
 class MzmlReader final : public XmlHandler {

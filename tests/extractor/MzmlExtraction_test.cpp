@@ -396,6 +396,20 @@ TEST(MzmlExtraction, LetsAnArrayOverrideTheLength) {
   EXPECT_EQ(LinesFrom(ExtractScans({scan}).m_ms1, "40").size(), 2u);
 }
 
+// Two numbers of numpress linear: the fixed point as a big-endian binary64, then both as integers.
+TEST(MzmlExtraction, ReadsNumpressPlainAndBehindZlib) {
+  const std::string bytes(
+      "\x40\x59\0\0\0\0\0\0"       // 100
+      "\x59\x9C\0\0\xD6\x9C\0\0",  // 40025, 40150
+      16);
+  for (const bool zlib : {false, true}) {
+    TestScan scan = Survey(1);
+    scan.m_arrays[0] = {Cv(1000514) + Cv(zlib ? 1002746 : 1002312),
+                        test::EncodeBase64(zlib ? test::Deflated(bytes) : bytes), ""};
+    EXPECT_THAT(ExtractScans({scan}).m_ms1, HasSubstr("400.25000 10.0\n401.50000 20.0\n"));
+  }
+}
+
 TEST(MzmlExtraction, IgnoresOtherArraysAndTheWindowsOfProducts) {
   TestScan scan = Fragment(1);
   scan.m_arrays.push_back({Cv(1000517) + Cv(1000523), "%%", ""});
