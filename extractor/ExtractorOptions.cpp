@@ -27,7 +27,7 @@ std::string_view WithoutGz(std::string_view name) {
 
 std::string FormatOf(std::string_view path) {
   const std::string_view name = WithoutGz(FileNameOf(path));
-  const std::string extension = ToLower(name.substr(std::min(name.rfind('.') + 1, name.size())));
+  std::string extension = ToLower(name.substr(std::min(name.rfind('.') + 1, name.size())));
   for (const char* const known : {"mzml", "mzxml", "raw", "wiff"})
     if (extension == known) return extension;
   return {};
@@ -40,7 +40,7 @@ class ArgumentReader {
 
   ExtractorOptions Read() {
     while (!m_rest.empty()) {
-      const std::string argument = Take();
+      std::string argument = Take();
       if (m_only_files || argument.size() < 2 || argument.front() != '-')
         TakeInput(argument);
       else
@@ -54,7 +54,7 @@ class ArgumentReader {
 
  private:
   std::string Take() {
-    const std::string argument = m_rest.front();
+    std::string argument = m_rest.front();
     m_rest = m_rest.subspan(1);
     return argument;
   }

@@ -158,8 +158,7 @@ class Scorer {
       }
     }
     if (nearest_offset) {
-      ++m_figures
-            .m_by_isotope_offset[static_cast<std::size_t>(*nearest_offset + kMaxIsotopeOffset)];
+      ++m_figures.m_by_isotope_offset[OffsetPlace(*nearest_offset)];
       ++(*nearest_offset == 0 ? m_figures.m_precision : m_figures.m_wrong_isotope).m_part;
     } else if (has_other_charge) {
       ++m_figures.m_wrong_charge.m_part;

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
@@ -40,6 +41,12 @@ struct Ratio {
 };
 
 inline constexpr int kMaxIsotopeOffset = 3;
+
+/// Place of an isotope offset, -3 to 3, in ScoreFigures::m_by_isotope_offset.
+constexpr std::size_t OffsetPlace(int offset) {
+  const int place = offset + kMaxIsotopeOffset;
+  return static_cast<std::size_t>(place);
+}
 
 /// Figures of one set of precursors (the determined, or the declared ones).
 struct ScoreFigures {

@@ -164,8 +164,9 @@ std::vector<Isotopologue> IsotopeCalculator::Envelope(const Composition& composi
     double probability = 0.0;
     double moment = 0.0;
     for (int lost = std::max(0, -isotope); lost < size && isotope + lost < size; ++lost) {
+      const int gained = isotope + lost;
       const auto i = static_cast<std::size_t>(lost);
-      const auto j = static_cast<std::size_t>(isotope + lost);
+      const auto j = static_cast<std::size_t>(gained);
       probability += loss.m_probability[i] * gain.m_probability[j];
       moment += loss.m_probability[i] * gain.m_moment[j] + loss.m_moment[i] * gain.m_probability[j];
     }

@@ -62,7 +62,11 @@ std::size_t Random::Poisson(double mean) {
     return static_cast<std::size_t>(std::max(0.0, std::round(mean + std::sqrt(mean) * Normal())));
   const double floor = std::exp(-mean);
   std::size_t count = 0;
-  for (double product = Uniform(); product > floor; product *= Uniform()) ++count;
+  double product = Uniform();
+  while (product > floor) {
+    product *= Uniform();
+    ++count;
+  }
   return count;
 }
 

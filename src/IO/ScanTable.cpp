@@ -159,8 +159,10 @@ ScanTable::ScanTable(std::vector<ScanTableEntry> rows) : m_rows(std::move(rows))
   // From the back, so that of equal numbers the last row comes first and is kept.
   std::ranges::reverse(m_rows);
   std::ranges::stable_sort(m_rows, {}, &ScanTableEntry::m_scan_no);
-  const auto repeated = std::ranges::unique(m_rows, {}, &ScanTableEntry::m_scan_no);
-  m_rows.erase(repeated.begin(), repeated.end());
+  const auto same_scan = [](const ScanTableEntry& a, const ScanTableEntry& b) {
+    return a.m_scan_no == b.m_scan_no;
+  };
+  m_rows.erase(std::unique(m_rows.begin(), m_rows.end(), same_scan), m_rows.end());
 }
 
 std::size_t ScanTable::Size() const noexcept {
