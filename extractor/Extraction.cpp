@@ -9,6 +9,7 @@
 #include "Interruption.h"
 #include "MzmlReader.h"
 #include "MzxmlReader.h"
+#include "NativeIdList.h"
 #include "NumberText.h"
 #include "PeakPicker.h"
 #include "RunReport.h"
@@ -56,12 +57,13 @@ class VisibilityTest {
 /// Sends the spectra of a reader through the rules to the output.
 class ScanPipeline final : public ScanConsumer {
  public:
-  ScanPipeline(const ExtractorOptions& options, RunReport& report)
+  ScanPipeline(const ExtractorOptions& options, RunReport& report, NativeIdList& native_ids)
       : m_is_msb(options.m_msb && !options.m_mgf),
         m_rules(options.m_faims_volts),
         m_mz_test(options.m_mz_digits),
         m_intensity_test(options.m_intensity_digits),
-        m_report(&report) {}
+        m_report(&report),
+        m_native_ids(&native_ids) {}
 
   void SetSink(ScanSink& sink) { m_sink = &sink; }
 
@@ -80,6 +82,7 @@ class ScanPipeline final : public ScanConsumer {
         output.m_why_left_out = "no peak that the digits show";
       } else {
         m_sink->Write(output, peaks);
+        m_native_ids->Add(output.m_scan_no, scan.m_id);
       }
     }
     m_report->Count(scan, output);
@@ -121,6 +124,7 @@ class ScanPipeline final : public ScanConsumer {
   VisibilityTest m_mz_test;
   VisibilityTest m_intensity_test;
   RunReport* m_report;
+  NativeIdList* m_native_ids;
   ScanSink* m_sink = nullptr;
 };
 
@@ -165,8 +169,8 @@ void WriteMarker(const ExtractorOptions& options) {
 }
 
 void ReadInto(const ExtractorOptions& options, const std::string& path, RunReport& report,
-              std::unique_ptr<ScanSink>& sink) {
-  ScanPipeline pipeline(options, report);
+              NativeIdList& native_ids, std::unique_ptr<ScanSink>& sink) {
+  ScanPipeline pipeline(options, report, native_ids);
   FormatChooser chooser(pipeline, [&](const std::string& format) {
     report.SetFormat(format);
     sink = MakeSink(options, LowerFormat(format));
@@ -192,12 +196,15 @@ void Extract(const ExtractorOptions& options, const std::string& path, std::ostr
   MakeDirectory(options.m_output_directory);
   RunReport report(out, options.m_input);
   std::unique_ptr<ScanSink> sink;
-  ReadInto(options, path, report, sink);
+  NativeIdList native_ids(BasePath(options) + ".nativeid.tsv");
+  ReadInto(options, path, report, native_ids, sink);
   if (options.m_faims_volts && report.WrittenScans() == 0)
     throw path + ": no scan has this compensation voltage; found: " +
         (report.Voltages().empty() ? "none" : report.Voltages());
   sink->Close();
+  native_ids.Close();
   sink->Commit();
+  native_ids.Commit();
   ThrowIfInterrupted();
   report.PrintSummary();
   WriteMarker(options);

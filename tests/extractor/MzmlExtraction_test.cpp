@@ -5,6 +5,8 @@
 #include <cmath>
 
 #include "ExtractorTestSupport.h"
+#include "FileUtils.h"
+#include "NativeIdList.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -15,9 +17,12 @@ using test::ExtractXml;
 using test::Fragment;
 using test::LinesFrom;
 using test::Mzml;
+using test::ReadFile;
 using test::Survey;
+using test::TemporaryDirectory;
 using test::TestPrecursor;
 using test::TestScan;
+using test::WriteFile;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -82,6 +87,29 @@ TEST(MzmlExtraction, CountsPositionsWhereIdsHaveNoScanNumber) {
   EXPECT_THAT(LinesFrom(out.m_ms1, "S"), ElementsAre("S\t1\t1", "S\t2\t2"));
   EXPECT_THAT(LinesFrom(out.m_ms2, "S"), ElementsAre("S\t3\t3\t500.50000"));
   EXPECT_THAT(LinesFrom(out.m_ms2, "I\tP"), ElementsAre("I\tPrecursorScan\t1"));
+}
+
+TEST(NativeIdList, HoldsTheScansThatAreNumberedByTheirPosition) {
+  const TemporaryDirectory directory;
+  NativeIdList list(directory / "run.nativeid.tsv");
+  list.Add(1, "function=1 process=0 scan=44");
+  list.Add(7, "scan=7");
+  list.Add(9, "spectrum=8");
+  list.Close();
+  list.Commit();
+  EXPECT_EQ(ReadFile(directory / "run.nativeid.tsv"),
+            "scan\tnativeID\n1\tfunction=1 process=0 scan=44\n9\tspectrum=8\n");
+}
+
+TEST(NativeIdList, LeavesNoFileWhereEveryIdHasItsNumber) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "run.nativeid.tsv";
+  WriteFile(path, "of an earlier extraction");
+  NativeIdList list(path);
+  list.Add(7, "scan=7");
+  list.Close();
+  list.Commit();
+  EXPECT_FALSE(FileExists(path));
 }
 
 TEST(MzmlExtraction, LeavesOutScanNumbersThatDoNotAscend) {

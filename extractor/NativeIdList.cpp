@@ -1,0 +1,32 @@
+#include "NativeIdList.h"
+
+#include "FileUtils.h"
+#include "NativeId.h"
+#include "NumberText.h"
+
+namespace tarvek::extractor {
+
+void NativeIdList::Add(std::int32_t scan_no, std::string_view native_id) {
+  if (ScanNumberOf(native_id)) return;
+  if (!m_file) {
+    m_file.emplace(m_path);
+    m_file->Write("scan\tnativeID\n");
+  }
+  std::string line;
+  AppendInteger(line, scan_no);
+  line.append("\t").append(native_id) += '\n';
+  m_file->Write(line);
+}
+
+void NativeIdList::Close() {
+  if (m_file) m_file->Close();
+}
+
+void NativeIdList::Commit() {
+  if (m_file)
+    m_file->Commit();
+  else
+    RemoveFile(m_path);
+}
+
+}  // namespace tarvek::extractor
