@@ -1,4 +1,7 @@
 // BasicProcessLogic/BinarySpectrumSource.h: scans from a .msb file and its scan table.
+// Does:     gives the scans of one reader by level; tells how binary input differs from text.
+// Owns:     the reader.
+// Throws:   what MsbReader throws.
 #pragma once
 
 #include <string>

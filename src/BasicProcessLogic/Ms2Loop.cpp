@@ -14,6 +14,7 @@
 #include "OutputSet.h"
 #include "PrecursorDetermination.h"
 #include "ProgressBar.h"
+#include "ScoringModels.h"
 #include "TextSpectrumSource.h"
 
 namespace tarvek {
@@ -113,7 +114,10 @@ void DropUnusablePrecursors(MS2Spectrum& scan) {
 }
 
 std::string Ms2Path(const UserParameters& parameters) {
-  return JoinPath({parameters.m_current_dir, parameters.m_current_basename + ".ms2"});
+  // Nothing stands before the separator of a file in the root.
+  const bool in_root = parameters.m_current_dir.empty();
+  const std::string directory = in_root ? std::string(1, kPathSeparator) : parameters.m_current_dir;
+  return JoinPath({directory, parameters.m_current_basename + ".ms2"});
 }
 
 void WarnWithoutPrecursor(const MS2Spectrum& scan) {
@@ -122,6 +126,7 @@ void WarnWithoutPrecursor(const MS2Spectrum& scan) {
 
 void processTextSpectra(const UserParameters& parameters) {
   if (SkipsFinished(parameters)) return;
+  RequireScoringModel(parameters.m_mars_model);
   const AcceptedScans accepted = SelectScans(parameters);
   TextSpectrumSource source(parameters.m_current_file, Ms2Path(parameters));
   ProcessSource(parameters, accepted, source);
@@ -129,6 +134,7 @@ void processTextSpectra(const UserParameters& parameters) {
 
 void processMsbSpectra(const UserParameters& parameters) {
   if (SkipsFinished(parameters)) return;
+  RequireScoringModel(parameters.m_mars_model);
   const AcceptedScans accepted = SelectScans(parameters);
   const std::string ending = "." + parameters.m_input_format;
   BinarySpectrumSource source(OutputPath(parameters, ending.c_str()));

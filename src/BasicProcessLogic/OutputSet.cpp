@@ -6,7 +6,8 @@
 namespace tarvek {
 namespace {
 
-std::string FreshTablePath(const UserParameters& parameters) {
+// Deletes the finished table of an earlier run; returns its path.
+std::string RemoveOldTable(const UserParameters& parameters) {
   std::string path = FinishedTablePath(parameters);
   RemoveFile(path);
   return path;
@@ -32,7 +33,7 @@ bool SkipsFinished(const UserParameters& parameters) {
   return SkipsExisting(parameters, FinishedTablePath(parameters));
 }
 
-OutputSet::OutputSet(const UserParameters& parameters) : m_csv(FreshTablePath(parameters), "w+") {
+OutputSet::OutputSet(const UserParameters& parameters) : m_csv(RemoveOldTable(parameters), "w+") {
   const std::string& title = parameters.m_current_basename;
   if (parameters.m_output_pf) {
     m_pf1.emplace(OutputPath(parameters, ".pf1"), "wb+", title);

@@ -1,7 +1,8 @@
 // BasicProcessLogic/ProgressBar.h: how far a file is, for a person at a terminal.
 // Does:     shows one line on standard error, at most ten times a second, and takes it away at the
-// end. Throws:   nothing but std::bad_alloc. Not here: the progress messages of the log, which come
-//           wherever the output goes.
+//           end.
+// Throws:   nothing but std::bad_alloc.
+// Not here: the progress messages of the log, which come wherever the output goes.
 #pragma once
 
 #include <cstdint>

@@ -68,8 +68,7 @@ std::string InstalledTablePath() {
 }
 
 void DeleteExtracted(const UserParameters& parameters) {
-  for (const char* ending : {".ms1", ".ms2", ".morvex"})
-    RemoveFile(JoinPath({parameters.m_outputpath, parameters.m_current_basename + ending}));
+  for (const char* ending : {".ms1", ".ms2", ".morvex"}) RemoveFile(OutputPath(parameters, ending));
 }
 
 }  // namespace
@@ -77,7 +76,6 @@ void DeleteExtracted(const UserParameters& parameters) {
 void runAllDataPaths(const UserParameters& parameters) {
   UserParameters working = parameters;
   SetPeakLineFormat(working.m_peak_format);
-  RequireScoringModel(working.m_mars_model);
   LoadIsotopeTable(IsotopeTablePath(working.m_ipv_file, InstalledTablePath()));
   for (const std::string& path : parameters.m_datapaths) ProcessDataPath(working, path);
 }
@@ -89,6 +87,7 @@ std::string detectDataPathFormat(const std::string& path, const UserParameters& 
 
 void processInstrumentFile(UserParameters& parameters) {
   if (SkipsFinished(parameters)) return;
+  RequireScoringModel(parameters.m_mars_model);  // before the long work, not after it
   runExtractor(parameters, "ms");
   SetCurrentFile(parameters,
                  JoinPath({parameters.m_outputpath, parameters.m_current_basename + ".ms1"}));

@@ -1,4 +1,7 @@
 // BasicProcessLogic/TextSpectrumSource.h: scans from a .ms1 file and the .ms2 file beside it.
+// Does:     gives the scans of the two readers; tells how text input differs from binary.
+// Owns:     the readers.
+// Throws:   what the readers throw.
 #pragma once
 
 #include <string>

@@ -145,6 +145,12 @@ std::string PeakFormat(const UserParameters& record) {
          "f\n";
 }
 
+// path without its trailing separators; a root stays one.
+std::string DirectoryText(const std::string& path) {
+  std::string stripped = WithoutTrailingSeparators(path);
+  return stripped.empty() && !path.empty() ? std::string(1, kPathSeparator) : stripped;
+}
+
 void MakeMissingDirectory(const std::string& path) {
   if (!IsDirectory(path)) MakeDirectory(path);
 }
@@ -159,7 +165,7 @@ std::string LogDirectoryBeside(const std::string& path) {
 }
 
 std::string LogDirectory(const UserParameters& record) {
-  if (!record.m_logfilepath.empty()) return WithoutTrailingSeparators(record.m_logfilepath);
+  if (!record.m_logfilepath.empty()) return DirectoryText(record.m_logfilepath);
   if (!record.m_outputpath.empty()) return record.m_outputpath;
   if (record.m_datapaths.empty()) return ".";
   return LogDirectoryBeside(record.m_datapaths.front());
@@ -170,7 +176,7 @@ void PrepareOutputDirectory(UserParameters& record) {
     record.m_outputpath_follows_input = true;
     return;
   }
-  record.m_outputpath = WithoutTrailingSeparators(record.m_outputpath);
+  record.m_outputpath = DirectoryText(record.m_outputpath);
   MakeMissingDirectory(record.m_outputpath);
 }
 

@@ -1,7 +1,8 @@
 // Utils/NumberText.h: numbers to text and back, whatever the locale.
 // Does:     reads numbers as strtod and strtol do in the "C" locale; writes them as printf does.
 // Throws:   StringToInt and StringToDouble a std::string with the parameter's name; the rest
-// nothing. Not here: which field of which line a number is in.
+//           nothing.
+// Not here: which field of which line a number is in.
 #pragma once
 
 #include <cstddef>

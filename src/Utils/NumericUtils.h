@@ -1,6 +1,7 @@
 // Utils/NumericUtils.h: small numeric kernels over spans.
 // Does:     pure functions; the order of every sum is the order of the values and part of the
-// result. Throws:   nothing; a corner case returns the fallback that its comment states.
+//           result.
+// Throws:   nothing; a corner case returns the fallback that its comment states.
 #pragma once
 
 #include <cstdint>

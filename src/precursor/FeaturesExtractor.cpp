@@ -16,9 +16,6 @@ namespace {
 
 constexpr double kZeroDenominator = 1e-6;
 
-// The isolation window lets ions pass a little beyond its edges.
-constexpr double kEdgeAllowanceMz = 0.05;
-
 // Expected intensities with zeros for up to two positions below the monoisotopic peak.
 constexpr std::size_t kMaxShift = 2;
 using ShiftedRow = std::array<double, kMaxShift + std::tuple_size_v<IsotopeRow>>;
@@ -210,6 +207,8 @@ double FeaturesExtractor::refined_mz() {
   return m_refined_mz.emplace(intensity_sum > kZeroDenominator ? weighted_sum / intensity_sum : mz);
 }
 
-double FeaturesExtractor::abs_charge() const { return std::abs(m_precursor.m_charge); }
+double FeaturesExtractor::abs_charge() const {
+  return std::fabs(static_cast<double>(m_precursor.m_charge));
+}
 
 }  // namespace tarvek

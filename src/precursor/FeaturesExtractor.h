@@ -17,6 +17,9 @@
 
 namespace tarvek {
 
+/// The isolation window lets ions pass this far beyond its edges, in m/z.
+inline constexpr double kEdgeAllowanceMz = 0.05;
+
 /// What all candidates of one MS2 scan share.
 struct ScanContext {
   const UserParameters& m_params;

@@ -15,7 +15,7 @@
 
 namespace tarvek {
 
-/// Distance of isotope peaks in m/z times charge (the averagine mean, not the 13C-12C difference).
+/// Distance of isotope peaks in m/z times charge.
 inline constexpr double kIsotopeSpacing = 1.003;
 
 /// m/z of isotope position i of a precursor with signed m/z and charge; always positive:

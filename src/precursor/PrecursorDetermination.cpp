@@ -16,7 +16,6 @@ namespace {
 
 constexpr double kMinSimilarity = 0.5;
 constexpr double kMinWindowRatio = 0.04;
-constexpr double kEdgeAllowanceMz = 0.05;
 constexpr int kIsotopesAgainstCentre = 4;  // positions 0 to 3
 constexpr std::size_t kCandidateLimit = 1000;
 
@@ -32,7 +31,7 @@ RankVector RankingValues(FeaturesExtractor& candidate) {
 }
 
 // Replaces component k of every entry by its rank. The entry before has its rank already when it is
-// compared, so equal values almost never share one; scores were fitted with ranks of this kind.
+// compared, so equal values almost never share one; results depend on it.
 void ReplaceByRank(std::vector<RankVector>& entries, std::vector<std::size_t>& order,
                    std::size_t k) {
   std::ranges::stable_sort(order, {}, [&](std::size_t i) { return entries[i][k]; });
@@ -71,7 +70,7 @@ bool ReachesActivationCentre(const Precursor& precursor, double centre, double t
 
 bool PassesFilters(FeaturesExtractor& candidate, double centre, double isolation_width) {
   const Precursor& precursor = candidate.GetPrecursor();
-  const int abs_charge = std::abs(precursor.m_charge);
+  const std::int64_t abs_charge = std::abs(std::int64_t{precursor.m_charge});
   const int wanted_isotopes = abs_charge > 3 ? 3 : 2;
   if (!candidate.MayHaveIsotopes(wanted_isotopes)) return false;
   if (candidate.isotope_count() < wanted_isotopes) return false;
@@ -94,7 +93,9 @@ std::vector<Precursor> PrecursorDetermination::determine_precursors(const Ms1Sto
   FillGrid(ms2);
   const ScanContext scan{*m_params, ms2, *window, m_candidates, m_grid};
   CollectSurvivors(scan);
-  return ScoreSurvivors();
+  std::vector<Precursor> accepted = ScoreSurvivors();
+  m_survivors.clear();  // they borrow from what ends here
+  return accepted;
 }
 
 void PrecursorDetermination::FillGrid(const MS2Spectrum& ms2) {

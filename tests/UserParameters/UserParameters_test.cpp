@@ -339,6 +339,14 @@ TEST_F(UserParametersTest, ValidationTakesTheToleranceInMz) {
   EXPECT_DOUBLE_EQ(record.m_extended_halfwidth, 5.02);
 }
 
+TEST_F(UserParametersTest, KeepsARootAsOutputDirectory) {
+  UserParameters record;
+  record.m_outputpath = "//";
+  record.m_logfilepath = m_directory.Path();
+  CaptureConsole([&] { Validate(record); });
+  EXPECT_EQ(record.m_outputpath, "/");
+}
+
 TEST_F(UserParametersTest, OutputDirectoryIsMadeWithItsParents) {
   UserParameters record;
   record.m_outputpath = m_directory / "out/deep//";
