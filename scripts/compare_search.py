@@ -91,17 +91,22 @@ def search(mgf, fasta, isotope_error, workdir):
     base = workdir / f"{mgf.stem}.{isotope_error}"
     command = ["comet-ms", f"-P{parameters}", f"-N{base}", str(mgf)]
     subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+    return [entry for entry, _ in best_matches(f"{base}.txt")]
+
+
+def best_matches(path):
+    """[((E-value, is decoy, scan), match)] of the best match of each scan in a table of comet-ms."""
     best = {}
-    with open(f"{base}.txt", encoding="ascii") as rows:
+    with open(path, encoding="ascii") as rows:
         next(rows)
         columns = next(rows).rstrip("\n").split("\t")
         for row in rows:
             match = dict(zip(columns, row.rstrip("\n").split("\t")))
             decoy = all(name.startswith("DECOY_") for name in match["protein"].split(","))
             entry = (float(match["e-value"]), decoy, int(match["scan"]))
-            scan = entry[2]
-            best[scan] = min(best.get(scan, entry), entry)
-    return sorted(best.values())
+            if entry[2] not in best or entry < best[entry[2]][0]:
+                best[entry[2]] = (entry, match)
+    return sorted(best.values(), key=lambda pair: pair[0])
 
 
 def accepted_at(matches, fdr):

@@ -7,78 +7,14 @@
 #include <span>
 #include <string_view>
 
-#include "FileUtils.h"
-#include "LineReader.h"
-#include "NumberText.h"
 #include "StringUtils.h"
+#include "TableReader.h"
 
 namespace tarvek::tools {
 namespace {
 
-// Mass difference of carbon 13 and 12 in Da, by which neighbouring isotope peaks differ nearly
-// always.
-constexpr double kIsotopeDifferenceDa = 1.00335;
-
-constexpr std::array<const char*, 5> kTruthColumns = {"scan", "mz", "charge", "share", "is_target"};
-
 // Fields of a row of the precursor table before those of the determined precursors, three each.
 constexpr std::size_t kFixedFields = 6;
-
-/// Lines of a text file, however long, with what is needed for a message.
-class TableReader {
- public:
-  explicit TableReader(const std::string& path)
-      : m_path(path), m_file(OpenFile(path, "r", "table")), m_lines(m_file) {}
-
-  bool Next(std::string& line) {
-    line.clear();
-    ++m_number;
-    std::string_view piece;
-    while (m_lines.ReadPiece(piece)) {
-      line += piece;
-      if (piece.ends_with('\n')) break;
-    }
-    const bool any = !line.empty();
-    while (line.ends_with('\n') || line.ends_with('\r')) line.pop_back();
-    return any;
-  }
-
-  [[noreturn]] void Fail(const std::string& what) const {
-    throw m_path + ", line " + std::to_string(m_number) + ": " + what;
-  }
-
-  [[nodiscard]] double Real(std::string_view field) const {
-    return Readable(ScanReal(field), field);
-  }
-  [[nodiscard]] std::int32_t Integer(std::string_view field) const {
-    return Readable(ScanInteger(field), field);
-  }
-
- private:
-  template <class Number>
-  Number Readable(const ScannedNumber<Number>& scanned, std::string_view field) const {
-    if (scanned.m_status != NumberStatus::kOk)
-      Fail("'" + std::string(field) + "' is not a number.");
-    return scanned.m_value;
-  }
-
-  std::string m_path;
-  File m_file;
-  LineReader m_lines;
-  std::int64_t m_number = 0;
-};
-
-std::array<std::size_t, kTruthColumns.size()> ColumnPositions(const TableReader& reader,
-                                                              std::string_view header) {
-  const std::vector<std::string_view> names = Split(header, "\t");
-  std::array<std::size_t, kTruthColumns.size()> positions{};
-  for (std::size_t i = 0; i < positions.size(); ++i) {
-    const auto name = std::ranges::find(names, std::string_view(kTruthColumns[i]));
-    if (name == names.end()) reader.Fail("no column '" + std::string(kTruthColumns[i]) + "'.");
-    positions[i] = static_cast<std::size_t>(name - names.begin());
-  }
-  return positions;
-}
 
 // The fields of a precursor table end in ", ".
 std::vector<std::string_view> CommaFields(std::string_view line) {
@@ -86,10 +22,6 @@ std::vector<std::string_view> CommaFields(std::string_view line) {
   for (const std::string_view field : Split(line, ",")) fields.push_back(Trim(field));
   if (!fields.empty() && fields.back().empty()) fields.pop_back();
   return fields;
-}
-
-double PpmError(const Precursor& found, const Precursor& truth) {
-  return (std::fabs(found.m_mz) - std::fabs(truth.m_mz)) / std::fabs(truth.m_mz) * 1e6;
 }
 
 // The isotope offset, -3 to 3, at which found lies within tol_ppm of truth counted in isotopes of
@@ -183,27 +115,27 @@ double Ratio::Value() const {
   return m_whole == 0 ? 0.0 : static_cast<double>(m_part) / static_cast<double>(m_whole);
 }
 
+double PpmError(const Precursor& found, const Precursor& truth) {
+  return (std::fabs(found.m_mz) - std::fabs(truth.m_mz)) / std::fabs(truth.m_mz) * 1e6;
+}
+
 TruthTable ReadTruthTable(const std::string& path) {
   TableReader reader(path);
-  std::string line;
-  if (!reader.Next(line)) reader.Fail("the truth table is empty.");
-  const auto [scan, mz, charge, share, is_target] = ColumnPositions(reader, line);
+  const auto [scan, mz, charge, share, is_target] =
+      reader.ReadHeader<5>({"scan", "mz", "charge", "share", "is_target"});
   TruthTable truth;
-  while (reader.Next(line)) {
-    const std::vector<std::string_view> fields = Split(line, "\t");
-    if (fields.size() <= std::max({scan, mz, charge, share, is_target}))
-      reader.Fail("too few fields.");
+  while (reader.NextRow()) {
     TruePrecursor row;
-    row.m_precursor = {reader.Real(fields[mz]), reader.Integer(fields[charge])};
-    row.m_share = reader.Real(fields[share]);
-    row.m_is_target = reader.Integer(fields[is_target]) != 0;
-    truth[reader.Integer(fields[scan])].push_back(row);
+    row.m_precursor = {reader.Real(mz), reader.Integer(charge)};
+    row.m_share = reader.Real(share);
+    row.m_is_target = reader.Integer(is_target) != 0;
+    truth[reader.Integer(scan)].push_back(row);
   }
   return truth;
 }
 
 PrecursorTable ReadPrecursorTable(const std::string& path) {
-  TableReader reader(path);
+  TextLines reader(path);
   std::string line;
   if (!reader.Next(line) || !line.starts_with("ActivationType, "))
     reader.Fail("not a precursor table.");

@@ -31,6 +31,9 @@ struct TableRow {
 };
 using PrecursorTable = std::map<std::int32_t, TableRow>;  // by scan number
 
+/// How far the m/z of found lies above that of truth, in ppm of truth; signs are ignored.
+double PpmError(const Precursor& found, const Precursor& truth);
+
 TruthTable ReadTruthTable(const std::string& path);
 PrecursorTable ReadPrecursorTable(const std::string& path);
 
@@ -41,6 +44,10 @@ struct Ratio {
 };
 
 inline constexpr int kMaxIsotopeOffset = 3;
+
+// Mass difference of carbon 13 and 12 in Da, by which neighbouring isotope peaks differ nearly
+// always.
+inline constexpr double kIsotopeDifferenceDa = 1.00335;
 
 /// Place of an isotope offset, -3 to 3, in ScoreFigures::m_by_isotope_offset.
 constexpr std::size_t OffsetPlace(int offset) {

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <string>
 
+#include "FeaturesCommand.h"
 #include "IpvCommand.h"
 #include "ScoreCommand.h"
 #include "SimulateCommand.h"
@@ -27,6 +28,7 @@ int main(int argc, char** argv) {
     tarvek::tools::AddIpvCommand(app);
     tarvek::tools::AddSimulateCommand(app);
     tarvek::tools::AddScoreCommand(app);
+    tarvek::tools::AddFeaturesCommand(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
   } catch (const std::string& message) {  // of the file helpers

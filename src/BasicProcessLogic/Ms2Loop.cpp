@@ -14,7 +14,6 @@
 #include "OutputSet.h"
 #include "PrecursorDetermination.h"
 #include "ProgressBar.h"
-#include "ScoringModels.h"
 #include "TextSpectrumSource.h"
 
 namespace tarvek {
@@ -75,7 +74,7 @@ class Ms2Loop {
   }
 
   void Determine(MS2Spectrum& scan) {
-    if (m_feed.Store().size() < kMinStoredScans || !m_source->AllowsDetermination(scan)) return;
+    if (!CanDetermine(*m_source, m_feed.Store(), scan)) return;
     scan.m_precursors = m_determination.determine_precursors(m_feed.Store(), scan);
     if (scan.m_precursors.empty()) scan.m_precursors = scan.m_orig_precursors;
   }
@@ -104,6 +103,10 @@ bool IsProcessed(const MS2Spectrum& scan) {
          std::ranges::find(kInstrumentTypes, scan.m_instrument_type) != kInstrumentTypes.end();
 }
 
+bool CanDetermine(const SpectrumSource& source, const Ms1Store& store, const MS2Spectrum& scan) {
+  return store.size() >= kMinStoredScans && source.AllowsDetermination(scan);
+}
+
 void DropUnusablePrecursors(MS2Spectrum& scan) {
   std::vector<Precursor>& precursors = scan.m_precursors;
   for (std::size_t i = precursors.size(); i-- > 0;) {
@@ -126,7 +129,6 @@ void WarnWithoutPrecursor(const MS2Spectrum& scan) {
 
 void processTextSpectra(const UserParameters& parameters) {
   if (SkipsFinished(parameters)) return;
-  RequireScoringModel(parameters.m_mars_model);
   const AcceptedScans accepted = SelectScans(parameters);
   TextSpectrumSource source(parameters.m_current_file, Ms2Path(parameters));
   ProcessSource(parameters, accepted, source);
@@ -134,7 +136,6 @@ void processTextSpectra(const UserParameters& parameters) {
 
 void processMsbSpectra(const UserParameters& parameters) {
   if (SkipsFinished(parameters)) return;
-  RequireScoringModel(parameters.m_mars_model);
   const AcceptedScans accepted = SelectScans(parameters);
   const std::string ending = "." + parameters.m_input_format;
   BinarySpectrumSource source(OutputPath(parameters, ending.c_str()));

@@ -10,6 +10,7 @@
 
 #include "SpectrumRecords.h"
 #include "SpectrumSource.h"
+#include "SpectrumUtils.h"
 #include "UserParameters.h"
 
 namespace tarvek {
@@ -31,6 +32,9 @@ void WarnWithoutPrecursor(const MS2Spectrum& scan);
 
 /// Whether activation and instrument type are ones that are processed.
 bool IsProcessed(const MS2Spectrum& scan);
+
+/// Whether the precursors of a scan can be looked for in the MS1 scans read so far.
+bool CanDetermine(const SpectrumSource& source, const Ms1Store& store, const MS2Spectrum& scan);
 
 /// Drops precursors without m/z or charge, the last first, with one warning each.
 void DropUnusablePrecursors(MS2Spectrum& scan);

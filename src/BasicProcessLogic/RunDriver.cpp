@@ -13,7 +13,6 @@
 #include "MgfInput.h"
 #include "Ms2Loop.h"
 #include "OutputSet.h"
-#include "ScoringModels.h"
 #include "StringUtils.h"
 
 namespace tarvek {
@@ -87,7 +86,6 @@ std::string detectDataPathFormat(const std::string& path, const UserParameters& 
 
 void processInstrumentFile(UserParameters& parameters) {
   if (SkipsFinished(parameters)) return;
-  RequireScoringModel(parameters.m_mars_model);  // before the long work, not after it
   runExtractor(parameters, "ms");
   SetCurrentFile(parameters,
                  JoinPath({parameters.m_outputpath, parameters.m_current_basename + ".ms1"}));

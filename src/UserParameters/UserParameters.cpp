@@ -228,6 +228,10 @@ void Validate(UserParameters& record) {
   record.m_peak_format = PeakFormat(record);
   PrepareOutputDirectory(record);
   OpenLog(record);
+  DeriveHalfWidths(record);
+}
+
+void DeriveHalfWidths(UserParameters& record) {
   record.m_candidate_halfwidth = record.m_isolation_width + kCandidateMarginMz;
   record.m_extended_halfwidth =
       record.m_candidate_halfwidth + ToleranceMz(record, kWidestToleranceMz);

@@ -75,6 +75,9 @@ ParameterTable ToParameterTable(const UserParameters& record);
 /// log file.
 void Validate(UserParameters& record);
 
+/// Computes m_candidate_halfwidth and m_extended_halfwidth from the settings; part of Validate.
+void DeriveHalfWidths(UserParameters& record);
+
 /// The record of a run: the defaults with table applied, echoed into the log, then validated.
 /// Throws what those steps throw.
 UserParameters CompleteParameters(const ParameterTable& table);

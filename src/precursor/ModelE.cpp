@@ -2,25 +2,13 @@
 // here.
 #include <array>
 
+#include "ModelFeatures.h"
 #include "ScoringModels.h"
 
 namespace tarvek {
 namespace {
 
-using Candidate = FeaturesExtractor;
-
-double Similarity0(Candidate& c) { return c.ipv_similarity_0(); }
-double SimilarityM1(Candidate& c) { return c.ipv_similarity_m1(); }
-double SimilarityM2(Candidate& c) { return c.ipv_similarity_m2(); }
-double WindowRatio(Candidate& c) { return c.window_intensity_ratio(); }
-double ChargeTimesMz(Candidate& c) { return c.charge_times_mz(); }
-double ElutionShare(Candidate& c) { return c.elution_share(); }
-double CorrelationM1(Candidate& c) { return c.xic_correlation_m1_0(); }
-double Correlation01(Candidate& c) { return c.xic_correlation_0_1(); }
-double AbsCharge(Candidate& c) { return c.abs_charge(); }
-
-constexpr HingeSide kPlus = HingeSide::kPlus;
-constexpr HingeSide kMinus = HingeSide::kMinus;
+using namespace model_features;
 
 constexpr std::array<ModelTerm, 18> kTerms = {{
     {&SimilarityM1, {kPlus, 0.118683, 0.886521, 0.943259}, 2.167891678118},

@@ -82,20 +82,28 @@ bool PassesFilters(FeaturesExtractor& candidate, double centre, double isolation
 
 std::vector<Precursor> PrecursorDetermination::determine_precursors(const Ms1Store& store,
                                                                     const MS2Spectrum& ms2) {
+  std::vector<Precursor> accepted;
+  WithCandidates(store, ms2, [&](std::span<FeaturesExtractor* const> candidates) {
+    accepted = Accept(candidates);
+  });
+  return accepted;
+}
+
+void PrecursorDetermination::WithCandidates(const Ms1Store& store, const MS2Spectrum& ms2,
+                                            const UseCandidates& use) {
   const auto window = gather_ms1_window(store, ms2, m_params->m_extended_halfwidth);
   if (!window) {
     ReportMissingPrecursorScan(ms2);
-    return {};
+    return;
   }
   filter_by_local_intensity(*window, ms2.m_activation_center, m_filtered);
   collect_peak_candidates(*m_params, m_filtered, ms2, m_candidates);
-  if (m_candidates.empty()) return {};
+  if (m_candidates.empty()) return;
   FillGrid(ms2);
   const ScanContext scan{*m_params, ms2, *window, m_candidates, m_grid};
   CollectSurvivors(scan);
-  std::vector<Precursor> accepted = ScoreSurvivors();
+  if (!m_survivors.empty()) use(SelectForScoring());
   m_survivors.clear();  // they borrow from what ends here
-  return accepted;
 }
 
 void PrecursorDetermination::FillGrid(const MS2Spectrum& ms2) {
@@ -123,26 +131,30 @@ void PrecursorDetermination::CollectSurvivors(const ScanContext& scan) {
   }
 }
 
-// The places of the survivors that are scored, in the order in which they are.
-std::vector<std::size_t> PrecursorDetermination::SelectForScoring() {
+// The survivors that are scored, in the order in which they are.
+std::vector<FeaturesExtractor*> PrecursorDetermination::SelectForScoring() {
+  std::vector<FeaturesExtractor*> selected;
+  selected.reserve(m_survivors.size());
   const std::size_t limit = m_params->m_co_elute ? kCandidateLimit : 1;
-  if (m_survivors.size() > limit) {
-    std::vector<RankVector> values;
-    values.reserve(m_survivors.size());
-    for (FeaturesExtractor& survivor : m_survivors) values.push_back(RankingValues(survivor));
-    std::vector<std::size_t> order = PreRankOrder(std::move(values));
-    order.resize(limit);
-    return order;
+  if (m_survivors.size() <= limit) {
+    for (FeaturesExtractor& survivor : m_survivors) selected.push_back(&survivor);
+    return selected;
   }
-  std::vector<std::size_t> order(m_survivors.size());
-  std::iota(order.begin(), order.end(), std::size_t{0});
-  return order;
+  std::vector<RankVector> values;
+  values.reserve(m_survivors.size());
+  for (FeaturesExtractor& survivor : m_survivors) values.push_back(RankingValues(survivor));
+  std::vector<std::size_t> order = PreRankOrder(std::move(values));
+  order.resize(limit);
+  for (const std::size_t i : order) selected.push_back(&m_survivors[i]);
+  return selected;
 }
 
-std::vector<Precursor> PrecursorDetermination::ScoreSurvivors() {
+std::vector<Precursor> PrecursorDetermination::Accept(
+    std::span<FeaturesExtractor* const> candidates) const {
   std::vector<ScoredCandidate> scored;
-  for (const std::size_t i : SelectForScoring())
-    scored.push_back({&m_survivors[i], Score(m_survivors[i], m_params->m_mars_model)});
+  scored.reserve(candidates.size());
+  for (FeaturesExtractor* const candidate : candidates)
+    scored.push_back({candidate, Score(*candidate, m_params->m_mars_model)});
   std::ranges::stable_sort(scored, std::ranges::greater{}, &ScoredCandidate::m_score);
   std::vector<Precursor> accepted;
   for (const ScoredCandidate& candidate : scored) {

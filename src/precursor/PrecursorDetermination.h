@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <vector>
 
@@ -29,11 +30,16 @@ class PrecursorDetermination {
   /// store.
   std::vector<Precursor> determine_precursors(const Ms1Store& store, const MS2Spectrum& ms2);
 
+  /// Hands the candidates of ms2 that are to be scored to use, once, in the order in which they
+  /// are; not called when there is none. They end with the call.
+  using UseCandidates = std::function<void(std::span<FeaturesExtractor* const> candidates)>;
+  void WithCandidates(const Ms1Store& store, const MS2Spectrum& ms2, const UseCandidates& use);
+
  private:
   void FillGrid(const MS2Spectrum& ms2);
   void CollectSurvivors(const ScanContext& scan);
-  [[nodiscard]] std::vector<std::size_t> SelectForScoring();
-  std::vector<Precursor> ScoreSurvivors();
+  [[nodiscard]] std::vector<FeaturesExtractor*> SelectForScoring();
+  [[nodiscard]] std::vector<Precursor> Accept(std::span<FeaturesExtractor* const> candidates) const;
 
   const UserParameters* m_params;
   FilteredWindow m_filtered;

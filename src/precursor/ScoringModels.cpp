@@ -1,20 +1,29 @@
 #include "ScoringModels.h"
 
-#include <string>
-
-#include "NumberText.h"
+#include <algorithm>
 
 namespace tarvek {
 namespace {
 
-// Null when the model has no table yet.
-const ScoringModel* FindModel(std::int32_t mars_model) {
+constexpr std::int32_t kLargerOfGAndF = 15;
+
+const ScoringModel& FindModel(std::int32_t mars_model) {
   switch (mars_model) {
+    case 1:
+      return kModelB;
+    case 2:
+      return kModelC;
+    case 3:
+      return kModelD;
     case 4:
     case 1024:
-      return &kModelE;
+      return kModelE;
+    case 5:
+      return kModelF;
+    case 250:
+      return kModelG;
     default:
-      return nullptr;
+      return kModelA;
   }
 }
 
@@ -51,17 +60,10 @@ double EvaluateModel(const ScoringModel& model, FeaturesExtractor& candidate) {
   return score;
 }
 
-void RequireScoringModel(std::int32_t mars_model) {
-  if (FindModel(mars_model) != nullptr) return;
-  std::string text = "Scoring model ";
-  AppendInteger(text, mars_model);
-  throw text + " (mars_model) is not in this version yet. Use 4, which is recommended, or 1024.";
-}
-
 double Score(FeaturesExtractor& candidate, std::int32_t mars_model) {
-  const ScoringModel* const model = FindModel(mars_model);
-  if (model == nullptr) RequireScoringModel(mars_model);
-  return EvaluateModel(*model, candidate);
+  if (mars_model == kLargerOfGAndF)
+    return std::max(EvaluateModel(kModelG, candidate), EvaluateModel(kModelF, candidate));
+  return EvaluateModel(FindModel(mars_model), candidate);
 }
 
 }  // namespace tarvek

@@ -2,10 +2,11 @@
 // Does:     evaluates the model that mars_model selects: an intercept plus terms, each a
 //           coefficient times a piecewise-cubic hinge of one feature.
 // Owns:     the constant tables.
-// Throws:   RequireScoringModel a std::string when the model is not available.
+// Throws:   nothing.
 // Not here: how models are fitted; the threshold (PrecursorDetermination.h).
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 
@@ -41,14 +42,19 @@ double CubicHinge(const Hinge& hinge, double x);
 /// Intercept, then the terms added in order. May be NaN when a feature is.
 double EvaluateModel(const ScoringModel& model, FeaturesExtractor& candidate);
 
-/// Checks that the model that mars_model selects is there. Throws a std::string naming it when not.
-void RequireScoringModel(std::int32_t mars_model);
-
-/// The score of a candidate under the model that mars_model selects. Call RequireScoringModel
-/// first.
+/// The score of a candidate under the model that mars_model selects: with 15 the larger of models G
+/// and F; any number that is not listed below selects model A.
 double Score(FeaturesExtractor& candidate, std::int32_t mars_model);
 
-/// mars_model 4 and 1024.
-extern const ScoringModel kModelE;
+/// The numbers of mars_model that select different scores.
+inline constexpr std::array<std::int32_t, 8> kMarsModels = {0, 1, 2, 3, 4, 5, 15, 250};
+
+extern const ScoringModel kModelA;  // mars_model 0
+extern const ScoringModel kModelB;  // 1
+extern const ScoringModel kModelC;  // 2
+extern const ScoringModel kModelD;  // 3
+extern const ScoringModel kModelE;  // 4 and 1024
+extern const ScoringModel kModelF;  // 5
+extern const ScoringModel kModelG;  // 250
 
 }  // namespace tarvek

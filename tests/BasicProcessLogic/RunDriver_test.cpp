@@ -129,27 +129,5 @@ TEST_F(RunDriver, SkipsAnInstrumentFileWithResultsBeforeTheExtractor) {
             "[Tarvek] <INFO> - " + (m_directory / "a.raw") + " has existed results, skipping...\n");
 }
 
-class OtherModel : public RunDriver, public testing::WithParamInterface<int> {};
-
-TEST_P(OtherModel, IsRefusedByItsNumber) {
-  m_parameters.m_mars_model = GetParam();
-  m_parameters.m_datapaths = {MakeFile("run.ms1")};
-  EXPECT_EQ(Run(), "Scoring model " + std::to_string(GetParam()) +
-                       " (mars_model) is not in this version yet. Use 4, which is recommended, or "
-                       "1024.");
-}
-INSTANTIATE_TEST_SUITE_P(RunDriver, OtherModel, testing::Values(-1, 0, 1, 2, 3, 5, 7, 15, 250));
-
-TEST_F(RunDriver, DoesNotAskForAModelWhereNothingIsScored) {
-  m_parameters.m_mars_model = 3;
-  m_parameters.m_datapaths = {MakeFile("run.mgf")};
-  EXPECT_EQ(Run(), kNothingThrown);
-}
-
-TEST_F(RunDriver, TakesTheOtherNumberOfTheRecommendedModel) {
-  m_parameters.m_mars_model = 1024;
-  EXPECT_EQ(Run(), kNothingThrown);
-}
-
 }  // namespace
 }  // namespace tarvek

@@ -17,7 +17,6 @@ namespace {
 
 using test::CaptureConsole;
 using test::ConsoleText;
-using test::DeriveHalfWidths;
 using test::MessageOf;
 using test::Random;
 using test::SamePrecursors;
@@ -300,12 +299,38 @@ TEST(DeterminePrecursors, KeepsTheSignedMzOfANegativeCandidateWithoutPeaksToReca
   EXPECT_TRUE(SamePrecursors(std::span(found).first(1), std::vector<Precursor>{{-kCentre, -2}}));
 }
 
-TEST(DeterminePrecursors, FailsForAScoringModelThatIsNotThere) {
-  ScanRun run = SteadyRun(EnvelopePeaks(kCentre, 2, 1000.0));
-  run.m_params.m_mars_model = 250;
-  EXPECT_EQ(MessageOf([&] { Determine(run); }),
-            "Scoring model 250 (mars_model) is not in this version yet. Use 4, which is "
-            "recommended, or 1024.");
+TEST(DeterminePrecursors, FindsASteadyEnvelopeWithEveryScoringModel) {
+  for (const int model : {0, 1, 2, 3, 4, 5, 15, 250, 1024}) {
+    ScanRun run = SteadyRun(EnvelopePeaks(kCentre, 2, 1000.0));
+    run.m_params.m_mars_model = model;
+    const std::vector<Precursor> found = Determine(run);
+    ASSERT_FALSE(found.empty()) << model;
+    EXPECT_EQ(found.front().m_charge, 2) << model;
+    EXPECT_NEAR(found.front().m_mz, kCentre, 1e-9) << model;
+  }
+}
+
+TEST(DeterminePrecursors, HandsOverTheCandidatesThatItScores) {
+  const ScanRun run = SteadyRun(EnvelopePeaks(kCentre, 2, 1000.0));
+  PrecursorDetermination determination(run.m_params);
+  std::vector<Precursor> handed;
+  determination.WithCandidates(run.m_store, run.m_ms2,
+                               [&](std::span<FeaturesExtractor* const> all) {
+                                 for (FeaturesExtractor* const candidate : all)
+                                   handed.push_back(candidate->GetPrecursor());
+                               });
+  ScanRun everything = run;
+  everything.m_params.m_mars_threshold = -1e9;
+  EXPECT_EQ(handed.size(), Determine(everything).size());
+  EXPECT_FALSE(handed.empty());
+}
+
+TEST(DeterminePrecursors, HandsOverNothingWithoutCandidates) {
+  const ScanRun run = SteadyRun({});
+  PrecursorDetermination determination(run.m_params);
+  bool called = false;
+  determination.WithCandidates(run.m_store, run.m_ms2, [&](auto) { called = true; });
+  EXPECT_FALSE(called);
 }
 
 TEST(DeterminePrecursors, GivesTheSameForModels4And1024) {

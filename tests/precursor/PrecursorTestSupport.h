@@ -90,14 +90,6 @@ inline PeakList RandomPeaks(Random& random, int count, double low, double high, 
   return peaks;
 }
 
-/// Fills in what validation derives from the isolation width and the tolerance.
-inline void DeriveHalfWidths(UserParameters& params) {
-  params.m_candidate_halfwidth = params.m_isolation_width + 1.0;
-  params.m_extended_halfwidth =
-      params.m_candidate_halfwidth +
-      (params.m_mstolppm ? params.m_mstol * 15000.0 / 1e6 : params.m_mstol);
-}
-
 /// Isotope peaks of a mass in Da: Poisson weights, the highest of five 1.
 inline IsotopeRow PoissonEnvelope(double mass_da) {
   const double lambda = mass_da * 0.0005;

@@ -4,9 +4,13 @@
 
 #include <cmath>
 #include <limits>
+#include <ostream>
+#include <set>
+#include <tuple>
 #include <vector>
 
 #include "IsotopeTable.h"
+#include "ModelFeatures.h"
 #include "NaiveDetermination.h"
 #include "PrecursorTestSupport.h"
 #include "Scene.h"
@@ -15,9 +19,10 @@
 namespace tarvek {
 namespace {
 
-using test::MessageOf;
 using test::Random;
 using test::SameDouble;
+
+using Feature = double (*)(FeaturesExtractor&);
 
 constexpr Hinge kPlusHinge = {HingeSide::kPlus, 2.5, 3.0, 4.5};
 constexpr Hinge kMinusHinge = {HingeSide::kMinus, 2.5, 3.0, 4.5};
@@ -67,39 +72,6 @@ TEST(CubicHinge, HasTheWorkedConstantsOfTheLastTermOfModelE) {
   const Hinge& hinge = kModelE.m_terms[17].m_hinge;
   EXPECT_EQ(CubicHinge(hinge, 3.0), 0.625 * 0.25 - 0.125 * 0.125);
   EXPECT_EQ(CubicHinge(hinge, 4.0), 0.625 * 2.25 - 0.125 * 3.375);
-}
-
-TEST(CubicHinge, OfEveryTermOfModelETakesItsValuesAtTheKnots) {
-  for (const ModelTerm& term : kModelE.m_terms) {
-    const Hinge& h = term.m_hinge;
-    const bool plus = h.m_side == HingeSide::kPlus;
-    EXPECT_EQ(CubicHinge(h, h.m_t_minus), plus ? 0.0 : h.m_t - h.m_t_minus);
-    EXPECT_EQ(CubicHinge(h, h.m_t_plus), plus ? h.m_t_plus - h.m_t : 0.0);
-  }
-}
-
-TEST(CubicHinge, OfEveryTermOfModelEIsContinuousAtTheKnots) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  for (const ModelTerm& term : kModelE.m_terms) {
-    const Hinge& h = term.m_hinge;
-    const double tolerance = 1e-12 * std::max(1.0, h.m_t_plus);
-    EXPECT_NEAR(CubicHinge(h, std::nextafter(h.m_t_minus, kInfinity)), CubicHinge(h, h.m_t_minus),
-                tolerance);
-    EXPECT_NEAR(CubicHinge(h, std::nextafter(h.m_t_plus, -kInfinity)), CubicHinge(h, h.m_t_plus),
-                tolerance);
-  }
-}
-
-TEST(CubicHinge, OfEveryTermOfModelEHasAContinuousSlopeAtTheKnots) {
-  for (const ModelTerm& term : kModelE.m_terms) {
-    const Hinge& h = term.m_hinge;
-    const double step = 1e-5 * (h.m_t_plus - h.m_t_minus);
-    for (const double knot : {h.m_t_minus, h.m_t_plus}) {
-      const double before = (CubicHinge(h, knot) - CubicHinge(h, knot - step)) / step;
-      const double after = (CubicHinge(h, knot + step) - CubicHinge(h, knot)) / step;
-      EXPECT_NEAR(before, after, 1e-3);
-    }
-  }
 }
 
 TEST(CubicHinge, IsNaNForNaN) {
@@ -160,14 +132,6 @@ TEST(Score, IsTheSameForModel1024AndModel4) {
   EXPECT_EQ(Score(candidate, 1024), Score(same, 4));
 }
 
-TEST(Score, FailsForAModelThatIsNotThere) {
-  const EnvelopeScene scene;
-  FeaturesExtractor candidate = scene.Candidate({500.0, 2});
-  EXPECT_EQ(MessageOf([&] { Score(candidate, 2); }),
-            "Scoring model 2 (mars_model) is not in this version yet. Use 4, which is recommended, "
-            "or 1024.");
-}
-
 TEST(Score, OfModelEAgreesWithTheTermsWrittenOut) {
   const IsotopeTable table = test::PoissonTable();
   InstallIsotopeTable(table);
@@ -192,17 +156,180 @@ TEST(Score, OfModelEAgreesWithTheTermsWrittenOut) {
   EXPECT_GT(compared, 300u);
 }
 
-TEST(RequireScoringModel, AcceptsModels4And1024) {
-  EXPECT_EQ(MessageOf([] { RequireScoringModel(4); }), "(nothing was thrown)");
-  EXPECT_EQ(MessageOf([] { RequireScoringModel(1024); }), "(nothing was thrown)");
+/// A model with what it was fitted to be: the number of its terms and exactly these features.
+struct ModelShape {
+  const char* m_name;
+  const ScoringModel* m_model;
+  std::size_t m_terms;
+  std::set<Feature> m_features;
+};
+
+void PrintTo(const ModelShape& shape, std::ostream* out) { *out << shape.m_name; }
+
+using namespace model_features;
+
+const std::set<Feature> kFeaturesOfB = {&Similarity0,  &Correlation01,  &CorrelationM1,
+                                        &ElutionShare, &WindowIsotopes, &IsotopeCount,
+                                        &WindowRatio,  &ChargeTimesMz};
+const std::set<Feature> kFeaturesOfDAndG = {&Similarity0,   &Correlation01, &CorrelationM1,
+                                            &MzSpread,      &ElutionShare,  &WindowRatio,
+                                            &ChargeTimesMz, &AbsCharge};
+
+std::set<Feature> With(std::set<Feature> features, Feature further) {
+  features.insert(further);
+  return features;
 }
 
-TEST(RequireScoringModel, RefusesEveryModelWithoutATable) {
-  for (const int model : {0, 1, 2, 3, 5, 15, 250, 7, -1})
-    EXPECT_EQ(MessageOf([model] { RequireScoringModel(model); }),
-              "Scoring model " + std::to_string(model) +
-                  " (mars_model) is not in this version yet. Use 4, which is recommended, or "
-                  "1024.");
+const std::vector<ModelShape> kShapes = {
+    {"A", &kModelA, 17, With(kFeaturesOfB, &AbsCharge)},
+    {"B", &kModelB, 18, kFeaturesOfB},
+    {"C", &kModelC, 13, {&Similarity0, &CorrelationM1, &ElutionShare, &WindowRatio}},
+    {"D", &kModelD, 15, kFeaturesOfDAndG},
+    {"E",
+     &kModelE,
+     18,
+     {&SimilarityM1, &WindowRatio, &Similarity0, &ChargeTimesMz, &SimilarityM2, &ElutionShare,
+      &CorrelationM1, &Correlation01, &AbsCharge}},
+    {"F",
+     &kModelF,
+     15,
+     {&Similarity0, &Correlation01, &CorrelationM1, &ElutionShare, &WindowRatio, &ChargeTimesMz}},
+    {"G", &kModelG, 17, kFeaturesOfDAndG},
+};
+
+class EveryModel : public testing::TestWithParam<ModelShape> {};
+INSTANTIATE_TEST_SUITE_P(ScoringModels, EveryModel, testing::ValuesIn(kShapes),
+                         [](const auto& test) { return test.param.m_name; });
+
+TEST_P(EveryModel, HasItsNumberOfTerms) {
+  EXPECT_EQ(GetParam().m_model->m_terms.size(), GetParam().m_terms);
+}
+
+TEST_P(EveryModel, UsesExactlyItsFeatures) {
+  std::set<Feature> used;
+  for (const ModelTerm& term : GetParam().m_model->m_terms) used.insert(term.m_feature);
+  EXPECT_EQ(used, GetParam().m_features);
+}
+
+TEST_P(EveryModel, HasAscendingKnotsAndFiniteNumbers) {
+  EXPECT_TRUE(std::isfinite(GetParam().m_model->m_intercept));
+  for (const ModelTerm& term : GetParam().m_model->m_terms) {
+    EXPECT_LT(term.m_hinge.m_t_minus, term.m_hinge.m_t);
+    EXPECT_LT(term.m_hinge.m_t, term.m_hinge.m_t_plus);
+    EXPECT_TRUE(std::isfinite(term.m_hinge.m_t_minus) && std::isfinite(term.m_hinge.m_t_plus));
+    EXPECT_TRUE(std::isfinite(term.m_coefficient) && term.m_coefficient != 0.0);
+  }
+}
+
+TEST_P(EveryModel, HasNoTermTwice) {
+  std::set<std::tuple<Feature, HingeSide, double>> seen;
+  for (const ModelTerm& term : GetParam().m_model->m_terms)
+    EXPECT_TRUE(seen.emplace(term.m_feature, term.m_hinge.m_side, term.m_hinge.m_t).second);
+}
+
+TEST_P(EveryModel, TakesItsValuesAtTheKnots) {
+  for (const ModelTerm& term : GetParam().m_model->m_terms) {
+    const Hinge& h = term.m_hinge;
+    const bool plus = h.m_side == HingeSide::kPlus;
+    EXPECT_EQ(CubicHinge(h, h.m_t_minus), plus ? 0.0 : h.m_t - h.m_t_minus);
+    EXPECT_EQ(CubicHinge(h, h.m_t_plus), plus ? h.m_t_plus - h.m_t : 0.0);
+  }
+}
+
+TEST_P(EveryModel, IsContinuousAtTheKnots) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  for (const ModelTerm& term : GetParam().m_model->m_terms) {
+    const Hinge& h = term.m_hinge;
+    const double tolerance = 1e-12 * std::max(1.0, h.m_t_plus);
+    EXPECT_NEAR(CubicHinge(h, std::nextafter(h.m_t_minus, kInfinity)), CubicHinge(h, h.m_t_minus),
+                tolerance);
+    EXPECT_NEAR(CubicHinge(h, std::nextafter(h.m_t_plus, -kInfinity)), CubicHinge(h, h.m_t_plus),
+                tolerance);
+  }
+}
+
+TEST_P(EveryModel, HasAContinuousSlopeAtTheKnots) {
+  for (const ModelTerm& term : GetParam().m_model->m_terms) {
+    const Hinge& h = term.m_hinge;
+    // The slope bends most over the shorter side; a step of it changes the slope in proportion.
+    const double step = 1e-5 * std::min(h.m_t - h.m_t_minus, h.m_t_plus - h.m_t);
+    for (const double knot : {h.m_t_minus, h.m_t_plus}) {
+      const double before = (CubicHinge(h, knot) - CubicHinge(h, knot - step)) / step;
+      const double after = (CubicHinge(h, knot + step) - CubicHinge(h, knot)) / step;
+      EXPECT_NEAR(before, after, 1e-3);
+    }
+  }
+}
+
+TEST_P(EveryModel, KeepsNeighbouringHingesOfAFeatureApart) {
+  for (const ModelTerm& a : GetParam().m_model->m_terms) {
+    for (const ModelTerm& b : GetParam().m_model->m_terms) {
+      if (a.m_feature != b.m_feature || a.m_hinge.m_t >= b.m_hinge.m_t) continue;
+      EXPECT_LE(a.m_hinge.m_t_plus, b.m_hinge.m_t_minus);
+    }
+  }
+}
+
+TEST_P(EveryModel, GivesAFiniteScore) {
+  const EnvelopeScene scene;
+  FeaturesExtractor candidate = scene.Candidate({500.0, 2});
+  EXPECT_TRUE(std::isfinite(EvaluateModel(*GetParam().m_model, candidate)));
+}
+
+/// The score of one candidate by the number of a model.
+double ScoreBy(std::int32_t mars_model) {
+  const EnvelopeScene scene;
+  FeaturesExtractor candidate = scene.Candidate({500.0, 2});
+  return Score(candidate, mars_model);
+}
+
+double ScoreOf(const ScoringModel& model) {
+  const EnvelopeScene scene;
+  FeaturesExtractor candidate = scene.Candidate({500.0, 2});
+  return EvaluateModel(model, candidate);
+}
+
+TEST(Score, TakesTheModelOfItsNumber) {
+  EXPECT_EQ(ScoreBy(0), ScoreOf(kModelA));
+  EXPECT_EQ(ScoreBy(1), ScoreOf(kModelB));
+  EXPECT_EQ(ScoreBy(2), ScoreOf(kModelC));
+  EXPECT_EQ(ScoreBy(3), ScoreOf(kModelD));
+  EXPECT_EQ(ScoreBy(4), ScoreOf(kModelE));
+  EXPECT_EQ(ScoreBy(5), ScoreOf(kModelF));
+  EXPECT_EQ(ScoreBy(250), ScoreOf(kModelG));
+  EXPECT_EQ(ScoreBy(1024), ScoreOf(kModelE));
+}
+
+TEST(Score, DiffersBetweenTheModels) {
+  std::set<double> scores;
+  for (const int model : {0, 1, 2, 3, 4, 5, 250}) scores.insert(ScoreBy(model));
+  EXPECT_EQ(scores.size(), 7u);
+}
+
+TEST(Score, TakesModelAForAnUnknownNumber) {
+  for (const int unknown : {7, -1, 6, 14, 16, 251, 1023, 2147483647})
+    EXPECT_EQ(ScoreBy(unknown), ScoreOf(kModelA)) << unknown;
+}
+
+// Model G scores some candidates higher and model F others; a test of one of them shows nothing.
+TEST(Score, Of15IsTheLargerOfModelsGAndF) {
+  InstallIsotopeTable(test::PoissonTable());
+  std::size_t g_larger = 0;
+  std::size_t f_larger = 0;
+  for (unsigned seed = 0; seed < 200; ++seed) {
+    SCOPED_TRACE(seed);
+    const test::ScanRun run = test::RandomRun(seed);
+    const auto twin = naive::BuildScan(run.m_params, run.m_store, run.m_ms2);
+    if (!twin || twin->m_candidates.empty()) continue;
+    const test::Scene scene(run, *twin);
+    FeaturesExtractor candidate = scene.Candidate({twin->m_candidates.front().m_mz, 2});
+    const double g = EvaluateModel(kModelG, candidate);
+    const double f = EvaluateModel(kModelF, candidate);
+    EXPECT_EQ(Score(candidate, 15), g > f ? g : f);
+    ++(g > f ? g_larger : f_larger);
+  }
+  EXPECT_GT(g_larger, 0u);
+  EXPECT_GT(f_larger, 0u);
 }
 
 }  // namespace

@@ -11,7 +11,6 @@
 namespace tarvek {
 namespace {
 
-using test::DeriveHalfWidths;
 using test::MessageOf;
 using test::Random;
 using test::RandomPeaks;

@@ -47,6 +47,15 @@ TEST_F(MainJob, MakesANestedOutputDirectory) {
   EXPECT_EQ(Run({"-D", "run.ms1", "-O", "a/b c/d/"}).m_exit_status, 0);
   EXPECT_EQ(OutputsIn(Path("a/b c/d")), Expected());
 }
+TEST_F(MainJob, TakesTheScoringModelOfItsNumber) {
+  const auto outputs_of = [this](const char* model) {
+    EXPECT_EQ(RunPair({"-M", model, "-r", "1"}).m_exit_status, 0) << m_result.m_err;
+    return Outputs();
+  };
+  EXPECT_EQ(outputs_of("1024"), Expected());
+  EXPECT_EQ(outputs_of("7"), outputs_of("0"));
+}
+
 TEST_F(MainJob, SkipsAFileThatIsFinished) {
   RunPair();
   Write("out/run.csv", "mine");
@@ -234,12 +243,6 @@ TEST_F(BadInput, InstrumentFileWithoutAnExtractorEndsTheRun) {
   EXPECT_THAT(m_result.m_err,
               HasSubstr("[Tarvek] <ERROR> - Cannot use morvex to extract signals from: run.raw\n"));
 }
-TEST_F(BadInput, AnotherModelIsRefusedBeforeAnythingIsWritten) {
-  EXPECT_EQ(RunPair({"-M", "3"}).m_exit_status, 255);
-  EXPECT_THAT(m_result.m_err, HasSubstr("Scoring model 3 (mars_model) is not in this version yet"));
-  EXPECT_TRUE(Outputs().empty());
-}
-
 // ------------------------------------------------------------ isotope table
 
 class IsotopeTableLookup : public MainJob {

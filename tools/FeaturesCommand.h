@@ -1,0 +1,12 @@
+// tools/FeaturesCommand.h: the subcommand features of tarvek-tools.
+// Does:     reads its options and writes the table of candidates of a run.
+// Throws:   what CandidateFeatures.h throws.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace tarvek::tools {
+
+void AddFeaturesCommand(CLI::App& app);
+
+}  // namespace tarvek::tools
