@@ -17,9 +17,13 @@ void processMgfFile(const UserParameters& parameters) {
   logMessage(kWarn,
              "We DO NOT RECOMMAND you to use [MGF] as input!! Tarvek cannot utilize MS1 Message.");
   MgfReader reader(parameters.m_current_file, "r");
+  FileLock lock;  // outlives the writer
   std::optional<PfWriter> pf2;
-  if (parameters.m_output_pf)
-    pf2.emplace(OutputPath(parameters, ".pf2"), "wb+", parameters.m_current_basename);
+  if (parameters.m_output_pf) {
+    const std::string path = OutputPath(parameters, ".pf2");
+    lock = LockFile(path);
+    pf2.emplace(path, "wb+", parameters.m_current_basename);
+  }
   MS2Spectrum scan;
   while (reader.ReadNext(scan)) {
     if (scan.m_precursors.empty()) WarnWithoutPrecursor(scan);

@@ -8,6 +8,7 @@
 
 #include <string>
 
+#include "OutputSet.h"
 #include "SpectrumRecords.h"
 #include "SpectrumSource.h"
 #include "SpectrumUtils.h"
@@ -18,8 +19,14 @@ namespace tarvek {
 /// The current file is a .ms1 file; the .ms2 file is beside it.
 void processTextSpectra(const UserParameters& parameters);
 
+/// The same with the outputs claimed before.
+void processTextSpectra(const UserParameters& parameters, OutputClaim& claim);
+
 /// The current file's spectra in binary form.
 void processMsbSpectra(const UserParameters& parameters);
+
+/// The same with the outputs claimed before.
+void processMsbSpectra(const UserParameters& parameters, OutputClaim& claim);
 
 /// Start of the progress message of MS2 scans; their number follows.
 inline constexpr const char* kMs2Progress = "Extracting MS2, Scan Num = ";

@@ -6,8 +6,9 @@
 namespace tarvek {
 namespace {
 
-// Deletes the finished table of an earlier run; returns its path.
-std::string RemoveOldTable(const UserParameters& parameters) {
+// Deletes the finished table of an earlier run; returns its path. Only a claim gives the right.
+std::string RemoveOldTable(const UserParameters& parameters, OutputClaim& claim) {
+  claim.MarkUsed();
   std::string path = FinishedTablePath(parameters);
   RemoveFile(path);
   return path;
@@ -33,7 +34,18 @@ bool SkipsFinished(const UserParameters& parameters) {
   return SkipsExisting(parameters, FinishedTablePath(parameters));
 }
 
-OutputSet::OutputSet(const UserParameters& parameters) : m_csv(RemoveOldTable(parameters), "w+") {
+OutputClaim::OutputClaim(const UserParameters& parameters)
+    : m_path(PrecursorCsvWriter::TemporaryPathOf(FinishedTablePath(parameters))),
+      m_lock(LockFile(m_path)) {}
+
+OutputClaim::~OutputClaim() {
+  if (m_is_used || !m_lock.IsHeld()) return;
+  const File table = File::Open(m_path, "r");
+  if (table.IsOpen() && table.SizeBytes() == 0) static_cast<void>(DeleteFileAt(m_path));
+}
+
+OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim)
+    : m_csv(RemoveOldTable(parameters, claim), "w+") {
   const std::string& title = parameters.m_current_basename;
   if (parameters.m_output_pf) {
     m_pf1.emplace(OutputPath(parameters, ".pf1"), "wb+", title);

@@ -1,5 +1,5 @@
 // BasicProcessLogic/OutputSet.h: the output files of one input file.
-// Does:     opens the writers that are switched on, passes scans to them, closes them in order.
+// Does:     claims them for this run; opens the writers that are switched on, passes scans to them, closes them in order.
 // Owns:     the writers.
 // Throws:   what opening and writing throw. When it is destroyed before Complete, the precursor
 //           table keeps its temporary name.
@@ -9,16 +9,36 @@
 #include <string>
 
 #include "IO.h"
+#include "Platform.h"
 #include "UserParameters.h"
 
 namespace tarvek {
+
+/// The right of one run to write the outputs of the current file: a lock on the temporary precursor
+/// table, held until that has its final name. Nothing of an earlier run is touched yet. A table
+/// that was made here and never opened is deleted at the end.
+class OutputClaim {
+ public:
+  /// Throws when another run has it; see LockFile.
+  explicit OutputClaim(const UserParameters& parameters);
+  OutputClaim(const OutputClaim&) = delete;
+  OutputClaim& operator=(const OutputClaim&) = delete;
+  ~OutputClaim();
+
+  void MarkUsed() noexcept { m_is_used = true; }
+
+ private:
+  std::string m_path;
+  FileLock m_lock;
+  bool m_is_used = false;
+};
 
 class OutputSet {
  public:
   /// Opens the files under the output directory, named from the current file's base name. A
   /// finished table of an earlier run is deleted first, so that it never stands beside half-written
-  /// files.
-  explicit OutputSet(const UserParameters& parameters);
+  /// files. claim: of the same file; outlives the set.
+  OutputSet(const UserParameters& parameters, OutputClaim& claim);
 
   /// The PF1 writer, null when PF output is off.
   PfWriter* Pf1() { return m_pf1 ? &*m_pf1 : nullptr; }

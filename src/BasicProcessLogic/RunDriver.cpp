@@ -46,7 +46,8 @@ void ProcessDataPath(UserParameters& parameters, const std::string& path) {
   const std::string format = detectDataPathFormat(path, parameters);
   if (IsKnownFormat(format)) parameters.m_input_format = format;
   if (format == "ms1") {
-    ForEachFile(parameters, path, ".ms1", processTextSpectra);
+    ForEachFile(parameters, path, ".ms1",
+                [](const UserParameters& current) { processTextSpectra(current); });
   } else if (format == "mgf") {
     ForEachFile(parameters, path, ".mgf", processMgfFile);
   } else {
@@ -86,13 +87,14 @@ std::string detectDataPathFormat(const std::string& path, const UserParameters& 
 
 void processInstrumentFile(UserParameters& parameters) {
   if (SkipsFinished(parameters)) return;
+  OutputClaim claim(parameters);
   runExtractor(parameters, "ms");
   SetCurrentFile(parameters,
                  JoinPath({parameters.m_outputpath, parameters.m_current_basename + ".ms1"}));
   if (parameters.m_output_msb)
-    processMsbSpectra(parameters);
+    processMsbSpectra(parameters, claim);
   else
-    processTextSpectra(parameters);
+    processTextSpectra(parameters, claim);
   if (parameters.m_delete_msn) DeleteExtracted(parameters);
 }
 

@@ -21,8 +21,6 @@ constexpr std::string_view kHeader =
     "PrecursorIdentifier, MZ, Charge, PrecursorIdentifier, MZ, Charge, "
     "PrecursorIdentifier, MZ, Charge\n";
 
-std::string TemporaryPathOf(const std::string& final_path) { return final_path + "_unfinished"; }
-
 // Every field of a row, the last one too, is followed by a comma and a blank.
 void AppendField(std::string& row, std::string_view field) { row.append(field).append(", "); }
 
@@ -43,6 +41,10 @@ PrecursorCsvWriter::PrecursorCsvWriter(const std::string& final_path, std::strin
     : SpectrumWriter(final_path, mode, OutputFile(TemporaryPathOf(final_path), mode, "CSV")),
       m_temporary_path(TemporaryPathOf(final_path)) {
   Stream().Write(kHeader);
+}
+
+std::string PrecursorCsvWriter::TemporaryPathOf(const std::string& final_path) {
+  return final_path + "_unfinished";
 }
 
 void PrecursorCsvWriter::WriteRow(const MS2Spectrum& scan) {

@@ -27,6 +27,9 @@ class PrecursorCsvWriter final : public SpectrumWriter {
   /// Finishes the file and moves it to the final path, replacing a file of that name.
   void Complete();
 
+  /// Where the table that ends at final_path is written.
+  static std::string TemporaryPathOf(const std::string& final_path);
+
   [[nodiscard]] const std::string& TemporaryPath() const noexcept { return m_temporary_path; }
 
  private:

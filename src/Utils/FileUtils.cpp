@@ -10,6 +10,14 @@ File OpenFile(const std::string& path, std::string_view mode, const std::string&
   return file;
 }
 
+FileLock LockFile(const std::string& path) {
+  FileLock lock = FileLock::Take(path);
+  if (lock.IsHeldElsewhere())
+    throw "Another run is writing " + path +
+        ". Wait until it has ended, or choose another output directory.";
+  return lock;
+}
+
 bool FileExists(const std::string& path) { return File::Open(path, "r").IsOpen(); }
 
 bool PathExists(const std::string& path) { return FileExists(path) || IsDirectory(path); }

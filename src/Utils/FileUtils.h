@@ -19,6 +19,10 @@ inline constexpr std::string_view kSeparators = "\\/";
 /// Opens path with a C stdio mode. Throws "Cannot open " + kind + " File, Path: " + path.
 File OpenFile(const std::string& path, std::string_view mode, const std::string& kind);
 
+/// Takes path for this run, so that no second one writes it; path is made when it is missing. Holds
+/// nothing where locks are not to be had. Throws "Another run is writing " + path + advice.
+FileLock LockFile(const std::string& path);
+
 /// Whether path can be opened for reading; false for a directory.
 bool FileExists(const std::string& path);
 

@@ -1,7 +1,7 @@
 // Utils/Platform.h: everything that differs between operating systems.
 // Does:     declares files, directories, clocks and process facts; one Platform_*.cpp per system
 //           implements them and CMake picks one.
-// Owns:     a File owns its descriptor and closes it when destroyed.
+// Owns:     a File owns its descriptor and closes it when destroyed; a FileLock gives its file back.
 // Throws:   File::Read a std::string naming the path; the rest reports by its return value.
 // Not here: message texts of a failed open, rename, ... (FileUtils.h). Paths are UTF-8 throughout.
 #pragma once
@@ -57,8 +57,33 @@ class File {
   [[nodiscard]] bool Close() noexcept;
 
  private:
+  friend class FileLock;
+
   int m_descriptor = -1;
   std::string m_path;
+};
+
+/// A file that one holder at a time may take. Nobody is kept from reading, writing, renaming or
+/// deleting it: the lock only answers others who ask for it in the same manner. It goes with the
+/// file when that is renamed, and the system gives it back when the process ends in whatever way.
+/// On a network file system it reaches as far as the server keeps locks for all its machines.
+class FileLock {
+ public:
+  FileLock() noexcept = default;  // holds nothing
+
+  /// Takes the file at path, which is made when it is missing and left as it is otherwise. Never
+  /// waits. Holds nothing when another holder has the file, and also when it cannot be opened, is
+  /// no regular file, or lies where the system has no locks.
+  static FileLock Take(const std::string& path);
+
+  [[nodiscard]] bool IsHeld() const noexcept { return m_file.IsOpen(); }
+
+  /// Whether another holder was the reason that Take got nothing.
+  [[nodiscard]] bool IsHeldElsewhere() const noexcept { return m_is_held_elsewhere; }
+
+ private:
+  File m_file;
+  bool m_is_held_elsewhere = false;
 };
 
 /// True when path can be opened as a directory for listing.

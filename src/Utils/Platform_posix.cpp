@@ -1,5 +1,6 @@
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -29,6 +30,20 @@ int OpenFlags(std::string_view mode) {
     default:
       return O_RDONLY;
   }
+}
+
+// Whether path still leads to the open file: another holder may have renamed or deleted it.
+bool IsFileAt(const std::string& path, const struct stat& open_file) {
+  struct stat named {};
+  return ::stat(path.c_str(), &named) == 0 && named.st_dev == open_file.st_dev &&
+         named.st_ino == open_file.st_ino;
+}
+
+// 0, or the reason why the lock could not be had.
+int TryLock(int descriptor) {
+  while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0)
+    if (errno != EINTR) return errno;
+  return 0;
 }
 
 struct CloseDirectory {
@@ -96,6 +111,25 @@ std::int64_t File::SizeBytes() const noexcept {
 bool File::Close() noexcept {
   if (!IsOpen()) return true;
   return ::close(std::exchange(m_descriptor, -1)) == 0;
+}
+
+// Between opening and locking, the holder before us may have moved the file to its final name, and
+// we would hold that one. Then the path is tried again.
+FileLock FileLock::Take(const std::string& path) {
+  while (true) {
+    FileLock lock;
+    lock.m_file = File::Open(path, "a+");
+    struct stat status {};
+    if (!lock.IsHeld() || ::fstat(lock.m_file.m_descriptor, &status) != 0 ||
+        !S_ISREG(status.st_mode))
+      return {};
+    const int reason = TryLock(lock.m_file.m_descriptor);
+    if (reason == 0 && IsFileAt(path, status)) return lock;
+    if (reason == 0) continue;
+    FileLock none;
+    none.m_is_held_elsewhere = reason == EWOULDBLOCK;
+    return none;
+  }
 }
 
 bool IsDirectory(const std::string& path) { return Directory(::opendir(path.c_str())) != nullptr; }

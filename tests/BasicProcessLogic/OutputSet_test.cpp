@@ -34,7 +34,8 @@ class OutputSetTest : public testing::Test {
            path + "\n[Tarvek] <INFO> - Scan Number in " + path + ": " + count + "\n";
   }
   std::string Open() {
-    return CaptureConsole([&] { m_outputs.emplace(m_parameters); }).m_out;
+    m_claim.emplace(m_parameters);
+    return CaptureConsole([&] { m_outputs.emplace(m_parameters, *m_claim); }).m_out;
   }
   std::string Write(bool pf2_first) {
     return CaptureConsole([&] { m_outputs->WriteMs2(HcdScan(2), pf2_first); }).m_out;
@@ -42,6 +43,7 @@ class OutputSetTest : public testing::Test {
 
   TemporaryDirectory m_directory;
   UserParameters m_parameters = test::ParametersFor(m_directory);
+  std::optional<OutputClaim> m_claim;
   std::optional<OutputSet> m_outputs;
 };
 

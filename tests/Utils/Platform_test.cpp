@@ -138,6 +138,78 @@ TEST_F(FileTest, RenameFileAtFailsForAMissingFile) {
   EXPECT_FALSE(RenameFileAt(m_path, m_directory / "b"));
 }
 
+class FileLockTest : public FileTest {
+ protected:
+  [[nodiscard]] bool IsFree() const {
+    const FileLock lock = FileLock::Take(m_path);
+    EXPECT_EQ(lock.IsHeldElsewhere(), !lock.IsHeld());
+    return lock.IsHeld();
+  }
+};
+
+TEST_F(FileLockTest, MakesAMissingFile) {
+  EXPECT_TRUE(IsFree());
+  EXPECT_EQ(test::ReadFile(m_path), "");
+}
+TEST_F(FileLockTest, LeavesTheContent) {
+  test::WriteFile(m_path, "abc");
+  EXPECT_TRUE(IsFree());
+  EXPECT_EQ(test::ReadFile(m_path), "abc");
+}
+TEST_F(FileLockTest, IsHeldOnce) {
+  const FileLock lock = FileLock::Take(m_path);
+  EXPECT_FALSE(IsFree());
+}
+TEST_F(FileLockTest, IsGivenBackAtTheEndOfItsLife) {
+  { const FileLock lock = FileLock::Take(m_path); }
+  EXPECT_TRUE(IsFree());
+}
+TEST_F(FileLockTest, StaysHeldWhenMoved) {
+  FileLock lock = FileLock::Take(m_path);
+  const FileLock moved = std::move(lock);
+  EXPECT_TRUE(moved.IsHeld());
+  EXPECT_FALSE(IsFree());
+}
+TEST_F(FileLockTest, DoesNotKeepItsHolderFromWritingTheFile) {
+  const FileLock lock = FileLock::Take(m_path);
+  File file = File::Open(m_path, "w+");
+  EXPECT_TRUE(file.Write("abc"));
+  EXPECT_TRUE(file.Close());
+  EXPECT_FALSE(IsFree());
+}
+TEST_F(FileLockTest, GoesWithARenamedFile) {
+  const FileLock lock = FileLock::Take(m_path);
+  ASSERT_TRUE(RenameFileAt(m_path, m_directory / "b"));
+  EXPECT_TRUE(IsFree());
+  EXPECT_FALSE(FileLock::Take(m_directory / "b").IsHeld());
+}
+TEST_F(FileLockTest, IsOfTheNameAndNotOfTheFormerFile) {
+  for (int i = 0; i < 200; ++i) {  // a holder that renames while others ask
+    FileLock lock = FileLock::Take(m_path);
+    std::thread holder([&] {
+      static_cast<void>(RenameFileAt(m_path, m_directory / "b"));
+      lock = FileLock();
+    });
+    const FileLock next = FileLock::Take(m_path);
+    holder.join();
+    if (next.IsHeld()) {
+      EXPECT_FALSE(IsFree());
+    }
+  }
+}
+TEST_F(FileLockTest, HoldsNothingWhereNoFileCanBe) {
+  for (const std::string& path : {m_directory.Path(), m_directory / "none/a"}) {
+    const FileLock lock = FileLock::Take(path);
+    EXPECT_FALSE(lock.IsHeld());
+    EXPECT_FALSE(lock.IsHeldElsewhere());
+  }
+}
+TEST_F(FileLockTest, HoldsNoDevice) {
+  const FileLock one = FileLock::Take("/dev/null");
+  const FileLock two = FileLock::Take("/dev/null");
+  EXPECT_FALSE(one.IsHeld() || two.IsHeldElsewhere());
+}
+
 TEST(ExecutableDirectory, HoldsThisProgram) {
   ASSERT_NE(ExecutableDirectory(), "");
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");

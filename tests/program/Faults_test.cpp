@@ -14,8 +14,7 @@
 #include <utility>
 #include <vector>
 
-#include "GeneratedRun.h"
-#include "ProgramTest.h"
+#include "GeneratedRunTest.h"
 
 namespace tarvek::test {
 namespace {
@@ -25,51 +24,6 @@ using testing::EndsWith;
 using testing::HasSubstr;
 
 constexpr int kTrials = 50;
-constexpr int kCycles = 250;  // about 8 MB of input
-constexpr unsigned kSeed = 20240305;
-
-/// The generated pair in the test's directory, and what an undisturbed run makes of it.
-class GeneratedRunTest : public ProgramTest {
- protected:
-  GeneratedRunTest() {
-    const GeneratedRun run = GenerateRun(kSeed, kCycles);
-    Write("run.ms1", run.m_ms1);
-    Write("run.ms2", run.m_ms2);
-    PlaceWideTable();
-    const auto start = std::chrono::steady_clock::now();
-    Run(Arguments("undisturbed"));
-    m_duration = std::chrono::duration_cast<std::chrono::microseconds>(
-        std::chrono::steady_clock::now() - start);
-    m_undisturbed = OutputsIn(Path("undisturbed"));
-  }
-
-  /// Flat envelopes for every mass that charges 2 to 6 reach at m/z 600.
-  void PlaceWideTable() const {
-    std::string table;
-    for (int row = 0; row < 4000; ++row) table += "100 60 20 5 1\n";
-    Write("IPV.txt", table);
-  }
-  static std::vector<std::string> Arguments(const std::string& out) {
-    return {"-D", "run.ms1", "-O", out};
-  }
-  [[nodiscard]] std::uint64_t LargestOutputBytes() const {
-    std::size_t largest = 0;
-    for (const auto& file : m_undisturbed) largest = std::max(largest, file.second.size());
-    return largest;
-  }
-  /// Compared file by file, so that a failure prints names instead of megabytes.
-  void ExpectUndisturbedOutputs(const std::string& folder) const {
-    const FileMap outputs = OutputsIn(Path(folder));
-    EXPECT_EQ(outputs.size(), m_undisturbed.size());
-    for (const auto& [name, content] : m_undisturbed) {
-      const auto found = outputs.find(name);
-      EXPECT_TRUE(found != outputs.end() && found->second == content) << folder << "/" << name;
-    }
-  }
-
-  std::chrono::microseconds m_duration{};
-  FileMap m_undisturbed;
-};
 
 // The other tests of this kind mean little when their input is small or gives nothing.
 TEST_F(GeneratedRunTest, IsLargeAndDeterminesPrecursors) {

@@ -149,16 +149,41 @@ void Reap(pid_t child, ProcessResult& result) {
 
 }  // namespace
 
-ProcessResult RunProcess(const ProcessRequest& request) {
-  OutputEnds ends;
-  if (request.m_standard_output == StandardOutput::kClosedPipe) ends.m_out.m_read.Close();
-  const Clock::time_point start = Clock::now();
-  const pid_t child = Start(request, ends);
-  ends.m_out.m_write.Close();
-  ends.m_err.m_write.Close();
+struct RunningProcess::State {
+  explicit State(ProcessRequest request) : m_request(std::move(request)) {}
+
+  ProcessRequest m_request;
+  Clock::time_point m_start = Clock::now();
+  OutputEnds m_ends;
+  pid_t m_child = -1;
+};
+
+RunningProcess::RunningProcess(const ProcessRequest& request)
+    : m_state(std::make_unique<State>(request)) {
+  if (request.m_standard_output == StandardOutput::kClosedPipe)
+    m_state->m_ends.m_out.m_read.Close();
+  m_state->m_child = Start(request, m_state->m_ends);
+  m_state->m_ends.m_out.m_write.Close();
+  m_state->m_ends.m_err.m_write.Close();
+}
+
+RunningProcess::~RunningProcess() {
+  if (m_state->m_child < 0) return;
+  Signal(SIGKILL);
+  ProcessResult ignored;
+  Reap(m_state->m_child, ignored);
+}
+
+int RunningProcess::Id() const { return m_state->m_child; }
+
+void RunningProcess::Signal(int number) const { ::kill(m_state->m_child, number); }
+
+ProcessResult RunningProcess::Wait() {
+  const ProcessRequest& request = m_state->m_request;
+  const pid_t child = std::exchange(m_state->m_child, -1);
   ProcessResult result;
   const auto longest = request.m_kill_after.value_or(kLongestRun);
-  Collect(ends, child, start + longest, result);
+  Collect(m_state->m_ends, child, m_state->m_start + longest, result);
   Reap(child, result);
   if (result.m_exit_status == kExecFailed)
     throw std::runtime_error("cannot run " + request.m_program);
@@ -166,5 +191,7 @@ ProcessResult RunProcess(const ProcessRequest& request) {
     throw std::runtime_error(request.m_program + " did not end in time");
   return result;
 }
+
+ProcessResult RunProcess(const ProcessRequest& request) { return RunningProcess(request).Wait(); }
 
 }  // namespace tarvek::test

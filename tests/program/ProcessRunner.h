@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -38,5 +39,24 @@ struct ProcessResult {
 };
 
 ProcessResult RunProcess(const ProcessRequest& request);
+
+/// A process that goes on beside the test, which must not let its output fill a pipe before Wait.
+class RunningProcess {
+ public:
+  explicit RunningProcess(const ProcessRequest& request);
+  RunningProcess(const RunningProcess&) = delete;
+  RunningProcess& operator=(const RunningProcess&) = delete;
+  ~RunningProcess();  // kills it when Wait was not reached
+
+  [[nodiscard]] int Id() const;
+  void Signal(int number) const;
+
+  /// Its result when it has ended. Once.
+  ProcessResult Wait();
+
+ private:
+  struct State;
+  std::unique_ptr<State> m_state;
+};
 
 }  // namespace tarvek::test

@@ -1,0 +1,196 @@
+// Two runs that write the same outputs at the same time: one of them ends with an error, the other
+// is not disturbed.
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "FakeExtractor.h"
+#include "GeneratedRunTest.h"
+
+namespace tarvek::test {
+namespace {
+
+namespace fs = std::filesystem;
+using testing::EndsWith;
+
+constexpr std::chrono::seconds kPatience{60};
+constexpr int kAttempts = 50;
+
+/// The ERROR line of the run that came second.
+std::string TakenLine(const std::string& path) {
+  return "[Tarvek] <ERROR> - Another run is writing " + path +
+         ". Wait until it has ended, or choose another output directory.\n";
+}
+
+/// Waits until path exists; false when it never does.
+bool Appears(const std::string& path) {
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (!fs::exists(path)) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::yield();
+  }
+  return true;
+}
+
+// ------------------------------------------------------------ in the MS2 loop
+
+/// A first run that stands still in the midst of its outputs while another is tried.
+class SecondRun : public GeneratedRunTest {
+ protected:
+  /// On a busy machine a run may be over before this process sees that it has begun.
+  void SetUp() override {
+    for (int i = 0; i < kAttempts && m_before.empty(); ++i) {
+      fs::remove_all(Path("out"));
+      m_first.emplace(Request(Arguments("out")));
+      ASSERT_TRUE(Appears(Path("out/run.pf1")));
+      m_first->Signal(SIGSTOP);
+      if (!Exists("out/run.csv")) m_before = OutputsIn(Path("out"));
+    }
+    ASSERT_FALSE(m_before.empty()) << "the first run was always too fast to be stopped";
+  }
+  /// Lets the first run end as if it had been alone.
+  void ExpectFirstUndisturbed() {
+    m_first->Signal(SIGCONT);
+    const ProcessResult result = m_first->Wait();
+    EXPECT_EQ(result.m_exit_status, 0);
+    EXPECT_EQ(result.m_err, "");
+    ExpectUndisturbedOutputs("out");
+  }
+
+  std::optional<RunningProcess> m_first;
+  FileMap m_before;
+};
+
+TEST_F(SecondRun, EndsWithAnErrorThatNamesTheFile) {
+  Run(Arguments("out"));
+  EXPECT_EQ(m_result.m_err, TakenLine("out/run.csv_unfinished"));
+  EXPECT_EQ(m_result.m_exit_status, 255);
+  EXPECT_THAT(m_result.m_out, EndsWith(kCrashLines));
+}
+TEST_F(SecondRun, LeavesTheFirstOneAlone) {
+  Run(Arguments("out"));
+  EXPECT_TRUE(OutputsIn(Path("out")) == m_before);
+  ExpectFirstUndisturbed();
+}
+TEST_F(SecondRun, ThatRewritesLeavesTheFirstOneAloneToo) {
+  std::vector<std::string> arguments = Arguments("out");
+  arguments.insert(arguments.end(), {"-r", "1"});
+  Run(arguments);
+  EXPECT_EQ(m_result.m_err, TakenLine("out/run.csv_unfinished"));
+  EXPECT_TRUE(OutputsIn(Path("out")) == m_before);
+  ExpectFirstUndisturbed();
+}
+TEST_F(SecondRun, MayWriteToAnotherDirectory) {
+  EXPECT_EQ(Run(Arguments("other")).m_exit_status, 0);
+  ExpectUndisturbedOutputs("other");
+  ExpectFirstUndisturbed();
+}
+TEST_F(SecondRun, IsNotHinderedByAFirstOneThatWasKilled) {
+  m_first->Signal(SIGKILL);
+  m_first.reset();
+  EXPECT_TRUE(Exists("out/run.csv_unfinished"));
+  EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
+  ExpectUndisturbedOutputs("out");
+}
+
+// Whoever comes first wins; what is left is always a complete set.
+TEST_F(GeneratedRunTest, OfManyOnOneDirectoryAtOnceOneSucceedsAndTheOthersSayWhy) {
+  std::vector<std::unique_ptr<RunningProcess>> runs;
+  for (int i = 0; i < 6; ++i)
+    runs.push_back(std::make_unique<RunningProcess>(Request(Arguments("out"))));
+  int complete = 0;
+  for (const auto& run : runs) {
+    const ProcessResult result = run->Wait();
+    if (result.m_exit_status == 0)
+      ++complete;
+    else
+      EXPECT_EQ(result.m_err, TakenLine("out/run.csv_unfinished"));
+  }
+  EXPECT_GE(complete, 1);
+  ExpectUndisturbedOutputs("out");
+}
+
+// ------------------------------------------------------------ on the other roads
+
+/// Lines of a script that say where they are and wait for leave to go on.
+constexpr const char* kWaitForLeave =
+    ": > started\n"
+    "while [ ! -e leave ]; do sleep 0.01; done\n";
+
+class DuringExtraction : public FakeExtractorTest {
+ protected:
+  void SetUp() override {
+    PlaceExtractor(std::string(kWaitForLeave) + kCopyTextPair);
+    m_first.emplace(Request({"-D", "run.raw", "-O", "out"}));
+    ASSERT_TRUE(Appears(Path("started")));
+  }
+  std::optional<RunningProcess> m_first;
+};
+
+TEST_F(DuringExtraction, ASecondRunStartsNoExtractor) {
+  Run({"-D", "run.raw", "-O", "out", "-r", "1"});
+  EXPECT_EQ(m_result.m_err, TakenLine("out/run.csv_unfinished"));
+  EXPECT_EQ(m_result.m_exit_status, 255);
+  EXPECT_EQ(Starts(), 1);
+  Write("leave", "");
+  EXPECT_EQ(m_first->Wait().m_exit_status, 0);
+  EXPECT_TRUE(Exists("out/run.csv"));
+}
+
+TEST_F(FakeExtractorTest, LeavesNoTemporaryTableWhenTheExtractorFails) {
+  PlaceExtractor("exit 3\n");
+  EXPECT_EQ(Run({"-D", "run.raw", "-O", "out"}).m_exit_status, 255);
+  EXPECT_FALSE(Exists("out/run.csv_unfinished"));
+}
+TEST_F(FakeExtractorTest, KeepsTheTemporaryTableOfAnEarlierRunWhenTheExtractorFails) {
+  PlaceExtractor("exit 3\n");
+  MakeFolder("out");
+  Write("out/run.csv_unfinished", "half a ta");
+  EXPECT_EQ(Run({"-D", "run.raw", "-O", "out"}).m_exit_status, 255);
+  EXPECT_EQ(Content("out/run.csv_unfinished"), "half a ta");
+}
+
+std::string ManyMgfSpectra(int count) {
+  std::string text;
+  for (int i = 1; i <= count; ++i)
+    text += "BEGIN IONS\nTITLE=run." + std::to_string(i) + "." + std::to_string(i) +
+            ".2.0.dta\nCHARGE=2+\nPEPMASS=500.25\n100.5 10\n200.5 20\nEND IONS\n";
+  return text;
+}
+
+// The MGF road has no table; there the PF2 file is the one that is taken. The first run reads from a
+// pipe that ends when the second one has been tried.
+TEST_F(ProgramTest, OnTheMgfRoadASecondRunEndsWithAnErrorToo) {
+  PlaceTable();
+  Write("run.mgf", ManyMgfSpectra(20));
+  MakeFolder("in");
+  ASSERT_EQ(::mkfifo(Path("in/run.mgf").c_str(), 0600), 0);
+  // Reading and writing, so that nobody waits for the other end; the pipe never ends by itself.
+  const int pipe = ::open(Path("in/run.mgf").c_str(), O_RDWR | O_CLOEXEC);
+  ASSERT_GE(pipe, 0);
+  RunningProcess first(Request({"-D", "in/run.mgf", "-O", "out"}));
+  ASSERT_TRUE(Appears(Path("out/run.pf2idx")));
+  Run({"-D", "run.mgf", "-O", "out"});
+  EXPECT_EQ(m_result.m_exit_status, 255);
+  EXPECT_EQ(m_result.m_err.substr(m_result.m_err.rfind("[Tarvek] <ERROR>")),
+            TakenLine("out/run.pf2"));
+  const std::string spectra = ManyMgfSpectra(20);
+  EXPECT_EQ(::write(pipe, spectra.data(), spectra.size()), static_cast<ssize_t>(spectra.size()));
+  ::close(pipe);
+  EXPECT_EQ(first.Wait().m_exit_status, 0);
+  EXPECT_THAT(Content("out/run.pf2"), testing::StartsWith(std::string("\x14\0\0\0", 4)));
+}
+
+}  // namespace
+}  // namespace tarvek::test
