@@ -38,6 +38,7 @@ int Guarded(const ProgramTexts& texts, const std::function<void()>& action, int 
 
 int Run(int argc, char** argv, const ProgramTexts& texts,
         const std::function<void(const ExtractorOptions&)>& extract) {
+  ConnectStandardStreams();
   CatchInterruptions();
   IgnoreWriteSignals();
   const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);

@@ -7,6 +7,7 @@
 
 #include "FeaturesCommand.h"
 #include "IpvCommand.h"
+#include "Platform.h"
 #include "ScoreCommand.h"
 #include "SimulateCommand.h"
 
@@ -23,6 +24,7 @@ int Fail(const std::string& message) {
 
 int main(int argc, char** argv) {
   try {
+    tarvek::ConnectStandardStreams();
     CLI::App app("Companion programs of tarvek", "tarvek-tools");
     app.require_subcommand(1);
     tarvek::tools::AddIpvCommand(app);

@@ -120,6 +120,7 @@ int Fail(std::string_view message) {
 
 int RunTarvek(int argc, const char* const* argv) {
   try {
+    ConnectStandardStreams();
     std::ios::sync_with_stdio(false);
     IgnoreWriteSignals();
     RunGuarded(argc, argv);

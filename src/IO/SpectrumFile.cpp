@@ -45,7 +45,10 @@ double SpectrumReader::FractionRead() const noexcept {
   return static_cast<double>(m_lines.ConsumedBytes()) / static_cast<double>(m_size_bytes);
 }
 
+// A file cut off under the reader ends like a whole one; its results must not count as finished.
 void SpectrumReader::CloseStream() {
+  if (m_file.SizeBytes() < m_size_bytes)
+    throw "Cannot read " + Path() + ": it became shorter while it was read.";
   static_cast<void>(m_file.Close());  // nothing was written, so nothing can be lost
   m_buffered_lines.reset();
 }

@@ -3,7 +3,8 @@
 //           log; SpectrumReader delivers lines or bytes, SpectrumWriter takes bytes.
 // Owns:     the open file, which is closed at the latest when the object is destroyed.
 // Throws:   a std::string: "Cannot open " + kind + " File, Path: " + path when opening, "Cannot
-//           write " + path when writing or finishing; a buffered reader also "Line ... is too
+//           write " + path when writing or finishing, "Cannot read " + path + ": it became shorter
+//           while it was read." when finishing; a buffered reader also "Line ... is too
 //           long!". Destructors throw nothing.
 // Not here: the formats, each in a class derived from one of these.
 #pragma once

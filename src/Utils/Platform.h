@@ -149,6 +149,11 @@ class ChildProcess {
   std::FILE* m_pipe = nullptr;
 };
 
+/// Connects those of standard input, output and error that are closed with the null device, so that
+/// no file is opened in their place and gets what is meant for the console. Called once, before
+/// anything is opened.
+void ConnectStandardStreams() noexcept;
+
 /// A failed write (closed pipe, file-size limit) is to be an error that we report, not the signal
 /// that ends the process. Called once, before anything is written.
 void IgnoreWriteSignals() noexcept;

@@ -213,6 +213,14 @@ int ChildProcess::Wait() noexcept {
   return ::pclose(std::exchange(m_pipe, nullptr));
 }
 
+// A new descriptor is always the lowest free one: the first that lies above the three says that
+// they are all there.
+void ConnectStandardStreams() noexcept {
+  int descriptor = 0;
+  while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = ::open("/dev/null", O_RDWR);
+  if (descriptor >= 0) ::close(descriptor);
+}
+
 // Handlers that do nothing, rather than SIG_IGN, which child processes would inherit.
 void IgnoreWriteSignals() noexcept {
   std::signal(SIGPIPE, [](int) {});

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include <optional>
 #include <stdexcept>
 #include <vector>
@@ -141,6 +143,33 @@ TEST(SpectrumReader, LeavesEveryByteToABinaryFormat) {
   });
 }
 
+TEST(SpectrumReader, DoesNotFinishAFileThatBecameShorter) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "a";
+  WriteFile(path, "one\ntwo\n");
+  std::string message;
+  CaptureConsole([&] {
+    PlainReader reader(path);
+    std::filesystem::resize_file(path, 4);
+    std::string_view line;
+    while (reader.ReadLine(line)) {
+    }
+    message = MessageOf([&] { reader.Finish(); });
+  });
+  EXPECT_EQ(message, "Cannot read " + path + ": it became shorter while it was read.");
+}
+TEST(SpectrumReader, FinishesAFileThatGrew) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "a";
+  WriteFile(path, "one\n");
+  std::string message;
+  CaptureConsole([&] {
+    PlainReader reader(path);
+    std::filesystem::resize_file(path, 400);
+    message = MessageOf([&] { reader.Finish(); });
+  });
+  EXPECT_EQ(message, "(nothing was thrown)");
+}
 TEST(SpectrumReader, DeliversLongLinesInPiecesWhenUnbuffered) {
   EXPECT_EQ(LinesOf(std::string(2500, 'a') + "\nb\n", 0),
             (std::vector<std::string>{std::string(1023, 'a'), std::string(1023, 'a'),

@@ -1,7 +1,6 @@
 // Writes that fail, and runs that are killed: what is left must never look finished when it is not.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/mount.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -14,7 +13,9 @@
 #include <utility>
 #include <vector>
 
+#include "FaultCases.h"
 #include "GeneratedRunTest.h"
+#include "PrivateFileSystem.h"
 
 namespace tarvek::test {
 namespace {
@@ -22,8 +23,6 @@ namespace {
 namespace fs = std::filesystem;
 using testing::EndsWith;
 using testing::HasSubstr;
-
-constexpr int kTrials = 50;
 
 // The other tests of this kind mean little when their input is small or gives nothing.
 TEST_F(GeneratedRunTest, IsLargeAndDeterminesPrecursors) {
@@ -63,8 +62,12 @@ class FileSizeLimit : public GeneratedRunTest {
 };
 
 TEST_F(FileSizeLimit, BelowTheLargestOutputEndsTheRunWithAnError) {
-  for (int i = 0; i < kTrials; ++i)
-    ExpectHonestFailure(LargestOutputBytes() * static_cast<std::uint64_t>(i) / kTrials);
+  Promise promise("a failing write ends the run with -1 and names the file; no final table");
+  const auto points = static_cast<std::uint64_t>(FaultPoints());
+  for (std::uint64_t i = 0; i < points; ++i) {
+    const std::uint64_t limit_bytes = LargestOutputBytes() * i / points;
+    promise.Try(std::to_string(limit_bytes), [&] { ExpectHonestFailure(limit_bytes); });
+  }
 }
 TEST_F(FileSizeLimit, OneByteBelowTheLargestOutputEndsTheRunWithAnError) {
   ExpectHonestFailure(LargestOutputBytes() - 1);
@@ -83,47 +86,27 @@ TEST_F(FileSizeLimit, LeavesARunThatCanBeDoneAgain) {
 
 // ------------------------------------------------------------ full devices
 
-class FullDevice : public PairTest, public testing::WithParamInterface<const char*> {
- protected:
-  FullDevice() {
-    MakeFolder("out");
-    fs::create_symlink("/dev/full", Path(std::string("out/") + GetParam()));
-    Run({"-D", "run.ms1", "-O", "out"});
+TEST_F(PairTest, OnAFullDeviceEndsWithAnErrorThatNamesTheFile) {
+  Promise promise("each output on a full device: -1, the file is named, no final table");
+  for (const char* const name :
+       {"run.csv_unfinished", "run.pf1", "run.pf1idx", "run_HCDFT.pf2", "run_HCDFT.pf2idx",
+        "run_HCDFT.mgf", "run_CIDIT.pf2", "run_CIDIT.pf2idx", "run_CIDIT.mgf"}) {
+    promise.Try(name, [&] {
+      fs::remove_all(Path("out"));
+      MakeFolder("out");
+      fs::create_symlink("/dev/full", Path(std::string("out/") + name));
+      Run({"-D", "run.ms1", "-O", "out"});
+      EXPECT_THAT(m_result.m_err,
+                  EndsWith(std::string("[Tarvek] <ERROR> - Cannot write out/") + name + "\n"));
+      EXPECT_EQ(m_result.m_exit_status, 255);
+      EXPECT_FALSE(Exists("out/run.csv"));
+    });
   }
-};
-
-TEST_P(FullDevice, IsNamedInTheError) {
-  EXPECT_THAT(m_result.m_err,
-              EndsWith(std::string("[Tarvek] <ERROR> - Cannot write out/") + GetParam() + "\n"));
 }
-TEST_P(FullDevice, EndsTheRunWithStatus255) { EXPECT_EQ(m_result.m_exit_status, 255); }
-TEST_P(FullDevice, LeavesNoFinishedTable) { EXPECT_FALSE(Exists("out/run.csv")); }
-INSTANTIATE_TEST_SUITE_P(Faults, FullDevice,
-                         testing::Values("run.csv_unfinished", "run.pf1", "run.pf1idx",
-                                         "run_HCDFT.pf2", "run_HCDFT.pf2idx", "run_HCDFT.mgf",
-                                         "run_CIDIT.pf2", "run_CIDIT.pf2idx", "run_CIDIT.mgf"));
-
-/// A small file system of its own, unmounted at the end.
-class SmallFileSystem {
- public:
-  SmallFileSystem(std::string path, const char* options) : m_path(std::move(path)) {
-    m_is_mounted = ::mount("none", m_path.c_str(), "tmpfs", 0, options) == 0;
-  }
-  SmallFileSystem(const SmallFileSystem&) = delete;
-  SmallFileSystem& operator=(const SmallFileSystem&) = delete;
-  ~SmallFileSystem() {
-    if (m_is_mounted) ::umount(m_path.c_str());
-  }
-  [[nodiscard]] bool IsMounted() const { return m_is_mounted; }
-
- private:
-  std::string m_path;
-  bool m_is_mounted = false;
-};
 
 TEST_F(GeneratedRunTest, OnAFullFileSystemEndsWithAnError) {
   MakeFolder("small");
-  const SmallFileSystem small(Path("small"), "size=1m");
+  const PrivateFileSystem small(Path("small"), "size=1m");
   if (!small.IsMounted()) GTEST_SKIP() << "mounting a file system is not permitted here";
   Run({"-D", "run.ms1", "-O", "small", "-L", "log"});
   EXPECT_EQ(m_result.m_exit_status, 255);
@@ -154,8 +137,8 @@ class KilledRun : public GeneratedRunTest {
   void ExpectEnoughKills() const {
     RecordProperty("killed", m_killed);
     RecordProperty("interrupted", m_interrupted);
-    EXPECT_GE(m_killed, kTrials / 5);
-    EXPECT_GE(m_interrupted, kTrials / 10);
+    EXPECT_GE(m_killed, FaultPoints() / 5);
+    EXPECT_GE(m_interrupted, FaultPoints() / 10);
   }
 
   int m_killed = 0;
@@ -163,29 +146,30 @@ class KilledRun : public GeneratedRunTest {
 };
 
 TEST_F(KilledRun, GivesTheUndisturbedBytesWhenRunAgain) {
-  SCOPED_TRACE(kSeed);
+  Promise promise(
+      "kill -9: no final table beside incomplete outputs; run again: undisturbed bytes");
   std::mt19937 random(kSeed);
-  for (int i = 0; i < kTrials; ++i) {
-    SCOPED_TRACE(i);
-    fs::remove_all(Path("out"));
-    KillARun(random);
-    ExpectNoTableBesideIncompleteOutputs();
-    EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
-    ExpectUndisturbedOutputs("out");
-  }
+  for (int i = 0; i < FaultPoints(); ++i)
+    promise.Try(i, [&] {
+      fs::remove_all(Path("out"));
+      KillARun(random);
+      ExpectNoTableBesideIncompleteOutputs();
+      EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
+      ExpectUndisturbedOutputs("out");
+    });
   ExpectEnoughKills();
 }
 TEST_F(KilledRun, NeverLeavesTheOldTableBesideHalfRewrittenOutputs) {
-  SCOPED_TRACE(kSeed);
+  Promise promise("kill -9 while a finished run is rewritten: the same");
   std::mt19937 random(kSeed);
   EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
-  for (int i = 0; i < kTrials; ++i) {
-    SCOPED_TRACE(i);
-    KillARun(random, {"-r", "1"});
-    ExpectNoTableBesideIncompleteOutputs();
-    EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
-    ExpectUndisturbedOutputs("out");
-  }
+  for (int i = 0; i < FaultPoints(); ++i)
+    promise.Try(i, [&] {
+      KillARun(random, {"-r", "1"});
+      ExpectNoTableBesideIncompleteOutputs();
+      EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
+      ExpectUndisturbedOutputs("out");
+    });
   ExpectEnoughKills();
 }
 

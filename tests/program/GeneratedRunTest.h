@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -22,9 +23,7 @@ inline constexpr unsigned kSeed = 20240305;
 class GeneratedRunTest : public ProgramTest {
  protected:
   GeneratedRunTest() {
-    const GeneratedRun run = GenerateRun(kSeed, kCycles);
-    Write("run.ms1", run.m_ms1);
-    Write("run.ms2", run.m_ms2);
+    PlaceGenerated("run");
     PlaceWideTable();
     const auto start = std::chrono::steady_clock::now();
     Run(Arguments("undisturbed"));
@@ -33,6 +32,13 @@ class GeneratedRunTest : public ProgramTest {
     m_undisturbed = OutputsIn(Path("undisturbed"));
   }
 
+  /// Writes the generated pair as name.ms1 and name.ms2.
+  void PlaceGenerated(const std::string& name) const {
+    const GeneratedRun run = GenerateRun(kSeed, kCycles);
+    MakeFolder(std::filesystem::path(name).parent_path().string());
+    Write(name + ".ms1", run.m_ms1);
+    Write(name + ".ms2", run.m_ms2);
+  }
   /// Flat envelopes for every mass that charges 2 to 6 reach at m/z 600.
   void PlaceWideTable() const {
     std::string table;

@@ -162,12 +162,14 @@ TEST_P(Console, ThatTakesNothingLeavesTheLogComplete) {
   RunOnIt();
   EXPECT_THAT(Content("out/TarvekPlusLog.txt"), EndsWith(" seconds. == == == = \n"));
 }
+TEST_P(Console, ThatTakesNothingLeavesNothingOfItsTextInTheOutputs) {
+  RunOnIt();
+  const std::string log = Content("out/TarvekPlusLog.txt");
+  EXPECT_THAT(log, Not(HasSubstr("*****")));  // the banner goes to the console alone
+}
 INSTANTIATE_TEST_SUITE_P(Log, Console,
-                         testing::Values(StandardOutput::kClosedPipe, StandardOutput::kFullDevice),
-                         [](const auto& each) {
-                           return each.param == StandardOutput::kClosedPipe ? "ClosedPipe"
-                                                                            : "FullDevice";
-                         });
+                         testing::Values(StandardOutput::kClosedPipe, StandardOutput::kFullDevice,
+                                         StandardOutput::kClosed, StandardOutput::kAllClosed));
 
 }  // namespace
 }  // namespace tarvek::test

@@ -87,6 +87,11 @@ void ConnectChild(const ProcessRequest& request, const OutputEnds& ends) {
   const bool full = request.m_standard_output == StandardOutput::kFullDevice;
   ::dup2(full ? ::open("/dev/full", O_WRONLY) : ends.m_out.m_write.Number(), STDOUT_FILENO);
   ::dup2(ends.m_err.m_write.Number(), STDERR_FILENO);
+  const bool all_closed = request.m_standard_output == StandardOutput::kAllClosed;
+  if (all_closed || request.m_standard_output == StandardOutput::kClosed) ::close(STDOUT_FILENO);
+  if (!all_closed) return;
+  ::close(STDIN_FILENO);
+  ::close(STDERR_FILENO);
 }
 
 pid_t Start(const ProcessRequest& request, const OutputEnds& ends) {

@@ -18,7 +18,9 @@ namespace tarvek::test {
 enum class StandardOutput {
   kCaptured,
   kClosedPipe,  // a pipe whose reader is gone
-  kFullDevice   // /dev/full: every write fails
+  kFullDevice,  // /dev/full: every write fails
+  kClosed,      // no descriptor 1
+  kAllClosed    // neither 0 nor 1 nor 2
 };
 
 struct ProcessRequest {

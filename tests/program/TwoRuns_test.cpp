@@ -11,11 +11,14 @@
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <random>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "FakeExtractor.h"
+#include "FaultCases.h"
 #include "GeneratedRunTest.h"
 
 namespace tarvek::test {
@@ -119,6 +122,25 @@ TEST_F(GeneratedRunTest, OfManyOnOneDirectoryAtOnceOneSucceedsAndTheOthersSayWhy
   }
   EXPECT_GE(complete, 1);
   ExpectUndisturbedOutputs("out");
+}
+
+TEST_F(GeneratedRunTest, AtOnceWithAnotherAtAnyMomentLosesNothing) {
+  Promise promise("two runs on one directory: the outputs of one, a named file from the other");
+  std::mt19937 random(kSeed);
+  for (int i = 0; i < FaultPoints(); ++i)
+    promise.Try(i, [&] {
+      fs::remove_all(Path("out"));
+      RunningProcess first(Request(Arguments("out")));
+      const auto moment = static_cast<std::uint64_t>(m_duration.count()) * random() >> 32;
+      std::this_thread::sleep_for(std::chrono::microseconds(moment));
+      Run(Arguments("out"));
+      const ProcessResult first_result = first.Wait();
+      EXPECT_TRUE(first_result.m_exit_status == 0 || m_result.m_exit_status == 0);
+      for (const ProcessResult* result : {&first_result, &std::as_const(m_result)})
+        EXPECT_EQ(result->m_err,
+                  result->m_exit_status == 0 ? "" : TakenLine("out/run.csv_unfinished"));
+      ExpectUndisturbedOutputs("out");
+    });
 }
 
 // ------------------------------------------------------------ on the other roads

@@ -1,0 +1,39 @@
+#include "FaultCases.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <fstream>
+
+namespace tarvek::test {
+namespace {
+
+constexpr int kUsualPoints = 25;
+
+int FailuresSoFar() {
+  return testing::UnitTest::GetInstance()->current_test_info()->result()->total_part_count();
+}
+
+}  // namespace
+
+int FaultPoints() {
+  const char* const points = std::getenv("TARVEK_FAULT_POINTS");
+  return points == nullptr ? kUsualPoints : std::max(1, std::atoi(points));
+}
+
+Promise::~Promise() {
+  const char* const table = std::getenv("TARVEK_FAULT_TABLE");
+  if (table != nullptr)
+    std::ofstream(table, std::ios::app) << m_text << '\t' << m_cases << '\t' << m_kept << '\n';
+}
+
+void Promise::Try(const std::string& name, const std::function<void()>& check) {
+  const testing::ScopedTrace trace(__FILE__, __LINE__, m_text + ": " + name);
+  const int before = FailuresSoFar();
+  check();
+  ++m_cases;
+  if (FailuresSoFar() == before) ++m_kept;
+}
+
+}  // namespace tarvek::test

@@ -1,0 +1,33 @@
+// tests/program/FaultCases.h: promises about faults, and the cases that try them.
+// Does:     says how many points a test is to try; counts cases and kept ones, and adds a line for
+//           each promise to the file that TARVEK_FAULT_TABLE names ("./dev faults" prints it).
+#pragma once
+
+#include <functional>
+#include <string>
+#include <utility>
+
+namespace tarvek::test {
+
+/// How many points of a run, or sizes of a file, a test tries: TARVEK_FAULT_POINTS, or 25.
+int FaultPoints();
+
+/// One promise, for the length of a test.
+class Promise {
+ public:
+  explicit Promise(std::string text) : m_text(std::move(text)) {}
+  Promise(const Promise&) = delete;
+  Promise& operator=(const Promise&) = delete;
+  ~Promise();
+
+  /// Runs a case; it is kept when it adds no failure to the test.
+  void Try(const std::string& name, const std::function<void()>& check);
+  void Try(int number, const std::function<void()>& check) { Try(std::to_string(number), check); }
+
+ private:
+  std::string m_text;
+  int m_cases = 0;
+  int m_kept = 0;
+};
+
+}  // namespace tarvek::test
