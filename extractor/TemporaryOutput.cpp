@@ -5,7 +5,7 @@
 namespace tarvek::extractor {
 
 TemporaryOutput::TemporaryOutput(const std::string& path)
-    : m_path(path), m_temporary_path(path + "_unfinished") {
+    : m_path(path), m_temporary_path(path + "_unfinished"), m_lock(LockFile(m_temporary_path)) {
   m_file.emplace(m_temporary_path, "wb", "output");
 }
 

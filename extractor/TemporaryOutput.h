@@ -1,7 +1,8 @@
 // extractor/TemporaryOutput.h: an output that gets its name when it is complete.
 // Does:     writes under the final name followed by "_unfinished" and renames at the end.
 // Owns:     the temporary file, which it deletes unless it was committed.
-// Throws:   std::string: "Cannot open ...", "Cannot write ...", "Cannot rename file: ...".
+// Throws:   std::string: "Cannot open ...", "Cannot write ...", "Cannot rename file: ...",
+//           "Another run is writing ..." while another process has the temporary file.
 // Not here: formats.
 #pragma once
 
@@ -10,6 +11,7 @@
 #include <string_view>
 
 #include "OutputFile.h"
+#include "Platform.h"
 
 namespace tarvek::extractor {
 
@@ -34,6 +36,7 @@ class TemporaryOutput {
  private:
   std::string m_path;
   std::string m_temporary_path;
+  FileLock m_lock;  // an extractor that outlived its killed run may still write there
   std::optional<OutputFile> m_file;
   bool m_is_committed = false;
 };

@@ -1,0 +1,135 @@
+// A run on an instrument file that is killed: its extractor may live on for a while.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <map>
+#include <random>
+#include <string>
+#include <thread>
+
+#include "ExtractorTestSupport.h"
+#include "FaultCases.h"
+#include "FileUtils.h"
+
+namespace tarvek::extractor {
+namespace {
+
+namespace fs = std::filesystem;
+
+using tarvek::test::FaultPoints;
+using tarvek::test::ProcessRequest;
+using tarvek::test::ProcessResult;
+using tarvek::test::Promise;
+using tarvek::test::RunningProcess;
+using tarvek::test::RunProcess;
+using test::ReadFile;
+using test::TemporaryDirectory;
+using test::WriteFile;
+using testing::HasSubstr;
+
+constexpr int kScans = 2000;
+constexpr unsigned kSeed = 20241121;
+
+std::string MzmlRun() {
+  std::vector<test::TestScan> scans;
+  for (int number = 1; number < kScans; number += 2) {
+    scans.push_back(test::Survey(number));
+    test::TestPrecursor precursor;
+    precursor.m_ref = "scan=" + std::to_string(number);
+    scans.push_back(test::Fragment(number + 1, precursor));
+  }
+  return test::Mzml(scans);
+}
+
+class KilledConversion : public testing::Test {
+ protected:
+  KilledConversion() {
+    WriteFile(m_directory / "run.mzML", MzmlRun());
+    std::string table;
+    for (int row = 0; row < 2000; ++row) table += "100 60 20 5 1\n";
+    WriteFile(m_directory / "IPV.txt", table);
+    fs::create_symlink(std::string(TARVEK_EXTRACTOR_DIRECTORY) + "/morvex_xml.exe",
+                       m_directory / "morvex_xml.exe");
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(RunProcess(Request("undisturbed")).m_exit_status, 0);
+    m_duration = std::chrono::duration_cast<std::chrono::microseconds>(
+        std::chrono::steady_clock::now() - start);
+    m_undisturbed = Results("undisturbed");
+  }
+  [[nodiscard]] ProcessRequest Request(const std::string& out) const {
+    ProcessRequest request;
+    request.m_program = TARVEK_PROGRAM;
+    request.m_arguments = {"-D", "run.mzML", "-O", out};
+    request.m_working_directory = m_directory.Path();
+    return request;
+  }
+  /// What the run itself wrote, by name.
+  [[nodiscard]] std::map<std::string, std::string> Results(const std::string& out) const {
+    std::map<std::string, std::string> results;
+    for (const fs::directory_entry& entry : fs::directory_iterator(m_directory / out))
+      for (const char* const extension : {".csv", ".mgf", ".pf1", ".pf1idx", ".pf2", ".pf2idx"})
+        if (entry.path().extension() == extension)
+          results[entry.path().filename().string()] = ReadFile(entry.path().string());
+    return results;
+  }
+  /// Kills a run on "out" and does not wait for its extractor.
+  void KillARun(std::chrono::microseconds moment) const {
+    const RunningProcess run(Request("out"));
+    std::this_thread::sleep_for(moment);
+  }
+  /// Runs again until the extractor of the killed run has ended.
+  ProcessResult RunAgain() {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+    ProcessResult result = RunProcess(Request("out"));
+    while (result.m_exit_status != 0 && std::chrono::steady_clock::now() < deadline) {
+      ++m_refused;
+      EXPECT_THAT(result.m_err, HasSubstr("Another run is writing out/run."));
+      EXPECT_FALSE(fs::exists(m_directory / "out/run.csv"));
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+      result = RunProcess(Request("out"));
+    }
+    return result;
+  }
+
+  TemporaryDirectory m_directory;
+  std::chrono::microseconds m_duration{};
+  std::map<std::string, std::string> m_undisturbed;
+  int m_refused = 0;
+};
+
+TEST_F(KilledConversion, GivesTheUndisturbedBytesWhenRunAgain) {
+  ASSERT_EQ(m_undisturbed.size(), 6u);
+  Promise promise("kill -9 with an extractor at work: the same, when that has ended");
+  std::mt19937 random(kSeed);
+  for (int i = 0; i < FaultPoints(); ++i)
+    promise.Try(i, [&] {
+      fs::remove_all(m_directory / "out");
+      KillARun(std::chrono::microseconds(
+          static_cast<std::uint64_t>(m_duration.count()) * random() >> 32));
+      if (fs::exists(m_directory / "out/run.csv")) {
+        EXPECT_TRUE(Results("out") == m_undisturbed);
+      }
+      EXPECT_EQ(RunAgain().m_exit_status, 0);
+      EXPECT_TRUE(Results("out") == m_undisturbed);
+    });
+  RecordProperty("refused", m_refused);
+}
+
+TEST(BusyOutputs, AreLeftToTheExtractorThatHasThem) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.mzML", MzmlRun());
+  WriteFile(directory / "run.ms1_unfinished", "half a fi");
+  const FileLock lock = LockFile(directory / "run.ms1_unfinished");
+  const ProcessResult result = test::RunExtractor("xml", {directory / "run.mzML"});
+  EXPECT_EQ(result.m_exit_status, 1);
+  EXPECT_THAT(result.m_err,
+              HasSubstr("Another run is writing " + (directory / "run.ms1_unfinished")));
+  EXPECT_EQ(ReadFile(directory / "run.ms1_unfinished"), "half a fi");
+  EXPECT_FALSE(fs::exists(directory / "run.morvex"));
+}
+
+}  // namespace
+}  // namespace tarvek::extractor
