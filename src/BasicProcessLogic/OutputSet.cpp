@@ -14,6 +14,22 @@ std::string RemoveOldTable(const UserParameters& parameters, OutputClaim& claim)
   return path;
 }
 
+std::string TemporaryTablePath(const UserParameters& parameters) {
+  return PrecursorCsvWriter::TemporaryPathOf(FinishedTablePath(parameters));
+}
+
+void DeleteWhenEmpty(const std::string& path) {
+  const File table = File::Open(path, "r");
+  if (table.IsOpen() && table.SizeBytes() == 0) static_cast<void>(DeleteFileAt(path));
+}
+
+// What a rewriting run leaves beside the old table when it is killed before its outputs are open.
+void DeleteForsakenClaim(const std::string& path) {
+  if (!FileExists(path)) return;
+  const FileLock lock = FileLock::Take(path);
+  if (lock.IsHeld()) DeleteWhenEmpty(path);
+}
+
 }  // namespace
 
 std::string OutputPath(const UserParameters& parameters, const char* ending) {
@@ -31,17 +47,16 @@ bool SkipsExisting(const UserParameters& parameters, const std::string& result) 
 }
 
 bool SkipsFinished(const UserParameters& parameters) {
-  return SkipsExisting(parameters, FinishedTablePath(parameters));
+  if (!SkipsExisting(parameters, FinishedTablePath(parameters))) return false;
+  DeleteForsakenClaim(TemporaryTablePath(parameters));
+  return true;
 }
 
 OutputClaim::OutputClaim(const UserParameters& parameters)
-    : m_path(PrecursorCsvWriter::TemporaryPathOf(FinishedTablePath(parameters))),
-      m_lock(LockFile(m_path)) {}
+    : m_path(TemporaryTablePath(parameters)), m_lock(LockFile(m_path)) {}
 
 OutputClaim::~OutputClaim() {
-  if (m_is_used || !m_lock.IsHeld()) return;
-  const File table = File::Open(m_path, "r");
-  if (table.IsOpen() && table.SizeBytes() == 0) static_cast<void>(DeleteFileAt(m_path));
+  if (!m_is_used && m_lock.IsHeld()) DeleteWhenEmpty(m_path);
 }
 
 OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim)

@@ -71,7 +71,8 @@ std::string FinishedTablePath(const UserParameters& parameters);
 /// the log.
 bool SkipsExisting(const UserParameters& parameters, const std::string& result);
 
-/// The same with the finished precursor table as result.
+/// The same with the finished precursor table as result. Beside one, an empty temporary table that
+/// no run holds is deleted.
 bool SkipsFinished(const UserParameters& parameters);
 
 }  // namespace tarvek

@@ -120,6 +120,29 @@ TEST_F(OutputSetTest, SkipsAnInputWithAFinishedTable) {
   EXPECT_TRUE(skips);
   EXPECT_EQ(out, "[Tarvek] <INFO> - /elsewhere/run.ms1 has existed results, skipping...\n");
 }
+TEST_F(OutputSetTest, DeletesAnEmptyTemporaryTableBesideAFinishedOne) {
+  WriteFile(m_directory / "run.csv", "old");
+  WriteFile(m_directory / "run.csv_unfinished", "");
+  CaptureConsole([&] { EXPECT_TRUE(SkipsFinished(m_parameters)); });
+  EXPECT_FALSE(Exists("run.csv_unfinished"));
+  EXPECT_TRUE(Exists("run.csv"));
+}
+TEST_F(OutputSetTest, LeavesAnEmptyTemporaryTableThatIsClaimed) {
+  WriteFile(m_directory / "run.csv", "old");
+  const OutputClaim claim(m_parameters);
+  CaptureConsole([&] { EXPECT_TRUE(SkipsFinished(m_parameters)); });
+  EXPECT_TRUE(Exists("run.csv_unfinished"));
+}
+TEST_F(OutputSetTest, LeavesATemporaryTableWithContent) {
+  WriteFile(m_directory / "run.csv", "old");
+  WriteFile(m_directory / "run.csv_unfinished", "partial");
+  CaptureConsole([&] { EXPECT_TRUE(SkipsFinished(m_parameters)); });
+  EXPECT_TRUE(Exists("run.csv_unfinished"));
+}
+TEST_F(OutputSetTest, AClaimThatIsNotUsedLeavesNothing) {
+  { const OutputClaim claim(m_parameters); }
+  EXPECT_FALSE(Exists("run.csv_unfinished"));
+}
 TEST_F(OutputSetTest, SkipsNothingWhenFilesAreRewritten) {
   WriteFile(m_directory / "run.csv", "old");
   m_parameters.m_rewrite_files = true;
