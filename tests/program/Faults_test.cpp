@@ -130,8 +130,13 @@ class KilledRun : public GeneratedRunTest {
     if (m_result.m_signal == SIGKILL) ++m_killed;
     if (Exists("out/run.csv_unfinished")) ++m_interrupted;
   }
+  /// Beside them may be the claim of a run that was killed before it touched anything.
   void ExpectNoTableBesideIncompleteOutputs() const {
-    if (Exists("out/run.csv")) ExpectUndisturbedOutputs("out");
+    if (!Exists("out/run.csv")) return;
+    FileMap outputs = OutputsIn(Path("out"));
+    const auto claim = outputs.find("run.csv_unfinished");
+    if (claim != outputs.end() && claim->second.empty()) outputs.erase(claim);
+    EXPECT_TRUE(outputs == m_undisturbed);
   }
   /// When runs have become faster than the first one was, some are not killed; most must be.
   void ExpectEnoughKills() const {
