@@ -1,0 +1,382 @@
+"""Reads what tarvek writes: PF1/PF2 with their indexes, the precursor table and MGF.
+
+One file on numpy; copy it beside a script or put its directory on PYTHONPATH. Formats:
+docs/formats/pf.md, docs/formats/precursor-csv.md and docs/formats/mgf.md of tarvek.
+
+    import tarvek_io
+
+    with tarvek_io.PfFile("run_HCDFT.pf2") as scans:
+        scan = scans.scan(2345)                    # random access by scan number
+        print(scan.mz, scan.intensity, scan.precursor_mz, scan.precursor_charge)
+
+    table = tarvek_io.read_precursors("run.csv")
+    shift_ppm = 1e6 * (table.mz[table.first[:-1]] / table.declared_mz - 1)
+
+    for spectrum in tarvek_io.read_mgf("run_HCDFT.mgf"):
+        print(spectrum.scan_no, spectrum.pepmass, spectrum.charge, spectrum.mz.size)
+
+Units: m/z in Th, retention times in seconds (tarvek passes on what its input said, which is seconds
+in the formats that it reads), intensities in the arbitrary units of the instrument. Charges are
+signed; the precursor m/z of negative ions has a minus in PF2 and in the table.
+
+Errors: OSError when a file cannot be opened; FormatError, which names the file, when it is damaged.
+"""
+
+import gzip
+import os
+import re
+from dataclasses import dataclass, field
+
+import numpy as np
+
+__all__ = ["FormatError", "SurveyScan", "FragmentScan", "PfFile", "PrecursorTable",
+           "read_precursors", "MgfSpectrum", "read_mgf"]
+
+_INT32 = np.dtype("<i4")
+_REAL = np.dtype("<f8")
+_PEAK = np.dtype([("mz", _REAL), ("intensity", _REAL)])
+_PRECURSOR = np.dtype([("mz", _REAL), ("charge", _INT32)])
+_INDEX_ENTRY = np.dtype([("scan_no", _INT32), ("offset", "<u4")])
+
+
+class FormatError(ValueError):
+    """A file that is not what its format says; the message begins with its path."""
+
+    def __init__(self, path, detail):
+        super().__init__(f"{path}: {detail}")
+
+
+@dataclass(frozen=True)
+class SurveyScan:
+    """One scan of a .pf1 file with N peaks.
+
+    mz, intensity: float64 of shape (N,), ascending in m/z. rt_seconds: retention time.
+    """
+    scan_no: int
+    mz: np.ndarray
+    intensity: np.ndarray
+    rt_seconds: float
+
+
+@dataclass(frozen=True)
+class FragmentScan:
+    """One scan of a .pf2 file with N peaks and P precursors.
+
+    mz, intensity: float64 of shape (N,), ascending in m/z. precursor_mz: float64 of shape (P,), the
+    best-scored precursor first; precursor_charge: int32 of shape (P,).
+    """
+    scan_no: int
+    mz: np.ndarray
+    intensity: np.ndarray
+    precursor_mz: np.ndarray
+    precursor_charge: np.ndarray
+
+
+def _unwrapped(low_bits):
+    """Offsets in full from their low 32 bits, int64 of the same shape.
+
+    The index stores 32 bits, so that offsets from 2 GiB on look negative and start again at 4 GiB.
+    Records follow each other and none of them has 4 GiB: each lies behind the one before by the
+    difference of the low bits, taken modulo 2**32.
+    """
+    offsets = low_bits.astype(np.int64)
+    if offsets.size:
+        steps = np.diff(offsets) % (1 << 32)
+        offsets[1:] = offsets[0] + np.cumsum(steps)
+    return offsets
+
+
+class PfFile:
+    """A .pf1 or .pf2 file, opened for random access by its index (format: docs/formats/pf.md).
+
+    Whether it holds survey or fragment scans is told by the ending of path. The index is the file
+    of the same name with "idx" added. Only the index (8 bytes a scan) is held in memory; each scan
+    is read when it is asked for. Files beyond 2 GiB and 4 GiB are read like any other.
+
+    title: the run name. scan_numbers: int32 of shape (S,) in file order. offsets: int64 of shape
+    (S,), byte offset of each record, unwrapped. len() gives S.
+
+    Raises OSError, or FormatError when header, index and file do not fit each other: the file of a
+    run that did not finish has a count of 0.
+    """
+
+    def __init__(self, path):
+        self.path = os.fspath(path)
+        ending = os.path.splitext(self.path)[1].lower()
+        if ending not in (".pf1", ".pf2"):
+            raise FormatError(self.path, "the name ends neither in .pf1 nor in .pf2")
+        self.holds_surveys = ending == ".pf1"
+        self._file = open(self.path, "rb")
+        try:
+            self._read_header()
+            self._read_index()
+        except BaseException:
+            self._file.close()
+            raise
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *_):
+        self.close()
+
+    def close(self):
+        self._file.close()
+
+    def __len__(self):
+        return int(self.scan_numbers.size)
+
+    def __iter__(self):
+        """All scans in file order."""
+        return (self.scan_at(place) for place in range(len(self)))
+
+    def __contains__(self, scan_no):
+        return scan_no in self._place_of
+
+    def scan(self, scan_no):
+        """The SurveyScan or FragmentScan of a scan number. KeyError when the file has none."""
+        if scan_no not in self._place_of:
+            raise KeyError(f"{self.path} has no scan {scan_no}")
+        return self.scan_at(self._place_of[scan_no])
+
+    def scan_at(self, place):
+        """The scan at a place in file order, from 0. IndexError outside; FormatError when the
+        record is cut off or is not that of the index."""
+        if not 0 <= place < len(self):
+            raise IndexError(f"{self.path} has {len(self)} scans and none at place {place}")
+        offset = int(self.offsets[place])
+        self._file.seek(offset)
+        scan_no, peak_count = (int(value) for value in self._take(_INT32, 2))
+        if scan_no != self.scan_numbers[place]:
+            raise FormatError(self.path, f"at byte {offset} the index has scan "
+                                         f"{self.scan_numbers[place]} and the file scan {scan_no}")
+        peaks = self._take(_PEAK, peak_count)
+        precursors = self._take(_PRECURSOR, int(self._take(_INT32, 1)[0]))
+        mz, intensity = peaks["mz"].copy(), peaks["intensity"].copy()
+        if not self.holds_surveys:
+            return FragmentScan(scan_no, mz, intensity, precursors["mz"].copy(),
+                                precursors["charge"].copy())
+        if precursors.size != 1:
+            raise FormatError(self.path, f"scan {scan_no} has no retention time")
+        return SurveyScan(scan_no, mz, intensity, float(precursors["mz"][0]))
+
+    def _take(self, dtype, count):
+        """count numbers or records from the present place of the file."""
+        place = self._file.tell()
+        if count < 0:
+            raise FormatError(self.path, f"a count of {count} before byte {place}")
+        if count * dtype.itemsize > self._size_bytes - place:
+            raise FormatError(self.path, f"ends inside the record at byte {place}")
+        return np.frombuffer(self._file.read(count * dtype.itemsize), dtype)
+
+    def _read_header(self):
+        self._size_bytes = os.fstat(self._file.fileno()).st_size
+        self._count, title_length = (int(value) for value in self._take(_INT32, 2))
+        self.title = self._take(np.dtype("u1"), title_length).tobytes().decode("utf-8", "replace")
+
+    def _read_index(self):
+        index_path = self.path + "idx"
+        with open(index_path, "rb") as index:
+            content = index.read()
+        if len(content) % _INDEX_ENTRY.itemsize:
+            raise FormatError(index_path, f"{len(content)} bytes are no whole entries of 8 bytes")
+        entries = np.frombuffer(content, _INDEX_ENTRY)
+        if entries.size != self._count:
+            raise FormatError(self.path, f"the header counts {self._count} scans and the index "
+                                         f"{entries.size}; a run that did not finish leaves 0")
+        self.scan_numbers = entries["scan_no"].copy()
+        self.offsets = _unwrapped(entries["offset"])
+        if entries.size and self.offsets[0] != self._file.tell():
+            raise FormatError(index_path, f"the first record is at byte {self._file.tell()}, "
+                                          f"not at {self.offsets[0]}")
+        if entries.size and (np.any(np.diff(self.offsets) <= 0)
+                             or self.offsets[-1] >= self._size_bytes):
+            raise FormatError(index_path, f"leads outside {self.path}")
+        self._place_of = {int(scan_no): place for place, scan_no in enumerate(self.scan_numbers)}
+
+
+@dataclass(frozen=True)
+class PrecursorTable:
+    """The table of one run: S exported fragment scans with P precursors in all.
+
+    One entry for each scan, in the order of the table: scan_no int32 (S,), activation and
+    instrument text (S,), declared_mz float64 (S,) and declared_charge int32 (S,), both -1 where the
+    input declared nothing.
+
+    One entry for each determined precursor: mz float64 (P,), charge int32 (P,). Those of scan i are
+    mz[first[i]:first[i + 1]], the best-scored one first; first is int64 of shape (S + 1,).
+    """
+    scan_no: np.ndarray
+    activation: np.ndarray
+    instrument: np.ndarray
+    declared_mz: np.ndarray
+    declared_charge: np.ndarray
+    mz: np.ndarray
+    charge: np.ndarray
+    first: np.ndarray
+
+    def __len__(self):
+        return int(self.scan_no.size)
+
+    @property
+    def counts(self):
+        """Number of precursors of each scan, int64 (S,)."""
+        return np.diff(self.first)
+
+    def of_row(self, row):
+        """m/z (n,) and charges (n,) of the precursors of a row, counted from 0."""
+        stretch = slice(self.first[row], self.first[row + 1])
+        return self.mz[stretch], self.charge[stretch]
+
+
+_TABLE_FIELDS = 6  # before the precursors
+_PRECURSOR_FIELDS = 3
+_TABLE_START = "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, "
+
+
+def _table_row(line):
+    """The fields of one row; ValueError when it is none."""
+    if not line.endswith(", \n"):
+        raise ValueError("the row is cut off")
+    fields = line[:-len(", \n")].split(", ")
+    if len(fields) < _TABLE_FIELDS:
+        raise ValueError(f"{len(fields)} fields are too few")
+    count = int(fields[5])
+    if len(fields) != _TABLE_FIELDS + _PRECURSOR_FIELDS * count:
+        raise ValueError(f"{len(fields)} fields do not hold {count} precursors")
+    return fields
+
+
+def read_precursors(path):
+    """Reads BASE.csv as a PrecursorTable (format: docs/formats/precursor-csv.md).
+
+    BASE.csv_unfinished of a stopped run is read too when it is named, unless its last row is cut.
+    Raises OSError, or FormatError naming file and line.
+    """
+    path = os.fspath(path)
+    scans, activation, instrument, declared_mz, declared_charge = [], [], [], [], []
+    mz, charge, first = [], [], [0]
+    with open(path, encoding="utf-8", errors="replace", newline="\n") as lines:
+        if not lines.readline().startswith(_TABLE_START):
+            raise FormatError(path, "the first line is not the header of a precursor table")
+        for number, line in enumerate(lines, start=2):
+            try:
+                fields = _table_row(line)
+                scans.append(int(fields[2]))
+                activation.append(fields[0])
+                instrument.append(fields[1])
+                declared_mz.append(float(fields[3]))
+                declared_charge.append(int(fields[4]))
+                mz.extend(map(float, fields[_TABLE_FIELDS + 1::_PRECURSOR_FIELDS]))
+                charge.extend(map(int, fields[_TABLE_FIELDS + 2::_PRECURSOR_FIELDS]))
+                first.append(len(mz))
+            except ValueError as error:
+                raise FormatError(path, f"line {number}: {error}") from None
+    return PrecursorTable(np.array(scans, np.int32), np.array(activation, str),
+                          np.array(instrument, str), np.array(declared_mz, float),
+                          np.array(declared_charge, np.int32), np.array(mz, float),
+                          np.array(charge, np.int32), np.array(first, np.int64))
+
+
+@dataclass(frozen=True)
+class MgfSpectrum:
+    """One block of an MGF file with N peaks.
+
+    title: as it stands. scan_no: from a title run.scan.scan.charge.index.dta (dots in the run name
+    do not matter) or from SCANS=, else None. pepmass: m/z, None without. charge: signed, None
+    without. rt_seconds: None without. mz, intensity: float64 of shape (N,), in file order.
+    parameters: all lines KEY=value of the block, keys in upper case.
+    """
+    title: str
+    scan_no: "int | None"
+    pepmass: "float | None"
+    charge: "int | None"
+    rt_seconds: "float | None"
+    mz: np.ndarray
+    intensity: np.ndarray
+    parameters: dict = field(repr=False, default_factory=dict)
+
+
+_TITLE = re.compile(r"\.(\d+)\.\d+\.-?\d+(?:\.\d+)?(?:\.dta)?$")
+_CHARGE = re.compile(r"(\d+)([+-]?)")
+
+
+def _scan_number(parameters):
+    match = _TITLE.search(parameters.get("TITLE", "").split(" ")[0])
+    if match:
+        return int(match.group(1))
+    scans = parameters.get("SCANS", "")
+    return int(scans) if scans.isdigit() else None
+
+
+def _signed_charge(text):
+    match = _CHARGE.match(text)
+    if not match:
+        raise ValueError(f"CHARGE={text} is no charge")
+    return -int(match.group(1)) if match.group(2) == "-" else int(match.group(1))
+
+
+def _spectrum(parameters, peaks):
+    values = np.array(peaks, float).reshape(-1, 2)
+    pepmass = parameters.get("PEPMASS", "").split()
+    rt = parameters.get("RTINSECONDS")
+    charge = parameters.get("CHARGE")
+    return MgfSpectrum(parameters.get("TITLE", ""), _scan_number(parameters),
+                       float(pepmass[0]) if pepmass else None,
+                       _signed_charge(charge) if charge else None,
+                       float(rt) if rt else None,
+                       values[:, 0].copy(), values[:, 1].copy(), parameters)
+
+
+def _peak(line):
+    fields = line.split()
+    if len(fields) < 2:
+        raise ValueError("a peak without intensity")
+    return float(fields[0]), float(fields[1])
+
+
+def _blocks(lines):
+    """MgfSpectrum of each block; ValueError for a line that does not fit."""
+    parameters, peaks = None, []
+    for line in lines:
+        line = line.strip()
+        if line == "BEGIN IONS":
+            if parameters is not None:
+                raise ValueError("BEGIN IONS inside a block, whose END IONS is missing")
+            parameters, peaks = {}, []
+        elif parameters is None:
+            if line == "END IONS":
+                raise ValueError("END IONS without BEGIN IONS")
+        elif line == "END IONS":
+            yield _spectrum(parameters, peaks)
+            parameters = None
+        elif line[:1].isdigit():
+            peaks.append(_peak(line))
+        elif "=" in line:
+            key, _, value = line.partition("=")
+            parameters[key.upper()] = value
+    if parameters is not None:
+        raise ValueError("the file ends inside a block")
+
+
+def read_mgf(path):
+    """Iterates over the blocks of an MGF file, plain or .gz (format: docs/formats/mgf.md).
+
+    tarvek writes one block for each precursor, so that consecutive spectra may be those of one scan
+    with the same peaks. Yields MgfSpectrum. Raises OSError, or FormatError naming file and line.
+    """
+    path = os.fspath(path)
+    opener = gzip.open if path.lower().endswith(".gz") else open
+    number = 0
+
+    def counted(lines):
+        nonlocal number
+        for line in lines:
+            number += 1
+            yield line
+
+    with opener(path, "rt", encoding="utf-8", errors="replace") as lines:
+        try:
+            yield from _blocks(counted(lines))
+        except ValueError as error:
+            raise FormatError(path, f"line {number}: {error}") from None
