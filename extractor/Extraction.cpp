@@ -1,14 +1,12 @@
 #include "Extraction.h"
 
 #include <algorithm>
-#include <functional>
 #include <memory>
 #include <utility>
 
 #include "FileUtils.h"
+#include "InstrumentFile.h"
 #include "Interruption.h"
-#include "MzmlReader.h"
-#include "MzxmlReader.h"
 #include "NativeIdList.h"
 #include "NumberText.h"
 #include "PeakPicker.h"
@@ -16,7 +14,6 @@
 #include "ScanRules.h"
 #include "ScanSinks.h"
 #include "TemporaryOutput.h"
-#include "XmlStream.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -128,37 +125,6 @@ class ScanPipeline final : public ScanConsumer {
   ScanSink* m_sink = nullptr;
 };
 
-/// Hands the elements to the reader of the format that the root element names.
-class FormatChooser final : public XmlHandler {
- public:
-  FormatChooser(ScanConsumer& consumer, std::function<void(const std::string&)> on_format)
-      : m_consumer(&consumer), m_on_format(std::move(on_format)) {}
-
-  void OnStart(std::string_view name, const XmlAttributes& attributes) override {
-    if (!m_reader) Choose(name);
-    m_reader->OnStart(name, attributes);
-  }
-  void OnEnd(std::string_view name) override { m_reader->OnEnd(name); }
-  void OnText(std::string_view text) override { m_reader->OnText(text); }
-
- private:
-  void Choose(std::string_view root) {
-    if (root == "mzML" || root == "indexedmzML") {
-      m_reader = MakeMzmlReader(*m_consumer);
-      m_on_format("mzML");
-    } else if (root == "mzXML" || root == "msRun") {
-      m_reader = MakeMzxmlReader(*m_consumer);
-      m_on_format("mzXML");
-    } else {
-      throw "neither mzML nor mzXML: the root element is " + std::string(root);
-    }
-  }
-
-  ScanConsumer* m_consumer;
-  std::function<void(const std::string&)> m_on_format;
-  std::unique_ptr<XmlHandler> m_reader;
-};
-
 std::string LowerFormat(const std::string& format) { return format == "mzXML" ? "mzxml" : "mzml"; }
 
 void WriteMarker(const ExtractorOptions& options) {
@@ -171,12 +137,12 @@ void WriteMarker(const ExtractorOptions& options) {
 void ReadInto(const ExtractorOptions& options, const std::string& path, RunReport& report,
               NativeIdList& native_ids, std::unique_ptr<ScanSink>& sink) {
   ScanPipeline pipeline(options, report, native_ids);
-  FormatChooser chooser(pipeline, [&](const std::string& format) {
+  const auto on_format = [&](const std::string& format) {
     report.SetFormat(format);
     sink = MakeSink(options, LowerFormat(format));
     pipeline.SetSink(*sink);
-  });
-  ReadXmlFile(path, chooser, [&](const ReadingState& state) {
+  };
+  ReadInstrumentFile(path, pipeline, on_format, [&](const ReadingState& state) {
     ThrowIfInterrupted();
     report.Progress(state);
   });

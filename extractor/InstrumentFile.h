@@ -1,0 +1,22 @@
+// extractor/InstrumentFile.h: an mzML or mzXML file, whichever it is, to a consumer of its spectra.
+// Does:     tells the format by the root element and reads the file once from front to back.
+// Throws:   std::string naming the file and, where there is one, spectrum and place; what the
+//           consumer and the callbacks throw.
+// Not here: what is made of the spectra (Extraction.h).
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "ScanConsumer.h"
+#include "XmlStream.h"
+
+namespace tarvek::extractor {
+
+/// Reads a plain or gzip file. on_format: called with "mzML" or "mzXML" before the first spectrum.
+/// on_block: as for ReadXmlFile.
+void ReadInstrumentFile(const std::string& path, ScanConsumer& consumer,
+                        const std::function<void(const std::string&)>& on_format,
+                        const std::function<void(const ReadingState&)>& on_block);
+
+}  // namespace tarvek::extractor
