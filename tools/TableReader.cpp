@@ -20,6 +20,7 @@ bool TextLines::Next(std::string& line) {
     if (piece.ends_with('\n')) break;
   }
   const bool any = !line.empty();
+  if (any) m_is_complete = line.ends_with('\n');
   while (line.ends_with('\n') || line.ends_with('\r')) line.pop_back();
   return any;
 }

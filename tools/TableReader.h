@@ -23,6 +23,12 @@ class TextLines {
   /// The next line without its line end; false at the end of the file.
   bool Next(std::string& line);
 
+  /// Of the line last asked for, from 1.
+  [[nodiscard]] std::int64_t Number() const noexcept { return m_number; }
+
+  /// Whether the line last given had an end, as every line has that was written whole.
+  [[nodiscard]] bool IsComplete() const noexcept { return m_is_complete; }
+
   [[noreturn]] void Fail(const std::string& what) const;
 
   /// The number that a field of the current line holds.
@@ -34,6 +40,7 @@ class TextLines {
   File m_file;
   LineReader m_lines;
   std::int64_t m_number = 0;
+  bool m_is_complete = true;
 };
 
 class TableReader {

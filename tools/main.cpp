@@ -5,6 +5,7 @@
 #include <iostream>
 #include <string>
 
+#include "CheckCommand.h"
 #include "FeaturesCommand.h"
 #include "IpvCommand.h"
 #include "Platform.h"
@@ -27,6 +28,7 @@ int main(int argc, char** argv) {
     tarvek::ConnectStandardStreams();
     CLI::App app("Companion programs of tarvek", "tarvek-tools");
     app.require_subcommand(1);
+    tarvek::tools::AddCheckCommand(app);
     tarvek::tools::AddIpvCommand(app);
     tarvek::tools::AddSimulateCommand(app);
     tarvek::tools::AddScoreCommand(app);

@@ -1,0 +1,84 @@
+#include "CheckCommand.h"
+
+#include <iostream>
+#include <memory>
+
+#include "CheckPaths.h"
+#include "UserParameters.h"
+
+namespace tarvek::tools {
+namespace {
+
+struct CheckArguments {
+  std::vector<std::string> m_paths;
+  CheckOptions m_options;
+  std::string m_charge_range = "2t6";
+  bool m_json = false;
+};
+
+// As tarvek reads its own option.
+void SetChargeRange(CheckOptions& options, const std::string& range) {
+  UserParameters parameters;
+  try {
+    ApplyParameterTable(parameters, {{"charge_range", range}, {"datanum", "0"}});
+  } catch (const char* message) {
+    throw CLI::ValidationError("--charge-range", message);
+  } catch (const std::string& message) {
+    throw CLI::ValidationError("--charge-range", message);
+  }
+  options.m_settings.m_charge_min = parameters.m_charge_min;
+  options.m_settings.m_charge_max = parameters.m_charge_max;
+}
+
+void RunCheck(CheckArguments arguments) {
+  SetChargeRange(arguments.m_options, arguments.m_charge_range);
+  const CheckReport report = CheckPaths(arguments.m_paths, arguments.m_options);
+  std::cout << (arguments.m_json ? CheckJson(report) : CheckText(report)) << std::flush;
+  if (report.Count(Severity::kDefect) > 0) throw CLI::RuntimeError(1);
+}
+
+bool HasInputs(const CheckTargets& targets) {
+  return !targets.m_text_bases.empty() || !targets.m_binary_bases.empty() ||
+         !targets.m_xml_files.empty();
+}
+
+}  // namespace
+
+CheckReport CheckPaths(const std::vector<std::string>& paths, const CheckOptions& options) {
+  CheckReport report;
+  CheckTargets targets;
+  for (const std::string& path : paths) AddTargets(targets, report, path);
+  if (HasInputs(targets)) CheckIsotopeTable(report, options.m_ipv_file);
+  for (const std::string& path : targets.m_xml_files) CheckXmlInput(report, path, options);
+  for (const std::string& base : targets.m_text_bases) CheckTextInput(report, base, options);
+  for (const std::string& base : targets.m_binary_bases) CheckBinaryInput(report, base, options);
+  for (const std::string& path : targets.m_mgf_files) CheckMgfInput(report, path);
+  for (const auto& [path, outputs] : targets.m_outputs) CheckOutputs(report, outputs);
+  return report;
+}
+
+void AddCheckCommand(CLI::App& app) {
+  const auto arguments = std::make_shared<CheckArguments>();
+  CheckOptions& options = arguments->m_options;
+  CLI::App* check = app.add_subcommand(
+      "check", "Look at inputs before a run, or at outputs after it; status 1 with a defect");
+  check->add_option("PATH", arguments->m_paths, "Files, directories, or base names of runs")
+      ->required();
+  check
+      ->add_option("-W,--isolation-width", options.m_settings.m_isolation_width,
+                   "isolation_width of the run, to compare with what the inputs declare")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  check
+      ->add_option("-c,--charge-range", arguments->m_charge_range,
+                   "charge_range of the run, as 2t6 or -3t-1")
+      ->capture_default_str();
+  check
+      ->add_option("-I,--ipv-file", options.m_ipv_file,
+                   "Isotope table of the run; by default the one that a run would take")
+      ->capture_default_str();
+  check->add_flag("--json", arguments->m_json, "Print JSON");
+  check->callback([arguments] { RunCheck(*arguments); });
+}
+
+}  // namespace tarvek::tools

@@ -1,0 +1,41 @@
+// tools/CheckInputs.h: the inputs of tarvek, before a run.
+// Does:     reads each input as a run would, without processing it, and reports what would happen.
+// Throws:   nothing for a damaged file, which is a finding; std::bad_alloc.
+// Not here: which files there are (CheckCommand.h), what is made of scans (CheckAccount.h).
+#pragma once
+
+#include <string>
+
+#include "CheckAccount.h"
+#include "CheckFindings.h"
+
+namespace tarvek::tools {
+
+/// The settings of the run that is planned, with tarvek's own defaults.
+struct CheckOptions {
+  RunSettings m_settings;
+  std::string m_ipv_file = "IPV.txt";
+};
+
+/// A pair of one base path: base_path.ms1 and base_path.ms2. A missing half is a finding.
+void CheckTextInput(CheckReport& report, const std::string& base_path, const CheckOptions& options);
+
+/// A pair base_path.msb and base_path.mscsv.
+void CheckBinaryInput(CheckReport& report, const std::string& base_path,
+                      const CheckOptions& options);
+
+/// An .mzML or .mzXML file, plain or gzip.
+void CheckXmlInput(CheckReport& report, const std::string& path, const CheckOptions& options);
+
+/// An .mgf file that is no output of a run.
+void CheckMgfInput(CheckReport& report, const std::string& path);
+
+/// The isotope table that a run would take: ipv_file, or the installed one when ipv_file has its
+/// default value and is not there.
+void CheckIsotopeTable(CheckReport& report, const std::string& ipv_file);
+
+/// The finding for a file that its reader gave up; message: what the reader threw.
+void AddUnreadable(CheckReport& report, const std::string& path, const std::string& message,
+                   const std::string& advice);
+
+}  // namespace tarvek::tools

@@ -1,0 +1,274 @@
+#include "CheckPaths.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "CheckTable.h"
+#include "FileUtils.h"
+#include "Platform.h"
+#include "SpectrumRecords.h"
+#include "StringUtils.h"
+
+namespace tarvek::tools {
+namespace {
+
+enum class FileKind {
+  kOther,
+  kText,
+  kBinary,
+  kXml,
+  kVendor,
+  kMgf,
+  kTable,
+  kUnfinishedTable,
+  kPf1,
+  kPf2,
+  kOutputMgf,
+  kMarker,
+  kUnfinished
+};
+
+/// A file name taken apart.
+struct FileName {
+  FileKind m_kind = FileKind::kOther;
+  std::string m_base;
+  std::string m_words;  // activation and instrument of a split output
+};
+
+struct Ending {
+  std::string_view m_text;
+  FileKind m_kind;
+};
+
+// The first that fits counts.
+constexpr std::array<Ending, 19> kEndings = {{{".csv_unfinished", FileKind::kUnfinishedTable},
+                                              {"_unfinished", FileKind::kUnfinished},
+                                              {".ms1", FileKind::kText},
+                                              {".ms2", FileKind::kText},
+                                              {".msb", FileKind::kBinary},
+                                              {".mscsv", FileKind::kBinary},
+                                              {".mzml", FileKind::kXml},
+                                              {".mzml.gz", FileKind::kXml},
+                                              {".mzxml", FileKind::kXml},
+                                              {".mzxml.gz", FileKind::kXml},
+                                              {".raw", FileKind::kVendor},
+                                              {".wiff", FileKind::kVendor},
+                                              {".csv", FileKind::kTable},
+                                              {".pf1", FileKind::kPf1},
+                                              {".pf1idx", FileKind::kPf1},
+                                              {".pf2", FileKind::kPf2},
+                                              {".pf2idx", FileKind::kPf2},
+                                              {".morvex", FileKind::kMarker},
+                                              {".mgf", FileKind::kMgf}}};
+
+/// Cuts "_HCDFT" off the base of a split output and returns "HCDFT"; nothing when it has no such
+/// words.
+std::optional<std::string> CutWords(std::string& base) {
+  for (const std::string_view activation : kActivationTypes) {
+    for (const std::string_view instrument : kInstrumentTypes) {
+      const std::string words = std::string(activation) + std::string(instrument);
+      if (!base.ends_with("_" + words)) continue;
+      base.resize(base.size() - words.size() - 1);
+      return words;
+    }
+  }
+  return std::nullopt;
+}
+
+// The extractor puts the format of the instrument file before .msb.
+void CutFormat(std::string& base) {
+  for (const std::string_view format : {".mzml", ".mzxml", ".raw", ".wiff"})
+    if (base.ends_with(format)) return base.resize(base.size() - format.size());
+}
+
+FileName TakeApart(const std::string& name) {
+  FileName file;
+  for (const auto& [ending, kind] : kEndings) {
+    if (name.size() <= ending.size() || !EndsWithIgnoreCase(name, ending)) continue;
+    file.m_kind = kind;
+    file.m_base = name.substr(0, name.size() - ending.size());
+    break;
+  }
+  if (file.m_kind == FileKind::kPf2 || file.m_kind == FileKind::kMgf) {
+    const auto words = CutWords(file.m_base);
+    if (words && file.m_kind == FileKind::kMgf) file.m_kind = FileKind::kOutputMgf;
+    file.m_words = words.value_or("");
+  }
+  if (file.m_kind == FileKind::kBinary) CutFormat(file.m_base);
+  return file;
+}
+
+bool IsOutput(FileKind kind) {
+  return kind == FileKind::kTable || kind == FileKind::kUnfinishedTable || kind == FileKind::kPf1 ||
+         kind == FileKind::kPf2 || kind == FileKind::kOutputMgf;
+}
+
+std::string WithoutEnding(const std::string& path) { return path.substr(0, path.rfind('.')); }
+
+std::vector<std::string> SortedNames(const std::string& directory) {
+  std::vector<std::string> names =
+      ListDirectoryNames(directory).value_or(std::vector<std::string>());
+  std::erase_if(names, [](const std::string& name) { return name.starts_with("."); });
+  std::ranges::sort(names);
+  return names;
+}
+
+class TargetFinder {
+ public:
+  TargetFinder(CheckTargets& targets, CheckReport& report, std::string directory)
+      : m_targets(&targets), m_report(&report), m_directory(std::move(directory)) {}
+
+  /// All files of the directory, or of one base name in it. Whether there were any.
+  bool TakeAll(const std::optional<std::string>& base) {
+    std::vector<std::string> tables;
+    for (const std::string& name : SortedNames(m_directory)) {
+      const FileName file = TakeApart(name);
+      if (file.m_kind == FileKind::kOther || (base && file.m_base != *base)) continue;
+      if (IsDirectory(PathOf(name))) continue;
+      if (file.m_kind == FileKind::kTable)
+        tables.push_back(name);
+      else
+        Take(name, file);
+    }
+    for (const std::string& name : tables) TakeTable(name, base.has_value());
+    return m_any;
+  }
+
+  void Take(const std::string& name, const FileName& file) {
+    const std::string path = PathOf(name);
+    m_any = true;
+    switch (file.m_kind) {
+      case FileKind::kText:
+        m_targets->m_text_bases.insert(WithoutEnding(path));
+        break;
+      case FileKind::kBinary:
+        m_targets->m_binary_bases.insert(WithoutEnding(path));
+        break;
+      case FileKind::kXml:
+        m_targets->m_xml_files.insert(path);
+        break;
+      case FileKind::kMgf:
+        m_targets->m_mgf_files.insert(path);
+        break;
+      case FileKind::kVendor:
+        TakeVendor(path);
+        break;
+      case FileKind::kMarker:
+        TakeMarker(path);
+        break;
+      case FileKind::kUnfinished:
+        TakeLeftover(path);
+        break;
+      default:
+        TakeOutput(file);
+    }
+  }
+
+ private:
+  [[nodiscard]] std::string PathOf(const std::string& name) const {
+    return JoinPath({m_directory, name});
+  }
+
+  RunOutputs& OutputsOf(const std::string& base) {
+    RunOutputs& outputs = m_targets->m_outputs[PathOf(base)];
+    outputs.m_directory = m_directory;
+    outputs.m_base = base;
+    return outputs;
+  }
+
+  void TakeOutput(const FileName& file) {
+    RunOutputs& outputs = OutputsOf(file.m_base);
+    if (file.m_kind == FileKind::kTable) outputs.m_has_table = true;
+    if (file.m_kind == FileKind::kUnfinishedTable) outputs.m_has_unfinished = true;
+    if (file.m_kind == FileKind::kPf1) outputs.m_has_pf1 = true;
+    if (file.m_kind == FileKind::kPf2) outputs.m_pf2.insert(file.m_words);
+    if (file.m_kind == FileKind::kOutputMgf) outputs.m_mgf.insert(file.m_words);
+  }
+
+  // A directory may hold tables of other programs.
+  void TakeTable(const std::string& name, bool is_asked_for) {
+    const FileName file = TakeApart(name);
+    const bool has_others = m_targets->m_outputs.contains(PathOf(file.m_base));
+    if (is_asked_for || has_others || LooksLikeTable(PathOf(name))) Take(name, file);
+  }
+
+  static bool LooksLikeTable(const std::string& path) {
+    try {
+      return IsPrecursorTable(path);
+    } catch (const std::string&) {
+      return false;  // a file that nobody asked for and that cannot be read
+    }
+  }
+
+  void TakeVendor(const std::string& path) {
+    m_report->Note("vendor-file", path, "What is in it can be told only after its conversion.",
+                   "Check the .ms1 and .ms2 files that the run makes of it.");
+  }
+
+  void TakeMarker(const std::string& path) {
+    const std::string base = WithoutEnding(path);
+    bool has_spectra = FileExists(base + ".ms1") && FileExists(base + ".ms2");
+    for (const char* format : {".mzml", ".mzxml", ".raw", ".wiff"})
+      has_spectra = has_spectra || FileExists(base + format + ".msb");
+    if (has_spectra || FileExists(base + ".mgf") || FileExists(base + ".csv")) return;
+    m_report->Defect("marker", path,
+                     "It says that the spectra were extracted, but they are gone, so that the next "
+                     "run stops for want of them.",
+                     "Delete it, and the next run extracts them again.");
+  }
+
+  void TakeLeftover(const std::string& path) {
+    m_report->Defect("unfinished", path,
+                     "It was left by a program that was stopped, or that is still going on.",
+                     "Start that program again, or delete the file.");
+  }
+
+  CheckTargets* m_targets;
+  CheckReport* m_report;
+  std::string m_directory;
+  bool m_any = false;
+};
+
+std::string NameOf(const std::string& path) {
+  return path.substr(path.find_last_of(kSeparators) + 1);
+}
+
+// DirectoryOf gives the path itself when there is no separator.
+std::string FolderOf(const std::string& path) {
+  const std::size_t separator = path.find_last_of(kSeparators);
+  if (separator == std::string::npos) return ".";
+  return separator == 0 ? path.substr(0, 1) : path.substr(0, separator);
+}
+
+}  // namespace
+
+void AddTargets(CheckTargets& targets, CheckReport& report, const std::string& path) {
+  if (IsDirectory(path)) {
+    if (!TargetFinder(targets, report, WithoutTrailingSeparators(path)).TakeAll(std::nullopt))
+      report.Defect("nothing-here", path, "It holds no file that tarvek reads or writes.",
+                    "Name a directory with inputs or outputs.");
+    return;
+  }
+  TargetFinder finder(targets, report, FolderOf(path));
+  const std::string name = NameOf(path);
+  if (!FileExists(path)) {
+    if (!finder.TakeAll(name))
+      report.Defect("nothing-here", path, "There is no such file, directory or base name of files.",
+                    "Check the path.");
+    return;
+  }
+  const FileName file = TakeApart(name);
+  if (file.m_kind == FileKind::kOther)
+    report.Defect("unknown-format", path,
+                  "A file of this ending is neither read nor written by tarvek.",
+                  "Name an mzML, mzXML, .ms1, .msb or .mgf file, or an output of a run.");
+  else if (IsOutput(file.m_kind))
+    finder.TakeAll(file.m_base);
+  else
+    finder.Take(name, file);
+}
+
+}  // namespace tarvek::tools

@@ -1,0 +1,209 @@
+// A pair of .ms1 and .ms2 files is looked at twice: line by line for what their reader passes over
+// in silence, and through that reader for what a run would get.
+#include <algorithm>
+#include <array>
+#include <set>
+#include <string>
+#include <string_view>
+
+#include "CheckAccount.h"
+#include "CheckInputs.h"
+#include "FileUtils.h"
+#include "MsTextReader.h"
+#include "NumberText.h"
+#include "QuietLibrary.h"
+#include "StringUtils.h"
+#include "TableReader.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr const char* kStartFromMzml =
+    "Start from the mzML or raw file: tarvek extracts it in its own form.";
+
+/// What the lines of one file say, before the reader.
+struct TextLook {
+  std::string m_extractor;       // of the header, empty without
+  std::set<std::string> m_keys;  // of the "I" lines
+  std::int64_t m_blocks = 0;     // of different scans
+  std::int64_t m_empty_blocks = 0;
+  std::int64_t m_first_empty = 0;  // scan number
+  std::int64_t m_bad_peaks = 0;    // without a blank between m/z and intensity
+  std::int64_t m_first_bad_line = 0;
+  std::int64_t m_commas = 0;  // peak lines with a decimal comma
+  std::int64_t m_first_comma_line = 0;
+  std::int64_t m_unknown_charges = 0;  // "Z" lines with a charge below 1
+  std::int64_t m_first_unknown_scan = 0;
+  bool m_ends_in_line = false;
+};
+
+/// Goes through the lines and keeps what is asked of the present block.
+class TextLooker {
+ public:
+  TextLook Look(const std::string& path) {
+    TextLines lines(path);
+    for (std::string line; lines.Next(line);) Take(line, lines.Number());
+    EndBlock();
+    m_look.m_ends_in_line = !lines.IsComplete();
+    return m_look;
+  }
+
+ private:
+  void Take(std::string_view line, std::int64_t number) {
+    if (line.empty()) return;
+    const char kind = line.front();
+    if (kind >= '0' && kind <= '9') TakePeak(line, number);
+    if (kind == 'S') StartBlock(ParseInteger(TokenAt(line, '\t', 1)));
+    if (kind == 'I') m_look.m_keys.emplace(TokenAt(line, '\t', 1));
+    if (kind == 'H' && TokenAt(line, '\t', 1) == "Extractor")
+      m_look.m_extractor = Trim(TokenAt(line, '\t', 2));
+    if (kind == 'Z' && ParseInteger(TokenAt(line, '\t', 1)) < 1 && m_look.m_unknown_charges++ == 0)
+      m_look.m_first_unknown_scan = m_scan_no;
+  }
+
+  void TakePeak(std::string_view line, std::int64_t number) {
+    m_has_peaks = true;
+    if (line.find(' ') == std::string_view::npos && m_look.m_bad_peaks++ == 0)
+      m_look.m_first_bad_line = number;
+    if (line.find(',') != std::string_view::npos && m_look.m_commas++ == 0)
+      m_look.m_first_comma_line = number;
+  }
+
+  void StartBlock(std::int32_t scan_no) {
+    if (m_in_block && scan_no == m_scan_no) return;
+    EndBlock();
+    m_in_block = true;
+    m_has_peaks = false;
+    m_scan_no = scan_no;
+    ++m_look.m_blocks;
+  }
+
+  void EndBlock() {
+    if (m_in_block && !m_has_peaks && m_look.m_empty_blocks++ == 0)
+      m_look.m_first_empty = m_scan_no;
+  }
+
+  TextLook m_look;
+  bool m_in_block = false;
+  bool m_has_peaks = false;
+  std::int32_t m_scan_no = 0;
+};
+
+template <std::size_t Count>
+std::string MissingKeys(const TextLook& look, const std::array<const char*, Count>& keys) {
+  std::string missing;
+  for (const char* key : keys)
+    if (!look.m_keys.contains(key)) missing += (missing.empty() ? "" : ", ") + std::string(key);
+  return missing;
+}
+
+// Converters for other programs write RTime in minutes and none of the attributes that decide here.
+void ReportForeign(CheckReport& report, const std::string& path, const TextLook& look,
+                   const std::string& missing) {
+  if (look.m_blocks == 0) return;
+  const std::string by = look.m_extractor.empty() ? "" : " by " + look.m_extractor;
+  if (look.m_keys.contains("RTime"))
+    report.Defect("foreign-text", path,
+                  "It was written" + by + " for other programs: it has RTime in minutes" +
+                      (missing.empty() ? "" : " and no " + missing) + ".",
+                  kStartFromMzml);
+  else if (!missing.empty())
+    report.Defect("missing-attributes", path,
+                  "None of its scans has " + missing +
+                      ", without which scans are passed over or "
+                      "the outputs are incomplete.",
+                  kStartFromMzml);
+}
+
+void ReportLines(CheckReport& report, const std::string& path, const TextLook& look) {
+  if (look.m_bad_peaks > 0)
+    report.Defect("peak-separator", path,
+                  std::to_string(look.m_bad_peaks) +
+                      " peak lines have no blank between m/z and intensity and would be dropped.",
+                  kStartFromMzml, {std::nullopt, look.m_first_bad_line});
+  if (look.m_commas > 0)
+    report.Defect("decimal-comma", path,
+                  std::to_string(look.m_commas) +
+                      " peak lines have a decimal comma, behind which their numbers would be cut.",
+                  "Write the numbers with a decimal point.",
+                  {std::nullopt, look.m_first_comma_line});
+  if (look.m_unknown_charges > 0)
+    report.Note("no-charge", path,
+                std::to_string(look.m_unknown_charges) +
+                    " declared precursors have no charge and are taken for charge 2.",
+                "Nothing needs to be done.", {look.m_first_unknown_scan, std::nullopt});
+  if (look.m_ends_in_line)
+    report.Warning("cut-off", path, "Its last line has no end, as if the file were cut off.",
+                   "Copy or extract it again if it should be longer.");
+}
+
+/// The line findings of a file that can be opened; its empty blocks go to the account.
+bool LookAtFile(CheckReport& report, CheckAccount& account, const std::string& path,
+                bool is_fragments) {
+  try {
+    const TextLook look = TextLooker().Look(path);
+    constexpr std::array<const char*, 2> kSurveyKeys = {"RetTime", "InstrumentType"};
+    constexpr std::array<const char*, 5> kFragmentKeys = {
+        "RetTime", "InstrumentType", "ActivationType", "ActivationCenter", "PrecursorScan"};
+    ReportForeign(report, path, look,
+                  is_fragments ? MissingKeys(look, kFragmentKeys) : MissingKeys(look, kSurveyKeys));
+    ReportLines(report, path, look);
+    if (look.m_empty_blocks > 0)
+      account.LeaveOut(is_fragments ? "MS2 scans without peaks" : "MS1 scans without peaks",
+                       look.m_first_empty, is_fragments, look.m_empty_blocks);
+    return true;
+  } catch (const std::string& message) {
+    AddUnreadable(report, path, message, "Check that the file is there and can be read.");
+    return false;
+  }
+}
+
+void TakeSurveys(CheckAccount& account, const std::string& path) {
+  Ms1TextReader reader(path, "r");
+  for (MS1Spectrum scan; reader.ReadNext(scan);)
+    account.TakeSurvey(scan.m_scan_no, scan.m_instrument_type == "FT", scan.m_rt, scan.m_peaks,
+                       scan.m_instrument_type == "IT");
+}
+
+void TakeFragments(CheckAccount& account, const std::string& path) {
+  Ms2TextReader reader(path, "r");
+  for (MS2Spectrum scan; reader.ReadNext(scan);) {
+    FragmentFacts facts;
+    facts.m_scan_no = scan.m_scan_no;
+    facts.m_precursor_scan = scan.m_precursor_scan;
+    facts.m_centre_mz = scan.m_activation_center;
+    facts.m_activation = scan.m_activation_type;
+    facts.m_instrument = scan.m_instrument_type;
+    facts.m_has_precursor = !scan.m_orig_precursors.empty();
+    if (facts.m_has_precursor) facts.m_charge = scan.m_orig_precursors.front().m_charge;
+    account.TakeFragment(facts, scan.m_peaks);
+  }
+}
+
+}  // namespace
+
+void CheckTextInput(CheckReport& report, const std::string& base_path,
+                    const CheckOptions& options) {
+  const std::string ms1 = base_path + ".ms1";
+  const std::string ms2 = base_path + ".ms2";
+  CheckRunName(report, ms1, base_path.substr(base_path.find_last_of(kSeparators) + 1));
+  for (const std::string& path : {ms1, ms2}) {
+    if (FileExists(path)) continue;
+    report.Defect("missing-half", path,
+                  "It is missing beside its other half, and both are needed for a run.",
+                  "Put the .ms1 and the .ms2 file of the run into one directory.");
+    return;
+  }
+  CheckAccount account(ms1, "text pair", {});
+  const bool can_read =
+      LookAtFile(report, account, ms1, false) && LookAtFile(report, account, ms2, true);
+  if (!can_read) return;
+  {
+    const QuietLibrary quiet;
+    TakeSurveys(account, ms1);
+    TakeFragments(account, ms2);
+  }
+  account.Report(report, options.m_settings);
+}
+
+}  // namespace tarvek::tools
