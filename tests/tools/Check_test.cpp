@@ -1,0 +1,278 @@
+// The parts of tarvek-tools check, on files made by hand.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "BinaryPair.h"
+#include "CheckCommand.h"
+#include "CheckMgf.h"
+#include "CheckPf.h"
+#include "CheckTable.h"
+#include "ExtractorTestSupport.h"
+#include "TestSupport.h"
+
+namespace tarvek::tools {
+namespace {
+
+using extractor::test::Cv;
+using extractor::test::Fragment;
+using extractor::test::Mzml;
+using extractor::test::Survey;
+using extractor::test::TestPrecursor;
+using extractor::test::TestScan;
+using tarvek::test::PutInt32;
+using tarvek::test::PutReal;
+using tarvek::test::TemporaryDirectory;
+using tarvek::test::WriteFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::UnorderedElementsAre;
+
+std::vector<std::string> Codes(const CheckReport& report, bool with_notes = true) {
+  std::vector<std::string> codes;
+  for (const Finding& finding : report.Findings())
+    if (with_notes || finding.m_severity != Severity::kNote) codes.push_back(finding.m_code);
+  return codes;
+}
+
+TEST(CheckFindings, TextHasDefectsFirstAndJsonHasScanAndLine) {
+  CheckReport report;
+  report.Note("a-note", "run.csv", "It is so.", "Leave it.");
+  report.Defect("a-defect", "run.pf1", "It is cut.", "Run again.", {7, 12});
+  report.AddItem({"run", "outputs", {{"scan_count", "scans", 3}}, {{"no peaks", {2, 5}}}});
+  EXPECT_EQ(CheckText(report),
+            "run (outputs): 3 scans\n"
+            "  left out: 2, no peaks (first: scan 5)\n"
+            "defect: run.pf1, scan 7, line 12: It is cut.\n  Run again.\n"
+            "note: run.csv: It is so.\n  Leave it.\n"
+            "1 defect, 0 warnings, 1 note\n");
+  const auto json = nlohmann::json::parse(CheckJson(report));
+  EXPECT_EQ(json.at("defects"), 1);
+  EXPECT_EQ(json.at("checked").at(0).at("counts").at("scan_count"), 3);
+  EXPECT_EQ(json.at("findings").at(1).at("scan"), 7);
+  EXPECT_EQ(json.at("findings").at(1).at("line"), 12);
+  EXPECT_EQ(json.at("checked").at(0).at("left_out").at(0).at("first_scan"), 5);
+}
+
+/// What the check says of an mzML file of these scans.
+CheckReport CheckScans(const std::vector<TestScan>& scans, const CheckOptions& options = {}) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.mzML", Mzml(scans));
+  CheckReport report;
+  CheckXmlInput(report, directory / "run.mzML", options);
+  return report;
+}
+
+TestPrecursor Window(const std::string& half_width) {
+  TestPrecursor precursor;
+  precursor.m_lower = precursor.m_upper = half_width;
+  return precursor;
+}
+
+TEST(CheckXmlInput, AWindowOfTheSettingIsNotSpokenOf) {
+  EXPECT_THAT(Codes(CheckScans({Survey(1), Fragment(2)})), IsEmpty());
+}
+
+TEST(CheckXmlInput, AWiderWindowIsAWarningAndANarrowerOneANote) {
+  const CheckReport wide = CheckScans({Survey(1), Fragment(2, Window("2"))});
+  ASSERT_THAT(Codes(wide), ElementsAre("isolation-width"));
+  EXPECT_EQ(wide.Findings().front().m_severity, Severity::kWarning);
+  EXPECT_THAT(wide.Findings().front().m_advice, HasSubstr("-W 4"));
+  const CheckReport narrow = CheckScans({Survey(1), Fragment(2, Window("0.35"))});
+  ASSERT_THAT(Codes(narrow), ElementsAre("isolation-width"));
+  EXPECT_EQ(narrow.Findings().front().m_severity, Severity::kNote);
+  EXPECT_THAT(narrow.Findings().front().m_advice, HasSubstr("-W 0.7"));
+}
+
+TEST(CheckXmlInput, TheWidthOfTheRunIsComparedWithTheOption) {
+  CheckOptions options;
+  options.m_settings.m_isolation_width = 4.0;
+  EXPECT_THAT(Codes(CheckScans({Survey(1), Fragment(2, Window("2"))}, options)), IsEmpty());
+}
+
+TEST(CheckXmlInput, AnUndeclaredWidthIsNotSpokenOf) {
+  EXPECT_THAT(Codes(CheckScans({Survey(1), Fragment(2, Window(""))})), IsEmpty());
+}
+
+TEST(CheckXmlInput, ScansWithoutAWordForTheirActivationAreLeftOutWithTheReason) {
+  TestPrecursor ecd;
+  ecd.m_activation = Cv(1000250);
+  const CheckReport report = CheckScans({Survey(1), Fragment(2, ecd), Fragment(3)});
+  EXPECT_THAT(Codes(report), ElementsAre("ms2-left-out"));
+  ASSERT_EQ(report.Items().front().m_left_out.size(), 1U);
+  const auto& [reason, left_out] = *report.Items().front().m_left_out.begin();
+  EXPECT_THAT(reason, HasSubstr("activation without a word"));
+  EXPECT_EQ(left_out.m_count, 1);
+  EXPECT_EQ(left_out.m_first_scan, 2);
+}
+
+TEST(CheckXmlInput, ChargesOutsideTheRangeAreNamed) {
+  TestPrecursor single;
+  single.m_ions = {Cv(1000744, "500.25") + Cv(1000041, "1")};
+  const std::vector<TestScan> scans = {Survey(1), Fragment(2, single)};
+  const CheckReport report = CheckScans(scans);
+  ASSERT_THAT(Codes(report), ElementsAre("charge-range"));
+  EXPECT_EQ(report.Findings().front().m_advice, "Run tarvek with -c 1t2.");
+  CheckOptions options;
+  options.m_settings.m_charge_min = 1;
+  EXPECT_THAT(Codes(CheckScans(scans, options)), IsEmpty());
+}
+
+TEST(CheckXmlInput, NegativeIonsNeedNegativeCharges) {
+  std::vector<TestScan> scans = {Survey(1), Fragment(2)};
+  for (TestScan& scan : scans) scan.m_params += Cv(1000129);
+  const CheckReport report = CheckScans(scans);
+  ASSERT_THAT(Codes(report), ElementsAre("charge-range"));
+  EXPECT_EQ(report.Findings().front().m_advice, "Run tarvek with -c -2t-2.");
+}
+
+TEST(CheckXmlInput, SurveysInProfileModeAreAWarning) {
+  TestScan survey = Survey(1);
+  std::vector<Peak> samples;
+  for (int i = 0; i < 200; ++i) samples.push_back({500.0 + 0.002 * i, 10.0 + i % 9});
+  extractor::test::SetPeaks(survey, samples);
+  EXPECT_THAT(Codes(CheckScans({survey, Fragment(2)})), ElementsAre("profile"));
+}
+
+TEST(CheckXmlInput, IntensitiesThatOneDecimalDoesNotShowAreAWarning) {
+  TestScan fragment = Fragment(2);
+  extractor::test::SetPeaks(fragment, {{200.5, 0.001}, {300.5, 0.02}});
+  EXPECT_THAT(Codes(CheckScans({Survey(1), fragment, Fragment(3)})),
+              UnorderedElementsAre("small-intensities", "ms2-left-out"));
+}
+
+TEST(CheckXmlInput, ACompressedFileIsReadAndNamedAsSuch) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.mzML.gz", extractor::test::Gzipped(Mzml({Survey(1), Fragment(2)})));
+  CheckReport report;
+  CheckXmlInput(report, directory / "run.mzML.gz", {});
+  EXPECT_THAT(Codes(report), ElementsAre("compressed"));
+  EXPECT_EQ(report.Items().front().m_facts.back().m_count, 1);
+}
+
+TEST(CheckXmlInput, AFileOfAnotherKindIsADefect) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.mzML", "<html></html>");
+  CheckReport report;
+  CheckXmlInput(report, directory / "run.mzML", {});
+  ASSERT_THAT(Codes(report), ElementsAre("unreadable"));
+  EXPECT_THAT(report.Findings().front().m_meaning, HasSubstr("neither mzML nor mzXML"));
+}
+
+// 140,000,000 peaks, 2.24 GB, are a hole in a sparse file.
+TEST(CheckPf, WrappedOffsetsAreANoteAndNoDefect) {
+  const TemporaryDirectory directory;
+  constexpr std::int32_t kManyPeaks = 140'000'000;
+  std::ofstream data(directory / "big.pf2", std::ios::binary);
+  std::string index;
+  const auto write_record = [&](std::int32_t scan_no, std::int32_t peaks) {
+    PutInt32(index, scan_no);
+    PutInt32(index, static_cast<std::int32_t>(static_cast<std::uint32_t>(data.tellp())));
+    std::string bytes;
+    PutInt32(bytes, scan_no);
+    PutInt32(bytes, peaks);
+    data << bytes;
+    data.seekp(std::streamoff{16} * peaks, std::ios::cur);
+    bytes.clear();
+    PutInt32(bytes, 1);
+    PutReal(bytes, 500.25);
+    PutInt32(bytes, 2);
+    data << bytes;
+  };
+  std::string header;
+  PutInt32(header, 3);
+  PutInt32(header, 0);
+  data << header;
+  write_record(1, kManyPeaks);
+  write_record(2, kManyPeaks);
+  write_record(3, 0);
+  data.close();
+  WriteFile(directory / "big.pf2idx", index);
+  CheckReport report;
+  const PfContent content = CheckPf(report, directory / "big.pf2");
+  EXPECT_TRUE(content.m_is_whole);
+  ASSERT_EQ(content.m_records.size(), 3U);
+  EXPECT_EQ(content.m_records[2].m_precursors.front().m_charge, 2);
+  ASSERT_THAT(Codes(report), ElementsAre("pf-wrapped"));
+  EXPECT_EQ(report.Findings().front().m_severity, Severity::kNote);
+  EXPECT_EQ(report.Findings().front().m_place.m_scan_no, 2);
+}
+
+TEST(CheckPf, APeakCountBelowZeroEndsTheWalk) {
+  const TemporaryDirectory directory;
+  std::string bytes;
+  for (const std::int32_t number : {1, 0, 7, -1, 0}) PutInt32(bytes, number);
+  WriteFile(directory / "a.pf2", bytes);
+  WriteFile(directory / "a.pf2idx", "");
+  CheckReport report;
+  EXPECT_FALSE(CheckPf(report, directory / "a.pf2").m_is_whole);
+  EXPECT_THAT(Codes(report), ElementsAre("pf-truncated"));
+}
+
+TEST(CheckMgf, ReadsScanChargeAndMassOfEachBlock) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.mgf",
+            "BEGIN IONS\nTITLE=a.b.7.7.-2.1.dta\nCHARGE=2-\nPEPMASS=400.5\n100.5 1.0\nEND IONS\n"
+            "BEGIN IONS\r\nTITLE=a.b.8.8.3.dta\r\nCHARGE=3+\r\nPEPMASS=5 9\r\n1 1\r\nEND IONS\r\n");
+  CheckReport report;
+  const MgfContent content = CheckMgf(report, directory / "a.mgf");
+  EXPECT_THAT(Codes(report), IsEmpty());
+  ASSERT_EQ(content.m_blocks.size(), 2U);
+  EXPECT_EQ(content.m_run_name, "a.b");
+  EXPECT_EQ(content.m_blocks[0].m_scan_no, 7);
+  EXPECT_EQ(content.m_blocks[0].m_precursor.m_charge, -2);
+  EXPECT_EQ(content.m_blocks[0].m_precursor.m_mz, 400.5);
+  EXPECT_EQ(content.m_blocks[1].m_scan_no, 8);
+  EXPECT_EQ(content.m_blocks[1].m_line, 7);
+}
+
+TEST(CheckMgf, ARunNameMayEndInANumber) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.mgf",
+            "BEGIN IONS\nTITLE=run.5.7.7.2.dta\nPEPMASS=400.5\n100.5 1.0\nEND IONS\n");
+  CheckReport report;
+  const MgfContent content = CheckMgf(report, directory / "a.mgf");
+  ASSERT_EQ(content.m_blocks.size(), 1U);
+  EXPECT_EQ(content.m_blocks.front().m_scan_no, 7);
+  EXPECT_EQ(content.m_run_name, "run.5");
+}
+
+TEST(CheckTable, ReadsTheExampleOfTheFormat) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.csv",
+            "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, TotleNumOfPrecursor\n"
+            "HCD, FTMS, 1500, 650.320000, 2, 2, 1, 650.321234, 2, 2, 433.880000, 3, \n"
+            "CID, ITMS, 7, -1.000000, -1, 0, \n");
+  CheckReport report;
+  const TableContent content = CheckTable(report, directory / "run.csv");
+  EXPECT_THAT(Codes(report), IsEmpty());
+  EXPECT_EQ(content.m_rows, 2);
+  ASSERT_EQ(content.m_scans.at("HCDFTMS").size(), 1U);
+  EXPECT_EQ(content.m_scans.at("HCDFTMS").front().m_precursors.at(1).m_charge, 3);
+  EXPECT_THAT(content.m_scans.at("CIDITMS").front().m_precursors, IsEmpty());
+}
+
+TEST(CheckPaths, ABaseNameStandsForTheFilesOfOneRun) {
+  const TemporaryDirectory directory;
+  const std::string block = "BEGIN IONS\nTITLE=a.7.7.2.dta\nPEPMASS=400.5\n100.5 1.0\nEND IONS\n";
+  WriteFile(directory / "a.mgf", block);
+  WriteFile(directory / "ab.mgf", "nothing");
+  EXPECT_THAT(Codes(CheckPaths({directory / "a"}, {})), ElementsAre("mgf-input"));
+}
+
+TEST(CheckPaths, TablesOfOtherProgramsInADirectoryAreLeftAlone) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "notes.csv", "a;b\n");
+  WriteFile(directory / "a.mgf",
+            "BEGIN IONS\nTITLE=a.7.7.2.dta\nPEPMASS=400.5\n100.5 1.0\nEND IONS\n");
+  EXPECT_THAT(Codes(CheckPaths({directory.Path()}, {})), Not(testing::Contains("csv-header")));
+}
+
+}  // namespace
+}  // namespace tarvek::tools
