@@ -9,6 +9,7 @@
 #include "FeaturesCommand.h"
 #include "IpvCommand.h"
 #include "Platform.h"
+#include "MgfCommand.h"
 #include "ScoreCommand.h"
 #include "SimulateCommand.h"
 
@@ -33,6 +34,7 @@ int main(int argc, char** argv) {
     tarvek::tools::AddSimulateCommand(app);
     tarvek::tools::AddScoreCommand(app);
     tarvek::tools::AddFeaturesCommand(app);
+    tarvek::tools::AddMgfCommand(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
   } catch (const std::string& message) {  // of the file helpers

@@ -1,0 +1,178 @@
+#include "MgfOutput.h"
+
+#include <zlib.h>
+
+#include <array>
+#include <optional>
+#include <utility>
+
+#include "FileUtils.h"
+#include "NumberText.h"
+#include "OutputFile.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr std::string_view kMapHeader =
+    "file\tplace\tsource\trun\tscan\tprecursor\tcharge\tmz\trt_seconds\n";
+
+constexpr std::size_t kPieceBytes = std::size_t{1} << 30;  // zlib counts in 32 bits
+
+/// gzip over an OutputFile. No time stamp, so that equal spectra give equal bytes.
+class GzipStream {
+ public:
+  explicit GzipStream(std::string path) : m_path(std::move(path)) {
+    constexpr int kGzipWindow = 15 + 16;
+    constexpr int kDefaultMemory = 8;
+    if (::deflateInit2(&m_stream, Z_DEFAULT_COMPRESSION, Z_DEFLATED, kGzipWindow, kDefaultMemory,
+                       Z_DEFAULT_STRATEGY) != Z_OK)
+      throw "Cannot compress " + m_path;
+  }
+  GzipStream(const GzipStream&) = delete;
+  ~GzipStream() { ::deflateEnd(&m_stream); }
+
+  void Write(std::string_view bytes, OutputFile& out) {
+    for (; !bytes.empty(); bytes.remove_prefix(std::min(bytes.size(), kPieceBytes)))
+      Deflate(bytes.substr(0, kPieceBytes), Z_NO_FLUSH, out);
+  }
+  void Finish(OutputFile& out) { Deflate({}, Z_FINISH, out); }
+
+ private:
+  void Deflate(std::string_view bytes, int flush, OutputFile& out) {
+    // zlib only reads them.
+    m_stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
+    m_stream.avail_in = static_cast<uInt>(bytes.size());
+    do {
+      m_stream.next_out = reinterpret_cast<Bytef*>(m_block.data());
+      m_stream.avail_out = static_cast<uInt>(m_block.size());
+      if (::deflate(&m_stream, flush) == Z_STREAM_ERROR) throw "Cannot compress " + m_path;
+      out.Write({m_block.data(), m_block.size() - m_stream.avail_out});
+    } while (m_stream.avail_out == 0);
+  }
+
+  std::string m_path;
+  z_stream m_stream{};
+  std::array<char, 1 << 16> m_block{};
+};
+
+}  // namespace
+
+/// A file that gets its name when it is complete, and is removed otherwise.
+class MgfOutput::Unfinished {
+ public:
+  Unfinished(std::string path, bool gzip)
+      : m_path(std::move(path)),
+        m_unfinished_path(m_path + "_unfinished"),
+        m_file(m_unfinished_path, "wb", "MGF") {
+    if (gzip) m_gzip.emplace(m_path);
+  }
+  Unfinished(const Unfinished&) = delete;
+  ~Unfinished() {
+    if (!m_is_named) static_cast<void>(DeleteFileAt(m_unfinished_path));
+  }
+
+  void Write(std::string_view bytes) {
+    m_bytes += bytes.size();
+    if (m_gzip)
+      m_gzip->Write(bytes, m_file);
+    else
+      m_file.Write(bytes);
+  }
+
+  void Close() {
+    if (m_gzip && m_file.IsOpen()) m_gzip->Finish(m_file);
+    m_file.Close();
+  }
+
+  void GiveName() {
+    RenameFile(m_unfinished_path, m_path);
+    m_is_named = true;
+  }
+
+  [[nodiscard]] std::uint64_t Bytes() const noexcept { return m_bytes; }
+  [[nodiscard]] const std::string& Path() const noexcept { return m_path; }
+
+ private:
+  std::string m_path;
+  std::string m_unfinished_path;
+  OutputFile m_file;
+  std::optional<GzipStream> m_gzip;
+  std::uint64_t m_bytes = 0;  // before compression
+  bool m_is_named = false;
+};
+
+MgfOutput::MgfOutput(std::string base, const MgfOutputForm& form)
+    : m_base(std::move(base)),
+      m_form(form),
+      m_map(std::make_unique<Unfinished>(m_base + ".ids.tsv", false)) {
+  m_map->Write(kMapHeader);
+  OpenPart();
+}
+
+MgfOutput::~MgfOutput() = default;
+
+std::string MgfOutput::PartPath(std::size_t number) const {
+  const std::string part = m_form.m_split_bytes > 0 ? "_part" + std::to_string(number) : "";
+  return m_base + part + (m_form.m_gzip ? ".mgf.gz" : ".mgf");
+}
+
+void MgfOutput::OpenPart() {
+  if (!m_parts.empty()) m_parts.back()->Close();
+  m_parts.push_back(std::make_unique<Unfinished>(PartPath(m_parts.size() + 1), m_form.m_gzip));
+  m_place = 0;
+}
+
+void MgfOutput::WriteScan(std::span<const MgfBlock> blocks, const std::string& source) {
+  RenderScan(blocks);
+  const bool is_full = m_form.m_split_bytes > 0 && m_place > 0 &&
+                       m_parts.back()->Bytes() + m_text.size() > m_form.m_split_bytes;
+  if (is_full) {
+    OpenPart();
+    RenderScan(blocks);  // anew, as places count within a part
+  }
+  m_parts.back()->Write(m_text);
+  NoteScan(blocks, source);
+  m_place += static_cast<std::int64_t>(blocks.size());
+  m_block_count += static_cast<std::int64_t>(blocks.size());
+}
+
+void MgfOutput::RenderScan(std::span<const MgfBlock> blocks) {
+  m_text.clear();
+  std::int64_t place = m_place;
+  for (const MgfBlock& block : blocks) AppendMgfBlock(m_text, block, *m_form.m_profile, ++place);
+}
+
+void MgfOutput::NoteScan(std::span<const MgfBlock> blocks, const std::string& source) {
+  const std::string& path = m_parts.back()->Path();
+  const std::string file = path.substr(path.find_last_of(kSeparators) + 1);
+  std::int64_t place = m_place;
+  for (const MgfBlock& block : blocks) {
+    std::string row = file + '\t' + std::to_string(++place) + '\t' + source + '\t' + block.m_run;
+    for (const std::int64_t number : {block.m_scan_no, block.m_index, block.m_charge}) {
+      row += '\t';
+      AppendInteger(row, number);
+    }
+    m_map->Write(row + '\t' + block.m_pepmass_text + '\t' + block.m_rt_text + '\n');
+  }
+}
+
+std::vector<std::string> MgfOutput::Finish() {
+  m_parts.back()->Close();
+  m_map->Close();
+  RemoveFile(m_map->Path());
+  std::vector<std::string> paths;
+  for (const auto& part : m_parts) {
+    part->GiveName();
+    paths.push_back(part->Path());
+  }
+  if (m_form.m_split_bytes > 0) RemoveOldParts();
+  m_map->GiveName();
+  return paths;
+}
+
+void MgfOutput::RemoveOldParts() const {
+  for (std::size_t number = m_parts.size() + 1; FileExists(PartPath(number)); ++number)
+    RemoveFile(PartPath(number));
+}
+
+}  // namespace tarvek::tools
