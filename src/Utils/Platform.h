@@ -9,7 +9,9 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -153,6 +155,47 @@ class ChildProcess {
 /// no file is opened in their place and gets what is meant for the console. Called once, before
 /// anything is opened.
 void ConnectStandardStreams() noexcept;
+
+/// Behind the name of a program's file.
+extern const std::string_view kProgramEnding;
+
+/// A program that runs beside this one, started without a shell. What it starts belongs to it: both
+/// are ended together, and neither sees a Ctrl-C that this process gets.
+class BackgroundProcess {
+ public:
+  enum class Ending { kAsked, kForced };
+
+  BackgroundProcess() noexcept;
+  BackgroundProcess(BackgroundProcess&& other) noexcept;
+  BackgroundProcess& operator=(BackgroundProcess&&) = delete;
+  ~BackgroundProcess();  // forces the process to end when it runs, and waits for it
+
+  /// arguments: the path of the program, then what it is given. Its standard input is empty; both
+  /// its outputs go to output_path, which is emptied first. Not running on failure.
+  static BackgroundProcess Start(const std::vector<std::string>& arguments,
+                                 const std::string& output_path);
+
+  /// Whether it was started and Poll has not yet told its end.
+  [[nodiscard]] bool IsRunning() const noexcept { return m_state != nullptr; }
+
+  /// Once, when the process has ended: 0 when it ended normally with status 0, else not 0. Nothing
+  /// while it runs, and nothing afterwards.
+  std::optional<int> Poll() noexcept;
+
+  /// Asks the process and what it started to end, or makes them.
+  void End(Ending ending) noexcept;
+
+  /// Returns when one of processes may have ended, when a stop was requested, or after timeout_ms.
+  static void WaitForAny(std::span<const BackgroundProcess> processes, int timeout_ms) noexcept;
+
+ private:
+  struct State;  // of the system
+  std::unique_ptr<State> m_state;
+};
+
+/// From now on Ctrl-C, and what else asks this process to end, is noted and does not end it.
+void NoteStopRequests() noexcept;
+[[nodiscard]] bool StopRequested() noexcept;
 
 /// A failed write (closed pipe, file-size limit) is to be an error that we report, not the signal
 /// that ends the process. Called once, before anything is written.

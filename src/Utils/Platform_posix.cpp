@@ -1,9 +1,12 @@
 #include <dirent.h>
 #include <fcntl.h>
+#include <spawn.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
@@ -220,6 +223,122 @@ void ConnectStandardStreams() noexcept {
   while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = ::open("/dev/null", O_RDWR);
   if (descriptor >= 0) ::close(descriptor);
 }
+
+const std::string_view kProgramEnding;
+
+struct BackgroundProcess::State {
+  pid_t m_leader;  // of a process group of its own
+};
+
+namespace {
+
+constexpr std::array<int, 3> kStopSignals = {SIGINT, SIGTERM, SIGHUP};
+
+volatile std::sig_atomic_t stop_requested = 0;
+
+sigset_t SignalSet(std::initializer_list<int> signals) noexcept {
+  sigset_t set{};
+  ::sigemptyset(&set);
+  for (const int signal : signals) ::sigaddset(&set, signal);
+  return set;
+}
+
+/// Streams, process group and signals of a child; released when destroyed.
+class SpawnSettings {
+ public:
+  explicit SpawnSettings(const std::string& output_path) {
+    ::posix_spawn_file_actions_init(&m_actions);
+    ::posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    ::posix_spawn_file_actions_addopen(&m_actions, STDOUT_FILENO, output_path.c_str(),
+                                       O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    ::posix_spawn_file_actions_adddup2(&m_actions, STDOUT_FILENO, STDERR_FILENO);
+    const sigset_t none = SignalSet({});
+    ::posix_spawnattr_init(&m_attributes);
+    ::posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
+    ::posix_spawnattr_setpgroup(&m_attributes, 0);
+    ::posix_spawnattr_setsigmask(&m_attributes, &none);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  ~SpawnSettings() {
+    ::posix_spawn_file_actions_destroy(&m_actions);
+    ::posix_spawnattr_destroy(&m_attributes);
+  }
+
+  posix_spawn_file_actions_t m_actions{};
+  posix_spawnattr_t m_attributes{};
+};
+
+/// -1 for a status that nobody knows any more.
+int EndStatus(pid_t waited, int status) noexcept {
+  if (waited < 0) return -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+}  // namespace
+
+BackgroundProcess::BackgroundProcess() noexcept = default;
+BackgroundProcess::BackgroundProcess(BackgroundProcess&& other) noexcept = default;
+
+BackgroundProcess::~BackgroundProcess() {
+  if (!IsRunning()) return;
+  End(Ending::kForced);
+  while (::waitpid(m_state->m_leader, nullptr, 0) < 0 && errno == EINTR) {
+  }
+}
+
+// The end of a child is to wait until WaitForAny asks for it, so its signal is held back.
+BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& arguments,
+                                           const std::string& output_path) {
+  std::signal(SIGCHLD, SIG_DFL);
+  const sigset_t child_ended = SignalSet({SIGCHLD});
+  ::sigprocmask(SIG_BLOCK, &child_ended, nullptr);
+  std::vector<char*> words;
+  words.reserve(arguments.size() + 1);
+  for (const std::string& word : arguments) words.push_back(const_cast<char*>(word.c_str()));
+  words.push_back(nullptr);
+  const SpawnSettings settings(output_path);
+  BackgroundProcess process;
+  pid_t leader = 0;
+  if (::posix_spawn(&leader, words.front(), &settings.m_actions, &settings.m_attributes,
+                    words.data(), environ) == 0)
+    process.m_state = std::make_unique<State>(State{leader});
+  return process;
+}
+
+std::optional<int> BackgroundProcess::Poll() noexcept {
+  if (!IsRunning()) return std::nullopt;
+  int status = 0;
+  pid_t waited = 0;
+  do {
+    waited = ::waitpid(m_state->m_leader, &status, WNOHANG);
+  } while (waited < 0 && errno == EINTR);
+  if (waited == 0) return std::nullopt;
+  m_state.reset();
+  return EndStatus(waited, status);
+}
+
+void BackgroundProcess::End(Ending ending) noexcept {
+  if (IsRunning()) ::kill(-m_state->m_leader, ending == Ending::kForced ? SIGKILL : SIGTERM);
+}
+
+void BackgroundProcess::WaitForAny(std::span<const BackgroundProcess> /*processes*/,
+                                   int timeout_ms) noexcept {
+  const sigset_t child_ended = SignalSet({SIGCHLD});
+  const timespec timeout{timeout_ms / 1000, timeout_ms % 1000 * 1'000'000L};
+  ::sigtimedwait(&child_ended, nullptr, &timeout);  // a stop request interrupts it
+}
+
+// Signals that the one who started this process told it to ignore stay ignored (nohup, a shell's
+// background jobs).
+void NoteStopRequests() noexcept {
+  for (const int signal : kStopSignals) {
+    struct sigaction action {};
+    if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+      std::signal(signal, [](int) { stop_requested = 1; });
+  }
+}
+
+bool StopRequested() noexcept { return stop_requested != 0; }
 
 // Handlers that do nothing, rather than SIG_IGN, which child processes would inherit.
 void IgnoreWriteSignals() noexcept {
