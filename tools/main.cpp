@@ -5,6 +5,7 @@
 #include <iostream>
 #include <string>
 
+#include "BatchCommand.h"
 #include "CheckCommand.h"
 #include "FeaturesCommand.h"
 #include "IpvCommand.h"
@@ -35,8 +36,11 @@ int main(int argc, char** argv) {
     tarvek::tools::AddScoreCommand(app);
     tarvek::tools::AddFeaturesCommand(app);
     tarvek::tools::AddMgfCommand(app);
+    tarvek::tools::AddBatchCommand(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
+  } catch (const char* message) {  // of the parameters of tarvek
+    return Fail(message);
   } catch (const std::string& message) {  // of the file helpers
     return Fail(message);
   } catch (const std::exception& error) {

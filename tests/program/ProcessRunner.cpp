@@ -124,8 +124,9 @@ timespec TimeUntil(Clock::time_point moment) {
   return {nanoseconds / 1'000'000'000, nanoseconds % 1'000'000'000};
 }
 
-/// Reads both pipes to their ends and kills the child at deadline.
-void Collect(OutputEnds& ends, pid_t child, Clock::time_point deadline, ProcessResult& result) {
+/// Reads both pipes to their ends and sends the child a signal at deadline.
+void Collect(OutputEnds& ends, pid_t child, Clock::time_point deadline, int signal,
+             ProcessResult& result) {
   bool killed = false;
   while (ends.m_out.m_read.Number() >= 0 || ends.m_err.m_read.Number() >= 0) {
     std::array<pollfd, 2> polled{
@@ -133,7 +134,7 @@ void Collect(OutputEnds& ends, pid_t child, Clock::time_point deadline, ProcessR
     const timespec left = TimeUntil(deadline);
     const int ready = ::ppoll(polled.data(), polled.size(), killed ? nullptr : &left, nullptr);
     if (ready == 0) {
-      ::kill(child, SIGKILL);
+      ::kill(child, signal);
       killed = true;
     }
     if (ready <= 0) continue;
@@ -188,7 +189,8 @@ ProcessResult RunningProcess::Wait() {
   const pid_t child = std::exchange(m_state->m_child, -1);
   ProcessResult result;
   const auto longest = request.m_kill_after.value_or(kLongestRun);
-  Collect(m_state->m_ends, child, m_state->m_start + longest, result);
+  const int signal = request.m_kill_after ? request.m_kill_signal : SIGKILL;
+  Collect(m_state->m_ends, child, m_state->m_start + longest, signal, result);
   Reap(child, result);
   if (result.m_exit_status == kExecFailed)
     throw std::runtime_error("cannot run " + request.m_program);

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -30,7 +31,8 @@ struct ProcessRequest {
   std::map<std::string, std::string> m_environment;  // added to the present one
   StandardOutput m_standard_output = StandardOutput::kCaptured;
   std::optional<std::uint64_t> m_file_size_limit_bytes;
-  std::optional<std::chrono::microseconds> m_kill_after;  // SIGKILL at this moment
+  std::optional<std::chrono::microseconds> m_kill_after;  // a signal at this moment
+  int m_kill_signal = SIGKILL;
 };
 
 struct ProcessResult {

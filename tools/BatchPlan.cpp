@@ -1,0 +1,198 @@
+#include "BatchPlan.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+#include <map>
+#include <string_view>
+
+#include "CommandLine.h"
+#include "FileUtils.h"
+#include "LineReader.h"
+#include "NumberText.h"
+#include "ParameterFile.h"
+#include "StringUtils.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr std::array<std::string_view, 6> kFormats = {"ms1", "mgf", "raw", "wiff", "mzxml", "mzml"};
+constexpr std::array<std::string_view, 4> kParameterFileEndings = {".cfg", ".para", ".params",
+                                                                   ".ini"};
+constexpr std::string_view kLogFolder = "batch_logs";
+
+/// The arguments of a batch, understood.
+struct BatchRequest {
+  ParameterTable m_table;              // all settings; the data paths numbered
+  std::vector<std::string> m_options;  // those handed on to each process, without -D and -L
+  bool m_is_parameter_file = false;
+};
+
+bool IsOption(const std::string& word) {
+  return word.size() == 2 && word[0] == '-' && (word[1] < '0' || word[1] > '9');
+}
+
+bool IsParameterFile(std::span<const std::string> words) {
+  return words.size() == 1 && std::ranges::any_of(kParameterFileEndings, [&](std::string_view end) {
+           return EndsWithIgnoreCase(words.front(), end);
+         });
+}
+
+BatchRequest ReadOptions(std::span<const std::string> words) {
+  BatchRequest request;
+  std::vector<std::string> paths;
+  std::vector<const char*> pairs{"tarvek"};
+  bool takes_paths = true;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (words[i] == "-D") {
+      takes_paths = true;
+    } else if (takes_paths && !IsOption(words[i])) {
+      paths.push_back(words[i]);
+    } else {
+      takes_paths = false;
+      pairs.push_back(words[i].c_str());
+      if (++i == words.size()) throw "The option " + words.back() + " has no value";
+      pairs.push_back(words[i].c_str());
+      if (words[i - 1] != "-L")
+        request.m_options.insert(request.m_options.end(), {words[i - 1], words[i]});
+    }
+  }
+  request.m_table = ParseCommandLine(static_cast<int>(pairs.size()), pairs.data());
+  request.m_table["datanum"] = std::to_string(paths.size());
+  for (std::size_t i = 0; i < paths.size(); ++i)
+    request.m_table["datapath" + std::to_string(i + 1)] = paths[i];
+  return request;
+}
+
+BatchRequest ReadParameters(const std::string& path) {
+  BatchRequest request;
+  request.m_is_parameter_file = true;
+  File file = OpenFile(path, "r", "parameter");
+  LineReader lines(file);
+  std::string_view line;
+  while (lines.ReadPiece(line)) AddParameterLine(line, request.m_table);
+  return request;
+}
+
+std::size_t PathsGiven(const ParameterTable& table) {
+  const auto number = table.find("datanum");
+  if (number == table.end()) return 1;
+  return static_cast<std::size_t>(std::max(0, StringToInt(number->second, "datanum")));
+}
+
+/// The settings with their data paths; one that is missing ends the batch before it starts.
+UserParameters SettingsOf(const BatchRequest& request) {
+  UserParameters settings;
+  ApplyParameterTable(settings, request.m_table);
+  if (settings.m_datapaths.size() != PathsGiven(request.m_table))
+    throw "Not every data path is there; nothing was started";
+  settings.m_outputpath = WithoutTrailingSeparators(settings.m_outputpath);
+  settings.m_logfilepath = WithoutTrailingSeparators(settings.m_logfilepath);
+  return settings;
+}
+
+/// The files of a data path, as tarvek would process them. format: of directories, replaced by that
+/// of a file.
+std::vector<std::string> FilesOf(const std::string& path, std::string& format) {
+  const std::string found = FileExists(path) ? ToLower(path.substr(path.rfind('.') + 1)) : format;
+  if (std::ranges::find(kFormats, found) == kFormats.end())
+    throw "Data path " + path + " has the format '" + found +
+        "'. Known are ms1, mgf, raw, wiff, mzxml and mzml, in lower case.";
+  format = found;
+  std::vector<std::string> files = ListFiles(path, "." + found);
+  std::ranges::sort(files);
+  return files;
+}
+
+/// What tells apart paths that are spelt differently.
+std::string Canonical(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path canonical = std::filesystem::weakly_canonical(path, error);
+  return error ? path : canonical.string();
+}
+
+/// "key = value" lines. A value that does not survive being read back cannot be given in this way.
+std::string ParameterText(ParameterTable table, const BatchTask& task) {
+  std::erase_if(table, [](const auto& entry) { return entry.first.starts_with("data"); });
+  table["datapath"] = task.m_input;
+  table["logfilepath"] = task.m_log_directory;
+  std::string text;
+  for (const auto& [key, value] : table) {
+    const std::string line = key + " = " + value;
+    ParameterTable read;
+    AddParameterLine(line, read);
+    if (read[key] != value) throw "A parameter file cannot hold '" + value + "'; give options";
+    text += line + "\n";
+  }
+  return text;
+}
+
+void SetArguments(BatchTask& task, const BatchRequest& request) {
+  if (request.m_is_parameter_file) {
+    task.m_parameter_file = ParameterText(request.m_table, task);
+    task.m_arguments = {ParameterFileOf(task)};
+    return;
+  }
+  task.m_arguments = {"-D", task.m_input};
+  task.m_arguments.insert(task.m_arguments.end(), request.m_options.begin(),
+                          request.m_options.end());
+  task.m_arguments.insert(task.m_arguments.end(), {"-L", task.m_log_directory});
+}
+
+BatchTask TaskOf(const std::string& input, const UserParameters& settings,
+                 const BatchRequest& request) {
+  UserParameters current = settings;
+  current.m_outputpath_follows_input = settings.m_outputpath.empty();
+  SetCurrentFile(current, input);
+  const std::string logs = settings.m_logfilepath.empty()
+                               ? JoinPath({current.m_outputpath, kLogFolder})
+                               : settings.m_logfilepath;
+  BatchTask task;
+  task.m_input = input;
+  task.m_log_directory = JoinPath({logs, current.m_current_basename});
+  // Of MGF, which is only rewritten, no table tells.
+  if (ToLower(current.m_current_ext) != "mgf")
+    task.m_table = JoinPath({current.m_outputpath, current.m_current_basename + ".csv"});
+  task.m_is_finished =
+      !settings.m_rewrite_files && !task.m_table.empty() && FileExists(task.m_table);
+  task.m_size_bytes = File::Open(input, "r").SizeBytes();
+  SetArguments(task, request);
+  return task;
+}
+
+/// what(task): the path that no two tasks may share; nothing is refused where it is empty.
+template <class What>
+void RefuseMeetings(const std::vector<BatchTask>& tasks, What what) {
+  std::map<std::string, std::string> taken;
+  for (const BatchTask& task : tasks) {
+    const std::string path = what(task);
+    if (path.empty()) continue;
+    const auto [entry, is_new] = taken.try_emplace(Canonical(path), task.m_input);
+    if (!is_new)
+      throw entry->second + " and " + task.m_input + " would both write " + path +
+          "; nothing was started";
+  }
+}
+
+}  // namespace
+
+std::string ParameterFileOf(const BatchTask& task) {
+  return JoinPath({task.m_log_directory, "batch.params"});
+}
+
+std::vector<BatchTask> PlanBatch(std::span<const std::string> words) {
+  const BatchRequest request =
+      IsParameterFile(words) ? ReadParameters(words.front()) : ReadOptions(words);
+  const UserParameters settings = SettingsOf(request);
+  std::vector<BatchTask> tasks;
+  std::string format = settings.m_input_format;
+  for (const std::string& path : settings.m_datapaths)
+    for (const std::string& file : FilesOf(path, format))
+      tasks.push_back(TaskOf(file, settings, request));
+  if (tasks.empty()) throw "There is no input file";
+  RefuseMeetings(tasks, [](const BatchTask& task) { return task.m_table; });
+  RefuseMeetings(tasks, [](const BatchTask& task) { return task.m_log_directory; });
+  return tasks;
+}
+
+}  // namespace tarvek::tools

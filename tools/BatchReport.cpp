@@ -1,0 +1,128 @@
+#include "BatchReport.h"
+
+#include <algorithm>
+#include <array>
+#include <string_view>
+#include <utility>
+
+#include "NumberText.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr std::size_t kBarWidth = 30;
+constexpr std::size_t kStateWidth = 17;
+constexpr std::size_t kSecondsWidth = 8;
+
+constexpr std::array<std::pair<BatchState, std::string_view>, 6> kStateWords = {{
+    {BatchState::kDone, "done"},
+    {BatchState::kFinishedBefore, "finished before"},
+    {BatchState::kFailed, "failed"},
+    {BatchState::kStopped, "stopped"},
+    {BatchState::kNotStarted, "not started"},
+    {BatchState::kRunning, "running"},
+}};
+
+std::string_view WordOf(BatchState state) {
+  return std::ranges::find(kStateWords, state, &std::pair<BatchState, std::string_view>::first)
+      ->second;
+}
+
+std::size_t CountOf(std::span<const BatchResult> results, BatchState state) {
+  return static_cast<std::size_t>(std::ranges::count(results, state, &BatchResult::m_state));
+}
+
+bool HasEnded(BatchState state) {
+  return state != BatchState::kNotStarted && state != BatchState::kRunning;
+}
+
+std::size_t CountEnded(std::span<const BatchResult> results) {
+  return static_cast<std::size_t>(std::ranges::count_if(results, HasEnded, &BatchResult::m_state));
+}
+
+std::string Seconds(std::int64_t milliseconds) {
+  std::string text;
+  AppendFixed(text, static_cast<double>(milliseconds) / 1000.0, 1);
+  return text;
+}
+
+std::string MinutesAndSeconds(std::int64_t seconds) {
+  std::string text = std::to_string(seconds / 60) + (seconds % 60 < 10 ? ":0" : ":");
+  return text += std::to_string(seconds % 60);
+}
+
+std::string Padded(std::string text, std::size_t width, bool to_the_right) {
+  const std::size_t missing = width - std::min(width, text.size());
+  return to_the_right ? text.insert(0, missing, ' ') : text.append(missing, ' ');
+}
+
+std::string Failure(const BatchTask& task, const BatchResult& result) {
+  return result.m_reason + " (log: " + task.m_log_directory + ")";
+}
+
+/// Bytes of the inputs of this batch that ended, and of those that have not; what was finished
+/// before is no work.
+std::pair<double, double> Work(const BatchMoment& moment) {
+  double done = 0.0;
+  double left = 0.0;
+  for (std::size_t i = 0; i < moment.m_tasks.size(); ++i) {
+    if (moment.m_tasks[i].m_is_finished) continue;
+    const auto bytes = static_cast<double>(moment.m_tasks[i].m_size_bytes + 1);
+    (HasEnded(moment.m_results[i].m_state) ? done : left) += bytes;
+  }
+  return {done, left};
+}
+
+}  // namespace
+
+std::string BatchLine(const BatchMoment& moment) {
+  const auto task = static_cast<std::size_t>(moment.m_ended - moment.m_tasks.data());
+  const BatchResult& result = moment.m_results[task];
+  std::string line = "[" + std::to_string(CountEnded(moment.m_results)) + "/" +
+                     std::to_string(moment.m_tasks.size()) + "] " +
+                     std::string(WordOf(result.m_state));
+  if (result.m_state != BatchState::kFinishedBefore)
+    line += ", " + Seconds(result.m_milliseconds) + " s";
+  line += ": " + moment.m_ended->m_input;
+  if (result.m_state == BatchState::kFailed) line += ": " + Failure(*moment.m_ended, result);
+  return line;
+}
+
+std::string BatchProgressLine(const BatchMoment& moment, std::int64_t elapsed_ms) {
+  const std::size_t ended = CountEnded(moment.m_results);
+  const std::size_t filled = ended * kBarWidth / std::max<std::size_t>(1, moment.m_tasks.size());
+  std::string line = "[";
+  line.append(filled, '#').append(kBarWidth - filled, '.').append("] ");
+  line += std::to_string(ended) + "/" + std::to_string(moment.m_tasks.size()) + " files, " +
+          std::to_string(CountOf(moment.m_results, BatchState::kRunning)) + " running";
+  const std::size_t failed = CountOf(moment.m_results, BatchState::kFailed);
+  if (failed > 0) line += ", " + std::to_string(failed) + " failed";
+  const auto [done, left] = Work(moment);
+  if (done > 0.0) {
+    const double left_ms = static_cast<double>(elapsed_ms) * left / done;
+    line += ", " + MinutesAndSeconds(static_cast<std::int64_t>(left_ms / 1000.0)) + " left";
+  }
+  return line;
+}
+
+std::string BatchSummary(std::span<const BatchTask> tasks, std::span<const BatchResult> results,
+                         std::int64_t elapsed_ms) {
+  std::string text =
+      Padded("state", kStateWidth, false) + Padded("seconds", kSecondsWidth, true) + "  input\n";
+  for (std::size_t i = 0; i < tasks.size(); ++i) {
+    const BatchResult& result = results[i];
+    text += Padded(std::string(WordOf(result.m_state)), kStateWidth, false);
+    const bool has_run = HasEnded(result.m_state) && !tasks[i].m_is_finished;
+    text += Padded(has_run ? Seconds(result.m_milliseconds) : "", kSecondsWidth, true);
+    text += "  " + tasks[i].m_input;
+    if (result.m_state == BatchState::kFailed) text += ": " + Failure(tasks[i], result);
+    text += '\n';
+  }
+  std::string sums;
+  for (const auto& [state, word] : kStateWords)
+    if (const std::size_t count = CountOf(results, state); count > 0)
+      sums += (sums.empty() ? "" : ", ") + std::to_string(count) + " " + std::string(word);
+  return text + sums + ", in " + Seconds(elapsed_ms) + " s\n";
+}
+
+}  // namespace tarvek::tools

@@ -1,0 +1,55 @@
+// tools/BatchRunner.h: runs the tasks of a batch, several at a time.
+// Does:     starts the tasks in their order, as many beside each other as told; takes their ends;
+//           on a stop request ends those that run and waits for them.
+// Owns:     the running processes, none of which outlives a call of Run.
+// Throws:   nothing but std::bad_alloc; a task that cannot be started is a failed one.
+// Not here: what to run (BatchPlan.h); what people see (BatchReport.h).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "BatchPlan.h"
+
+namespace tarvek::tools {
+
+enum class BatchState { kNotStarted, kRunning, kDone, kFinishedBefore, kFailed, kStopped };
+
+struct BatchResult {
+  BatchState m_state = BatchState::kNotStarted;
+  std::int64_t m_milliseconds = 0;
+  std::string m_reason;  // of a failure
+};
+
+struct BatchSettings {
+  std::string m_program;  // path of tarvek
+  std::size_t m_jobs = 1;
+  bool m_keep_going = false;
+};
+
+/// A moment of a batch: what is known of each task, and the task that has just ended, if any.
+struct BatchMoment {
+  std::span<const BatchTask> m_tasks;
+  std::span<const BatchResult> m_results;
+  const BatchTask* m_ended = nullptr;
+};
+using BatchObserver = std::function<void(const BatchMoment&)>;
+
+/// The results in the order of the tasks. After a failure no further task is started, unless it is
+/// told to keep going; those that run come to their ends. observer is called for each task that
+/// ends, for each finished before, and several times a second in between.
+std::vector<BatchResult> RunBatch(std::span<const BatchTask> tasks, const BatchSettings& settings,
+                                  const BatchObserver& observer);
+
+/// Where both outputs of a task's process are kept.
+std::string ConsoleFileOf(const BatchTask& task);
+
+/// Why a process failed, from what it printed: the first line of its last error, else its last
+/// line, else its status.
+std::string FailureReason(const std::string& console_file, int status);
+
+}  // namespace tarvek::tools
