@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Times tarvek-tools batch with two jobs against one, on simulated runs.
 
-    scripts/measure_batch.py build/release/bin WORKDIR [--files 100] [--scans 2000] [--pairs 3]
+    scripts/measure_batch.py build/release/bin WORKDIR [--files 100] [--scans 1000] [--pairs 3]
 
 It simulates the runs once (seeds 1, 2, ...), warms the page cache with one batch, then alternates batches of
 one and of two jobs and prints the time of each, the ratio of each pair, and the median ratio. The outputs of
@@ -59,6 +59,7 @@ def measure(options, runs):
             if status != 0:
                 sys.exit(f"a batch failed: {sums}")
             fingerprints.add(fingerprint(options.workdir / f"out{jobs}"))
+            shutil.rmtree(options.workdir / f"out{jobs}")  # so that the disk has nothing left to write
         ratios.append(seconds[2] / seconds[1])
         print(f"pair {pair}: 1 job {seconds[1]:.2f} s, 2 jobs {seconds[2]:.2f} s, ratio {ratios[-1]:.3f}",
               flush=True)
@@ -82,7 +83,7 @@ def main():
     parser.add_argument("programs", type=pathlib.Path)
     parser.add_argument("workdir", type=pathlib.Path)
     parser.add_argument("--files", type=int, default=100)
-    parser.add_argument("--scans", type=int, default=2000)
+    parser.add_argument("--scans", type=int, default=1000)
     parser.add_argument("--pairs", type=int, default=3)
     options = parser.parse_args()
     options.table = pathlib.Path(__file__).resolve().parent.parent / "data" / "IPV.txt"
