@@ -12,6 +12,7 @@
 #include "NumberText.h"
 #include "ParameterFile.h"
 #include "StringUtils.h"
+#include "UserParameters.h"
 
 namespace tarvek::tools {
 namespace {

@@ -12,8 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "UserParameters.h"
-
 namespace tarvek::tools {
 
 struct BatchTask {

@@ -1,6 +1,6 @@
 #include "BatchRunner.h"
 
-#include <algorithm>
+#include <optional>
 #include <string_view>
 #include <utility>
 
