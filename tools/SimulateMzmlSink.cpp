@@ -1,16 +1,15 @@
 #include "SimulateMzmlSink.h"
 
-#include <openssl/evp.h>
 #include <zlib.h>
 
 #include <array>
 #include <bit>
 #include <cstdlib>
-#include <memory>
 #include <string_view>
 #include <vector>
 
 #include "Check.h"
+#include "Encoding.h"
 #include "FileUtils.h"
 #include "NumberText.h"
 
@@ -214,9 +213,7 @@ std::string Packed(std::string_view bytes) {
       compress2(compressed.data(), &size, reinterpret_cast<const Bytef*>(bytes.data()),
                 static_cast<uLong>(bytes.size()), Z_BEST_SPEED);
   TARVEK_CHECK(status == Z_OK, "status == Z_OK", "MzmlSink");
-  std::vector<unsigned char> text(4 * ((size + 2) / 3) + 1);  // with a final NUL
-  const int length = EVP_EncodeBlock(text.data(), compressed.data(), static_cast<int>(size));
-  return {text.begin(), text.begin() + length};
+  return Base64Text({reinterpret_cast<const char*>(compressed.data()), size});
 }
 
 void PutArray(XmlLines& lines, std::string_view bytes, const Term& type, const Term& content,
@@ -341,31 +338,6 @@ void ReadBlocks(const std::string& path, std::int64_t offset_bytes, Take take) {
   while (const std::size_t size = file.Read(block.data(), block.size()))
     take(std::string_view(block.data(), size));
 }
-
-class Sha1 {
- public:
-  Sha1() { Check(EVP_DigestInit_ex(m_context.get(), EVP_sha1(), nullptr)); }
-
-  void Take(std::string_view bytes) {
-    Check(EVP_DigestUpdate(m_context.get(), bytes.data(), bytes.size()));
-  }
-
-  std::string Hex() {
-    std::array<unsigned char, EVP_MAX_MD_SIZE> digest{};
-    unsigned int size = 0;
-    Check(EVP_DigestFinal_ex(m_context.get(), digest.data(), &size));
-    std::string text;
-    for (unsigned int i = 0; i < size; ++i)
-      for (const int shift : {4, 0}) text += "0123456789abcdef"[digest[i] >> shift & 0xF];
-    return text;
-  }
-
- private:
-  static void Check(int status) { TARVEK_CHECK(status == 1, "status == 1", "MzmlSink"); }
-
-  std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)> m_context{EVP_MD_CTX_new(),
-                                                                    &EVP_MD_CTX_free};
-};
 
 }  // namespace
 
