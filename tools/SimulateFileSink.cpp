@@ -16,9 +16,10 @@ constexpr const char* kTruthHeader =
 }  // namespace
 
 UnfinishedFile::UnfinishedFile(std::string path, const std::string& kind)
-    : m_path(std::move(path)), m_file(TemporaryPath(), "wb", kind) {}
+    : m_path(std::move(path)), m_file(std::in_place, TemporaryPath(), "wb", kind) {}
 
 UnfinishedFile::~UnfinishedFile() {
+  m_file.reset();
   if (!m_has_name) static_cast<void>(DeleteFileAt(TemporaryPath()));
 }
 

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -25,7 +26,7 @@ class UnfinishedFile {
   UnfinishedFile(const UnfinishedFile&) = delete;
   UnfinishedFile& operator=(const UnfinishedFile&) = delete;
 
-  [[nodiscard]] OutputFile& File() noexcept { return m_file; }
+  [[nodiscard]] OutputFile& File() noexcept { return *m_file; }
   [[nodiscard]] const std::string& Path() const noexcept { return m_path; }
   [[nodiscard]] std::string TemporaryPath() const { return m_path + "_unfinished"; }
 
@@ -34,7 +35,7 @@ class UnfinishedFile {
 
  private:
   std::string m_path;
-  OutputFile m_file;
+  std::optional<OutputFile> m_file;  // closed before it is deleted
   bool m_has_name = false;
 };
 
