@@ -15,15 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string QuotedForShell(std::string_view text) {
-  std::string quoted = "\"";
-  for (const char c : text) {
-    if (kShellEscapedCharacters.find(c) != std::string_view::npos) quoted += '\\';
-    quoted += c;
-  }
-  return quoted + "\"";
-}
-
 void ReplaceAll(std::string& text, std::string_view from, const std::string& to) {
   for (std::size_t at = text.find(from); at != std::string::npos;
        at = text.find(from, at + to.size()))
@@ -49,7 +40,7 @@ std::string FreshDirectory(const ExtractorOptions& options) {
 std::optional<std::string> FindProgram(std::string_view name, std::string_view search_path) {
   for (const std::string_view directory : Split(search_path, kPathSeparator == '/' ? ":" : ";")) {
     if (directory.empty()) continue;
-    const std::string path = JoinPath({directory, name});
+    const std::string path = JoinPath({directory, name}) + std::string(kProgramEnding);
     if (FileExists(path) && IsExecutable(path)) return path;
   }
   return std::nullopt;
@@ -129,9 +120,9 @@ std::string TemplateVariable(VendorKind kind) {
   return kind == VendorKind::kRaw ? "TARVEK_RAW_CONVERTER" : "TARVEK_WIFF_CONVERTER";
 }
 
-std::optional<std::string> FindConverter(VendorKind kind, const char* from_environment,
+std::optional<std::string> FindConverter(VendorKind kind, const std::string& from_environment,
                                          std::string_view search_path) {
-  if (from_environment != nullptr && *from_environment != '\0') return from_environment;
+  if (!from_environment.empty()) return from_environment;
   if (kind == VendorKind::kRaw)
     if (auto parser = FindRawParser(search_path)) return parser;
   return FindMsconvert(search_path);

@@ -22,7 +22,7 @@ std::string TemplateVariable(VendorKind kind);
 
 /// The template to use: that of the environment, else one for a program on the search path; nothing
 /// when there is none. search_path: directories as in PATH.
-std::optional<std::string> FindConverter(VendorKind kind, const char* from_environment,
+std::optional<std::string> FindConverter(VendorKind kind, const std::string& from_environment,
                                          std::string_view search_path);
 
 /// The command line: {in} and {outdir} become the paths in quotes for the shell; quotes that the

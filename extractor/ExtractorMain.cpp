@@ -36,7 +36,7 @@ int Guarded(const ProgramTexts& texts, const std::function<void()>& action, int 
   return status_of_failure;
 }
 
-int Run(int argc, char** argv, const ProgramTexts& texts,
+int Run(int argc, const char* const* argv, const ProgramTexts& texts,
         const std::function<void(const ExtractorOptions&)>& extract) {
   ConnectStandardStreams();
   CatchInterruptions();
@@ -54,11 +54,6 @@ int Run(int argc, char** argv, const ProgramTexts& texts,
       texts, [&] { extract(options); }, kFailed);
 }
 
-std::string Variable(const char* name) {
-  const char* const value = std::getenv(name);
-  return value == nullptr ? std::string() : value;
-}
-
 void ExtractVendorFile(const ExtractorOptions& options, VendorKind kind) {
   RemoveMarker(options);
   if (!PathExists(options.m_input)) throw "Cannot open instrument File, Path: " + options.m_input;
@@ -66,7 +61,8 @@ void ExtractVendorFile(const ExtractorOptions& options, VendorKind kind) {
     throw options.m_input + ": its spectra are in " + options.m_input +
         ".scan, which is not beside it";
   const auto converter =
-      FindConverter(kind, std::getenv(TemplateVariable(kind).c_str()), Variable("PATH"));
+      FindConverter(kind, EnvironmentVariable(TemplateVariable(kind)).value_or(std::string()),
+                    EnvironmentVariable("PATH").value_or(std::string()));
   if (!converter) throw options.m_input + ": cannot be read.\n" + NoConverterText(kind);
   const ConvertedFile converted(options, *converter, std::cout);
   Extract(options, converted.MzmlPath(), std::cout);
@@ -74,13 +70,13 @@ void ExtractVendorFile(const ExtractorOptions& options, VendorKind kind) {
 
 }  // namespace
 
-int RunXmlExtractor(int argc, char** argv) {
+int RunXmlExtractor(int argc, const char* const* argv) {
   const ProgramTexts texts{"morvex_xml.exe", "mzML and mzXML files, plain or gzipped,"};
   return Run(argc, argv, texts,
              [](const ExtractorOptions& options) { Extract(options, options.m_input, std::cout); });
 }
 
-int RunVendorExtractor(int argc, char** argv, VendorKind kind) {
+int RunVendorExtractor(int argc, const char* const* argv, VendorKind kind) {
   const bool is_raw = kind == VendorKind::kRaw;
   const ProgramTexts texts{is_raw ? "morvex_raw.exe" : "morvex_wiff.exe",
                            is_raw ? "raw files (through a converter that you have installed)"

@@ -10,7 +10,7 @@ namespace tarvek::extractor {
 
 /// 0 when the outputs and the marker are written, 1 when they are not, 2 when the command line makes
 /// no sense.
-int RunXmlExtractor(int argc, char** argv);
-int RunVendorExtractor(int argc, char** argv, VendorKind kind);
+int RunXmlExtractor(int argc, const char* const* argv);
+int RunVendorExtractor(int argc, const char* const* argv, VendorKind kind);
 
 }  // namespace tarvek::extractor

@@ -1,5 +1,9 @@
 #include "ExtractorMain.h"
+#include "Platform.h"
 
 int main(int argc, char** argv) {
-  return tarvek::extractor::RunVendorExtractor(argc, argv, tarvek::extractor::VendorKind::kRaw);
+  return tarvek::CallMain(argc, argv, [](int count, const char* const* arguments) {
+    return tarvek::extractor::RunVendorExtractor(count, arguments,
+                                                 tarvek::extractor::VendorKind::kRaw);
+  });
 }

@@ -1,3 +1,6 @@
 #include "ExtractorMain.h"
+#include "Platform.h"
 
-int main(int argc, char** argv) { return tarvek::extractor::RunXmlExtractor(argc, argv); }
+int main(int argc, char** argv) {
+  return tarvek::CallMain(argc, argv, &tarvek::extractor::RunXmlExtractor);
+}

@@ -1,3 +1,4 @@
 #include "MainDriver.h"
+#include "Platform.h"
 
-int main(int argc, char** argv) { return tarvek::RunTarvek(argc, argv); }
+int main(int argc, char** argv) { return tarvek::CallMain(argc, argv, &tarvek::RunTarvek); }

@@ -23,9 +23,7 @@ int Fail(const std::string& message) {
   return kFailure;
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+int Run(int argc, const char* const* argv) {
   try {
     tarvek::ConnectStandardStreams();
     CLI::App app("Companion programs of tarvek", "tarvek-tools");
@@ -47,3 +45,7 @@ int main(int argc, char** argv) {
     return Fail(error.what());
   }
 }
+
+}  // namespace
+
+int main(int argc, char** argv) { return tarvek::CallMain(argc, argv, &Run); }

@@ -74,13 +74,4 @@ std::string ExtractorCommand(const UserParameters& parameters, std::string_view 
   return command;
 }
 
-std::string QuotedForShell(std::string_view text) {
-  std::string quoted = "\"";
-  for (const char c : text) {
-    if (kShellEscapedCharacters.find(c) != std::string_view::npos) quoted += '\\';
-    quoted += c;
-  }
-  return quoted + "\"";
-}
-
 }  // namespace tarvek

@@ -28,7 +28,4 @@ std::string ExtractorProgram(std::string_view name, const std::string& installed
 std::string ExtractorCommand(const UserParameters& parameters, std::string_view mode,
                              const std::string& program);
 
-/// text in double quotes for the system's shell, which hands it on unchanged.
-std::string QuotedForShell(std::string_view text);
-
 }  // namespace tarvek

@@ -18,9 +18,18 @@
 
 namespace tarvek {
 
-/// Characters that the system's shell would act on inside double quotes, unless a backslash is put
-/// before them.
-extern const std::string_view kShellEscapedCharacters;
+/// Calls body with the program's arguments in UTF-8 and with standard streams that pass every byte
+/// unchanged; returns what body returns. The first thing that a main function does.
+int CallMain(int argc, const char* const* argv, int (*body)(int, const char* const*));
+
+/// The value of an environment variable, nothing when there is none of this name.
+std::optional<std::string> EnvironmentVariable(const std::string& name);
+
+/// text in double quotes for the system's shell, which hands it on to a program unchanged.
+std::string QuotedForShell(std::string_view text);
+
+/// What the file name of a program ends in on this system; may be empty.
+extern const std::string_view kProgramEnding;
 
 /// Written between the parts of a path that we build; both '\' and '/' are accepted when reading.
 extern const char kPathSeparator;

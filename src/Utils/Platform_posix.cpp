@@ -11,6 +11,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <filesystem>
 #include <memory>
@@ -57,7 +58,27 @@ using Directory = std::unique_ptr<DIR, CloseDirectory>;
 }  // namespace
 
 const char kPathSeparator = '/';
-const std::string_view kShellEscapedCharacters = "\"$`\\";
+const std::string_view kProgramEnding;
+
+// Arguments are bytes here, UTF-8 wherever the user's locale is.
+int CallMain(int argc, const char* const* argv, int (*body)(int, const char* const*)) {
+  return body(argc, argv);
+}
+
+std::optional<std::string> EnvironmentVariable(const std::string& name) {
+  const char* const value = std::getenv(name.c_str());
+  return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
+std::string QuotedForShell(std::string_view text) {
+  constexpr std::string_view kEscaped = "\"$`\\";  // the shell acts on these inside the quotes
+  std::string quoted = "\"";
+  for (const char c : text) {
+    if (kEscaped.find(c) != std::string_view::npos) quoted += '\\';
+    quoted += c;
+  }
+  return quoted + "\"";
+}
 
 File::File(File&& other) noexcept
     : m_descriptor(std::exchange(other.m_descriptor, -1)), m_path(std::move(other.m_path)) {}

@@ -142,7 +142,7 @@ class SearchPathTest : public testing::Test {
     WriteFile(m_directory / name, "");
     fs::permissions(m_directory / name, fs::perms::owner_all);
   }
-  std::optional<std::string> Find(VendorKind kind, const char* from_environment = nullptr) {
+  std::optional<std::string> Find(VendorKind kind, const std::string& from_environment = "") {
     return FindConverter(kind, from_environment, "/nowhere:" + m_directory.Path());
   }
   TemporaryDirectory m_directory;
