@@ -1,0 +1,348 @@
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+// After windows.h, whose types they use.
+#include <fcntl.h>
+#include <io.h>
+#include <shellapi.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <utility>
+
+#include "Platform.h"
+
+namespace tarvek {
+namespace {
+
+constexpr std::size_t kMaxPieceBytes = 2047;                  // of a line of a child's output
+constexpr std::size_t kMaxBlockBytes = std::size_t{1} << 30;  // of one _read or _write
+
+// Longer paths need the prefix that switches the limit of MAX_PATH off; directories have a lower
+// limit, which leaves room for a name of eight and three characters.
+constexpr std::size_t kMaxPlainPath = MAX_PATH - 13;
+constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
+constexpr std::wstring_view kLongNetworkPrefix = L"\\\\?\\UNC\\";
+
+std::wstring Wide(std::string_view utf8) {
+  const int size = static_cast<int>(utf8.size());
+  const int count = ::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, nullptr, 0);
+  std::wstring wide(static_cast<std::size_t>(count), L'\0');
+  ::MultiByteToWideChar(CP_UTF8, 0, utf8.data(), size, wide.data(), count);
+  return wide;
+}
+
+std::string Utf8(std::wstring_view wide) {
+  const int size = static_cast<int>(wide.size());
+  const int count =
+      ::WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, nullptr, 0, nullptr, nullptr);
+  std::string utf8(static_cast<std::size_t>(count), '\0');
+  ::WideCharToMultiByte(CP_UTF8, 0, wide.data(), size, utf8.data(), count, nullptr, nullptr);
+  return utf8;
+}
+
+// The absolute path with '\' between its parts; path itself when the system cannot tell.
+std::wstring FullPath(const std::wstring& path) {
+  const DWORD size = ::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
+  std::wstring full(size, L'\0');
+  const DWORD length = ::GetFullPathNameW(path.c_str(), size, full.data(), nullptr);
+  if (length == 0 || length >= size) return path;
+  full.resize(length);
+  return full;
+}
+
+std::wstring WithoutLengthLimit(const std::wstring& path) {
+  const std::wstring full = FullPath(path);
+  if (full.starts_with(kLongPrefix)) return full;
+  if (full.starts_with(L"\\\\")) return std::wstring(kLongNetworkPrefix) + full.substr(2);
+  return std::wstring(kLongPrefix) + full;
+}
+
+// A path for the system. "D:" is the root of the drive, as it is what is left of "D:\" without its
+// trailing separators; the system would take the current directory of that drive.
+std::wstring SystemPath(std::string_view path) {
+  std::wstring wide = Wide(path);
+  if (wide.size() == 2 && wide.back() == L':') wide += L'\\';
+  return wide.size() < kMaxPlainPath ? wide : WithoutLengthLimit(wide);
+}
+
+constexpr DWORD kShareContent = FILE_SHARE_READ | FILE_SHARE_WRITE;
+
+struct FileMode {
+  DWORD m_access = 0;
+  DWORD m_disposition = 0;
+  DWORD m_share = 0;  // what others may do meanwhile
+};
+
+// A file that is written stays where it is until it is closed; one that is read may go.
+// Append access without write access: the system moves every write to the end of the file.
+FileMode ModeOf(std::string_view mode) {
+  switch (mode.empty() ? 'r' : mode.front()) {
+    case 'w':
+      return {GENERIC_READ | GENERIC_WRITE, CREATE_ALWAYS, kShareContent};
+    case 'a':
+      return {GENERIC_READ | FILE_APPEND_DATA, OPEN_ALWAYS, kShareContent};
+    default:
+      return {GENERIC_READ, OPEN_EXISTING, kShareContent | FILE_SHARE_DELETE};
+  }
+}
+
+// A descriptor for a handle, -1 on failure; it owns the handle.
+int DescriptorFor(HANDLE handle) {
+  const int descriptor = ::_open_osfhandle(reinterpret_cast<std::intptr_t>(handle), _O_BINARY);
+  if (descriptor < 0) ::CloseHandle(handle);
+  return descriptor;
+}
+
+struct CloseSearch {
+  using pointer = HANDLE;
+  void operator()(HANDLE search) const noexcept { ::FindClose(search); }
+};
+using Search = std::unique_ptr<HANDLE, CloseSearch>;
+
+bool MakeOneDirectory(const std::wstring& path) {
+  return ::CreateDirectoryW(path.c_str(), nullptr) != 0 || ::GetLastError() == ERROR_ALREADY_EXISTS;
+}
+
+// The arguments in UTF-8; where the system does not give them, those of the C library.
+std::vector<std::string> Utf8Arguments(int argc, const char* const* argv) {
+  struct FreeLocal {
+    void operator()(wchar_t** words) const noexcept { ::LocalFree(words); }
+  };
+  int count = 0;
+  const std::unique_ptr<wchar_t*[], FreeLocal> words(
+      ::CommandLineToArgvW(::GetCommandLineW(), &count));
+  if (!words) return {argv, argv + argc};
+  std::vector<std::string> arguments;
+  for (int i = 0; i < count; ++i) arguments.push_back(Utf8(words[static_cast<std::size_t>(i)]));
+  return arguments;
+}
+
+// A console shows bytes as UTF-8 while this lives; it is the user's, who gets it back as it was.
+class Utf8Console {
+ public:
+  Utf8Console() noexcept : m_former(::GetConsoleOutputCP()) { ::SetConsoleOutputCP(CP_UTF8); }
+  ~Utf8Console() { ::SetConsoleOutputCP(m_former); }
+  Utf8Console(const Utf8Console&) = delete;
+  Utf8Console& operator=(const Utf8Console&) = delete;
+
+ private:
+  UINT m_former;
+};
+
+}  // namespace
+
+const char kPathSeparator = '\\';
+const std::string_view kProgramEnding = ".exe";
+
+int CallMain(int argc, const char* const* argv, int (*body)(int, const char* const*)) {
+  const std::vector<std::string> arguments = Utf8Arguments(argc, argv);
+  std::vector<const char*> pointers;
+  for (const std::string& argument : arguments) pointers.push_back(argument.c_str());
+  pointers.push_back(nullptr);
+  for (std::FILE* const stream : {stdin, stdout, stderr})
+    static_cast<void>(::_setmode(::_fileno(stream), _O_BINARY));
+  const Utf8Console console;
+  return body(static_cast<int>(arguments.size()), pointers.data());
+}
+
+std::optional<std::string> EnvironmentVariable(const std::string& name) {
+  const std::wstring wide_name = Wide(name);
+  ::SetLastError(ERROR_SUCCESS);
+  const DWORD size = ::GetEnvironmentVariableW(wide_name.c_str(), nullptr, 0);
+  if (size == 0 && ::GetLastError() == ERROR_ENVVAR_NOT_FOUND) return std::nullopt;
+  std::wstring value(size, L'\0');
+  value.resize(::GetEnvironmentVariableW(wide_name.c_str(), value.data(), size));
+  return Utf8(value);
+}
+
+// Two readers take the text apart: the shell, for which two '%' enclose the name of a variable even
+// inside quotes unless a '^' outside of them breaks the name, and the program, for which backslashes
+// before a quote count in pairs. File names hold no quotes; one becomes \" for the program.
+std::string QuotedForShell(std::string_view text) {
+  const bool breaks_names = std::ranges::count(text, '%') > 1;
+  std::string quoted = "\"";
+  std::size_t backslashes = 0;  // that stand last
+  const auto double_backslashes = [&] { quoted.append(std::exchange(backslashes, 0), '\\'); };
+  for (const char c : text) {
+    const bool is_name_end = c == '%' && breaks_names;
+    if (c == '"' || is_name_end) double_backslashes();
+    if (is_name_end) {
+      quoted += "\"^%\"";
+      continue;
+    }
+    if (c == '"') quoted += '\\';
+    quoted += c;
+    backslashes = c == '\\' ? backslashes + 1 : 0;
+  }
+  double_backslashes();
+  return quoted + "\"";
+}
+
+File::File(File&& other) noexcept
+    : m_descriptor(std::exchange(other.m_descriptor, -1)), m_path(std::move(other.m_path)) {}
+
+File& File::operator=(File&& other) noexcept {
+  if (this != &other) {
+    static_cast<void>(Close());
+    m_descriptor = std::exchange(other.m_descriptor, -1);
+    m_path = std::move(other.m_path);
+  }
+  return *this;
+}
+
+File::~File() { static_cast<void>(Close()); }
+
+// The system refuses a directory by itself.
+File File::Open(const std::string& path, std::string_view mode) {
+  File file;
+  file.m_path = path;
+  const FileMode how = ModeOf(mode);
+  HANDLE const handle = ::CreateFileW(SystemPath(path).c_str(), how.m_access, how.m_share, nullptr,
+                                      how.m_disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (handle != INVALID_HANDLE_VALUE) file.m_descriptor = DescriptorFor(handle);
+  return file;
+}
+
+std::size_t File::Read(char* bytes, std::size_t size) {
+  const auto block = static_cast<unsigned>(std::min(size, kMaxBlockBytes));
+  const int count = IsOpen() ? ::_read(m_descriptor, bytes, block) : -1;
+  if (count < 0) throw "Cannot read " + m_path;
+  return static_cast<std::size_t>(count);
+}
+
+bool File::Write(std::string_view bytes) noexcept {
+  while (!bytes.empty()) {
+    const auto block = static_cast<unsigned>(std::min(bytes.size(), kMaxBlockBytes));
+    const int count = IsOpen() ? ::_write(m_descriptor, bytes.data(), block) : -1;
+    if (count <= 0) return false;
+    bytes.remove_prefix(static_cast<std::size_t>(count));
+  }
+  return true;
+}
+
+bool File::Seek(std::int64_t offset_bytes) noexcept {
+  return IsOpen() && offset_bytes >= 0 &&
+         ::_lseeki64(m_descriptor, offset_bytes, SEEK_SET) == offset_bytes;
+}
+
+std::int64_t File::SizeBytes() const noexcept {
+  struct ::_stat64 status {};
+  const bool has_size =
+      IsOpen() && ::_fstat64(m_descriptor, &status) == 0 && (status.st_mode & _S_IFMT) == _S_IFREG;
+  return has_size ? status.st_size : 0;
+}
+
+bool File::Close() noexcept {
+  if (!IsOpen()) return true;
+  return ::_close(std::exchange(m_descriptor, -1)) == 0;
+}
+
+bool IsDirectory(const std::string& path) {
+  const DWORD attributes = ::GetFileAttributesW(SystemPath(path).c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
+}
+
+std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& path) {
+  if (!IsDirectory(path)) return std::nullopt;
+  WIN32_FIND_DATAW entry{};
+  HANDLE const first = ::FindFirstFileW(SystemPath(path + "\\*").c_str(), &entry);
+  std::vector<std::string> names;
+  if (first == INVALID_HANDLE_VALUE) {
+    if (::GetLastError() != ERROR_FILE_NOT_FOUND) return std::nullopt;
+    return names;  // the root of an empty drive
+  }
+  const Search search(first);
+  do {
+    names.push_back(Utf8(entry.cFileName));
+  } while (::FindNextFileW(search.get(), &entry) != 0);
+  return names;
+}
+
+// The parts one after another, from behind the drive or the host; a share is tried in vain.
+bool MakeDirectoryTree(const std::string& path) {
+  if (IsDirectory(path)) return true;
+  const std::wstring full = WithoutLengthLimit(Wide(path));
+  const std::size_t root = full.find(L'\\', kLongPrefix.size());
+  for (std::size_t at = full.find(L'\\', root + 1); at != std::wstring::npos;
+       at = full.find(L'\\', at + 1))
+    MakeOneDirectory(full.substr(0, at));
+  MakeOneDirectory(full);
+  return IsDirectory(path);
+}
+
+bool DeleteFileAt(const std::string& path) noexcept {
+  return ::DeleteFileW(SystemPath(path).c_str()) != 0;
+}
+
+bool RenameFileAt(const std::string& from, const std::string& to) noexcept {
+  return ::MoveFileExW(SystemPath(from).c_str(), SystemPath(to).c_str(),
+                       MOVEFILE_REPLACE_EXISTING) != 0;
+}
+
+std::string ExecutableDirectory() {
+  std::wstring path(MAX_PATH, L'\0');
+  DWORD length = 0;
+  while ((length = ::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) ==
+         path.size())
+    path.resize(2 * path.size());
+  path.resize(length);
+  return Utf8(path.substr(0, std::min(path.find_last_of(L'\\'), path.size())));
+}
+
+LocalTime CurrentLocalTime() {
+  SYSTEMTIME now{};
+  ::GetLocalTime(&now);
+  return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wDayOfWeek};
+}
+
+std::int64_t MonotonicMilliseconds() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+}
+
+bool StandardErrorIsTerminal() noexcept {
+  DWORD mode = 0;
+  return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
+}
+
+ChildProcess::ChildProcess(ChildProcess&& other) noexcept
+    : m_pipe(std::exchange(other.m_pipe, nullptr)) {}
+
+ChildProcess::~ChildProcess() { static_cast<void>(Wait()); }
+
+// The shell takes one pair of quotes away when the line begins with a quote and holds more.
+ChildProcess ChildProcess::Start(const std::string& command_line) {
+  ChildProcess child;
+  child.m_pipe = ::_wpopen((L"\"" + Wide(command_line) + L"\"").c_str(), L"rb");
+  return child;
+}
+
+bool ChildProcess::ReadLine(std::string& line) {
+  line.clear();
+  while (line.size() < kMaxPieceBytes) {
+    const int c = std::getc(m_pipe);
+    if (c == EOF) break;
+    line.push_back(static_cast<char>(c));
+    if (c == '\n') return true;
+  }
+  return !line.empty();
+}
+
+bool ChildProcess::AtEnd() const noexcept { return std::feof(m_pipe) != 0; }
+
+int ChildProcess::Wait() noexcept {
+  if (m_pipe == nullptr) return 0;
+  return ::_pclose(std::exchange(m_pipe, nullptr));
+}
+
+// There are no such signals here: a failed write is an error by itself.
+void IgnoreWriteSignals() noexcept {}
+
+}  // namespace tarvek
