@@ -151,7 +151,7 @@ class ProcessMsbSpectra : public testing::Test {
                                                const std::string& what) const {
     std::vector<std::string> names;
     std::istringstream lines(out);
-    const std::string start = "[Tarvek] <INFO> - " + what + " " + m_directory.Path() + "/";
+    const std::string start = "[Tarvek] <INFO> - " + what + " " + (m_directory / "");
     for (std::string line; std::getline(lines, line);)
       if (line.starts_with(start)) names.push_back(line.substr(start.size()));
     return names;

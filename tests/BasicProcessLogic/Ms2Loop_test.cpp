@@ -194,7 +194,7 @@ TEST_F(ProcessTextSpectra, ClosesReadersAndWritersInTheirOrder) {
   const std::string out = Process(FragmentScan(2)).m_out;
   std::vector<std::string> closed;
   std::istringstream lines(out);
-  const std::string start = "[Tarvek] <INFO> - Closed " + m_directory.Path() + "/";
+  const std::string start = "[Tarvek] <INFO> - Closed " + (m_directory / "");
   for (std::string line; std::getline(lines, line);)
     if (line.starts_with(start)) closed.push_back(line.substr(start.size()));
   EXPECT_EQ(closed, (std::vector<std::string>{"run.ms1", "run.pf1", "run.ms2", "run_HCDFT.pf2",

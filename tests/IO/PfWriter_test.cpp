@@ -1,7 +1,6 @@
 #include "PfWriter.h"
 
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <bit>
 #include <filesystem>
@@ -141,15 +140,6 @@ TEST(PfWriter, NamesTheIndexFileThatCannotBeOpened) {
   CaptureConsole(
       [&] { message = MessageOf([&] { PfWriter writer(directory / "a.pf1", "wb+", "run1"); }); });
   EXPECT_EQ(message, "Cannot open PF index File, Path: " + (directory / "a.pf1idx"));
-}
-
-TEST(PfWriter, RefusesAFileThatCannotBeRepositionedWhenItIsOpened) {
-  const TemporaryDirectory directory;
-  ASSERT_EQ(::mkfifo((directory / "a.pf1").c_str(), 0600), 0);
-  std::string message;
-  CaptureConsole(
-      [&] { message = MessageOf([&] { PfWriter writer(directory / "a.pf1", "wb+", "run1"); }); });
-  EXPECT_EQ(message, "Cannot relocate to 0 in " + (directory / "a.pf1"));
 }
 
 TEST(PfWriter, ReportsAFailedWriteOfTheHeader) {

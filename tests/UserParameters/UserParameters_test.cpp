@@ -344,7 +344,7 @@ TEST_F(UserParametersTest, KeepsARootAsOutputDirectory) {
   record.m_outputpath = "//";
   record.m_logfilepath = m_directory.Path();
   CaptureConsole([&] { Validate(record); });
-  EXPECT_EQ(record.m_outputpath, "/");
+  EXPECT_EQ(record.m_outputpath, std::string(1, kPathSeparator));
 }
 
 TEST_F(UserParametersTest, OutputDirectoryIsMadeWithItsParents) {

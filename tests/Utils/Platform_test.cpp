@@ -4,10 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <csignal>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <utility>
@@ -212,13 +210,6 @@ TEST_F(FileLockTest, HoldsNoDevice) {
   EXPECT_FALSE(one.IsHeld() || two.IsHeldElsewhere());
 }
 
-TEST(ExecutableDirectory, HoldsThisProgram) {
-  ASSERT_NE(ExecutableDirectory(), "");
-  const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
-  EXPECT_TRUE(
-      std::filesystem::exists(std::filesystem::path(ExecutableDirectory()) / program.filename()));
-}
-
 TEST(CurrentLocalTime, IsTheTimeOfTheClock) {
   const LocalTime time = CurrentLocalTime();
   std::tm fields{};
@@ -238,137 +229,6 @@ TEST(MonotonicMilliseconds, CountsMilliseconds) {
   const std::int64_t elapsed_ms = MonotonicMilliseconds() - start_ms;
   EXPECT_GE(elapsed_ms, 20);
   EXPECT_LT(elapsed_ms, 20000);
-}
-/// A process that ended and that nobody has waited for does not run any more.
-bool Runs(pid_t process) {
-  std::ifstream status("/proc/" + std::to_string(process) + "/stat");
-  std::string number;
-  std::string name;
-  std::string state;
-  return status >> number >> name >> state && state != "Z" && state != "X";
-}
-
-class BackgroundProcessTest : public testing::Test {
- protected:
-  [[nodiscard]] BackgroundProcess Shell(const std::string& script) const {
-    return BackgroundProcess::Start({"/bin/sh", "-c", script}, m_output);
-  }
-
-  /// The status once the process has ended; -2 when it has not after ten seconds.
-  static int StatusOf(BackgroundProcess& process) {
-    const std::int64_t deadline_ms = MonotonicMilliseconds() + 10'000;
-    while (MonotonicMilliseconds() < deadline_ms) {
-      if (const std::optional<int> status = process.Poll()) return *status;
-      BackgroundProcess::WaitForAny({&process, 1}, 1000);
-    }
-    return -2;
-  }
-
-  void WaitForOutput() const {
-    while (!std::filesystem::exists(m_output) || std::filesystem::is_empty(m_output))
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-
-  test::TemporaryDirectory m_directory;
-  std::string m_output = m_directory / "output";
-};
-
-TEST_F(BackgroundProcessTest, KeepsBothOutputsInTheFile) {
-  test::WriteFile(m_output, "of an earlier process, longer than the new one\n");
-  BackgroundProcess process = Shell("echo out; echo err >&2");
-  EXPECT_EQ(StatusOf(process), 0);
-  EXPECT_EQ(test::ReadFile(m_output), "out\nerr\n");
-}
-
-TEST_F(BackgroundProcessTest, GivesArgumentsAsTheyAre) {
-  BackgroundProcess process = BackgroundProcess::Start(
-      {"/bin/sh", "-c", "printf '%s|' \"$@\"", "x", "a b", "$HOME", "\"'", ""}, m_output);
-  EXPECT_EQ(StatusOf(process), 0);
-  EXPECT_EQ(test::ReadFile(m_output), "a b|$HOME|\"'||");
-}
-
-TEST_F(BackgroundProcessTest, HasNoStandardInput) {
-  BackgroundProcess process = Shell("cat");
-  EXPECT_EQ(StatusOf(process), 0);
-}
-
-TEST_F(BackgroundProcessTest, TellsTheEndOnce) {
-  BackgroundProcess process = Shell("exit 3");
-  EXPECT_TRUE(process.IsRunning());
-  EXPECT_EQ(StatusOf(process), 3);
-  EXPECT_FALSE(process.IsRunning());
-  EXPECT_EQ(process.Poll(), std::nullopt);
-}
-
-TEST_F(BackgroundProcessTest, IsNotRunningWithoutAProgram) {
-  EXPECT_FALSE(BackgroundProcess().IsRunning());
-  BackgroundProcess none = BackgroundProcess::Start({m_directory / "none"}, m_output);
-  EXPECT_FALSE(none.IsRunning());
-  none.End(BackgroundProcess::Ending::kForced);  // harmless
-}
-
-TEST_F(BackgroundProcessTest, EndsWithWhatItStartedWhenAsked) {
-  BackgroundProcess process = Shell("sleep 100 & echo $!; wait");
-  WaitForOutput();
-  EXPECT_EQ(process.Poll(), std::nullopt);
-  process.End(BackgroundProcess::Ending::kAsked);
-  EXPECT_EQ(StatusOf(process), 128 + SIGTERM);
-  const pid_t sleeper = std::stoi(test::ReadFile(m_output));
-  for (int i = 0; i < 1000 && Runs(sleeper); ++i)
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  EXPECT_FALSE(Runs(sleeper));
-}
-
-TEST_F(BackgroundProcessTest, EndsWhenForced) {
-  BackgroundProcess process = Shell("trap '' TERM; echo ready; sleep 100");
-  WaitForOutput();
-  process.End(BackgroundProcess::Ending::kAsked);
-  process.End(BackgroundProcess::Ending::kForced);
-  EXPECT_EQ(StatusOf(process), 128 + SIGKILL);
-}
-
-TEST_F(BackgroundProcessTest, DoesNotOutliveItsObject) {
-  pid_t leader = 0;
-  {
-    const BackgroundProcess process = Shell("echo $$; sleep 100");
-    WaitForOutput();
-    leader = std::stoi(test::ReadFile(m_output));
-  }
-  EXPECT_FALSE(Runs(leader));
-}
-
-TEST_F(BackgroundProcessTest, WaitingEndsWithTheProcessOrTheTime) {
-  BackgroundProcess process = Shell("sleep 100");
-  const std::int64_t start_ms = MonotonicMilliseconds();
-  BackgroundProcess::WaitForAny({&process, 1}, 50);
-  EXPECT_GE(MonotonicMilliseconds() - start_ms, 45);
-  BackgroundProcess quick = Shell("exit 0");
-  BackgroundProcess::WaitForAny({&quick, 1}, 60'000);
-  EXPECT_LT(MonotonicMilliseconds() - start_ms, 30'000);
-}
-
-TEST(NoteStopRequests, TurnsCtrlCIntoANoteUnlessItIsIgnored) {
-  const auto former_interrupt = std::signal(SIGINT, SIG_DFL);
-  const auto former_end = std::signal(SIGTERM, SIG_IGN);
-  const auto former_hangup = std::signal(SIGHUP, SIG_DFL);
-  NoteStopRequests();
-  EXPECT_EQ(std::raise(SIGTERM), 0);
-  EXPECT_FALSE(StopRequested());
-  EXPECT_EQ(std::raise(SIGINT), 0);  // would end this process otherwise
-  EXPECT_TRUE(StopRequested());
-  std::signal(SIGINT, former_interrupt);
-  std::signal(SIGTERM, former_end);
-  std::signal(SIGHUP, former_hangup);
-}
-
-TEST(IgnoreWriteSignals, KeepsTheProcessAliveWhenAPipeBreaks) {
-  const auto former_pipe = std::signal(SIGPIPE, SIG_DFL);
-  const auto former_size = std::signal(SIGXFSZ, SIG_DFL);
-  IgnoreWriteSignals();
-  EXPECT_EQ(std::raise(SIGPIPE), 0);  // would end this process otherwise
-  EXPECT_EQ(std::raise(SIGXFSZ), 0);
-  std::signal(SIGPIPE, former_pipe);
-  std::signal(SIGXFSZ, former_size);
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ std::string Packed(std::string_view bytes, int window_bits) {
   z_stream stream{};
   if (deflateInit2(&stream, Z_BEST_SPEED, Z_DEFLATED, window_bits, 8, Z_DEFAULT_STRATEGY) != Z_OK)
     throw std::runtime_error("deflateInit2");
-  std::string packed(deflateBound(&stream, bytes.size()) + 64, '\0');
+  std::string packed(deflateBound(&stream, static_cast<uLong>(bytes.size())) + 64, '\0');
   stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(bytes.data()));
   stream.avail_in = static_cast<uInt>(bytes.size());
   stream.next_out = reinterpret_cast<Bytef*>(packed.data());
@@ -219,16 +219,6 @@ Extracted ExtractXml(const std::string& xml, const std::vector<std::string>& opt
 
 std::string ExtractionError(const std::string& xml, const std::string& file_name) {
   return tarvek::test::MessageOf([&] { ExtractXml(xml, {}, file_name); });
-}
-
-tarvek::test::ProcessResult RunExtractor(const std::string& kind,
-                                         const std::vector<std::string>& arguments,
-                                         const std::map<std::string, std::string>& variables) {
-  tarvek::test::ProcessRequest request;
-  request.m_program = std::string(TARVEK_EXTRACTOR_DIRECTORY) + "/morvex_" + kind + ".exe";
-  request.m_arguments = arguments;
-  request.m_environment = variables;
-  return tarvek::test::RunProcess(request);
 }
 
 std::vector<std::string> LinesFrom(const std::string& text, std::string_view start) {

@@ -57,19 +57,6 @@ TEST(MzmlExtraction, WritesASurveyAndAFragmentScan) {
             "I\tPrecursorScan\t7\nZ\t2\t999.99272\n400.25000 10.0\n401.50000 20.0\n");
 }
 
-TEST(MzmlExtraction, WritesTheFiveHeaderLines) {
-  const test::TemporaryDirectory directory;
-  test::WriteFile(directory / "run.mzML", Mzml({Survey(1)}));
-  ASSERT_EQ(test::RunExtractor("xml", {directory / "run.mzML"}).m_exit_status, 0);
-  const Lines header = LinesFrom(test::ReadFile(directory / "run.ms1"), "H\t");
-  ASSERT_EQ(header.size(), 5u);
-  EXPECT_TRUE(header[0].starts_with("H\tCreationDate\t"));
-  EXPECT_EQ(header[1], "H\tExtractor\tTarvek");
-  EXPECT_EQ(header[2], "H\tExtractorVersion\t2.0.8");
-  EXPECT_TRUE(header[3].starts_with("H\tComments\t"));
-  EXPECT_EQ(header[4], "H\tDataType\tCentroided");
-}
-
 TEST(MzmlExtraction, TakesScanNumbersFromIdsThatHaveThem) {
   const Extracted out = ExtractScans(
       {WithId(Survey(0), "scan=5"), WithId(Survey(0), "controllerType=0 controllerNumber=1 scan=9"),

@@ -2,11 +2,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <csignal>
 #include <ctime>
 #include <filesystem>
 #include <iostream>
@@ -154,31 +150,6 @@ TEST_F(LoggerTest, GoesOnAfterTheConsoleFailed) {
     m_logger.Message(kInfo, "seen");
   });
   EXPECT_EQ(text.m_out, "[Tarvek] <INFO> - seen\n");
-}
-
-// In a process of its own whose files may not grow: every write to the log fails.
-TEST_F(LoggerTest, IgnoresALogFileThatCannotGrow) {
-  const pid_t child = ::fork();
-  ASSERT_GE(child, 0);
-  if (child == 0) {
-    IgnoreWriteSignals();
-    const rlimit limit{0, 0};
-    int status = ::setrlimit(RLIMIT_FSIZE, &limit) == 0 ? 0 : 1;
-    try {
-      CaptureConsole([&] {
-        m_logger.SetLogDirectory(m_directory.Path());
-        m_logger.Message(kInfo, "lost");
-      });
-    } catch (...) {
-      status = 2;
-    }
-    ::_exit(status);
-  }
-  int status = 0;
-  ASSERT_EQ(::waitpid(child, &status, 0), child);
-  EXPECT_TRUE(WIFEXITED(status));
-  EXPECT_EQ(WEXITSTATUS(status), 0);
-  EXPECT_EQ(ReadFile(LogPath()), "");
 }
 
 TEST(GlobalLogger, IsOneAndTheSame) { EXPECT_EQ(&GlobalLogger(), &GlobalLogger()); }

@@ -326,8 +326,8 @@ TEST_F(Extraction, StartsWithTheSignalsOfBrokenPipesInPlace) {
 }
 TEST_F(Extraction, IsAwaitedByARunWhoseParentIgnoresItsChildren) {
   PlaceExtractor(kCopyTextPair);
-  ProcessRequest request =
-      Request({"--ignore-signal=CHLD", TARVEK_PROGRAM, "-D", "run.raw", "-O", "out"});
+  ProcessRequest request = Request(
+      {"--ignore-signal=CHLD", TestedProgram(TARVEK_PROGRAM), "-D", "run.raw", "-O", "out"});
   request.m_program = "/usr/bin/env";
   EXPECT_EQ(RunRequest(request).m_exit_status, 0) << m_result.m_err;
 }

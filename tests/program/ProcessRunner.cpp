@@ -10,6 +10,7 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <stdexcept>
 #include <utility>
 
@@ -20,6 +21,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::seconds kLongestRun{300};
 constexpr int kExecFailed = 127;
+constexpr const char* kForeignPrograms = "TARVEK_TEST_PROGRAMS";
 
 /// A descriptor that is closed at the end of its life.
 class Descriptor {
@@ -154,6 +156,13 @@ void Reap(pid_t child, ProcessResult& result) {
 }
 
 }  // namespace
+
+bool TestsForeignPrograms() { return std::getenv(kForeignPrograms) != nullptr; }
+
+std::string TestedProgram(const std::string& built) {
+  if (!TestsForeignPrograms()) return built;
+  return std::string(std::getenv(kForeignPrograms)) + built.substr(built.rfind('/'));
+}
 
 struct RunningProcess::State {
   explicit State(ProcessRequest request) : m_request(std::move(request)) {}

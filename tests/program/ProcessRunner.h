@@ -63,4 +63,11 @@ class RunningProcess {
   std::unique_ptr<State> m_state;
 };
 
+/// Whether the programs of another system are tested in place of those just built: the environment
+/// variable TARVEK_TEST_PROGRAMS then names a folder with a script for each, which starts it.
+bool TestsForeignPrograms();
+
+/// The program to test: built, or its stand-in of the same name.
+std::string TestedProgram(const std::string& built);
+
 }  // namespace tarvek::test

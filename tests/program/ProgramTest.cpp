@@ -1,11 +1,29 @@
 #include "ProgramTest.h"
 
+#include <algorithm>
 #include <sstream>
 #include <utility>
 
 namespace tarvek::test {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+/// The lines of the log in text with '/' in place of '\\': expected paths are written with '/'.
+std::string WithSlashes(const std::string& text) {
+  std::string result;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
+    std::string line = text.substr(at, end - at);
+    if (line.starts_with("[Tarvek] <")) std::ranges::replace(line, '\\', '/');
+    result += line;
+    at = end;
+  }
+  return result;
+}
+
+}  // namespace
 
 FileMap OutputsIn(const std::string& directory) {
   FileMap files;
@@ -32,7 +50,7 @@ std::string GoldenInput(const std::string& name) {
 
 ProcessRequest ProgramTest::Request(std::vector<std::string> arguments) const {
   ProcessRequest request;
-  request.m_program = TARVEK_PROGRAM;
+  request.m_program = TestedProgram(TARVEK_PROGRAM);
   request.m_arguments = std::move(arguments);
   request.m_working_directory = m_directory.Path();
   return request;
@@ -44,7 +62,16 @@ const ProcessResult& ProgramTest::Run(std::vector<std::string> arguments) {
 
 const ProcessResult& ProgramTest::RunRequest(const ProcessRequest& request) {
   m_result = RunProcess(request);
+  if (TestsForeignPrograms()) {
+    m_result.m_out = WithSlashes(m_result.m_out);
+    m_result.m_err = WithSlashes(m_result.m_err);
+  }
   return m_result;
+}
+
+std::string ProgramTest::Content(const std::string& name) const {
+  const std::string content = ReadFile(Path(name));
+  return TestsForeignPrograms() && name.ends_with(kLog) ? WithSlashes(content) : content;
 }
 
 void ProgramTest::Write(const std::string& name, const std::string& content) const {

@@ -43,7 +43,7 @@ class ProgramTest : public testing::Test {
   [[nodiscard]] bool Exists(const std::string& name) const {
     return std::filesystem::exists(Path(name));
   }
-  [[nodiscard]] std::string Content(const std::string& name) const { return ReadFile(Path(name)); }
+  [[nodiscard]] std::string Content(const std::string& name) const;
   void Write(const std::string& name, const std::string& content) const;
   void MakeFolder(const std::string& name) const;
 

@@ -1,10 +1,12 @@
 #include "TestSupport.h"
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <random>
 #include <sstream>
+
+#include "Platform.h"
 
 namespace tarvek::test {
 namespace {
@@ -28,9 +30,11 @@ class StreamCapture {
 }  // namespace
 
 TemporaryDirectory::TemporaryDirectory() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "tarvek_test_XXXXXX").string();
-  if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make " + pattern);
-  m_path = pattern;
+  std::random_device random;
+  const std::string start = (std::filesystem::temp_directory_path() / "tarvek_test_").string();
+  do {
+    m_path = start + std::to_string(random());
+  } while (!std::filesystem::create_directory(m_path));  // false where there is one already
 }
 
 TemporaryDirectory::~TemporaryDirectory() {
@@ -39,11 +43,11 @@ TemporaryDirectory::~TemporaryDirectory() {
 }
 
 std::string TemporaryDirectory::operator/(std::string_view name) const {
-  return m_path + "/" + std::string(name);
+  return m_path + kPathSeparator + std::string(name);
 }
 
 std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
+  std::ifstream in(std::filesystem::path(path), std::ios::binary);
   if (!in) throw std::runtime_error("cannot read " + path);
   std::ostringstream content;
   content << in.rdbuf();
@@ -51,7 +55,7 @@ std::string ReadFile(const std::string& path) {
 }
 
 void WriteFile(const std::string& path, std::string_view content) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
+  std::ofstream out(std::filesystem::path(path), std::ios::binary | std::ios::trunc);
   out << content << std::flush;
   if (!out) throw std::runtime_error("cannot write " + path);
 }

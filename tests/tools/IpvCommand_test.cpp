@@ -1,11 +1,9 @@
 #include "IpvCommand.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -27,14 +25,6 @@ void RunIpv(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), "ipv");
   std::ranges::reverse(arguments);  // the order in which App::parse takes a vector
   app.parse(arguments);
-}
-
-/// Runs the program itself; its standard error goes to error_path.
-int ExitStatusOf(const std::string& arguments, const std::string& error_path) {
-  const std::string command =
-      std::string(TARVEK_TOOLS_PROGRAM) + " " + arguments + " >/dev/null 2>" + error_path;
-  const int status = std::system(command.c_str());
-  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 TEST(IsotopeTableText, HasSixDecimalsBlanksBetweenNumbersAndALineFeedPerRow) {
@@ -141,31 +131,6 @@ TEST(IpvCommand, AnEnrichmentWithoutALabelIsAnError) {
 
 TEST(IpvCommand, TheFileNameIsRequired) {
   EXPECT_EQ(MessageOf([] { RunIpv({}); }), "OUT is required");
-}
-
-TEST(Program, ReturnsZeroAfterWritingTheTable) {
-  const TemporaryDirectory directory;
-  EXPECT_EQ(ExitStatusOf("ipv " + directory / "IPV.txt", directory / "errors"), 0);
-  EXPECT_TRUE(std::filesystem::exists(directory / "IPV.txt"));
-}
-
-TEST(Program, AnUnwritableFileIsAStatusAndAMessage) {
-  const TemporaryDirectory directory;
-  EXPECT_EQ(ExitStatusOf("ipv " + directory / "none/IPV.txt", directory / "errors"), 1);
-  EXPECT_EQ(ReadFile(directory / "errors"), "tarvek-tools: Cannot open isotope table File, Path: " +
-                                                directory / "none/IPV.txt_unfinished" + "\n");
-}
-
-TEST(Program, AnUnknownLabelIsAStatusAndAMessage) {
-  const TemporaryDirectory directory;
-  EXPECT_NE(ExitStatusOf("ipv --label c13 " + directory / "IPV.txt", directory / "errors"), 0);
-  EXPECT_NE(ReadFile(directory / "errors").find("--label: c13 not in"), std::string::npos);
-  EXPECT_FALSE(std::filesystem::exists(directory / "IPV.txt"));
-}
-
-TEST(Program, NoSubcommandIsAFailure) {
-  const TemporaryDirectory directory;
-  EXPECT_NE(ExitStatusOf("", directory / "errors"), 0);
 }
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "SimulateCommand.h"
 
 #include <gtest/gtest.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <cmath>

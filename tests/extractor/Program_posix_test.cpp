@@ -81,7 +81,7 @@ TEST(Program, DoesItsWorkWhenNobodyReadsItsProgress) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.mzML", Mzml({Survey(1)}));
   tarvek::test::ProcessRequest request;
-  request.m_program = std::string(TARVEK_EXTRACTOR_DIRECTORY) + "/morvex_xml.exe";
+  request.m_program = tarvek::test::TestedProgram(TARVEK_EXTRACTOR_DIRECTORY "/morvex_xml.exe");
   request.m_arguments = {directory / "run.mzML"};
   request.m_standard_output = tarvek::test::StandardOutput::kClosedPipe;
   EXPECT_EQ(tarvek::test::RunProcess(request).m_exit_status, 0);
@@ -94,6 +94,20 @@ TEST(Program, RemovesTheOldMarkerBeforeAnythingElse) {
   WriteFile(directory / "run.morvex", "old");
   EXPECT_EQ(RunExtractor("xml", {directory / "run.mzML"}).m_exit_status, 1);
   EXPECT_FALSE(fs::exists(directory / "run.morvex"));
+}
+
+TEST(Program, WritesTheFiveHeaderLines) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.mzML", Mzml({Survey(1)}));
+  ASSERT_EQ(RunExtractor("xml", {directory / "run.mzML"}).m_exit_status, 0);
+  const std::vector<std::string> header =
+      test::LinesFrom(test::ReadFile(directory / "run.ms1"), "H\t");
+  ASSERT_EQ(header.size(), 5u);
+  EXPECT_TRUE(header[0].starts_with("H\tCreationDate\t"));
+  EXPECT_EQ(header[1], "H\tExtractor\tTarvek");
+  EXPECT_EQ(header[2], "H\tExtractorVersion\t2.0.8");
+  EXPECT_TRUE(header[3].starts_with("H\tComments\t"));
+  EXPECT_EQ(header[4], "H\tDataType\tCentroided");
 }
 
 // Four GiB of white space pack into four MB; behind them an error names its place.

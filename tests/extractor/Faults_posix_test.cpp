@@ -219,7 +219,7 @@ std::string StatusAfterSignal(const TemporaryDirectory& directory, const std::st
                              signal +
                              " $pid; sleep 0.2; cat rest; } >run.mzML 2>/dev/null; "
                              "wait $pid; echo $?",
-                         std::string(TARVEK_EXTRACTOR_DIRECTORY) + "/morvex_xml.exe"};
+                         tarvek::test::TestedProgram(TARVEK_EXTRACTOR_DIRECTORY "/morvex_xml.exe")};
   return tarvek::test::RunProcess(request).m_out;
 }
 

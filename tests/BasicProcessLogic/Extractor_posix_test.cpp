@@ -1,0 +1,193 @@
+// Child processes, and the extractor as one of them: shell scripts stand in for it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Extractor.h"
+#include "Platform.h"
+#include "ProcessTestSupport.h"
+#include "TestSupport.h"
+
+namespace tarvek {
+namespace {
+
+namespace fs = std::filesystem;
+using test::CaptureConsole;
+using test::MessageOf;
+using test::TemporaryDirectory;
+using test::WriteFile;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+
+// ------------------------------------------------------------ child processes
+
+std::vector<std::string> PiecesOf(const std::string& command) {
+  ChildProcess child = ChildProcess::Start(command);
+  std::vector<std::string> pieces;
+  for (std::string piece; child.ReadLine(piece);) pieces.push_back(piece);
+  return pieces;
+}
+
+int StatusOf(const std::string& command) {
+  ChildProcess child = ChildProcess::Start(command);
+  return child.Wait();
+}
+
+TEST(ChildProcess, GivesItsOutputLineByLine) {
+  EXPECT_THAT(PiecesOf("printf 'a\\n\\nb\\n'"), ElementsAre("a\n", "\n", "b\n"));
+}
+TEST(ChildProcess, GivesALastLineWithoutLineFeed) {
+  EXPECT_THAT(PiecesOf("printf 'a\\nb'"), ElementsAre("a\n", "b"));
+}
+TEST(ChildProcess, KeepsCarriageReturns) {
+  EXPECT_THAT(PiecesOf("printf 'a\\r\\n'"), ElementsAre("a\r\n"));
+}
+TEST(ChildProcess, GivesNothingOfASilentChild) { EXPECT_THAT(PiecesOf("true"), ElementsAre()); }
+TEST(ChildProcess, GivesALongLineInPiecesOf2047Bytes) {
+  const std::vector<std::string> pieces =
+      PiecesOf("i=0; while [ $i -lt 300 ]; do printf 0123456789; i=$((i+1)); done; echo");
+  ASSERT_EQ(pieces.size(), 2u);
+  EXPECT_EQ(pieces[0].size(), 2047u);
+  EXPECT_EQ(pieces[1].size(), 3001u - 2047u);
+  std::string whole;
+  for (int i = 0; i < 300; ++i) whole += "0123456789";
+  EXPECT_EQ(pieces[0] + pieces[1], whole + "\n");
+}
+TEST(ChildProcess, KeepsNulBytes) {
+  EXPECT_THAT(PiecesOf("printf 'a\\000b\\nc\\n'"), ElementsAre(std::string("a\0b\n", 4), "c\n"));
+}
+TEST(ChildProcess, IsAtItsEndWhenItsOutputIsClosed) {
+  ChildProcess child = ChildProcess::Start("echo a");
+  std::string line;
+  EXPECT_TRUE(child.ReadLine(line));
+  EXPECT_FALSE(child.AtEnd());
+  EXPECT_FALSE(child.ReadLine(line));
+  EXPECT_TRUE(child.AtEnd());
+}
+TEST(ChildProcess, EndsWithZero) { EXPECT_EQ(StatusOf("true"), 0); }
+TEST(ChildProcess, EndsWithAnotherStatus) { EXPECT_NE(StatusOf("exit 3"), 0); }
+TEST(ChildProcess, EndsWithAnotherStatusWhenKilled) { EXPECT_NE(StatusOf("kill -9 $$"), 0); }
+TEST(ChildProcess, IsOverAfterItsMove) {
+  ChildProcess child = ChildProcess::Start("true");
+  const ChildProcess moved = std::move(child);
+  EXPECT_FALSE(child.IsRunning());  // NOLINT(bugprone-use-after-move): that is the question
+  EXPECT_TRUE(moved.IsRunning());
+}
+
+class ShellText : public testing::TestWithParam<const char*> {};
+
+TEST_P(ShellText, ArrivesUnchanged) {
+  std::string arrived;
+  for (const std::string& piece : PiecesOf("printf %s " + QuotedForShell(GetParam())))
+    arrived += piece;
+  EXPECT_EQ(arrived, GetParam());
+}
+INSTANTIATE_TEST_SUITE_P(Extractor, ShellText,
+                         testing::Values("plain", "two  blanks ", "$HOME ${HOME} $(echo x) $$",
+                                         "`echo x`", "\"quoted\"", "it's", "\\", "\\\\n\\$", "a\nb",
+                                         "* ? [a] ~ # & | ; < > ( ) { } !", "-o", "%PATH% %s",
+                                         "Pr\xC3\xB6"
+                                         "be \xE6\xB8\xAC",
+                                         "\xFF\xFE", "\ttab", "!!"));
+
+// ------------------------------------------------------------ the program, and one file
+
+/// The current directory is one of its own; it and the standard output directory hold nothing.
+class ExtractorTest : public testing::Test {
+ protected:
+  ExtractorTest() {
+    fs::current_path(m_directory.Path());
+    fs::create_directory("out");
+    m_parameters.m_outputpath = "out";
+    WriteFile("a.raw", "x");
+    SetCurrentFile(m_parameters, "a.raw");
+  }
+  ~ExtractorTest() override { fs::current_path(m_former); }
+  ExtractorTest(const ExtractorTest&) = delete;
+  ExtractorTest& operator=(const ExtractorTest&) = delete;
+
+  static void PlaceExtractor(const std::string& path, const std::string& body) {
+    WriteFile(path, "#!/bin/sh\n" + body);
+    fs::permissions(path, fs::perms::owner_all);
+  }
+  /// The message of a run of the extractor; what it showed is in m_text.
+  std::string Extract(const std::string& mode = "ms") {
+    std::string message;
+    m_text =
+        CaptureConsole([&] { message = MessageOf([&] { runExtractor(m_parameters, mode); }); });
+    return message;
+  }
+
+  fs::path m_former = fs::current_path();
+  TemporaryDirectory m_directory;
+  UserParameters m_parameters;
+  test::ConsoleText m_text;
+};
+
+constexpr const char* kNothingThrown = "(nothing was thrown)";
+constexpr const char* kFailed = "Cannot use morvex to extract signals from: a.raw";
+
+TEST_F(ExtractorTest, IsTheOneOfTheCurrentDirectory) {
+  PlaceExtractor("morvex_raw.exe", "");
+  fs::create_directory("libexec");
+  PlaceExtractor("libexec/morvex_raw.exe", "");
+  EXPECT_EQ(ExtractorProgram("morvex_raw.exe", "libexec"), "./morvex_raw.exe");
+}
+TEST_F(ExtractorTest, IsTheInstalledOneOtherwise) {
+  fs::create_directory("lib exec");
+  PlaceExtractor("lib exec/morvex_raw.exe", "");
+  EXPECT_EQ(ExtractorProgram("morvex_raw.exe", "lib exec"), "\"lib exec/morvex_raw.exe\"");
+}
+TEST_F(ExtractorTest, IsLookedForInTheCurrentDirectoryWhenThereIsNone) {
+  EXPECT_EQ(ExtractorProgram("morvex_raw.exe", "libexec"), "./morvex_raw.exe");
+}
+TEST_F(ExtractorTest, IsLookedForInTheCurrentDirectoryWhenThePlaceOfTheProgramIsUnknown) {
+  EXPECT_EQ(ExtractorProgram("morvex_raw.exe", ""), "./morvex_raw.exe");
+}
+TEST_F(ExtractorTest, IsRunInModeMgfToo) {
+  PlaceExtractor("morvex_raw.exe", "echo \"$1\"; : > out/a.mgf; : > out/a.morvex\n");
+  EXPECT_EQ(Extract("mgf"), kNothingThrown);
+  EXPECT_THAT(m_text.m_out, EndsWith("\n-mgf\n"));
+  EXPECT_TRUE(fs::exists("out/a.mgf"));
+}
+TEST_F(ExtractorTest, IsNotRunWhenItsMarkerIsThere) {
+  WriteFile("out/a.morvex", "");
+  EXPECT_EQ(Extract(), kNothingThrown);
+  EXPECT_EQ(m_text.m_out,
+            "[Tarvek] <INFO> - a.raw has existed results, skipping morvex process...\n");
+}
+TEST_F(ExtractorTest, IsRunBesideItsMarkerWhenFilesAreRewritten) {
+  WriteFile("out/a.morvex", "");
+  m_parameters.m_rewrite_files = true;
+  PlaceExtractor("morvex_raw.exe", "echo again\n");
+  EXPECT_EQ(Extract(), kNothingThrown);
+  EXPECT_THAT(m_text.m_out, HasSubstr("again\n"));
+}
+TEST_F(ExtractorTest, FailsWithoutItsMarker) {
+  PlaceExtractor("morvex_raw.exe", "exit 0\n");
+  EXPECT_EQ(Extract(), kFailed);
+}
+TEST_F(ExtractorTest, FailsOnAnotherStatusBesideItsMarker) {
+  PlaceExtractor("morvex_raw.exe", ": > out/a.morvex; exit 3\n");
+  EXPECT_EQ(Extract(), kFailed);
+}
+TEST_F(ExtractorTest, FailsOnASignalBesideItsMarker) {
+  PlaceExtractor("morvex_raw.exe", ": > out/a.morvex; kill -TERM $$\n");
+  EXPECT_EQ(Extract(), kFailed);
+}
+TEST_F(ExtractorTest, FailsWhenItIsNotThere) { EXPECT_EQ(Extract(), kFailed); }
+TEST_F(ExtractorTest, HasItsOutputShownUnchanged) {
+  PlaceExtractor("morvex_raw.exe", "printf ' 10%%\\r 20%%\\r\\n<x>\\n\\nend'; : > out/a.morvex\n");
+  EXPECT_EQ(Extract(), kNothingThrown);
+  EXPECT_EQ(m_text.m_out,
+            "[Tarvek] <INFO> - ./morvex_raw.exe -ms -a -i 1 -m 5 -o \"out\" \"a.raw\"\n"
+            " 10%\r 20%\r\n<x>\n\nend");
+}
+
+}  // namespace
+}  // namespace tarvek

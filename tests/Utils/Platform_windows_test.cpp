@@ -1,0 +1,149 @@
+// What Platform.h promises and only Windows can show.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "FileUtils.h"
+#include "Platform.h"
+#include "TestSupport.h"
+
+namespace tarvek {
+namespace {
+
+using test::TemporaryDirectory;
+using testing::ElementsAre;
+
+// "Größe" and "質量" in UTF-8
+constexpr const char* kUnicodeName =
+    "Gr\xC3\xB6\xC3\x9F"
+    "e \xE8\xB3\xAA\xE9\x87\x8F";
+
+std::vector<std::string> PiecesOf(const std::string& command) {
+  ChildProcess child = ChildProcess::Start(command);
+  std::vector<std::string> pieces;
+  for (std::string piece; child.ReadLine(piece);) pieces.push_back(piece);
+  return pieces;
+}
+
+int StatusOf(const std::string& command) {
+  ChildProcess child = ChildProcess::Start(command);
+  return child.Wait();
+}
+
+// ------------------------------------------------------------ paths
+
+TEST(Path, IsUtf8Inside) {
+  const TemporaryDirectory directory;
+  const std::string folder = directory / kUnicodeName;
+  ASSERT_TRUE(MakeDirectoryTree(folder));
+  File file = File::Open(JoinPath({folder, kUnicodeName}), "w");
+  ASSERT_TRUE(file.Write("x"));
+  ASSERT_TRUE(file.Close());
+  EXPECT_THAT(ListFiles(folder, ""), ElementsAre(folder + "\\" + kUnicodeName));
+  EXPECT_TRUE(std::filesystem::exists(std::filesystem::path(directory.Path()) /
+                                      L"Gr\u00F6\u00DFe \u8CEA\u91CF" /
+                                      L"Gr\u00F6\u00DFe \u8CEA\u91CF"));
+}
+TEST(Path, MayBeLongerThanTheLimitOfOlderPrograms) {
+  const TemporaryDirectory directory;
+  std::string folder = directory.Path();
+  while (folder.size() < 600) folder += "\\" + std::string(50, 'x');
+  ASSERT_TRUE(MakeDirectoryTree(folder));
+  EXPECT_TRUE(IsDirectory(folder));
+  const std::string from = folder + "/a";  // this form of path has no '/' of its own
+  File file = File::Open(from, "w");
+  ASSERT_TRUE(file.Write("x"));
+  ASSERT_TRUE(file.Close());
+  EXPECT_TRUE(RenameFileAt(from, folder + "\\b"));
+  EXPECT_THAT(ListFiles(folder, "b"), ElementsAre(folder + "\\b"));
+  EXPECT_TRUE(DeleteFileAt(folder + "\\b"));
+}
+TEST(Path, OfADriveAloneIsItsRoot) {
+  const std::filesystem::path former = std::filesystem::current_path();
+  std::filesystem::current_path("C:\\windows\\system32");
+  EXPECT_EQ(ListDirectoryNames("C:"), ListDirectoryNames("C:\\"));
+  EXPECT_NE(ListDirectoryNames("C:"), ListDirectoryNames("."));
+  std::filesystem::current_path(former);
+}
+TEST(Path, OfARootCanBeJoined) {
+  EXPECT_EQ(JoinPath({"D:\\", "x", "1.raw"}), "D:\\x\\1.raw");
+  EXPECT_EQ(JoinPath({"D:", "1.raw"}), "D:\\1.raw");
+}
+TEST(Path, OfAMissingDriveCannotBeMade) { EXPECT_FALSE(MakeDirectoryTree("Q:\\a\\b")); }
+TEST(Path, ListsWithEitherSeparatorAtItsEnd) {
+  const TemporaryDirectory directory;
+  test::WriteFile(directory / "a", "");
+  EXPECT_EQ(ListDirectoryNames(directory.Path() + "\\"), ListDirectoryNames(directory.Path()));
+  EXPECT_EQ(ListDirectoryNames(directory.Path() + "/"), ListDirectoryNames(directory.Path()));
+}
+TEST(Path, WithAWildcardIsNoDirectory) { EXPECT_FALSE(IsDirectory("C:\\win*")); }
+
+TEST(ExecutableDirectory, HoldsThisProgram) {
+  EXPECT_TRUE(std::filesystem::exists(ExecutableDirectory() + "\\Utils_test.exe"));
+}
+TEST(RenameFileAt, ReplacesAFileThatIsBeingRead) {
+  const TemporaryDirectory directory;
+  test::WriteFile(directory / "new", "new");
+  test::WriteFile(directory / "old", "old");
+  const File reader = File::Open(directory / "new", "r");
+  EXPECT_TRUE(RenameFileAt(directory / "new", directory / "old"));
+  EXPECT_EQ(test::ReadFile(directory / "old"), "new");
+}
+
+// ------------------------------------------------------------ environment and child processes
+
+TEST(EnvironmentVariable, IsNothingWhenItIsNotSet) {
+  EXPECT_EQ(EnvironmentVariable("TARVEK_NO_SUCH_VARIABLE"), std::nullopt);
+}
+TEST(EnvironmentVariable, IsItsValue) {
+  EXPECT_THAT(EnvironmentVariable("SystemRoot").value_or(""), testing::HasSubstr(":\\"));
+}
+
+TEST(ChildProcess, GivesItsOutputLineByLineWithCarriageReturns) {
+  EXPECT_THAT(PiecesOf("echo a&& echo b"), ElementsAre("a\r\n", "b\r\n"));
+}
+TEST(ChildProcess, EndsWithZero) { EXPECT_EQ(StatusOf("exit 0"), 0); }
+TEST(ChildProcess, EndsWithAnotherStatus) { EXPECT_EQ(StatusOf("exit 3"), 3); }
+TEST(ChildProcess, EndsWithAnotherStatusWhenItIsNotThere) {
+  EXPECT_NE(StatusOf(".\\no_such_program.exe -ms -o \"out\" \"a b.raw\" 2>nul"), 0);
+}
+TEST(ChildProcess, IsAtItsEndWhenItsOutputIsClosed) {
+  ChildProcess child = ChildProcess::Start("echo a");
+  std::string line;
+  EXPECT_TRUE(child.ReadLine(line));
+  EXPECT_FALSE(child.AtEnd());
+  EXPECT_FALSE(child.ReadLine(line));
+  EXPECT_TRUE(child.AtEnd());
+}
+
+class ShellText : public testing::TestWithParam<const char*> {};
+
+TEST_P(ShellText, ArrivesUnchanged) {
+  const std::string program = QuotedForShell(ExecutableDirectory() + "\\print_argument.exe");
+  std::string arrived;
+  for (const std::string& piece : PiecesOf(program + " " + QuotedForShell(GetParam())))
+    arrived += piece;
+  EXPECT_EQ(arrived, GetParam());
+}
+INSTANTIATE_TEST_SUITE_P(Platform, ShellText,
+                         testing::Values("plain", "two  blanks ", "D:\\", "D:\\out\\\\",
+                                         "\\\\host\\x",
+                                         "a & b | c < d > e ^ f ( ) ; , = ' ` $ # ~ [ ] { }",
+                                         "100%", "!PATH!", "\\%",
+                                         "-o", "* ?", "\"quoted\"", kUnicodeName));
+INSTANTIATE_TEST_SUITE_P(Empty, ShellText, testing::Values(""));
+
+TEST(QuotedForShell, PutsAPlainPathInQuotesAndNothingElse) {
+  EXPECT_EQ(QuotedForShell("D:\\a b\\c.raw"), "\"D:\\a b\\c.raw\"");
+}
+
+// The shell of wine keeps the '^', so the text alone is tested.
+TEST(QuotedForShell, BreaksNamesOfVariables) {
+  EXPECT_EQ(QuotedForShell("D:\\a%PATH%\\"), "\"D:\\a\"^%\"PATH\"^%\"\\\\\"");
+}
+
+}  // namespace
+}  // namespace tarvek

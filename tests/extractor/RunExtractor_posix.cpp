@@ -1,0 +1,16 @@
+#include "ExtractorTestSupport.h"
+
+namespace tarvek::extractor::test {
+
+tarvek::test::ProcessResult RunExtractor(const std::string& kind,
+                                         const std::vector<std::string>& arguments,
+                                         const std::map<std::string, std::string>& variables) {
+  tarvek::test::ProcessRequest request;
+  request.m_program =
+      tarvek::test::TestedProgram(TARVEK_EXTRACTOR_DIRECTORY "/morvex_" + kind + ".exe");
+  request.m_arguments = arguments;
+  request.m_environment = variables;
+  return tarvek::test::RunProcess(request);
+}
+
+}  // namespace tarvek::extractor::test
