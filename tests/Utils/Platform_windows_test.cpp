@@ -132,8 +132,8 @@ INSTANTIATE_TEST_SUITE_P(Platform, ShellText,
                          testing::Values("plain", "two  blanks ", "D:\\", "D:\\out\\\\",
                                          "\\\\host\\x",
                                          "a & b | c < d > e ^ f ( ) ; , = ' ` $ # ~ [ ] { }",
-                                         "100%", "!PATH!", "\\%",
-                                         "-o", "* ?", "\"quoted\"", kUnicodeName));
+                                         "100%", "!PATH!", "\\%", "-o", "* ?", "\"quoted\"",
+                                         kUnicodeName));
 INSTANTIATE_TEST_SUITE_P(Empty, ShellText, testing::Values(""));
 
 TEST(QuotedForShell, PutsAPlainPathInQuotesAndNothingElse) {
