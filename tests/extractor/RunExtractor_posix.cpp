@@ -1,3 +1,5 @@
+#include <algorithm>
+
 #include "ExtractorTestSupport.h"
 
 namespace tarvek::extractor::test {
@@ -10,7 +12,10 @@ tarvek::test::ProcessResult RunExtractor(const std::string& kind,
       tarvek::test::TestedProgram(TARVEK_EXTRACTOR_DIRECTORY "/morvex_" + kind + ".exe");
   request.m_arguments = arguments;
   request.m_environment = variables;
-  return tarvek::test::RunProcess(request);
+  tarvek::test::ProcessResult result = tarvek::test::RunProcess(request);
+  // Expected paths are written with '/'.
+  if (tarvek::test::TestsForeignPrograms()) std::ranges::replace(result.m_err, '\\', '/');
+  return result;
 }
 
 }  // namespace tarvek::extractor::test
