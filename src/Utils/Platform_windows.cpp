@@ -100,6 +100,41 @@ int DescriptorFor(HANDLE handle) {
   return descriptor;
 }
 
+struct CloseHandleOf {
+  using pointer = HANDLE;
+  void operator()(HANDLE handle) const noexcept { ::CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<HANDLE, CloseHandleOf>;
+
+// A handle that keeps nobody from anything; INVALID_HANDLE_VALUE on failure.
+HANDLE OpenBesideOthers(const std::string& path, DWORD access, DWORD disposition) {
+  return ::CreateFileW(SystemPath(path).c_str(), access, kShareContent | FILE_SHARE_DELETE, nullptr,
+                       disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+}
+
+// Whether path still leads to the open file: another holder may have renamed or deleted it.
+bool IsFileAt(const std::string& path, HANDLE open_file) {
+  HANDLE const named = OpenBesideOthers(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING);
+  if (named == INVALID_HANDLE_VALUE) return false;
+  const Handle owner(named);
+  BY_HANDLE_FILE_INFORMATION one{};
+  BY_HANDLE_FILE_INFORMATION other{};
+  return ::GetFileInformationByHandle(named, &one) != 0 &&
+         ::GetFileInformationByHandle(open_file, &other) != 0 &&
+         one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
+         one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
+}
+
+// ERROR_SUCCESS, or the reason why the lock could not be had. Locks keep others from the bytes they
+// lie on; this one lies where no file has any.
+DWORD TryLock(HANDLE file) {
+  constexpr DWORD kFarBeyondTheEnd = 0x40000000;  // high half: 2^62
+  OVERLAPPED place{};
+  place.OffsetHigh = kFarBeyondTheEnd;
+  constexpr DWORD kFlags = LOCKFILE_EXCLUSIVE_LOCK | LOCKFILE_FAIL_IMMEDIATELY;
+  return ::LockFileEx(file, kFlags, 0, 1, 0, &place) != 0 ? ERROR_SUCCESS : ::GetLastError();
+}
+
 struct CloseSearch {
   using pointer = HANDLE;
   void operator()(HANDLE search) const noexcept { ::FindClose(search); }
@@ -244,6 +279,23 @@ bool File::Close() noexcept {
   return ::_close(std::exchange(m_descriptor, -1)) == 0;
 }
 
+// Between opening and locking, the holder before us may have moved the file to its final name, and
+// we would hold that one. Then the path is tried again.
+FileLock FileLock::Take(const std::string& path) {
+  while (true) {
+    HANDLE const file = OpenBesideOthers(path, GENERIC_READ | FILE_APPEND_DATA, OPEN_ALWAYS);
+    if (file == INVALID_HANDLE_VALUE) return {};
+    Handle owner(file);
+    if (::GetFileType(file) != FILE_TYPE_DISK) return {};
+    const DWORD reason = TryLock(file);
+    if (reason == ERROR_SUCCESS && !IsFileAt(path, file)) continue;
+    FileLock lock;
+    lock.m_is_held_elsewhere = reason == ERROR_LOCK_VIOLATION || reason == ERROR_IO_PENDING;
+    if (reason == ERROR_SUCCESS) lock.m_file.m_descriptor = DescriptorFor(owner.release());
+    return lock;
+  }
+}
+
 bool IsDirectory(const std::string& path) {
   const DWORD attributes = ::GetFileAttributesW(SystemPath(path).c_str());
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0;
@@ -341,6 +393,9 @@ int ChildProcess::Wait() noexcept {
   if (m_pipe == nullptr) return 0;
   return ::_pclose(std::exchange(m_pipe, nullptr));
 }
+
+// The C library keeps the three descriptors for them, whether they are connected or not.
+void ConnectStandardStreams() noexcept {}
 
 // There are no such signals here: a failed write is an error by itself.
 void IgnoreWriteSignals() noexcept {}
