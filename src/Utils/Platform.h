@@ -165,9 +165,6 @@ class ChildProcess {
 /// anything is opened.
 void ConnectStandardStreams() noexcept;
 
-/// Behind the name of a program's file.
-extern const std::string_view kProgramEnding;
-
 /// A program that runs beside this one, started without a shell. What it starts belongs to it: both
 /// are ended together, and neither sees a Ctrl-C that this process gets.
 class BackgroundProcess {

@@ -245,8 +245,6 @@ void ConnectStandardStreams() noexcept {
   if (descriptor >= 0) ::close(descriptor);
 }
 
-const std::string_view kProgramEnding;
-
 struct BackgroundProcess::State {
   pid_t m_leader;  // of a process group of its own
 };
