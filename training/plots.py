@@ -31,6 +31,14 @@ TITLES = {"Similarity0": "ipv_similarity_0", "SimilarityM1": "ipv_similarity_m1"
 METADATA = {"Date": None, "Creator": None}
 
 
+def save(figure, path):
+    """Writes the picture without blanks at line ends, and without dates: the same for the same data."""
+    figure.savefig(path, metadata=METADATA)
+    plt.close(figure)
+    lines = path.read_text(encoding="utf-8").splitlines()
+    path.write_text("".join(line.rstrip() + "\n" for line in lines), encoding="utf-8")
+
+
 def terms_of(path):
     """[(feature, is_plus, before, t, after, coefficient)] of a table."""
     return [(name, side == "Plus", *map(float, numbers))
@@ -66,8 +74,7 @@ def draw_hinges(model, terms, data, path):
             axis.axvline(knot, color="#bbbbbb", linewidth=0.7, linestyle=":")
         axis.set_title(TITLES[feature], fontsize=9)
     figure.suptitle(f"Model {model.name}: what each feature adds to the score (knots dotted)")
-    figure.savefig(path, metadata=METADATA)
-    plt.close(figure)
+    save(figure, path)
 
 
 def precision_recall(scores, labels):
@@ -97,8 +104,7 @@ def draw_precision_recall(tables, path):
         axis.set_xlabel("recall of true candidates")
         axis.set_ylabel("precision")
     figure.legend(*axes.flat[0].get_legend_handles_labels(), loc="lower right", title="dots: threshold -0.34")
-    figure.savefig(path, metadata=METADATA)
-    plt.close(figure)
+    save(figure, path)
 
 
 def main():
