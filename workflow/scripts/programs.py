@@ -1,0 +1,35 @@
+"""Where the programs of tarvek are installed."""
+import dataclasses
+import shutil
+from pathlib import Path
+
+
+@dataclasses.dataclass(frozen=True)
+class Programs:
+    tarvek: Path
+    tools: Path
+    table: Path  # isotope patterns
+    extractors: Path  # directory
+
+    def extractor(self, kind):
+        """kind: xml, raw or wiff."""
+        return self.extractors / f"morvex_{kind}.exe"
+
+
+def find_programs(prefix):
+    """The programs under an installation prefix, or beside the tarvek of the PATH when it is empty.
+    Ends with a message when one is missing."""
+    if not prefix:
+        found = shutil.which("tarvek")
+        if found is None:
+            raise SystemExit("tarvek is not on the PATH: install it, or set 'prefix' in the configuration")
+        prefix = Path(found).resolve().parent.parent
+    prefix = Path(prefix).absolute()
+    programs = Programs(prefix / "bin/tarvek", prefix / "bin/tarvek-tools",
+                        prefix / "share/tarvek/IPV.txt", prefix / "libexec/tarvek")
+    for path in (programs.tarvek, programs.tools, programs.table, programs.extractor("xml")):
+        if not path.is_file():
+            raise SystemExit(f"{path} is missing: is tarvek installed in {prefix}?")
+        if any(mark in str(path) for mark in " '\"$"):
+            raise SystemExit(f"{prefix}: install tarvek in a directory without blanks or quotes in its name")
+    return programs

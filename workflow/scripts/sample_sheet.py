@@ -1,0 +1,93 @@
+"""The sample sheet: which files are processed, under which names, with which settings."""
+import csv
+import dataclasses
+import re
+from pathlib import Path
+
+REQUIRED = ("sample", "file")
+OPTIONAL = ("isolation_width", "charge_range", "faims", "fasta")
+
+# Ending in lower case -> which extractor reads it.
+KINDS = {".mzml": "xml", ".mzxml": "xml", ".mzml.gz": "xml", ".mzxml.gz": "xml",
+         ".raw": "raw", ".wiff": "wiff"}
+
+
+@dataclasses.dataclass(frozen=True)
+class Sample:
+    name: str
+    file: str  # absolute path
+    ending: str  # as the file has it
+    kind: str  # xml, raw or wiff
+    isolation_width: float
+    charge_range: str
+    extractor_options: str
+    fasta: str  # absolute path; empty: not searched
+
+
+def ending_of(path):
+    """The longest known ending of a path, as written there; None when it has none."""
+    matching = [ending for ending in KINDS if path.lower().endswith(ending)]
+    return path[-max(map(len, matching)):] if matching else None
+
+
+def absolute(path, directory):
+    return str((directory / path).absolute()) if path else ""
+
+
+def sample_of(row, where, directory, config):
+    """The sample of one row (column -> text). where: place of the row, for messages."""
+    if not re.fullmatch(r"[A-Za-z0-9_-]+", row["sample"]):
+        raise SystemExit(f"{where}: sample '{row['sample']}' may hold letters, digits, _ and - only"
+                         " (search engines take the scan number from behind a dot)")
+    if row["sample"] == "report":  # the folder of the page of all samples
+        raise SystemExit(f"{where}: a sample cannot be called report")
+    if not row["file"]:
+        raise SystemExit(f"{where}: sample {row['sample']} has no file")
+    ending = ending_of(row["file"])
+    if ending is None:
+        raise SystemExit(f"{where}: {row['file']} is none of {', '.join(sorted(KINDS))}")
+    try:
+        width = float(row["isolation_width"] or config["isolation_width"])
+        faims = f"--faims {float(row['faims']):g}" if row["faims"] else ""
+    except ValueError as error:
+        raise SystemExit(f"{where}: isolation_width and faims are numbers: {error}") from error
+    charges = row["charge_range"] or str(config["charge_range"])
+    if not re.fullmatch(r"-?[0-9]+(t-?[0-9]+)?", charges):
+        raise SystemExit(f"{where}: charge_range is '{charges}' and not like 2t6 or -3t-1")
+    fasta = absolute(row["fasta"], directory) or absolute(config["fasta"], Path.cwd())
+    return Sample(row["sample"], absolute(row["file"], directory), ending, KINDS[ending.lower()], width,
+                  charges, faims, fasta)
+
+
+def read_samples(path, config):
+    """name -> Sample, in the order of the sheet. Paths of the sheet are relative to it, those of the
+    configuration to the current directory. Ends with a message that names the line of a mistake."""
+    directory = Path(path).absolute().parent
+    samples = {}
+    try:
+        sheet = open(path, encoding="utf-8-sig", newline="")
+    except OSError as error:
+        raise SystemExit(f"Cannot open the sample sheet: {error}") from error
+    with sheet:
+        reader = csv.DictReader(sheet, delimiter="\t")
+        columns = reader.fieldnames or ()
+        missing = [column for column in REQUIRED if column not in columns]
+        unknown = [column for column in columns if column not in REQUIRED + OPTIONAL]
+        if missing or unknown:
+            raise SystemExit(f"{path}: " + "; ".join(
+                [f"no column {column}" for column in missing] +
+                [f"unknown column {column}" for column in unknown]) + " (columns are separated by tabs)")
+        for row in reader:
+            where = f"{path}:{reader.line_num}"
+            if None in row:
+                raise SystemExit(f"{where}: more fields than columns")
+            texts = {column: (row.get(column) or "").strip() for column in REQUIRED + OPTIONAL}
+            if not any(texts.values()):
+                continue
+            sample = sample_of(texts, where, directory, config)
+            if sample.name in samples:
+                raise SystemExit(f"{where}: sample {sample.name} stands twice")
+            samples[sample.name] = sample
+    if not samples:
+        raise SystemExit(f"{path}: no samples")
+    return samples

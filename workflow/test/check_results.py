@@ -1,0 +1,47 @@
+#!/usr/bin/env python3
+"""Compares what the workflow found in simulated runs with their truth: check_results.py RESULTS DATA
+
+Of each sample at least 90 % of the scans must be identified, and at least 95 % of these with a peptide
+that was isolated in that scan. Isoleucine and leucine weigh the same.
+"""
+import csv
+import sys
+from pathlib import Path
+
+
+def true_peptides(path):
+    """scan -> peptides in it."""
+    peptides = {}
+    with open(path, newline="") as table:
+        for row in csv.DictReader(table, delimiter="\t"):
+            peptides.setdefault(row["scan"], set()).add(row["peptide"].replace("I", "L"))
+    return peptides
+
+
+def check(results, data, summary):
+    name = summary["sample"]
+    truth = true_peptides(data / f"{name}.truth.tsv")
+    with open(results / name / "search" / f"{name}.psms.tsv", newline="") as table:
+        rows = [row for row in csv.DictReader(table, delimiter="\t")
+                if float(row["q_value"]) <= 0.01 and not row["protein"].startswith("DECOY_")]
+    right = sum(row["plain_peptide"].replace("I", "L") in truth.get(row["scan"], ()) for row in rows)
+    scans, identified = int(summary["scans"]), int(summary["identified_scans"])
+    print(f"{name}: {identified} of {scans} scans identified, {right} with a peptide that is in them")
+    if identified != len(rows):
+        sys.exit(f"{name}: the summary says {identified}, the table {len(rows)}")
+    if identified < 0.9 * scans or right < 0.95 * identified:
+        sys.exit(f"{name}: too few")
+
+
+def main():
+    results, data = map(Path, sys.argv[1:])
+    with open(results / "search.tsv", newline="") as table:
+        summaries = list(csv.DictReader(table, delimiter="\t"))
+    if len(summaries) != 3:
+        sys.exit(f"search.tsv has {len(summaries)} samples")
+    for summary in summaries:
+        check(results, data, summary)
+
+
+if __name__ == "__main__":
+    main()

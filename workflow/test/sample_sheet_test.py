@@ -1,0 +1,68 @@
+"""python3 -m unittest discover -s workflow/test -p '*_test.py'"""
+import sys
+import tempfile
+import unittest
+from pathlib import Path
+
+sys.path.insert(0, str(Path(__file__).parent.parent / "scripts"))
+from comet_search import q_values
+from sample_sheet import read_samples
+
+CONFIG = {"isolation_width": 2.0, "charge_range": "2t6", "fasta": ""}
+
+
+class SampleSheet(unittest.TestCase):
+    def read(self, text, **config):
+        with tempfile.TemporaryDirectory() as folder:
+            self.sheet = Path(folder) / "samples.tsv"
+            self.sheet.write_text(text)
+            return read_samples(str(self.sheet), {**CONFIG, **config})
+
+    def message(self, text):
+        with self.assertRaises(SystemExit) as caught:
+            self.read(text)
+        return str(caught.exception)
+
+    def test_paths_are_relative_to_the_sheet(self):
+        sample = self.read("sample\tfile\na\tx/b.c.mzML.gz\n")["a"]
+        self.assertEqual(sample.file, str(self.sheet.parent / "x/b.c.mzML.gz"))
+        self.assertEqual((sample.ending, sample.kind), (".mzML.gz", "xml"))
+
+    def test_settings_of_a_sample_come_before_those_of_the_configuration(self):
+        samples = self.read("sample\tfile\tisolation_width\tcharge_range\tfaims\tfasta\n"
+                            "a\ta.RAW\t1.6\t-3t-1\t-45\tp.fasta\n"
+                            "b\tb.wiff\t\t\t\t\n", fasta="/q.fasta")
+        a, b = samples.values()
+        self.assertEqual((a.isolation_width, a.charge_range, a.extractor_options, a.kind),
+                         (1.6, "-3t-1", "--faims -45", "raw"))
+        self.assertTrue(a.fasta.endswith("/p.fasta"))
+        self.assertEqual((b.isolation_width, b.charge_range, b.extractor_options, b.kind, b.fasta),
+                         (2.0, "2t6", "", "wiff", "/q.fasta"))
+
+    def test_empty_lines_are_passed_over(self):
+        self.assertEqual(list(self.read("sample\tfile\r\n\r\na\ta.mzML\r\n\t\r\n")), ["a"])
+
+    def test_mistakes_are_named_with_their_line(self):
+        head = "sample\tfile\n"
+        self.assertIn(":3: sample a stands twice", self.message(head + "a\ta.mzML\na\tb.mzML\n"))
+        self.assertIn(":2: sample 'a.b' may hold", self.message(head + "a.b\ta.mzML\n"))
+        self.assertIn(":2: a sample cannot be called report", self.message(head + "report\ta.mzML\n"))
+        self.assertIn(":2: a.txt is none of", self.message(head + "a\ta.txt\n"))
+        self.assertIn(":2: sample a has no file", self.message(head + "a\t\n"))
+        self.assertIn(":2: more fields", self.message(head + "a\ta.mzML\tb\n"))
+        self.assertIn("no column file", self.message("sample,file\n"))
+        self.assertIn("unknown column width", self.message("sample\tfile\twidth\n"))
+        self.assertIn("no samples", self.message(head))
+        self.assertIn("are numbers", self.message("sample\tfile\tfaims\na\ta.mzML\tx\n"))
+        self.assertIn("is 'two' and not", self.message("sample\tfile\tcharge_range\na\ta.mzML\ttwo\n"))
+
+
+class QValues(unittest.TestCase):
+    def test_a_q_value_is_the_smallest_share_of_decoys_from_its_place_on(self):
+        matches = [{"protein": name} for name in ("P1", "DECOY_P1", "P2,DECOY_P2", "P3", "DECOY_P4")]
+        # Shares by hand: 0/1, 1/1, 1/2, 1/3, 2/3; the smallest from the second place on is 1/3.
+        self.assertEqual(q_values(matches), [0, 1 / 3, 1 / 3, 1 / 3, 2 / 3])
+
+
+if __name__ == "__main__":
+    unittest.main()
