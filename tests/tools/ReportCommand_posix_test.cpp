@@ -1,0 +1,168 @@
+// The program as a user starts it.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
+
+#include "ReportTestRun.h"
+
+namespace tarvek::tools {
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+using test::ReadFile;
+using test::WriteFile;
+using testing::HasSubstr;
+using testing::UnorderedElementsAre;
+
+class ReportCommand : public testing::Test {
+ protected:
+  /// Runs "tarvek-tools report" in the test's directory and returns the exit status.
+  int Run(const std::string& arguments) {
+    const std::string command = "cd '" + m_directory.Path() +
+                                "' && '" TARVEK_TOOLS_PROGRAM "' report " + arguments + " >'" +
+                                m_console / "out" + "' 2>'" + m_console / "err" + "'";
+    const int status = std::system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  [[nodiscard]] std::string Out() const { return ReadFile(m_console / "out"); }
+  [[nodiscard]] std::string Err() const { return ReadFile(m_console / "err"); }
+
+  /// The names of what was written beside the inputs.
+  [[nodiscard]] static std::set<std::string> Reports(const std::string& folder) {
+    std::set<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+      const std::string name = entry.path().filename();
+      if (name.find("report") != std::string::npos || name.find("mqc") != std::string::npos ||
+          name.find("_unfinished") != std::string::npos)
+        names.insert(name);
+    }
+    return names;
+  }
+
+  test::TemporaryDirectory m_directory;
+  test::TemporaryDirectory m_console;
+};
+
+TEST_F(ReportCommand, WritesThePagesOfOneRunBesideItsOutputs) {
+  WriteHandRun(m_directory);
+  ASSERT_EQ(Run("hand"), 0) << Err();
+  EXPECT_EQ(Out(), "./hand.report.html\n");
+  EXPECT_EQ(Err(), "");
+  EXPECT_THAT(
+      Reports(m_directory.Path()),
+      UnorderedElementsAre("hand.report.html", "hand.report.json", "hand_tarvek_mqc.json",
+                           "hand_tarvek_isotopes_mqc.json", "hand_tarvek_precursors_mqc.json"));
+  const std::string page = ReadFile(m_directory / "hand.report.html");
+  EXPECT_THAT(page, HasSubstr("<h1>hand</h1>"));
+  EXPECT_THAT(page, HasSubstr("1.17 precursors per scan; 83.3 % of 6 scans hold one"));
+  const json summary = json::parse(ReadFile(m_directory / "hand.report.json"));
+  EXPECT_EQ(summary["figures"]["precursors"], 7.0);
+  EXPECT_EQ(summary["isotope_shift"]["0"], 2);
+}
+
+TEST_F(ReportCommand, WritesTheSameBytesAgain) {
+  WriteHandRun(m_directory);
+  ASSERT_EQ(Run("hand"), 0);
+  const std::string first = ReadFile(m_directory / "hand.report.html");
+  ASSERT_EQ(Run("hand"), 0);
+  EXPECT_EQ(ReadFile(m_directory / "hand.report.html"), first);
+}
+
+TEST_F(ReportCommand, WritesABatchIntoAnotherFolderAndFinishesTheOthersWhenARunIsBroken) {
+  WriteHandRun(m_directory);
+  WriteFile(m_directory / "broken.csv", HandTable());
+  WriteFile(m_directory / "broken.pf1", "\1");
+  WriteFile(m_directory / "late.csv_unfinished", kTableHeader);
+  EXPECT_EQ(Run(". --out pages/week"), 1);
+  EXPECT_THAT(Err(), HasSubstr("broken.pf1 is damaged or cut short at byte 0."));
+  EXPECT_THAT(Err(), HasSubstr("1 of 2 runs could not be reported."));
+  EXPECT_THAT(Reports(m_directory / "pages/week"),
+              UnorderedElementsAre("hand.report.html", "hand.report.json", "tarvek_report.html",
+                                   "tarvek_report.json", "tarvek_mqc.json",
+                                   "tarvek_isotopes_mqc.json", "tarvek_precursors_mqc.json"));
+  const json batch = json::parse(ReadFile(m_directory / "pages/week/tarvek_report.json"));
+  ASSERT_EQ(batch["runs"].size(), 3u);
+  EXPECT_EQ(batch["runs"][1]["run"], "hand");
+  EXPECT_EQ(batch["runs"][2]["error"], "the run did not finish");
+}
+
+TEST_F(ReportCommand, NamesWhatIsNotThere) {
+  EXPECT_EQ(Run("nothing"), 1);
+  EXPECT_THAT(Err(), HasSubstr("nothing.csv is not there."));
+  EXPECT_EQ(Run("."), 1);
+  EXPECT_THAT(Err(), HasSubstr("There is no precursor table of tarvek (.csv) in ."));
+}
+
+TEST_F(ReportCommand, LeavesNothingUnderAFinalNameWhenItCannotWrite) {
+  WriteHandRun(m_directory);
+  fs::create_directory(m_directory / "hand.report.html");
+  EXPECT_EQ(Run("hand"), 1);
+  EXPECT_THAT(Err(), HasSubstr("Cannot rename file: "));
+  EXPECT_FALSE(fs::exists(m_directory / "hand.report.html_unfinished"));
+  EXPECT_FALSE(fs::exists(m_directory / "hand.report.json"));
+}
+
+TEST_F(ReportCommand, RefusesAWidthOfNothing) {
+  WriteHandRun(m_directory);
+  EXPECT_NE(Run("hand -W 0"), 0);
+  EXPECT_EQ(Run("hand -W 3.5"), 0);
+  EXPECT_EQ(json::parse(ReadFile(m_directory / "hand.report.json"))["isolation_width"], 3.5);
+}
+
+// A HEK293 run from an LTQ Orbitrap Velos (MetaMorpheus test data); its numbers of scans and of
+// declared charges were counted in its mzML file.
+TEST_F(ReportCommand, CountsARealRun) {
+  const std::string packed = TARVEK_SOURCE_DIR "/../shared/data/hek293-velos/HEK293_2_16173.ms";
+  if (!fs::exists(packed + "1.gz")) GTEST_SKIP() << "needs the real runs in ../shared/data";
+  for (const std::string level : {"1", "2"})
+    ASSERT_EQ(std::system(
+                  ("gzip -dc '" + packed + level + ".gz' >'" + m_directory / "hek.ms" + level + "'")
+                      .c_str()),
+              0);
+  const auto tarvek = fs::path(TARVEK_TOOLS_PROGRAM).parent_path() / "tarvek";
+  ASSERT_EQ(std::system(("cd '" + m_directory.Path() + "' && '" + tarvek.string() +
+                         "' -D hek.ms1 -O . -L . -W 4 -I '" TARVEK_SOURCE_DIR
+                         "/data/IPV.txt' >/dev/null 2>&1")
+                            .c_str()),
+            0);
+  ASSERT_EQ(Run("hek"), 0) << Err();
+  const json summary = json::parse(ReadFile(m_directory / "hek.report.json"));
+  EXPECT_EQ(summary["figures"]["ms2_scans"], 321.0);
+  EXPECT_EQ(summary["surveys"], 33);
+  EXPECT_EQ(summary["left_out"], 0);
+  EXPECT_EQ(summary["isolation_width"], 4.0);
+  std::map<int, int> declared;
+  for (const json& charges : summary["charges"])
+    declared[charges["declared"].get<int>()] += charges["scans"].get<int>();
+  EXPECT_EQ(summary["kept_as_declared"], 0);
+  EXPECT_THAT(declared, testing::ElementsAre(testing::Pair(2, 216), testing::Pair(3, 93),
+                                             testing::Pair(4, 12)));
+}
+
+TEST_F(ReportCommand, IsShownByMultiQc) {
+  if (std::system("multiqc --version >/dev/null 2>&1") != 0)
+    GTEST_SKIP() << "needs multiqc: ./dev report-test installs it";
+  WriteHandRun(m_directory);
+  WriteFile(m_directory / "second.csv", HandTable());
+  ASSERT_EQ(Run(". --out pages"), 0) << Err();
+  const std::string command =
+      "cd '" + m_directory.Path() + "' && multiqc --force pages >/dev/null 2>&1";
+  ASSERT_EQ(std::system(command.c_str()), 0);
+  const json data = json::parse(ReadFile(m_directory / "multiqc_data/multiqc_data.json"));
+  const json& plots = data["report_plot_data"];
+  EXPECT_TRUE(plots.contains("tarvek_isotopes_plot")) << plots.dump().substr(0, 400);
+  EXPECT_TRUE(plots.contains("tarvek_precursors_plot"));
+  const std::string table = ReadFile(m_directory / "multiqc_data/multiqc_tarvek_plot.txt");
+  EXPECT_THAT(table, HasSubstr("hand"));
+  EXPECT_THAT(table, HasSubstr("second"));
+}
+
+}  // namespace
+}  // namespace tarvek::tools

@@ -1,0 +1,261 @@
+#include "ReportData.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "ReportTestRun.h"
+
+namespace tarvek::tools {
+namespace {
+
+using test::TemporaryDirectory;
+using test::WriteFile;
+using testing::DoubleNear;
+using testing::ElementsAre;
+using testing::Pair;
+
+RunReport ReportOf(const TemporaryDirectory& directory, const ReportSettings& settings = {}) {
+  return ReadRunReport(FindRunFiles(directory / "hand", ""), settings);
+}
+
+RunReport HandReport() {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);
+  return ReportOf(directory);
+}
+
+constexpr double kStep = 1.00335;  // isotopes of charge 1, m/z
+
+std::optional<DeclaredMatch> Match(const Precursor& declared, std::vector<Precursor> determined) {
+  return MatchDeclared(declared, determined, 20.0);
+}
+
+TEST(MatchDeclared, FindsEveryShiftUpToThree) {
+  for (int shift = -3; shift <= 3; ++shift) {
+    const auto match = Match({500.0, 2}, {{600.0, 2}, {500.0 + shift * kStep / 2, 2}});
+    ASSERT_TRUE(match) << shift;
+    EXPECT_EQ(match->m_index, 1u);
+    EXPECT_EQ(match->m_shift, shift);
+  }
+  EXPECT_FALSE(Match({500.0, 2}, {{500.0 - 4 * kStep / 2, 2}}));
+}
+
+TEST(MatchDeclared, PrefersTheSmallestShiftToTheOrder) {
+  const auto match = Match({500.0, 2}, {{500.0 - kStep, 2}, {500.0, 2}});
+  EXPECT_EQ(match->m_index, 1u);
+  EXPECT_EQ(match->m_shift, 0);
+}
+
+TEST(MatchDeclared, PrefersAShiftOfTheSameChargeToAnotherChargeAtTheDeclaredMz) {
+  const auto match = Match({500.0, 2}, {{500.0, 3}, {500.0 - kStep / 2, 2}});
+  EXPECT_EQ(match->m_index, 1u);
+  EXPECT_EQ(match->m_shift, -1);
+}
+
+TEST(MatchDeclared, TakesAnotherChargeAtTheDeclaredMzOnly) {
+  EXPECT_EQ(Match({500.0, 2}, {{500.0, 3}})->m_shift, 0);
+  EXPECT_FALSE(Match({500.0, 2}, {{500.0 - kStep / 3, 3}}));
+}
+
+TEST(MatchDeclared, HoldsToTheTolerance) {
+  EXPECT_TRUE(Match({500.0, 2}, {{500.0099, 2}}));   // 19.8 ppm
+  EXPECT_FALSE(Match({500.0, 2}, {{500.0101, 2}}));  // 20.2 ppm
+  EXPECT_FALSE(Match({500.0, 2}, {}));
+}
+
+const std::vector<Peak> kPeaks = {{499.0, 10.0}, {500.0, 40.0}, {500.501675, 20.0},
+                                  {500.6, 20.0}, {501.0, 10.0}, {501.1, 99.0}};
+
+TEST(SharesInWindow, CountsBothEdgesAndIsotopesWithinTheTolerance) {
+  const std::vector<Precursor> determined = {{500.0, 2}};
+  const auto shares = SharesInWindow(kPeaks, 500.0, 1.0, determined, 20.0);
+  ASSERT_TRUE(shares);
+  EXPECT_DOUBLE_EQ(shares->m_main, 0.7);  // 40 + 20 + 10 of 100; 501.0 is 7 ppm off an isotope
+}
+
+TEST(SharesInWindow, GivesTheLargestAloneAndAllTogetherWithoutCountingAPeakTwice) {
+  const std::vector<Precursor> determined = {{500.6, 2}, {500.0, 2}, {500.501675, 3}};
+  const auto shares = SharesInWindow(kPeaks, 500.0, 0.8, determined, 20.0);
+  ASSERT_TRUE(shares);
+  EXPECT_DOUBLE_EQ(shares->m_main, 0.75);  // 60 of 80
+  EXPECT_DOUBLE_EQ(shares->m_all, 1.0);    // 80 of 80
+}
+
+TEST(SharesInWindow, CountsTheIsotopesOfAPrecursorBelowTheWindow) {
+  const std::vector<Precursor> determined = {{500.501675 - 3 * kStep / 2, 2}};
+  const auto shares = SharesInWindow(kPeaks, 500.5, 0.3, determined, 20.0);
+  EXPECT_DOUBLE_EQ(shares->m_main, 0.5);  // 20 of 40
+}
+
+TEST(SharesInWindow, IsNothingForAWindowWithoutCurrent) {
+  EXPECT_FALSE(SharesInWindow(kPeaks, 600.0, 1.0, {}, 20.0));
+  EXPECT_FALSE(SharesInWindow({}, 500.0, 1.0, {}, 20.0));
+  EXPECT_EQ(SharesInWindow(kPeaks, 500.0, 1.0, {}, 20.0)->m_all, 0.0);
+}
+
+TEST(TimeOfScan, LiesOnTheLineBetweenItsNeighbours) {
+  const std::vector<ScanTime> knots = {{10, 100.0}, {20, 200.0}, {21, 260.0}};
+  EXPECT_EQ(TimeOfScan(knots, 10), 100.0);
+  EXPECT_EQ(TimeOfScan(knots, 13), 130.0);
+  EXPECT_EQ(TimeOfScan(knots, 21), 260.0);
+  EXPECT_EQ(TimeOfScan(knots, 1), 100.0);
+  EXPECT_EQ(TimeOfScan(knots, 99), 260.0);
+  EXPECT_FALSE(TimeOfScan({}, 1));
+}
+
+TEST(Median, TakesTheMiddle) {
+  EXPECT_EQ(Median({5.0, 1.0, 9.0}), 5.0);
+  EXPECT_EQ(Median({5.0, 1.0, 9.0, 7.0}), 6.0);
+  EXPECT_FALSE(Median({}));
+}
+
+TEST(RunReport, CountsScansAndPrecursors) {
+  const RunReport report = HandReport();
+  EXPECT_EQ(report.m_scans, 6);
+  EXPECT_EQ(report.m_precursors, 7);
+  EXPECT_THAT(report.m_by_count, ElementsAre(0, 5, 1, 0, 0, 0, 0, 0, 0, 0, 0, 0));
+  EXPECT_THAT(report.m_scans_by_kind, ElementsAre(Pair("CID IT", 1), Pair("HCD FT", 5)));
+}
+
+TEST(RunReport, ComparesDeclaredWithDetermined) {
+  const RunReport report = HandReport();
+  EXPECT_THAT(report.m_by_shift, ElementsAre(0, 0, 1, 2, 0, 0, 0));
+  EXPECT_EQ(report.m_unmatched, 1);
+  EXPECT_EQ(report.m_kept, 1);
+  EXPECT_EQ(report.m_undeclared, 1);
+  EXPECT_THAT(report.m_charges,
+              ElementsAre(Pair(Pair(2, 0), 1), Pair(Pair(2, 2), 2), Pair(Pair(2, 3), 1)));
+}
+
+TEST(RunReport, MeasuresPpmAtTheDeclaredIsotopeAndCharge) {
+  const RunReport report = HandReport();
+  ASSERT_EQ(report.m_ppm.size(), 1u);
+  EXPECT_NEAR(report.m_ppm[0].m_value, 1.0, 1e-6);
+  EXPECT_EQ(report.m_ppm[0].m_rt_s, 75.0);  // scan 2, between surveys 1 at 60 s and 5 at 120 s
+  EXPECT_THAT(report.m_median_ppm, testing::Optional(DoubleNear(1.0, 1e-6)));
+  EXPECT_THAT(report.m_absolute_ppm_95, testing::Optional(DoubleNear(1.0, 1e-6)));
+}
+
+// Windows of 2 m/z around the declared m/z. Scans 2 and 3: 82 of 100; 4: 10 of 40; 6: 0 of 50;
+// 7: 100 of 100; 8 declares nothing.
+TEST(RunReport, MeasuresPurityInTheSurveyBefore) {
+  const RunReport report = HandReport();
+  EXPECT_EQ(report.m_windows, 5);
+  EXPECT_EQ(report.m_empty_windows, 0);
+  EXPECT_EQ(report.m_main_share[0], 1);
+  EXPECT_EQ(report.m_main_share[5], 1);
+  EXPECT_EQ(report.m_main_share[16], 2);
+  EXPECT_EQ(report.m_main_share[19], 1);
+  EXPECT_THAT(report.m_median_main_share, testing::Optional(DoubleNear(0.82, 1e-12)));
+  EXPECT_TRUE(report.m_declared_centres);
+}
+
+TEST(RunReport, TakesTheIsolationWidthThatItIsGiven) {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);
+  ReportSettings settings;
+  settings.m_isolation_width = 0.2;  // scan 6 alone sees 700.0, the others only their own peak
+  const RunReport report = ReportOf(directory, settings);
+  EXPECT_EQ(report.m_isolation_width, 0.2);
+  EXPECT_THAT(report.m_median_main_share, testing::Optional(1.0));
+  EXPECT_EQ(HandReport().m_isolation_width, 2.0);
+}
+
+TEST(RunReport, TakesTheIsolationWidthOfTheLog) {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);
+  WriteFile(directory / "TarvekPlusLog.txt",
+            "[Tarvek] <INFO> - 11: isolation_width = 3.000000\n"
+            "[Tarvek] <INFO> - Start to process in/hand.ms1\n");
+  EXPECT_EQ(ReportOf(directory).m_isolation_width, 3.0);
+}
+
+TEST(RunReport, SumsTheIonCurrentOfEachSurvey) {
+  const RunReport report = HandReport();
+  ASSERT_EQ(report.m_surveys.size(), 2u);
+  EXPECT_EQ(report.m_surveys[0].m_rt_s, 60.0);
+  EXPECT_EQ(report.m_surveys[0].m_value, 140.0);
+  EXPECT_EQ(report.m_surveys[1].m_value, 205.0);
+  EXPECT_THAT(report.m_ms2_times_s, ElementsAre(75.0, 90.0, 105.0, 120.0, 120.0, 120.0));
+}
+
+TEST(RunReport, TakesMissingNumbersForScansLeftOutWhereTheInputIsNotThere) {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);
+  EXPECT_EQ(ReportOf(directory).m_left_out_count, 0);
+  WriteFile(directory / "hand.csv", std::string(kTableHeader) + kRowAtDeclared);
+  WriteFile(directory / "TarvekPlusLog.txt",
+            "[Tarvek] <INFO> - Start to process in/hand.ms1\n"
+            "[Tarvek] <WARN> - Cannot find precursor information for scan 4.\n");
+  const RunReport report = ReportOf(directory);
+  EXPECT_EQ(report.m_left_out_count, 2);
+  EXPECT_THAT(report.m_left_out_reasons,
+              ElementsAre(Pair("no usable precursor declared or determined", 1),
+                          Pair("number in no output", 1)));
+  EXPECT_EQ(report.m_left_out[0].m_scan_no, 3);
+  EXPECT_EQ(report.m_left_out[0].m_rt_s, 90.0);
+  EXPECT_EQ(LeftOutShare(report), 2.0 / 3.0);
+}
+
+TEST(RunReport, GivesTheReasonOfEachScanLeftOutOfTheInput) {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);
+  std::string input;
+  for (const int scan_no : {2, 3, 4, 6, 7, 8})
+    input += Ms2Text(scan_no, scan_no < 5 ? 1 : 5, 60.0 + scan_no, "HCD", "FTMS", 2);
+  input += Ms2Text(9, 5, 130.0, "PQD", "FTMS", 2) + Ms2Text(10, 5, 131.0, "HCD", "TOFMS", 2) +
+           Ms2Text(11, 5, 132.0, "HCD", "FTMS", 0) + Ms2Text(12, 5, 133.0, "HCD", "FTMS", 2);
+  WriteFile(directory / "hand.ms2", input);
+  const RunReport report = ReportOf(directory);
+  EXPECT_EQ(report.m_left_out_count, 4);
+  EXPECT_THAT(report.m_left_out_reasons,
+              ElementsAre(Pair("activation type not known", 1), Pair("analyser not known", 1),
+                          Pair("no usable precursor declared or determined", 1),
+                          Pair("not exported for another reason", 1)));
+  EXPECT_EQ(report.m_left_out[0].m_rt_s, 130.0);
+  EXPECT_THAT(report.m_ms2_times_s, ElementsAre(62.0, 63.0, 64.0, 66.0, 67.0, 68.0));
+  EXPECT_FALSE(report.m_declared_centres);
+}
+
+TEST(RunReport, SaysNothingOfWhatItCannotKnow) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "hand.csv", HandTable());
+  const RunReport report = ReportOf(directory);
+  EXPECT_EQ(report.m_scans, 6);
+  EXPECT_TRUE(report.m_surveys.empty());
+  EXPECT_TRUE(report.m_ms2_times_s.empty());
+  EXPECT_TRUE(report.m_ppm.empty());
+  EXPECT_TRUE(report.m_median_ppm.has_value());
+  EXPECT_EQ(report.m_windows, 0);
+  EXPECT_FALSE(LeftOutShare(report));
+}
+
+TEST(RunReport, IsEmptyForATableWithoutRows) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "hand.csv", kTableHeader);
+  const RunReport report = ReportOf(directory);
+  EXPECT_EQ(report.m_scans, 0);
+  for (const KeyFigure& figure : KeyFigures(report)) {
+    if (figure.m_id != "ms2_scans" && figure.m_id != "precursors") {
+      EXPECT_FALSE(figure.m_value) << figure.m_id;
+    }
+  }
+}
+
+TEST(KeyFigures, SumUpTheRun) {
+  std::map<std::string, double> values;
+  for (const KeyFigure& figure : KeyFigures(HandReport()))
+    values[figure.m_id] = figure.m_value.value_or(std::nan(""));
+  EXPECT_EQ(values["ms2_scans"], 6.0);
+  EXPECT_EQ(values["precursors"], 7.0);
+  EXPECT_DOUBLE_EQ(values["precursors_per_scan"], 7.0 / 6.0);
+  EXPECT_DOUBLE_EQ(values["isotope_corrected"], 100.0 / 3.0);  // one of three with a match
+  EXPECT_DOUBLE_EQ(values["charge_corrected"], 100.0 / 3.0);
+  EXPECT_NEAR(values["main_precursor_share"], 82.0, 1e-9);
+  EXPECT_EQ(values["left_out"], 0.0);
+}
+
+}  // namespace
+}  // namespace tarvek::tools

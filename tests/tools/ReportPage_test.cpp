@@ -1,0 +1,244 @@
+#include "ReportPage.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <random>
+
+#include "ReportSummary.h"
+
+namespace tarvek::tools {
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Not;
+
+/// A run of 100000 scans with all there is.
+RunReport LargeReport() {
+  std::mt19937 random(1);
+  RunReport report;
+  report.m_name = "large";
+  report.m_tol_ppm = 20.0;
+  report.m_scans = 100000;
+  report.m_precursors = 200000;
+  report.m_scans_by_kind = {{"HCD FT", 100000}};
+  report.m_by_count[2] = 100000;
+  report.m_by_shift[ShiftPlace(0)] = 90000;
+  report.m_by_shift[ShiftPlace(-1)] = 10000;
+  report.m_charges = {{{2, 2}, 60000}, {{3, 3}, 39000}, {{2, 3}, 1000}};
+  for (int i = 0; i < 100000; ++i) {
+    const double rt_s = 0.05 * i;
+    report.m_ms2_times_s.push_back(rt_s);
+    report.m_ppm.push_back({rt_s, static_cast<double>(random() % 100) / 10.0 - 5.0});
+    if (i % 10 == 0) report.m_surveys.push_back({rt_s, 1e8 + static_cast<double>(random() % 1000)});
+    report.m_left_out.push_back({i, rt_s, "activation type not known"});
+  }
+  report.m_left_out_count = 100000;
+  report.m_left_out_reasons = {{"activation type not known", 100000}};
+  report.m_left_out_source = "the .ms2 file";
+  report.m_median_ppm = 0.0;
+  report.m_absolute_ppm_95 = 4.9;
+  report.m_windows = 100000;
+  report.m_main_share[15] = report.m_all_share[18] = 100000;
+  report.m_median_main_share = 0.77;
+  report.m_median_all_share = 0.92;
+  return report;
+}
+
+Verdict VerdictOf(const RunReport& report, const std::string& id) {
+  for (const ReportFinding& finding : ReportFindings(report))
+    if (finding.m_id == id) return finding.m_verdict;
+  ADD_FAILURE() << "no finding " << id;
+  return Verdict::kNoData;
+}
+
+TEST(RunPage, StaysSmallForALargeRun) { EXPECT_LT(RunPage(LargeReport()).size(), 500000u); }
+
+TEST(RunPage, IsCompleteInItself) {
+  const std::string page = RunPage(LargeReport());
+  for (const char* outside : {"http:", "https:", "<script", "<link", "src=", "url(", "@import"})
+    EXPECT_THAT(page, Not(HasSubstr(outside)));
+  EXPECT_THAT(page, HasSubstr("prefers-color-scheme: dark"));
+  EXPECT_THAT(page, HasSubstr("@media print"));
+}
+
+TEST(RunPage, TellsOfEveryPictureWhatIsNormalAndWhatToDoOtherwise) {
+  const RunReport report = LargeReport();
+  const std::string page = RunPage(report);
+  for (const ReportFinding& finding : ReportFindings(report)) {
+    EXPECT_THAT(page, HasSubstr("<h2>" + finding.m_title + "</h2>"));
+    EXPECT_THAT(page, HasSubstr("<svg role=\"img\" viewBox=\"0 0 640 300\" aria-labelledby=\"" +
+                                finding.m_id + "-t"));
+    EXPECT_FALSE(finding.m_normal.empty());
+    EXPECT_FALSE(finding.m_otherwise.empty());
+  }
+}
+
+TEST(RunPage, SaysWhatIsMissingInsteadOfDrawingIt) {
+  RunReport report;
+  report.m_name = "table alone";
+  report.m_scans = 1;
+  report.m_precursors = 1;
+  report.m_by_count[1] = 1;
+  report.m_undeclared = 1;
+  const std::string page = RunPage(report);
+  EXPECT_THAT(page, HasSubstr("Not drawn. No .pf1 or .ms1 file: the surveys are unknown."));
+  EXPECT_THAT(page, HasSubstr("Not drawn. No scan declares a precursor"));
+  EXPECT_THAT(page, HasSubstr("Not drawn. Neither the input"));
+  EXPECT_THAT(page, Not(HasSubstr("aria-labelledby=\"purity-t")));
+  EXPECT_THAT(page, HasSubstr("aria-labelledby=\"precursors-t"));
+}
+
+TEST(RunPage, EscapesTheNameOfTheRun) {
+  RunReport report;
+  report.m_name = "<b>&\"run\"";
+  const std::string page = RunPage(report);
+  EXPECT_THAT(page, HasSubstr("<h1>&lt;b&gt;&amp;&quot;run&quot;</h1>"));
+  EXPECT_THAT(page, Not(HasSubstr("<b>&\"run")));
+}
+
+TEST(RunPage, NamesTheFirstScansOfEachReason) {
+  EXPECT_THAT(RunPage(LargeReport()), HasSubstr("<td>0, 1, 2, 3, 4, 5, 6, 7 \u2026</td>"));
+}
+
+TEST(ReportFindings, AskForALookWhereALimitIsPassed) {
+  RunReport report = LargeReport();
+  EXPECT_EQ(VerdictOf(report, "precursors"), Verdict::kUsual);
+  EXPECT_EQ(VerdictOf(report, "isotopes"), Verdict::kUsual);
+  EXPECT_EQ(VerdictOf(report, "charges"), Verdict::kUsual);
+  EXPECT_EQ(VerdictOf(report, "ppm"), Verdict::kUsual);
+  EXPECT_EQ(VerdictOf(report, "purity"), Verdict::kUsual);
+  EXPECT_EQ(VerdictOf(report, "current"), Verdict::kUsual);
+  EXPECT_EQ(VerdictOf(report, "left-out"), Verdict::kLook);
+
+  report.m_precursors = 700000;
+  report.m_by_shift = {0, 0, 60000, 40000, 0, 0, 0};
+  report.m_charges = {{{2, 2}, 70000}, {{2, 3}, 30000}};
+  report.m_median_ppm = -6.0;
+  report.m_median_main_share = 0.2;
+  report.m_ms2_times_s = {0.0, 10.0, 100.0, 110.0};
+  report.m_left_out_count = 0;
+  EXPECT_EQ(VerdictOf(report, "precursors"), Verdict::kLook);
+  EXPECT_EQ(VerdictOf(report, "isotopes"), Verdict::kLook);
+  EXPECT_EQ(VerdictOf(report, "charges"), Verdict::kLook);
+  EXPECT_EQ(VerdictOf(report, "ppm"), Verdict::kLook);
+  EXPECT_EQ(VerdictOf(report, "purity"), Verdict::kLook);
+  EXPECT_EQ(VerdictOf(report, "current"), Verdict::kLook);
+  EXPECT_EQ(VerdictOf(report, "left-out"), Verdict::kUsual);
+}
+
+TEST(ReportFindings, DoNotJudgeAFewScans) {
+  RunReport report;
+  report.m_scans = 5;
+  report.m_precursors = 50;
+  report.m_by_count[10] = 5;
+  EXPECT_EQ(VerdictOf(report, "precursors"), Verdict::kUsual);
+  report.m_scans = 50;
+  report.m_precursors = 500;
+  report.m_by_count[10] = 50;
+  EXPECT_EQ(VerdictOf(report, "precursors"), Verdict::kLook);
+}
+
+/// Runs that differ in their number of scans.
+std::vector<BatchRun> Batch(const std::vector<std::int64_t>& scans) {
+  std::vector<BatchRun> runs;
+  for (std::size_t i = 0; i < scans.size(); ++i) {
+    RunReport report;
+    report.m_name = "run " + std::to_string(i);
+    report.m_scans = report.m_precursors = scans[i];
+    report.m_by_shift[ShiftPlace(-1)] = 3;
+    report.m_by_count[1] = scans[i];
+    runs.push_back(BatchRunOf(report, report.m_name + ".report.html"));
+  }
+  return runs;
+}
+
+BatchRun Failed() {
+  BatchRun run;
+  run.m_name = "broken";
+  run.m_error = "broken.pf1 is damaged";
+  return run;
+}
+
+TEST(StandsOut, IsFarFromTheOthers) {
+  // median 100, deviations 0 1 1 2 2 100, their median 1.5; 3.5 x max(1.4826 x 1.5, 2) = 7.8
+  const auto runs = Batch({100, 101, 99, 102, 98, 200});
+  for (std::size_t run = 0; run < 5; ++run) EXPECT_FALSE(StandsOut(runs, run, 0)) << run;
+  EXPECT_TRUE(StandsOut(runs, 5, 0));
+}
+
+TEST(StandsOut, NeedsEnoughRunsAndMoreThanASmallDifference) {
+  const auto few = Batch({100, 100, 100, 900});
+  EXPECT_FALSE(StandsOut(few, 3, 0));
+  const auto alike = Batch({100, 100, 100, 100, 106});  // 7 is 3.5 times 2 % of 100
+  EXPECT_FALSE(StandsOut(alike, 4, 0));
+  const auto unlike = Batch({100, 100, 100, 100, 108});
+  EXPECT_TRUE(StandsOut(unlike, 4, 0));
+}
+
+TEST(BatchPage, LinksItsRunsAndNamesThoseWithoutReport) {
+  auto runs = Batch({100, 101, 99});
+  runs.push_back(Failed());
+  const std::string page = BatchPage("week 1", runs);
+  EXPECT_THAT(page, HasSubstr("<h1>week 1</h1>"));
+  EXPECT_THAT(page, HasSubstr("<a href=\"run%200.report.html\">run 0</a>"));
+  EXPECT_THAT(page, HasSubstr("4 runs; 3 with something worth a look, 1 without a report."));
+  EXPECT_THAT(page, HasSubstr("broken.pf1 is damaged"));
+}
+
+TEST(BatchPage, IsWrittenForNoRunAtAll) {
+  EXPECT_THAT(BatchPage("none", {}), HasSubstr("0 runs; "));
+}
+
+TEST(RunJson, HoldsTheFiguresAndTheCounts) {
+  const json parsed = json::parse(RunJson(LargeReport()));
+  EXPECT_EQ(parsed["run"], "large");
+  EXPECT_EQ(parsed["figures"]["ms2_scans"], 100000.0);
+  EXPECT_EQ(parsed["figures"]["isotope_corrected"], 10.0);
+  EXPECT_EQ(parsed["isotope_shift"]["-1"], 10000);
+  EXPECT_EQ(parsed["findings"]["left-out"]["verdict"], "look");
+  EXPECT_EQ(parsed["charges"].size(), 3u);
+}
+
+TEST(RunJson, GivesNullForWhatIsNotKnown) {
+  const json parsed = json::parse(RunJson({}));
+  EXPECT_TRUE(parsed["figures"]["median_ppm"].is_null());
+  EXPECT_EQ(parsed["findings"]["ppm"]["verdict"], "no data");
+}
+
+TEST(RunJson, ReplacesWhatIsNoUtf8) {
+  RunReport report;
+  report.m_name = "run\xff";
+  EXPECT_EQ(json::parse(RunJson(report))["run"], "run\ufffd");
+}
+
+TEST(BatchJson, ListsEveryRun) {
+  auto runs = Batch({100});
+  runs.push_back(Failed());
+  const json parsed = json::parse(BatchJson(runs));
+  ASSERT_EQ(parsed["runs"].size(), 2u);
+  EXPECT_EQ(parsed["runs"][0]["page"], "run 0.report.html");
+  EXPECT_EQ(parsed["runs"][1]["error"], "broken.pf1 is damaged");
+}
+
+TEST(MultiQc, HasASectionForEachFileWithTheRunsThatHaveAReport) {
+  auto runs = Batch({100, 50});
+  runs.push_back(Failed());
+  const json table = json::parse(FiguresForMultiQc(runs));
+  EXPECT_EQ(table["id"], "tarvek");
+  EXPECT_EQ(table["plot_type"], "table");
+  EXPECT_EQ(table["data"].size(), 2u);
+  EXPECT_EQ(table["data"]["run 1"]["ms2_scans"], 50.0);
+  EXPECT_FALSE(table["data"]["run 1"].contains("median_ppm"));
+  const json isotopes = json::parse(IsotopesForMultiQc(runs));
+  EXPECT_EQ(isotopes["plot_type"], "bargraph");
+  EXPECT_EQ(isotopes["data"]["run 0"]["-1"], 3);
+  const json precursors = json::parse(PrecursorsForMultiQc(runs));
+  EXPECT_EQ(precursors["data"]["run 0"]["1"], 100);
+  EXPECT_EQ(precursors["data"]["run 0"]["more than 10"], 0);
+}
+
+}  // namespace
+}  // namespace tarvek::tools

@@ -1,0 +1,159 @@
+#include "ReportCommand.h"
+
+#include <iostream>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "FileUtils.h"
+#include "ReportData.h"
+#include "ReportPage.h"
+#include "ReportSummary.h"
+#include "SimulateFileSink.h"
+
+namespace tarvek::tools {
+namespace {
+
+struct ReportOptions {
+  std::string m_path;
+  std::string m_out_folder;
+  double m_isolation_width = 0.0;  // 0: not given
+  ReportSettings m_settings;
+};
+
+void WriteWhole(const std::string& path, const std::string& content) {
+  UnfinishedFile file(path, "report");
+  file.File().Write(content);
+  file.File().Close();
+  file.TakeName();
+}
+
+void WriteForMultiQc(const std::string& start, std::span<const BatchRun> runs) {
+  WriteWhole(start + "_mqc.json", FiguresForMultiQc(runs));
+  WriteWhole(start + "_isotopes_mqc.json", IsotopesForMultiQc(runs));
+  WriteWhole(start + "_precursors_mqc.json", PrecursorsForMultiQc(runs));
+}
+
+std::string LastPart(std::string_view path) {
+  const std::size_t separator = path.find_last_of(kSeparators);
+  return std::string(separator == std::string_view::npos ? path : path.substr(separator + 1));
+}
+
+// Writes page and summary of one run and returns what a batch keeps of it.
+BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
+                   const ReportSettings& settings) {
+  const RunReport report =
+      ReadRunReport(FindRunFiles(base_path, settings.m_input_folder), settings);
+  const std::string page = report.m_name + ".report.html";
+  const std::string path = JoinPath({out_folder, page});
+  WriteWhole(path, RunPage(report));
+  WriteWhole(JoinPath({out_folder, report.m_name + ".report.json"}), RunJson(report));
+  std::cout << path << '\n';
+  return BatchRunOf(report, page);
+}
+
+// The folder in which the files of base_path lie.
+std::string FolderOfBase(const std::string& base_path) {
+  const std::size_t separator = base_path.find_last_of(kSeparators);
+  if (separator == std::string::npos) return ".";
+  return base_path.substr(0, separator + 1);
+}
+
+void ReportOne(const ReportOptions& options) {
+  const std::string out_folder =
+      options.m_out_folder.empty() ? FolderOfBase(options.m_path) : options.m_out_folder;
+  const BatchRun run = ReportRun(options.m_path, out_folder, options.m_settings);
+  WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
+}
+
+BatchRun WithoutReport(const std::string& base_path, const std::string& why) {
+  BatchRun run;
+  run.m_name = LastPart(base_path);
+  run.m_error = why;
+  return run;
+}
+
+// A run that cannot be read is named on standard error and in the batch; the others go on.
+BatchRun TryRun(const std::string& base_path, const std::string& out_folder,
+                const ReportSettings& settings) {
+  std::string why;
+  try {
+    return ReportRun(base_path, out_folder, settings);
+  } catch (const std::string& message) {  // of the file helpers
+    why = message;
+  } catch (const std::exception& error) {
+    why = error.what();
+  }
+  std::cerr << "tarvek-tools: " << why << '\n';
+  return WithoutReport(base_path, why);
+}
+
+std::string BatchTitle(const std::string& folder) {
+  const std::string name = LastPart(WithoutTrailingSeparators(folder));
+  return name.empty() || name == "." || name == ".." ? "Batch" : name;
+}
+
+void ReportBatch(const ReportOptions& options) {
+  const std::string& folder = options.m_path;
+  const std::string out_folder = options.m_out_folder.empty() ? folder : options.m_out_folder;
+  const FoundRuns found = FindRuns(folder);
+  if (found.m_finished.empty() && found.m_unfinished.empty())
+    throw "There is no precursor table of tarvek (.csv) in " + folder;
+  std::vector<BatchRun> runs;
+  for (const std::string& base_path : found.m_finished)
+    runs.push_back(TryRun(base_path, out_folder, options.m_settings));
+  std::size_t failed = 0;
+  for (const BatchRun& run : runs) failed += run.m_page.empty() ? 1U : 0U;
+  for (const std::string& base_path : found.m_unfinished)
+    if (!FileExists(base_path + ".csv"))
+      runs.push_back(WithoutReport(base_path, "the run did not finish"));
+
+  const std::string page = JoinPath({out_folder, "tarvek_report.html"});
+  WriteWhole(page, BatchPage(BatchTitle(folder), runs));
+  WriteWhole(JoinPath({out_folder, "tarvek_report.json"}), BatchJson(runs));
+  WriteForMultiQc(JoinPath({out_folder, "tarvek"}), runs);
+  std::cout << page << '\n';
+  if (failed > 0)
+    throw std::to_string(failed) + " of " + std::to_string(found.m_finished.size()) +
+        " runs could not be reported.";
+}
+
+void RunReportCommand(ReportOptions options) {
+  if (options.m_isolation_width > 0.0)
+    options.m_settings.m_isolation_width = options.m_isolation_width;
+  if (!options.m_out_folder.empty()) MakeDirectory(options.m_out_folder);
+  if (IsDirectory(options.m_path))
+    ReportBatch(options);
+  else
+    ReportOne(options);
+}
+
+}  // namespace
+
+void AddReportCommand(CLI::App& app) {
+  const auto options = std::make_shared<ReportOptions>();
+  CLI::App* report =
+      app.add_subcommand("report", "Show the outputs of a run, or of a folder of runs, as a page");
+  report
+      ->add_option("PATH", options->m_path,
+                   "Folder of outputs, or the outputs of one run without their endings")
+      ->required();
+  report->add_option("-o,--out", options->m_out_folder, "Folder of the pages, if another one");
+  report
+      ->add_option("--input", options->m_settings.m_input_folder,
+                   "Folder of the .ms2 or .mscsv files, if another one")
+      ->check(CLI::ExistingDirectory);
+  report
+      ->add_option("-W,--isolation-width", options->m_isolation_width,
+                   "Width of the isolation window in m/z; without it the log tells it, else 2")
+      ->check(CLI::PositiveNumber);
+  report
+      ->add_option("--tol", options->m_settings.m_tol_ppm,
+                   "Largest m/z difference of peaks that belong together, ppm")
+      ->check(CLI::PositiveNumber)
+      ->capture_default_str();
+  report->callback([options] { RunReportCommand(*options); });
+}
+
+}  // namespace tarvek::tools

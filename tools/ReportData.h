@@ -1,0 +1,159 @@
+// tools/ReportData.h: the numbers of a run's report.
+// Does:     counts and measures what the pictures show, from the files of a finished run.
+// Owns:     a RunReport owns its numbers; peaks are looked at scan by scan and not kept.
+// Throws:   ReadRunReport what ReportFiles.h throws; the rest nothing.
+// Not here: pictures (ReportSvg.h), what is normal (ReportFindings.h), pages (ReportPage.h).
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "ReportFiles.h"
+#include "SpectrumRecords.h"
+
+namespace tarvek::tools {
+
+struct ReportSettings {
+  std::string m_input_folder;               // empty: beside the outputs
+  std::optional<double> m_isolation_width;  // m/z, both edges included
+  double m_tol_ppm = 20.0;                  // as tarvek's own mass tolerance
+};
+
+/// Isotopes by which a determined precursor may differ from the declared one.
+inline constexpr int kMaxShift = 3;
+inline constexpr std::size_t kShifts = 2 * kMaxShift + 1;
+inline constexpr std::size_t kPrecursorCounts = 12;  // 0 .. 10, and more
+inline constexpr std::size_t kPurityBins = 20;       // from 0 to 1
+/// Width without an option and without a log: tarvek's default.
+inline constexpr double kDefaultIsolationWidth = 2.0;
+
+/// The determined precursor that stands for the declared one.
+struct DeclaredMatch {
+  std::size_t m_index = 0;  // in the list of the determined ones
+  int m_shift = 0;          // isotopes: -1 means that the determined peak is one below
+};
+
+/// The determined precursor of the declared charge that is 0 to 3 isotopes from the declared m/z,
+/// the smallest shift before others, then the first; without one, the first of another charge at
+/// the declared m/z itself. Nothing when none is within tol_ppm.
+std::optional<DeclaredMatch> MatchDeclared(const Precursor& declared,
+                                           std::span<const Precursor> determined, double tol_ppm);
+
+/// Whether the declared precursor was exported as it was, because none was determined.
+bool IsKeptAsDeclared(const ReportRow& row);
+
+/// Shares of the current in an isolation window.
+struct WindowShares {
+  double m_main = 0.0;  // of the precursor that has most
+  double m_all = 0.0;   // of all precursors together, each peak counted once
+};
+
+/// peaks ascend in m/z. A precursor's peaks are those within tol_ppm of its first eight isotopes.
+/// Nothing when the window, both edges included, holds no current.
+std::optional<WindowShares> SharesInWindow(std::span<const Peak> peaks, double centre_mz,
+                                           double half_width_mz,
+                                           std::span<const Precursor> determined, double tol_ppm);
+
+/// The time at scan_no on the line between its neighbours in knots, which ascend by scan number;
+/// the nearest one's outside; nothing without knots.
+std::optional<double> TimeOfScan(std::span<const ScanTime> knots, std::int32_t scan_no);
+
+/// The value that half of values are not above, between the two middle ones of an even number;
+/// nothing for none.
+std::optional<double> Median(std::vector<double> values);
+
+struct TimedValue {
+  double m_rt_s = 0.0;
+  double m_value = 0.0;
+};
+
+struct LeftOutScan {
+  std::int32_t m_scan_no = 0;
+  std::optional<double> m_rt_s;
+  std::string m_reason;
+};
+
+/// One of the files that a report draws from.
+struct ReportSource {
+  std::string m_file;  // what it is called
+  std::string m_use;
+  bool m_is_there = false;
+};
+
+struct RunReport {
+  std::string m_name;
+  std::vector<ReportSource> m_sources;
+  std::string m_width_source;
+  double m_isolation_width = kDefaultIsolationWidth;
+  double m_tol_ppm = 0.0;
+
+  std::int64_t m_scans = 0;
+  std::int64_t m_precursors = 0;
+  std::map<std::string, std::int64_t> m_scans_by_kind;
+  std::array<std::int64_t, kPrecursorCounts> m_by_count{};  // scans with 0, 1, .. 10, more
+
+  std::int64_t m_undeclared = 0;                   // scans without a declared m/z or charge
+  std::int64_t m_kept = 0;                         // scans whose declared precursor was kept
+  std::int64_t m_unmatched = 0;                    // whose declared one is near no determined one
+  std::array<std::int64_t, kShifts> m_by_shift{};  // -3 .. 3; without the kept ones
+  std::map<std::pair<int, int>, std::int64_t> m_charges;  // declared, determined (0: none); no kept
+
+  std::vector<TimedValue> m_ppm;  // of those at shift 0 with the declared charge; with known times
+  std::optional<double> m_median_ppm;
+  std::optional<double> m_absolute_ppm_95;
+
+  std::array<std::int64_t, kPurityBins> m_main_share{};
+  std::array<std::int64_t, kPurityBins> m_all_share{};
+  std::int64_t m_windows = 0;        // that hold current
+  std::int64_t m_empty_windows = 0;  // that hold none
+  bool m_declared_centres = false;   // centres unknown, the declared m/z was used
+  std::optional<double> m_median_main_share;
+  std::optional<double> m_median_all_share;
+
+  std::vector<TimedValue> m_surveys;  // total ion current
+  std::vector<double> m_ms2_times_s;  // ascending
+  std::string m_time_source;          // empty when times are unknown
+  std::optional<double> m_median_ms2_peaks;
+
+  std::vector<LeftOutScan> m_left_out;  // ascending; not more than kMaxLeftOut
+  std::int64_t m_left_out_count = 0;
+  std::map<std::string, std::int64_t> m_left_out_reasons;
+  std::string m_left_out_source;  // empty when it cannot be known
+};
+
+inline constexpr std::size_t kMaxLeftOut = 200000;
+
+/// Share of left-out scans among all MS2 scans; nothing when it cannot be known.
+std::optional<double> LeftOutShare(const RunReport& report);
+
+/// Scans whose declared precursor was compared with a determined one, at whatever shift.
+std::int64_t MatchedScans(const RunReport& report);
+
+/// Place of a shift, -3 to 3, in RunReport::m_by_shift.
+constexpr std::size_t ShiftPlace(int shift) {
+  const int place = shift + kMaxShift;
+  return static_cast<std::size_t>(place);
+}
+
+RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings);
+
+/// A number that sums up a run, for tiles, tables and other programs.
+struct KeyFigure {
+  std::string m_id;     // for programs
+  std::string m_label;  // for people
+  std::string m_unit;   // "%", "ppm" or nothing
+  int m_decimals = 0;
+  std::optional<double> m_value;
+};
+
+/// Always the same figures in the same order.
+std::vector<KeyFigure> KeyFigures(const RunReport& report);
+
+}  // namespace tarvek::tools

@@ -1,0 +1,309 @@
+#include "ReportFiles.h"
+
+#include <algorithm>
+#include <bit>
+#include <cmath>
+#include <cstdlib>
+#include <string_view>
+
+#include "FileUtils.h"
+#include "Logger.h"
+#include "MsTextReader.h"
+#include "NumberText.h"
+#include "QuietLibrary.h"
+#include "ScanTable.h"
+#include "StringUtils.h"
+#include "TableReader.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr std::string_view kTableEnding = ".csv";
+constexpr std::string_view kUnfinishedEnding = ".csv_unfinished";
+constexpr std::string_view kTableStart = "ActivationType, InstrumentType, MS2Scan, ";
+constexpr std::size_t kFixedFields = 6;  // of a row, before the precursors with three each
+constexpr std::int64_t kPeakBytes = 16;
+constexpr std::int64_t kPfPrecursorBytes = 12;
+
+std::string IfThere(std::string path) { return FileExists(path) ? std::move(path) : std::string(); }
+
+std::string NameOf(std::string_view path) {
+  const std::size_t separator = path.find_last_of(kSeparators);
+  return std::string(separator == std::string_view::npos ? path : path.substr(separator + 1));
+}
+
+// The files "BASE_<activation><analyser>" + ending. They are asked for by name: a listing could not
+// tell the files of the run "a_b" from those of the run "a".
+std::vector<std::string> KeyedFiles(const std::string& base_path, std::string_view ending) {
+  std::vector<std::string> paths;
+  for (const std::string_view activation : kActivationTypes)
+    for (const std::string_view analyser : kInstrumentTypes) {
+      std::string path = base_path + "_";
+      path.append(activation).append(analyser).append(ending);
+      if (FileExists(path)) paths.push_back(std::move(path));
+    }
+  return paths;
+}
+
+bool IsPrecursorTable(const std::string& path) {
+  std::string line;
+  return FileExists(path) && TextLines(path).Next(line) && line.starts_with(kTableStart);
+}
+
+/// Fields of one line; numbers are read with messages that name file and line.
+class RowFields {
+ public:
+  RowFields(const TextLines& lines, std::string_view line) : m_lines(lines) {
+    for (const std::string_view field : Split(line, ",")) m_fields.push_back(Trim(field));
+    if (!m_fields.empty() && m_fields.back().empty()) m_fields.pop_back();
+  }
+
+  [[noreturn]] void Fail(const std::string& what) const { m_lines.Fail(what); }
+
+  [[nodiscard]] std::size_t Count() const { return m_fields.size(); }
+  [[nodiscard]] std::string Text(std::size_t i) const { return std::string(m_fields.at(i)); }
+  [[nodiscard]] double Real(std::size_t i) const { return m_lines.Real(m_fields.at(i)); }
+  [[nodiscard]] std::int32_t Integer(std::size_t i) const {
+    return m_lines.Integer(m_fields.at(i));
+  }
+
+ private:
+  const TextLines& m_lines;
+  std::vector<std::string_view> m_fields;
+};
+
+ReportRow RowOf(const RowFields& fields) {
+  if (fields.Count() < kFixedFields) fields.Fail("the row is not complete.");
+  ReportRow row;
+  row.m_kind = fields.Text(0) + " " + fields.Text(1);
+  row.m_scan_no = fields.Integer(2);
+  // "-1.000000, -1" says that nothing was declared; the m/z of a declared ion has no sign.
+  const Precursor declared{fields.Real(3), fields.Integer(4)};
+  if (declared.m_mz > 0.0) row.m_declared = {declared.m_mz, std::abs(declared.m_charge)};
+  const auto count = static_cast<std::size_t>(std::max(0, fields.Integer(5)));
+  if (fields.Count() != kFixedFields + 3 * count)
+    fields.Fail("the row does not hold the " + std::to_string(count) + " precursors it counts.");
+  for (std::size_t i = 0; i < count; ++i) {
+    const std::size_t first = kFixedFields + 3 * i;
+    row.m_determined.push_back(
+        {std::fabs(fields.Real(first + 1)), std::abs(fields.Integer(first + 2))});
+  }
+  return row;
+}
+
+std::uint64_t LittleEndian(std::string_view bytes) {
+  std::uint64_t value = 0;
+  for (std::size_t i = bytes.size(); i-- > 0;)
+    value = value << 8U | static_cast<unsigned char>(bytes[i]);
+  return value;
+}
+
+// The base name of "Start to process PATH" when PATH is an input of tarvek, else nothing.
+std::optional<std::string> StartedInput(std::string_view line) {
+  constexpr std::string_view kStart = "Start to process ";
+  const std::size_t at = line.find(kStart);
+  if (at == std::string_view::npos) return std::nullopt;
+  const std::string name = NameOf(line.substr(at + kStart.size()));
+  for (const std::string_view ending : {".ms1", ".msb"})
+    if (name.ends_with(ending)) return name.substr(0, name.size() - ending.size());
+  return std::nullopt;
+}
+
+// Binary input is named after its run and the format that it was extracted from: "run1.mzml".
+bool IsInputOf(std::string_view input_name, std::string_view run_name) {
+  if (!input_name.starts_with(run_name)) return false;
+  const std::string_view format = input_name.substr(run_name.size());
+  return format.empty() || (format.starts_with('.') && format.find('.', 1) == format.npos);
+}
+
+// The first .mscsv table of the run in folder; empty without one.
+std::string ScanTableOf(const std::string& folder, const std::string& run_name) {
+  constexpr std::string_view kEnding = ".mscsv";
+  auto names = ListDirectoryNames(folder).value_or(std::vector<std::string>());
+  std::ranges::sort(names);
+  for (const std::string& name : names)
+    if (name.ends_with(kEnding) &&
+        IsInputOf(std::string_view(name).substr(0, name.size() - kEnding.size()), run_name))
+      return JoinPath({folder, name});
+  return {};
+}
+
+// The text behind start in line, when it is there.
+std::optional<std::string_view> TextBehind(std::string_view line, std::string_view start) {
+  const std::size_t at = line.find(start);
+  if (at == std::string_view::npos) return std::nullopt;
+  return line.substr(at + start.size());
+}
+
+void SortByScan(std::vector<InputScan>& scans) {
+  std::ranges::stable_sort(scans, {}, &InputScan::m_scan_no);
+}
+
+}  // namespace
+
+RunFiles FindRunFiles(const std::string& base_path, const std::string& input_folder) {
+  const std::string base = base_path.ends_with(kTableEnding)
+                               ? base_path.substr(0, base_path.size() - kTableEnding.size())
+                               : base_path;
+  RunFiles files;
+  files.m_name = NameOf(base);
+  files.m_table = base + std::string(kTableEnding);
+  if (!FileExists(files.m_table))
+    throw files.m_table + " is not there" +
+        (FileExists(base + std::string(kUnfinishedEnding))
+             ? ": the run did not finish, its table still ends in _unfinished."
+             : ".");
+  const std::string folder = files.m_name.size() == base.size()
+                                 ? std::string(".")
+                                 : base.substr(0, base.size() - files.m_name.size());
+  const std::string inputs = input_folder.empty() ? folder : input_folder;
+  const std::string input = JoinPath({inputs, files.m_name});
+  files.m_pf1 = IfThere(base + ".pf1");
+  files.m_pf2 = KeyedFiles(base, ".pf2");
+  files.m_mgf = KeyedFiles(base, ".mgf");
+  files.m_ms1 = IfThere(input + ".ms1");
+  files.m_ms2 = IfThere(input + ".ms2");
+  files.m_scan_table = ScanTableOf(inputs, files.m_name);
+  files.m_log = IfThere(JoinPath({folder, kLogFileName}));
+  return files;
+}
+
+FoundRuns FindRuns(const std::string& folder) {
+  const auto names = ListDirectoryNames(folder);
+  if (!names) throw "Cannot list the folder " + folder;
+  FoundRuns runs;
+  for (const std::string& name : *names) {
+    const std::string path = JoinPath({folder, name});
+    if (name.starts_with('.') || !IsPrecursorTable(path)) continue;
+    if (name.ends_with(kTableEnding))
+      runs.m_finished.push_back(path.substr(0, path.size() - kTableEnding.size()));
+    if (name.ends_with(kUnfinishedEnding))
+      runs.m_unfinished.push_back(path.substr(0, path.size() - kUnfinishedEnding.size()));
+  }
+  std::ranges::sort(runs.m_finished);
+  std::ranges::sort(runs.m_unfinished);
+  return runs;
+}
+
+std::vector<ReportRow> ReadReportRows(const std::string& path) {
+  TextLines lines(path);
+  std::string line;
+  if (!lines.Next(line) || !line.starts_with(kTableStart))
+    throw path + " is not a precursor table of tarvek.";
+  std::vector<ReportRow> rows;
+  while (lines.Next(line)) rows.push_back(RowOf(RowFields(lines, line)));
+  return rows;
+}
+
+PfScans::PfScans(const std::string& path, PfKind kind)
+    : m_path(path),
+      m_kind(kind),
+      m_file(OpenFile(path, "rb", "PF")),
+      m_size_bytes(m_file.SizeBytes()) {
+  m_left = Integer();
+  Bytes(Integer());  // the title
+  if (m_left == 0 && m_bytes.ConsumedBytes() < m_size_bytes)
+    throw m_path + " counts no scans but holds some: it was not closed.";
+}
+
+bool PfScans::Next(PfScan& scan) {
+  scan.m_peaks.clear();
+  if (m_left <= 0) {
+    if (m_bytes.ConsumedBytes() < m_size_bytes) throw m_path + " holds more scans than it counts.";
+    return false;
+  }
+  --m_left;
+  scan.m_scan_no = Integer();
+  const std::string_view peaks = Bytes(kPeakBytes * Integer());
+  scan.m_peaks.reserve(peaks.size() / kPeakBytes);
+  for (std::size_t at = 0; at < peaks.size(); at += kPeakBytes)
+    scan.m_peaks.push_back({std::bit_cast<double>(LittleEndian(peaks.substr(at, 8))),
+                            std::bit_cast<double>(LittleEndian(peaks.substr(at + 8, 8)))});
+  const std::int32_t precursors = Integer();
+  if (m_kind == PfKind::kSurveys) {
+    scan.m_rt_s = Real();
+    Integer();
+  } else {
+    Bytes(kPfPrecursorBytes * precursors);
+  }
+  return true;
+}
+
+std::string_view PfScans::Bytes(std::int64_t count) {
+  if (count < 0 || count > m_size_bytes - m_bytes.ConsumedBytes())
+    throw m_path + " is damaged or cut short at byte " + std::to_string(m_bytes.ConsumedBytes()) +
+        ".";
+  return m_bytes.Take(static_cast<std::size_t>(count));
+}
+
+std::int32_t PfScans::Integer() {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(LittleEndian(Bytes(4))));
+}
+
+double PfScans::Real() { return std::bit_cast<double>(LittleEndian(Bytes(8))); }
+
+std::vector<InputScan> ReadTextInput(const std::string& ms2_path) {
+  const QuietLibrary quiet;
+  Ms2TextReader reader(ms2_path, "r");
+  std::vector<InputScan> scans;
+  for (MS2Spectrum scan; reader.ReadNext(scan);)
+    scans.push_back({scan.m_scan_no, scan.m_precursor_scan, scan.m_activation_center, scan.m_rt,
+                     scan.m_activation_type, scan.m_instrument_type,
+                     std::ranges::any_of(scan.m_orig_precursors, IsUsable)});
+  SortByScan(scans);
+  return scans;
+}
+
+std::vector<InputScan> ReadTableInput(const std::string& mscsv_path) {
+  const QuietLibrary quiet;
+  const ScanTable table = LoadScanTable(mscsv_path);
+  std::vector<InputScan> scans;
+  for (std::size_t number = 1; number < table.Size(); ++number) {
+    const ScanTableEntry* entry = table.Find(static_cast<std::int32_t>(number));
+    if (entry == nullptr || entry->m_scan_no == 0 || entry->m_precursor_scan == -1) continue;
+    scans.push_back({entry->m_scan_no, entry->m_precursor_scan, entry->m_activation_center,
+                     entry->m_rt, entry->m_activation_type, entry->m_instrument_type,
+                     IsUsable({entry->m_mono_mz, entry->m_lower_charge})});
+  }
+  return scans;
+}
+
+void AppendMgfTimes(const std::string& path, std::vector<ScanTime>& times) {
+  TextLines lines(path);
+  std::int32_t scan_no = 0;
+  bool is_titled = false;
+  for (std::string line; lines.Next(line);) {
+    if (line.starts_with("TITLE=")) {
+      // run.scan.scan.charge.index.dta, counted from the end: run names may hold points
+      const std::vector<std::string_view> fields = Split(line, ".");
+      const auto number = fields.size() < 6 ? ScannedNumber<std::int32_t>{}
+                                            : ScanInteger(fields[fields.size() - 4]);
+      if (number.m_status != NumberStatus::kOk) lines.Fail("no scan number in the title.");
+      scan_no = number.m_value;
+      is_titled = true;
+    } else if (is_titled && line.starts_with("RTINSECONDS=")) {
+      if (times.empty() || times.back().first != scan_no)
+        times.emplace_back(scan_no, ParseReal(std::string_view(line).substr(12)));
+      is_titled = false;
+    }
+  }
+}
+
+LogFacts ReadLogFacts(const std::string& path, const std::string& run_name) {
+  LogFacts facts;
+  std::optional<double> width;
+  bool inside = false;
+  TextLines lines(path);
+  for (std::string line; lines.Next(line);) {
+    if (const auto value = TextBehind(line, ": isolation_width = ")) width = ParseReal(*value);
+    if (const auto started = StartedInput(line)) {
+      inside = IsInputOf(*started, run_name);
+      if (inside) facts = {width, {}, true};
+    }
+    const auto warned = TextBehind(line, "Cannot find precursor information for scan ");
+    if (inside && warned) facts.m_without_precursor.push_back(ParseInteger(*warned));
+  }
+  return facts;
+}
+
+}  // namespace tarvek::tools

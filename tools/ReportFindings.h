@@ -1,0 +1,34 @@
+// tools/ReportFindings.h: what the pictures of a run's report tell.
+// Does:     says for each picture what the run shows, whether that is usual, what is normal and what
+//           to do otherwise.
+// Throws:   nothing but std::bad_alloc.
+// Not here: the numbers (ReportData.h), the pictures (ReportPictures.h). The limits between usual
+//           and unusual stand at the top of the source file; docs/report.md explains them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ReportData.h"
+
+namespace tarvek::tools {
+
+enum class Verdict { kUsual, kLook, kNoData };
+
+struct ReportFinding {
+  std::string m_id;  // of the picture, for anchors and other programs
+  std::string m_title;
+  Verdict m_verdict = Verdict::kNoData;
+  std::string m_seen;  // in this run; without data: what is missing
+  std::string m_normal;
+  std::string m_otherwise;
+};
+
+/// Always the same seven in the same order: precursors, isotopes, charges, ppm, purity, current,
+/// left-out.
+std::vector<ReportFinding> ReportFindings(const RunReport& report);
+
+/// "usual", "look" or "no data".
+std::string VerdictWord(Verdict verdict);
+
+}  // namespace tarvek::tools
