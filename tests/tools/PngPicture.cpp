@@ -26,7 +26,7 @@ int Paeth(int left, int up, int corner) {
   return to_up <= to_corner ? up : corner;
 }
 
-// What a filter of the PNG specification adds to a byte.
+// What a filter of the PNG format adds to a byte.
 int Predicted(unsigned char filter, int left, int up, int corner) {
   switch (filter) {
     case 0:
