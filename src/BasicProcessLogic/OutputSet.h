@@ -1,5 +1,6 @@
 // BasicProcessLogic/OutputSet.h: the output files of one input file.
-// Does:     claims them for this run; opens the writers that are switched on, passes scans to them, closes them in order.
+// Does:     claims them for this run; opens the writers that are switched on, passes scans to
+//           them, closes them in order.
 // Owns:     the writers.
 // Throws:   what opening and writing throw. When it is destroyed before Complete, the precursor
 //           table keeps its temporary name.
