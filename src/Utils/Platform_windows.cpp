@@ -10,6 +10,8 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <array>
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
@@ -159,6 +161,28 @@ std::vector<std::string> Utf8Arguments(int argc, const char* const* argv) {
   return arguments;
 }
 
+// text in quotes as a program takes its command line apart, for which backslashes before a quote
+// count in pairs. File names hold no quotes; one becomes \" for the program. With breaks_names, each
+// '%' stands behind a '^' outside of the quotes.
+std::string Quoted(std::string_view text, bool breaks_names) {
+  std::string quoted = "\"";
+  std::size_t backslashes = 0;  // that stand last
+  const auto double_backslashes = [&] { quoted.append(std::exchange(backslashes, 0), '\\'); };
+  for (const char c : text) {
+    const bool is_name_end = c == '%' && breaks_names;
+    if (c == '"' || is_name_end) double_backslashes();
+    if (is_name_end) {
+      quoted += "\"^%\"";
+      continue;
+    }
+    if (c == '"') quoted += '\\';
+    quoted += c;
+    backslashes = c == '\\' ? backslashes + 1 : 0;
+  }
+  double_backslashes();
+  return quoted + "\"";
+}
+
 // A console shows bytes as UTF-8 while this lives; it is the user's, who gets it back as it was.
 class Utf8Console {
  public:
@@ -197,27 +221,10 @@ std::optional<std::string> EnvironmentVariable(const std::string& name) {
   return Utf8(value);
 }
 
-// Two readers take the text apart: the shell, for which two '%' enclose the name of a variable even
-// inside quotes unless a '^' outside of them breaks the name, and the program, for which backslashes
-// before a quote count in pairs. File names hold no quotes; one becomes \" for the program.
+// For the shell, two '%' enclose the name of a variable even inside quotes unless a '^' outside of
+// them breaks the name.
 std::string QuotedForShell(std::string_view text) {
-  const bool breaks_names = std::ranges::count(text, '%') > 1;
-  std::string quoted = "\"";
-  std::size_t backslashes = 0;  // that stand last
-  const auto double_backslashes = [&] { quoted.append(std::exchange(backslashes, 0), '\\'); };
-  for (const char c : text) {
-    const bool is_name_end = c == '%' && breaks_names;
-    if (c == '"' || is_name_end) double_backslashes();
-    if (is_name_end) {
-      quoted += "\"^%\"";
-      continue;
-    }
-    if (c == '"') quoted += '\\';
-    quoted += c;
-    backslashes = c == '\\' ? backslashes + 1 : 0;
-  }
-  double_backslashes();
-  return quoted + "\"";
+  return Quoted(text, std::ranges::count(text, '%') > 1);
 }
 
 File::File(File&& other) noexcept
@@ -396,6 +403,152 @@ int ChildProcess::Wait() noexcept {
 
 // The C library keeps the three descriptors for them, whether they are connected or not.
 void ConnectStandardStreams() noexcept {}
+
+struct BackgroundProcess::State {
+  Handle m_job;  // of the process and what it starts, which end when it is closed
+  Handle m_process;
+  DWORD m_group = 0;  // of the same, for events of the console
+};
+
+namespace {
+
+constexpr UINT kForcedStatus = 1;
+constexpr DWORD kLookMs = 50;  // when there are more processes than the system waits for at once
+
+std::atomic<bool> stop_requested = false;
+
+// Signalled once for each request.
+HANDLE StopEvent() noexcept {
+  static HANDLE const event = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
+  return event;
+}
+
+// After a closed console or a logoff the system ends the process as soon as this returns, or after
+// some seconds, which the process gets to end by itself.
+BOOL WINAPI NoteStop(DWORD event) {
+  stop_requested = true;
+  ::SetEvent(StopEvent());
+  if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) ::Sleep(INFINITE);
+  return TRUE;
+}
+
+// A handle that a child process gets; nothing on failure.
+Handle OpenForChild(const std::wstring& path, DWORD access, DWORD disposition) {
+  SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+  HANDLE const handle = ::CreateFileW(path.c_str(), access, kShareContent | FILE_SHARE_DELETE,
+                                      &inherited, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+  return Handle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+}
+
+// A job that ends its processes when it is closed, also by the end of this process.
+Handle MakeJob() {
+  Handle job(::CreateJobObjectW(nullptr, nullptr));
+  JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+  limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+  const bool is_set = job && ::SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation,
+                                                       &limits, sizeof limits) != 0;
+  return is_set ? std::move(job) : Handle();
+}
+
+std::wstring CommandLine(const std::vector<std::string>& arguments) {
+  std::string line;
+  for (const std::string& argument : arguments) {
+    if (!line.empty()) line += ' ';
+    line += Quoted(argument, false);
+  }
+  return Wide(line);
+}
+
+// The process waits for ResumeThread: it is to start nothing before it is in its job.
+PROCESS_INFORMATION StartSuspended(const std::vector<std::string>& arguments, HANDLE input,
+                                   HANDLE output) {
+  STARTUPINFOW streams{};
+  streams.cb = sizeof streams;
+  streams.dwFlags = STARTF_USESTDHANDLES;
+  streams.hStdInput = input;
+  streams.hStdOutput = output;
+  streams.hStdError = output;
+  std::wstring line = CommandLine(arguments);
+  PROCESS_INFORMATION started{};
+  ::CreateProcessW(SystemPath(arguments.front()).c_str(), line.data(), nullptr, nullptr, TRUE,
+                   CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, &streams,
+                   &started);
+  return started;
+}
+
+}  // namespace
+
+BackgroundProcess::BackgroundProcess() noexcept = default;
+BackgroundProcess::BackgroundProcess(BackgroundProcess&& other) noexcept = default;
+
+BackgroundProcess::~BackgroundProcess() {
+  if (!IsRunning()) return;
+  End(Ending::kForced);
+  ::WaitForSingleObject(m_state->m_process.get(), INFINITE);
+}
+
+// A process group of its own does not see Ctrl-C.
+BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& arguments,
+                                           const std::string& output_path) {
+  const Handle input = OpenForChild(L"NUL", GENERIC_READ, OPEN_EXISTING);
+  const Handle output = OpenForChild(SystemPath(output_path), GENERIC_WRITE, CREATE_ALWAYS);
+  Handle job = MakeJob();
+  if (!input || !output || !job) return {};
+  const PROCESS_INFORMATION started = StartSuspended(arguments, input.get(), output.get());
+  if (started.hProcess == nullptr) return {};
+  const Handle thread(started.hThread);
+  Handle owner(started.hProcess);
+  if (::AssignProcessToJobObject(job.get(), owner.get()) == 0) {
+    ::TerminateProcess(owner.get(), kForcedStatus);
+    return {};
+  }
+  ::ResumeThread(thread.get());
+  BackgroundProcess process;
+  process.m_state =
+      std::make_unique<State>(State{std::move(job), std::move(owner), started.dwProcessId});
+  return process;
+}
+
+std::optional<int> BackgroundProcess::Poll() noexcept {
+  if (!IsRunning() || ::WaitForSingleObject(m_state->m_process.get(), 0) == WAIT_TIMEOUT)
+    return std::nullopt;
+  DWORD status = kForcedStatus;
+  ::GetExitCodeProcess(m_state->m_process.get(), &status);
+  m_state.reset();
+  return static_cast<int>(status);
+}
+
+// Only a process with a console, the one of this process, can be asked.
+void BackgroundProcess::End(Ending ending) noexcept {
+  if (!IsRunning()) return;
+  const bool is_asked = ending == Ending::kAsked &&
+                        ::GenerateConsoleCtrlEvent(CTRL_BREAK_EVENT, m_state->m_group) != 0;
+  if (!is_asked) ::TerminateJobObject(m_state->m_job.get(), kForcedStatus);
+}
+
+void BackgroundProcess::WaitForAny(std::span<const BackgroundProcess> processes,
+                                   int timeout_ms) noexcept {
+  auto timeout = static_cast<DWORD>(timeout_ms);
+  std::array<HANDLE, MAXIMUM_WAIT_OBJECTS> handles{StopEvent()};
+  DWORD count = 1;
+  for (const BackgroundProcess& process : processes) {
+    if (!process.IsRunning()) continue;
+    if (count == handles.size())
+      timeout = std::min(timeout, kLookMs);
+    else
+      handles[count++] = process.m_state->m_process.get();
+  }
+  if (::WaitForMultipleObjects(count, handles.data(), FALSE, timeout) == WAIT_FAILED)
+    ::Sleep(timeout);
+}
+
+// A process that was started to ignore Ctrl-C goes on to ignore it.
+void NoteStopRequests() noexcept {
+  StopEvent();
+  ::SetConsoleCtrlHandler(&NoteStop, TRUE);
+}
+
+bool StopRequested() noexcept { return stop_requested; }
 
 // There are no such signals here: a failed write is an error by itself.
 void IgnoreWriteSignals() noexcept {}

@@ -1,0 +1,56 @@
+// What tests of processes in the background start; its first argument says what it does.
+#include <process.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+#include <thread>
+
+#include "Platform.h"
+
+namespace {
+
+int PrintArguments(int count, const char* const* arguments) {
+  for (int i = 2; i < count; ++i) std::printf("%s|", arguments[i]);
+  return 0;
+}
+
+int PrintOnBothOutputs() {
+  std::puts("out");
+  std::fflush(stdout);
+  std::fputs("err\n", stderr);
+  return 0;
+}
+
+/// Prints the number of this process and does not end by itself.
+int Wait() {
+  std::printf("%d\n", _getpid());
+  std::fflush(stdout);
+  while (true) std::this_thread::sleep_for(std::chrono::seconds(1));
+}
+
+/// Starts one that waits, and does the same.
+int WaitWithAnother() {
+  tarvek::ChildProcess other = tarvek::ChildProcess::Start(
+      tarvek::QuotedForShell(tarvek::ExecutableDirectory() + "\\background_child.exe") + " wait");
+  std::string number;
+  other.ReadLine(number);
+  std::fputs(number.c_str(), stdout);
+  return Wait();
+}
+
+int Run(int count, const char* const* arguments) {
+  const std::string_view task = count < 2 ? "" : arguments[1];
+  if (task == "arguments") return PrintArguments(count, arguments);
+  if (task == "outputs") return PrintOnBothOutputs();
+  if (task == "input") return std::getchar() == EOF ? 0 : 1;
+  if (task == "status") return std::atoi(arguments[2]);
+  if (task == "deaf") tarvek::NoteStopRequests();
+  return task == "parent" ? WaitWithAnother() : Wait();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) { return tarvek::CallMain(argc, argv, &Run); }
