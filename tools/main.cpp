@@ -11,7 +11,6 @@
 #include "IpvCommand.h"
 #include "MgfCommand.h"
 #include "Platform.h"
-#include "ReportCommand.h"
 #include "ScoreCommand.h"
 #include "SimulateCommand.h"
 
@@ -29,6 +28,7 @@ int Run(int argc, const char* const* argv) {
     tarvek::ConnectStandardStreams();
     CLI::App app("Companion programs of tarvek", "tarvek-tools");
     app.require_subcommand(1);
+    app.allow_windows_style_options(false);  // a path may begin with '/' on every system
     tarvek::tools::AddCheckCommand(app);
     tarvek::tools::AddIpvCommand(app);
     tarvek::tools::AddSimulateCommand(app);
@@ -36,7 +36,6 @@ int Run(int argc, const char* const* argv) {
     tarvek::tools::AddFeaturesCommand(app);
     tarvek::tools::AddMgfCommand(app);
     tarvek::tools::AddBatchCommand(app);
-    tarvek::tools::AddReportCommand(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
   } catch (const char* message) {  // of the parameters of tarvek
