@@ -3,24 +3,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <string>
 
+#include "NativePath.h"
 #include "TestSupport.h"
 
 namespace tarvek {
 namespace {
 
 using test::MessageOf;
+using test::Native;
 using testing::ElementsAre;
 using testing::IsEmpty;
-
-// Expected paths are written with '/' and compared with the separator of this system.
-std::string Native(std::string path) {
-  std::ranges::replace(path, '/', kPathSeparator);
-  return path;
-}
 
 class FileUtilsTest : public testing::Test {
  protected:

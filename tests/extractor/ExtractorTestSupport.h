@@ -8,7 +8,6 @@
 #include <string_view>
 #include <vector>
 
-#include "ProcessRunner.h"
 #include "SpectrumRecords.h"
 #include "TestSupport.h"
 
@@ -91,11 +90,6 @@ Extracted ExtractXml(const std::string& xml, const std::vector<std::string>& opt
 
 /// The message with which extracting xml fails.
 std::string ExtractionError(const std::string& xml, const std::string& file_name = "run.mzML");
-
-/// One of the extractor programs, as built.
-tarvek::test::ProcessResult RunExtractor(const std::string& kind,
-                                         const std::vector<std::string>& arguments,
-                                         const std::map<std::string, std::string>& variables = {});
 
 /// The lines of text that begin with start.
 std::vector<std::string> LinesFrom(const std::string& text, std::string_view start);

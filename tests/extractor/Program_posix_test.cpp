@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "ExtractorTestSupport.h"
+#include "RunExtractor.h"
 
 namespace tarvek::extractor {
 namespace {

@@ -1,8 +1,8 @@
-#include <algorithm>
-
-#include "ExtractorTestSupport.h"
+#include "RunExtractor.h"
 
 namespace tarvek::extractor::test {
+
+std::string ExtractorFolder() { return tarvek::test::TestedFolder(TARVEK_EXTRACTOR_DIRECTORY); }
 
 tarvek::test::ProcessResult RunExtractor(const std::string& kind,
                                          const std::vector<std::string>& arguments,
@@ -12,10 +12,7 @@ tarvek::test::ProcessResult RunExtractor(const std::string& kind,
       tarvek::test::TestedProgram(TARVEK_EXTRACTOR_DIRECTORY "/morvex_" + kind + ".exe");
   request.m_arguments = arguments;
   request.m_environment = variables;
-  tarvek::test::ProcessResult result = tarvek::test::RunProcess(request);
-  // Expected paths are written with '/'.
-  if (tarvek::test::TestsForeignPrograms()) std::ranges::replace(result.m_err, '\\', '/');
-  return result;
+  return tarvek::test::WithSlashes(tarvek::test::RunProcess(request));
 }
 
 }  // namespace tarvek::extractor::test

@@ -98,7 +98,7 @@ class ChangingInput : public GeneratedRunTest {
   }
   void Continue() {
     m_run->Signal(SIGCONT);
-    m_result = m_run->Wait();
+    m_result = WithSlashes(m_run->Wait());
   }
   void ExpectShorterInputIsNoticed(const std::string& name, std::uint64_t size_bytes) {
     ASSERT_TRUE(StartAndStop(Arguments("out"), "out"));

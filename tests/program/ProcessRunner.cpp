@@ -164,6 +164,17 @@ std::string TestedProgram(const std::string& built) {
   return std::string(std::getenv(kForeignPrograms)) + built.substr(built.rfind('/'));
 }
 
+std::string TestedFolder(const std::string& built) {
+  return TestsForeignPrograms() ? std::string(std::getenv(kForeignPrograms)) + "/bin" : built;
+}
+
+ProcessResult WithSlashes(ProcessResult result) {
+  if (TestsForeignPrograms())
+    for (std::string* const text : {&result.m_out, &result.m_err})
+      std::ranges::replace(*text, '\\', '/');
+  return result;
+}
+
 struct RunningProcess::State {
   explicit State(ProcessRequest request) : m_request(std::move(request)) {}
 

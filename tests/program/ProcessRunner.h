@@ -64,10 +64,17 @@ class RunningProcess {
 };
 
 /// Whether the programs of another system are tested in place of those just built: the environment
-/// variable TARVEK_TEST_PROGRAMS then names a folder with a script for each, which starts it.
+/// variable TARVEK_TEST_PROGRAMS then names a folder with a script for each, which starts it, and
+/// with the programs themselves in its folder bin.
 bool TestsForeignPrograms();
 
 /// The program to test: built, or its stand-in of the same name.
 std::string TestedProgram(const std::string& built);
+
+/// result with '/' in place of '\\' when foreign programs are tested: expected paths have '/'.
+ProcessResult WithSlashes(ProcessResult result);
+
+/// The folder of the programs to test: built, or the one of the foreign programs themselves.
+std::string TestedFolder(const std::string& built);
 
 }  // namespace tarvek::test

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "NativePath.h"
 #include "TestSupport.h"
 
 namespace tarvek::tools {
@@ -14,6 +15,7 @@ namespace {
 
 using test::CaptureConsole;
 using test::MessageOf;
+using test::Native;
 using test::ReadFile;
 using test::TemporaryDirectory;
 using test::WriteFile;
@@ -54,7 +56,7 @@ TEST_F(BatchPlanTest, LetsAFileSayTheFormatOfDirectoriesBehindIt) {
   std::filesystem::create_directory(m_directory / "more");
   Place("more/e.mzml");
   EXPECT_THAT(NamesOf(Plan({m_directory / "d.mzML", m_directory / "more"})),
-              ElementsAre("d.mzML", "more/e.mzml"));
+              ElementsAre("d.mzML", Native("more/e.mzml")));
 }
 
 TEST_F(BatchPlanTest, TakesPathsBeforeTheOptionsAndBehindEachD) {
@@ -68,15 +70,15 @@ TEST_F(BatchPlanTest, GivesEachTaskItsInputTheOptionsAndItsLogDirectory) {
       Plan({m_directory / "a.ms1", "-W", "3", "-O", "out/", "-c", "-3t-1"});
   EXPECT_THAT(tasks.at(0).m_arguments,
               ElementsAre("-D", m_directory / "a.ms1", "-W", "3", "-O", "out/", "-c", "-3t-1", "-L",
-                          "out/batch_logs/a"));
-  EXPECT_EQ(tasks[0].m_table, "out/a.csv");
+                          Native("out/batch_logs/a")));
+  EXPECT_EQ(tasks[0].m_table, Native("out/a.csv"));
 }
 
 TEST_F(BatchPlanTest, PutsLogsBelowADirectoryThatIsGiven) {
   const std::vector<BatchTask> tasks = Plan({m_directory / "a.ms1", "-L", "logs", "-O", "out"});
-  EXPECT_EQ(tasks.at(0).m_log_directory, "logs/a");
+  EXPECT_EQ(tasks.at(0).m_log_directory, Native("logs/a"));
   EXPECT_THAT(tasks[0].m_arguments,
-              ElementsAre("-D", m_directory / "a.ms1", "-O", "out", "-L", "logs/a"));
+              ElementsAre("-D", m_directory / "a.ms1", "-O", "out", "-L", Native("logs/a")));
 }
 
 TEST_F(BatchPlanTest, ExpectsTheResultsBesideTheInputWithoutAnOutputDirectory) {
@@ -96,10 +98,10 @@ TEST_F(BatchPlanTest, GivesEachTaskOfAParameterFileOneOfItsOwn) {
                                           "\noutputpath = out\nMSTOL = 10\n");
   const std::vector<BatchTask> tasks = Plan({m_directory / "x.params"});
   EXPECT_THAT(NamesOf(tasks), ElementsAre("a.ms1", "b.ms1"));
-  EXPECT_THAT(tasks.at(1).m_arguments, ElementsAre("out/batch_logs/b/batch.params"));
+  EXPECT_THAT(tasks.at(1).m_arguments, ElementsAre(Native("out/batch_logs/b/batch.params")));
   EXPECT_EQ(tasks[1].m_parameter_file, "datapath = " + m_directory / "b.ms1" +
-                                           "\nlogfilepath = out/batch_logs/b\nmstol = 10\n"
-                                           "outputpath = out\n");
+                                           "\nlogfilepath = " + Native("out/batch_logs/b") +
+                                           "\nmstol = 10\noutputpath = out\n");
 }
 
 TEST_F(BatchPlanTest, RefusesAPathThatAParameterFileCannotHold) {
@@ -114,12 +116,12 @@ TEST_F(BatchPlanTest, RefusesAPathThatAParameterFileCannotHold) {
 TEST_F(BatchPlanTest, RefusesTwoInputsOfOneBaseNameForOneOutputDirectory) {
   std::filesystem::create_directory(m_directory / "more");
   Place("more/a.mzML");
-  const std::string second = m_directory / "more/a.mzML";
+  const std::string second = Native(m_directory / "more/a.mzML");
   EXPECT_EQ(MessageOf([&] {
               Plan({m_directory / "a.ms1", second, "-O", "out"});
             }),
-            m_directory / "a.ms1" + " and " + second +
-                " would both write out/a.csv; nothing was started");
+            m_directory / "a.ms1" + " and " + second + " would both write " + Native("out/a.csv") +
+                "; nothing was started");
   EXPECT_EQ(Plan({m_directory / "a.ms1", second}).size(), 2u) << "each beside its input";
 }
 
@@ -136,7 +138,7 @@ TEST_F(BatchPlanTest, RefusesTwoInputsOfOneBaseNameForOneLogDirectory) {
   EXPECT_THAT(MessageOf([&] {
                 Plan({m_directory / "a.ms1", m_directory / "more/a.ms1", "-L", "logs"});
               }),
-              HasSubstr("would both write logs/a"));
+              HasSubstr("would both write " + Native("logs/a")));
 }
 
 TEST_F(BatchPlanTest, RefusesAMissingPath) {

@@ -3,11 +3,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <sstream>
 
+#include "Platform.h"
 #include "StringUtils.h"
 #include "TestSupport.h"
 
@@ -107,7 +107,7 @@ class FeaturesCommand : public testing::Test {
   int Tools(const std::string& arguments) const {
     const std::string command = std::string("\"") + TARVEK_TOOLS_PROGRAM + "\" " + arguments +
                                 " > \"" + (m_directory / "console.txt") + "\" 2>&1";
-    return std::system(command.c_str());
+    return ChildProcess::Start(command).Wait();
   }
   void Simulate() {
     ASSERT_EQ(Tools("simulate --seed 5 --ms2 150 \"" + (m_directory / "run") + "\""), 0);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "MgfWriter.h"
+#include "NativePath.h"
 #include "PeakLineFormat.h"
 #include "TestSupport.h"
 
@@ -56,10 +57,10 @@ class MgfCommandTest : public testing::Test {
   MgfCommandTest() { std::filesystem::create_directory(m_directory / "in"); }
 
   [[nodiscard]] std::string In(const std::string& name) const {
-    return m_directory / ("in/" + name);
+    return test::Native(m_directory / ("in/" + name));
   }
   [[nodiscard]] std::string Out(const std::string& name = "") const {
-    return m_directory / ("out/" + name);
+    return test::Native(m_directory / ("out/" + name));
   }
   [[nodiscard]] std::vector<std::string> OutNames() const {
     std::vector<std::string> names;
@@ -228,7 +229,7 @@ TEST_F(MgfCommandTest, SaysThatAnEngineDoesNotReadCompressedFiles) {
 TEST_F(MgfCommandTest, SaysWhatItWrote) {
   WriteFile(In("run.mgf"), SmallRun("run"));
   EXPECT_EQ(RunMgf({"--engine", "sage", "--out", m_directory / "out", In("run.mgf")}).m_out,
-            m_directory / "out/run.mgf" + "\n2 scans, 3 precursors\n");
+            Out("run.mgf") + "\n2 scans, 3 precursors\n");
 }
 
 TEST_F(MgfCommandTest, MakesAnEmptyFileOfAnEmptyFile) { EXPECT_EQ(Rewritten("comet", ""), ""); }
@@ -278,8 +279,8 @@ TEST_F(MgfCommandTest, RefusesTwoInputsForOneOutput) {
   const std::string message = MessageOf([&] {
     RunMgf({"--engine", "comet", "--out", Out(), m_directory / "in"});
   });
-  EXPECT_EQ(message, In("a.b.mgf") + " and " + In("a_b.mgf") + " would both become " +
-                         m_directory / "out/a_b.mgf");
+  EXPECT_EQ(message,
+            In("a.b.mgf") + " and " + In("a_b.mgf") + " would both become " + Out("a_b.mgf"));
   EXPECT_THAT(OutNames(), ElementsAre());
 }
 

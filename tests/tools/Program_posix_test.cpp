@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "ProcessRunner.h"
 #include "TestSupport.h"
 
 namespace tarvek::tools {
@@ -17,7 +18,7 @@ using test::TemporaryDirectory;
 /// Runs the program itself; its standard error goes to error_path.
 int ExitStatusOf(const std::string& arguments, const std::string& error_path) {
   const std::string command =
-      std::string(TARVEK_TOOLS_PROGRAM) + " " + arguments + " >/dev/null 2>" + error_path;
+      test::TestedProgram(TARVEK_TOOLS_PROGRAM) + " " + arguments + " >/dev/null 2>" + error_path;
   const int status = std::system(command.c_str());
   return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }

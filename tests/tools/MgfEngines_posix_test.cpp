@@ -50,12 +50,13 @@ std::string PlaceInRun(const std::string& title) {
 class MgfEnginesTest : public testing::Test {
  protected:
   void PrepareRuns() {
-    Run(TARVEK_TOOLS_PROGRAM, {"simulate", "--seed", "5", "--ms2", "150", "plain"});
+    Run(test::TestedProgram(TARVEK_TOOLS_PROGRAM),
+        {"simulate", "--seed", "5", "--ms2", "150", "plain"});
     for (const char* ending : {".ms1", ".ms2"})
       WriteFile(m_directory / (std::string("a.dotted.run") + ending),
                 ReadFile(m_directory / (std::string("plain") + ending)));
     for (const char* run : {"plain.ms1", "a.dotted.run.ms1"})
-      Run(TARVEK_PROGRAM,
+      Run(test::TestedProgram(TARVEK_PROGRAM),
           {"-D", run, "-O", "found", "-p", "0", "-I", TARVEK_SOURCE_DIR "/data/IPV.txt"});
     ReadTruth();
     WriteFile(m_directory / "proteins.fasta", Proteins());
@@ -66,7 +67,7 @@ class MgfEnginesTest : public testing::Test {
     std::vector<std::string> arguments{"mgf",   "--engine", engine,
                                        "--out", engine,     "found/a.dotted.run_HCDFT.mgf"};
     arguments.insert(arguments.end(), more.begin(), more.end());
-    Run(TARVEK_TOOLS_PROGRAM, arguments);
+    Run(test::TestedProgram(TARVEK_TOOLS_PROGRAM), arguments);
     return engine + "/a_dotted_run_HCDFT.mgf";
   }
 

@@ -13,10 +13,13 @@ namespace {
 using tarvek::test::ProcessRequest;
 using tarvek::test::ProcessResult;
 using tarvek::test::RunProcess;
+using tarvek::test::TestedFolder;
+using tarvek::test::TestedProgram;
+using tarvek::test::WithSlashes;
 
 ProcessResult RunTools(std::vector<std::string> arguments) {
   ProcessRequest request;
-  request.m_program = TARVEK_TOOLS_PROGRAM;
+  request.m_program = TestedProgram(TARVEK_TOOLS_PROGRAM);
   request.m_arguments = std::move(arguments);
   return RunProcess(request);
 }
@@ -46,10 +49,11 @@ void Simulate(std::vector<std::string> arguments, const std::string& base) {
 void Process(const std::string& input, const std::string& out,
              const std::vector<std::string>& arguments) {
   ProcessRequest request;
-  request.m_program = TARVEK_PROGRAM;
+  request.m_program = TestedProgram(TARVEK_PROGRAM);
   request.m_arguments = {"-D", input, "-O", out, "-L", out, "-I", IsotopeTable()};
   request.m_arguments.insert(request.m_arguments.end(), arguments.begin(), arguments.end());
-  request.m_working_directory = TARVEK_EXTRACTOR_DIRECTORY;  // where the extractor is looked for
+  // Where the extractor is looked for.
+  request.m_working_directory = TestedFolder(TARVEK_EXTRACTOR_DIRECTORY);
   std::filesystem::create_directories(out);
   RequireSuccess(RunProcess(request), "tarvek");
 }
@@ -72,7 +76,7 @@ CheckResult Check(std::vector<std::string> arguments) {
 }
 
 std::string CheckedText(std::vector<std::string> arguments) {
-  return RunCheck(std::move(arguments)).m_out;
+  return WithSlashes(RunCheck(std::move(arguments))).m_out;
 }
 
 }  // namespace tarvek::tools::test

@@ -13,6 +13,7 @@
 #include "ExtractorTestSupport.h"
 #include "FaultCases.h"
 #include "FileUtils.h"
+#include "RunExtractor.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -51,8 +52,7 @@ class KilledConversion : public testing::Test {
     std::string table;
     for (int row = 0; row < 2000; ++row) table += "100 60 20 5 1\n";
     WriteFile(m_directory / "IPV.txt", table);
-    fs::create_symlink(std::string(TARVEK_EXTRACTOR_DIRECTORY) + "/morvex_xml.exe",
-                       m_directory / "morvex_xml.exe");
+    fs::create_symlink(test::ExtractorFolder() + "/morvex_xml.exe", m_directory / "morvex_xml.exe");
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(RunProcess(Request("undisturbed")).m_exit_status, 0);
     m_duration = std::chrono::duration_cast<std::chrono::microseconds>(
@@ -61,7 +61,7 @@ class KilledConversion : public testing::Test {
   }
   [[nodiscard]] ProcessRequest Request(const std::string& out) const {
     ProcessRequest request;
-    request.m_program = TARVEK_PROGRAM;
+    request.m_program = tarvek::test::TestedProgram(TARVEK_PROGRAM);
     request.m_arguments = {"-D", "run.mzML", "-O", out};
     request.m_working_directory = m_directory.Path();
     return request;

@@ -11,6 +11,7 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "ProcessRunner.h"
@@ -46,13 +47,13 @@ class BatchCommandTest : public testing::Test {
 
   [[nodiscard]] ProcessRequest Request(std::vector<std::string> arguments) const {
     ProcessRequest request;
-    request.m_program = TARVEK_TOOLS_PROGRAM;
+    request.m_program = test::TestedProgram(TARVEK_TOOLS_PROGRAM);
     request.m_arguments = std::move(arguments);
     request.m_working_directory = m_directory.Path();
     return request;
   }
   ProcessResult Run(std::vector<std::string> arguments) const {
-    return test::RunProcess(Request(std::move(arguments)));
+    return test::WithSlashes(test::RunProcess(Request(std::move(arguments))));
   }
   /// A batch of the folder in.
   ProcessResult RunBatch(std::vector<std::string> options, const std::string& out) const {
@@ -110,7 +111,7 @@ TEST_F(BatchCommandTest, GivesTheBytesOfOneTarvekForAll) {
   Simulate(2, 200);
   RunBatch({}, "batch");
   ProcessRequest request = Request({"-D", "in", "-F", "ms1", "-O", "alone", "-L", "alone/logs"});
-  request.m_program = TARVEK_PROGRAM;
+  request.m_program = test::TestedProgram(TARVEK_PROGRAM);
   EXPECT_EQ(test::RunProcess(request).m_exit_status, 0);
   EXPECT_TRUE(FilesIn("batch") == FilesIn("alone"));
 }
@@ -212,7 +213,7 @@ class BatchStopTest : public BatchCommandTest {
     ProcessRequest request = Request(std::move(arguments));
     request.m_kill_after = after;
     request.m_kill_signal = signal;
-    return test::RunProcess(request);
+    return test::WithSlashes(test::RunProcess(request));
   }
 
   void ExpectNoneLives() const {
@@ -251,9 +252,12 @@ TEST_F(BatchStopTest, LeavesNoHalfTableAndGoesOnLater) {
   Simulate(4, 3000);
   EXPECT_EQ(RunBatch({}, "expected").m_exit_status, 0);
   const auto expected = FilesIn("expected");
-  const ProcessResult stopped =
-      RunAndStop({"batch", "--jobs", "2", "--", "-D", "in", "-F", "ms1", "-O", "out"}, 250ms);
-  EXPECT_EQ(stopped.m_exit_status, 130) << "four runs took less than a quarter of a second";
+  test::RunningProcess batch(
+      Request({"batch", "--jobs", "2", "--", "-D", "in", "-F", "ms1", "-O", "out"}));
+  for (int i = 0; i < 6000 && !fs::exists(m_directory / "out/batch_logs"); ++i)
+    std::this_thread::sleep_for(10ms);
+  batch.Signal(SIGINT);
+  EXPECT_EQ(batch.Wait().m_exit_status, 130);
   for (const auto& [name, content] : FilesIn("out")) {
     const bool is_whole = !name.ends_with(".csv") || content == expected.at(name);
     EXPECT_TRUE(is_whole) << name;

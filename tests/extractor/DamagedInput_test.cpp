@@ -1,0 +1,126 @@
+// Damaged input: a message that says where and what.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <regex>
+#include <string>
+#include <vector>
+
+#include "ExtractorTestSupport.h"
+
+namespace tarvek::extractor {
+namespace {
+
+using test::Cv;
+using test::ExtractionError;
+using test::Mzml;
+using test::Survey;
+using test::TestScan;
+using testing::HasSubstr;
+
+TEST(TruncatedInput, FailsInsideAGzipFile) {
+  const std::string packed = test::Gzipped(Mzml(std::vector<TestScan>(40, Survey(1))));
+  for (std::size_t size = 2; size < packed.size(); size += packed.size() / 50) {
+    SCOPED_TRACE(size);
+    EXPECT_THAT(ExtractionError(packed.substr(0, size), "run.mzML.gz"),
+                HasSubstr("run.mzML.gz: the compressed file is truncated"));
+  }
+}
+
+TEST(TruncatedInput, SaysThatItIsTruncatedAndWhere) {
+  const std::string xml = Mzml({Survey(1)});
+  const std::string error = ExtractionError(xml.substr(0, xml.size() - 8));
+  const std::regex place("run\\.mzML: line [0-9]+, byte [0-9]+: the file is truncated");
+  EXPECT_TRUE(std::regex_search(error, place)) << error;
+}
+
+/// The message for a spectrum whose arrays are these.
+std::string ErrorOfArrays(const std::vector<test::TestArray>& arrays, std::int64_t length = 2) {
+  TestScan scan = Survey(5);
+  scan.m_arrays = arrays;
+  scan.m_length = length;
+  return ExtractionError(Mzml({Survey(1), scan}));
+}
+
+const test::TestArray kMz = test::MzArray({400.25, 401.5});
+const test::TestArray kIntensity = test::IntensityArray({10.0, 20.0});
+
+void ExpectNamed(const std::string& error, const std::string& detail) {
+  EXPECT_THAT(error, HasSubstr("run.mzML: line "));
+  EXPECT_THAT(error, HasSubstr("spectrum \"scan=5\": " + detail));
+}
+
+TEST(DamagedInput, BadBase64) {
+  ExpectNamed(ErrorOfArrays({{kMz.m_params, "AB%C", ""}, kIntensity}),
+              "m/z array is no base64 text");
+}
+
+TEST(DamagedInput, WrongArrayLength) {
+  ExpectNamed(ErrorOfArrays({kMz, kIntensity}, 3),
+              "m/z array holds 2 numbers where 3 are declared");
+}
+
+TEST(DamagedInput, ArraysOfDifferentLengths) {
+  test::TestArray three = test::IntensityArray({1.0, 2.0, 3.0});
+  three.m_attributes = "arrayLength=\"3\"";
+  ExpectNamed(ErrorOfArrays({kMz, three}), "has 2 m/z values and 3 intensities");
+}
+
+TEST(DamagedInput, MissingArrays) {
+  ExpectNamed(ErrorOfArrays({kIntensity}), "has no m/z array");
+  ExpectNamed(ErrorOfArrays({kMz}), "has no intensity array");
+  ExpectNamed(ErrorOfArrays({}), "has no m/z array");
+}
+
+TEST(DamagedInput, NotANumber) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  ExpectNamed(ErrorOfArrays({kMz, test::IntensityArray({1.0, nan})}),
+              "intensity array holds a value that is no finite number at position 2");
+}
+
+TEST(DamagedInput, UnsupportedCompression) {
+  ExpectNamed(ErrorOfArrays({{Cv(1000514) + Cv(1000523) + Cv(1003780), "", ""}, kIntensity}),
+              "m/z array uses a compression that is not supported: term 1003780");
+}
+
+TEST(DamagedInput, NoArrayLength) {
+  std::string xml = Mzml({Survey(5)});
+  const std::string length = "defaultArrayLength=\"2\"";
+  xml.replace(xml.find(length), length.size(), "");
+  ExpectNamed(ExtractionError(xml), "declares no array length");
+}
+
+TEST(DamagedInput, MzxmlPeaks) {
+  test::TestMzxmlScan scan;
+  scan.m_number = 5;
+  const auto error_of = [&](const std::string& peaks) {
+    scan.m_peaks_element = peaks;
+    return ExtractionError(test::Mzxml({scan}), "run.mzXML");
+  };
+  EXPECT_THAT(error_of("<peaks precision=\"32\">A</peaks>"),
+              HasSubstr("spectrum \"scan=5\": peaks is no base64 text"));
+  EXPECT_THAT(error_of("<peaks precision=\"32\">AAAAAAAAAAA=</peaks>"),
+              HasSubstr("spectrum \"scan=5\": peaks holds 2 numbers where 4 are declared"));
+  EXPECT_THAT(error_of("<peaks precision=\"16\"></peaks>"),
+              HasSubstr("spectrum \"scan=5\": precision 16 is not supported"));
+  EXPECT_THAT(error_of("<peaks compressionType=\"lzma\"></peaks>"),
+              HasSubstr("compression that is not supported: lzma"));
+  EXPECT_THAT(error_of("<peaks contentType=\"TOF\"></peaks>"),
+              HasSubstr("peaks of content \"TOF\" are not supported"));
+  EXPECT_THAT(error_of("<other/>"), HasSubstr("spectrum \"scan=5\": has no peaks element"));
+}
+
+TEST(DamagedInput, FilesOfAnotherKind) {
+  EXPECT_THAT(ExtractionError("<html/>"), HasSubstr("neither mzML nor mzXML: the root element is"));
+  EXPECT_THAT(ExtractionError("BEGIN IONS\n"), HasSubstr("run.mzML: line 1, byte 0: not"));
+  EXPECT_THAT(ExtractionError(""), HasSubstr("the file is truncated"));
+}
+
+TEST(DamagedInput, EntitiesAreRefused) {
+  EXPECT_THAT(ExtractionError("<!DOCTYPE mzML [<!ENTITY a \"aaaa\">]><mzML>&a;</mzML>"),
+              HasSubstr("declares XML entities"));
+}
+
+}  // namespace
+}  // namespace tarvek::extractor
