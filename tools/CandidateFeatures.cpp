@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <functional>
+#include <utility>
 
 #include "FileUtils.h"
 #include "Ms1Feed.h"
@@ -188,6 +189,7 @@ void WriteFeatureTable(const UserParameters& parameters, const FeatureTableOptio
     out.Close();
     RenameFile(unfinished_path, options.m_out_path);
   } catch (...) {
+    { const OutputFile closed(std::move(out)); }  // not every system deletes an open file
     RemoveFile(unfinished_path);
     throw;
   }

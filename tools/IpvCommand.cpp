@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <optional>
+#include <utility>
 
 #include "FileUtils.h"
 #include "NumberText.h"
@@ -80,6 +81,7 @@ void WriteIsotopeTable(const std::string& path, std::span<const IsotopeEnvelope>
     file.Close();
     RenameFile(unfinished_path, path);
   } catch (...) {
+    { const OutputFile closed(std::move(file)); }  // not every system deletes an open file
     RemoveFile(unfinished_path);
     throw;
   }

@@ -63,25 +63,26 @@ class MgfOutput::Unfinished {
   Unfinished(std::string path, bool gzip)
       : m_path(std::move(path)),
         m_unfinished_path(m_path + "_unfinished"),
-        m_file(m_unfinished_path, "wb", "MGF") {
+        m_file(std::in_place, m_unfinished_path, "wb", "MGF") {
     if (gzip) m_gzip.emplace(m_path);
   }
   Unfinished(const Unfinished&) = delete;
   ~Unfinished() {
+    m_file.reset();
     if (!m_is_named) static_cast<void>(DeleteFileAt(m_unfinished_path));
   }
 
   void Write(std::string_view bytes) {
     m_bytes += bytes.size();
     if (m_gzip)
-      m_gzip->Write(bytes, m_file);
+      m_gzip->Write(bytes, *m_file);
     else
-      m_file.Write(bytes);
+      m_file->Write(bytes);
   }
 
   void Close() {
-    if (m_gzip && m_file.IsOpen()) m_gzip->Finish(m_file);
-    m_file.Close();
+    if (m_gzip && m_file->IsOpen()) m_gzip->Finish(*m_file);
+    m_file->Close();
   }
 
   void GiveName() {
@@ -95,7 +96,7 @@ class MgfOutput::Unfinished {
  private:
   std::string m_path;
   std::string m_unfinished_path;
-  OutputFile m_file;
+  std::optional<OutputFile> m_file;  // closed before it is deleted
   std::optional<GzipStream> m_gzip;
   std::uint64_t m_bytes = 0;  // before compression
   bool m_is_named = false;
