@@ -26,6 +26,7 @@ using tarvek::test::ProcessResult;
 using tarvek::test::Promise;
 using tarvek::test::RunningProcess;
 using tarvek::test::RunProcess;
+using tarvek::test::WithSlashes;
 using test::ReadFile;
 using test::TemporaryDirectory;
 using test::WriteFile;
@@ -83,13 +84,13 @@ class KilledConversion : public testing::Test {
   /// Runs again until the extractor of the killed run has ended.
   ProcessResult RunAgain() {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
-    ProcessResult result = RunProcess(Request("out"));
+    ProcessResult result = WithSlashes(RunProcess(Request("out")));
     while (result.m_exit_status != 0 && std::chrono::steady_clock::now() < deadline) {
       ++m_refused;
       EXPECT_THAT(result.m_err, HasSubstr("Another run is writing out/run."));
       EXPECT_FALSE(fs::exists(m_directory / "out/run.csv"));
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
-      result = RunProcess(Request("out"));
+      result = WithSlashes(RunProcess(Request("out")));
     }
     return result;
   }
