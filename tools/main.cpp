@@ -11,6 +11,7 @@
 #include "IpvCommand.h"
 #include "MgfCommand.h"
 #include "Platform.h"
+#include "ReportCommand.h"
 #include "ScoreCommand.h"
 #include "SimulateCommand.h"
 
@@ -36,6 +37,7 @@ int Run(int argc, const char* const* argv) {
     tarvek::tools::AddFeaturesCommand(app);
     tarvek::tools::AddMgfCommand(app);
     tarvek::tools::AddBatchCommand(app);
+    tarvek::tools::AddReportCommand(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
   } catch (const char* message) {  // of the parameters of tarvek
