@@ -122,8 +122,10 @@ ThresholdOfPrecision <- function(score, truth, precision) {
   mean(score[order][c(last, last + 1)])
 }
 
-Number <- function(value) {
-  text <- sprintf("%.12g", value)
+# Knots are exact with 12 digits. Nine digits of a coefficient are more than the data can tell, and
+# stay when the last bits of a sum differ.
+Number <- function(value, digits = 12) {
+  text <- sprintf("%.*g", digits, value)
   ifelse(grepl("[.e]", text), text, paste0(text, ".0"))
 }
 
@@ -136,14 +138,14 @@ kFunctions <- c(ipv_similarity_0 = "Similarity0", xic_correlation_0_1 = "Correla
 WriteTable <- function(path, name, hinges, intercept, note) {
   rows <- sprintf("    {&%s, {%s, %s, %s, %s}, %s},", kFunctions[hinges$feature],
                   ifelse(hinges$side > 0, "kPlus", "kMinus"), Number(hinges$before),
-                  Number(hinges$knot), Number(hinges$after), Number(hinges$coefficient))
+                  Number(hinges$knot), Number(hinges$after), Number(hinges$coefficient, 9))
   writeLines(c(paste("//", strsplit(note, "\n")[[1]]),
                "#include <array>", "", "#include \"ModelFeatures.h\"",
                "#include \"ScoringModels.h\"", "", "namespace tarvek {", "namespace {", "",
                "using namespace model_features;", "",
                sprintf("constexpr std::array<ModelTerm, %d> kTerms = {{", nrow(hinges)),
                rows, "}};", "", "}  // namespace", "",
-               sprintf("const ScoringModel kModel%s = {%s, kTerms};", name, Number(intercept)), "",
+               sprintf("const ScoringModel kModel%s = {%s, kTerms};", name, Number(intercept, 9)), "",
                "}  // namespace tarvek"), path)
 }
 

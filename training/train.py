@@ -25,13 +25,14 @@ KINDS = {"fit": (1000, 10000), "calibration": (2000, 5000), "held": (3000, 5000)
 
 
 # The reference linear algebra of Debian. A faster one sums in an order of its own, which changes the
-# last digits.
-REFERENCE_ALGEBRA = ":".join(f"/usr/lib/{os.uname().machine}-linux-gnu/{name}" for name in ("blas", "lapack"))
+# last digits. R puts its own folders before LD_LIBRARY_PATH, so it is loaded first.
+LIBRARIES = f"/usr/lib/{os.uname().machine}-linux-gnu"
+REFERENCE_ALGEBRA = f"{LIBRARIES}/blas/libblas.so.3:{LIBRARIES}/lapack/liblapack.so.3"
 
 
-def run(*command):
+def run(*command, **environment):
     done = subprocess.run([str(part) for part in command], stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                          text=True, env={**os.environ, "LD_LIBRARY_PATH": REFERENCE_ALGEBRA})
+                          text=True, env={**os.environ, **environment})
     if done.returncode != 0:
         sys.exit(f"{done.stdout}\ntrain: failed: {' '.join(map(str, command))}")
     return done.stdout
@@ -68,7 +69,7 @@ def fit(model, profiles, out):
                                  ".features.tsv") for i in seeds) for kind in ("fit", "calibration")}
     table = out / "tables" / f"Model{name}.cpp"
     print(run("Rscript", HOME / "fit.R", name, tables["fit"], tables["calibration"], table,
-              note_of(model, seeds)), end="")
+              note_of(model, seeds), LD_PRELOAD=REFERENCE_ALGEBRA), end="")
     return table
 
 

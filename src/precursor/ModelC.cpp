@@ -12,23 +12,23 @@ namespace {
 using namespace model_features;
 
 constexpr std::array<ModelTerm, 13> kTerms = {{
-    {&Similarity0, {kPlus, 0.718562, 0.937104, 0.955296}, 1.53255135921},
-    {&Similarity0, {kPlus, 0.955296, 0.973488, 0.979805}, 19.1683526268},
-    {&Similarity0, {kMinus, 0.979805, 0.986122, 0.9884045}, -0.463860621029},
-    {&Similarity0, {kPlus, 0.9884045, 0.990687, 0.9953435}, 83.4929424927},
-    {&CorrelationM1, {kPlus, 0.2986335, 0.597267, 0.729709}, -0.843553342435},
-    {&CorrelationM1, {kMinus, 0.729709, 0.862151, 0.907926}, -0.112806741599},
-    {&CorrelationM1, {kPlus, 0.907926, 0.953701, 0.974972}, -5.71947890786},
-    {&CorrelationM1, {kPlus, 0.974972, 0.996243, 0.9981215}, -14.0486741682},
-    {&ElutionShare, {kPlus, 0.467393, 0.934406, 0.967203}, 1.35294417543},
-    {&WindowRatio, {kPlus, 0.0701295, 0.100257, 0.14024}, -2.2143797043},
-    {&WindowRatio, {kPlus, 0.14024, 0.180223, 0.5901115}, 2.61014985048},
-    {&WindowRatio, {kMinus, 0.14024, 0.180223, 0.5901115}, -2.4122239611},
-    {&WindowRatio, {kPlus, 0.5901115, 1.0, 1.5}, -0.28118839042},
+    {&Similarity0, {kPlus, 0.718562, 0.937104, 0.955296}, 1.53255136},
+    {&Similarity0, {kPlus, 0.955296, 0.973488, 0.979805}, 19.1683526},
+    {&Similarity0, {kMinus, 0.979805, 0.986122, 0.9884045}, -0.463860621},
+    {&Similarity0, {kPlus, 0.9884045, 0.990687, 0.9953435}, 83.4929425},
+    {&CorrelationM1, {kPlus, 0.2986335, 0.597267, 0.729709}, -0.843553342},
+    {&CorrelationM1, {kMinus, 0.729709, 0.862151, 0.907926}, -0.112806742},
+    {&CorrelationM1, {kPlus, 0.907926, 0.953701, 0.974972}, -5.71947891},
+    {&CorrelationM1, {kPlus, 0.974972, 0.996243, 0.9981215}, -14.0486742},
+    {&ElutionShare, {kPlus, 0.467393, 0.934406, 0.967203}, 1.35294418},
+    {&WindowRatio, {kPlus, 0.0701295, 0.100257, 0.14024}, -2.2143797},
+    {&WindowRatio, {kPlus, 0.14024, 0.180223, 0.5901115}, 2.61014985},
+    {&WindowRatio, {kMinus, 0.14024, 0.180223, 0.5901115}, -2.41222396},
+    {&WindowRatio, {kPlus, 0.5901115, 1.0, 1.5}, -0.28118839},
 }};
 
 }  // namespace
 
-const ScoringModel kModelC = {-0.132652788405, kTerms};
+const ScoringModel kModelC = {-0.132652788, kTerms};
 
 }  // namespace tarvek
