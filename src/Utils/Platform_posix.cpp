@@ -8,7 +8,6 @@
 
 #include <array>
 #include <cerrno>
-#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -22,8 +21,6 @@
 
 namespace tarvek {
 namespace {
-
-constexpr std::size_t kMaxPieceBytes = 2047;  // of a line of a child's output
 
 int OpenFlags(std::string_view mode) {
   switch (mode.empty() ? 'r' : mode.front()) {
@@ -79,20 +76,6 @@ std::string QuotedForShell(std::string_view text) {
   }
   return quoted + "\"";
 }
-
-File::File(File&& other) noexcept
-    : m_descriptor(std::exchange(other.m_descriptor, -1)), m_path(std::move(other.m_path)) {}
-
-File& File::operator=(File&& other) noexcept {
-  if (this != &other) {
-    static_cast<void>(Close());
-    m_descriptor = std::exchange(other.m_descriptor, -1);
-    m_path = std::move(other.m_path);
-  }
-  return *this;
-}
-
-File::~File() { static_cast<void>(Close()); }
 
 File File::Open(const std::string& path, std::string_view mode) {
   File file;
@@ -192,17 +175,7 @@ LocalTime CurrentLocalTime() {
           fields.tm_min,         fields.tm_sec,     fields.tm_wday};
 }
 
-std::int64_t MonotonicMilliseconds() {
-  const auto now = std::chrono::steady_clock::now().time_since_epoch();
-  return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
-}
-
 bool StandardErrorIsTerminal() noexcept { return ::isatty(STDERR_FILENO) == 1; }
-
-ChildProcess::ChildProcess(ChildProcess&& other) noexcept
-    : m_pipe(std::exchange(other.m_pipe, nullptr)) {}
-
-ChildProcess::~ChildProcess() { static_cast<void>(Wait()); }
 
 // A parent may have left the end of child processes ignored; their status would be lost.
 ChildProcess ChildProcess::Start(const std::string& command_line) {
@@ -211,26 +184,6 @@ ChildProcess ChildProcess::Start(const std::string& command_line) {
   child.m_pipe = ::popen(command_line.c_str(), "r");
   return child;
 }
-
-// Byte by byte, since fgets does not say where a line with a NUL byte ends.
-bool ChildProcess::ReadLine(std::string& line) {
-  line.clear();
-  while (line.size() < kMaxPieceBytes) {
-    errno = 0;
-    const int c = std::getc(m_pipe);
-    if (c != EOF) {
-      line.push_back(static_cast<char>(c));
-      if (c == '\n') return true;
-    } else if (std::ferror(m_pipe) != 0 && errno == EINTR) {
-      std::clearerr(m_pipe);
-    } else {
-      break;
-    }
-  }
-  return !line.empty();
-}
-
-bool ChildProcess::AtEnd() const noexcept { return std::feof(m_pipe) != 0; }
 
 int ChildProcess::Wait() noexcept {
   if (m_pipe == nullptr) return 0;

@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <cstdio>
 #include <memory>
@@ -23,7 +22,6 @@
 namespace tarvek {
 namespace {
 
-constexpr std::size_t kMaxPieceBytes = 2047;                  // of a line of a child's output
 constexpr std::size_t kMaxBlockBytes = std::size_t{1} << 30;  // of one _read or _write
 
 // Longer paths need the prefix that switches the limit of MAX_PATH off; directories have a lower
@@ -227,20 +225,6 @@ std::string QuotedForShell(std::string_view text) {
   return Quoted(text, std::ranges::count(text, '%') > 1);
 }
 
-File::File(File&& other) noexcept
-    : m_descriptor(std::exchange(other.m_descriptor, -1)), m_path(std::move(other.m_path)) {}
-
-File& File::operator=(File&& other) noexcept {
-  if (this != &other) {
-    static_cast<void>(Close());
-    m_descriptor = std::exchange(other.m_descriptor, -1);
-    m_path = std::move(other.m_path);
-  }
-  return *this;
-}
-
-File::~File() { static_cast<void>(Close()); }
-
 // The system refuses a directory by itself.
 File File::Open(const std::string& path, std::string_view mode) {
   File file;
@@ -361,20 +345,10 @@ LocalTime CurrentLocalTime() {
   return {now.wYear, now.wMonth, now.wDay, now.wHour, now.wMinute, now.wSecond, now.wDayOfWeek};
 }
 
-std::int64_t MonotonicMilliseconds() {
-  const auto now = std::chrono::steady_clock::now().time_since_epoch();
-  return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
-}
-
 bool StandardErrorIsTerminal() noexcept {
   DWORD mode = 0;
   return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
 }
-
-ChildProcess::ChildProcess(ChildProcess&& other) noexcept
-    : m_pipe(std::exchange(other.m_pipe, nullptr)) {}
-
-ChildProcess::~ChildProcess() { static_cast<void>(Wait()); }
 
 // The shell takes one pair of quotes away when the line begins with a quote and holds more.
 ChildProcess ChildProcess::Start(const std::string& command_line) {
@@ -382,19 +356,6 @@ ChildProcess ChildProcess::Start(const std::string& command_line) {
   child.m_pipe = ::_wpopen((L"\"" + Wide(command_line) + L"\"").c_str(), L"rb");
   return child;
 }
-
-bool ChildProcess::ReadLine(std::string& line) {
-  line.clear();
-  while (line.size() < kMaxPieceBytes) {
-    const int c = std::getc(m_pipe);
-    if (c == EOF) break;
-    line.push_back(static_cast<char>(c));
-    if (c == '\n') return true;
-  }
-  return !line.empty();
-}
-
-bool ChildProcess::AtEnd() const noexcept { return std::feof(m_pipe) != 0; }
 
 int ChildProcess::Wait() noexcept {
   if (m_pipe == nullptr) return 0;

@@ -1,0 +1,59 @@
+// What is the same on every system.
+#include "Platform.h"
+
+#include <cerrno>
+#include <chrono>
+#include <utility>
+
+namespace tarvek {
+namespace {
+
+constexpr std::size_t kMaxPieceBytes = 2047;  // of a line of a child's output
+
+}  // namespace
+
+File::File(File&& other) noexcept
+    : m_descriptor(std::exchange(other.m_descriptor, -1)), m_path(std::move(other.m_path)) {}
+
+File& File::operator=(File&& other) noexcept {
+  if (this != &other) {
+    static_cast<void>(Close());
+    m_descriptor = std::exchange(other.m_descriptor, -1);
+    m_path = std::move(other.m_path);
+  }
+  return *this;
+}
+
+File::~File() { static_cast<void>(Close()); }
+
+std::int64_t MonotonicMilliseconds() {
+  const auto now = std::chrono::steady_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
+}
+
+ChildProcess::ChildProcess(ChildProcess&& other) noexcept
+    : m_pipe(std::exchange(other.m_pipe, nullptr)) {}
+
+ChildProcess::~ChildProcess() { static_cast<void>(Wait()); }
+
+// Byte by byte, since fgets does not say where a line with a NUL byte ends.
+bool ChildProcess::ReadLine(std::string& line) {
+  line.clear();
+  while (line.size() < kMaxPieceBytes) {
+    errno = 0;
+    const int c = std::getc(m_pipe);
+    if (c != EOF) {
+      line.push_back(static_cast<char>(c));
+      if (c == '\n') return true;
+    } else if (std::ferror(m_pipe) != 0 && errno == EINTR) {
+      std::clearerr(m_pipe);
+    } else {
+      break;
+    }
+  }
+  return !line.empty();
+}
+
+bool ChildProcess::AtEnd() const noexcept { return std::feof(m_pipe) != 0; }
+
+}  // namespace tarvek
