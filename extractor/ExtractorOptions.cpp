@@ -13,11 +13,6 @@ namespace {
 
 constexpr int kMaxDigits = 9;
 
-std::string_view FileNameOf(std::string_view path) {
-  const std::size_t separator = path.find_last_of(kSeparators);
-  return separator == std::string_view::npos ? path : path.substr(separator + 1);
-}
-
 std::string_view WithoutGz(std::string_view name) {
   constexpr std::string_view kGz = ".gz";
   if (name.size() > kGz.size() && ToLower(name.substr(name.size() - kGz.size())) == kGz)
@@ -113,10 +108,8 @@ class ArgumentReader {
   void Complete() {
     m_options.m_base_name = BaseNameOf(m_options.m_input);
     m_options.m_format = FormatOf(m_options.m_input);
-    if (!m_options.m_output_directory.empty()) return;
-    const std::size_t separator = m_options.m_input.find_last_of(kSeparators);
-    m_options.m_output_directory =
-        separator == std::string::npos ? "." : m_options.m_input.substr(0, separator + 1);
+    if (m_options.m_output_directory.empty())
+      m_options.m_output_directory = FolderOf(m_options.m_input);
   }
 
   std::span<const std::string> m_rest;

@@ -232,17 +232,6 @@ class TargetFinder {
   bool m_any = false;
 };
 
-std::string NameOf(const std::string& path) {
-  return path.substr(path.find_last_of(kSeparators) + 1);
-}
-
-// DirectoryOf gives the path itself when there is no separator.
-std::string FolderOf(const std::string& path) {
-  const std::size_t separator = path.find_last_of(kSeparators);
-  if (separator == std::string::npos) return ".";
-  return separator == 0 ? path.substr(0, 1) : path.substr(0, separator);
-}
-
 }  // namespace
 
 void AddTargets(CheckTargets& targets, CheckReport& report, const std::string& path) {
@@ -253,7 +242,7 @@ void AddTargets(CheckTargets& targets, CheckReport& report, const std::string& p
     return;
   }
   TargetFinder finder(targets, report, FolderOf(path));
-  const std::string name = NameOf(path);
+  const std::string name(FileNameOf(path));
   if (!FileExists(path)) {
     if (!finder.TakeAll(name))
       report.Defect("nothing-here", path, "There is no such file, directory or base name of files.",

@@ -186,7 +186,7 @@ void CheckTextInput(CheckReport& report, const std::string& base_path,
                     const CheckOptions& options) {
   const std::string ms1 = base_path + ".ms1";
   const std::string ms2 = base_path + ".ms2";
-  CheckRunName(report, ms1, base_path.substr(base_path.find_last_of(kSeparators) + 1));
+  CheckRunName(report, ms1, std::string(FileNameOf(base_path)));
   for (const std::string& path : {ms1, ms2}) {
     if (FileExists(path)) continue;
     report.Defect("missing-half", path,

@@ -40,13 +40,9 @@ struct MgfJob {
   std::vector<std::string> m_inputs;
 };
 
-std::string FileName(const std::string& path) {
-  return path.substr(path.find_last_of(kSeparators) + 1);
-}
-
 std::string Stem(const std::string& path) {
-  const std::string name = FileName(path);
-  return name.substr(0, name.size() - kEnding.size());
+  const std::string_view name = FileNameOf(path);
+  return std::string(name.substr(0, name.size() - kEnding.size()));
 }
 
 /// stem without "_" + activation type + instrument type behind it.
@@ -78,7 +74,7 @@ std::vector<MgfJob> JobsOf(const std::vector<std::string>& inputs, const MgfOpti
   for (const std::string& input : inputs) {
     const std::string stem = Stem(input);
     const std::string run = options.m_merge ? RunOf(stem) : stem;
-    const std::string place = options.m_merge ? JoinPath({DirectoryOf(input), run}) : input;
+    const std::string place = options.m_merge ? JoinPath({FolderOf(input), run}) : input;
     const auto [entry, is_new] = job_of_run.try_emplace(place, jobs.size());
     if (is_new) jobs.push_back({JoinPath({options.m_out, WithoutDots(run)}), {}});
     jobs[entry->second].m_inputs.push_back(input);
@@ -98,10 +94,8 @@ void RefuseEqualOutputs(const std::vector<MgfJob>& jobs) {
 
 void RefuseToReplaceInputs(const std::vector<std::string>& inputs, const std::string& out) {
   for (const std::string& input : inputs) {
-    const std::size_t separator = input.find_last_of(kSeparators);
-    const std::string directory = separator == std::string::npos ? "." : input.substr(0, separator);
     std::error_code error;
-    if (std::filesystem::equivalent(directory.empty() ? "/" : directory, out, error))
+    if (std::filesystem::equivalent(FolderOf(input), out, error))
       throw "The output directory " + out + " holds the input " + input + "; choose another";
   }
 }
@@ -109,7 +103,7 @@ void RefuseToReplaceInputs(const std::vector<std::string>& inputs, const std::st
 /// An input file with its next scan.
 class ScanSource {
  public:
-  explicit ScanSource(const std::string& path) : m_reader(path), m_name(FileName(path)) {
+  explicit ScanSource(const std::string& path) : m_reader(path), m_name(FileNameOf(path)) {
     m_has_next = m_reader.ReadNext(m_next);
     Advance();
   }

@@ -144,8 +144,7 @@ void MgfOutput::RenderScan(std::span<const MgfBlock> blocks) {
 }
 
 void MgfOutput::NoteScan(std::span<const MgfBlock> blocks, const std::string& source) {
-  const std::string& path = m_parts.back()->Path();
-  const std::string file = path.substr(path.find_last_of(kSeparators) + 1);
+  const std::string file(FileNameOf(m_parts.back()->Path()));
   std::int64_t place = m_place;
   for (const MgfBlock& block : blocks) {
     std::string row = file + '\t' + std::to_string(++place) + '\t' + source + '\t' + block.m_run;

@@ -35,11 +35,6 @@ void WriteForMultiQc(const std::string& start, std::span<const BatchRun> runs) {
   WriteWhole(start + "_precursors_mqc.json", PrecursorsForMultiQc(runs));
 }
 
-std::string LastPart(std::string_view path) {
-  const std::size_t separator = path.find_last_of(kSeparators);
-  return std::string(separator == std::string_view::npos ? path : path.substr(separator + 1));
-}
-
 // Writes page and summary of one run and returns what a batch keeps of it.
 BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
                    const ReportSettings& settings) {
@@ -53,23 +48,16 @@ BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
   return BatchRunOf(report, page);
 }
 
-// The folder in which the files of base_path lie.
-std::string FolderOfBase(const std::string& base_path) {
-  const std::size_t separator = base_path.find_last_of(kSeparators);
-  if (separator == std::string::npos) return ".";
-  return base_path.substr(0, separator + 1);
-}
-
 void ReportOne(const ReportOptions& options) {
   const std::string out_folder =
-      options.m_out_folder.empty() ? FolderOfBase(options.m_path) : options.m_out_folder;
+      options.m_out_folder.empty() ? FolderOf(options.m_path) : options.m_out_folder;
   const BatchRun run = ReportRun(options.m_path, out_folder, options.m_settings);
   WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
 }
 
 BatchRun WithoutReport(const std::string& base_path, const std::string& why) {
   BatchRun run;
-  run.m_name = LastPart(base_path);
+  run.m_name = FileNameOf(base_path);
   run.m_error = why;
   return run;
 }
@@ -90,7 +78,8 @@ BatchRun TryRun(const std::string& base_path, const std::string& out_folder,
 }
 
 std::string BatchTitle(const std::string& folder) {
-  const std::string name = LastPart(WithoutTrailingSeparators(folder));
+  const std::string trimmed = WithoutTrailingSeparators(folder);
+  const std::string name(FileNameOf(trimmed));
   return name.empty() || name == "." || name == ".." ? "Batch" : name;
 }
 

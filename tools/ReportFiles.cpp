@@ -27,11 +27,6 @@ constexpr std::int64_t kPfPrecursorBytes = 12;
 
 std::string IfThere(std::string path) { return FileExists(path) ? std::move(path) : std::string(); }
 
-std::string NameOf(std::string_view path) {
-  const std::size_t separator = path.find_last_of(kSeparators);
-  return std::string(separator == std::string_view::npos ? path : path.substr(separator + 1));
-}
-
 // The files "BASE_<activation><analyser>" + ending. They are asked for by name: a listing could not
 // tell the files of the run "a_b" from those of the run "a".
 std::vector<std::string> KeyedFiles(const std::string& base_path, std::string_view ending) {
@@ -103,7 +98,7 @@ std::optional<std::string> StartedInput(std::string_view line) {
   constexpr std::string_view kStart = "Start to process ";
   const std::size_t at = line.find(kStart);
   if (at == std::string_view::npos) return std::nullopt;
-  const std::string name = NameOf(line.substr(at + kStart.size()));
+  const std::string name(FileNameOf(line.substr(at + kStart.size())));
   for (const std::string_view ending : {".ms1", ".msb"})
     if (name.ends_with(ending)) return name.substr(0, name.size() - ending.size());
   return std::nullopt;
@@ -146,16 +141,14 @@ RunFiles FindRunFiles(const std::string& base_path, const std::string& input_fol
                                ? base_path.substr(0, base_path.size() - kTableEnding.size())
                                : base_path;
   RunFiles files;
-  files.m_name = NameOf(base);
+  files.m_name = FileNameOf(base);
   files.m_table = base + std::string(kTableEnding);
   if (!FileExists(files.m_table))
     throw files.m_table + " is not there" +
         (FileExists(base + std::string(kUnfinishedEnding))
              ? ": the run did not finish, its table still ends in _unfinished."
              : ".");
-  const std::string folder = files.m_name.size() == base.size()
-                                 ? std::string(".")
-                                 : base.substr(0, base.size() - files.m_name.size());
+  const std::string folder = FolderOf(base);
   const std::string inputs = input_folder.empty() ? folder : input_folder;
   const std::string input = JoinPath({inputs, files.m_name});
   files.m_pf1 = IfThere(base + ".pf1");

@@ -155,20 +155,12 @@ void MakeMissingDirectory(const std::string& path) {
   if (!IsDirectory(path)) MakeDirectory(path);
 }
 
-// The directory that the log of a run on path goes into. DirectoryOf answers with the path itself
-// for a bare file name and with nothing for a file in the root.
-std::string LogDirectoryBeside(const std::string& path) {
-  std::string directory = DirectoryOf(path);
-  if (directory.empty()) return std::string(1, kPathSeparator);
-  if (directory == path && !IsDirectory(path)) return ".";
-  return directory;
-}
-
 std::string LogDirectory(const UserParameters& record) {
   if (!record.m_logfilepath.empty()) return DirectoryText(record.m_logfilepath);
   if (!record.m_outputpath.empty()) return record.m_outputpath;
   if (record.m_datapaths.empty()) return ".";
-  return LogDirectoryBeside(record.m_datapaths.front());
+  const std::string& input = record.m_datapaths.front();
+  return IsDirectory(input) ? input : FolderOf(input);
 }
 
 void PrepareOutputDirectory(UserParameters& record) {

@@ -29,6 +29,18 @@ std::string DirectoryOf(const std::string& path) {
   return path.empty() ? "." : path;
 }
 
+std::string_view FileNameOf(std::string_view path) {
+  const std::size_t separator = path.find_last_of(kSeparators);
+  return separator == std::string_view::npos ? path : path.substr(separator + 1);
+}
+
+std::string FolderOf(std::string_view path) {
+  const std::size_t separator = path.find_last_of(kSeparators);
+  if (separator == std::string_view::npos) return ".";
+  if (separator == 0) return std::string(1, kPathSeparator);
+  return std::string(path.substr(0, separator));
+}
+
 std::string JoinPath(std::initializer_list<std::string_view> parts) {
   const std::string root(1, kPathSeparator);
   std::string path;

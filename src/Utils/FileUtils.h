@@ -33,6 +33,13 @@ bool PathExists(const std::string& path);
 /// before the last separator.
 std::string DirectoryOf(const std::string& path);
 
+/// The last part of a path, all of it when there is no separator. It borrows from path.
+std::string_view FileNameOf(std::string_view path);
+
+/// What stands before the last part: "." when there is no separator, the root for what lies in it.
+/// Unlike DirectoryOf it looks at the text alone.
+std::string FolderOf(std::string_view path);
+
 /// The parts with one separator between them, trailing separators of each part removed first; an
 /// empty first part adds nothing, a first part of separators alone stays a root.
 std::string JoinPath(std::initializer_list<std::string_view> parts);

@@ -63,6 +63,24 @@ TEST_F(FileUtilsTest, DirectoryOfAFileIsTheTextBeforeTheLastSeparator) {
 }
 TEST(DirectoryOf, ABareNameIsThatName) { EXPECT_EQ(DirectoryOf("1.raw"), "1.raw"); }
 TEST(DirectoryOf, NothingIsTheCurrentDirectory) { EXPECT_EQ(DirectoryOf(""), "."); }
+TEST(FileNameOf, IsTheLastPartWithEitherSeparator) {
+  EXPECT_EQ(FileNameOf("in/a b.ms1"), "a b.ms1");
+  EXPECT_EQ(FileNameOf("D:\\in/1.raw"), "1.raw");
+  EXPECT_EQ(FileNameOf("D:/in\\1.raw"), "1.raw");
+  EXPECT_EQ(FileNameOf("1.raw"), "1.raw");
+  EXPECT_EQ(FileNameOf("in/"), "");
+}
+TEST(FolderOf, IsTheTextBeforeTheLastSeparator) {
+  EXPECT_EQ(FolderOf("in/dir/1.raw"), "in/dir");
+  EXPECT_EQ(FolderOf("D:\\in\\1.raw"), "D:\\in");
+}
+TEST(FolderOf, OfABareNameIsTheCurrentDirectory) {
+  EXPECT_EQ(FolderOf("1.raw"), ".");
+  EXPECT_EQ(FolderOf(""), ".");
+}
+TEST(FolderOf, OfAFileInTheRootIsTheRoot) {
+  EXPECT_EQ(FolderOf("/1.raw"), std::string(1, kPathSeparator));
+}
 TEST(DirectoryOf, TakesEitherSeparator) {
   EXPECT_EQ(DirectoryOf("D:\\no_such/dir\\1.raw"), "D:\\no_such/dir");
   EXPECT_EQ(DirectoryOf("D:\\no_such\\dir/1.raw"), "D:\\no_such\\dir");

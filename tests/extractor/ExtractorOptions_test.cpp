@@ -30,7 +30,7 @@ TEST(ParseOptions, ReadsTheDriversCommandLine) {
 
 TEST(ParseOptions, WritesBesideTheInputWithFiveAndOneDecimalsUnlessTold) {
   const auto options = Parsed({"/in/run.mzML"});
-  EXPECT_EQ(options.m_output_directory, "/in/");
+  EXPECT_EQ(options.m_output_directory, "/in");
   EXPECT_EQ(options.m_mz_digits, 5);
   EXPECT_EQ(options.m_intensity_digits, 1);
   EXPECT_FALSE(options.m_msb);
