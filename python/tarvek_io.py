@@ -10,14 +10,17 @@ docs/formats/pf.md, docs/formats/precursor-csv.md and docs/formats/mgf.md of tar
         print(scan.mz, scan.intensity, scan.precursor_mz, scan.precursor_charge)
 
     table = tarvek_io.read_precursors("run.csv")
-    shift_ppm = 1e6 * (table.mz[table.first[:-1]] / table.declared_mz - 1)
+    best = table.first[:-1]                        # the first precursor of a scan has the best score
+    shift_ppm = 1e6 * (abs(table.mz[best]) / table.declared_mz - 1)
 
     for spectrum in tarvek_io.read_mgf("run_HCDFT.mgf"):
         print(spectrum.scan_no, spectrum.pepmass, spectrum.charge, spectrum.mz.size)
 
 Units: m/z in Th, retention times in seconds (tarvek passes on what its input said, which is seconds
-in the formats that it reads), intensities in the arbitrary units of the instrument. Charges are
-signed; the precursor m/z of negative ions has a minus in PF2 and in the table.
+in the formats that it reads), intensities in the arbitrary units of the instrument. The charge of a
+determined negative ion has a minus, and in PF2 and in the table its m/z too; what the input declared
+has none (declared_mz, declared_charge, and the precursors of scans where nothing was determined), so
+compare sizes.
 
 Errors: OSError when a file cannot be opened; FormatError, which names the file, when it is damaged.
 """
@@ -25,12 +28,13 @@ Errors: OSError when a file cannot be opened; FormatError, which names the file,
 import gzip
 import os
 import re
+import zlib
 from dataclasses import dataclass, field
 
 import numpy as np
 
 __all__ = ["FormatError", "SurveyScan", "FragmentScan", "PfFile", "PrecursorTable",
-           "read_precursors", "MgfSpectrum", "read_mgf"]
+           "read_precursors", "MgfSpectrum", "read_mgf", "scan_of_title"]
 
 _INT32 = np.dtype("<i4")
 _REAL = np.dtype("<f8")
@@ -90,7 +94,7 @@ class PfFile:
     """A .pf1 or .pf2 file, opened for random access by its index (format: docs/formats/pf.md).
 
     Whether it holds survey or fragment scans is told by the ending of path. The index is the file
-    of the same name with "idx" added. Only the index (8 bytes a scan) is held in memory; each scan
+    of the same name with "idx" added. Only the index (24 bytes a scan) is held in memory; each scan
     is read when it is asked for. Files beyond 2 GiB and 4 GiB are read like any other.
 
     title: the run name. scan_numbers: int32 of shape (S,) in file order. offsets: int64 of shape
@@ -131,13 +135,19 @@ class PfFile:
         return (self.scan_at(place) for place in range(len(self)))
 
     def __contains__(self, scan_no):
-        return scan_no in self._place_of
+        return self._place_of(scan_no) is not None
 
     def scan(self, scan_no):
         """The SurveyScan or FragmentScan of a scan number. KeyError when the file has none."""
-        if scan_no not in self._place_of:
+        place = self._place_of(scan_no)
+        if place is None:
             raise KeyError(f"{self.path} has no scan {scan_no}")
-        return self.scan_at(self._place_of[scan_no])
+        return self.scan_at(place)
+
+    def _place_of(self, scan_no):
+        """Place in file order of a scan number, the last one of equal numbers; None without."""
+        rank = int(np.searchsorted(self._ascending, scan_no, side="right")) - 1
+        return int(self._order[rank]) if rank >= 0 and self._ascending[rank] == scan_no else None
 
     def scan_at(self, place):
         """The scan at a place in file order, from 0. IndexError outside; FormatError when the
@@ -192,7 +202,8 @@ class PfFile:
         if entries.size and (np.any(np.diff(self.offsets) <= 0)
                              or self.offsets[-1] >= self._size_bytes):
             raise FormatError(index_path, f"leads outside {self.path}")
-        self._place_of = {int(scan_no): place for place, scan_no in enumerate(self.scan_numbers)}
+        self._order = np.argsort(self.scan_numbers, kind="stable")
+        self._ascending = self.scan_numbers[self._order]
 
 
 @dataclass(frozen=True)
@@ -201,10 +212,11 @@ class PrecursorTable:
 
     One entry for each scan, in the order of the table: scan_no int32 (S,), activation and
     instrument text (S,), declared_mz float64 (S,) and declared_charge int32 (S,), both -1 where the
-    input declared nothing.
+    input declared nothing and else positive, for negative ions too.
 
-    One entry for each determined precursor: mz float64 (P,), charge int32 (P,). Those of scan i are
-    mz[first[i]:first[i + 1]], the best-scored one first; first is int64 of shape (S + 1,).
+    One entry for each precursor: mz float64 (P,), charge int32 (P,), both negative for a determined
+    negative ion. Those of scan i are mz[first[i]:first[i + 1]], the best-scored one first; first is
+    int64 of shape (S + 1,).
     """
     scan_no: np.ndarray
     activation: np.ndarray
@@ -247,6 +259,13 @@ def _table_row(line):
     return fields
 
 
+def _int32(text):
+    value = int(text)
+    if not -2**31 <= value < 2**31:
+        raise ValueError(f"{text} is outside the range of 32 bits")
+    return value
+
+
 def read_precursors(path):
     """Reads BASE.csv as a PrecursorTable (format: docs/formats/precursor-csv.md).
 
@@ -262,13 +281,13 @@ def read_precursors(path):
         for number, line in enumerate(lines, start=2):
             try:
                 fields = _table_row(line)
-                scans.append(int(fields[2]))
+                scans.append(_int32(fields[2]))
                 activation.append(fields[0])
                 instrument.append(fields[1])
                 declared_mz.append(float(fields[3]))
-                declared_charge.append(int(fields[4]))
+                declared_charge.append(_int32(fields[4]))
                 mz.extend(map(float, fields[_TABLE_FIELDS + 1::_PRECURSOR_FIELDS]))
-                charge.extend(map(int, fields[_TABLE_FIELDS + 2::_PRECURSOR_FIELDS]))
+                charge.extend(map(_int32, fields[_TABLE_FIELDS + 2::_PRECURSOR_FIELDS]))
                 first.append(len(mz))
             except ValueError as error:
                 raise FormatError(path, f"line {number}: {error}") from None
@@ -282,8 +301,8 @@ def read_precursors(path):
 class MgfSpectrum:
     """One block of an MGF file with N peaks.
 
-    title: as it stands. scan_no: from a title run.scan.scan.charge.index.dta (dots in the run name
-    do not matter) or from SCANS=, else None. pepmass: m/z, None without. charge: signed, None
+    title: as it stands. scan_no: from the title (scan_of_title) or from SCANS=, else None. pepmass:
+    m/z, None without. charge: signed, None
     without. rt_seconds: None without. mz, intensity: float64 of shape (N,), in file order.
     parameters: all lines KEY=value of the block, keys in upper case.
     """
@@ -297,16 +316,25 @@ class MgfSpectrum:
     parameters: dict = field(repr=False, default_factory=dict)
 
 
-_TITLE = re.compile(r"\.(\d+)\.\d+\.-?\d+(?:\.\d+)?(?:\.dta)?$")
+_TITLE = re.compile(r"\.(\d+)\.\1\.-?\d+(?:\.\d+)?(?:\.dta)?$")
 _CHARGE = re.compile(r"(\d+)([+-]?)")
+_COMMENTS = ("#", ";", "!", "/")
+
+
+def scan_of_title(title):
+    """The scan number in a title run.scan.scan.charge.index.dta, the last two parts of which may be
+    missing; dots and blanks in the run name do not matter. Where the whole title is none, what stands
+    before the first blank may be one, as converters write more behind it. None without."""
+    match = _TITLE.search(title) or _TITLE.search(title.split(" ")[0])
+    return int(match.group(1)) if match else None
 
 
 def _scan_number(parameters):
-    match = _TITLE.search(parameters.get("TITLE", "").split(" ")[0])
-    if match:
-        return int(match.group(1))
+    scan_no = scan_of_title(parameters.get("TITLE", ""))
     scans = parameters.get("SCANS", "")
-    return int(scans) if scans.isdigit() else None
+    if scan_no is None and scans.isdecimal():
+        return int(scans)
+    return scan_no
 
 
 def _signed_charge(text):
@@ -316,16 +344,19 @@ def _signed_charge(text):
     return -int(match.group(1)) if match.group(2) == "-" else int(match.group(1))
 
 
-def _spectrum(parameters, peaks):
-    values = np.array(peaks, float).reshape(-1, 2)
-    pepmass = parameters.get("PEPMASS", "").split()
-    rt = parameters.get("RTINSECONDS")
-    charge = parameters.get("CHARGE")
-    return MgfSpectrum(parameters.get("TITLE", ""), _scan_number(parameters),
-                       float(pepmass[0]) if pepmass else None,
-                       _signed_charge(charge) if charge else None,
-                       float(rt) if rt else None,
-                       values[:, 0].copy(), values[:, 1].copy(), parameters)
+def _pepmass(text):
+    """The m/z; an intensity may follow it."""
+    return float(text.split()[0])
+
+
+_VALUE_OF = {"PEPMASS": _pepmass, "CHARGE": _signed_charge, "RTINSECONDS": float}
+
+
+def _spectrum(parameters, values, peaks):
+    numbers = np.array(peaks, float).reshape(-1, 2)
+    return MgfSpectrum(parameters.get("TITLE", ""), _scan_number(parameters), values.get("PEPMASS"),
+                       values.get("CHARGE"), values.get("RTINSECONDS"),
+                       numbers[:, 0].copy(), numbers[:, 1].copy(), parameters)
 
 
 def _peak(line):
@@ -335,26 +366,36 @@ def _peak(line):
     return float(fields[0]), float(fields[1])
 
 
+def _read_key(line, parameters, values):
+    """Takes a line KEY=value into parameters, and into values what is a number."""
+    key, equals, text = line.partition("=")
+    if not equals:
+        raise ValueError(f"'{line}' is neither a key nor a peak")
+    key = key.upper()
+    parameters[key] = text
+    if key in _VALUE_OF and text.strip():
+        values[key] = _VALUE_OF[key](text)
+
+
 def _blocks(lines):
     """MgfSpectrum of each block; ValueError for a line that does not fit."""
-    parameters, peaks = None, []
+    parameters, values, peaks = None, {}, []
     for line in lines:
         line = line.strip()
         if line == "BEGIN IONS":
             if parameters is not None:
                 raise ValueError("BEGIN IONS inside a block, whose END IONS is missing")
-            parameters, peaks = {}, []
+            parameters, values, peaks = {}, {}, []
         elif parameters is None:
             if line == "END IONS":
                 raise ValueError("END IONS without BEGIN IONS")
         elif line == "END IONS":
-            yield _spectrum(parameters, peaks)
+            yield _spectrum(parameters, values, peaks)
             parameters = None
         elif line[:1].isdigit():
             peaks.append(_peak(line))
-        elif "=" in line:
-            key, _, value = line.partition("=")
-            parameters[key.upper()] = value
+        elif line and not line.startswith(_COMMENTS):
+            _read_key(line, parameters, values)
     if parameters is not None:
         raise ValueError("the file ends inside a block")
 
@@ -380,3 +421,5 @@ def read_mgf(path):
             yield from _blocks(counted(lines))
         except ValueError as error:
             raise FormatError(path, f"line {number}: {error}") from None
+        except (EOFError, zlib.error, gzip.BadGzipFile) as error:
+            raise FormatError(path, f"damaged behind line {number}: {error}") from None

@@ -241,11 +241,47 @@ class PfBytes(Directory):
                 self.assertEqual((scan.mz[0], scan.precursor_mz[0]), (100.0 + scan_no, 500.0 + scan_no))
             self.assertEqual(scans.scan(4).precursor_charge[0], 2)
 
-    def test_a_cut_file_is_named(self):
-        path = self.write_survey_file(cut=1)
-        with tarvek_io.PfFile(path) as surveys:
-            self.assert_format_error(lambda: surveys.scan(258), path, "ends inside the record")
-        self.assert_format_error(lambda: tarvek_io.PfFile(self.write("x.pf1", b"\1\0\0")), "x.pf1")
+    @staticmethod
+    def read_all(path):
+        with tarvek_io.PfFile(path) as scans:
+            return list(scans)
+
+    def test_a_file_cut_anywhere_is_named(self):
+        whole = self.write_survey_file()
+        self.assertEqual(len(self.read_all(whole)), 1)
+        fragments = struct.pack("<ii", 2, 1) + b"r"
+        for scan_no in (7, 8):
+            fragments += struct.pack("<iiddidi", scan_no, 1, 100.25, 2.0, 1, 500.5, 2)
+        with open(whole, "rb") as file:
+            surveys = file.read()
+        for name, content, offsets in (
+                ("cut.pf1", surveys, ((258, 12),)),
+                ("cut.pf2", fragments, ((7, 9), (8, 9 + 40)))):
+            self.write(name + "idx", b"".join(struct.pack("<ii", *entry) for entry in offsets))
+            self.read_all(self.write(name, content))
+            for size in range(len(content)):
+                with self.subTest(name=name, size=size):
+                    path = self.write(name, content[:size])
+                    self.assert_format_error(lambda: self.read_all(path), path)
+
+    def test_an_index_cut_anywhere_is_named(self):
+        path = self.write_survey_file()
+        for size in range(8):
+            with self.subTest(size=size):
+                self.write("run1.pf1idx", struct.pack("<ii", 258, 12)[:size])
+                self.assert_format_error(lambda: self.read_all(path), path)
+
+    def test_scans_are_found_in_any_order_of_their_numbers(self):
+        content, index = struct.pack("<ii", 3, 0), b""
+        for scan_no in (9, 2, 5):
+            index += struct.pack("<ii", scan_no, len(content))
+            content += struct.pack("<iii", scan_no, 0, 0)
+        path = self.write("a.pf2", content)
+        self.write("a.pf2idx", index)
+        with tarvek_io.PfFile(path) as scans:
+            self.assertEqual([scans.scan(scan_no).scan_no for scan_no in (2, 5, 9)], [2, 5, 9])
+            self.assertEqual([scan_no in scans for scan_no in (1, 2, 3, 9, 10, 99999999999)],
+                             [False, True, False, True, False, False])
 
     def test_a_count_that_differs_from_the_index_is_named(self):
         path = self.write_survey_file(count=0)
@@ -282,6 +318,13 @@ class TableText(Directory):
         self.assertEqual(list(table.charge), [2, 3])
         self.assertEqual(list(table.first), [0, 2, 2])
 
+    def test_only_determined_precursors_of_negative_ions_have_a_sign(self):
+        table = self.read(b"HCD, FTMS, 7, 650.320000, 2, 1, 1, -650.320650, -2, \n")
+        # 0.00065 / 650.32 is 1 ppm to three digits.
+        shift_ppm = 1e6 * (abs(table.mz[table.first[:-1]]) / table.declared_mz - 1)
+        self.assertAlmostEqual(shift_ppm[0], 1.0, places=3)
+        self.assertEqual((table.declared_charge[0], table.charge[0]), (2, -2))
+
     def test_a_table_without_rows(self):
         table = self.read(b"")
         self.assertEqual((len(table), table.mz.shape, list(table.first)), (0, (0,), [0]))
@@ -289,7 +332,9 @@ class TableText(Directory):
     def test_file_and_line_of_a_bad_row_are_named(self):
         good = b"CID, ITMS, 7, -1.000000, -1, 0, \n"
         for bad in (b"CID, ITMS, 8, -1.000000, -1, 1, \n", b"CID, ITMS, 8, -1.0", b"\n",
-                    b"CID, ITMS, x, -1.000000, -1, 0, \n"):
+                    b"CID, ITMS, x, -1.000000, -1, 0, \n", b"CID, ITMS, 99999999999, -1.000000, -1, 0, \n",
+                    b"CID, ITMS, 8, -1.000000, 2147483648, 0, \n",
+                    b"CID, ITMS, 8, -1.000000, -1, 1, 1, 500.0, -2147483649, \n"):
             self.assert_format_error(lambda: self.read(good + bad), "run.csv", "line 3")
 
     def test_another_table_is_refused(self):
@@ -316,6 +361,13 @@ class MgfText(Directory):
         self.assertEqual((spectrum.scan_no, spectrum.charge, spectrum.pepmass), (7, -2, None))
         self.assertEqual(spectrum.mz.shape, (0,))
 
+    def test_scan_numbers_of_titles(self):
+        for title, scan_no in (("my run.2345.2345.2.0.dta", 2345), ("a.1.7.7.2.dta", 7),
+                               ("a.1.7.7.-2.0.dta", 7), ("a.7.7.2", 7), ("a.7.7.2.dta", 7),
+                               ('run.7.7.2 File:"my run.raw", NativeID:"scan=7"', 7),
+                               ("a.7.8.2.0.dta", None), ("some words", None), ("", None)):
+            self.assertEqual(tarvek_io.scan_of_title(title), scan_no, title)
+
     def test_a_scan_number_from_its_own_line(self):
         (spectrum,) = self.read(b"BEGIN IONS\nTITLE=some words\nSCANS=81\nPEPMASS=5.5 1000\nEND IONS\n")
         self.assertEqual((spectrum.scan_no, spectrum.pepmass), (81, 5.5))
@@ -328,8 +380,26 @@ class MgfText(Directory):
         for text, line in ((b"BEGIN IONS\nPEPMASS=1\n", "line 2"),
                            (b"BEGIN IONS\nBEGIN IONS\n", "line 2"), (b"END IONS\n", "line 1"),
                            (b"BEGIN IONS\n100.5\nEND IONS\n", "line 2"),
-                           (b"BEGIN IONS\nPEPMASS=x\nEND IONS\n", "line 3")):
+                           (b"BEGIN IONS\nPEPMASS=x\nEND IONS\n", "line 2"),
+                           (b"BEGIN IONS\nRTINSECONDS=x\nCHARGE=2+\nEND IONS\n", "line 2"),
+                           (b"BEGIN IONS\nCHARGE=x\nPEPMASS=5\nEND IONS\n", "line 2"),
+                           (b"BEGIN IONS\nTITLE=a\n-5 10\nEND IONS\n", "line 3")):
             self.assert_format_error(lambda: self.read(text), "run.mgf", line)
+
+    def test_empty_lines_and_comments_are_passed_over(self):
+        (spectrum,) = self.read(b"# made by x=y\n\nBEGIN IONS\n\n# a=b\n;c\nCHARGE=\n100.5 10\nEND IONS\n")
+        self.assertEqual((spectrum.charge, list(spectrum.mz), spectrum.parameters), (None, [100.5], {"CHARGE": ""}))
+
+    def test_a_gzip_file_cut_anywhere_or_damaged_is_named(self):
+        content = gzip.compress(self.BLOCK)
+        for size in range(1, len(content)):
+            with self.subTest(size=size):
+                path = self.write("run.mgf.gz", content[:size])
+                self.assert_format_error(lambda: list(tarvek_io.read_mgf(path)), path)
+        # A block type that does not exist, another checksum, no gzip file at all.
+        for damaged in (content[:10] + b"\x07" + content[11:], content[:-8] + b"abcd" + content[-4:], self.BLOCK):
+            path = self.write("run.mgf.gz", damaged)
+            self.assert_format_error(lambda: list(tarvek_io.read_mgf(path)), path)
 
 
 if __name__ == "__main__":
