@@ -1,11 +1,15 @@
 """The sample sheet: which files are processed, under which names, with which settings."""
 import csv
 import dataclasses
+import math
 import re
 from pathlib import Path
 
 REQUIRED = ("sample", "file")
 OPTIONAL = ("isolation_width", "charge_range", "faims", "fasta")
+
+# Of samples. No - in front, where programs would take it for an option.
+NAME = "[A-Za-z0-9_][A-Za-z0-9_-]*"
 
 # Ending in lower case -> which extractor reads it.
 KINDS = {".mzml": "xml", ".mzxml": "xml", ".mzml.gz": "xml", ".mzxml.gz": "xml",
@@ -34,11 +38,28 @@ def absolute(path, directory):
     return str((directory / path).absolute()) if path else ""
 
 
+def settings_of(row, where, config):
+    """(isolation width, charge range, options of the extractor) of one row."""
+    try:
+        width = float(row["isolation_width"] or config["isolation_width"])
+        faims = float(row["faims"] or 0)
+    except ValueError as error:
+        raise SystemExit(f"{where}: isolation_width and faims are numbers: {error}") from error
+    if not (math.isfinite(width) and width > 0):
+        raise SystemExit(f"{where}: isolation_width is {width:g} and not a width above 0")
+    if not math.isfinite(faims):
+        raise SystemExit(f"{where}: faims is {faims:g} and not a voltage")
+    charges = row["charge_range"] or str(config["charge_range"])
+    if not re.fullmatch(r"-?[0-9]+t-?[0-9]+", charges):
+        raise SystemExit(f"{where}: charge_range is '{charges}' and not like 2t6 or -3t-1")
+    return width, charges, f"--faims {faims:g}" if row["faims"] else ""
+
+
 def sample_of(row, where, directory, config):
     """The sample of one row (column -> text). where: place of the row, for messages."""
-    if not re.fullmatch(r"[A-Za-z0-9_-]+", row["sample"]):
-        raise SystemExit(f"{where}: sample '{row['sample']}' may hold letters, digits, _ and - only"
-                         " (search engines take the scan number from behind a dot)")
+    if not re.fullmatch(NAME, row["sample"]):
+        raise SystemExit(f"{where}: sample '{row['sample']}' may hold letters, digits, _ and - only, and"
+                         " not begin with a - (search engines take the scan number from behind a dot)")
     if row["sample"] == "report":  # the folder of the page of all samples
         raise SystemExit(f"{where}: a sample cannot be called report")
     if not row["file"]:
@@ -46,17 +67,41 @@ def sample_of(row, where, directory, config):
     ending = ending_of(row["file"])
     if ending is None:
         raise SystemExit(f"{where}: {row['file']} is none of {', '.join(sorted(KINDS))}")
-    try:
-        width = float(row["isolation_width"] or config["isolation_width"])
-        faims = f"--faims {float(row['faims']):g}" if row["faims"] else ""
-    except ValueError as error:
-        raise SystemExit(f"{where}: isolation_width and faims are numbers: {error}") from error
-    charges = row["charge_range"] or str(config["charge_range"])
-    if not re.fullmatch(r"-?[0-9]+(t-?[0-9]+)?", charges):
-        raise SystemExit(f"{where}: charge_range is '{charges}' and not like 2t6 or -3t-1")
+    width, charges, extractor_options = settings_of(row, where, config)
     fasta = absolute(row["fasta"], directory) or absolute(config["fasta"], Path.cwd())
     return Sample(row["sample"], absolute(row["file"], directory), ending, KINDS[ending.lower()], width,
-                  charges, faims, fasta)
+                  charges, extractor_options, fasta)
+
+
+def check_columns(path, columns):
+    missing = [column for column in REQUIRED if column not in columns]
+    unknown = [column for column in columns if column not in REQUIRED + OPTIONAL]
+    doubled = sorted({column for column in columns if columns.count(column) > 1})
+    mistakes = ([f"no column {column}" for column in missing] +
+                [f"unknown column {column}" for column in unknown] +
+                [f"column {column} stands twice" for column in doubled])
+    if mistakes:
+        raise SystemExit(f"{path}: " + "; ".join(mistakes) + " (columns are separated by tabs)")
+
+
+def rows_of(path):
+    """Yields (line number, column -> text) of each row that is not empty."""
+    try:
+        with open(path, encoding="utf-8-sig", newline="") as sheet:
+            reader = csv.DictReader(sheet, delimiter="\t")
+            check_columns(path, list(reader.fieldnames or ()))
+            for row in reader:
+                if None in row:
+                    raise SystemExit(f"{path}:{reader.line_num}: more fields than columns")
+                texts = {column: (row.get(column) or "").strip() for column in REQUIRED + OPTIONAL}
+                if any(texts.values()):
+                    yield reader.line_num, texts
+    except OSError as error:
+        raise SystemExit(f"Cannot open the sample sheet: {error}") from error
+    except UnicodeDecodeError as error:
+        raise SystemExit(f"{path}: no UTF-8 text, save it as that: {error}") from error
+    except csv.Error as error:
+        raise SystemExit(f"{path}: no tab-separated text: {error}") from error
 
 
 def read_samples(path, config):
@@ -64,30 +109,11 @@ def read_samples(path, config):
     configuration to the current directory. Ends with a message that names the line of a mistake."""
     directory = Path(path).absolute().parent
     samples = {}
-    try:
-        sheet = open(path, encoding="utf-8-sig", newline="")
-    except OSError as error:
-        raise SystemExit(f"Cannot open the sample sheet: {error}") from error
-    with sheet:
-        reader = csv.DictReader(sheet, delimiter="\t")
-        columns = reader.fieldnames or ()
-        missing = [column for column in REQUIRED if column not in columns]
-        unknown = [column for column in columns if column not in REQUIRED + OPTIONAL]
-        if missing or unknown:
-            raise SystemExit(f"{path}: " + "; ".join(
-                [f"no column {column}" for column in missing] +
-                [f"unknown column {column}" for column in unknown]) + " (columns are separated by tabs)")
-        for row in reader:
-            where = f"{path}:{reader.line_num}"
-            if None in row:
-                raise SystemExit(f"{where}: more fields than columns")
-            texts = {column: (row.get(column) or "").strip() for column in REQUIRED + OPTIONAL}
-            if not any(texts.values()):
-                continue
-            sample = sample_of(texts, where, directory, config)
-            if sample.name in samples:
-                raise SystemExit(f"{where}: sample {sample.name} stands twice")
-            samples[sample.name] = sample
+    for line, row in rows_of(path):
+        sample = sample_of(row, f"{path}:{line}", directory, config)
+        if sample.name in samples:
+            raise SystemExit(f"{path}:{line}: sample {sample.name} stands twice")
+        samples[sample.name] = sample
     if not samples:
         raise SystemExit(f"{path}: no samples")
     return samples

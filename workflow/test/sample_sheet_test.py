@@ -15,7 +15,7 @@ class SampleSheet(unittest.TestCase):
     def read(self, text, **config):
         with tempfile.TemporaryDirectory() as folder:
             self.sheet = Path(folder) / "samples.tsv"
-            self.sheet.write_text(text)
+            self.sheet.write_bytes(text if isinstance(text, bytes) else text.encode())
             return read_samples(str(self.sheet), {**CONFIG, **config})
 
     def message(self, text):
@@ -54,7 +54,27 @@ class SampleSheet(unittest.TestCase):
         self.assertIn("unknown column width", self.message("sample\tfile\twidth\n"))
         self.assertIn("no samples", self.message(head))
         self.assertIn("are numbers", self.message("sample\tfile\tfaims\na\ta.mzML\tx\n"))
-        self.assertIn("is 'two' and not", self.message("sample\tfile\tcharge_range\na\ta.mzML\ttwo\n"))
+        self.assertIn("column file stands twice", self.message("sample\tfile\tfile\na\ta.mzML\tb.mzML\n"))
+
+    def test_a_name_that_programs_would_take_for_an_option_is_refused(self):
+        self.assertIn(":2: sample '-a' may hold", self.message("sample\tfile\n-a\ta.mzML\n"))
+        self.assertEqual(list(self.read("sample\tfile\n_a-\ta.mzML\n")), ["_a-"])
+
+    def test_settings_that_are_none_are_refused(self):
+        for width in ("nan", "inf", "0", "-1"):
+            self.assertIn(":2: isolation_width is ", self.message(
+                f"sample\tfile\tisolation_width\na\ta.mzML\t{width}\n"))
+        for charges in ("two", "2", "226", "2t", "t6"):
+            self.assertIn(f":2: charge_range is '{charges}' and not", self.message(
+                f"sample\tfile\tcharge_range\na\ta.mzML\t{charges}\n"))
+        self.assertIn(":2: faims is nan", self.message("sample\tfile\tfaims\na\ta.mzML\tnan\n"))
+
+    def test_a_sheet_in_another_encoding_is_named(self):
+        for encoding in ("latin-1", "utf-16"):
+            message = self.message("sample\tfile\na\tr\u00fcn.mzML\n".encode(encoding))
+            self.assertIn(str(self.sheet), message)
+            self.assertIn("no UTF-8 text", message)
+        self.assertIn("r\u00fcn.mzML", self.read("sample\tfile\na\tr\u00fcn.mzML\n".encode("utf-8-sig"))["a"].file)
 
 
 class QValues(unittest.TestCase):
