@@ -16,6 +16,7 @@ import pathlib
 import shutil
 import subprocess
 import sys
+import tempfile
 import time
 
 SCANS_OF_A_SMALL_FILE = 100
@@ -27,8 +28,9 @@ class Measured:
     def __init__(self, command):
         start = time.monotonic()
         self.megabytes = 0.0
-        with open(os.devnull, "w") as nowhere, subprocess.Popen(
-                command, stdout=nowhere, stderr=subprocess.PIPE) as process:
+        # Standard error goes to a file: nobody would read a pipe before the end, and a full one blocks.
+        with tempfile.TemporaryFile() as errors, subprocess.Popen(
+                command, stdout=subprocess.DEVNULL, stderr=errors) as process:
             samples = []
             while True:
                 pid, status = os.waitpid(process.pid, os.WNOHANG)
@@ -38,7 +40,8 @@ class Measured:
                 self.megabytes = max(self.megabytes, self.peak_megabytes(process.pid))
                 time.sleep(0.003)
             process.returncode = os.waitstatus_to_exitcode(status)
-            self.errors = process.stderr.read().decode()
+            errors.seek(0)
+            self.errors = errors.read().decode()
         self.seconds = time.monotonic() - start
         self.status = process.returncode
         self.most_open = max((count for _, count in samples), default=0)
