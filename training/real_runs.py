@@ -17,12 +17,12 @@ import re
 import shutil
 import subprocess
 import sys
-import xml.etree.ElementTree
 
 HOME = pathlib.Path(__file__).resolve().parent
 sys.path.insert(0, str(HOME.parent / "scripts"))
 sys.path.insert(0, str(HOME))
 import compare_search
+import protein_xml_to_fasta
 from evaluate import MODELS, auc, read_table
 
 PROTON_DA = 1.007276
@@ -46,18 +46,12 @@ RUNS = (
 
 
 def write_fasta(proteins, path):
-    """Unpacks FASTA, or takes accession and sequence of each entry of a protein XML."""
+    """Unpacks FASTA, or takes the entries of a protein XML."""
+    if ".xml" in proteins.name:
+        protein_xml_to_fasta.write_fasta(proteins, path)
+        return
     with gzip.open(proteins) as source, open(path, "wb") as target:
-        if ".xml" not in proteins.name:
-            shutil.copyfileobj(source, target)
-            return
-        for _, element in xml.etree.ElementTree.iterparse(source):
-            if not element.tag.endswith("}entry"):
-                continue
-            sequence = next(e.text for e in element if e.tag.endswith("}sequence"))
-            accession = next(e.text for e in element if e.tag.endswith("}accession"))
-            target.write(f">{accession}\n{''.join(sequence.split())}\n".encode())
-            element.clear()
+        shutil.copyfileobj(source, target)
 
 
 def unpack(data, run, folder):
