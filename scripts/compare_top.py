@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Scans identified with one, some and all precursors of each scan.
 
-Needs comet-ms (Debian package of that name). Give it the directory of the programs tarvek and
-tarvek-tools, the isotope table, a protein FASTA file and extracted runs:
+Needs comet-ms and python3-numpy (Debian packages of these names). Give it the directory of the programs
+tarvek and tarvek-tools, the isotope table, a protein FASTA file and extracted runs:
 
     scripts/compare_top.py build/release/bin data/IPV.txt proteins.fasta WORKDIR run1.ms1 [run2.ms1 ...]
         [--width 4]
@@ -17,6 +17,7 @@ import pathlib
 import subprocess
 
 import compare_search
+from compare_search import comet
 
 
 def run_quietly(*command):
@@ -25,18 +26,20 @@ def run_quietly(*command):
 
 
 def determine(options, run, co_elute):
-    """Path of the MGF that tarvek writes for a run."""
-    out = options.workdir / f"co-elute{co_elute}"
+    """Path of the MGF that tarvek writes for a run, in a folder of its own."""
+    out = options.workdir / f"co-elute{co_elute}" / run.stem
+    out.mkdir(parents=True, exist_ok=True)
     run_quietly(options.programs / "tarvek", "-D", run, "-O", out, "-I", options.table, "-p", "0",
                 "-r", "1", "-C", co_elute, "-W", options.width)
-    written = list(out.glob(f"{run.stem}_*.mgf"))
+    written = list(out.glob("*.mgf"))
     if len(written) != 1:
         raise SystemExit(f"{run} has several kinds of MS2 scans: {written}")
     return written[0]
 
 
 def rewrite(options, mgf, name, *more):
-    out = options.workdir / name
+    out = options.workdir / name / mgf.parent.name
+    out.mkdir(parents=True, exist_ok=True)
     run_quietly(options.programs / "tarvek-tools", "mgf", "--engine", "comet", "--out", out, *more, mgf)
     return out / mgf.name
 
@@ -57,7 +60,7 @@ def compare(options):
             work.mkdir(exist_ok=True)
             precursors += sum(1 for _ in compare_search.read_blocks(mgf))
             matches += compare_search.search(mgf, options.fasta, 0, work)
-        yield way, precursors, sorted(matches)
+        yield way, precursors, matches
 
 
 def main():
@@ -72,10 +75,12 @@ def main():
     options.workdir = options.workdir.resolve()
     options.fasta = options.fasta.resolve()
     options.workdir.mkdir(parents=True, exist_ok=True)
+    if len({run.stem for run in options.runs}) < len(options.runs):
+        parser.error("two runs have one name; their outputs could not be told apart")
     print("| precursors | blocks | matched scans | scans at 1 % FDR |")
     print("|---|---|---|---|")
     for way, precursors, matches in compare(options):
-        print(f"| {way} | {precursors} | {len(matches)} | {compare_search.accepted_at(matches, 0.01)} |")
+        print(f"| {way} | {precursors} | {len(matches)} | {len(comet.accepted(matches, compare_search.FDR))} |")
 
 
 if __name__ == "__main__":

@@ -23,6 +23,7 @@ sys.path.insert(0, str(HOME.parent / "scripts"))
 sys.path.insert(0, str(HOME))
 import compare_search
 import protein_xml_to_fasta
+from compare_search import comet
 from evaluate import MODELS, auc, read_table
 
 PROTON_DA = 1.007276
@@ -33,7 +34,6 @@ RESIDUES_DA = {
     "D": 115.0269431, "Q": 128.0585775, "K": 128.0949631, "E": 129.0425931, "M": 131.0404846,
     "H": 137.0589119, "F": 147.0684139, "R": 156.1011110, "Y": 163.0633286, "W": 186.0793129,
 }  # C is carbamidomethyl cysteine; sums of atomic masses of AME 2020
-FDR = 0.01
 
 # folder/run, proteins, isolation width
 RUNS = (
@@ -77,13 +77,11 @@ def peptide_mz(sequence, charge, modified):
     return mass / charge + PROTON_DA
 
 
-def identified_precursors(base):
-    """Rows (scan, m/z, charge) of the matches of a search at 1 % FDR, best match of each scan."""
-    matches = compare_search.best_matches(f"{base}.txt")
-    accepted = compare_search.accepted_at([entry for entry, _ in matches], FDR)
-    targets = [(scan, match) for (_, decoy, scan), match in matches if not decoy][:accepted]
-    return [(scan, peptide_mz(match["plain_peptide"], int(match["charge"]), match["modified_peptide"]),
-             int(match["charge"])) for scan, match in targets]
+def identified_precursors(matches):
+    """Rows (scan, m/z, charge) of the accepted ones of the best matches of a search."""
+    return [(int(match["scan"]),
+             peptide_mz(match["plain_peptide"], int(match["charge"]), match["modified_peptide"]),
+             int(match["charge"])) for match in comet.accepted(matches, compare_search.FDR)]
 
 
 def labelled_auc(programs, ms1, width, identified, folder):
@@ -112,15 +110,16 @@ def run_figures(programs, data, run, proteins, width, out):
     table = mgfs[4].parent / f"{ms1.stem}.csv"
     compare_search.write_declared(mgfs[4], table, declared)
 
-    def count(mgf, isotope_error, name):
+    def search(mgf, isotope_error, name):
         work = folder / f"search_{name}"
         work.mkdir(exist_ok=True)
-        return compare_search.accepted_at(compare_search.search(mgf, fasta, isotope_error, work), FDR)
+        return compare_search.search(mgf, fasta, isotope_error, work, mgfs[4])
 
-    counts = [count(declared, 0, "declared"), count(declared, 3, "isotopes")]
-    counts += [count(mgfs[model.number], 0, model.name) for model in MODELS]
-    identified = identified_precursors(folder / "search_isotopes" / f"{declared.stem}.3")
-    return counts, labelled_auc(programs, ms1, width, identified, folder)
+    isotopes = search(declared, 3, "isotopes")
+    searches = [search(declared, 0, "declared"), isotopes]
+    searches += [search(mgfs[model.number], 0, model.name) for model in MODELS]
+    counts = [len(comet.accepted(matches, compare_search.FDR)) for matches in searches]
+    return counts, labelled_auc(programs, ms1, width, identified_precursors(isotopes), folder)
 
 
 def main():

@@ -8,6 +8,9 @@ import csv
 import sys
 from pathlib import Path
 
+sys.path.insert(0, str(Path(__file__).resolve().parent.parent / "scripts"))
+from comet import is_decoy
+
 
 def true_peptides(path):
     """scan -> peptides in it."""
@@ -23,7 +26,7 @@ def check(results, data, summary):
     truth = true_peptides(data / f"{name}.truth.tsv")
     with open(results / name / "search" / f"{name}.psms.tsv", newline="") as table:
         rows = [row for row in csv.DictReader(table, delimiter="\t")
-                if float(row["q_value"]) <= 0.01 and not row["protein"].startswith("DECOY_")]
+                if float(row["q_value"]) <= 0.01 and not is_decoy(row)]
     right = sum(row["plain_peptide"].replace("I", "L") in truth.get(row["scan"], ()) for row in rows)
     scans, identified = int(summary["scans"]), int(summary["identified_scans"])
     print(f"{name}: {identified} of {scans} scans identified, {right} with a peptide that is in them")

@@ -5,7 +5,6 @@ import unittest
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).parent.parent / "scripts"))
-from comet_search import q_values
 from sample_sheet import read_samples
 
 CONFIG = {"isolation_width": 2.0, "charge_range": "2t6", "fasta": ""}
@@ -75,13 +74,6 @@ class SampleSheet(unittest.TestCase):
             self.assertIn(str(self.sheet), message)
             self.assertIn("no UTF-8 text", message)
         self.assertIn("r\u00fcn.mzML", self.read("sample\tfile\na\tr\u00fcn.mzML\n".encode("utf-8-sig"))["a"].file)
-
-
-class QValues(unittest.TestCase):
-    def test_a_q_value_is_the_smallest_share_of_decoys_from_its_place_on(self):
-        matches = [{"protein": name} for name in ("P1", "DECOY_P1", "P2,DECOY_P2", "P3", "DECOY_P4")]
-        # Shares by hand: 0/1, 1/1, 1/2, 1/3, 2/3; the smallest from the second place on is 1/3.
-        self.assertEqual(q_values(matches), [0, 1 / 3, 1 / 3, 1 / 3, 2 / 3])
 
 
 if __name__ == "__main__":
