@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Scans identified by a search engine, with declared and with determined precursors.
 
 Needs comet-ms and python3-numpy (Debian packages of these names). Give it the precursor table that tarvek

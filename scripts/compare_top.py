@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Scans identified with one, some and all precursors of each scan.
 
 Needs comet-ms and python3-numpy (Debian packages of these names). Give it the directory of the programs

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Every scoring model on real runs: identified scans, and how it ranks labelled candidates.
 
 Usage: real_runs.py BIN DATA OUT
