@@ -1,17 +1,17 @@
 #!/usr/bin/env python3
 """tarvek against the least input and output work that its job takes, in one measurement.
 
-    scripts/bench_floor.py TARVEK BASE OUTDIR [--floor IO_FLOOR] [--pairs N]
+    scripts/bench_floor.py TARVEK BASE OUTDIR [--table IPV] [--floor IO_FLOOR] [--pairs N]
 
-BASE.ms1 and BASE.ms2 are a run. IO_FLOOR is a program that reads the same files, converts every number and
-writes outputs of the same shape, and decides nothing; it is called as IO_FLOOR BASE OUTDIR PRECURSORS_PER_SCAN
-and prints "... total SECONDS s". Without it, only tarvek is timed. Prints each pair, the medians, their ratio,
-and the peak memory beside the limit of 64 MB + 24 bytes for each survey peak (all surveys of runs below 10,000).
+BASE.ms1 and BASE.ms2 are a run, IPV is the isotope table (data/IPV.txt). IO_FLOOR is a program of your own that
+reads the same files, converts every number and writes outputs of the same shape, and decides nothing; it is called
+as IO_FLOOR BASE OUTDIR PRECURSORS_PER_SCAN and prints "... total SECONDS s". Without it, only tarvek is timed.
+Prints each pair, the medians, their ratio, and the peak memory beside the limit of 64 MB + 24 bytes for each
+survey peak (all surveys of runs below 10,000).
 """
 import argparse
 import os
 import re
-import statistics
 import subprocess
 import sys
 import time
@@ -27,6 +27,12 @@ def run(command):
     if status != 0:
         sys.exit(f"{' '.join(command)} failed:\n{output}")
     return seconds, usage.ru_maxrss / 1024, output
+
+
+def median_of(values):
+    """The module statistics is not in python3-minimal."""
+    ordered = sorted(values)
+    return (ordered[len(ordered) // 2] + ordered[~(len(ordered) // 2)]) / 2
 
 
 def mean_precursors(table):
@@ -76,10 +82,10 @@ def main():
     for leftover in ("floor.pf1", "floor.pf2", "floor.mgf", "floor.csv"):
         if os.path.exists(os.path.join(options.outdir, leftover)):
             os.remove(os.path.join(options.outdir, leftover))
-    median = statistics.median(ours)
+    median = median_of(ours)
     print(f"median: tarvek {median:.3f} s, {scans / median:.0f} MS2 scans/s")
     if floors:
-        floor = statistics.median(floors)
+        floor = median_of(floors)
         print(f"median: floor {floor:.3f} s; tarvek takes {median / floor:.2f} x the floor")
     limit = 64 + 24 * survey_peaks(options.base + ".ms1") / 2**20
     print(f"peak memory {memory:.0f} MB, limit {limit:.0f} MB")
