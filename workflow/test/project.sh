@@ -4,8 +4,16 @@
 #   workflow   this folder's parent
 #   prefix     where tarvek is installed
 #   folder     where everything goes; the project is FOLDER/project
+# Blanks and a quote in the paths below, and a folder with something in it that has the name up to the
+# blank: a path that is not quoted somewhere would fail, or touch that. The project itself has none, since
+# Snakemake does not quote the working directory of SLURM jobs.
 
 project=$folder/project
+data="$project/raw data"
+results="$project/all results"
+programs="$project/tarvek's home"
+scripts="$project/the workflow"
+bystander=$project/all/kept.txt
 
 fail() {
   echo "workflow: $*" >&2
@@ -15,15 +23,18 @@ fail() {
 # make_project RUNS SCANS: simulated runs of so many MS2 scans, and a FASTA of their peptides.
 make_project() {
   local seed runs=$1 scans=$2
-  mkdir -p "$project/data"
+  mkdir -p "$data" "${bystander%/*}"
+  echo kept >"$bystander"
+  ln -s "$prefix" "$programs"
+  ln -s "$workflow" "$scripts"
   printf 'sample\tfile\n' >"$project/samples.tsv"
   for ((seed = 1; seed <= runs; ++seed)); do
-    "$prefix/bin/tarvek-tools" simulate --seed "$seed" --ms2 "$scans" --format mzml "$project/data/run$seed" >/dev/null
-    printf 'run%s\tdata/run%s.mzML\n' "$seed" "$seed" >>"$project/samples.tsv"
+    "$prefix/bin/tarvek-tools" simulate --seed "$seed" --ms2 "$scans" --format mzml "$data/run$seed" >/dev/null
+    printf 'run%s\traw data/run%s.mzML\n' "$seed" "$seed" >>"$project/samples.tsv"
   done
   awk -F '\t' 'FNR == 1 { for (i = 1; i <= NF; ++i) if ($i == "peptide") column = i; next }
     $column != "" && !seen[$column]++ { print ">P" ++count "\n" $column }' \
-    "$project"/data/run*.truth.tsv >"$project/proteins.fasta"
+    "$data"/run*.truth.tsv >"$project/proteins.fasta"
 }
 
 # More arguments for every run of Snakemake.
@@ -33,9 +44,9 @@ workflow_arguments=()
 run_workflow() {
   local name=$1 profile=$2
   shift 2
-  (cd "$project" && snakemake --snakefile "$workflow/Snakefile" --profile "$workflow/profiles/$profile" \
+  (cd "$project" && snakemake --snakefile "$scripts/Snakefile" --profile "$workflow/profiles/$profile" \
     "$@" "${workflow_arguments[@]}" \
-    --config "prefix=$prefix" fasta=proteins.fasta) >"$folder/$name.txt" 2>&1
+    --config "prefix=$programs" "results=$results" fasta=proteins.fasta) >"$folder/$name.txt" 2>&1
 }
 
 # hashes NAME: of all outputs, into FOLDER/NAME.sha256. Logs, the folders of the tasks and the line of
@@ -43,7 +54,7 @@ run_workflow() {
 hashes() {
   local file
   (
-    cd "$project/results" || exit
+    cd "$results" || exit
     find . -type f -not -path '*/log/*' -not -path '*/tasks/*' -not -name TarvekPlusLog.txt \
       -not -name .snakemake_timestamp | LC_ALL=C sort | while read -r file; do
       printf '%s  %s\n' "$(sed '/^H\tCreationDate\t/d' "$file" | sha256sum | cut -d ' ' -f 1)" "$file"
