@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Sets the figures of runs side by side: peaks, declared precursors and what tarvek made of them.
 
 Each RUN is the path of a run's .ms1 and .ms2 files without the ending (NAME.ms1.gz is read as well).
@@ -7,7 +7,7 @@ The tables that tarvek wrote for the runs may follow in the same order:
     scripts/describe_run.py [--csv DIRECTORY] RUN...
 
 DIRECTORY holds the precursor table NAME.csv of each run. Without it the last rows are left out. The
-output is a Markdown table, one column a run. Needs nothing but Python.
+output is a Markdown table, one column a run. Needs python3-numpy (Debian package of that name).
 
 How the rows are counted:
 - quantiles are written 5 % / 50 % / 95 %;
@@ -21,6 +21,10 @@ import argparse
 import collections
 import gzip
 import pathlib
+import sys
+
+sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "python"))
+import tarvek_io  # noqa: E402
 
 ISOTOPE_SPACING_DA = 1.00286  # mean of peptides
 PROTON_DA = 1.007276
@@ -54,19 +58,6 @@ def read_scans(base, ending):
                 declared.append((int(charge), float(mass)))
     if attributes is not None:
         yield attributes, intensities, declared
-
-
-def read_table(path):
-    """scan -> ((declared m/z, charge), [(determined m/z, charge), ...])."""
-    table = {}
-    with open(path, encoding="ascii") as rows:
-        next(rows)
-        for row in rows:
-            fields = row.split(", ")
-            count = int(fields[5])
-            determined = [(float(fields[7 + 3 * i]), int(fields[8 + 3 * i])) for i in range(count)]
-            table[int(fields[2])] = ((float(fields[3]), int(fields[4])), determined)
-    return table
 
 
 def quantiles(values, digits=0):
@@ -142,11 +133,11 @@ def describe_fragments(rows, base):
 
 def describe_table(rows, path):
     shifts, heavy, numbers = collections.Counter(), collections.Counter(), collections.Counter()
-    total = 0
-    for (mz, charge), determined in read_table(path).values():
+    table = tarvek_io.read_precursors(path)
+    for row, (mz, charge) in enumerate(zip(table.declared_mz.tolist(), table.declared_charge.tolist())):
+        determined = [(abs(mono), abs(z)) for mono, z in zip(*(part.tolist() for part in table.of_row(row)))]
         numbers["4 and more" if len(determined) >= 4 else str(len(determined))] += 1
-        total += len(determined)
-        found = [isotope_shift(mz, abs(mono), z) for mono, z in determined if abs(z) == charge]
+        found = [isotope_shift(mz, mono, z) for mono, z in determined if z == charge]
         known = sorted((k for k in found if k is not None), key=abs)
         shift = isotope_class(known[0] if known else None)
         shifts[shift] += 1
@@ -155,7 +146,7 @@ def describe_table(rows, path):
     rows["declared isotope"] = shares(shifts, ISOTOPE_CLASSES)
     rows["declared isotope, above 2000 Da"] = shares(heavy, ISOTOPE_CLASSES)
     rows["precursors per scan"] = shares(numbers, ("1", "2", "3", "4 and more"))
-    rows["precursors per scan, mean"] = f"{total / max(1, sum(numbers.values())):.2f}"
+    rows["precursors per scan, mean"] = f"{table.mz.size / max(1, len(table)):.2f}"
 
 
 def main():
