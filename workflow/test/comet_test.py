@@ -1,4 +1,6 @@
 """python3 -m unittest discover -s workflow/test -p '*_test.py'"""
+import shutil
+import subprocess
 import sys
 import tempfile
 import unittest
@@ -97,6 +99,21 @@ class Files(unittest.TestCase):
                 self.assertEqual((path.is_symlink(), path.read_text()), (True, "kept"))
             comet.link(target, target)
             self.assertEqual((target.is_symlink(), target.read_text()), (False, "kept"))
+
+    @unittest.skipUnless(shutil.which("comet-ms"), "there is no comet-ms")
+    def test_paths_may_hold_what_comet_takes_for_something_else(self):
+        with tempfile.TemporaryDirectory() as folder:
+            odd, work = Path(folder) / "a #b:1-2", Path(folder) / "work of it"
+            odd.mkdir()
+            work.mkdir()
+            fasta, mgf = odd / "p.fasta", odd / "run_HCDFT.mgf"
+            fasta.write_text(">P1\nMKAAAAAAAAAAGGGGGGGGR\n")
+            # Nothing needs to match; what counts is that Comet reads both files.
+            mgf.write_text("BEGIN IONS\nTITLE=run.7.7.2.0.dta\nSCANS=7\nCHARGE=2+\nPEPMASS=650.3\n" +
+                           "".join(f"{200 + place}.1 10.0\n" for place in range(20)) + "END IONS\n")
+            matches = comet.search(mgf, fasta, comet.settings_of(mgf, threads=1), work, "s", subprocess.DEVNULL)
+            self.assertEqual([match["mgf"] for match in matches], ["run_HCDFT.mgf"] * len(matches))
+            self.assertTrue((work / "s.txt").read_text().splitlines()[1].startswith("scan\t"))
 
 
 if __name__ == "__main__":
