@@ -28,17 +28,17 @@ void UnfinishedFile::TakeName() {
   m_has_name = true;
 }
 
-TruthTable::TruthTable(const std::string& out_base) : m_file(out_base + ".truth.tsv", "truth") {
+TruthFile::TruthFile(const std::string& out_base) : m_file(out_base + ".truth.tsv", "truth") {
   m_file.File().Write(kTruthHeader);
 }
 
-void TruthTable::Write(std::span<const TruthRow> rows) {
+void TruthFile::Write(std::span<const TruthRow> rows) {
   m_text.clear();
   for (const TruthRow& row : rows) AppendTruthText(m_text, row);
   m_file.File().Write(m_text);
 }
 
-void TruthTable::CompleteWith(std::initializer_list<UnfinishedFile*> scan_files) {
+void TruthFile::CompleteWith(std::initializer_list<UnfinishedFile*> scan_files) {
   for (UnfinishedFile* file : scan_files) file->File().Close();
   m_file.File().Close();
   RemoveFile(m_file.Path());

@@ -40,9 +40,9 @@ class UnfinishedFile {
 };
 
 /// OUTBASE.truth.tsv, the same for every format of the scans; docs/simulator.md describes it.
-class TruthTable {
+class TruthFile {
  public:
-  explicit TruthTable(const std::string& out_base);
+  explicit TruthFile(const std::string& out_base);
 
   void Write(std::span<const TruthRow> rows);
 

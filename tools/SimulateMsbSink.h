@@ -30,7 +30,7 @@ class MsbSink final : public RunSink {
 
   UnfinishedFile m_msb;
   UnfinishedFile m_table;
-  TruthTable m_truth;
+  TruthFile m_truth;
   std::vector<Peak> m_peaks;  // of one scan, rounded
   std::string m_bytes;        // of one record or row
 };

@@ -39,7 +39,7 @@ class MzmlSink final : public RunSink {
   double m_high_mz;
   UnfinishedFile m_mzml;
   std::optional<UnfinishedFile> m_index;  // the entries of the index; never takes a name
-  TruthTable m_truth;
+  TruthFile m_truth;
   std::int64_t m_spectra = 0;
   std::string m_text;  // of one spectrum
 };

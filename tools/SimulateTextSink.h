@@ -24,7 +24,7 @@ class TextSink final : public RunSink {
  private:
   UnfinishedFile m_ms1;
   UnfinishedFile m_ms2;
-  TruthTable m_truth;
+  TruthFile m_truth;
   std::string m_text;  // of one scan
 };
 

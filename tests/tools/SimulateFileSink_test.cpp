@@ -87,12 +87,12 @@ TEST(UnfinishedFile, NeverDeletesTheFileThatItWrote) {
 }
 
 // When the names cannot be given, no truth may be left that would speak of other scans.
-TEST(TruthTable, LeavesNoOldTruthBesideScansThatCouldNotTakeTheirName) {
+TEST(TruthFile, LeavesNoOldTruthBesideScansThatCouldNotTakeTheirName) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.truth.tsv", "old");
   fs::create_directories(directory / "run.x/full");
   UnfinishedFile scans(directory / "run.x", "test");
-  TruthTable truth(directory / "run");
+  TruthFile truth(directory / "run");
   EXPECT_EQ(MessageOf([&] { truth.CompleteWith({&scans}); }),
             "Cannot rename file: " + directory / "run.x_unfinished");
   EXPECT_FALSE(fs::exists(directory / "run.truth.tsv"));
