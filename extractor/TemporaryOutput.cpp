@@ -1,11 +1,12 @@
 #include "TemporaryOutput.h"
 
 #include "FileUtils.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek::extractor {
 
 TemporaryOutput::TemporaryOutput(const std::string& path)
-    : m_path(path), m_temporary_path(path + "_unfinished"), m_lock(LockFile(m_temporary_path)) {
+    : m_path(path), m_temporary_path(UnfinishedPathOf(path)), m_lock(LockFile(m_temporary_path)) {
   m_file.emplace(m_temporary_path, "wb", "output");
 }
 

@@ -5,9 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <functional>
-#include <utility>
 
-#include "FileUtils.h"
 #include "Ms1Feed.h"
 #include "Ms2Loop.h"
 #include "NumberText.h"
@@ -16,6 +14,7 @@
 #include "ScoringModels.h"
 #include "TableReader.h"
 #include "TextSpectrumSource.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek::tools {
 namespace {
@@ -179,20 +178,12 @@ CandidateLabel LabelByPeptides(const Precursor& candidate, std::span<const Precu
 void WriteFeatureTable(const UserParameters& parameters, const FeatureTableOptions& options) {
   UserParameters working = parameters;
   SetCurrentFile(working, options.m_ms1_path);
-  const std::string unfinished_path = options.m_out_path + "_unfinished";
-  OutputFile out(unfinished_path, "wb", "feature table");
-  try {
-    std::string header;
-    AppendHeader(header, options.m_with_scores);
-    out.Write(header);
-    WriteRows(working, options, out);
-    out.Close();
-    RenameFile(unfinished_path, options.m_out_path);
-  } catch (...) {
-    { const OutputFile closed(std::move(out)); }  // not every system deletes an open file
-    RemoveFile(unfinished_path);
-    throw;
-  }
+  UnfinishedFile out(options.m_out_path, "feature table");
+  std::string header;
+  AppendHeader(header, options.m_with_scores);
+  out.File().Write(header);
+  WriteRows(working, options, out.File());
+  out.TakeName();
 }
 
 }  // namespace tarvek::tools

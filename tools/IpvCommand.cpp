@@ -2,11 +2,9 @@
 
 #include <memory>
 #include <optional>
-#include <utility>
 
-#include "FileUtils.h"
 #include "NumberText.h"
-#include "OutputFile.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek::tools {
 namespace {
@@ -74,17 +72,7 @@ std::string IsotopeTableText(std::span<const IsotopeEnvelope> rows) {
 }
 
 void WriteIsotopeTable(const std::string& path, std::span<const IsotopeEnvelope> rows) {
-  const std::string unfinished_path = path + "_unfinished";
-  OutputFile file(unfinished_path, "wb", "isotope table");
-  try {
-    file.Write(IsotopeTableText(rows));
-    file.Close();
-    RenameFile(unfinished_path, path);
-  } catch (...) {
-    { const OutputFile closed(std::move(file)); }  // not every system deletes an open file
-    RemoveFile(unfinished_path);
-    throw;
-  }
+  WriteWhole(path, IsotopeTableText(rows), "isotope table");
 }
 
 }  // namespace tarvek::tools

@@ -8,7 +8,6 @@
 
 #include "FileUtils.h"
 #include "NumberText.h"
-#include "OutputFile.h"
 
 namespace tarvek::tools {
 namespace {
@@ -57,56 +56,42 @@ class GzipStream {
 
 }  // namespace
 
-/// A file that gets its name when it is complete, and is removed otherwise.
-class MgfOutput::Unfinished {
+/// A part, compressed or not.
+class MgfOutput::Part {
  public:
-  Unfinished(std::string path, bool gzip)
-      : m_path(std::move(path)),
-        m_unfinished_path(m_path + "_unfinished"),
-        m_file(std::in_place, m_unfinished_path, "wb", "MGF") {
-    if (gzip) m_gzip.emplace(m_path);
-  }
-  Unfinished(const Unfinished&) = delete;
-  ~Unfinished() {
-    m_file.reset();
-    if (!m_is_named) static_cast<void>(DeleteFileAt(m_unfinished_path));
+  Part(std::string path, bool gzip) : m_file(std::move(path), "MGF") {
+    if (gzip) m_gzip.emplace(m_file.Path());
   }
 
   void Write(std::string_view bytes) {
     m_bytes += bytes.size();
     if (m_gzip)
-      m_gzip->Write(bytes, *m_file);
+      m_gzip->Write(bytes, m_file.File());
     else
-      m_file->Write(bytes);
+      m_file.File().Write(bytes);
   }
 
+  /// Gives the memory of the compression back: there may be thousands of parts.
   void Close() {
-    if (m_gzip && m_file->IsOpen()) m_gzip->Finish(*m_file);
-    m_file->Close();
+    if (m_gzip) m_gzip->Finish(m_file.File());
+    m_gzip.reset();
+    m_file.Close();
   }
 
-  void GiveName() {
-    RenameFile(m_unfinished_path, m_path);
-    m_is_named = true;
-  }
+  void TakeName() { m_file.TakeName(); }
 
   [[nodiscard]] std::uint64_t Bytes() const noexcept { return m_bytes; }
-  [[nodiscard]] const std::string& Path() const noexcept { return m_path; }
+  [[nodiscard]] const std::string& Path() const noexcept { return m_file.Path(); }
 
  private:
-  std::string m_path;
-  std::string m_unfinished_path;
-  std::optional<OutputFile> m_file;  // closed before it is deleted
+  UnfinishedFile m_file;
   std::optional<GzipStream> m_gzip;
   std::uint64_t m_bytes = 0;  // before compression
-  bool m_is_named = false;
 };
 
 MgfOutput::MgfOutput(std::string base, const MgfOutputForm& form)
-    : m_base(std::move(base)),
-      m_form(form),
-      m_map(std::make_unique<Unfinished>(m_base + ".ids.tsv", false)) {
-  m_map->Write(kMapHeader);
+    : m_base(std::move(base)), m_form(form), m_map(m_base + ".ids.tsv", "MGF") {
+  m_map.File().Write(kMapHeader);
   OpenPart();
 }
 
@@ -119,7 +104,7 @@ std::string MgfOutput::PartPath(std::size_t number) const {
 
 void MgfOutput::OpenPart() {
   if (!m_parts.empty()) m_parts.back()->Close();
-  m_parts.push_back(std::make_unique<Unfinished>(PartPath(m_parts.size() + 1), m_form.m_gzip));
+  m_parts.push_back(std::make_unique<Part>(PartPath(m_parts.size() + 1), m_form.m_gzip));
   m_place = 0;
 }
 
@@ -152,21 +137,21 @@ void MgfOutput::NoteScan(std::span<const MgfBlock> blocks, const std::string& so
       row += '\t';
       AppendInteger(row, number);
     }
-    m_map->Write(row + '\t' + block.m_pepmass_text + '\t' + block.m_rt_text + '\n');
+    m_map.File().Write(row + '\t' + block.m_pepmass_text + '\t' + block.m_rt_text + '\n');
   }
 }
 
 std::vector<std::string> MgfOutput::Finish() {
   m_parts.back()->Close();
-  m_map->Close();
-  RemoveFile(m_map->Path());
+  m_map.Close();
+  RemoveFile(m_map.Path());
   std::vector<std::string> paths;
   for (const auto& part : m_parts) {
-    part->GiveName();
+    part->TakeName();
     paths.push_back(part->Path());
   }
   if (m_form.m_split_bytes > 0) RemoveOldParts();
-  m_map->GiveName();
+  m_map.TakeName();
   return paths;
 }
 

@@ -15,6 +15,7 @@
 
 #include "MgfBlocks.h"
 #include "MgfProfiles.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek::tools {
 
@@ -44,7 +45,7 @@ class MgfOutput {
   [[nodiscard]] std::int64_t BlockCount() const noexcept { return m_block_count; }
 
  private:
-  class Unfinished;
+  class Part;
 
   [[nodiscard]] std::string PartPath(std::size_t number) const;
   void OpenPart();
@@ -54,9 +55,9 @@ class MgfOutput {
 
   std::string m_base;
   MgfOutputForm m_form;
-  std::unique_ptr<Unfinished> m_map;
-  std::vector<std::unique_ptr<Unfinished>> m_parts;  // only the last is open
-  std::int64_t m_place = 0;                          // of the last block within its part
+  UnfinishedFile m_map;
+  std::vector<std::unique_ptr<Part>> m_parts;  // only the last is open
+  std::int64_t m_place = 0;                    // of the last block within its part
   std::int64_t m_block_count = 0;
   std::string m_text;  // reused from scan to scan
 };

@@ -10,7 +10,7 @@
 #include "ReportData.h"
 #include "ReportPage.h"
 #include "ReportSummary.h"
-#include "SimulateFileSink.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek::tools {
 namespace {
@@ -22,17 +22,14 @@ struct ReportOptions {
   ReportSettings m_settings;
 };
 
-void WriteWhole(const std::string& path, const std::string& content) {
-  UnfinishedFile file(path, "report");
-  file.File().Write(content);
-  file.File().Close();
-  file.TakeName();
+void WriteReport(const std::string& path, const std::string& content) {
+  WriteWhole(path, content, "report");
 }
 
 void WriteForMultiQc(const std::string& start, std::span<const BatchRun> runs) {
-  WriteWhole(start + "_mqc.json", FiguresForMultiQc(runs));
-  WriteWhole(start + "_isotopes_mqc.json", IsotopesForMultiQc(runs));
-  WriteWhole(start + "_precursors_mqc.json", PrecursorsForMultiQc(runs));
+  WriteReport(start + "_mqc.json", FiguresForMultiQc(runs));
+  WriteReport(start + "_isotopes_mqc.json", IsotopesForMultiQc(runs));
+  WriteReport(start + "_precursors_mqc.json", PrecursorsForMultiQc(runs));
 }
 
 // Writes page and summary of one run and returns what a batch keeps of it.
@@ -42,8 +39,8 @@ BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
       ReadRunReport(FindRunFiles(base_path, settings.m_input_folder), settings);
   const std::string page = report.m_name + ".report.html";
   const std::string path = JoinPath({out_folder, page});
-  WriteWhole(path, RunPage(report));
-  WriteWhole(JoinPath({out_folder, report.m_name + ".report.json"}), RunJson(report));
+  WriteReport(path, RunPage(report));
+  WriteReport(JoinPath({out_folder, report.m_name + ".report.json"}), RunJson(report));
   std::cout << path << '\n';
   return BatchRunOf(report, page);
 }
@@ -99,8 +96,8 @@ void ReportBatch(const ReportOptions& options) {
       runs.push_back(WithoutReport(base_path, "the run did not finish"));
 
   const std::string page = JoinPath({out_folder, "tarvek_report.html"});
-  WriteWhole(page, BatchPage(BatchTitle(folder), runs));
-  WriteWhole(JoinPath({out_folder, "tarvek_report.json"}), BatchJson(runs));
+  WriteReport(page, BatchPage(BatchTitle(folder), runs));
+  WriteReport(JoinPath({out_folder, "tarvek_report.json"}), BatchJson(runs));
   WriteForMultiQc(JoinPath({out_folder, "tarvek"}), runs);
   std::cout << page << '\n';
   if (failed > 0)

@@ -1,7 +1,6 @@
 #include "SimulateFileSink.h"
 
 #include <charconv>
-#include <utility>
 
 #include "FileUtils.h"
 #include "SimulateTextSink.h"
@@ -15,19 +14,6 @@ constexpr const char* kTruthHeader =
 
 }  // namespace
 
-UnfinishedFile::UnfinishedFile(std::string path, const std::string& kind)
-    : m_path(std::move(path)), m_file(std::in_place, TemporaryPath(), "wb", kind) {}
-
-UnfinishedFile::~UnfinishedFile() {
-  m_file.reset();
-  if (!m_has_name) static_cast<void>(DeleteFileAt(TemporaryPath()));
-}
-
-void UnfinishedFile::TakeName() {
-  RenameFile(TemporaryPath(), m_path);
-  m_has_name = true;
-}
-
 TruthFile::TruthFile(const std::string& out_base) : m_file(out_base + ".truth.tsv", "truth") {
   m_file.File().Write(kTruthHeader);
 }
@@ -39,8 +25,8 @@ void TruthFile::Write(std::span<const TruthRow> rows) {
 }
 
 void TruthFile::CompleteWith(std::initializer_list<UnfinishedFile*> scan_files) {
-  for (UnfinishedFile* file : scan_files) file->File().Close();
-  m_file.File().Close();
+  for (UnfinishedFile* file : scan_files) file->Close();
+  m_file.Close();
   RemoveFile(m_file.Path());
   for (UnfinishedFile* file : scan_files) file->TakeName();
   m_file.TakeName();

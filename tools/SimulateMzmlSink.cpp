@@ -393,7 +393,7 @@ void MzmlSink::WriteIndex() {
   mzml.Write("      </spectrumList>\n    </run>\n  </mzML>\n  ");
   const std::int64_t start = mzml.PositionBytes();
   mzml.Write("<indexList count=\"1\">\n    <index name=\"spectrum\">\n");
-  m_index->File().Close();
+  m_index->Close();
   ReadBlocks(m_index->TemporaryPath(), 0, [&](std::string_view block) { mzml.Write(block); });
   m_index.reset();
   mzml.Write("    </index>\n  </indexList>\n  <indexListOffset>" + std::to_string(start) +

@@ -5,6 +5,7 @@
 #include "FileUtils.h"
 #include "NumberText.h"
 #include "OutputFile.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek {
 namespace {
@@ -44,7 +45,7 @@ PrecursorCsvWriter::PrecursorCsvWriter(const std::string& final_path, std::strin
 }
 
 std::string PrecursorCsvWriter::TemporaryPathOf(const std::string& final_path) {
-  return final_path + "_unfinished";
+  return UnfinishedPathOf(final_path);
 }
 
 void PrecursorCsvWriter::WriteRow(const MS2Spectrum& scan) {

@@ -61,31 +61,6 @@ TEST(SimulateFormats, AnyOtherIsRefused) {
             "--format: mzXML not in {text,msb,mzml}");
 }
 
-TEST(UnfinishedFile, KeepsAnExistingFileUntilItTakesItsName) {
-  const TemporaryDirectory directory;
-  WriteFile(directory / "a", "old");
-  UnfinishedFile file(directory / "a", "test");
-  file.File().Write("new");
-  file.File().Close();
-  EXPECT_EQ(ReadFile(directory / "a"), "old");
-  file.TakeName();
-  EXPECT_EQ(ReadFile(directory / "a"), "new");
-}
-TEST(UnfinishedFile, RemovesItsTemporaryFileWhenItNeverTookItsName) {
-  const TemporaryDirectory directory;
-  { UnfinishedFile(directory / "a", "test").File().Write("new"); }
-  EXPECT_TRUE(fs::is_empty(directory.Path()));
-}
-TEST(UnfinishedFile, NeverDeletesTheFileThatItWrote) {
-  const TemporaryDirectory directory;
-  {
-    UnfinishedFile file(directory / "a", "test");
-    file.File().Close();
-    file.TakeName();
-  }
-  EXPECT_TRUE(fs::exists(directory / "a"));
-}
-
 // When the names cannot be given, no truth may be left that would speak of other scans.
 TEST(TruthFile, LeavesNoOldTruthBesideScansThatCouldNotTakeTheirName) {
   const TemporaryDirectory directory;

@@ -1,0 +1,37 @@
+#include "UnfinishedFile.h"
+
+#include <utility>
+
+#include "FileUtils.h"
+
+namespace tarvek {
+
+std::string UnfinishedPathOf(const std::string& path) { return path + "_unfinished"; }
+
+UnfinishedFile::UnfinishedFile(std::string path, const std::string& kind)
+    : m_path(std::move(path)), m_file(std::in_place, TemporaryPath(), "wb", kind) {}
+
+UnfinishedFile::~UnfinishedFile() {
+  m_file.reset();
+  if (!m_has_name) static_cast<void>(DeleteFileAt(TemporaryPath()));
+}
+
+void UnfinishedFile::Close() {
+  if (!m_file) return;
+  m_file->Close();
+  m_file.reset();
+}
+
+void UnfinishedFile::TakeName() {
+  Close();
+  RenameFile(TemporaryPath(), m_path);
+  m_has_name = true;
+}
+
+void WriteWhole(const std::string& path, std::string_view content, const std::string& kind) {
+  UnfinishedFile file(path, kind);
+  file.File().Write(content);
+  file.TakeName();
+}
+
+}  // namespace tarvek

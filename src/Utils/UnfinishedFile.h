@@ -1,0 +1,50 @@
+// Utils/UnfinishedFile.h: a file that gets its name when it is complete.
+// Does:     writes under a temporary name beside the final one, renames at the end, and removes what
+//           did not come that far.
+// Owns:     the open file.
+// Throws:   a std::string: what OutputFile throws, or "Cannot rename file: " + temporary path. The
+//           destructor removes the temporary file when it can and throws nothing, so that the error
+//           that led there stays the one that is told.
+// Not here: locks on the temporary file; which of several files is named last.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "OutputFile.h"
+
+namespace tarvek {
+
+/// The name of a file until it is complete: path + "_unfinished".
+std::string UnfinishedPathOf(const std::string& path);
+
+class UnfinishedFile {
+ public:
+  /// kind is the purpose word of OpenFile's message.
+  UnfinishedFile(std::string path, const std::string& kind);
+  ~UnfinishedFile();
+  UnfinishedFile(const UnfinishedFile&) = delete;
+  UnfinishedFile& operator=(const UnfinishedFile&) = delete;
+
+  /// Not to be called once the file is closed.
+  [[nodiscard]] OutputFile& File() noexcept { return *m_file; }
+  [[nodiscard]] const std::string& Path() const noexcept { return m_path; }
+  [[nodiscard]] std::string TemporaryPath() const { return UnfinishedPathOf(m_path); }
+
+  /// Writes what is left and gives the memory back. Closing twice is harmless.
+  void Close();
+
+  /// Closes the file and gives it its name, replacing an existing one.
+  void TakeName();
+
+ private:
+  std::string m_path;
+  std::optional<OutputFile> m_file;  // closed before it is renamed or deleted, as Windows needs it
+  bool m_has_name = false;
+};
+
+/// Writes a small file in one go: path is complete, or as it was before.
+void WriteWhole(const std::string& path, std::string_view content, const std::string& kind);
+
+}  // namespace tarvek
