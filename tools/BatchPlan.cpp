@@ -20,7 +20,6 @@ namespace {
 constexpr std::array<std::string_view, 6> kFormats = {"ms1", "mgf", "raw", "wiff", "mzxml", "mzml"};
 constexpr std::array<std::string_view, 4> kParameterFileEndings = {".cfg", ".para", ".params",
                                                                    ".ini"};
-constexpr std::string_view kLogFolder = "batch_logs";
 
 /// The arguments of a batch, understood.
 struct BatchRequest {
@@ -146,7 +145,7 @@ BatchTask TaskOf(const std::string& input, const UserParameters& settings,
   current.m_outputpath_follows_input = settings.m_outputpath.empty();
   SetCurrentFile(current, input);
   const std::string logs = settings.m_logfilepath.empty()
-                               ? JoinPath({current.m_outputpath, kLogFolder})
+                               ? JoinPath({current.m_outputpath, kBatchLogFolder})
                                : settings.m_logfilepath;
   BatchTask task;
   task.m_input = input;

@@ -10,9 +10,14 @@
 #include <cstdint>
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarvek::tools {
+
+/// Unless told otherwise a batch makes this folder beside the outputs, with a folder for each base
+/// name in it that holds the log of the run.
+inline constexpr std::string_view kBatchLogFolder = "batch_logs";
 
 struct BatchTask {
   std::string m_input;

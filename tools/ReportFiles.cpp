@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "BatchPlan.h"
 #include "FileUtils.h"
 #include "Logger.h"
 #include "MsTextReader.h"
@@ -157,7 +158,8 @@ RunFiles FindRunFiles(const std::string& base_path, const std::string& input_fol
   files.m_ms1 = IfThere(input + ".ms1");
   files.m_ms2 = IfThere(input + ".ms2");
   files.m_scan_table = ScanTableOf(inputs, files.m_name);
-  files.m_log = IfThere(JoinPath({folder, kLogFileName}));
+  files.m_log = IfThere(JoinPath({folder, kBatchLogFolder, files.m_name, kLogFileName}));
+  if (files.m_log.empty()) files.m_log = IfThere(JoinPath({folder, kLogFileName}));
   return files;
 }
 

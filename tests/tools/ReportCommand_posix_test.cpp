@@ -116,6 +116,20 @@ TEST_F(ReportCommand, RefusesAWidthOfNothing) {
   EXPECT_EQ(json::parse(ReadFile(m_directory / "hand.report.json"))["isolation_width"], 3.5);
 }
 
+TEST_F(ReportCommand, KnowsTheIsolationWidthAndTheWarningsOfABatch) {
+  const auto tools = fs::path(TARVEK_TOOLS_PROGRAM).string();
+  const std::string here = "cd '" + m_directory.Path() + "' && '" + tools + "' ";
+  ASSERT_EQ(std::system((here + "simulate --seed 1 --ms2 20 run >/dev/null").c_str()), 0);
+  ASSERT_EQ(std::system((here + "batch -- -D run.ms1 -O out -W 4 -I '" TARVEK_SOURCE_DIR
+                                "/data/IPV.txt' >/dev/null 2>&1")
+                            .c_str()),
+            0);
+  ASSERT_EQ(Run("out"), 0) << Err();
+  const json summary = json::parse(ReadFile(m_directory / "out/run.report.json"));
+  EXPECT_EQ(summary["isolation_width"], 4.0);
+  EXPECT_EQ(summary["isolation_width_source"], "as the log says");
+}
+
 // A HEK293 run from an LTQ Orbitrap Velos (MetaMorpheus test data); its numbers of scans and of
 // declared charges were counted in its mzML file.
 TEST_F(ReportCommand, CountsARealRun) {

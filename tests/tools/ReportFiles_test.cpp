@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <filesystem>
 
 #include "ReportTestRun.h"
 
@@ -64,6 +65,18 @@ TEST(FindRunFiles, FindsTheScanTableWhateverFormatItCameFrom) {
   EXPECT_EQ(Slashed(FindRunFiles(directory / "b", "").m_scan_table),
             Slashed(directory / "b.mscsv"));
   EXPECT_EQ(FindRunFiles(directory / "c", "").m_scan_table, "");
+}
+
+TEST(FindRunFiles, PrefersTheLogThatABatchWroteForTheRun) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.csv", kTableHeader);
+  WriteFile(directory / "TarvekPlusLog.txt", "");
+  EXPECT_EQ(Slashed(FindRunFiles(directory / "a", "").m_log),
+            Slashed(directory / "TarvekPlusLog.txt"));
+  std::filesystem::create_directories(directory / "batch_logs/a");
+  WriteFile(directory / "batch_logs/a/TarvekPlusLog.txt", "");
+  EXPECT_EQ(Slashed(FindRunFiles(directory / "a", "").m_log),
+            Slashed(directory / "batch_logs/a/TarvekPlusLog.txt"));
 }
 
 TEST(FindRunFiles, NamesTheTableThatIsMissingAndSaysWhenTheRunDidNotFinish) {
