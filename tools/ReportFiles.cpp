@@ -1,6 +1,7 @@
 #include "ReportFiles.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdlib>
@@ -22,6 +23,9 @@ namespace {
 constexpr std::string_view kTableEnding = ".csv";
 constexpr std::string_view kUnfinishedEnding = ".csv_unfinished";
 constexpr std::string_view kTableStart = "ActivationType, InstrumentType, MS2Scan, ";
+// The binary input of a run is named after the run and the format that it was extracted from,
+// "run1.mzml.msb".
+constexpr std::array<std::string_view, 4> kExtractedFormats = {".mzml", ".mzxml", ".raw", ".wiff"};
 constexpr std::size_t kFixedFields = 6;  // of a row, before the precursors with three each
 constexpr std::int64_t kPeakBytes = 16;
 constexpr std::int64_t kPfPrecursorBytes = 12;
@@ -94,34 +98,11 @@ std::uint64_t LittleEndian(std::string_view bytes) {
   return value;
 }
 
-// The base name of "Start to process PATH" when PATH is an input of tarvek, else nothing.
-std::optional<std::string> StartedInput(std::string_view line) {
-  constexpr std::string_view kStart = "Start to process ";
-  const std::size_t at = line.find(kStart);
-  if (at == std::string_view::npos) return std::nullopt;
-  const std::string name(FileNameOf(line.substr(at + kStart.size())));
-  for (const std::string_view ending : {".ms1", ".msb"})
-    if (name.ends_with(ending)) return name.substr(0, name.size() - ending.size());
-  return std::nullopt;
-}
-
-// Binary input is named after its run and the format that it was extracted from: "run1.mzml".
-bool IsInputOf(std::string_view input_name, std::string_view run_name) {
-  if (!input_name.starts_with(run_name)) return false;
-  const std::string_view format = input_name.substr(run_name.size());
-  return format.empty() || (format.starts_with('.') && format.find('.', 1) == format.npos);
-}
-
-// The first .mscsv table of the run in folder; empty without one.
-std::string ScanTableOf(const std::string& folder, const std::string& run_name) {
-  constexpr std::string_view kEnding = ".mscsv";
-  auto names = ListDirectoryNames(folder).value_or(std::vector<std::string>());
-  std::ranges::sort(names);
-  for (const std::string& name : names)
-    if (name.ends_with(kEnding) &&
-        IsInputOf(std::string_view(name).substr(0, name.size() - kEnding.size()), run_name))
-      return JoinPath({folder, name});
-  return {};
+// Takes ending off text; false, and text as it was, when it ends otherwise.
+bool CutEnding(std::string_view& text, std::string_view ending) {
+  if (!text.ends_with(ending)) return false;
+  text.remove_suffix(ending.size());
+  return true;
 }
 
 // The text behind start in line, when it is there.
@@ -129,6 +110,31 @@ std::optional<std::string_view> TextBehind(std::string_view line, std::string_vi
   const std::size_t at = line.find(start);
   if (at == std::string_view::npos) return std::nullopt;
   return line.substr(at + start.size());
+}
+
+// The run whose input the line "Start to process PATH" names; nothing for any other line. Borrows
+// from line.
+std::optional<std::string_view> StartedRun(std::string_view line) {
+  const auto path = TextBehind(line, "Start to process ");
+  if (!path) return std::nullopt;
+  std::string_view name = FileNameOf(*path);
+  if (CutEnding(name, ".ms1")) return name;
+  if (!CutEnding(name, ".msb")) return std::nullopt;
+  for (const std::string_view format : kExtractedFormats)
+    if (CutEnding(name, format)) break;
+  return name;
+}
+
+// The .mscsv table of an input; empty without one.
+std::string ScanTableOf(const std::string& input) {
+  constexpr std::string_view kEnding = ".mscsv";
+  if (FileExists(input + std::string(kEnding))) return input + std::string(kEnding);
+  for (const std::string_view format : kExtractedFormats) {
+    std::string path = input;
+    path.append(format).append(kEnding);
+    if (FileExists(path)) return path;
+  }
+  return {};
 }
 
 void SortByScan(std::vector<InputScan>& scans) {
@@ -157,7 +163,7 @@ RunFiles FindRunFiles(const std::string& base_path, const std::string& input_fol
   files.m_mgf = KeyedFiles(base, ".mgf");
   files.m_ms1 = IfThere(input + ".ms1");
   files.m_ms2 = IfThere(input + ".ms2");
-  files.m_scan_table = ScanTableOf(inputs, files.m_name);
+  files.m_scan_table = ScanTableOf(input);
   files.m_log = IfThere(JoinPath({folder, kBatchLogFolder, files.m_name, kLogFileName}));
   if (files.m_log.empty()) files.m_log = IfThere(JoinPath({folder, kLogFileName}));
   return files;
@@ -291,8 +297,8 @@ LogFacts ReadLogFacts(const std::string& path, const std::string& run_name) {
   TextLines lines(path);
   for (std::string line; lines.Next(line);) {
     if (const auto value = TextBehind(line, ": isolation_width = ")) width = ParseReal(*value);
-    if (const auto started = StartedInput(line)) {
-      inside = IsInputOf(*started, run_name);
+    if (const auto started = StartedRun(line)) {
+      inside = *started == run_name;
       if (inside) facts = {width, {}, true};
     }
     const auto warned = TextBehind(line, "Cannot find precursor information for scan ");

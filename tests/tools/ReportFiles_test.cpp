@@ -67,6 +67,17 @@ TEST(FindRunFiles, FindsTheScanTableWhateverFormatItCameFrom) {
   EXPECT_EQ(FindRunFiles(directory / "c", "").m_scan_table, "");
 }
 
+TEST(FindRunFiles, TakesNoScanTableOfARunWhoseNameGoesOnBehindAPoint) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.csv", kTableHeader);
+  WriteFile(directory / "a.2.mscsv", "");
+  EXPECT_EQ(FindRunFiles(directory / "a", "").m_scan_table, "");
+  WriteFile(directory / "a.mzml.mscsv", "");
+  WriteFile(directory / "a.mscsv", "");
+  EXPECT_EQ(Slashed(FindRunFiles(directory / "a", "").m_scan_table),
+            Slashed(directory / "a.mscsv"));
+}
+
 TEST(FindRunFiles, PrefersTheLogThatABatchWroteForTheRun) {
   const TemporaryDirectory directory;
   WriteFile(directory / "a.csv", kTableHeader);
@@ -241,6 +252,21 @@ TEST(ReadLogFacts, KeepsToTheLatestProcessingOfTheRun) {
   EXPECT_EQ(facts.m_isolation_width, 4.0);
   EXPECT_THAT(facts.m_without_precursor, ElementsAre(17, 19));
   EXPECT_FALSE(ReadLogFacts(directory / "log.txt", "d").m_has_run);
+}
+
+TEST(ReadLogFacts, TellsApartRunsWhoseNamesGoOnBehindAPoint) {
+  const TemporaryDirectory directory;
+  const std::string start = "[Tarvek] <INFO> - Start to process ";
+  const std::string warning = "[Tarvek] <WARN> - Cannot find precursor information for scan ";
+  WriteFile(directory / "log.txt",
+            "[Tarvek] <INFO> - 11: isolation_width = 2.000000\n" + start + "in/a.ms1\n" + warning +
+                "3.\n" + "[Tarvek] <INFO> - 11: isolation_width = 4.000000\n" + start +
+                "in/a.2.ms1\n" + warning + "17.\n" + start + "in/a.mzml.ms1\n" + start +
+                "in/a.2.raw.msb\n" + warning + "18.\n");
+  const LogFacts facts = ReadLogFacts(directory / "log.txt", "a");
+  EXPECT_EQ(facts.m_isolation_width, 2.0);
+  EXPECT_THAT(facts.m_without_precursor, ElementsAre(3));
+  EXPECT_THAT(ReadLogFacts(directory / "log.txt", "a.2").m_without_precursor, ElementsAre(18));
 }
 
 TEST(ReadLogFacts, KnowsARunByItsBinaryInput) {
