@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "CheckFindings.h"
+#include "PrecursorTableReader.h"
 #include "SpectrumRecords.h"
 
 namespace tarvek::tools {
@@ -27,8 +28,5 @@ struct TableContent {
 };
 
 TableContent CheckTable(CheckReport& report, const std::string& path);
-
-/// Whether the file begins as a precursor table does.
-bool IsPrecursorTable(const std::string& path);
 
 }  // namespace tarvek::tools

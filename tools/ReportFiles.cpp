@@ -12,6 +12,7 @@
 #include "Logger.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
+#include "PrecursorTableReader.h"
 #include "QuietLibrary.h"
 #include "ScanTable.h"
 #include "StringUtils.h"
@@ -22,11 +23,9 @@ namespace {
 
 constexpr std::string_view kTableEnding = ".csv";
 constexpr std::string_view kUnfinishedEnding = ".csv_unfinished";
-constexpr std::string_view kTableStart = "ActivationType, InstrumentType, MS2Scan, ";
 // The binary input of a run is named after the run and the format that it was extracted from,
 // "run1.mzml.msb".
 constexpr std::array<std::string_view, 4> kExtractedFormats = {".mzml", ".mzxml", ".raw", ".wiff"};
-constexpr std::size_t kFixedFields = 6;  // of a row, before the precursors with three each
 constexpr std::int64_t kPeakBytes = 16;
 constexpr std::int64_t kPfPrecursorBytes = 12;
 
@@ -45,49 +44,18 @@ std::vector<std::string> KeyedFiles(const std::string& base_path, std::string_vi
   return paths;
 }
 
-bool IsPrecursorTable(const std::string& path) {
-  std::string line;
-  return FileExists(path) && TextLines(path).Next(line) && line.starts_with(kTableStart);
+Precursor WithoutSigns(const Precursor& precursor) {
+  return {std::fabs(precursor.m_mz), std::abs(precursor.m_charge)};
 }
 
-/// Fields of one line; numbers are read with messages that name file and line.
-class RowFields {
- public:
-  RowFields(const TextLines& lines, std::string_view line) : m_lines(lines) {
-    for (const std::string_view field : Split(line, ",")) m_fields.push_back(Trim(field));
-    if (!m_fields.empty() && m_fields.back().empty()) m_fields.pop_back();
-  }
-
-  [[noreturn]] void Fail(const std::string& what) const { m_lines.Fail(what); }
-
-  [[nodiscard]] std::size_t Count() const { return m_fields.size(); }
-  [[nodiscard]] std::string Text(std::size_t i) const { return std::string(m_fields.at(i)); }
-  [[nodiscard]] double Real(std::size_t i) const { return m_lines.Real(m_fields.at(i)); }
-  [[nodiscard]] std::int32_t Integer(std::size_t i) const {
-    return m_lines.Integer(m_fields.at(i));
-  }
-
- private:
-  const TextLines& m_lines;
-  std::vector<std::string_view> m_fields;
-};
-
-ReportRow RowOf(const RowFields& fields) {
-  if (fields.Count() < kFixedFields) fields.Fail("the row is not complete.");
+ReportRow WithoutSigns(const PrecursorRow& read) {
   ReportRow row;
-  row.m_kind = fields.Text(0) + " " + fields.Text(1);
-  row.m_scan_no = fields.Integer(2);
+  row.m_kind = read.m_activation + " " + read.m_analyser;
+  row.m_scan_no = read.m_scan_no;
   // "-1.000000, -1" says that nothing was declared; the m/z of a declared ion has no sign.
-  const Precursor declared{fields.Real(3), fields.Integer(4)};
-  if (declared.m_mz > 0.0) row.m_declared = {declared.m_mz, std::abs(declared.m_charge)};
-  const auto count = static_cast<std::size_t>(std::max(0, fields.Integer(5)));
-  if (fields.Count() != kFixedFields + 3 * count)
-    fields.Fail("the row does not hold the " + std::to_string(count) + " precursors it counts.");
-  for (std::size_t i = 0; i < count; ++i) {
-    const std::size_t first = kFixedFields + 3 * i;
-    row.m_determined.push_back(
-        {std::fabs(fields.Real(first + 1)), std::abs(fields.Integer(first + 2))});
-  }
+  if (read.m_declared.m_mz > 0.0) row.m_declared = WithoutSigns(read.m_declared);
+  for (const Precursor& precursor : read.m_determined)
+    row.m_determined.push_back(WithoutSigns(precursor));
   return row;
 }
 
@@ -175,11 +143,12 @@ FoundRuns FindRuns(const std::string& folder) {
   FoundRuns runs;
   for (const std::string& name : *names) {
     const std::string path = JoinPath({folder, name});
-    if (name.starts_with('.') || !IsPrecursorTable(path)) continue;
-    if (name.ends_with(kTableEnding))
-      runs.m_finished.push_back(path.substr(0, path.size() - kTableEnding.size()));
-    if (name.ends_with(kUnfinishedEnding))
-      runs.m_unfinished.push_back(path.substr(0, path.size() - kUnfinishedEnding.size()));
+    // By the ending first: anything may lie in the folder, a pipe for one.
+    std::string_view base = path;
+    const bool is_finished = CutEnding(base, kTableEnding);
+    const bool is_table = is_finished || CutEnding(base, kUnfinishedEnding);
+    if (name.starts_with('.') || !is_table || !IsPrecursorTable(path)) continue;
+    (is_finished ? runs.m_finished : runs.m_unfinished).emplace_back(base);
   }
   std::ranges::sort(runs.m_finished);
   std::ranges::sort(runs.m_unfinished);
@@ -187,12 +156,10 @@ FoundRuns FindRuns(const std::string& folder) {
 }
 
 std::vector<ReportRow> ReadReportRows(const std::string& path) {
-  TextLines lines(path);
-  std::string line;
-  if (!lines.Next(line) || !line.starts_with(kTableStart))
-    throw path + " is not a precursor table of tarvek.";
+  PrecursorTableReader reader(path);
+  if (!reader.HasHeader()) throw path + " is not a precursor table of tarvek.";
   std::vector<ReportRow> rows;
-  while (lines.Next(line)) rows.push_back(RowOf(RowFields(lines, line)));
+  for (PrecursorRow row; reader.Next(row);) rows.push_back(WithoutSigns(row));
   return rows;
 }
 

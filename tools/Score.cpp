@@ -5,24 +5,12 @@
 #include <cstdlib>
 #include <optional>
 #include <span>
-#include <string_view>
 
-#include "StringUtils.h"
+#include "PrecursorTableReader.h"
 #include "TableReader.h"
 
 namespace tarvek::tools {
 namespace {
-
-// Fields of a row of the precursor table before those of the determined precursors, three each.
-constexpr std::size_t kFixedFields = 6;
-
-// The fields of a precursor table end in ", ".
-std::vector<std::string_view> CommaFields(std::string_view line) {
-  std::vector<std::string_view> fields;
-  for (const std::string_view field : Split(line, ",")) fields.push_back(Trim(field));
-  if (!fields.empty() && fields.back().empty()) fields.pop_back();
-  return fields;
-}
 
 // The isotope offset, -3 to 3, at which found lies within tol_ppm of truth counted in isotopes of
 // charge.
@@ -135,22 +123,13 @@ TruthTable ReadTruthTable(const std::string& path) {
 }
 
 PrecursorTable ReadPrecursorTable(const std::string& path) {
-  TextLines reader(path);
-  std::string line;
-  if (!reader.Next(line) || !line.starts_with("ActivationType, "))
-    reader.Fail("not a precursor table.");
+  PrecursorTableReader reader(path);
   PrecursorTable table;
-  while (reader.Next(line)) {
-    const std::vector<std::string_view> fields = CommaFields(line);
-    if (fields.size() < kFixedFields) reader.Fail("too few fields.");
-    TableRow& row = table[reader.Integer(fields[2])];
-    const Precursor declared{reader.Real(fields[3]), reader.Integer(fields[4])};
-    if (declared.m_mz != -1.0) row.m_declared.push_back(declared);
-    const std::int64_t count = reader.Integer(fields[5]);
-    if (std::ssize(fields) != static_cast<std::ptrdiff_t>(kFixedFields) + 3 * count)
-      reader.Fail("the number of precursors does not agree with the fields.");
-    for (std::size_t i = kFixedFields; i < fields.size(); i += 3)
-      row.m_determined.push_back({reader.Real(fields[i + 1]), reader.Integer(fields[i + 2])});
+  for (PrecursorRow row; reader.Next(row);) {
+    TableRow& known = table[row.m_scan_no];  // another row of a scan adds to the first
+    if (row.m_declared.m_mz != -1.0) known.m_declared.push_back(row.m_declared);
+    known.m_determined.insert(known.m_determined.end(), row.m_determined.begin(),
+                              row.m_determined.end());
   }
   return table;
 }

@@ -1,6 +1,7 @@
 // The program as a user starts it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 
 #include <cstdlib>
@@ -98,6 +99,12 @@ TEST_F(ReportCommand, NamesWhatIsNotThere) {
   EXPECT_THAT(Err(), HasSubstr("nothing.csv is not there."));
   EXPECT_EQ(Run("."), 1);
   EXPECT_THAT(Err(), HasSubstr("There is no precursor table of tarvek (.csv) in ."));
+}
+
+TEST_F(ReportCommand, PassesOverAPipeInTheFolder) {
+  WriteHandRun(m_directory);
+  ASSERT_EQ(::mkfifo((m_directory / "pipe").c_str(), 0600), 0);
+  EXPECT_EQ(Run(". --out pages"), 0) << Err();  // no writer will ever open the pipe
 }
 
 TEST_F(ReportCommand, LeavesNothingUnderAFinalNameWhenItCannotWrite) {

@@ -104,6 +104,8 @@ TEST(FindRuns, TellsPrecursorTablesFromOtherFilesAndFinishedOnesFromOthers) {
   WriteFile(directory / "a.csv", kTableHeader);
   WriteFile(directory / "plan.csv", "sample,day\n");
   WriteFile(directory / "c.csv_unfinished", kTableHeader);
+  WriteFile(directory / "d.txt", kTableHeader);
+  WriteFile(directory / ".e.csv", kTableHeader);
   const FoundRuns runs = FindRuns(directory.Path());
   ASSERT_EQ(runs.m_finished.size(), 2u);
   EXPECT_EQ(Slashed(runs.m_finished[0]), Slashed(directory / "a"));

@@ -113,7 +113,7 @@ TEST(ReadPrecursorTable, NamesFileAndLineOfARowThatIsCutShort) {
   const std::string path = directory / "run.csv";
   WriteFile(path, std::string(kTableHeader) + "HCD, FT, 15, 650.32, 2, 2, 1, 650.32, 2, \n");
   EXPECT_EQ(MessageOf([&] { ReadPrecursorTable(path); }),
-            path + ", line 2: the number of precursors does not agree with the fields.");
+            path + ", line 2: The row counts 2 precursors and has 3 fields for them.");
 }
 
 TEST(ReadPrecursorTable, RefusesAnotherKindOfFile) {
