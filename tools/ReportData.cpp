@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "FileUtils.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
 #include "QuietLibrary.h"
@@ -75,6 +76,9 @@ void CountShare(std::array<std::int64_t, kBins>& bins, double share) {
   ++bins.at(std::min(bin, kBins - 1));
 }
 
+/// What the scans of the input were read from.
+enum class InputKind { kNone, kText, kTable };
+
 /// Builds a report step by step; each step fills in its part.
 class ReportBuilder {
  public:
@@ -100,15 +104,21 @@ class ReportBuilder {
   }
 
  private:
+  // The text is preferred: it tells all precursors that were declared.
   void ReadInput() {
-    if (!m_files.m_ms2.empty())
+    if (!m_files.m_ms2.empty()) {
+      m_input_kind = InputKind::kText;
       m_input = ReadTextInput(m_files.m_ms2);
-    else if (!m_files.m_scan_table.empty())
+    } else if (!m_files.m_scan_table.empty()) {
+      m_input_kind = InputKind::kTable;
       m_input = ReadTableInput(m_files.m_scan_table);
+    }
   }
 
-  [[nodiscard]] bool HasInput() const {
-    return !m_files.m_ms2.empty() || !m_files.m_scan_table.empty();
+  [[nodiscard]] bool HasInput() const { return m_input_kind != InputKind::kNone; }
+
+  [[nodiscard]] std::string InputText() const {
+    return m_input_kind == InputKind::kText ? "the .ms2 file" : "the .mscsv table";
   }
 
   [[nodiscard]] const InputScan* InputOf(std::int32_t scan_no) const {
@@ -235,7 +245,7 @@ class ReportBuilder {
     std::vector<ScanTime> times;
     if (HasInput()) {
       for (const InputScan& scan : m_input) times.emplace_back(scan.m_scan_no, scan.m_rt_s);
-      m_report.m_time_source = m_files.m_ms2.empty() ? "the .mscsv table" : "the .ms2 file";
+      m_report.m_time_source = InputText();
     } else if (!m_files.m_mgf.empty()) {
       for (const std::string& path : m_files.m_mgf) AppendMgfTimes(path, times);
       m_report.m_time_source = "the MGF files";
@@ -303,7 +313,7 @@ class ReportBuilder {
 
   void FindLeftOut() {
     if (HasInput()) {
-      m_report.m_left_out_source = m_files.m_ms2.empty() ? "the .mscsv table" : "the .ms2 file";
+      m_report.m_left_out_source = InputText();
       for (const InputScan& scan : m_input)
         if (!IsExported(scan.m_scan_no)) AddLeftOut(scan.m_scan_no, ReasonOf(scan));
     } else if (HasSurveys() && !m_knots.empty()) {
@@ -332,8 +342,12 @@ class ReportBuilder {
     }
   }
 
+  void AddSourceFile(const std::string& name, const std::string& use, bool is_there) {
+    m_report.m_sources.push_back({name, use, is_there});
+  }
+
   void AddSource(const std::string& ending, const std::string& use, bool is_there) {
-    m_report.m_sources.push_back({m_files.m_name + ending, use, is_there});
+    AddSourceFile(m_files.m_name + ending, use, is_there);
   }
 
   void ListSources() {
@@ -342,18 +356,19 @@ class ReportBuilder {
     if (m_files.m_pf1.empty())
       AddSource(".ms1", "the same, in place of the .pf1 file", !m_files.m_ms1.empty());
     AddSource("_*.pf2", "peaks of the MS2 scans", !m_files.m_pf2.empty());
-    if (m_files.m_scan_table.empty())
-      AddSource(".ms2", "scans left out, centres of isolation windows, times",
-                !m_files.m_ms2.empty());
+    const std::string of_input = "scans left out, centres of isolation windows, times";
+    if (m_input_kind == InputKind::kTable)
+      AddSourceFile(std::string(FileNameOf(m_files.m_scan_table)), of_input, true);
     else
-      AddSource(".*.mscsv", "scans left out, centres of isolation windows, times", true);
+      AddSource(".ms2", of_input, HasInput());
     if (!HasInput()) AddSource("_*.mgf", "times of the MS2 scans", !m_files.m_mgf.empty());
-    m_report.m_sources.push_back({"log", "isolation width, warnings of this run", m_log.m_has_run});
+    AddSourceFile("log", "isolation width, warnings of this run", m_log.m_has_run);
   }
 
   const RunFiles& m_files;
   const ReportSettings& m_settings;
-  std::vector<ReportRow> m_rows;   // ascending by scan number
+  std::vector<ReportRow> m_rows;  // ascending by scan number
+  InputKind m_input_kind = InputKind::kNone;
   std::vector<InputScan> m_input;  // ascending by scan number
   std::vector<ScanTime> m_knots;   // ascending by scan number once FindTimes is done
   std::vector<double> m_main_shares;

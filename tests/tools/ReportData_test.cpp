@@ -219,6 +219,32 @@ TEST(RunReport, GivesTheReasonOfEachScanLeftOutOfTheInput) {
   EXPECT_FALSE(report.m_declared_centres);
 }
 
+// The names of the sources that were there.
+std::vector<std::string> ReadSources(const RunReport& report) {
+  std::vector<std::string> names;
+  for (const ReportSource& source : report.m_sources)
+    if (source.m_is_there) names.push_back(source.m_file);
+  return names;
+}
+
+constexpr const char* kScanTable =
+    "ScanNo\tPrecursorScan\tactivationCenter\tRetTime\tIonInjectionTime\tactivationType\t"
+    "InstrumentType\tNumberofPeaks\tStartPos\tEndPos\tlowerCharge\tmonoIsotopicMz\n"
+    "2\t1\t500.4\t61.5\t1\tHCD\tFTMS\t1\t0\t16\t2\t500.0\n";
+
+TEST(RunReport, NamesTheInputThatItRead) {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);
+  WriteFile(directory / "hand.mzml.mscsv", kScanTable);
+  const RunReport by_table = ReportOf(directory);
+  EXPECT_THAT(ReadSources(by_table), ElementsAre("hand.csv", "hand.pf1", "hand.mzml.mscsv"));
+  EXPECT_EQ(by_table.m_time_source, "the .mscsv table");
+  WriteFile(directory / "hand.ms2", Ms2Text(2, 1, 62.0, "HCD", "FTMS", 2));
+  const RunReport by_text = ReportOf(directory);
+  EXPECT_THAT(ReadSources(by_text), ElementsAre("hand.csv", "hand.pf1", "hand.ms2"));
+  EXPECT_EQ(by_text.m_time_source, "the .ms2 file");
+}
+
 TEST(RunReport, SaysNothingOfWhatItCannotKnow) {
   const TemporaryDirectory directory;
   WriteFile(directory / "hand.csv", HandTable());
