@@ -16,8 +16,9 @@ namespace {
 // always.
 constexpr double kIsotopeDifferenceDa = 1.00335;
 constexpr int kIsotopesOfAnEnvelope = 8;
-// Half of the last decimal of an m/z in the precursor table.
-constexpr double kTableRounding = 5e-7;
+// The precursor table has six decimals: between the m/z of the input and that of the table, half of
+// the last one.
+constexpr double kTableRounding = 7.5e-7;
 constexpr std::array<int, kShifts> kShiftOrder = {0, -1, 1, -2, 2, -3, 3};
 // Isotopes of another charge lie so densely that one of them is near any m/z by chance.
 constexpr std::array<int, 1> kNoShift = {0};
@@ -34,6 +35,10 @@ double IsotopeMz(double mono_mz, int isotope, int charge) {
 
 bool WithinPpm(double mz, double expected_mz, double tol_ppm) {
   return std::fabs(mz - expected_mz) <= tol_ppm * expected_mz / 1e6;
+}
+
+bool IsSameInTable(const Precursor& a, const Precursor& b) {
+  return a.m_charge == b.m_charge && std::fabs(a.m_mz - b.m_mz) < kTableRounding;
 }
 
 std::optional<DeclaredMatch> MatchWhere(const Precursor& declared,
@@ -148,7 +153,7 @@ class ReportBuilder {
       ++m_report.m_undeclared;
       return;
     }
-    if (IsKeptAsDeclared(row)) {
+    if (IsKept(row)) {
       ++m_report.m_kept;
       return;
     }
@@ -159,6 +164,19 @@ class ReportBuilder {
       ++m_report.m_by_shift.at(ShiftPlace(match->m_shift));
     else
       ++m_report.m_unmatched;
+  }
+
+  // The table names the first declared precursor alone; the input knows whether there were others.
+  [[nodiscard]] bool IsKept(const ReportRow& row) const {
+    const InputScan* input = InputOf(row.m_scan_no);
+    return input == nullptr ? IsKeptAsDeclared(row.m_determined, {&row.m_declared, 1})
+                            : IsKeptAsDeclared(row.m_determined, input->m_declared);
+  }
+
+  // Without the input, several precursors may be those declared when the first of them is.
+  [[nodiscard]] bool MayBeKept(const ReportRow& row) const {
+    return IsKept(row) || (InputOf(row.m_scan_no) == nullptr && !row.m_determined.empty() &&
+                           IsSameInTable(row.m_determined.front(), row.m_declared));
   }
 
   // Every row with the centre of its window, in the order of their surveys.
@@ -264,7 +282,7 @@ class ReportBuilder {
   void MeasurePpm() {
     std::vector<double> differences;
     for (const ReportRow& row : m_rows) {
-      if (row.m_declared.m_charge == 0 || IsKeptAsDeclared(row)) continue;
+      if (row.m_declared.m_charge == 0 || MayBeKept(row)) continue;
       const auto match = MatchDeclared(row.m_declared, row.m_determined, m_settings.m_tol_ppm);
       if (!match || match->m_shift != 0) continue;
       const Precursor& found = row.m_determined[match->m_index];
@@ -308,7 +326,7 @@ class ReportBuilder {
       return kActivationReason;
     if (std::ranges::find(kInstrumentTypes, scan.m_analyser) == kInstrumentTypes.end())
       return kAnalyserReason;
-    return !scan.m_has_precursor || IsWarnedOf(scan.m_scan_no) ? kPrecursorReason : kOtherReason;
+    return scan.m_declared.empty() || IsWarnedOf(scan.m_scan_no) ? kPrecursorReason : kOtherReason;
   }
 
   void FindLeftOut() {
@@ -407,10 +425,8 @@ std::optional<DeclaredMatch> MatchDeclared(const Precursor& declared,
   return same ? same : MatchWhere(declared, determined, tol_ppm, false, kNoShift);
 }
 
-bool IsKeptAsDeclared(const ReportRow& row) {
-  return row.m_determined.size() == 1 &&
-         row.m_determined.front().m_charge == row.m_declared.m_charge &&
-         std::fabs(row.m_determined.front().m_mz - row.m_declared.m_mz) < kTableRounding;
+bool IsKeptAsDeclared(std::span<const Precursor> exported, std::span<const Precursor> declared) {
+  return !exported.empty() && std::ranges::equal(exported, declared, IsSameInTable);
 }
 
 std::optional<WindowShares> SharesInWindow(std::span<const Peak> peaks, double centre_mz,

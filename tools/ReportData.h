@@ -46,8 +46,9 @@ struct DeclaredMatch {
 std::optional<DeclaredMatch> MatchDeclared(const Precursor& declared,
                                            std::span<const Precursor> determined, double tol_ppm);
 
-/// Whether the declared precursor was exported as it was, because none was determined.
-bool IsKeptAsDeclared(const ReportRow& row);
+/// Whether the declared precursors were exported as they were, because none was determined: as many,
+/// in their order, with their charges, and m/z that agree in the decimals of the table.
+bool IsKeptAsDeclared(std::span<const Precursor> exported, std::span<const Precursor> declared);
 
 /// Shares of the current in an isolation window.
 struct WindowShares {

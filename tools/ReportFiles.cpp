@@ -105,6 +105,14 @@ std::string ScanTableOf(const std::string& input) {
   return {};
 }
 
+// Those that can be exported as they are.
+std::vector<Precursor> UsableOf(const std::vector<Precursor>& declared) {
+  std::vector<Precursor> usable;
+  for (const Precursor& precursor : declared)
+    if (IsUsable(precursor)) usable.push_back(WithoutSigns(precursor));
+  return usable;
+}
+
 void SortByScan(std::vector<InputScan>& scans) {
   std::ranges::stable_sort(scans, {}, &InputScan::m_scan_no);
 }
@@ -217,7 +225,7 @@ std::vector<InputScan> ReadTextInput(const std::string& ms2_path) {
   for (MS2Spectrum scan; reader.ReadNext(scan);)
     scans.push_back({scan.m_scan_no, scan.m_precursor_scan, scan.m_activation_center, scan.m_rt,
                      scan.m_activation_type, scan.m_instrument_type,
-                     std::ranges::any_of(scan.m_orig_precursors, IsUsable)});
+                     UsableOf(scan.m_orig_precursors)});
   SortByScan(scans);
   return scans;
 }
@@ -231,7 +239,7 @@ std::vector<InputScan> ReadTableInput(const std::string& mscsv_path) {
     if (entry == nullptr || entry->m_scan_no == 0 || entry->m_precursor_scan == -1) continue;
     scans.push_back({entry->m_scan_no, entry->m_precursor_scan, entry->m_activation_center,
                      entry->m_rt, entry->m_activation_type, entry->m_instrument_type,
-                     IsUsable({entry->m_mono_mz, entry->m_lower_charge})});
+                     UsableOf({{entry->m_mono_mz, entry->m_lower_charge}})});
   }
   return scans;
 }

@@ -96,7 +96,7 @@ struct InputScan {
   double m_rt_s = 0.0;
   std::string m_activation;
   std::string m_analyser;
-  bool m_has_precursor = false;
+  std::vector<Precursor> m_declared;  // those with m/z and charge, without signs
 };
 
 /// The MS2 scans of a .ms2 file, or of a .mscsv table, ascending by scan number.

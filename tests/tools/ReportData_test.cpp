@@ -129,6 +129,37 @@ TEST(RunReport, ComparesDeclaredWithDetermined) {
               ElementsAre(Pair(Pair(2, 0), 1), Pair(Pair(2, 2), 2), Pair(Pair(2, 3), 1)));
 }
 
+// Z lines of 2 and 3 protons with 999.0 for the singly protonated mass: (999 + 1.007276) / 2 and
+// (999 + 2.014552) / 3.
+constexpr const char* kRowBothKept =
+    "HCD, FT, 2, 500.003638, 2, 2, 1, 500.003638, 2, 2, 333.671517, 3, \n";
+constexpr const char* kRowFirstAlone = "HCD, FT, 3, 500.003638, 2, 1, 1, 500.003638, 2, \n";
+
+TEST(RunReport, ComparesAllPrecursorsThatTheInputDeclaresWithThoseOfTheTable) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "hand.csv", std::string(kTableHeader) + kRowBothKept + kRowFirstAlone);
+  std::string input;
+  for (const int scan_no : {2, 3}) {
+    std::string scan = Ms2Text(scan_no, 1, 60.0 + scan_no, "HCD", "FTMS", 2);
+    input += scan.insert(scan.find("100.5"), "Z\t3\t999.0\n");
+  }
+  WriteFile(directory / "hand.ms2", input);
+  const RunReport report = ReportOf(directory);
+  EXPECT_EQ(report.m_kept, 1);
+  EXPECT_EQ(report.m_by_shift[ShiftPlace(0)], 1);  // of two declared one was determined anew
+  ASSERT_EQ(report.m_ppm.size(), 1u);
+  EXPECT_EQ(report.m_ppm[0].m_rt_s, 63.0);
+}
+
+TEST(RunReport, LeavesScansThatMayBeKeptOutOfThePpmWhereTheInputIsNotThere) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "hand.csv", std::string(kTableHeader) + kRowBothKept + kRowAtDeclared);
+  const RunReport report = ReportOf(directory);
+  EXPECT_EQ(report.m_kept, 0);
+  EXPECT_EQ(report.m_by_shift[ShiftPlace(0)], 2);
+  EXPECT_THAT(report.m_median_ppm, testing::Optional(DoubleNear(1.0, 1e-6)));
+}
+
 TEST(RunReport, MeasuresPpmAtTheDeclaredIsotopeAndCharge) {
   const RunReport report = HandReport();
   ASSERT_EQ(report.m_ppm.size(), 1u);

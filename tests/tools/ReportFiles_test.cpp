@@ -289,11 +289,11 @@ TEST(ReadTextInput, SaysWhatEachScanDeclares) {
   EXPECT_EQ(scans[0].m_scan_no, 2);  // sorted
   EXPECT_EQ(scans[0].m_rt_s, 61.0);
   EXPECT_EQ(scans[0].m_centre_mz, 500.4);
-  EXPECT_FALSE(scans[0].m_has_precursor);
+  EXPECT_TRUE(scans[0].m_declared.empty());
   EXPECT_EQ(scans[1].m_activation, "PQD");
   EXPECT_EQ(scans[1].m_analyser, "Unknown");
   EXPECT_EQ(scans[1].m_survey, 1);
-  EXPECT_TRUE(scans[1].m_has_precursor);
+  EXPECT_FALSE(scans[1].m_declared.empty());
 }
 
 TEST(ReadTableInput, TakesTheFragmentScansOfTheTable) {
@@ -308,10 +308,10 @@ TEST(ReadTableInput, TakesTheFragmentScansOfTheTable) {
   ASSERT_EQ(scans.size(), 2u);
   EXPECT_EQ(scans[0].m_scan_no, 2);
   EXPECT_EQ(scans[0].m_rt_s, 61.5);
-  EXPECT_TRUE(scans[0].m_has_precursor);
+  EXPECT_FALSE(scans[0].m_declared.empty());
   EXPECT_EQ(scans[1].m_centre_mz, 501.4);
   EXPECT_EQ(scans[1].m_analyser, "ITMS");
-  EXPECT_FALSE(scans[1].m_has_precursor);
+  EXPECT_TRUE(scans[1].m_declared.empty());
 }
 
 }  // namespace
