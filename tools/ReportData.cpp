@@ -311,12 +311,6 @@ class ReportBuilder {
     return std::ranges::binary_search(m_rows, scan_no, {}, &ReportRow::m_scan_no);
   }
 
-  // Exported scans from first on and before end.
-  [[nodiscard]] std::int64_t ExportedIn(std::int32_t first, std::int32_t end) const {
-    const auto from = std::ranges::lower_bound(m_rows, first, {}, &ReportRow::m_scan_no);
-    return std::ranges::lower_bound(from, m_rows.end(), end, {}, &ReportRow::m_scan_no) - from;
-  }
-
   [[nodiscard]] bool IsWarnedOf(std::int32_t scan_no) const {
     return std::ranges::binary_search(m_log.m_without_precursor, scan_no);
   }
@@ -340,24 +334,28 @@ class ReportBuilder {
     }
   }
 
-  // Numbers between those of surveys and exported scans. They may be of scans without peaks or of a
-  // higher MS level too.
+  // The numbers of surveys and exported scans, ascending.
+  [[nodiscard]] std::vector<std::int64_t> KnownNumbers() const {
+    std::vector<std::int64_t> numbers;
+    for (const ScanTime& knot : m_knots) numbers.push_back(knot.first);
+    for (const ReportRow& row : m_rows) numbers.push_back(row.m_scan_no);
+    std::ranges::sort(numbers);
+    return numbers;
+  }
+
+  // The numbers in between. They may be of scans without peaks or of a higher MS level too.
   void FindGaps() {
-    for (std::size_t i = 1; i < m_knots.size(); ++i) {
-      const std::int64_t first = std::int64_t{m_knots[i - 1].first} + 1;
-      const std::int64_t last = std::int64_t{m_knots[i].first} - 1;
-      for (std::int64_t number = first; number <= last; ++number) {
-        const auto scan_no = static_cast<std::int32_t>(number);
+    const std::vector<std::int64_t> known = KnownNumbers();
+    for (std::size_t i = 1; i < known.size(); ++i)
+      for (std::int64_t number = known[i - 1] + 1; number < known[i]; ++number) {
         if (m_report.m_left_out.size() == kMaxLeftOut) {  // no need to visit each any more
-          const std::int64_t more = last - number + 1 - ExportedIn(scan_no, m_knots[i].first);
-          m_report.m_left_out_count += more;
-          m_report.m_left_out_reasons[kGapReason] += more;
+          m_report.m_left_out_count += known[i] - number;
+          m_report.m_left_out_reasons[kGapReason] += known[i] - number;
           break;
         }
-        if (!IsExported(scan_no))
-          AddLeftOut(scan_no, IsWarnedOf(scan_no) ? kPrecursorReason : kGapReason);
+        const auto scan_no = static_cast<std::int32_t>(number);
+        AddLeftOut(scan_no, IsWarnedOf(scan_no) ? kPrecursorReason : kGapReason);
       }
-    }
   }
 
   void AddSourceFile(const std::string& name, const std::string& use, bool is_there) {

@@ -230,6 +230,18 @@ TEST(RunReport, TakesMissingNumbersForScansLeftOutWhereTheInputIsNotThere) {
   EXPECT_EQ(LeftOutShare(report), 2.0 / 3.0);
 }
 
+TEST(RunReport, LooksForMissingNumbersUpToTheLastScanOfAnyKind) {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);  // the last survey is 5
+  WriteFile(directory / "hand.csv", std::string(kTableHeader) + kRowAtDeclared + kRowOneBelow +
+                                        kRowOtherCharge + kRowUndeclared);
+  const RunReport report = ReportOf(directory);
+  EXPECT_EQ(report.m_left_out_count, 2);
+  ASSERT_EQ(report.m_left_out.size(), 2u);
+  EXPECT_EQ(report.m_left_out[0].m_scan_no, 6);
+  EXPECT_EQ(report.m_left_out[1].m_scan_no, 7);
+}
+
 TEST(RunReport, GivesTheReasonOfEachScanLeftOutOfTheInput) {
   const TemporaryDirectory directory;
   WriteHandRun(directory);
