@@ -7,6 +7,7 @@
 
 #include "CandidateFeatures.h"
 #include "IsotopeTable.h"
+#include "PositiveReal.h"
 
 namespace tarvek::tools {
 namespace {
@@ -32,7 +33,7 @@ void AddLabelOptions(CLI::App& features, FeatureTableOptions& table) {
                      "Identified peptides: a tab-separated table with scan, mz and charge");
   labels->require_option(1);
   features.add_option("--tol", table.m_tol_ppm, "Largest m/z error of a true precursor, ppm")
-      ->check(CLI::PositiveNumber)
+      ->check(PositiveReal())
       ->capture_default_str();
   features
       .add_option("--min-share", table.m_min_share,
@@ -46,7 +47,7 @@ void AddRunOptions(CLI::App& features, FeaturesOptions& options) {
   features
       .add_option("-W,--isolation-width", parameters.m_isolation_width,
                   "Isolation width of the run, m/z")
-      ->check(CLI::PositiveNumber)
+      ->check(PositiveReal())
       ->capture_default_str();
   features.add_option("--charges", options.m_charges, "Lowest and highest charge, signed")
       ->capture_default_str();

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "FileUtils.h"
+#include "PositiveReal.h"
 #include "ReportData.h"
 #include "ReportPage.h"
 #include "ReportSummary.h"
@@ -133,11 +134,11 @@ void AddReportCommand(CLI::App& app) {
   report
       ->add_option("-W,--isolation-width", options->m_isolation_width,
                    "Width of the isolation window in m/z; without it the log tells it, else 2")
-      ->check(CLI::PositiveNumber);
+      ->check(PositiveReal());
   report
       ->add_option("--tol", options->m_settings.m_tol_ppm,
                    "Largest m/z difference of peaks that belong together, ppm")
-      ->check(CLI::PositiveNumber)
+      ->check(PositiveReal())
       ->capture_default_str();
   report->callback([options] { RunReportCommand(*options); });
 }

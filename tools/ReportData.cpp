@@ -443,11 +443,13 @@ std::optional<WindowShares> SharesInWindow(std::span<const Peak> peaks, double c
   for (const Precursor& precursor : determined) {
     if (precursor.m_charge == 0) continue;
     double own = 0.0;
+    std::span<const Peak> above = window;  // of a wide tolerance, a peak is that of one isotope
     for (int isotope = 0; isotope < kIsotopesOfAnEnvelope; ++isotope) {
       const double mz = IsotopeMz(precursor.m_mz, isotope, precursor.m_charge);
-      const std::span<const Peak> found = PeaksAt(window, mz, tol_ppm);
+      const std::span<const Peak> found = PeaksAt(above, mz, tol_ppm);
       own += TotalIntensity(found);
       const auto place = static_cast<std::size_t>(found.data() - window.data());
+      above = window.subspan(place + found.size());
       for (std::size_t i = 0; i < found.size(); ++i) is_explained[place + i] = true;
     }
     main = std::max(main, own);

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "NumberText.h"
+#include "PositiveReal.h"
 
 namespace tarvek::tools {
 namespace {
@@ -79,7 +80,7 @@ void AddScoreCommand(CLI::App& app) {
       ->required();
   score->add_option("TRUTH", options->m_truth, "Truth table (.truth.tsv)")->required();
   score->add_option("--tol", options->m_tol_ppm, "Largest m/z error of a true precursor, ppm")
-      ->check(CLI::PositiveNumber)
+      ->check(PositiveReal())
       ->capture_default_str();
   score
       ->add_option("--min-share", options->m_min_share,

@@ -89,6 +89,16 @@ TEST(SharesInWindow, CountsTheIsotopesOfAPrecursorBelowTheWindow) {
   EXPECT_DOUBLE_EQ(shares->m_main, 0.5);  // 20 of 40
 }
 
+TEST(SharesInWindow, CountsAPeakOnceForOnePrecursorHoweverWideTheTolerance) {
+  const std::vector<Precursor> determined = {{500.0, 3}};
+  // 500 ppm are 0.25 m/z, isotopes lie 0.33 m/z apart: 500.2 is within the reach of two of them.
+  const std::vector<Peak> peaks = {{500.0, 10.0}, {500.2, 80.0}, {500.9, 10.0}};
+  const auto shares = SharesInWindow(peaks, 500.0, 1.0, determined, 500.0);
+  ASSERT_TRUE(shares);
+  EXPECT_DOUBLE_EQ(shares->m_main, 1.0);
+  EXPECT_DOUBLE_EQ(shares->m_all, 1.0);
+}
+
 TEST(SharesInWindow, IsNothingForAWindowWithoutCurrent) {
   EXPECT_FALSE(SharesInWindow(kPeaks, 600.0, 1.0, {}, 20.0));
   EXPECT_FALSE(SharesInWindow({}, 500.0, 1.0, {}, 20.0));
