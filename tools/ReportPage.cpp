@@ -4,6 +4,7 @@
 #include <cmath>
 #include <string_view>
 
+#include "NumberText.h"
 #include "ReportPictures.h"
 #include "ReportStyle.h"
 #include "ReportSvg.h"
@@ -128,10 +129,16 @@ std::string KindsOf(const RunReport& report) {
   return kinds.empty() ? "no MS2 scans" : Listed(kinds) + " scans";
 }
 
+std::string ExactText(double value) {
+  std::string text;
+  AppendExactReal(text, value);
+  return text;
+}
+
 std::string SettingsText(const RunReport& report) {
-  std::string text = KindsOf(report) + "; isolation width " +
-                     GroupedNumber(report.m_isolation_width, 2) + " m/z (" + report.m_width_source +
-                     "), peaks compared within " + GroupedNumber(report.m_tol_ppm, 0) + " ppm.";
+  std::string text = KindsOf(report) + "; isolation width " + ExactText(report.m_isolation_width) +
+                     " m/z (" + report.m_width_source + "), peaks compared within " +
+                     ExactText(report.m_tol_ppm) + " ppm.";
   if (report.m_declared_centres)
     text +=
         " Without the input the centres of the isolation windows are unknown: the declared m/z "

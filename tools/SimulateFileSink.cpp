@@ -1,7 +1,5 @@
 #include "SimulateFileSink.h"
 
-#include <charconv>
-
 #include "FileUtils.h"
 #include "SimulateTextSink.h"
 
@@ -30,11 +28,6 @@ void TruthFile::CompleteWith(std::initializer_list<UnfinishedFile*> scan_files) 
   RemoveFile(m_file.Path());
   for (UnfinishedFile* file : scan_files) file->TakeName();
   m_file.TakeName();
-}
-
-void AppendExactReal(std::string& text, double value) {
-  char digits[32];
-  text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
 }
 
 }  // namespace tarvek::tools

@@ -31,7 +31,4 @@ class TruthFile {
   std::string m_text;
 };
 
-/// Appends the shortest decimal text that reads back as value, which is finite.
-void AppendExactReal(std::string& text, double value);
-
 }  // namespace tarvek::tools

@@ -249,6 +249,11 @@ void AppendFixed(std::string& text, double value, int decimals) {
   text.append(field, WriteFixed(field, value, decimals));
 }
 
+void AppendExactReal(std::string& text, double value) {
+  char digits[32];
+  text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
+}
+
 void AppendInteger(std::string& text, std::int64_t value) {
   char field[24];
   text.append(field, std::to_chars(field, field + sizeof field, value).ptr);

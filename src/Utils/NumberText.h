@@ -55,6 +55,9 @@ char* WriteFixed(char* out, double value, int decimals);
 /// Appends what WriteFixed writes.
 void AppendFixed(std::string& text, double value, int decimals);
 
+/// Appends the shortest decimal text that reads back as value, which is finite.
+void AppendExactReal(std::string& text, double value);
+
 /// Appends value in decimal.
 void AppendInteger(std::string& text, std::int64_t value);
 

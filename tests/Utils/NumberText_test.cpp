@@ -292,5 +292,20 @@ TEST(AppendInteger, WritesTheLimits) {
   EXPECT_EQ(text, "x-922337203685477580809223372036854775807");
 }
 
+TEST(AppendExactReal, GivesBackTheSameNumber) {
+  using Limits = std::numeric_limits<double>;
+  for (const double value : {0.0, 0.1, 650.2499980000001, 1.0 / 3.0, std::nextafter(500.0, 501.0),
+                             Limits::min(), Limits::denorm_min(), Limits::max(), -1e-7}) {
+    std::string text;
+    AppendExactReal(text, value);
+    EXPECT_EQ(ParseReal(text), value) << text;
+  }
+}
+TEST(AppendExactReal, NeedsNoMoreDigitsThanThat) {
+  std::string text = "x";
+  AppendExactReal(text, 0.1);
+  EXPECT_EQ(text, "x0.1");
+}
+
 }  // namespace
 }  // namespace tarvek

@@ -6,6 +6,7 @@
 #include <nlohmann/json.hpp>
 #include <random>
 
+#include "ReportPictures.h"
 #include "ReportSummary.h"
 
 namespace tarvek::tools {
@@ -101,6 +102,26 @@ TEST(RunPage, EscapesTheNameOfTheRun) {
 
 TEST(RunPage, NamesTheFirstScansOfEachReason) {
   EXPECT_THAT(RunPage(LargeReport()), HasSubstr("<td>0, 1, 2, 3, 4, 5, 6, 7 \u2026</td>"));
+}
+
+TEST(RunPage, GivesItsSettingsWithAllTheirDigits) {
+  RunReport report;
+  report.m_isolation_width = 0.004;
+  report.m_tol_ppm = 0.4;
+  const std::string page = RunPage(report);
+  EXPECT_THAT(page, HasSubstr("isolation width 0.004 m/z"));
+  EXPECT_THAT(page, HasSubstr("within 0.4 ppm"));
+}
+
+TEST(PictureOf, DrawsNoDifferenceBeyondTheTolerance) {
+  RunReport report = LargeReport();
+  report.m_absolute_ppm_95 = 0.5;
+  ReportFinding finding;
+  finding.m_id = "ppm";
+  finding.m_verdict = Verdict::kUsual;
+  EXPECT_THAT(PictureOf(finding, report), HasSubstr(">2</text>"));  // from -2 to 2
+  report.m_tol_ppm = 1.0;
+  EXPECT_THAT(PictureOf(finding, report), Not(HasSubstr(">2</text>")));
 }
 
 TEST(ReportFindings, AskForALookWhereALimitIsPassed) {

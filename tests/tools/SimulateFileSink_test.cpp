@@ -3,13 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
-#include <limits>
 #include <string>
 #include <vector>
 
-#include "NumberText.h"
 #include "SimulateCommand.h"
 #include "TestSupport.h"
 
@@ -71,21 +68,6 @@ TEST(TruthFile, LeavesNoOldTruthBesideScansThatCouldNotTakeTheirName) {
   EXPECT_EQ(MessageOf([&] { truth.CompleteWith({&scans}); }),
             "Cannot rename file: " + directory / "run.x_unfinished");
   EXPECT_FALSE(fs::exists(directory / "run.truth.tsv"));
-}
-
-TEST(AppendExactReal, GivesBackTheSameNumber) {
-  using Limits = std::numeric_limits<double>;
-  for (const double value : {0.0, 0.1, 650.2499980000001, 1.0 / 3.0, std::nextafter(500.0, 501.0),
-                             Limits::min(), Limits::denorm_min(), Limits::max(), -1e-7}) {
-    std::string text;
-    AppendExactReal(text, value);
-    EXPECT_EQ(ParseReal(text), value) << text;
-  }
-}
-TEST(AppendExactReal, NeedsNoMoreDigitsThanThat) {
-  std::string text = "x";
-  AppendExactReal(text, 0.1);
-  EXPECT_EQ(text, "x0.1");
 }
 
 }  // namespace
