@@ -8,6 +8,7 @@
 #include "CandidateFeatures.h"
 #include "IsotopeTable.h"
 #include "PositiveReal.h"
+#include "RunDriver.h"
 
 namespace tarvek::tools {
 namespace {
@@ -22,7 +23,7 @@ void RunFeatures(FeaturesOptions& options) {
   UserParameters& parameters = options.m_parameters;
   std::tie(parameters.m_charge_min, parameters.m_charge_max) = options.m_charges;
   DeriveHalfWidths(parameters);
-  LoadIsotopeTable(parameters.m_ipv_file);
+  LoadIsotopeTable(IsotopeTablePath(parameters.m_ipv_file, InstalledTablePath()));
   WriteFeatureTable(parameters, options.m_table);
 }
 

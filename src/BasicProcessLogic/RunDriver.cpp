@@ -60,13 +60,6 @@ void ProcessDataPath(UserParameters& parameters, const std::string& path) {
   }
 }
 
-// Beside an installed program; empty when the program's own place is unknown.
-std::string InstalledTablePath() {
-  const std::string directory = ExecutableDirectory();
-  return directory.empty() ? directory
-                           : JoinPath({directory, "..", "share", "tarvek", kDefaultIpvFile});
-}
-
 void DeleteExtracted(const UserParameters& parameters) {
   for (const char* ending : {".ms1", ".ms2", ".morvex"}) RemoveFile(OutputPath(parameters, ending));
 }
@@ -96,6 +89,12 @@ void processInstrumentFile(UserParameters& parameters) {
   else
     processTextSpectra(parameters, claim);
   if (parameters.m_delete_msn) DeleteExtracted(parameters);
+}
+
+std::string InstalledTablePath() {
+  const std::string directory = ExecutableDirectory();
+  return directory.empty() ? directory
+                           : JoinPath({directory, "..", "share", "tarvek", kDefaultIpvFile});
 }
 
 std::string IsotopeTablePath(const std::string& ipv_file, const std::string& installed_table) {

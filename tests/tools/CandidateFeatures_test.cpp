@@ -104,9 +104,9 @@ TEST(ReadIdentifiedPrecursors, NamesFileAndLineOfWhatItCannotRead) {
 /// Runs the companion program on a small simulated run.
 class FeaturesCommand : public testing::Test {
  protected:
-  int Tools(const std::string& arguments) const {
-    const std::string command = std::string("\"") + TARVEK_TOOLS_PROGRAM + "\" " + arguments +
-                                " > \"" + (m_directory / "console.txt") + "\" 2>&1";
+  int Tools(const std::string& arguments, const std::string& program = TARVEK_TOOLS_PROGRAM) const {
+    const std::string command =
+        "\"" + program + "\" " + arguments + " > \"" + (m_directory / "console.txt") + "\" 2>&1";
     return ChildProcess::Start(command).Wait();
   }
   void Simulate() {
@@ -204,6 +204,25 @@ TEST_F(FeaturesCommand, LabelsByIdentifiedPeptides) {
       EXPECT_EQ(row[15], row[2] == first_true[2] ? "1" : "0");
     }
   }
+}
+
+TEST_F(FeaturesCommand, TakesTheInstalledIsotopeTableWhereTheDirectoryHasNone) {
+  Simulate();
+  ASSERT_EQ(Features(Truth()), 0);
+  const std::string expected = ReadFile(m_directory / "out.tsv");
+  std::filesystem::create_directories(m_directory / "installed/bin");
+  std::filesystem::create_directories(m_directory / "installed/share/tarvek");
+  const std::string installed = m_directory / "installed/bin/tools" + std::string(kProgramEnding);
+  std::filesystem::copy_file(TARVEK_TOOLS_PROGRAM, installed);
+  std::filesystem::copy_file(TARVEK_SOURCE_DIR "/data/IPV.txt",
+                             m_directory / "installed/share/tarvek/IPV.txt");
+  ASSERT_FALSE(std::filesystem::exists("IPV.txt"));
+  ASSERT_EQ(Tools("features \"" + (m_directory / "run.ms1") + "\" \"" +
+                      (m_directory / "again.tsv") + "\" " + Truth(),
+                  installed),
+            0)
+      << Console();
+  EXPECT_TRUE(ReadFile(m_directory / "again.tsv") == expected);
 }
 
 TEST_F(FeaturesCommand, NeedsExactlyOneSourceOfLabels) {
