@@ -12,6 +12,7 @@
 #include "OutputFile.h"
 #include "PrecursorDetermination.h"
 #include "ScoringModels.h"
+#include "StringUtils.h"
 #include "TableReader.h"
 #include "TextSpectrumSource.h"
 #include "UnfinishedFile.h"
@@ -176,6 +177,8 @@ CandidateLabel LabelByPeptides(const Precursor& candidate, std::span<const Precu
 }
 
 void WriteFeatureTable(const UserParameters& parameters, const FeatureTableOptions& options) {
+  if (!EndsWithIgnoreCase(options.m_ms1_path, ".ms1"))
+    throw options.m_ms1_path + " is not an .ms1 file.";
   UserParameters working = parameters;
   SetCurrentFile(working, options.m_ms1_path);
   UnfinishedFile out(options.m_out_path, "feature table");

@@ -49,6 +49,7 @@ struct FeatureTableOptions {
 
 /// Writes the table: m/z, features and scores with six decimals; the label is 1, 0 or, when
 /// doubtful, NA. The isotope table must be loaded. Nothing is left under the final name on failure.
+/// Refuses a path that does not end in .ms1, whatever it holds.
 void WriteFeatureTable(const UserParameters& parameters, const FeatureTableOptions& options);
 
 }  // namespace tarvek::tools

@@ -19,7 +19,15 @@ struct FeaturesOptions {
   std::pair<std::int32_t, std::int32_t> m_charges{2, 6};
 };
 
+void CheckCharges(std::pair<std::int32_t, std::int32_t> charges) {
+  if (charges.first > charges.second)
+    throw CLI::ValidationError("--charges", "the lowest, " + std::to_string(charges.first) +
+                                                ", is above the highest, " +
+                                                std::to_string(charges.second));
+}
+
 void RunFeatures(FeaturesOptions& options) {
+  CheckCharges(options.m_charges);
   UserParameters& parameters = options.m_parameters;
   std::tie(parameters.m_charge_min, parameters.m_charge_max) = options.m_charges;
   DeriveHalfWidths(parameters);

@@ -109,6 +109,7 @@ class FeaturesCommand : public testing::Test {
         "\"" + program + "\" " + arguments + " > \"" + (m_directory / "console.txt") + "\" 2>&1";
     return ChildProcess::Start(command).Wait();
   }
+  std::string Console() const { return ReadFile(m_directory / "console.txt"); }
   void Simulate() {
     ASSERT_EQ(Tools("simulate --seed 5 --ms2 150 \"" + (m_directory / "run") + "\""), 0);
   }
@@ -193,6 +194,7 @@ TEST_F(FeaturesCommand, LabelsByIdentifiedPeptides) {
   std::vector<std::string> first_true;
   for (const auto& row : Rows())
     if (first_true.empty() && row[15] == "1") first_true = row;
+  ASSERT_FALSE(first_true.empty());
   WriteFile(m_directory / "peptides.tsv", "scan\tmz\tcharge\n" + first_true[0] + "\t" +
                                               first_true[1] + "\t" + first_true[2] + "\n");
   ASSERT_EQ(Features("--identified \"" + (m_directory / "peptides.tsv") + "\""), 0);
@@ -228,7 +230,28 @@ TEST_F(FeaturesCommand, TakesTheInstalledIsotopeTableWhereTheDirectoryHasNone) {
 TEST_F(FeaturesCommand, NeedsExactlyOneSourceOfLabels) {
   Simulate();
   EXPECT_NE(Features(""), 0);
+  EXPECT_THAT(Console(), HasSubstr("Exactly 1 option from [--truth,--identified] is required"));
   EXPECT_NE(Features(Truth() + "--identified \"" + (m_directory / "run.truth.tsv") + "\""), 0);
+  EXPECT_THAT(Console(), HasSubstr("Exactly 1 option from [--truth,--identified] is required"));
+}
+
+TEST_F(FeaturesCommand, RefusesAFileThatIsNoMs1File) {
+  Simulate();
+  WriteFile(m_directory / "run", "");
+  for (const std::string name : {"run", "run.ms2"}) {
+    EXPECT_NE(Tools("features \"" + (m_directory / name) + "\" \"" + (m_directory / "out.tsv") +
+                    "\" -I \"" TARVEK_SOURCE_DIR "/data/IPV.txt\" " + Truth()),
+              0);
+    EXPECT_THAT(Console(), HasSubstr(m_directory / name + " is not an .ms1 file."));
+    EXPECT_FALSE(std::filesystem::exists(m_directory / "out.tsv"));
+  }
+}
+
+TEST_F(FeaturesCommand, RefusesChargesInTheWrongOrder) {
+  Simulate();
+  EXPECT_NE(Features(Truth() + "--charges 6 2"), 0);
+  EXPECT_THAT(Console(), HasSubstr("--charges: the lowest, 6, is above the highest, 2"));
+  EXPECT_FALSE(std::filesystem::exists(m_directory / "out.tsv"));
 }
 
 TEST_F(FeaturesCommand, NamesAMissingTruthAndLeavesNoTable) {
