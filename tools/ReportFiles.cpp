@@ -259,7 +259,7 @@ void AppendMgfTimes(const std::string& path, std::vector<ScanTime>& times) {
       is_titled = true;
     } else if (is_titled && line.starts_with("RTINSECONDS=")) {
       if (times.empty() || times.back().first != scan_no)
-        times.emplace_back(scan_no, ParseReal(std::string_view(line).substr(12)));
+        times.emplace_back(scan_no, lines.Real(std::string_view(line).substr(12)));
       is_titled = false;
     }
   }
@@ -271,13 +271,13 @@ LogFacts ReadLogFacts(const std::string& path, const std::string& run_name) {
   bool inside = false;
   TextLines lines(path);
   for (std::string line; lines.Next(line);) {
-    if (const auto value = TextBehind(line, ": isolation_width = ")) width = ParseReal(*value);
+    if (const auto value = TextBehind(line, ": isolation_width = ")) width = lines.Real(*value);
     if (const auto started = StartedRun(line)) {
       inside = *started == run_name;
       if (inside) facts = {width, {}, true};
     }
     const auto warned = TextBehind(line, "Cannot find precursor information for scan ");
-    if (inside && warned) facts.m_without_precursor.push_back(ParseInteger(*warned));
+    if (inside && warned) facts.m_without_precursor.push_back(lines.Integer(*warned));
   }
   return facts;
 }

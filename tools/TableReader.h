@@ -47,11 +47,11 @@ class TableReader {
  public:
   explicit TableReader(const std::string& path) : m_lines(path) {}
 
-  /// Reads the first line; the place of each wanted column, in the order of names. Other columns
+  /// Reads the first line, which a table has; the place of each wanted column, in the order of names. Other columns
   /// are ignored.
   template <std::size_t N>
   std::array<std::size_t, N> ReadHeader(const std::array<const char*, N>& names) {
-    NextLine();
+    if (!NextLine()) m_lines.Fail("the table is empty.");
     std::array<std::size_t, N> places{};
     for (std::size_t i = 0; i < N; ++i) places[i] = ColumnPlace(names[i]);
     return places;

@@ -238,6 +238,26 @@ TEST(AppendMgfTimes, NamesATitleWithoutScanNumber) {
               HasSubstr("a.mgf, line 2: "));
 }
 
+TEST(AppendMgfTimes, NamesATimeThatIsNoNumber) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "a.mgf";
+  WriteFile(path, "BEGIN IONS\nTITLE=run.17.17.2.0.dta\nRTINSECONDS=abc\n");
+  std::vector<ScanTime> times;
+  EXPECT_EQ(MessageOf([&] { AppendMgfTimes(path, times); }),
+            path + ", line 3: 'abc' is not a number.");
+}
+
+TEST(ReadLogFacts, NamesASettingAndAScanThatAreNoNumbers) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "log.txt";
+  WriteFile(path, "\n[Tarvek] <INFO> - 11: isolation_width = x\n");
+  EXPECT_EQ(MessageOf([&] { ReadLogFacts(path, "a"); }), path + ", line 2: 'x' is not a number.");
+  WriteFile(path,
+            "[Tarvek] <INFO> - Start to process a.ms1\n"
+            "[Tarvek] <WARN> - Cannot find precursor information for scan \n");
+  EXPECT_EQ(MessageOf([&] { ReadLogFacts(path, "a"); }), path + ", line 2: '' is not a number.");
+}
+
 TEST(ReadLogFacts, KeepsToTheLatestProcessingOfTheRun) {
   const TemporaryDirectory directory;
   const std::string start = "[Tarvek] <INFO> - Start to process ";

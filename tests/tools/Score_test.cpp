@@ -135,6 +135,13 @@ TEST(ReadTruthTable, FindsItsColumnsByName) {
   EXPECT_TRUE(truth.at(9).front().m_is_target);
 }
 
+TEST(ReadTruthTable, SaysThatATableIsEmpty) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "run.truth.tsv";
+  WriteFile(path, "");
+  EXPECT_EQ(MessageOf([&] { ReadTruthTable(path); }), path + ", line 1: the table is empty.");
+}
+
 TEST(ReadTruthTable, NamesTheColumnThatIsMissing) {
   const TemporaryDirectory directory;
   const std::string path = directory / "run.truth.tsv";
