@@ -2,6 +2,7 @@
 
 #include <zlib.h>
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
@@ -14,6 +15,27 @@ namespace {
 
 constexpr std::string_view kMapHeader =
     "file\tplace\tsource\trun\tscan\tprecursor\tcharge\tmz\trt_seconds\n";
+
+constexpr std::string_view kMapEnding = ".ids.tsv";
+constexpr std::string_view kEnding = ".mgf";
+constexpr std::string_view kPackedEnding = ".mgf.gz";
+
+std::string PartBase(const std::string& base, std::size_t number) {
+  return base + "_part" + std::to_string(number);
+}
+
+// Deletes the MGF files of base, packed or not, that are not among those written. Whether there were
+// any, written or deleted.
+bool RemoveOthers(const std::string& base, const std::vector<std::string>& written) {
+  bool any = false;
+  for (const std::string_view ending : {kEnding, kPackedEnding}) {
+    const std::string path = base + std::string(ending);
+    if (!FileExists(path)) continue;
+    any = true;
+    if (std::ranges::find(written, path) == written.end()) RemoveFile(path);
+  }
+  return any;
+}
 
 constexpr std::size_t kPieceBytes = std::size_t{1} << 30;  // zlib counts in 32 bits
 
@@ -90,7 +112,7 @@ class MgfOutput::Part {
 };
 
 MgfOutput::MgfOutput(std::string base, const MgfOutputForm& form)
-    : m_base(std::move(base)), m_form(form), m_map(m_base + ".ids.tsv", "MGF") {
+    : m_base(std::move(base)), m_form(form), m_map(m_base + std::string(kMapEnding), "MGF") {
   m_map.File().Write(kMapHeader);
   OpenPart();
 }
@@ -98,8 +120,8 @@ MgfOutput::MgfOutput(std::string base, const MgfOutputForm& form)
 MgfOutput::~MgfOutput() = default;
 
 std::string MgfOutput::PartPath(std::size_t number) const {
-  const std::string part = m_form.m_split_bytes > 0 ? "_part" + std::to_string(number) : "";
-  return m_base + part + (m_form.m_gzip ? ".mgf.gz" : ".mgf");
+  const std::string base = m_form.m_split_bytes > 0 ? PartBase(m_base, number) : m_base;
+  return base + std::string(m_form.m_gzip ? kPackedEnding : kEnding);
 }
 
 void MgfOutput::OpenPart() {
@@ -150,14 +172,19 @@ std::vector<std::string> MgfOutput::Finish() {
     part->TakeName();
     paths.push_back(part->Path());
   }
-  if (m_form.m_split_bytes > 0) RemoveOldParts();
+  RemoveOldOutputs(paths);
   m_map.TakeName();
   return paths;
 }
 
-void MgfOutput::RemoveOldParts() const {
-  for (std::size_t number = m_parts.size() + 1; FileExists(PartPath(number)); ++number)
-    RemoveFile(PartPath(number));
+void MgfOutput::RemoveOldOutputs(const std::vector<std::string>& written) const {
+  RemoveOthers(m_base, written);
+  for (std::size_t number = 1;; ++number) {
+    const std::string base = PartBase(m_base, number);
+    const bool is_another_run = FileExists(base + std::string(kMapEnding));
+    if (is_another_run) continue;
+    if (!RemoveOthers(base, written)) return;
+  }
 }
 
 }  // namespace tarvek::tools

@@ -37,8 +37,10 @@ class MgfOutput {
   /// file that they came from, for the map.
   void WriteScan(std::span<const MgfBlock> blocks, const std::string& source);
 
-  /// Completes all files and gives them their names, the map last; an old map is deleted first, and
-  /// so are parts of an earlier, longer output of the same base. Returns the paths of the parts.
+  /// Completes all files and gives them their names, the map last; an old map is deleted first. What
+  /// an earlier output of the same base left in another form is deleted: further parts, the parts
+  /// of one that was split, or its only file, packed or not. A part with a map of its own is the
+  /// output of another run. Returns the paths of the parts.
   std::vector<std::string> Finish();
 
   /// Blocks written so far.
@@ -51,7 +53,7 @@ class MgfOutput {
   void OpenPart();
   void RenderScan(std::span<const MgfBlock> blocks);
   void NoteScan(std::span<const MgfBlock> blocks, const std::string& source);
-  void RemoveOldParts() const;
+  void RemoveOldOutputs(const std::vector<std::string>& written) const;
 
   std::string m_base;
   MgfOutputForm m_form;
