@@ -42,10 +42,6 @@ constexpr std::array<FeatureColumn, 12> kFeatureColumns = {{
     {"abs_charge", [](FeaturesExtractor& c) { return c.abs_charge(); }},
 }};
 
-bool IsNear(const Precursor& candidate, double mz, double tol_ppm) {
-  return std::fabs(PpmError(candidate, {mz, candidate.m_charge})) <= tol_ppm;
-}
-
 const char* LabelText(CandidateLabel label) {
   switch (label) {
     case CandidateLabel::kTrue:
@@ -150,8 +146,8 @@ CandidateLabel LabelByTruth(const Precursor& candidate, std::span<const TruePrec
   for (const TruePrecursor& truth : truths) {
     const Precursor& precursor = truth.m_precursor;
     if (precursor.m_charge != candidate.m_charge) continue;
-    if (!IsNear(candidate, precursor.m_mz, 2.0 * tol_ppm)) continue;
-    if (truth.m_share >= min_share && IsNear(candidate, precursor.m_mz, tol_ppm))
+    if (!WithinPpm(candidate.m_mz, precursor.m_mz, 2.0 * tol_ppm)) continue;
+    if (truth.m_share >= min_share && WithinPpm(candidate.m_mz, precursor.m_mz, tol_ppm))
       return CandidateLabel::kTrue;
     label = CandidateLabel::kDoubtful;
   }
@@ -163,14 +159,14 @@ CandidateLabel LabelByPeptides(const Precursor& candidate, std::span<const Precu
   CandidateLabel label = CandidateLabel::kDoubtful;
   for (const Precursor& peptide : identified) {
     const bool same_charge = peptide.m_charge == candidate.m_charge;
-    if (IsNear(candidate, peptide.m_mz, tol_ppm)) {
+    if (WithinPpm(candidate.m_mz, peptide.m_mz, tol_ppm)) {
       if (same_charge) return CandidateLabel::kTrue;
       label = CandidateLabel::kFalse;
     }
     const double spacing_mz = kIsotopeDifferenceDa / std::abs(peptide.m_charge);
-    for (int isotope = 1; isotope <= kMaxIsotopeOffset && same_charge; ++isotope)
+    for (int isotope = 1; isotope <= kMaxShift && same_charge; ++isotope)
       for (const double shift_mz : {-isotope * spacing_mz, isotope * spacing_mz})
-        if (IsNear(candidate, std::fabs(peptide.m_mz) + shift_mz, tol_ppm))
+        if (WithinPpm(candidate.m_mz, std::fabs(peptide.m_mz) + shift_mz, tol_ppm))
           label = CandidateLabel::kFalse;
   }
   return label;

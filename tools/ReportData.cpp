@@ -12,9 +12,6 @@
 namespace tarvek::tools {
 namespace {
 
-// Mass difference of carbon 13 and 12 in Da, by which neighbouring isotope peaks differ nearly
-// always.
-constexpr double kIsotopeDifferenceDa = 1.00335;
 constexpr int kIsotopesOfAnEnvelope = 8;
 // The precursor table has six decimals: between the m/z of the input and that of the table, half of
 // the last one.
@@ -28,14 +25,6 @@ const char* const kAnalyserReason = "analyser not known";
 const char* const kPrecursorReason = "no usable precursor declared or determined";
 const char* const kOtherReason = "not exported for another reason";
 const char* const kGapReason = "number in no output";
-
-double IsotopeMz(double mono_mz, int isotope, int charge) {
-  return mono_mz + isotope * kIsotopeDifferenceDa / charge;
-}
-
-bool WithinPpm(double mz, double expected_mz, double tol_ppm) {
-  return std::fabs(mz - expected_mz) <= tol_ppm * expected_mz / 1e6;
-}
 
 bool IsSameInTable(const Precursor& a, const Precursor& b) {
   return a.m_charge == b.m_charge && std::fabs(a.m_mz - b.m_mz) < kTableRounding;
@@ -287,7 +276,7 @@ class ReportBuilder {
       if (!match || match->m_shift != 0) continue;
       const Precursor& found = row.m_determined[match->m_index];
       if (found.m_charge != row.m_declared.m_charge) continue;
-      const double ppm = (found.m_mz - row.m_declared.m_mz) / row.m_declared.m_mz * 1e6;
+      const double ppm = PpmError(found.m_mz, row.m_declared.m_mz);
       differences.push_back(ppm);
       if (const auto rt_s = TimeOfScan(m_knots, row.m_scan_no))
         m_report.m_ppm.push_back({*rt_s, ppm});

@@ -15,8 +15,10 @@
 #include <utility>
 #include <vector>
 
+#include "IsotopeShift.h"
 #include "ReportFiles.h"
 #include "SpectrumRecords.h"
+#include "UserParameters.h"
 
 namespace tarvek::tools {
 
@@ -26,13 +28,8 @@ struct ReportSettings {
   double m_tol_ppm = 20.0;                  // as tarvek's own mass tolerance
 };
 
-/// Isotopes by which a determined precursor may differ from the declared one.
-inline constexpr int kMaxShift = 3;
-inline constexpr std::size_t kShifts = 2 * kMaxShift + 1;
 inline constexpr std::size_t kPrecursorCounts = 12;  // 0 .. 10, and more
 inline constexpr std::size_t kPurityBins = 20;       // from 0 to 1
-/// Width without an option and without a log: tarvek's default.
-inline constexpr double kDefaultIsolationWidth = 2.0;
 
 /// The determined precursor that stands for the declared one.
 struct DeclaredMatch {
@@ -92,7 +89,7 @@ struct RunReport {
   std::string m_name;
   std::vector<ReportSource> m_sources;
   std::string m_width_source;
-  double m_isolation_width = kDefaultIsolationWidth;
+  double m_isolation_width = UserParameters{}.m_isolation_width;  // of tarvek, until it is known
   double m_tol_ppm = 0.0;
 
   std::int64_t m_scans = 0;
@@ -136,12 +133,6 @@ std::optional<double> LeftOutShare(const RunReport& report);
 
 /// Scans whose declared precursor was compared with a determined one, at whatever shift.
 std::int64_t MatchedScans(const RunReport& report);
-
-/// Place of a shift, -3 to 3, in RunReport::m_by_shift.
-constexpr std::size_t ShiftPlace(int shift) {
-  const int place = shift + kMaxShift;
-  return static_cast<std::size_t>(place);
-}
 
 RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings);
 

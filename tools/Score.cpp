@@ -16,9 +16,9 @@ namespace {
 // charge.
 std::optional<int> IsotopeOffset(const Precursor& found, const Precursor& truth, double tol_ppm,
                                  std::int32_t charge) {
-  for (int offset = -kMaxIsotopeOffset; offset <= kMaxIsotopeOffset; ++offset) {
-    const double shifted = std::fabs(truth.m_mz) + offset * kIsotopeDifferenceDa / std::abs(charge);
-    if (std::fabs(PpmError(found, {shifted, charge})) <= tol_ppm) return offset;
+  for (int offset = -kMaxShift; offset <= kMaxShift; ++offset) {
+    const double shifted = IsotopeMz(std::fabs(truth.m_mz), offset, std::abs(charge));
+    if (WithinPpm(found.m_mz, shifted, tol_ppm)) return offset;
   }
   return std::nullopt;
 }
@@ -45,7 +45,7 @@ class Scorer {
 
  private:
   [[nodiscard]] bool Agree(const Precursor& found, const Precursor& truth) const {
-    return found.m_charge == truth.m_charge && std::fabs(PpmError(found, truth)) <= m_tol_ppm;
+    return found.m_charge == truth.m_charge && WithinPpm(found.m_mz, truth.m_mz, m_tol_ppm);
   }
 
   void CountRecall(std::span<const Precursor> found, const TruePrecursor& truth) {
@@ -74,11 +74,11 @@ class Scorer {
         has_other_charge = true;
       } else if (!nearest_offset || std::abs(*offset) < std::abs(*nearest_offset)) {
         nearest_offset = offset;
-        if (*offset == 0) m_ppm_errors.push_back(PpmError(found, truth.m_precursor));
+        if (*offset == 0) m_ppm_errors.push_back(PpmError(found.m_mz, truth.m_precursor.m_mz));
       }
     }
     if (nearest_offset) {
-      ++m_figures.m_by_isotope_offset[OffsetPlace(*nearest_offset)];
+      ++m_figures.m_by_isotope_offset[ShiftPlace(*nearest_offset)];
       ++(*nearest_offset == 0 ? m_figures.m_precision : m_figures.m_wrong_isotope).m_part;
     } else if (has_other_charge) {
       ++m_figures.m_wrong_charge.m_part;
@@ -101,10 +101,6 @@ class Scorer {
 
 double Ratio::Value() const {
   return m_whole == 0 ? 0.0 : static_cast<double>(m_part) / static_cast<double>(m_whole);
-}
-
-double PpmError(const Precursor& found, const Precursor& truth) {
-  return (std::fabs(found.m_mz) - std::fabs(truth.m_mz)) / std::fabs(truth.m_mz) * 1e6;
 }
 
 TruthTable ReadTruthTable(const std::string& path) {

@@ -6,12 +6,12 @@
 #pragma once
 
 #include <array>
-#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "IsotopeShift.h"
 #include "SpectrumRecords.h"
 
 namespace tarvek::tools {
@@ -31,9 +31,6 @@ struct TableRow {
 };
 using PrecursorTable = std::map<std::int32_t, TableRow>;  // by scan number
 
-/// How far the m/z of found lies above that of truth, in ppm of truth; signs are ignored.
-double PpmError(const Precursor& found, const Precursor& truth);
-
 TruthTable ReadTruthTable(const std::string& path);
 PrecursorTable ReadPrecursorTable(const std::string& path);
 
@@ -42,18 +39,6 @@ struct Ratio {
   std::int64_t m_whole = 0;
   [[nodiscard]] double Value() const;  // 0 when there is no whole
 };
-
-inline constexpr int kMaxIsotopeOffset = 3;
-
-// Mass difference of carbon 13 and 12 in Da, by which neighbouring isotope peaks differ nearly
-// always.
-inline constexpr double kIsotopeDifferenceDa = 1.00335;
-
-/// Place of an isotope offset, -3 to 3, in ScoreFigures::m_by_isotope_offset.
-constexpr std::size_t OffsetPlace(int offset) {
-  const int place = offset + kMaxIsotopeOffset;
-  return static_cast<std::size_t>(place);
-}
 
 /// Figures of one set of precursors (the determined, or the declared ones).
 struct ScoreFigures {
@@ -64,8 +49,8 @@ struct ScoreFigures {
   Ratio m_precision;      // precursors that are true, of all
   Ratio m_wrong_isotope;  // those that are one to three isotopes off a true one, of all
   Ratio m_wrong_charge;   // those at the m/z of a true one with another charge, of all
-  std::array<std::int64_t, 2 * kMaxIsotopeOffset + 1> m_by_isotope_offset{};  // -3 .. 3; 0: true
-  double m_median_ppm = 0.0;  // error of the true ones
+  std::array<std::int64_t, kShifts> m_by_isotope_offset{};  // -3 .. 3; 0: true
+  double m_median_ppm = 0.0;                                // error of the true ones
   double m_median_absolute_ppm = 0.0;
   double m_absolute_ppm_95 = 0.0;  // 95 % are at most this far off
 };

@@ -48,8 +48,8 @@ ordered_json RatioJson(const Ratio& ratio) {
 
 ordered_json FiguresJson(const ScoreFigures& figures) {
   ordered_json offsets;
-  for (int offset = -kMaxIsotopeOffset; offset <= kMaxIsotopeOffset; ++offset)
-    offsets[std::to_string(offset)] = figures.m_by_isotope_offset[OffsetPlace(offset)];
+  for (int offset = -kMaxShift; offset <= kMaxShift; ++offset)
+    offsets[std::to_string(offset)] = figures.m_by_isotope_offset[ShiftPlace(offset)];
   return {{"precursors", figures.m_precursors},
           {"target_recall", RatioJson(figures.m_target_recall)},
           {"recall_share_10", RatioJson(figures.m_recall_10)},

@@ -26,7 +26,7 @@ const TruePrecursor kTarget{{500.0, 2}, 0.6, true};
 const TruePrecursor kNeighbour{{500.8, 3}, 0.08, false};
 
 std::int64_t AtOffset(const ScoreFigures& figures, int offset) {
-  return figures.m_by_isotope_offset.at(OffsetPlace(offset));
+  return figures.m_by_isotope_offset.at(ShiftPlace(offset));
 }
 
 TEST(ScoreTable, CountsATargetThatIsFound) {
