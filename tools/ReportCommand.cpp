@@ -35,9 +35,9 @@ void WriteForMultiQc(const std::string& start, std::span<const BatchRun> runs) {
 
 // Writes page and summary of one run and returns what a batch keeps of it.
 BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
-                   const ReportSettings& settings) {
+                   const ReportSettings& settings, LogBook& logs) {
   const RunReport report =
-      ReadRunReport(FindRunFiles(base_path, settings.m_input_folder), settings);
+      ReadRunReport(FindRunFiles(base_path, settings.m_input_folder), settings, logs);
   const std::string page = report.m_name + ".report.html";
   const std::string path = JoinPath({out_folder, page});
   WriteReport(path, RunPage(report));
@@ -49,7 +49,8 @@ BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
 void ReportOne(const ReportOptions& options) {
   const std::string out_folder =
       options.m_out_folder.empty() ? FolderOf(options.m_path) : options.m_out_folder;
-  const BatchRun run = ReportRun(options.m_path, out_folder, options.m_settings);
+  LogBook logs;
+  const BatchRun run = ReportRun(options.m_path, out_folder, options.m_settings, logs);
   WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
 }
 
@@ -62,10 +63,10 @@ BatchRun WithoutReport(const std::string& base_path, const std::string& why) {
 
 // A run that cannot be read is named on standard error and in the batch; the others go on.
 BatchRun TryRun(const std::string& base_path, const std::string& out_folder,
-                const ReportSettings& settings) {
+                const ReportSettings& settings, LogBook& logs) {
   std::string why;
   try {
-    return ReportRun(base_path, out_folder, settings);
+    return ReportRun(base_path, out_folder, settings, logs);
   } catch (const std::string& message) {  // of the file helpers
     why = message;
   } catch (const std::exception& error) {
@@ -88,8 +89,9 @@ void ReportBatch(const ReportOptions& options) {
   if (found.m_finished.empty() && found.m_unfinished.empty())
     throw "There is no precursor table of tarvek (.csv) in " + folder;
   std::vector<BatchRun> runs;
+  LogBook logs;
   for (const std::string& base_path : found.m_finished)
-    runs.push_back(TryRun(base_path, out_folder, options.m_settings));
+    runs.push_back(TryRun(base_path, out_folder, options.m_settings, logs));
   std::size_t failed = 0;
   for (const BatchRun& run : runs) failed += run.m_page.empty() ? 1U : 0U;
   for (const std::string& base_path : found.m_unfinished)

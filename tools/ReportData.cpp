@@ -1,30 +1,27 @@
 #include "ReportData.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <iterator>
+#include <utility>
 
 #include "FileUtils.h"
 #include "MsTextReader.h"
-#include "NumberText.h"
 #include "QuietLibrary.h"
+#include "ReportContent.h"
+#include "ReportLeftOut.h"
+#include "ReportPurity.h"
 
 namespace tarvek::tools {
 namespace {
 
-constexpr int kIsotopesOfAnEnvelope = 8;
 // The precursor table has six decimals: between the m/z of the input and that of the table, half of
 // the last one.
 constexpr double kTableRounding = 7.5e-7;
 constexpr std::array<int, kShifts> kShiftOrder = {0, -1, 1, -2, 2, -3, 3};
 // Isotopes of another charge lie so densely that one of them is near any m/z by chance.
 constexpr std::array<int, 1> kNoShift = {0};
-
-const char* const kActivationReason = "activation type not known";
-const char* const kAnalyserReason = "analyser not known";
-const char* const kPrecursorReason = "no usable precursor declared or determined";
-const char* const kOtherReason = "not exported for another reason";
-const char* const kGapReason = "number in no output";
 
 bool IsSameInTable(const Precursor& a, const Precursor& b) {
   return a.m_charge == b.m_charge && std::fabs(a.m_mz - b.m_mz) < kTableRounding;
@@ -43,91 +40,35 @@ std::optional<DeclaredMatch> MatchWhere(const Precursor& declared,
   return std::nullopt;
 }
 
-// The peaks of mz within tol_ppm; borrows from peaks.
-std::span<const Peak> PeaksAt(std::span<const Peak> peaks, double mz, double tol_ppm) {
-  const double tol_mz = tol_ppm * mz / 1e6;
-  const auto first = std::ranges::lower_bound(peaks, mz - tol_mz, {}, &Peak::m_mz);
-  const auto last = std::ranges::upper_bound(first, peaks.end(), mz + tol_mz, {}, &Peak::m_mz);
-  return {first, last};
-}
-
-double TotalIntensity(std::span<const Peak> peaks) {
-  double sum = 0.0;
-  for (const Peak& peak : peaks) sum += peak.m_intensity;
-  return sum;
-}
-
-/// An exported scan with what the other files say of it.
-struct PlacedRow {
-  const ReportRow* m_row = nullptr;
-  double m_centre_mz = 0.0;
-  std::int32_t m_key = 0;  // the survey is the last one that is not above this scan number
-};
-
-template <std::size_t kBins>
-void CountShare(std::array<std::int64_t, kBins>& bins, double share) {
-  const auto bin = static_cast<std::size_t>(std::max(0.0, share) * static_cast<double>(kBins));
-  ++bins.at(std::min(bin, kBins - 1));
-}
-
-/// What the scans of the input were read from.
-enum class InputKind { kNone, kText, kTable };
-
 /// Builds a report step by step; each step fills in its part.
 class ReportBuilder {
  public:
-  ReportBuilder(const RunFiles& files, const ReportSettings& settings)
-      : m_files(files), m_settings(settings), m_rows(ReadReportRows(files.m_table)) {
-    std::ranges::stable_sort(m_rows, {}, &ReportRow::m_scan_no);
+  ReportBuilder(const RunFiles& files, const ReportSettings& settings, LogFacts log)
+      : m_files(files), m_settings(settings), m_content(files, std::move(log)) {
     m_report.m_name = files.m_name;
     m_report.m_tol_ppm = settings.m_tol_ppm;
-    m_report.m_scans = static_cast<std::int64_t>(m_rows.size());
+    m_report.m_scans = std::ssize(m_content.Rows());
   }
 
   RunReport Build() {
-    ReadInput();
-    ReadLog();
-    for (const ReportRow& row : m_rows) CountRow(row);
+    ChooseWidth();
+    for (const ReportRow& row : m_content.Rows()) CountRow(row);
     ReadSurveys();
     ReadFragments();
     FindTimes();
     MeasurePpm();
-    FindLeftOut();
+    CountLeftOut(m_content, m_times, HasSurveys(), m_report);
     ListSources();
     return std::move(m_report);
   }
 
  private:
-  // The text is preferred: it tells all precursors that were declared.
-  void ReadInput() {
-    if (!m_files.m_ms2.empty()) {
-      m_input_kind = InputKind::kText;
-      m_input = ReadTextInput(m_files.m_ms2);
-    } else if (!m_files.m_scan_table.empty()) {
-      m_input_kind = InputKind::kTable;
-      m_input = ReadTableInput(m_files.m_scan_table);
-    }
-  }
-
-  [[nodiscard]] bool HasInput() const { return m_input_kind != InputKind::kNone; }
-
-  [[nodiscard]] std::string InputText() const {
-    return m_input_kind == InputKind::kText ? "the .ms2 file" : "the .mscsv table";
-  }
-
-  [[nodiscard]] const InputScan* InputOf(std::int32_t scan_no) const {
-    const auto found = std::ranges::lower_bound(m_input, scan_no, {}, &InputScan::m_scan_no);
-    return found != m_input.end() && found->m_scan_no == scan_no ? &*found : nullptr;
-  }
-
-  void ReadLog() {
-    if (!m_files.m_log.empty()) m_log = ReadLogFacts(m_files.m_log, m_files.m_name);
-    std::ranges::sort(m_log.m_without_precursor);
+  void ChooseWidth() {
     if (m_settings.m_isolation_width) {
       m_report.m_isolation_width = *m_settings.m_isolation_width;
       m_report.m_width_source = "as given on the command line";
-    } else if (m_log.m_isolation_width) {
-      m_report.m_isolation_width = *m_log.m_isolation_width;
+    } else if (m_content.Log().m_isolation_width) {
+      m_report.m_isolation_width = *m_content.Log().m_isolation_width;
       m_report.m_width_source = "as the log says";
     } else {
       m_report.m_width_source = "tarvek's default, since no log tells it";
@@ -157,53 +98,26 @@ class ReportBuilder {
 
   // The table names the first declared precursor alone; the input knows whether there were others.
   [[nodiscard]] bool IsKept(const ReportRow& row) const {
-    const InputScan* input = InputOf(row.m_scan_no);
+    const InputScan* input = m_content.InputOf(row.m_scan_no);
     return input == nullptr ? IsKeptAsDeclared(row.m_determined, {&row.m_declared, 1})
                             : IsKeptAsDeclared(row.m_determined, input->m_declared);
   }
 
   // Without the input, several precursors may be those declared when the first of them is.
   [[nodiscard]] bool MayBeKept(const ReportRow& row) const {
-    return IsKept(row) || (InputOf(row.m_scan_no) == nullptr && !row.m_determined.empty() &&
-                           IsSameInTable(row.m_determined.front(), row.m_declared));
+    return IsKept(row) ||
+           (m_content.InputOf(row.m_scan_no) == nullptr && !row.m_determined.empty() &&
+            IsSameInTable(row.m_determined.front(), row.m_declared));
   }
 
-  // Every row with the centre of its window, in the order of their surveys.
-  std::vector<PlacedRow> PlaceRows() {
-    std::vector<PlacedRow> placed;
-    for (const ReportRow& row : m_rows) {
-      const InputScan* input = InputOf(row.m_scan_no);
-      const bool has_centre = input != nullptr && input->m_centre_mz > 0.0;
-      if (!has_centre && row.m_declared.m_mz <= 0.0) continue;
-      if (!has_centre) m_report.m_declared_centres = true;
-      placed.push_back({&row, has_centre ? input->m_centre_mz : row.m_declared.m_mz,
-                        input != nullptr && input->m_survey > 0 ? input->m_survey : row.m_scan_no});
-    }
-    std::ranges::stable_sort(placed, {}, &PlacedRow::m_key);
-    return placed;
-  }
-
-  // Passes over the surveys once and keeps one of them: when the next one is known, the rows in
-  // between are measured in it.
   void ReadSurveys() {
-    const std::vector<PlacedRow> placed = PlaceRows();
-    auto next = placed.begin();
-    PfScan former;
-    bool has_former = false;
-    const auto measure_until = [&](std::optional<std::int32_t> scan_no) {
-      for (; next != placed.end() && (!scan_no || next->m_key < *scan_no); ++next)
-        if (has_former) MeasureWindow(*next, former.m_peaks);
-    };
+    PurityMeter purity(m_content, m_report);
     ForEachSurvey([&](PfScan& survey) {
-      measure_until(survey.m_scan_no);
       m_report.m_surveys.push_back({survey.m_rt_s, TotalIntensity(survey.m_peaks)});
-      m_knots.emplace_back(survey.m_scan_no, survey.m_rt_s);
-      std::swap(former, survey);
-      has_former = true;
+      m_survey_times.emplace_back(survey.m_scan_no, survey.m_rt_s);
+      purity.TakeSurvey(survey);
     });
-    measure_until(std::nullopt);
-    m_report.m_median_main_share = Median(std::move(m_main_shares));
-    m_report.m_median_all_share = Median(std::move(m_all_shares));
+    purity.Finish();
   }
 
   [[nodiscard]] bool HasSurveys() const { return !m_files.m_pf1.empty() || !m_files.m_ms1.empty(); }
@@ -223,20 +137,6 @@ class ReportBuilder {
     }
   }
 
-  void MeasureWindow(const PlacedRow& placed, std::span<const Peak> peaks) {
-    const auto shares = SharesInWindow(peaks, placed.m_centre_mz, m_report.m_isolation_width / 2.0,
-                                       placed.m_row->m_determined, m_settings.m_tol_ppm);
-    if (!shares) {
-      ++m_report.m_empty_windows;
-      return;
-    }
-    ++m_report.m_windows;
-    CountShare(m_report.m_main_share, shares->m_main);
-    CountShare(m_report.m_all_share, shares->m_all);
-    m_main_shares.push_back(shares->m_main);
-    m_all_shares.push_back(shares->m_all);
-  }
-
   void ReadFragments() {
     std::vector<double> peak_counts;
     for (const std::string& path : m_files.m_pf2) {
@@ -249,20 +149,20 @@ class ReportBuilder {
 
   // Times of the MS2 scans from the best source there is.
   void FindTimes() {
-    std::vector<ScanTime> times;
-    if (HasInput()) {
-      for (const InputScan& scan : m_input) times.emplace_back(scan.m_scan_no, scan.m_rt_s);
-      m_report.m_time_source = InputText();
+    m_times = m_survey_times;
+    if (m_content.HasInput()) {
+      for (const InputScan& scan : m_content.Input())
+        m_times.emplace_back(scan.m_scan_no, scan.m_rt_s);
+      m_report.m_time_source = m_content.InputText();
     } else if (!m_files.m_mgf.empty()) {
-      for (const std::string& path : m_files.m_mgf) AppendMgfTimes(path, times);
+      for (const std::string& path : m_files.m_mgf) AppendMgfTimes(path, m_times);
       m_report.m_time_source = "the MGF files";
-    } else if (!m_knots.empty()) {
+    } else if (!m_survey_times.empty()) {
       m_report.m_time_source = "the surveys around each scan";
     }
-    m_knots.insert(m_knots.end(), times.begin(), times.end());
-    std::ranges::stable_sort(m_knots, {}, &ScanTime::first);
-    for (const ReportRow& row : m_rows)
-      if (const auto rt_s = TimeOfScan(m_knots, row.m_scan_no))
+    std::ranges::stable_sort(m_times, {}, &ScanTime::first);
+    for (const ReportRow& row : m_content.Rows())
+      if (const auto rt_s = TimeOfScan(m_times, row.m_scan_no))
         m_report.m_ms2_times_s.push_back(*rt_s);
     std::ranges::sort(m_report.m_ms2_times_s);
     std::ranges::stable_sort(m_report.m_surveys, {}, &TimedValue::m_rt_s);
@@ -270,7 +170,7 @@ class ReportBuilder {
 
   void MeasurePpm() {
     std::vector<double> differences;
-    for (const ReportRow& row : m_rows) {
+    for (const ReportRow& row : m_content.Rows()) {
       if (row.m_declared.m_charge == 0 || MayBeKept(row)) continue;
       const auto match = MatchDeclared(row.m_declared, row.m_determined, m_settings.m_tol_ppm);
       if (!match || match->m_shift != 0) continue;
@@ -278,7 +178,7 @@ class ReportBuilder {
       if (found.m_charge != row.m_declared.m_charge) continue;
       const double ppm = PpmError(found.m_mz, row.m_declared.m_mz);
       differences.push_back(ppm);
-      if (const auto rt_s = TimeOfScan(m_knots, row.m_scan_no))
+      if (const auto rt_s = TimeOfScan(m_times, row.m_scan_no))
         m_report.m_ppm.push_back({*rt_s, ppm});
     }
     m_report.m_median_ppm = Median(differences);
@@ -287,64 +187,6 @@ class ReportBuilder {
     if (!differences.empty())
       m_report.m_absolute_ppm_95 =
           differences[(differences.size() * 95 + 99) / 100 - 1];  // the rank rounded up
-  }
-
-  void AddLeftOut(std::int32_t scan_no, const std::string& reason) {
-    ++m_report.m_left_out_count;
-    ++m_report.m_left_out_reasons[reason];
-    if (m_report.m_left_out.size() < kMaxLeftOut)
-      m_report.m_left_out.push_back({scan_no, TimeOfScan(m_knots, scan_no), reason});
-  }
-
-  [[nodiscard]] bool IsExported(std::int32_t scan_no) const {
-    return std::ranges::binary_search(m_rows, scan_no, {}, &ReportRow::m_scan_no);
-  }
-
-  [[nodiscard]] bool IsWarnedOf(std::int32_t scan_no) const {
-    return std::ranges::binary_search(m_log.m_without_precursor, scan_no);
-  }
-
-  [[nodiscard]] std::string ReasonOf(const InputScan& scan) const {
-    if (std::ranges::find(kActivationTypes, scan.m_activation) == kActivationTypes.end())
-      return kActivationReason;
-    if (std::ranges::find(kInstrumentTypes, scan.m_analyser) == kInstrumentTypes.end())
-      return kAnalyserReason;
-    return scan.m_declared.empty() || IsWarnedOf(scan.m_scan_no) ? kPrecursorReason : kOtherReason;
-  }
-
-  void FindLeftOut() {
-    if (HasInput()) {
-      m_report.m_left_out_source = InputText();
-      for (const InputScan& scan : m_input)
-        if (!IsExported(scan.m_scan_no)) AddLeftOut(scan.m_scan_no, ReasonOf(scan));
-    } else if (HasSurveys() && !m_knots.empty()) {
-      m_report.m_left_out_source = "the scan numbers that are in no output";
-      FindGaps();
-    }
-  }
-
-  // The numbers of surveys and exported scans, ascending.
-  [[nodiscard]] std::vector<std::int64_t> KnownNumbers() const {
-    std::vector<std::int64_t> numbers;
-    for (const ScanTime& knot : m_knots) numbers.push_back(knot.first);
-    for (const ReportRow& row : m_rows) numbers.push_back(row.m_scan_no);
-    std::ranges::sort(numbers);
-    return numbers;
-  }
-
-  // The numbers in between. They may be of scans without peaks or of a higher MS level too.
-  void FindGaps() {
-    const std::vector<std::int64_t> known = KnownNumbers();
-    for (std::size_t i = 1; i < known.size(); ++i)
-      for (std::int64_t number = known[i - 1] + 1; number < known[i]; ++number) {
-        if (m_report.m_left_out.size() == kMaxLeftOut) {  // no need to visit each any more
-          m_report.m_left_out_count += known[i] - number;
-          m_report.m_left_out_reasons[kGapReason] += known[i] - number;
-          break;
-        }
-        const auto scan_no = static_cast<std::int32_t>(number);
-        AddLeftOut(scan_no, IsWarnedOf(scan_no) ? kPrecursorReason : kGapReason);
-      }
   }
 
   void AddSourceFile(const std::string& name, const std::string& use, bool is_there) {
@@ -362,23 +204,20 @@ class ReportBuilder {
       AddSource(".ms1", "the same, in place of the .pf1 file", !m_files.m_ms1.empty());
     AddSource("_*.pf2", "peaks of the MS2 scans", !m_files.m_pf2.empty());
     const std::string of_input = "scans left out, centres of isolation windows, times";
-    if (m_input_kind == InputKind::kTable)
+    if (m_content.Kind() == InputKind::kTable)
       AddSourceFile(std::string(FileNameOf(m_files.m_scan_table)), of_input, true);
     else
-      AddSource(".ms2", of_input, HasInput());
-    if (!HasInput()) AddSource("_*.mgf", "times of the MS2 scans", !m_files.m_mgf.empty());
-    AddSourceFile("log", "isolation width, warnings of this run", m_log.m_has_run);
+      AddSource(".ms2", of_input, m_content.HasInput());
+    if (!m_content.HasInput())
+      AddSource("_*.mgf", "times of the MS2 scans", !m_files.m_mgf.empty());
+    AddSourceFile("log", "isolation width, warnings of this run", m_content.Log().m_has_run);
   }
 
   const RunFiles& m_files;
   const ReportSettings& m_settings;
-  std::vector<ReportRow> m_rows;  // ascending by scan number
-  InputKind m_input_kind = InputKind::kNone;
-  std::vector<InputScan> m_input;  // ascending by scan number
-  std::vector<ScanTime> m_knots;   // ascending by scan number once FindTimes is done
-  std::vector<double> m_main_shares;
-  std::vector<double> m_all_shares;
-  LogFacts m_log;
+  RunContent m_content;
+  std::vector<ScanTime> m_survey_times;
+  std::vector<ScanTime> m_times;  // of surveys and MS2 scans, ascending by scan number
   RunReport m_report;
 };
 
@@ -416,39 +255,6 @@ bool IsKeptAsDeclared(std::span<const Precursor> exported, std::span<const Precu
   return !exported.empty() && std::ranges::equal(exported, declared, IsSameInTable);
 }
 
-std::optional<WindowShares> SharesInWindow(std::span<const Peak> peaks, double centre_mz,
-                                           double half_width_mz,
-                                           std::span<const Precursor> determined, double tol_ppm) {
-  const double low_mz = centre_mz - half_width_mz;
-  const double high_mz = centre_mz + half_width_mz;
-  const auto first = std::ranges::lower_bound(peaks, low_mz, {}, &Peak::m_mz);
-  const std::span<const Peak> window = {
-      first, std::ranges::upper_bound(first, peaks.end(), high_mz, {}, &Peak::m_mz)};
-  const double total = TotalIntensity(window);
-  if (total <= 0.0) return std::nullopt;
-
-  std::vector<bool> is_explained(window.size(), false);
-  double main = 0.0;
-  for (const Precursor& precursor : determined) {
-    if (precursor.m_charge == 0) continue;
-    double own = 0.0;
-    std::span<const Peak> above = window;  // of a wide tolerance, a peak is that of one isotope
-    for (int isotope = 0; isotope < kIsotopesOfAnEnvelope; ++isotope) {
-      const double mz = IsotopeMz(precursor.m_mz, isotope, precursor.m_charge);
-      const std::span<const Peak> found = PeaksAt(above, mz, tol_ppm);
-      own += TotalIntensity(found);
-      const auto place = static_cast<std::size_t>(found.data() - window.data());
-      above = window.subspan(place + found.size());
-      for (std::size_t i = 0; i < found.size(); ++i) is_explained[place + i] = true;
-    }
-    main = std::max(main, own);
-  }
-  double all = 0.0;
-  for (std::size_t i = 0; i < window.size(); ++i)
-    if (is_explained[i]) all += window[i].m_intensity;
-  return WindowShares{main / total, all / total};
-}
-
 std::optional<double> TimeOfScan(std::span<const ScanTime> knots, std::int32_t scan_no) {
   if (knots.empty()) return std::nullopt;
   const auto above = std::ranges::lower_bound(knots, scan_no, {}, &ScanTime::first);
@@ -479,8 +285,8 @@ std::int64_t MatchedScans(const RunReport& report) {
   return sum;
 }
 
-RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings) {
-  return ReportBuilder(files, settings).Build();
+RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings, LogBook& logs) {
+  return ReportBuilder(files, settings, logs.FactsOf(files)).Build();
 }
 
 std::vector<KeyFigure> KeyFigures(const RunReport& report) {

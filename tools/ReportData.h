@@ -2,7 +2,8 @@
 // Does:     counts and measures what the pictures show, from the files of a finished run.
 // Owns:     a RunReport owns its numbers; peaks are looked at scan by scan and not kept.
 // Throws:   ReadRunReport what ReportFiles.h throws; the rest nothing.
-// Not here: pictures (ReportSvg.h), what is normal (ReportFindings.h), pages (ReportPage.h).
+// Not here: the windows (ReportPurity.h), scans left out (ReportLeftOut.h); what is normal
+//           (ReportFindings.h), pictures (ReportSvg.h), pages (ReportPage.h).
 #pragma once
 
 #include <array>
@@ -12,6 +13,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -47,18 +49,6 @@ std::optional<DeclaredMatch> MatchDeclared(const Precursor& declared,
 /// in their order, with their charges, and m/z that agree in the decimals of the table.
 bool IsKeptAsDeclared(std::span<const Precursor> exported, std::span<const Precursor> declared);
 
-/// Shares of the current in an isolation window.
-struct WindowShares {
-  double m_main = 0.0;  // of the precursor that has most
-  double m_all = 0.0;   // of all precursors together, each peak counted once
-};
-
-/// peaks ascend in m/z. A precursor's peaks are those within tol_ppm of its first eight isotopes.
-/// Nothing when the window, both edges included, holds no current.
-std::optional<WindowShares> SharesInWindow(std::span<const Peak> peaks, double centre_mz,
-                                           double half_width_mz,
-                                           std::span<const Precursor> determined, double tol_ppm);
-
 /// The time at scan_no on the line between its neighbours in knots, which ascend by scan number;
 /// the nearest one's outside; nothing without knots.
 std::optional<double> TimeOfScan(std::span<const ScanTime> knots, std::int32_t scan_no);
@@ -75,7 +65,7 @@ struct TimedValue {
 struct LeftOutScan {
   std::int32_t m_scan_no = 0;
   std::optional<double> m_rt_s;
-  std::string m_reason;
+  std::string_view m_reason;  // one of a few texts that live as long as the program
 };
 
 /// One of the files that a report draws from.
@@ -134,7 +124,8 @@ std::optional<double> LeftOutShare(const RunReport& report);
 /// Scans whose declared precursor was compared with a determined one, at whatever shift.
 std::int64_t MatchedScans(const RunReport& report);
 
-RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings);
+/// logs: those that were read for other runs serve this one too.
+RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings, LogBook& logs);
 
 /// A number that sums up a run, for tiles, tables and other programs.
 struct KeyFigure {

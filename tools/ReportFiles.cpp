@@ -265,21 +265,29 @@ void AppendMgfTimes(const std::string& path, std::vector<ScanTime>& times) {
   }
 }
 
-LogFacts ReadLogFacts(const std::string& path, const std::string& run_name) {
-  LogFacts facts;
+LogBook::Log LogBook::Read(const std::string& path) {
+  Log log;
   std::optional<double> width;
-  bool inside = false;
+  LogFacts* facts = nullptr;  // of the run that is being processed
   TextLines lines(path);
   for (std::string line; lines.Next(line);) {
     if (const auto value = TextBehind(line, ": isolation_width = ")) width = lines.Real(*value);
-    if (const auto started = StartedRun(line)) {
-      inside = *started == run_name;
-      if (inside) facts = {width, {}, true};
+    if (const auto run = StartedRun(line)) {
+      facts = &log[std::string(*run)];
+      *facts = {width, {}, true};
     }
     const auto warned = TextBehind(line, "Cannot find precursor information for scan ");
-    if (inside && warned) facts.m_without_precursor.push_back(lines.Integer(*warned));
+    if (facts != nullptr && warned) facts->m_without_precursor.push_back(lines.Integer(*warned));
   }
-  return facts;
+  return log;
+}
+
+LogFacts LogBook::FactsOf(const RunFiles& files) {
+  if (files.m_log.empty()) return {};
+  auto log = m_logs.find(files.m_log);
+  if (log == m_logs.end()) log = m_logs.emplace(files.m_log, Read(files.m_log)).first;
+  const auto facts = log->second.find(files.m_name);
+  return facts == log->second.end() ? LogFacts{} : facts->second;
 }
 
 }  // namespace tarvek::tools

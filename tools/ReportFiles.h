@@ -8,6 +8,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <utility>
@@ -114,6 +116,19 @@ struct LogFacts {
   std::vector<std::int32_t> m_without_precursor;  // scan numbers
   bool m_has_run = false;
 };
-LogFacts ReadLogFacts(const std::string& path, const std::string& run_name);
+
+/// The logs of a batch, which may have one for all its runs: each is read once.
+class LogBook {
+ public:
+  /// Nothing known for a run without a log, or that its log does not name.
+  LogFacts FactsOf(const RunFiles& files);
+
+ private:
+  using Log = std::map<std::string, LogFacts, std::less<>>;  // by run
+
+  static Log Read(const std::string& path);
+
+  std::map<std::string, Log> m_logs;  // by path
+};
 
 }  // namespace tarvek::tools

@@ -5,6 +5,7 @@
 
 #include <cmath>
 
+#include "ReportPurity.h"
 #include "ReportTestRun.h"
 
 namespace tarvek::tools {
@@ -17,7 +18,8 @@ using testing::ElementsAre;
 using testing::Pair;
 
 RunReport ReportOf(const TemporaryDirectory& directory, const ReportSettings& settings = {}) {
-  return ReadRunReport(FindRunFiles(directory / "hand", ""), settings);
+  LogBook logs;
+  return ReadRunReport(FindRunFiles(directory / "hand", ""), settings, logs);
 }
 
 RunReport HandReport() {

@@ -247,18 +247,26 @@ TEST(AppendMgfTimes, NamesATimeThatIsNoNumber) {
             path + ", line 3: 'abc' is not a number.");
 }
 
-TEST(ReadLogFacts, NamesASettingAndAScanThatAreNoNumbers) {
+LogFacts FactsOf(const std::string& log_path, const std::string& run_name) {
+  RunFiles files;
+  files.m_name = run_name;
+  files.m_log = log_path;
+  LogBook logs;
+  return logs.FactsOf(files);
+}
+
+TEST(LogBook, NamesASettingAndAScanThatAreNoNumbers) {
   const TemporaryDirectory directory;
   const std::string path = directory / "log.txt";
   WriteFile(path, "\n[Tarvek] <INFO> - 11: isolation_width = x\n");
-  EXPECT_EQ(MessageOf([&] { ReadLogFacts(path, "a"); }), path + ", line 2: 'x' is not a number.");
+  EXPECT_EQ(MessageOf([&] { FactsOf(path, "a"); }), path + ", line 2: 'x' is not a number.");
   WriteFile(path,
             "[Tarvek] <INFO> - Start to process a.ms1\n"
             "[Tarvek] <WARN> - Cannot find precursor information for scan \n");
-  EXPECT_EQ(MessageOf([&] { ReadLogFacts(path, "a"); }), path + ", line 2: '' is not a number.");
+  EXPECT_EQ(MessageOf([&] { FactsOf(path, "a"); }), path + ", line 2: '' is not a number.");
 }
 
-TEST(ReadLogFacts, KeepsToTheLatestProcessingOfTheRun) {
+TEST(LogBook, KeepsToTheLatestProcessingOfTheRun) {
   const TemporaryDirectory directory;
   const std::string start = "[Tarvek] <INFO> - Start to process ";
   const std::string warning = "[Tarvek] <WARN> - Cannot find precursor information for scan ";
@@ -269,14 +277,14 @@ TEST(ReadLogFacts, KeepsToTheLatestProcessingOfTheRun) {
                 warning + "17.\n" + warning + "19.\n" + start + "out/a.pf1\n" +  // the latest
                 start + "in/b.ms1\n" + warning + "5.\n" +                        // another run
                 "[Tarvek] <INFO> - 11: isolation_width = 1.000000\n" + start + "in/c.ms1\n");
-  const LogFacts facts = ReadLogFacts(directory / "log.txt", "a");
+  const LogFacts facts = FactsOf(directory / "log.txt", "a");
   EXPECT_TRUE(facts.m_has_run);
   EXPECT_EQ(facts.m_isolation_width, 4.0);
   EXPECT_THAT(facts.m_without_precursor, ElementsAre(17, 19));
-  EXPECT_FALSE(ReadLogFacts(directory / "log.txt", "d").m_has_run);
+  EXPECT_FALSE(FactsOf(directory / "log.txt", "d").m_has_run);
 }
 
-TEST(ReadLogFacts, TellsApartRunsWhoseNamesGoOnBehindAPoint) {
+TEST(LogBook, TellsApartRunsWhoseNamesGoOnBehindAPoint) {
   const TemporaryDirectory directory;
   const std::string start = "[Tarvek] <INFO> - Start to process ";
   const std::string warning = "[Tarvek] <WARN> - Cannot find precursor information for scan ";
@@ -285,19 +293,34 @@ TEST(ReadLogFacts, TellsApartRunsWhoseNamesGoOnBehindAPoint) {
                 "3.\n" + "[Tarvek] <INFO> - 11: isolation_width = 4.000000\n" + start +
                 "in/a.2.ms1\n" + warning + "17.\n" + start + "in/a.mzml.ms1\n" + start +
                 "in/a.2.raw.msb\n" + warning + "18.\n");
-  const LogFacts facts = ReadLogFacts(directory / "log.txt", "a");
+  const LogFacts facts = FactsOf(directory / "log.txt", "a");
   EXPECT_EQ(facts.m_isolation_width, 2.0);
   EXPECT_THAT(facts.m_without_precursor, ElementsAre(3));
-  EXPECT_THAT(ReadLogFacts(directory / "log.txt", "a.2").m_without_precursor, ElementsAre(18));
+  EXPECT_THAT(FactsOf(directory / "log.txt", "a.2").m_without_precursor, ElementsAre(18));
 }
 
-TEST(ReadLogFacts, KnowsARunByItsBinaryInput) {
+TEST(LogBook, ReadsALogOnce) {
+  const TemporaryDirectory directory;
+  RunFiles files;
+  files.m_log = directory / "log.txt";
+  WriteFile(files.m_log,
+            "[Tarvek] <INFO> - Start to process a.ms1\n[Tarvek] <INFO> - Start to process b.ms1\n");
+  LogBook logs;
+  files.m_name = "a";
+  EXPECT_TRUE(logs.FactsOf(files).m_has_run);
+  std::filesystem::remove(files.m_log);
+  files.m_name = "b";
+  EXPECT_TRUE(logs.FactsOf(files).m_has_run);
+  EXPECT_FALSE(LogBook().FactsOf(RunFiles{}).m_has_run);
+}
+
+TEST(LogBook, KnowsARunByItsBinaryInput) {
   const TemporaryDirectory directory;
   WriteFile(directory / "log.txt",
             "[Tarvek] <INFO> - 11: isolation_width = 3.000000\n"
             "[Tarvek] <INFO> - Start to process out/a.mzml.msb\n"
             "[Tarvek] <INFO> - Start to process out/a.mzml.mscsv\n");
-  EXPECT_EQ(ReadLogFacts(directory / "log.txt", "a").m_isolation_width, 3.0);
+  EXPECT_EQ(FactsOf(directory / "log.txt", "a").m_isolation_width, 3.0);
 }
 
 TEST(ReadTextInput, SaysWhatEachScanDeclares) {
