@@ -1,9 +1,11 @@
 #include "ReportFindings.h"
 
-#include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <numeric>
+#include <optional>
+#include <string_view>
 
 #include "ReportSvg.h"
 
@@ -36,212 +38,221 @@ std::string PercentText(std::int64_t part, std::int64_t whole) {
 }
 std::string CountText(std::int64_t count) { return GroupedNumber(static_cast<double>(count), 0); }
 
-Verdict LookIf(bool is_unusual, std::int64_t scans) {
-  return is_unusual && scans >= kScansToJudge ? Verdict::kLook : Verdict::kUsual;
-}
+/// What a run shows in a picture.
+struct Judgement {
+  std::string m_seen;
+  bool m_is_unusual = false;
+  std::int64_t m_scans = 0;  // that were judged
+};
 
-ReportFinding PrecursorsFinding(const RunReport& report) {
-  ReportFinding finding{
-      "precursors",
-      "Precursors per scan",
-      Verdict::kNoData,
-      "The table holds no scans.",
-      "One to four precursors in most scans; a wider isolation window holds more of them.",
-      "Many scans with more than six: the isolation width (-W) is set wider than the instrument "
-      "isolated, or the score threshold (-t) is too low. One in nearly every scan: co-eluting "
-      "precursors are switched off (-C 0)."};
-  if (report.m_scans == 0) return finding;
+/// Nothing when there are no data.
+using Judge = std::optional<Judgement> (*)(const RunReport& report);
+
+std::optional<Judgement> JudgePrecursors(const RunReport& report) {
+  if (report.m_scans == 0) return std::nullopt;
   const double mean =
       static_cast<double>(report.m_precursors) / static_cast<double>(report.m_scans);
   const std::int64_t singles = report.m_by_count[1];
   const std::int64_t many =
       std::accumulate(report.m_by_count.begin() + 7, report.m_by_count.end(), std::int64_t{0});
-  finding.m_seen = GroupedNumber(mean, 2) + " precursors per scan; " +
-                   PercentText(singles, report.m_scans) + " of " + CountText(report.m_scans) +
-                   " scans hold one, " + PercentText(many, report.m_scans) + " more than six.";
-  const bool is_unusual =
-      mean > kMostPrecursorsPerScan || Share(singles, report.m_scans) > kMostSingles;
-  finding.m_verdict = LookIf(is_unusual, report.m_scans);
-  return finding;
+  return Judgement{GroupedNumber(mean, 2) + " precursors per scan; " +
+                       PercentText(singles, report.m_scans) + " of " + CountText(report.m_scans) +
+                       " scans hold one, " + PercentText(many, report.m_scans) + " more than six.",
+                   mean > kMostPrecursorsPerScan || Share(singles, report.m_scans) > kMostSingles,
+                   report.m_scans};
 }
 
-ReportFinding IsotopesFinding(const RunReport& report) {
-  ReportFinding finding{
-      "isotopes",
-      "Monoisotopic peak against the declared one",
-      Verdict::kNoData,
-      "No scan declares a precursor with m/z and charge.",
-      "0 is the highest bar. Instruments often declare a heavier isotope, so a tenth to a half of "
-      "the scans at \u22121 to \u22123 is common and is what was corrected; few are above 0.",
-      "More below 0 than at 0: the instrument's monoisotopic selection was off, so search with the "
-      "determined precursors alone. Many not found or kept: the declared values belong to other "
-      "scans (check the converter), charges lie outside -c, or surveys are missing around the "
-      "scans."};
+std::optional<Judgement> JudgeIsotopes(const RunReport& report) {
   const std::int64_t matched = MatchedScans(report);
   const std::int64_t declared = matched + report.m_unmatched + report.m_kept;
-  if (declared == 0) return finding;
+  if (declared == 0) return std::nullopt;
   std::int64_t below = 0;
   std::int64_t above = 0;
   for (int shift = 1; shift <= kMaxShift; ++shift) {
     below += report.m_by_shift[ShiftPlace(-shift)];
     above += report.m_by_shift[ShiftPlace(shift)];
   }
-  finding.m_seen = PercentText(report.m_by_shift[ShiftPlace(0)], declared) +
-                   " at the declared isotope, " + PercentText(below, declared) + " below it, " +
-                   PercentText(above, declared) + " above it; " +
-                   PercentText(report.m_unmatched, declared) + " not found near it, " +
-                   PercentText(report.m_kept, declared) + " kept as declared.";
-  const bool is_unusual = Share(below + above, std::max<std::int64_t>(matched, 1)) > kMostMoved ||
-                          Share(report.m_unmatched + report.m_kept, declared) > kMostUnmatched;
-  finding.m_verdict = LookIf(is_unusual, declared);
-  return finding;
+  return Judgement{PercentText(report.m_by_shift[ShiftPlace(0)], declared) +
+                       " at the declared isotope, " + PercentText(below, declared) + " below it, " +
+                       PercentText(above, declared) + " above it; " +
+                       PercentText(report.m_unmatched, declared) + " not found near it, " +
+                       PercentText(report.m_kept, declared) + " kept as declared.",
+                   Share(below + above, matched) > kMostMoved ||
+                       Share(report.m_unmatched + report.m_kept, declared) > kMostUnmatched,
+                   declared};
 }
 
-ReportFinding ChargesFinding(const RunReport& report) {
-  ReportFinding finding{
-      "charges",
-      "Declared against determined charge",
-      Verdict::kNoData,
-      "No declared precursor has a determined one beside it.",
-      "Nearly all scans lie on the diagonal. Converters write 2 where the instrument knew no "
-      "charge, "
-      "so a declared 2 moves more often than others.",
-      "Whole rows off the diagonal: the declared charges are placeholders (allow for it in the "
-      "search) or the charge range (-c) leaves out the true one. A full column \u201cnone\u201d: "
-      "see "
-      "the picture of the isotopes."};
+std::optional<Judgement> JudgeCharges(const RunReport& report) {
   std::int64_t same = 0;
   for (const auto& [charges, scans] : report.m_charges)
     if (charges.first == charges.second) same += scans;
   const std::int64_t matched = MatchedScans(report);
-  if (matched == 0) return finding;
-  finding.m_seen =
+  if (matched == 0) return std::nullopt;
+  return Judgement{
       PercentText(same, matched) + " of " + CountText(matched) +
-      " scans keep the declared charge; with another one: " + CountText(matched - same) + ".";
-  finding.m_verdict = LookIf(Share(same, matched) < kLeastSameCharge, matched);
-  return finding;
+          " scans keep the declared charge; with another one: " + CountText(matched - same) + ".",
+      Share(same, matched) < kLeastSameCharge, matched};
 }
 
-ReportFinding PpmFinding(const RunReport& report) {
-  ReportFinding finding{
-      "ppm",
-      "m/z difference over retention time",
-      Verdict::kNoData,
-      "No precursor was determined at its declared isotope, or no times are known.",
-      "A level cloud around 0, most of it within a few ppm; the line is the running median.",
-      "A level cloud away from 0: the instrument's declared values and its surveys disagree; check "
-      "the calibration. A slope or a step: the calibration drifted, so search with a wider "
-      "precursor "
-      "tolerance or recalibrate. A cloud as high as the picture: the declared m/z are rounded or "
-      "come from another source."};
-  if (report.m_ppm.empty() || !report.m_median_ppm || !report.m_absolute_ppm_95) return finding;
-  finding.m_seen = "Median " + GroupedNumber(*report.m_median_ppm, 2) + " ppm; 95 % within " +
-                   GroupedNumber(*report.m_absolute_ppm_95, 1) + " ppm (" +
-                   CountText(static_cast<std::int64_t>(report.m_ppm.size())) +
-                   " scans at the declared isotope and charge).";
-  const bool is_unusual = std::fabs(*report.m_median_ppm) > kLargestMedianPpm ||
-                          *report.m_absolute_ppm_95 > kLargestPpm95OfTol * report.m_tol_ppm;
-  finding.m_verdict = LookIf(is_unusual, static_cast<std::int64_t>(report.m_ppm.size()));
-  return finding;
+std::optional<Judgement> JudgePpm(const RunReport& report) {
+  if (report.m_ppm.empty() || !report.m_median_ppm || !report.m_absolute_ppm_95)
+    return std::nullopt;
+  const auto scans = static_cast<std::int64_t>(report.m_ppm.size());
+  return Judgement{"Median " + GroupedNumber(*report.m_median_ppm, 2) + " ppm; 95 % within " +
+                       GroupedNumber(*report.m_absolute_ppm_95, 1) + " ppm (" + CountText(scans) +
+                       " scans at the declared isotope and charge).",
+                   std::fabs(*report.m_median_ppm) > kLargestMedianPpm ||
+                       *report.m_absolute_ppm_95 > kLargestPpm95OfTol * report.m_tol_ppm,
+                   scans};
 }
 
-ReportFinding PurityFinding(const RunReport& report) {
-  ReportFinding finding{
-      "purity",
-      "Isolation purity",
-      Verdict::kNoData,
-      report.m_surveys.empty() ? "No .pf1 or .ms1 file: the surveys are unknown."
-                               : "No isolation window holds current in its survey.",
-      "The main precursor has half of the current or more in most windows of 2 m/z or less; all "
-      "determined precursors together explain well over half.",
-      "A low main share: many spectra are chimeric, so isolate more narrowly or use a longer "
-      "gradient, and let the search use all precursors of a scan. A low share of all together: "
-      "noise "
-      "or a wrong isolation width; check -W."};
+std::optional<Judgement> JudgePurity(const RunReport& report) {
   if (report.m_windows == 0 || !report.m_median_main_share || !report.m_median_all_share)
-    return finding;
-  finding.m_seen = "In the survey before the scan, half of the windows hold " +
-                   PercentText(*report.m_median_main_share) +
-                   " or more of the main precursor and " + PercentText(*report.m_median_all_share) +
-                   " or more of all together";
+    return std::nullopt;
+  std::string seen = "In the survey before the scan, half of the windows hold " +
+                     PercentText(*report.m_median_main_share) +
+                     " or more of the main precursor and " +
+                     PercentText(*report.m_median_all_share) + " or more of all together";
   if (report.m_empty_windows > 0)
-    finding.m_seen += "; windows without a peak: " + CountText(report.m_empty_windows);
-  finding.m_seen += ".";
-  const bool is_unusual =
-      *report.m_median_main_share < kLeastMainShare || *report.m_median_all_share < kLeastAllShare;
-  finding.m_verdict = LookIf(is_unusual, report.m_windows);
-  return finding;
+    seen += "; windows without a peak: " + CountText(report.m_empty_windows);
+  return Judgement{
+      seen + ".",
+      *report.m_median_main_share < kLeastMainShare || *report.m_median_all_share < kLeastAllShare,
+      report.m_windows};
 }
 
-// The longest time between two neighbouring MS2 scans, and where it begins.
-TimedValue LongestPause(const RunReport& report) {
-  TimedValue pause;
+// The longest time between two neighbouring MS2 scans, and where it begins; nothing for less than
+// two.
+std::optional<TimedValue> LongestPause(const RunReport& report) {
   const auto& times = report.m_ms2_times_s;
+  if (times.size() < 2) return std::nullopt;
+  TimedValue pause;
   for (std::size_t i = 1; i < times.size(); ++i)
     if (times[i] - times[i - 1] > pause.m_value) pause = {times[i - 1], times[i] - times[i - 1]};
   return pause;
 }
 
-ReportFinding CurrentFinding(const RunReport& report) {
-  ReportFinding finding{
-      "current",
-      "Total ion current with its MS2 scans",
-      Verdict::kNoData,
-      "No .pf1 or .ms1 file: the surveys are unknown.",
-      "The current rises and falls smoothly over the gradient; MS2 scans come where there is "
-      "current, at a steady rate.",
-      "Current that drops to nothing in between: spray or injection failed. Current without MS2 "
-      "scans: the trigger threshold or the exclusion list was too strict, or scans were left out "
-      "(see "
-      "below). MS2 scans without current: noise was fragmented."};
-  if (report.m_surveys.empty()) return finding;
-  finding.m_seen = CountText(static_cast<std::int64_t>(report.m_surveys.size())) + " surveys and " +
-                   CountText(report.m_scans) + " MS2 scans";
+std::optional<Judgement> JudgeCurrent(const RunReport& report) {
+  if (report.m_surveys.empty()) return std::nullopt;
+  std::string seen = CountText(static_cast<std::int64_t>(report.m_surveys.size())) +
+                     " surveys and " + CountText(report.m_scans) + " MS2 scans";
   if (report.m_median_ms2_peaks)
-    finding.m_seen += " of " + GroupedNumber(*report.m_median_ms2_peaks, 0) + " peaks (median)";
-  const TimedValue pause = LongestPause(report);
-  const bool has_times = report.m_ms2_times_s.size() > 1;
-  if (has_times)
-    finding.m_seen += "; the longest pause between MS2 scans is " +
-                      GroupedNumber(pause.m_value, 1) + " s, from minute " +
-                      GroupedNumber(pause.m_rt_s / 60.0, 2) + " on";
-  finding.m_seen += ".";
+    seen += " of " + GroupedNumber(*report.m_median_ms2_peaks, 0) + " peaks (median)";
+  const auto pause = LongestPause(report);
+  if (pause)
+    seen += "; the longest pause between MS2 scans is " + GroupedNumber(pause->m_value, 1) +
+            " s, from minute " + GroupedNumber(pause->m_rt_s / 60.0, 2) + " on";
   const bool is_unusual =
-      has_times && pause.m_value > kShortestPauseSeconds &&
-      pause.m_value > kLongestPause * (report.m_ms2_times_s.back() - report.m_ms2_times_s.front());
-  finding.m_verdict = LookIf(is_unusual, report.m_scans);
-  return finding;
+      pause && pause->m_value > kShortestPauseSeconds &&
+      pause->m_value > kLongestPause * (report.m_ms2_times_s.back() - report.m_ms2_times_s.front());
+  return Judgement{seen + ".", is_unusual, report.m_scans};
 }
 
-ReportFinding LeftOutFinding(const RunReport& report) {
-  ReportFinding finding{
-      "left-out",
-      "Scans left out",
-      Verdict::kNoData,
-      "Neither the input (.ms2 or .mscsv beside the outputs, or --input) nor the numbers of the "
-      "surveys (.pf1) are there.",
-      "None, or a few spread over the run.",
-      "All of one kind: the activation or analyser is not one that tarvek processes, which the "
-      "table "
-      "below names. In one stretch: surveys or peaks are missing there. Without a usable "
-      "precursor: "
-      "the converter wrote none; start from mzML."};
+std::optional<Judgement> JudgeLeftOut(const RunReport& report) {
   const auto share = LeftOutShare(report);
-  if (!share) return finding;
-  finding.m_seen = report.m_left_out_count == 0 ? "No scan was left out"
-                                                : CountText(report.m_left_out_count) + " scans (" +
-                                                      PercentText(*share) + ") were left out";
-  finding.m_seen += ", judged by " + report.m_left_out_source + ".";
-  finding.m_verdict = *share > kMostLeftOut ? Verdict::kLook : Verdict::kUsual;
+  if (!share) return std::nullopt;
+  const std::string seen = report.m_left_out_count == 0
+                               ? "No scan was left out"
+                               : CountText(report.m_left_out_count) + " scans (" +
+                                     PercentText(*share) + ") were left out";
+  // Few scans are judged too: that they are few may be what is wrong.
+  return Judgement{seen + ", judged by " + report.m_left_out_source + ".", *share > kMostLeftOut,
+                   kScansToJudge};
+}
+
+struct FindingTexts {
+  std::string_view m_id;
+  std::string_view m_title;
+  std::string_view m_no_data;
+  std::string_view m_normal;
+  std::string_view m_otherwise;
+  Judge m_judge;
+};
+
+constexpr std::string_view kNoSurveys = "No .pf1 or .ms1 file: the surveys are unknown.";
+
+// clang-format off
+constexpr std::array<FindingTexts, 7> kFindings = {{
+    {"precursors", "Precursors per scan",
+     "The table holds no scans.",
+     "One to four precursors in most scans; a wider isolation window holds more of them.",
+     "Many scans with more than six: the isolation width (-W) is set wider than the instrument "
+     "isolated, or the score threshold (-t) is too low. One in nearly every scan: co-eluting "
+     "precursors are switched off (-C 0).",
+     JudgePrecursors},
+    {"isotopes", "Monoisotopic peak against the declared one",
+     "No scan declares a precursor with m/z and charge.",
+     "0 is the highest bar. Instruments often declare a heavier isotope, so a tenth to a half of "
+     "the scans at \u22121 to \u22123 is common and is what was corrected; few are above 0.",
+     "More below 0 than at 0: the instrument's monoisotopic selection was off, so search with the "
+     "determined precursors alone. Many not found or kept: the declared values belong to other "
+     "scans (check the converter), charges lie outside -c, or surveys are missing around the "
+     "scans.",
+     JudgeIsotopes},
+    {"charges", "Declared against determined charge",
+     "No declared precursor has a determined one beside it.",
+     "Nearly all scans lie on the diagonal. Converters write 2 where the instrument knew no "
+     "charge, so a declared 2 moves more often than others.",
+     "Whole rows off the diagonal: the declared charges are placeholders (allow for it in the "
+     "search) or the charge range (-c) leaves out the true one. A full column \u201cnone\u201d: "
+     "see the picture of the isotopes.",
+     JudgeCharges},
+    {"ppm", "m/z difference over retention time",
+     "No precursor was determined at its declared isotope, or no times are known.",
+     "A level cloud around 0, most of it within a few ppm; the line is the running median.",
+     "A level cloud away from 0: the instrument's declared values and its surveys disagree; check "
+     "the calibration. A slope or a step: the calibration drifted, so search with a wider "
+     "precursor tolerance or recalibrate. A cloud as high as the picture: the declared m/z are "
+     "rounded or come from another source.",
+     JudgePpm},
+    {"purity", "Isolation purity",
+     "No isolation window holds current in its survey.",
+     "The main precursor has half of the current or more in most windows of 2 m/z or less; all "
+     "determined precursors together explain well over half.",
+     "A low main share: many spectra are chimeric, so isolate more narrowly or use a longer "
+     "gradient, and let the search use all precursors of a scan. A low share of all together: "
+     "noise or a wrong isolation width; check -W.",
+     JudgePurity},
+    {"current", "Total ion current with its MS2 scans",
+     kNoSurveys,
+     "The current rises and falls smoothly over the gradient; MS2 scans come where there is "
+     "current, at a steady rate.",
+     "Current that drops to nothing in between: spray or injection failed. Current without MS2 "
+     "scans: the trigger threshold or the exclusion list was too strict, or scans were left out "
+     "(see below). MS2 scans without current: noise was fragmented.",
+     JudgeCurrent},
+    {"left-out", "Scans left out",
+     "Neither the input (.ms2 or .mscsv beside the outputs, or --input) nor the numbers of the "
+     "surveys (.pf1) are there.",
+     "None, or a few spread over the run.",
+     "All of one kind: the activation or analyser is not one that tarvek processes, which the "
+     "table below names. In one stretch: surveys or peaks are missing there. Without a usable "
+     "precursor: the converter wrote none; start from mzML.",
+     JudgeLeftOut},
+}};
+// clang-format on
+
+ReportFinding FindingOf(const FindingTexts& texts, const RunReport& report) {
+  ReportFinding finding{
+      std::string(texts.m_id),      std::string(texts.m_title),  Verdict::kNoData,
+      std::string(texts.m_no_data), std::string(texts.m_normal), std::string(texts.m_otherwise)};
+  const auto judgement = texts.m_judge(report);
+  if (judgement) {
+    finding.m_seen = judgement->m_seen;
+    const bool asks_for_a_look = judgement->m_is_unusual && judgement->m_scans >= kScansToJudge;
+    finding.m_verdict = asks_for_a_look ? Verdict::kLook : Verdict::kUsual;
+  } else if (texts.m_judge == JudgePurity && report.m_surveys.empty()) {
+    finding.m_seen = kNoSurveys;
+  }
   return finding;
 }
 
 }  // namespace
 
 std::vector<ReportFinding> ReportFindings(const RunReport& report) {
-  return {PrecursorsFinding(report), IsotopesFinding(report), ChargesFinding(report),
-          PpmFinding(report),        PurityFinding(report),   CurrentFinding(report),
-          LeftOutFinding(report)};
+  std::vector<ReportFinding> findings;
+  for (const FindingTexts& texts : kFindings) findings.push_back(FindingOf(texts, report));
+  return findings;
 }
 
 std::string VerdictWord(Verdict verdict) {
