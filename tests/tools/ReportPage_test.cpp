@@ -48,6 +48,13 @@ RunReport LargeReport() {
   return report;
 }
 
+/// Scans over 1000 seconds, 50 apart but for one pause.
+std::vector<double> SteadyTimes(double pause_s) {
+  std::vector<double> times = {0.0, pause_s};
+  for (double rt_s = 150.0; rt_s <= 1000.0; rt_s += 50.0) times.push_back(rt_s);
+  return times;
+}
+
 Verdict VerdictOf(const RunReport& report, const std::string& id) {
   for (const ReportFinding& finding : ReportFindings(report))
     if (finding.m_id == id) return finding.m_verdict;
@@ -149,6 +156,77 @@ TEST(ReportFindings, AskForALookWhereALimitIsPassed) {
   EXPECT_EQ(VerdictOf(report, "current"), Verdict::kLook);
   EXPECT_EQ(VerdictOf(report, "left-out"), Verdict::kUsual);
 }
+
+/// A run of which one figure lies just inside a limit, and just outside it.
+struct LimitCase {
+  const char* m_name;
+  const char* m_finding;
+  void (*m_inside)(RunReport& report);
+  void (*m_outside)(RunReport& report);
+};
+class FindingLimit : public testing::TestWithParam<LimitCase> {};
+
+TEST_P(FindingLimit, IsUsualAtTheLimitAndNotBeyondIt) {
+  RunReport report = LargeReport();
+  GetParam().m_inside(report);
+  EXPECT_EQ(VerdictOf(report, GetParam().m_finding), Verdict::kUsual);
+  GetParam().m_outside(report);
+  EXPECT_EQ(VerdictOf(report, GetParam().m_finding), Verdict::kLook);
+}
+
+// The limits are those of docs/report.md; the run has 100000 scans, 90000 of them at the declared
+// isotope and 10000 one below.
+INSTANTIATE_TEST_SUITE_P(
+    OfTheDocument, FindingLimit,
+    testing::Values(
+        LimitCase{"mean", "precursors", [](RunReport& r) { r.m_precursors = 600000; },
+                  [](RunReport& r) { r.m_precursors = 600001; }},
+        LimitCase{"singles", "precursors", [](RunReport& r) { r.m_by_count[1] = 95000; },
+                  [](RunReport& r) { r.m_by_count[1] = 95001; }},
+        LimitCase{"moved", "isotopes",
+                  [](RunReport& r) { r.m_by_shift = {0, 0, 40000, 50000, 10000, 0, 0}; },
+                  [](RunReport& r) { r.m_by_shift = {0, 0, 40001, 49999, 10000, 0, 0}; }},
+        LimitCase{"unmatched", "isotopes",
+                  [](RunReport& r) {  // 40 of 100, not found and kept together
+                    r.m_by_shift = {0, 0, 0, 60000, 0, 0, 0};
+                    r.m_unmatched = 30000;
+                    r.m_kept = 10000;
+                  },
+                  [](RunReport& r) { r.m_kept = 10001; }},
+        LimitCase{"charges", "charges",
+                  [](RunReport& r) {
+                    r.m_charges = {{{2, 2}, 80000}, {{2, 3}, 20000}};
+                  },
+                  [](RunReport& r) {
+                    r.m_charges = {{{2, 2}, 79999}, {{2, 3}, 20001}};
+                  }},
+        LimitCase{"median_above", "ppm", [](RunReport& r) { r.m_median_ppm = 5.0; },
+                  [](RunReport& r) { r.m_median_ppm = 5.01; }},
+        LimitCase{"median_below", "ppm", [](RunReport& r) { r.m_median_ppm = -5.0; },
+                  [](RunReport& r) { r.m_median_ppm = -5.01; }},
+        LimitCase{"spread", "ppm", [](RunReport& r) { r.m_absolute_ppm_95 = 15.0; },  // 20 ppm
+                  [](RunReport& r) { r.m_absolute_ppm_95 = 15.01; }},
+        LimitCase{"main_share", "purity", [](RunReport& r) { r.m_median_main_share = 0.3; },
+                  [](RunReport& r) { r.m_median_main_share = 0.299; }},
+        LimitCase{"all_share", "purity", [](RunReport& r) { r.m_median_all_share = 0.5; },
+                  [](RunReport& r) { r.m_median_all_share = 0.499; }},
+        LimitCase{"pause_seconds", "current",  // nearly all of the run, but a minute
+                  [](RunReport& r) {
+                    r.m_ms2_times_s = {0.0, 1.0, 61.0};
+                  },
+                  [](RunReport& r) {
+                    r.m_ms2_times_s = {0.0, 1.0, 61.5};
+                  }},
+        LimitCase{"pause_share", "current",  // more than a minute, but a tenth of the run
+                  [](RunReport& r) { r.m_ms2_times_s = SteadyTimes(100.0); },
+                  [](RunReport& r) { r.m_ms2_times_s = SteadyTimes(101.0); }},
+        LimitCase{"left_out", "left-out",
+                  [](RunReport& r) {
+                    r.m_left_out_count = 5000;
+                    r.m_scans = 95000;
+                  },
+                  [](RunReport& r) { r.m_left_out_count = 5001; }}),
+    [](const auto& limit) { return std::string(limit.param.m_name); });
 
 TEST(ReportFindings, DoNotJudgeAFewScans) {
   RunReport report;
