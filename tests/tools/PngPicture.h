@@ -1,6 +1,6 @@
 // tests/tools/PngPicture.h: the pixels of a screenshot.
-// Does:     decodes PNG of 8 bits a channel, RGB with or without alpha, not interlaced.
-// Throws:   std::runtime_error for any other file.
+// Does:     decodes PNG by libpng, without alpha.
+// Throws:   std::runtime_error for any other file and for a damaged one.
 #pragma once
 
 #include <cstdint>
