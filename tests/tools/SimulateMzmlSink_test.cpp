@@ -12,7 +12,6 @@
 #include <string_view>
 #include <vector>
 
-#include "Encoding.h"
 #include "SimulateAcquisition.h"
 #include "SimulateTextSink.h"
 #include "TestSupport.h"
@@ -170,13 +169,6 @@ TEST(MzmlSink, IndexesTheFirstByteOfEverySpectrumByItsId) {
 TEST(MzmlSink, StatesWhereTheIndexStarts) {
   const std::string offset = Between(ShortMzml(), "<indexListOffset>", "<");
   EXPECT_EQ(ShortMzml().substr(std::stoul(offset), 11), "<indexList ");
-}
-TEST(MzmlSink, StatesTheSha1OfAllThatComesBefore) {
-  constexpr std::string_view kTag = "<fileChecksum>";
-  const std::size_t end = ShortMzml().find(kTag) + kTag.size();
-  Sha1 sha1;
-  sha1.Take(std::string_view(ShortMzml()).substr(0, end));
-  EXPECT_EQ(Between(ShortMzml(), kTag, "<"), sha1.Hex());
 }
 TEST(MzmlSink, TheSameSeedWritesTheSameBytes) { EXPECT_TRUE(MzmlOf(ShortRun()) == ShortMzml()); }
 
