@@ -234,12 +234,11 @@ std::vector<InputScan> ReadTableInput(const std::string& mscsv_path) {
   const QuietLibrary quiet;
   const ScanTable table = LoadScanTable(mscsv_path);
   std::vector<InputScan> scans;
-  for (std::size_t number = 1; number < table.Size(); ++number) {
-    const ScanTableEntry* entry = table.Find(static_cast<std::int32_t>(number));
-    if (entry == nullptr || entry->m_scan_no == 0 || entry->m_precursor_scan == -1) continue;
-    scans.push_back({entry->m_scan_no, entry->m_precursor_scan, entry->m_activation_center,
-                     entry->m_rt, entry->m_activation_type, entry->m_instrument_type,
-                     UsableOf({{entry->m_mono_mz, entry->m_lower_charge}})});
+  for (const ScanTableEntry& entry : table.Rows()) {
+    if (entry.m_scan_no == 0 || entry.m_precursor_scan == -1) continue;
+    scans.push_back({entry.m_scan_no, entry.m_precursor_scan, entry.m_activation_center, entry.m_rt,
+                     entry.m_activation_type, entry.m_instrument_type,
+                     UsableOf({{entry.m_mono_mz, entry.m_lower_charge}})});
   }
   return scans;
 }

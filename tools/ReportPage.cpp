@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string_view>
 
 #include "NumberText.h"
@@ -210,12 +211,6 @@ std::vector<double> ValuesOf(std::span<const BatchRun> runs, std::size_t figure)
   return values;
 }
 
-double LargestSize(const std::vector<double>& values) {
-  double largest = 0.0;
-  for (const double value : values) largest = std::max(largest, std::fabs(value));
-  return largest;
-}
-
 // A smaller one is no news, however alike the runs are.
 double LeastDeviation(const KeyFigure& figure, double median) {
   if (figure.m_unit == "%") return kLeastPercentDeviation;
@@ -223,15 +218,36 @@ double LeastDeviation(const KeyFigure& figure, double median) {
   return kLeastDeviation * std::fabs(median);
 }
 
-std::string FigureCell(std::span<const BatchRun> runs, std::size_t run, std::size_t figure) {
-  const KeyFigure& shown = runs[run].m_figures[figure];
-  const bool stands_out = StandsOut(runs, run, figure);
-  std::string html = stands_out ? "<td class=\"number out\">\u25b2 " : "<td class=\"number\">";
+/// What one figure is in all runs of a batch.
+struct FigureScale {
+  double m_largest = 0.0;  // without sign
+  double m_median = 0.0;
+  double m_reach = std::numeric_limits<double>::infinity();  // farther from the median stands out
+};
+
+FigureScale ScaleOf(std::span<const BatchRun> runs, const KeyFigure& named, std::size_t figure) {
+  std::vector<double> values = ValuesOf(runs, figure);
+  FigureScale scale;
+  for (const double value : values) scale.m_largest = std::max(scale.m_largest, std::fabs(value));
+  if (values.size() < kRunsToCompare) return scale;
+  scale.m_median = *Median(values);
+  for (double& value : values) value = std::fabs(value - scale.m_median);
+  scale.m_reach = kOutlierLimit * std::max(kNormalScale * *Median(std::move(values)),
+                                           LeastDeviation(named, scale.m_median));
+  return scale;
+}
+
+bool IsFar(const KeyFigure& figure, const FigureScale& scale) {
+  return figure.m_value && std::fabs(*figure.m_value - scale.m_median) > scale.m_reach;
+}
+
+std::string FigureCell(const KeyFigure& shown, const FigureScale& scale) {
+  std::string html =
+      IsFar(shown, scale) ? "<td class=\"number out\">\u25b2 " : "<td class=\"number\">";
   html += Escaped(FigureText(shown));
-  const double largest = LargestSize(ValuesOf(runs, figure));
-  if (shown.m_value && largest > 0.0)
+  if (shown.m_value && scale.m_largest > 0.0)
     html += "<span class=\"bar\" style=\"width:" +
-            std::to_string(std::lround(100.0 * std::fabs(*shown.m_value) / largest)) +
+            std::to_string(std::lround(100.0 * std::fabs(*shown.m_value) / scale.m_largest)) +
             "%\"></span>";
   return html + "</td>";
 }
@@ -246,19 +262,18 @@ std::string LooksOf(const BatchRun& run) {
   return html.empty() ? Badge(Verdict::kUsual) : html;
 }
 
-std::string BatchRow(std::span<const BatchRun> runs, std::size_t run) {
-  const BatchRun& shown = runs[run];
+std::string BatchRow(const BatchRun& shown, std::span<const FigureScale> scales) {
   std::string html = "<tr><td class=\"name\">";
   html += shown.m_page.empty()
               ? Escaped(shown.m_name)
               : "<a href=\"" + UrlOf(shown.m_page) + "\">" + Escaped(shown.m_name) + "</a>";
   html += "</td>";
   if (shown.m_page.empty())
-    return html + "<td colspan=\"" + std::to_string(KeyFigures({}).size() + 1) + "\">" +
+    return html + "<td colspan=\"" + std::to_string(scales.size() + 1) + "\">" +
            "<span class=\"badge look\">\u25b2 no report</span> " + Escaped(shown.m_error) +
            "</td></tr>\n";
-  for (std::size_t figure = 0; figure < shown.m_figures.size(); ++figure)
-    html += FigureCell(runs, run, figure);
+  for (std::size_t figure = 0; figure < scales.size(); ++figure)
+    html += FigureCell(shown.m_figures[figure], scales[figure]);
   html += "<td>" + LooksOf(shown);
   return html + "</td></tr>\n";
 }
@@ -267,10 +282,13 @@ std::string BatchTable(std::span<const BatchRun> runs) {
   std::string html =
       "<section class=\"section\"><h2>The runs</h2>\n<div class=\"wide\"><table>\n<thead><tr>"
       "<th>run</th>";
-  for (const KeyFigure& figure : KeyFigures({}))
+  std::vector<FigureScale> scales;
+  for (const KeyFigure& figure : KeyFigures({})) {
     html += "<th class=\"number\">" + Escaped(figure.m_label) + "</th>";
+    scales.push_back(ScaleOf(runs, figure, scales.size()));
+  }
   html += "<th>worth a look</th></tr></thead>\n<tbody>\n";
-  for (std::size_t run = 0; run < runs.size(); ++run) html += BatchRow(runs, run);
+  for (const BatchRun& run : runs) html += BatchRow(run, scales);
   return html + "</tbody></table></div></section>\n";
 }
 
@@ -331,14 +349,9 @@ BatchRun BatchRunOf(const RunReport& report, const std::string& page) {
 }
 
 bool StandsOut(std::span<const BatchRun> runs, std::size_t run, std::size_t figure) {
-  std::vector<double> values = ValuesOf(runs, figure);
-  if (values.size() < kRunsToCompare || !runs[run].m_figures[figure].m_value) return false;
-  const double median = *Median(values);
-  for (double& value : values) value = std::fabs(value - median);
-  const double deviation =
-      std::max(kNormalScale * *Median(values), LeastDeviation(runs[run].m_figures[figure], median));
-  const double distance = std::fabs(*runs[run].m_figures[figure].m_value - median);
-  return distance > kOutlierLimit * deviation && distance > 0.0;
+  if (run >= runs.size() || figure >= runs[run].m_figures.size()) return false;
+  const KeyFigure& shown = runs[run].m_figures[figure];
+  return IsFar(shown, ScaleOf(runs, shown, figure));
 }
 
 std::string FigureText(const KeyFigure& figure) {

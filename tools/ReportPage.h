@@ -31,7 +31,7 @@ BatchRun BatchRunOf(const RunReport& report, const std::string& page);
 
 /// Whether the figure lies far from those of the other runs: more than 3.5 times the scaled median
 /// absolute deviation, which counts as at least 2 % of the median, 1 % for per cents and 0.3 ppm.
-/// Never among fewer than five.
+/// Never among fewer than five, nor for a run without this figure.
 bool StandsOut(std::span<const BatchRun> runs, std::size_t run, std::size_t figure);
 
 /// A figure with its decimals and unit; a dash when it is not known.

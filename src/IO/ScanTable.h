@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -27,6 +28,9 @@ class ScanTable {
 
   /// One more than the largest scan number; 0 without rows.
   [[nodiscard]] std::size_t Size() const noexcept;
+
+  /// All rows of the table, ascending by scan number; borrows from this.
+  [[nodiscard]] std::span<const ScanTableEntry> Rows() const noexcept { return m_rows; }
 
   /// The entry at a scan number; null when the number is outside the table. O(1) where the rows have
   /// consecutive numbers, else O(log n).

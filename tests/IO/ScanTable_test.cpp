@@ -112,6 +112,9 @@ TEST(ScanTable, TakesRowsInAnyOrder) {
   EXPECT_EQ(table.Size(), 6u);
   EXPECT_EQ(table.Find(2)->m_scan_no, 2);
   EXPECT_EQ(table.Find(5)->m_scan_no, 5);
+  ASSERT_EQ(table.Rows().size(), 2u);
+  EXPECT_EQ(table.Rows()[0].m_scan_no, 2);
+  EXPECT_EQ(table.Rows()[1].m_scan_no, 5);
 }
 
 TEST(ScanTable, ReplacesARowByALaterOneOfTheSameScan) {

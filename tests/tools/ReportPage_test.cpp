@@ -268,6 +268,14 @@ TEST(StandsOut, IsFarFromTheOthers) {
   EXPECT_TRUE(StandsOut(runs, 5, 0));
 }
 
+TEST(StandsOut, IsNoRunWithoutTheFigure) {
+  auto runs = Batch({100, 101, 99, 102, 98, 200});
+  runs.push_back(Failed());
+  EXPECT_FALSE(StandsOut(runs, 6, 0));
+  EXPECT_FALSE(StandsOut(runs, 5, 99));
+  EXPECT_FALSE(StandsOut(runs, 7, 0));
+}
+
 TEST(StandsOut, NeedsEnoughRunsAndMoreThanASmallDifference) {
   const auto few = Batch({100, 100, 100, 900});
   EXPECT_FALSE(StandsOut(few, 3, 0));
