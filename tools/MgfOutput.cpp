@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <optional>
 #include <utility>
 
 #include "FileUtils.h"
@@ -82,7 +81,7 @@ class GzipStream {
 class MgfOutput::Part {
  public:
   Part(std::string path, bool gzip) : m_file(std::move(path), "MGF") {
-    if (gzip) m_gzip.emplace(m_file.Path());
+    if (gzip) m_gzip = std::make_unique<GzipStream>(m_file.Path());
   }
 
   void Write(std::string_view bytes) {
@@ -107,7 +106,7 @@ class MgfOutput::Part {
 
  private:
   UnfinishedFile m_file;
-  std::optional<GzipStream> m_gzip;
+  std::unique_ptr<GzipStream> m_gzip;
   std::uint64_t m_bytes = 0;  // before compression
 };
 
