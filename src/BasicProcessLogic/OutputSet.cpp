@@ -7,8 +7,7 @@ namespace tarvek {
 namespace {
 
 // Deletes the finished table of an earlier run; returns its path. Only a claim gives the right.
-std::string RemoveOldTable(const UserParameters& parameters, OutputClaim& claim) {
-  claim.MarkUsed();
+std::string RemoveOldTable(const UserParameters& parameters) {
   std::string path = FinishedTablePath(parameters);
   RemoveFile(path);
   return path;
@@ -60,7 +59,8 @@ OutputClaim::~OutputClaim() {
 }
 
 OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim)
-    : m_csv(RemoveOldTable(parameters, claim), "w+") {
+    : m_csv(RemoveOldTable(parameters), "w+") {
+  claim.MarkUsed();
   const std::string& title = parameters.m_current_basename;
   if (parameters.m_output_pf) {
     m_pf1.emplace(OutputPath(parameters, ".pf1"), "wb+", title);

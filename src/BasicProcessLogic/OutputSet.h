@@ -1,9 +1,10 @@
 // BasicProcessLogic/OutputSet.h: the output files of one input file.
 // Does:     claims them for this run; opens the writers that are switched on, passes scans to
 //           them, closes them in order.
-// Owns:     the writers.
-// Throws:   what opening and writing throw. When it is destroyed before Complete, the precursor
-//           table keeps its temporary name.
+// Owns:     the lock of the claim, the writers.
+// Throws:   "Another run is writing ..." of LockFile; "Cannot delete file: ..." for a table of an
+//           earlier run; what opening and writing throw. When it is destroyed before Complete, the
+//           precursor table keeps its temporary name.
 #pragma once
 
 #include <optional>
