@@ -9,6 +9,7 @@ namespace tarvek {
 namespace {
 
 constexpr std::size_t kMaxPieceBytes = 2047;  // of a line of a child's output
+constexpr int kMaxLockTries = 100;
 
 }  // namespace
 
@@ -25,6 +26,15 @@ File& File::operator=(File&& other) noexcept {
 }
 
 File::~File() { static_cast<void>(Close()); }
+
+// Between opening and locking, the holder before us may have moved the file to its final name, and
+// we would hold that one. Then the path is tried again, but not for ever: there are file systems
+// that never say that two names are of one file.
+FileLock FileLock::Take(const std::string& path) {
+  for (int i = 0; i < kMaxLockTries; ++i)
+    if (std::optional<FileLock> lock = TryTake(path)) return std::move(*lock);
+  return {};
+}
 
 std::int64_t MonotonicMilliseconds() {
   const auto now = std::chrono::steady_clock::now().time_since_epoch();

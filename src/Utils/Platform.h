@@ -84,7 +84,7 @@ class FileLock {
 
   /// Takes the file at path, which is made when it is missing and left as it is otherwise. Never
   /// waits. Holds nothing when another holder has the file, and also when it cannot be opened, is
-  /// no regular file, or lies where the system has no locks.
+  /// no regular file, or lies where the system has no locks or cannot tell one file from another.
   static FileLock Take(const std::string& path);
 
   [[nodiscard]] bool IsHeld() const noexcept { return m_file.IsOpen(); }
@@ -93,6 +93,9 @@ class FileLock {
   [[nodiscard]] bool IsHeldElsewhere() const noexcept { return m_is_held_elsewhere; }
 
  private:
+  /// One try; nothing when path did not lead to the locked file any more.
+  static std::optional<FileLock> TryTake(const std::string& path);
+
   File m_file;
   bool m_is_held_elsewhere = false;
 };

@@ -120,23 +120,17 @@ bool File::Close() noexcept {
   return ::close(std::exchange(m_descriptor, -1)) == 0;
 }
 
-// Between opening and locking, the holder before us may have moved the file to its final name, and
-// we would hold that one. Then the path is tried again.
-FileLock FileLock::Take(const std::string& path) {
-  while (true) {
-    FileLock lock;
-    lock.m_file = File::Open(path, "a+");
-    struct stat status {};
-    if (!lock.IsHeld() || ::fstat(lock.m_file.m_descriptor, &status) != 0 ||
-        !S_ISREG(status.st_mode))
-      return {};
-    const int reason = TryLock(lock.m_file.m_descriptor);
-    if (reason == 0 && IsFileAt(path, status)) return lock;
-    if (reason == 0) continue;
-    FileLock none;
-    none.m_is_held_elsewhere = reason == EWOULDBLOCK;
-    return none;
-  }
+std::optional<FileLock> FileLock::TryTake(const std::string& path) {
+  FileLock lock;
+  lock.m_file = File::Open(path, "a+");
+  struct stat status {};
+  if (!lock.IsHeld() || ::fstat(lock.m_file.m_descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+    return FileLock();
+  const int reason = TryLock(lock.m_file.m_descriptor);
+  if (reason == 0) return IsFileAt(path, status) ? std::optional(std::move(lock)) : std::nullopt;
+  FileLock none;
+  none.m_is_held_elsewhere = reason == EWOULDBLOCK;
+  return none;
 }
 
 bool IsDirectory(const std::string& path) { return Directory(::opendir(path.c_str())) != nullptr; }

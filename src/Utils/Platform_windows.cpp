@@ -270,21 +270,17 @@ bool File::Close() noexcept {
   return ::_close(std::exchange(m_descriptor, -1)) == 0;
 }
 
-// Between opening and locking, the holder before us may have moved the file to its final name, and
-// we would hold that one. Then the path is tried again.
-FileLock FileLock::Take(const std::string& path) {
-  while (true) {
-    HANDLE const file = OpenBesideOthers(path, GENERIC_READ | FILE_APPEND_DATA, OPEN_ALWAYS);
-    if (file == INVALID_HANDLE_VALUE) return {};
-    Handle owner(file);
-    if (::GetFileType(file) != FILE_TYPE_DISK) return {};
-    const DWORD reason = TryLock(file);
-    if (reason == ERROR_SUCCESS && !IsFileAt(path, file)) continue;
-    FileLock lock;
-    lock.m_is_held_elsewhere = reason == ERROR_LOCK_VIOLATION || reason == ERROR_IO_PENDING;
-    if (reason == ERROR_SUCCESS) lock.m_file.m_descriptor = DescriptorFor(owner.release());
-    return lock;
-  }
+std::optional<FileLock> FileLock::TryTake(const std::string& path) {
+  HANDLE const file = OpenBesideOthers(path, GENERIC_READ | FILE_APPEND_DATA, OPEN_ALWAYS);
+  if (file == INVALID_HANDLE_VALUE) return FileLock();
+  Handle owner(file);
+  if (::GetFileType(file) != FILE_TYPE_DISK) return FileLock();
+  const DWORD reason = TryLock(file);
+  if (reason == ERROR_SUCCESS && !IsFileAt(path, file)) return std::nullopt;
+  FileLock lock;
+  lock.m_is_held_elsewhere = reason == ERROR_LOCK_VIOLATION || reason == ERROR_IO_PENDING;
+  if (reason == ERROR_SUCCESS) lock.m_file.m_descriptor = DescriptorFor(owner.release());
+  return lock;
 }
 
 bool IsDirectory(const std::string& path) {
