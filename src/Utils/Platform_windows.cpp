@@ -24,8 +24,8 @@ namespace {
 
 constexpr std::size_t kMaxBlockBytes = std::size_t{1} << 30;  // of one _read or _write
 
-// Longer paths need the prefix that switches the limit of MAX_PATH off; directories have a lower
-// limit, which leaves room for a name of eight and three characters.
+// Paths that are longer once they are full need the prefix that switches the limit of MAX_PATH off;
+// directories have a lower limit, which leaves room for a name of eight and three characters.
 constexpr std::size_t kMaxPlainPath = MAX_PATH - 13;
 constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
 constexpr std::wstring_view kLongNetworkPrefix = L"\\\\?\\UNC\\";
@@ -69,7 +69,7 @@ std::wstring WithoutLengthLimit(const std::wstring& path) {
 std::wstring SystemPath(std::string_view path) {
   std::wstring wide = Wide(path);
   if (wide.size() == 2 && wide.back() == L':') wide += L'\\';
-  return wide.size() < kMaxPlainPath ? wide : WithoutLengthLimit(wide);
+  return FullPath(wide).size() < kMaxPlainPath ? wide : WithoutLengthLimit(wide);
 }
 
 constexpr DWORD kShareContent = FILE_SHARE_READ | FILE_SHARE_WRITE;

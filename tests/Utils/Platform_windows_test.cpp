@@ -61,6 +61,22 @@ TEST(Path, MayBeLongerThanTheLimitOfOlderPrograms) {
   EXPECT_THAT(ListFiles(folder, "b"), ElementsAre(folder + "\\b"));
   EXPECT_TRUE(DeleteFileAt(folder + "\\b"));
 }
+TEST(Path, MayBeShortAndLeadBeyondThatLimit) {
+  const TemporaryDirectory directory;
+  std::string folder = directory.Path();
+  while (folder.size() < 200) folder += "\\" + std::string(20, 'x');
+  ASSERT_TRUE(MakeDirectoryTree(folder));
+  const std::filesystem::path former = std::filesystem::current_path();
+  std::filesystem::current_path(folder);
+  const std::string name(100, 'y');
+  test::WriteFile("a", "x");
+  EXPECT_TRUE(RenameFileAt("a", name));
+  EXPECT_EQ(File::Open(name, "r").SizeBytes(), 1);
+  EXPECT_TRUE(DeleteFileAt(name));
+  EXPECT_TRUE(MakeDirectoryTree(name));
+  EXPECT_TRUE(IsDirectory(name));
+  std::filesystem::current_path(former);
+}
 TEST(Path, OfADriveAloneIsItsRoot) {
   const std::filesystem::path former = std::filesystem::current_path();
   std::filesystem::current_path("C:\\windows\\system32");
