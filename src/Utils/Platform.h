@@ -104,7 +104,7 @@ class FileLock {
 bool IsDirectory(const std::string& path);
 
 /// The names in a directory in the order in which the system lists them, "." and ".." included or
-/// not as it pleases; nothing when the directory cannot be opened.
+/// not as it pleases; nothing when the directory cannot be opened or read to its end.
 std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& path);
 
 /// Makes a directory and its missing parents; true when it exists afterwards.

@@ -139,7 +139,13 @@ std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& pa
   const Directory directory(::opendir(path.c_str()));
   if (!directory) return std::nullopt;
   std::vector<std::string> names;
-  while (const dirent* entry = ::readdir(directory.get())) names.emplace_back(entry->d_name);
+  while (true) {
+    errno = 0;
+    const dirent* const entry = ::readdir(directory.get());
+    if (entry == nullptr) break;
+    names.emplace_back(entry->d_name);
+  }
+  if (errno != 0) return std::nullopt;
   return names;
 }
 

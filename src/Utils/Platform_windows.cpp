@@ -301,6 +301,7 @@ std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& pa
   do {
     names.push_back(Utf8(entry.cFileName));
   } while (::FindNextFileW(search.get(), &entry) != 0);
+  if (::GetLastError() != ERROR_NO_MORE_FILES) return std::nullopt;
   return names;
 }
 

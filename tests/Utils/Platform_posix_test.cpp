@@ -1,8 +1,12 @@
 // What Platform.h promises and only a POSIX system can show.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <csignal>
 #include <filesystem>
+#include <optional>
+#include <string>
 
 #include "Platform.h"
 
@@ -14,6 +18,20 @@ TEST(ExecutableDirectory, HoldsThisProgram) {
   const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe");
   EXPECT_TRUE(
       std::filesystem::exists(std::filesystem::path(ExecutableDirectory()) / program.filename()));
+}
+
+// The directory of a process that has ended and that nobody has waited for can be opened, not read.
+TEST(ListDirectoryNames, IsNothingWhenTheListBreaksOff) {
+  const pid_t child = ::fork();
+  if (child == 0) ::_exit(0);
+  siginfo_t end{};
+  ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(child), &end, WEXITED | WNOWAIT), 0);
+  const std::string path = "/proc/" + std::to_string(child) + "/net";
+  const bool can_be_opened = IsDirectory(path);
+  const auto names = ListDirectoryNames(path);
+  ::waitpid(child, nullptr, 0);
+  if (!can_be_opened) GTEST_SKIP() << "this system has no such directory";
+  EXPECT_EQ(names, std::nullopt);
 }
 
 TEST(IgnoreWriteSignals, KeepsTheProcessAliveWhenAPipeBreaks) {
