@@ -165,15 +165,11 @@ ConvertedFile::ConvertedFile(const ExtractorOptions& options, const std::string&
     m_mzml_path = OnlyMzml(m_directory, options.m_input, command);
     CheckWhole(m_mzml_path, options.m_input);
   } catch (...) {
-    std::error_code error;
-    fs::remove_all(m_directory, error);
+    static_cast<void>(DeleteDirectoryTree(m_directory));
     throw;
   }
 }
 
-ConvertedFile::~ConvertedFile() {
-  std::error_code error;
-  fs::remove_all(m_directory, error);
-}
+ConvertedFile::~ConvertedFile() { static_cast<void>(DeleteDirectoryTree(m_directory)); }
 
 }  // namespace tarvek::extractor

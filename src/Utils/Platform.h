@@ -112,6 +112,10 @@ std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& pa
 
 [[nodiscard]] bool DeleteFileAt(const std::string& path) noexcept;
 
+/// Deletes a directory with everything in it, but not what a link in it leads to; false when
+/// anything is left.
+[[nodiscard]] bool DeleteDirectoryTree(const std::string& path);
+
 /// Renames a file, replacing an existing one of the new name.
 [[nodiscard]] bool RenameFileAt(const std::string& from, const std::string& to) noexcept;
 

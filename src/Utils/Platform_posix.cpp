@@ -157,6 +157,12 @@ bool MakeDirectoryTree(const std::string& path) {
 
 bool DeleteFileAt(const std::string& path) noexcept { return ::unlink(path.c_str()) == 0; }
 
+bool DeleteDirectoryTree(const std::string& path) {
+  std::error_code error;
+  std::filesystem::remove_all(path, error);
+  return !error;
+}
+
 bool RenameFileAt(const std::string& from, const std::string& to) noexcept {
   return std::rename(from.c_str(), to.c_str()) == 0;
 }

@@ -321,6 +321,21 @@ bool DeleteFileAt(const std::string& path) noexcept {
   return ::DeleteFileW(SystemPath(path).c_str()) != 0;
 }
 
+// std::filesystem knows no long paths.
+bool DeleteDirectoryTree(const std::string& path) {
+  const std::wstring directory = SystemPath(path);
+  const DWORD attributes = ::GetFileAttributesW(directory.c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) return true;
+  if ((attributes & FILE_ATTRIBUTE_REPARSE_POINT) == 0) {
+    for (const std::string& name : ListDirectoryNames(path).value_or(std::vector<std::string>())) {
+      if (name == "." || name == "..") continue;
+      const std::string entry = path + '\\' + name;
+      if (!DeleteFileAt(entry)) static_cast<void>(DeleteDirectoryTree(entry));
+    }
+  }
+  return ::RemoveDirectoryW(directory.c_str()) != 0;
+}
+
 bool RenameFileAt(const std::string& from, const std::string& to) noexcept {
   return ::MoveFileExW(SystemPath(from).c_str(), SystemPath(to).c_str(),
                        MOVEFILE_REPLACE_EXISTING) != 0;

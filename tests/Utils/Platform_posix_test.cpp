@@ -9,6 +9,7 @@
 #include <string>
 
 #include "Platform.h"
+#include "TestSupport.h"
 
 namespace tarvek {
 namespace {
@@ -32,6 +33,16 @@ TEST(ListDirectoryNames, IsNothingWhenTheListBreaksOff) {
   ::waitpid(child, nullptr, 0);
   if (!can_be_opened) GTEST_SKIP() << "this system has no such directory";
   EXPECT_EQ(names, std::nullopt);
+}
+
+TEST(DeleteDirectoryTree, LeavesWhatALinkLeadsTo) {
+  const test::TemporaryDirectory directory;
+  std::filesystem::create_directories(directory / "kept");
+  test::WriteFile(directory / "kept/f", "x");
+  std::filesystem::create_directories(directory / "a");
+  std::filesystem::create_symlink(directory / "kept", directory / "a/link");
+  EXPECT_TRUE(DeleteDirectoryTree(directory / "a"));
+  EXPECT_EQ(test::ReadFile(directory / "kept/f"), "x");
 }
 
 TEST(IgnoreWriteSignals, KeepsTheProcessAliveWhenAPipeBreaks) {

@@ -210,6 +210,26 @@ TEST_F(FileLockTest, HoldsNoDevice) {
   EXPECT_FALSE(one.IsHeld() || two.IsHeldElsewhere());
 }
 
+TEST(DeleteDirectoryTree, DeletesFilesAndDirectoriesToAnyDepth) {
+  const test::TemporaryDirectory directory;
+  const std::string top = directory / "a";
+  std::string folder = top;  // on Windows beyond the limit of older programs
+  for (int i = 0; i < 6; ++i) {
+    folder += kPathSeparator + std::string(60, 'x');
+    ASSERT_TRUE(MakeDirectoryTree(folder));
+    File file = File::Open(folder + kPathSeparator + "f", "w");
+    EXPECT_TRUE(file.Write("x"));
+  }
+  test::WriteFile(directory / "beside", "x");
+  EXPECT_TRUE(DeleteDirectoryTree(top));
+  EXPECT_FALSE(IsDirectory(top));
+  EXPECT_EQ(test::ReadFile(directory / "beside"), "x");
+}
+TEST(DeleteDirectoryTree, OfNothingLeavesNothing) {
+  const test::TemporaryDirectory directory;
+  EXPECT_TRUE(DeleteDirectoryTree(directory / "none"));
+}
+
 TEST(CurrentLocalTime, IsTheTimeOfTheClock) {
   const LocalTime time = CurrentLocalTime();
   std::tm fields{};
