@@ -173,7 +173,8 @@ class ChildProcess {
 void ConnectStandardStreams() noexcept;
 
 /// A program that runs beside this one, started without a shell. What it starts belongs to it: both
-/// are ended together, and neither sees a Ctrl-C that this process gets.
+/// are ended together, and neither sees a Ctrl-C that this process gets. What it leaves behind when
+/// it ends by itself is ended too, or asked to where the system lets one ask.
 class BackgroundProcess {
  public:
   enum class Ending { kAsked, kForced };

@@ -246,8 +246,14 @@ class SpawnSettings {
   posix_spawnattr_t m_attributes{};
 };
 
-/// -1 for a status that nobody knows any more.
-int EndStatus(pid_t waited, int status) noexcept {
+/// Waits for a child that has ended or is about to, and gives its status; -1 for one that nobody
+/// knows any more.
+int Reap(pid_t child) noexcept {
+  int status = 0;
+  pid_t waited = 0;
+  do {
+    waited = ::waitpid(child, &status, 0);
+  } while (waited < 0 && errno == EINTR);
   if (waited < 0) return -1;
   return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
@@ -260,8 +266,7 @@ BackgroundProcess::BackgroundProcess(BackgroundProcess&& other) noexcept = defau
 BackgroundProcess::~BackgroundProcess() {
   if (!IsRunning()) return;
   End(Ending::kForced);
-  while (::waitpid(m_state->m_leader, nullptr, 0) < 0 && errno == EINTR) {
-  }
+  Reap(m_state->m_leader);
 }
 
 // The end of a child is to wait until WaitForAny asks for it, so its signal is held back.
@@ -283,16 +288,21 @@ BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& argum
   return process;
 }
 
+// A leader that crashed leaves the others of its group behind. They are asked, so that they remove
+// what they have not finished. Until somebody has waited for the leader, no other group gets its
+// number.
 std::optional<int> BackgroundProcess::Poll() noexcept {
   if (!IsRunning()) return std::nullopt;
-  int status = 0;
-  pid_t waited = 0;
+  const pid_t leader = m_state->m_leader;
+  siginfo_t end{};
+  int failure = 0;
   do {
-    waited = ::waitpid(m_state->m_leader, &status, WNOHANG);
-  } while (waited < 0 && errno == EINTR);
-  if (waited == 0) return std::nullopt;
+    failure = ::waitid(P_PID, static_cast<id_t>(leader), &end, WEXITED | WNOHANG | WNOWAIT);
+  } while (failure != 0 && errno == EINTR);
+  if (failure == 0 && end.si_pid == 0) return std::nullopt;
+  if (failure == 0) End(Ending::kAsked);
   m_state.reset();
-  return EndStatus(waited, status);
+  return Reap(leader);
 }
 
 void BackgroundProcess::End(Ending ending) noexcept {

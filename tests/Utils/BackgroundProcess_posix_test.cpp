@@ -25,6 +25,12 @@ bool Runs(pid_t process) {
   return status >> number >> name >> state && state != "Z" && state != "X";
 }
 
+bool EndsSoon(pid_t process) {
+  for (int i = 0; i < 1000 && Runs(process); ++i)
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  return !Runs(process);
+}
+
 class BackgroundProcessTest : public testing::Test {
  protected:
   [[nodiscard]] BackgroundProcess Shell(const std::string& script) const {
@@ -90,10 +96,24 @@ TEST_F(BackgroundProcessTest, EndsWithWhatItStartedWhenAsked) {
   EXPECT_EQ(process.Poll(), std::nullopt);
   process.End(BackgroundProcess::Ending::kAsked);
   EXPECT_EQ(StatusOf(process), 128 + SIGTERM);
-  const pid_t sleeper = std::stoi(test::ReadFile(m_output));
-  for (int i = 0; i < 1000 && Runs(sleeper); ++i)
+  EXPECT_TRUE(EndsSoon(std::stoi(test::ReadFile(m_output))));
+}
+
+TEST_F(BackgroundProcessTest, LeavesNothingBehindWhenItCrashes) {
+  BackgroundProcess process = Shell("sleep 100 & echo $!; kill -KILL $$");
+  EXPECT_EQ(StatusOf(process), 128 + SIGKILL);
+  EXPECT_TRUE(EndsSoon(std::stoi(test::ReadFile(m_output))));
+}
+
+TEST_F(BackgroundProcessTest, LetsWhatItLeavesBehindEndInOrder) {
+  BackgroundProcess process = Shell(
+      "(trap 'echo removed; exit' TERM; echo ready; while :; do sleep 0.01; done) & "
+      "until [ -s '" +
+      m_output + "' ]; do sleep 0.01; done; kill -KILL $$");
+  EXPECT_EQ(StatusOf(process), 128 + SIGKILL);
+  for (int i = 0; i < 1000 && !test::ReadFile(m_output).ends_with("removed\n"); ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  EXPECT_FALSE(Runs(sleeper));
+  EXPECT_TRUE(test::ReadFile(m_output).ends_with("removed\n"));
 }
 
 TEST_F(BackgroundProcessTest, EndsWhenForced) {
