@@ -38,7 +38,7 @@ std::string FreshDirectory(const ExtractorOptions& options) {
 }
 
 std::optional<std::string> FindProgram(std::string_view name, std::string_view search_path) {
-  for (const std::string_view directory : Split(search_path, kPathSeparator == '/' ? ":" : ";")) {
+  for (const std::string_view directory : Split(search_path, kSearchPathSeparator)) {
     if (directory.empty()) continue;
     const std::string path = JoinPath({directory, name}) + std::string(kProgramEnding);
     if (FileExists(path) && IsExecutable(path)) return path;
@@ -46,16 +46,25 @@ std::optional<std::string> FindProgram(std::string_view name, std::string_view s
   return std::nullopt;
 }
 
-std::optional<std::string> FindRawParser(std::string_view search_path) {
-  constexpr std::string_view kArguments = " -i={in} -o={outdir} -f=2 -L=1-2";
-  for (const char* const name :
-       {"ThermoRawFileParser", "thermorawfileparser", "ThermoRawFileParser.sh"})
-    if (const auto program = FindProgram(name, search_path))
-      return QuotedForShell(*program) + std::string(kArguments);
+// What the program is where names of programs have no ending: a script of a package, or for mono.
+std::optional<std::string> FindPackagedRawParser(std::string_view search_path) {
+  for (const char* const name : {"thermorawfileparser", "ThermoRawFileParser.sh"})
+    if (const auto script = FindProgram(name, search_path)) return QuotedForShell(*script);
   const auto program = FindProgram("ThermoRawFileParser.exe", search_path);
   const auto mono = FindProgram("mono", search_path);
   if (!program || !mono) return std::nullopt;
-  return QuotedForShell(*mono) + " " + QuotedForShell(*program) + std::string(kArguments);
+  return QuotedForShell(*mono) + " " + QuotedForShell(*program);
+}
+
+std::optional<std::string> FindRawParser(std::string_view search_path) {
+  constexpr std::string_view kArguments = " -i={in} -o={outdir} -f=2 -L=1-2";
+  std::optional<std::string> parser;
+  if (const auto program = FindProgram("ThermoRawFileParser", search_path))
+    parser = QuotedForShell(*program);
+  else if (kProgramEnding.empty())
+    parser = FindPackagedRawParser(search_path);
+  if (parser) *parser += kArguments;
+  return parser;
 }
 
 // Peak picking must be the first filter.

@@ -34,6 +34,9 @@ extern const std::string_view kProgramEnding;
 /// Written between the parts of a path that we build; both '\' and '/' are accepted when reading.
 extern const char kPathSeparator;
 
+/// What stands between the directories of the environment variable PATH.
+extern const std::string_view kSearchPathSeparator;
+
 /// An open file, moved but not copied. Bytes pass unchanged on every system: there is no text mode.
 class File {
  public:

@@ -55,6 +55,7 @@ using Directory = std::unique_ptr<DIR, CloseDirectory>;
 }  // namespace
 
 const char kPathSeparator = '/';
+const std::string_view kSearchPathSeparator = ":";
 const std::string_view kProgramEnding;
 
 // Arguments are bytes here, UTF-8 wherever the user's locale is.

@@ -196,6 +196,7 @@ class Utf8Console {
 }  // namespace
 
 const char kPathSeparator = '\\';
+const std::string_view kSearchPathSeparator = ";";
 const std::string_view kProgramEnding = ".exe";
 
 int CallMain(int argc, const char* const* argv, int (*body)(int, const char* const*)) {

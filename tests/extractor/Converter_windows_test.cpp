@@ -20,6 +20,16 @@ TEST(FindConverter, LooksForProgramsThatEndInExe) {
   EXPECT_THAT(FindConverter(VendorKind::kWiff, "", path).value_or(""),
               HasSubstr("\\msconvert.exe\" {in} --mzML"));
 }
+TEST(FindConverter, TakesTheRawParserAndNoScriptOrMono) {
+  const TemporaryDirectory directory;
+  for (const char* const name :
+       {"ThermoRawFileParser.sh.exe", "ThermoRawFileParser.exe.exe", "mono.exe"})
+    WriteFile(directory / name, "");
+  EXPECT_EQ(FindConverter(VendorKind::kRaw, "", directory.Path()), std::nullopt);
+  WriteFile(directory / "ThermoRawFileParser.exe", "");
+  EXPECT_THAT(FindConverter(VendorKind::kRaw, "", directory.Path()).value_or(""),
+              HasSubstr("\\ThermoRawFileParser.exe\" -i={in}"));
+}
 TEST(FindConverter, TakesTheTemplateOfTheEnvironmentFirst) {
   EXPECT_EQ(FindConverter(VendorKind::kRaw, "mine {in}", ""), "mine {in}");
 }
