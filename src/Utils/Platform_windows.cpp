@@ -181,16 +181,34 @@ std::string Quoted(std::string_view text, bool breaks_names) {
   return quoted + "\"";
 }
 
-// A console shows bytes as UTF-8 while this lives; it is the user's, who gets it back as it was.
+// A console shows bytes as UTF-8 while this lives; it is the user's, who gets it back as it was, also
+// when Ctrl-C ends this program (not when it is killed or aborts). Where it shows UTF-8 already it is
+// left alone: a program that another one started must not undo what that one gives back.
 class Utf8Console {
  public:
-  Utf8Console() noexcept : m_former(::GetConsoleOutputCP()) { ::SetConsoleOutputCP(CP_UTF8); }
-  ~Utf8Console() { ::SetConsoleOutputCP(m_former); }
+  Utf8Console() noexcept {
+    const UINT present = ::GetConsoleOutputCP();
+    if (present == 0 || present == CP_UTF8) return;
+    former = present;
+    ::SetConsoleCtrlHandler(&GiveBackBeforeTheEnd, TRUE);
+    ::SetConsoleOutputCP(CP_UTF8);
+  }
+  ~Utf8Console() { GiveBack(); }
   Utf8Console(const Utf8Console&) = delete;
   Utf8Console& operator=(const Utf8Console&) = delete;
 
  private:
-  UINT m_former;
+  static void GiveBack() noexcept {
+    if (const UINT code_page = former.exchange(0)) ::SetConsoleOutputCP(code_page);
+  }
+  // The handlers that come after this one decide whether the program ends. Those of
+  // NoteStopRequests come before it and keep it from being asked.
+  static BOOL WINAPI GiveBackBeforeTheEnd(DWORD /*event*/) {
+    GiveBack();
+    return FALSE;
+  }
+
+  static inline std::atomic<UINT> former = 0;  // 0: nothing to give back
 };
 
 }  // namespace
