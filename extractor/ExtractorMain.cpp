@@ -9,7 +9,6 @@
 
 #include "Extraction.h"
 #include "FileUtils.h"
-#include "Interruption.h"
 #include "Platform.h"
 
 namespace tarvek::extractor {
@@ -39,7 +38,7 @@ int Guarded(const ProgramTexts& texts, const std::function<void()>& action, int 
 int Run(int argc, const char* const* argv, const ProgramTexts& texts,
         const std::function<void(const ExtractorOptions&)>& extract) {
   ConnectStandardStreams();
-  CatchInterruptions();
+  NoteStopRequests();
   IgnoreWriteSignals();
   const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
   ExtractorOptions options;

@@ -1,16 +1,13 @@
 // extractor/Interruption.h: being told to stop.
-// Does:     turns SIGINT and SIGTERM into a question that the work asks between two blocks, so that
-//           it can remove its unfinished files.
+// Does:     asks, between two blocks of the work, whether a stop was requested, so that unfinished
+//           files can be removed.
 // Throws:   ThrowIfInterrupted a std::string.
-// Not here: removing anything.
+// Not here: listening for requests (NoteStopRequests in Platform.h); removing anything.
 #pragma once
 
 namespace tarvek::extractor {
 
-/// Called once at the start of a program.
-void CatchInterruptions() noexcept;
-
-/// Throws "interrupted" when a signal came.
+/// Throws "interrupted" when a stop was requested.
 void ThrowIfInterrupted();
 
 }  // namespace tarvek::extractor

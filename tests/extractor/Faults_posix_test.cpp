@@ -103,37 +103,55 @@ TEST(FullDisk, LeavesNoMarkerAndNoOutput) {
 
 TEST(FullDisk, LeavesNoMarkerWhenOnlyTheMarkerFails) { ExpectFailureOnFullDisk("run.morvex", {}); }
 
-/// Feeds half a run through a pipe, sends the extractor a signal, feeds the rest.
-std::string StatusAfterSignal(const TemporaryDirectory& directory, const std::string& signal) {
+/// Feeds half a run through a pipe, sends the extractor a signal, feeds the rest; the status is all
+/// there is on standard output. before: what the shell does that becomes the extractor.
+tarvek::test::ProcessResult ResultAfterSignal(const TemporaryDirectory& directory,
+                                              const std::string& signal,
+                                              const std::string& before = "") {
   const std::string xml = MzmlRun();
   WriteFile(directory / "first", xml.substr(0, xml.size() / 2));
   WriteFile(directory / "rest", xml.substr(xml.size() / 2));
   tarvek::test::ProcessRequest request;
   request.m_program = "/bin/sh";
   request.m_working_directory = directory.Path();
-  request.m_arguments = {"-c",
-                         "mkfifo run.mzML; \"$0\" run.mzML >/dev/null & pid=$!; "
-                         "{ cat first; sleep 0.2; kill -" +
-                             signal +
-                             " $pid; sleep 0.2; cat rest; } >run.mzML 2>/dev/null; "
-                             "wait $pid; echo $?",
-                         tarvek::test::TestedProgram(TARVEK_EXTRACTOR_DIRECTORY "/morvex_xml.exe")};
-  return tarvek::test::RunProcess(request).m_out;
+  request.m_arguments = {"-c", "mkfifo run.mzML; /bin/sh -c \"$1\" \"$0\" >/dev/null; echo $?",
+                         tarvek::test::TestedProgram(TARVEK_EXTRACTOR_DIRECTORY "/morvex_xml.exe"),
+                         "{ cat first; sleep 0.2; kill -" + signal +
+                             " $$; sleep 0.2; cat rest; } >run.mzML 2>/dev/null & " + before +
+                             "exec \"$0\" run.mzML"};
+  return tarvek::test::RunProcess(request);
 }
 
 TEST(Interruption, RemovesWhatIsUnfinished) {
   std::vector<const char*> signals = {"INT"};
-  if (!tarvek::test::TestsForeignPrograms()) signals.push_back("TERM");  // of POSIX systems
+  if (!tarvek::test::TestsForeignPrograms())  // of POSIX systems
+    signals.insert(signals.end(), {"TERM", "HUP"});
   for (const char* const signal : signals) {
+    SCOPED_TRACE(signal);
     const TemporaryDirectory directory;
-    EXPECT_EQ(StatusAfterSignal(directory, signal), "1\n");
+    const auto result = ResultAfterSignal(directory, signal);
+    EXPECT_EQ(result.m_out, "1\n");
+    EXPECT_THAT(result.m_err, HasSubstr("interrupted; nothing was extracted"));
     EXPECT_THAT(OthersThan("run.mzML", directory), testing::UnorderedElementsAre("first", "rest"));
+  }
+}
+
+// As in a background job of a script, whose Ctrl-C is meant for others.
+TEST(Interruption, IsNoneWhenTheSignalIsIgnoredFromTheStart) {
+  if (tarvek::test::TestsForeignPrograms())
+    GTEST_SKIP() << "programs of another system do not inherit this";
+  for (const char* const signal : {"INT", "HUP"}) {
+    SCOPED_TRACE(signal);
+    const TemporaryDirectory directory;
+    const std::string ignored = std::string("trap '' ") + signal + "; ";
+    EXPECT_EQ(ResultAfterSignal(directory, signal, ignored).m_out, "0\n");
+    EXPECT_TRUE(fs::exists(directory / "run.morvex"));
   }
 }
 
 TEST(Interruption, LeavesNothingUnderAFinalNameWhenKilled) {
   const TemporaryDirectory directory;
-  EXPECT_EQ(StatusAfterSignal(directory, "KILL"), "137\n");
+  EXPECT_EQ(ResultAfterSignal(directory, "KILL").m_out, "137\n");
   for (const char* const name : {"run.ms1", "run.ms2", "run.morvex"})
     EXPECT_FALSE(fs::exists(directory / name)) << name;
 }

@@ -105,6 +105,8 @@ pid_t Start(const ProcessRequest& request, const OutputEnds& ends) {
   const pid_t child = ::fork();
   if (child < 0) throw std::runtime_error("cannot fork");
   if (child > 0) return child;
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP})
+    std::signal(signal, SIG_DFL);  // the test program may ignore them, as under nohup
   ConnectChild(request, ends);
   LimitChild(request);
   if (::chdir(request.m_working_directory.c_str()) == 0)
