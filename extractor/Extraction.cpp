@@ -127,11 +127,10 @@ class ScanPipeline final : public ScanConsumer {
 
 std::string LowerFormat(const std::string& format) { return format == "mzXML" ? "mzxml" : "mzml"; }
 
-void WriteMarker(const ExtractorOptions& options) {
-  TemporaryOutput marker(MarkerPath(options));
-  marker.Write("All spectra of " + options.m_base_name + " were extracted.\n");
-  marker.Close();
-  marker.Commit();
+// The path of the marker in a directory that exists.
+std::string PreparedMarkerPath(const ExtractorOptions& options) {
+  MakeDirectory(options.m_output_directory);
+  return MarkerPath(options);
 }
 
 void ReadInto(const ExtractorOptions& options, const std::string& path, RunReport& report,
@@ -152,14 +151,21 @@ void ReadInto(const ExtractorOptions& options, const std::string& path, RunRepor
 
 std::string MarkerPath(const ExtractorOptions& options) { return BasePath(options) + ".morvex"; }
 
-void RemoveMarker(const ExtractorOptions& options) {
-  const std::string marker = MarkerPath(options);
-  if (!DeleteFileAt(marker) && FileExists(marker)) throw "Cannot delete file: " + marker;
+Marker::Marker(const ExtractorOptions& options)
+    : m_text("All spectra of " + options.m_base_name + " were extracted.\n"),
+      m_file(PreparedMarkerPath(options)) {
+  const std::string old = MarkerPath(options);
+  if (!DeleteFileAt(old) && FileExists(old)) throw "Cannot delete file: " + old;
 }
 
-void Extract(const ExtractorOptions& options, const std::string& path, std::ostream& out) {
-  RemoveMarker(options);
-  MakeDirectory(options.m_output_directory);
+void Marker::Complete() {
+  m_file.Write(m_text);
+  m_file.Close();
+  m_file.Commit();
+}
+
+void Extract(const ExtractorOptions& options, const std::string& path, Marker& marker,
+             std::ostream& out) {
   RunReport report(out, options.m_input);
   std::unique_ptr<ScanSink> sink;
   NativeIdList native_ids(BasePath(options) + ".nativeid.tsv");
@@ -173,7 +179,7 @@ void Extract(const ExtractorOptions& options, const std::string& path, std::ostr
   native_ids.Commit();
   ThrowIfInterrupted();
   report.PrintSummary();
-  WriteMarker(options);
+  marker.Complete();
 }
 
 }  // namespace tarvek::extractor

@@ -1,7 +1,8 @@
 // extractor/Extraction.h: one mzML or mzXML file to the outputs.
-// Does:     removes an old marker, reads the file once, writes the outputs under temporary names,
-//           renames them when all are complete, writes the marker last.
-// Throws:   std::string naming the file; no marker exists then.
+// Does:     keeps other extractors away, removes an old marker, reads the file once, writes the
+//           outputs under temporary names, renames them when all are complete, writes the marker
+//           last.
+// Throws:   std::string naming the file; no marker exists then, unless it is another extractor's.
 // Not here: the command line (ExtractorOptions.h), other formats (Converter.h).
 #pragma once
 
@@ -9,17 +10,32 @@
 #include <string>
 
 #include "ExtractorOptions.h"
+#include "TemporaryOutput.h"
 
 namespace tarvek::extractor {
 
 /// The path of the marker that says that all outputs are complete.
 std::string MarkerPath(const ExtractorOptions& options);
 
-/// Removes the marker of an earlier run. Throws when it cannot.
-void RemoveMarker(const ExtractorOptions& options);
+/// The marker of an input, and with it the right to write its outputs: its temporary file is locked
+/// from before the first of them is touched, or a conversion is begun, until the marker stands.
+class Marker {
+ public:
+  /// Makes the output directory and removes the marker of an earlier run. Throws "Another run is
+  /// writing ..." while another extractor has the outputs, whose marker is left alone.
+  explicit Marker(const ExtractorOptions& options);
 
-/// Extracts path, which is options.m_input or what that was converted to. report: progress and
-/// summary go there.
-void Extract(const ExtractorOptions& options, const std::string& path, std::ostream& report);
+  /// Writes the marker: all outputs are complete.
+  void Complete();
+
+ private:
+  std::string m_text;
+  TemporaryOutput m_file;
+};
+
+/// Extracts path, which is options.m_input or what that was converted to. marker: that of options.
+/// report: progress and summary go there.
+void Extract(const ExtractorOptions& options, const std::string& path, Marker& marker,
+             std::ostream& report);
 
 }  // namespace tarvek::extractor

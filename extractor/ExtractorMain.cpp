@@ -53,8 +53,13 @@ int Run(int argc, const char* const* argv, const ProgramTexts& texts,
       texts, [&] { extract(options); }, kFailed);
 }
 
+void ExtractXmlFile(const ExtractorOptions& options) {
+  Marker marker(options);
+  Extract(options, options.m_input, marker, std::cout);
+}
+
 void ExtractVendorFile(const ExtractorOptions& options, VendorKind kind) {
-  RemoveMarker(options);
+  Marker marker(options);
   if (!PathExists(options.m_input)) throw "Cannot open instrument File, Path: " + options.m_input;
   if (kind == VendorKind::kWiff && !FileExists(options.m_input + ".scan"))
     throw options.m_input + ": its spectra are in " + options.m_input +
@@ -64,15 +69,14 @@ void ExtractVendorFile(const ExtractorOptions& options, VendorKind kind) {
                     EnvironmentVariable("PATH").value_or(std::string()));
   if (!converter) throw options.m_input + ": cannot be read.\n" + NoConverterText(kind);
   const ConvertedFile converted(options, *converter, std::cout);
-  Extract(options, converted.MzmlPath(), std::cout);
+  Extract(options, converted.MzmlPath(), marker, std::cout);
 }
 
 }  // namespace
 
 int RunXmlExtractor(int argc, const char* const* argv) {
   const ProgramTexts texts{"morvex_xml.exe", "mzML and mzXML files, plain or gzipped,"};
-  return Run(argc, argv, texts,
-             [](const ExtractorOptions& options) { Extract(options, options.m_input, std::cout); });
+  return Run(argc, argv, texts, ExtractXmlFile);
 }
 
 int RunVendorExtractor(int argc, const char* const* argv, VendorKind kind) {

@@ -6,6 +6,7 @@
 // Not here: formats.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>

@@ -22,7 +22,8 @@ inline void ExtractInput(std::string_view content, std::string_view name, const 
   bool is_done = false;
   RunReader([&] {
     std::ostringstream report;
-    extractor::Extract(options, path, report);
+    extractor::Marker marker(options);
+    extractor::Extract(options, path, marker, report);
     is_done = true;
   });
   Require(FileExists(extractor::MarkerPath(options)) == is_done, "the marker says the truth");

@@ -28,7 +28,8 @@ std::string Extract(const TemporaryDirectory& directory, const std::vector<TestS
   arguments.push_back(directory / "run.mzML");
   const ExtractorOptions options = ParseOptions(arguments);
   std::ostringstream report;
-  extractor::Extract(options, options.m_input, report);
+  Marker marker(options);
+  extractor::Extract(options, options.m_input, marker, report);
   return report.str();
 }
 

@@ -68,6 +68,15 @@ TEST_F(ConverterTest, ExtractsWhatTheConverterWroteUnderTheUsersName) {
   EXPECT_EQ(OutputCount(), 3);  // the temporary directory is gone
 }
 
+TEST_F(ConverterTest, KeepsOtherExtractorsAwayWhileItConverts) {
+  const std::string marker = m_directory / "out/my run.morvex_unfinished";
+  const auto result =
+      Convert("flock -n '" + marker + "' true && echo free || echo taken; " + CopyWhole("x.mzML"));
+  EXPECT_EQ(result.m_exit_status, 0) << result.m_err;
+  EXPECT_THAT(result.m_out, HasSubstr("taken\n"));
+  EXPECT_FALSE(HasOutput("my run.morvex_unfinished"));
+}
+
 TEST_F(ConverterTest, NamesTheBinaryPairAfterTheVendorFormat) {
   EXPECT_EQ(Convert(CopyWhole("x.mzML"), "raw", {"-msb"}).m_exit_status, 0);
   EXPECT_TRUE(HasOutput("my run.raw.msb"));

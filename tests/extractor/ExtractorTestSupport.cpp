@@ -211,7 +211,8 @@ Extracted ExtractXml(const std::string& xml, const std::vector<std::string>& opt
   arguments.push_back(directory / file_name);
   std::ostringstream report;
   const ExtractorOptions parsed = ParseOptions(arguments);
-  Extract(parsed, parsed.m_input, report);
+  Marker marker(parsed);
+  Extract(parsed, parsed.m_input, marker, report);
   const std::string base = directory / parsed.m_base_name;
   if (!std::filesystem::exists(base + ".morvex")) throw std::runtime_error("no marker");
   return {WithoutHeader(base + ".ms1"), WithoutHeader(base + ".ms2"), report.str()};

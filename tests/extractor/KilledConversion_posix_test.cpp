@@ -132,5 +132,21 @@ TEST(BusyOutputs, AreLeftToTheExtractorThatHasThem) {
   EXPECT_FALSE(fs::exists(directory / "run.morvex"));
 }
 
+// An extractor that still converts has written none of its outputs.
+TEST(BusyOutputs, AreNotConvertedForASecondTime) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.raw", "vendor bytes");
+  WriteFile(directory / "run.morvex", "old");
+  const FileLock lock = LockFile(directory / "run.morvex_unfinished");
+  const std::string converter = "echo {in} {outdir} > '" + (directory / "started") + "'";
+  const ProcessResult result =
+      test::RunExtractor("raw", {directory / "run.raw"}, {{"TARVEK_RAW_CONVERTER", converter}});
+  EXPECT_EQ(result.m_exit_status, 1);
+  EXPECT_THAT(result.m_err,
+              HasSubstr("Another run is writing " + (directory / "run.morvex_unfinished")));
+  EXPECT_FALSE(fs::exists(directory / "started"));
+  EXPECT_EQ(ReadFile(directory / "run.morvex"), "old");
+}
+
 }  // namespace
 }  // namespace tarvek::extractor
