@@ -4,6 +4,7 @@
 #include "FuzzSupport.h"
 #include "IsotopeTable.h"
 #include "Ms2Loop.h"
+#include "OutputSet.h"
 #include "PeakLineFormat.h"
 
 namespace tarvek::fuzz {
@@ -27,7 +28,8 @@ UserParameters Prepare() {
 void Process(const UserParameters& parameters) {
   bool is_done = false;
   RunReader([&] {
-    processTextSpectra(parameters);
+    OutputClaim claim(parameters);
+    processTextSpectra(parameters, claim);
     is_done = true;
   });
   Require(FileExists(ScratchPath("run.csv")) == is_done, "the table says the truth");

@@ -126,29 +126,13 @@ void WarnWithoutPrecursor(const MS2Spectrum& scan) {
   WarnScan("Cannot find precursor information for scan ", scan.m_scan_no, ".");
 }
 
-// Asked before the claim, so that a finished file costs nothing, and again with it, since another
-// run may have finished the file in between.
-void processTextSpectra(const UserParameters& parameters) {
-  if (SkipsFinished(parameters)) return;
-  OutputClaim claim(parameters);
-  processTextSpectra(parameters, claim);
-}
-
 void processTextSpectra(const UserParameters& parameters, OutputClaim& claim) {
-  if (SkipsFinished(parameters)) return;
   const AcceptedScans accepted = SelectScans(parameters);
   TextSpectrumSource source(parameters.m_current_file, Ms2Path(parameters));
   ProcessSource(parameters, accepted, source, claim);
 }
 
-void processMsbSpectra(const UserParameters& parameters) {
-  if (SkipsFinished(parameters)) return;
-  OutputClaim claim(parameters);
-  processMsbSpectra(parameters, claim);
-}
-
 void processMsbSpectra(const UserParameters& parameters, OutputClaim& claim) {
-  if (SkipsFinished(parameters)) return;
   const AcceptedScans accepted = SelectScans(parameters);
   const std::string ending = "." + parameters.m_input_format;
   BinarySpectrumSource source(OutputPath(parameters, ending.c_str()));

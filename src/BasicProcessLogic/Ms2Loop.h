@@ -16,16 +16,10 @@
 
 namespace tarvek {
 
-/// The current file is a .ms1 file; the .ms2 file is beside it.
-void processTextSpectra(const UserParameters& parameters);
-
-/// The same with the outputs claimed before.
+/// The current file is a .ms1 file; the .ms2 file is beside it. claim: of the same file.
 void processTextSpectra(const UserParameters& parameters, OutputClaim& claim);
 
-/// The current file's spectra in binary form.
-void processMsbSpectra(const UserParameters& parameters);
-
-/// The same with the outputs claimed before.
+/// The same with the current file's spectra in binary form.
 void processMsbSpectra(const UserParameters& parameters, OutputClaim& claim);
 
 /// Start of the progress message of MS2 scans; their number follows.

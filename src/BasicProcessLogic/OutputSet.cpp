@@ -58,6 +58,15 @@ OutputClaim::~OutputClaim() {
   if (!m_is_used && m_lock.IsHeld()) DeleteWhenEmpty(m_path);
 }
 
+// Asked before the claim, so that a finished file costs nothing, and again with it, since another
+// run may have finished the file in between.
+std::optional<OutputClaim> ClaimUnlessFinished(const UserParameters& parameters) {
+  if (SkipsFinished(parameters)) return std::nullopt;
+  OutputClaim claim(parameters);
+  if (SkipsFinished(parameters)) return std::nullopt;
+  return claim;
+}
+
 OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim)
     : m_csv(RemoveOldTable(parameters), "w+") {
   claim.MarkUsed();

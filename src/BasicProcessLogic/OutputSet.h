@@ -23,8 +23,8 @@ class OutputClaim {
  public:
   /// Throws when another run has it; see LockFile.
   explicit OutputClaim(const UserParameters& parameters);
-  OutputClaim(const OutputClaim&) = delete;
-  OutputClaim& operator=(const OutputClaim&) = delete;
+  OutputClaim(OutputClaim&& other) noexcept = default;  // other claims nothing any more
+  OutputClaim& operator=(OutputClaim&&) = delete;
   ~OutputClaim();
 
   void MarkUsed() noexcept { m_is_used = true; }
@@ -76,5 +76,9 @@ bool SkipsExisting(const UserParameters& parameters, const std::string& result);
 /// The same with the finished precursor table as result. Beside one, an empty temporary table that
 /// no run holds is deleted.
 bool SkipsFinished(const UserParameters& parameters);
+
+/// The claim for the current file; nothing when it is to be skipped as SkipsFinished says. Nobody
+/// finishes the file while the claim lives.
+std::optional<OutputClaim> ClaimUnlessFinished(const UserParameters& parameters);
 
 }  // namespace tarvek

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <optional>
 #include <string_view>
 
 #include "Check.h"
@@ -42,12 +43,16 @@ void ReportUnknownFormat(const std::string& path, const std::string& format) {
                          "'. Known are ms1, mgf, raw, wiff, mzxml and mzml, in lower case.");
 }
 
+void ProcessTextFile(const UserParameters& parameters) {
+  std::optional<OutputClaim> claim = ClaimUnlessFinished(parameters);
+  if (claim) processTextSpectra(parameters, *claim);
+}
+
 void ProcessDataPath(UserParameters& parameters, const std::string& path) {
   const std::string format = detectDataPathFormat(path, parameters);
   if (IsKnownFormat(format)) parameters.m_input_format = format;
   if (format == "ms1") {
-    ForEachFile(parameters, path, ".ms1",
-                [](const UserParameters& current) { processTextSpectra(current); });
+    ForEachFile(parameters, path, ".ms1", ProcessTextFile);
   } else if (format == "mgf") {
     ForEachFile(parameters, path, ".mgf", processMgfFile);
   } else {
@@ -79,15 +84,15 @@ std::string detectDataPathFormat(const std::string& path, const UserParameters& 
 }
 
 void processInstrumentFile(UserParameters& parameters) {
-  if (SkipsFinished(parameters)) return;
-  OutputClaim claim(parameters);
+  std::optional<OutputClaim> claim = ClaimUnlessFinished(parameters);
+  if (!claim) return;
   runExtractor(parameters, "ms");
   SetCurrentFile(parameters,
                  JoinPath({parameters.m_outputpath, parameters.m_current_basename + ".ms1"}));
   if (parameters.m_output_msb)
-    processMsbSpectra(parameters, claim);
+    processMsbSpectra(parameters, *claim);
   else
-    processTextSpectra(parameters, claim);
+    processTextSpectra(parameters, *claim);
   if (parameters.m_delete_msn) DeleteExtracted(parameters);
 }
 

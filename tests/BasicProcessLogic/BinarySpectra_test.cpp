@@ -134,10 +134,14 @@ class ProcessMsbSpectra : public testing::Test {
     m_parameters.m_input_format = "raw";
     SetCurrentFile(m_parameters, m_directory / "in/run.ms1");
   }
+  void Process() {
+    OutputClaim claim(m_parameters);
+    processMsbSpectra(m_parameters, claim);
+  }
   ConsoleText Process(const std::vector<BinaryScan>& scans) {
     WriteFile(m_directory / "run.raw.msb", test::MsbBytes(scans));
     WriteFile(m_directory / "run.raw.mscsv", test::ScanTableText(scans));
-    return CaptureConsole([&] { processMsbSpectra(m_parameters); });
+    return CaptureConsole([&] { Process(); });
   }
   [[nodiscard]] std::vector<std::string> Rows() const {
     std::vector<std::string> rows;
@@ -222,15 +226,9 @@ TEST_F(ProcessMsbSpectra, ProcessesARunThatHoldsNothing) {
   Process({});
   EXPECT_TRUE(Rows().empty());
 }
-TEST_F(ProcessMsbSpectra, OpensNothingWhenTheResultsExist) {
-  WriteFile(m_directory / "run.csv", "old");
-  const ConsoleText text = CaptureConsole([&] { processMsbSpectra(m_parameters); });
-  EXPECT_EQ(text.m_out, "[Tarvek] <INFO> - " + (m_directory / "in/run.ms1") +
-                            " has existed results, skipping...\n");
-}
 TEST_F(ProcessMsbSpectra, NamesAMissingFile) {
   std::string message;
-  CaptureConsole([&] { message = MessageOf([&] { processMsbSpectra(m_parameters); }); });
+  CaptureConsole([&] { message = MessageOf([&] { Process(); }); });
   EXPECT_THAT(message, testing::EndsWith(" File, Path: " + (m_directory / "run.raw.msb")));
   EXPECT_FALSE(std::filesystem::exists(m_directory / "run.csv_unfinished"));
 }
@@ -241,7 +239,7 @@ TEST_F(ProcessMsbSpectra, LeavesTheTemporaryTableOfABrokenFile) {
   WriteFile(m_directory / "run.raw.msb", bytes);
   WriteFile(m_directory / "run.raw.mscsv", test::ScanTableText(scans));
   std::string message;
-  CaptureConsole([&] { message = MessageOf([&] { processMsbSpectra(m_parameters); }); });
+  CaptureConsole([&] { message = MessageOf([&] { Process(); }); });
   EXPECT_EQ(message, "The MSB terminated unexpectly!");
   EXPECT_TRUE(std::filesystem::exists(m_directory / "run.csv_unfinished"));
   EXPECT_FALSE(std::filesystem::exists(m_directory / "run.csv"));

@@ -10,6 +10,7 @@
 #include "Extractor.h"
 #include "Platform.h"
 #include "ProcessTestSupport.h"
+#include "RunDriver.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -148,6 +149,17 @@ TEST_F(ExtractorTest, IsLookedForInTheCurrentDirectoryWhenThereIsNone) {
 }
 TEST_F(ExtractorTest, IsLookedForInTheCurrentDirectoryWhenThePlaceOfTheProgramIsUnknown) {
   EXPECT_EQ(ExtractorProgram("morvex_raw.exe", ""), "./morvex_raw.exe");
+}
+TEST_F(ExtractorTest, IsNotRunInVainWhenATableAppearsMeanwhile) {
+  PlaceExtractor("morvex_raw.exe",
+                 "cp in/a.ms1 in/a.ms2 out; : > out/a.morvex; echo of nobody > out/a.csv\n");
+  fs::create_directory("in");
+  test::WritePair("in", "a");
+  m_parameters.m_peak_format = "%.5f %.1f\n";
+  m_parameters.m_delete_msn = true;
+  CaptureConsole([&] { processInstrumentFile(m_parameters); });
+  EXPECT_THAT(test::ReadFile("out/a.csv"), testing::StartsWith("ActivationType, "));
+  EXPECT_TRUE(fs::exists("out/a_HCDFT.mgf"));
 }
 TEST_F(ExtractorTest, IsRunInModeMgfToo) {
   PlaceExtractor("morvex_raw.exe", "echo \"$1\"; : > out/a.mgf; : > out/a.morvex\n");

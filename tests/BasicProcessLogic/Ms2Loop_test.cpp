@@ -112,9 +112,13 @@ class ProcessTextSpectra : public testing::Test {
     WriteFile(m_directory / "run.ms1", kOneSurvey);
     SetCurrentFile(m_parameters, m_directory / "run.ms1");
   }
+  void Process() {
+    OutputClaim claim(m_parameters);
+    processTextSpectra(m_parameters, claim);
+  }
   ConsoleText Process(const std::string& ms2) {
     WriteFile(m_directory / "run.ms2", ms2);
-    return CaptureConsole([&] { processTextSpectra(m_parameters); });
+    return CaptureConsole([&] { Process(); });
   }
   [[nodiscard]] std::vector<std::string> Rows() const {
     std::vector<std::string> rows;
@@ -185,11 +189,6 @@ TEST_F(ProcessTextSpectra, SaysNothingOfScansThatClusteringDidNotSelect) {
   EXPECT_EQ(text.m_err, "");
   EXPECT_THAT(text.m_out, Not(HasSubstr("Extracting MS2")));
 }
-TEST_F(ProcessTextSpectra, DoesNotClusterAFileWithResults) {
-  m_parameters.m_cluster_ms2 = true;
-  WriteFile(m_directory / "run.csv", "old");
-  EXPECT_THAT(Process(FragmentScan(2)).m_out, Not(HasSubstr("Cluster")));
-}
 TEST_F(ProcessTextSpectra, ClosesReadersAndWritersInTheirOrder) {
   const std::string out = Process(FragmentScan(2)).m_out;
   std::vector<std::string> closed;
@@ -200,16 +199,9 @@ TEST_F(ProcessTextSpectra, ClosesReadersAndWritersInTheirOrder) {
   EXPECT_EQ(closed, (std::vector<std::string>{"run.ms1", "run.pf1", "run.ms2", "run_HCDFT.pf2",
                                               "run_HCDFT.mgf", "run.csv"}));
 }
-TEST_F(ProcessTextSpectra, OpensNothingWhenTheResultsExist) {
-  WriteFile(m_directory / "run.csv", "old");
-  std::filesystem::remove(m_directory / "run.ms1");
-  const ConsoleText text = CaptureConsole([&] { processTextSpectra(m_parameters); });
-  EXPECT_EQ(text.m_out, "[Tarvek] <INFO> - " + (m_directory / "run.ms1") +
-                            " has existed results, skipping...\n");
-}
 TEST_F(ProcessTextSpectra, LeavesNoOutputWhenTheMs2FileIsMissing) {
   std::string message;
-  CaptureConsole([&] { message = MessageOf([&] { processTextSpectra(m_parameters); }); });
+  CaptureConsole([&] { message = MessageOf([&] { Process(); }); });
   EXPECT_EQ(message, "Cannot open MS2 File, Path: " + (m_directory / "run.ms2"));
   EXPECT_FALSE(std::filesystem::exists(m_directory / "run.csv_unfinished"));
 }

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "ProcessTestSupport.h"
 #include "TestSupport.h"
@@ -142,6 +143,23 @@ TEST_F(OutputSetTest, LeavesATemporaryTableWithContent) {
 TEST_F(OutputSetTest, AClaimThatIsNotUsedLeavesNothing) {
   { const OutputClaim claim(m_parameters); }
   EXPECT_FALSE(Exists("run.csv_unfinished"));
+}
+TEST_F(OutputSetTest, IsClaimedWhenItIsNotFinished) {
+  std::optional<OutputClaim> claim = ClaimUnlessFinished(m_parameters);
+  ASSERT_TRUE(claim);
+  EXPECT_THROW(OutputClaim other(m_parameters), std::string);
+  claim.reset();
+  EXPECT_FALSE(Exists("run.csv_unfinished"));
+}
+TEST_F(OutputSetTest, IsNotClaimedWhenItIsFinished) {
+  WriteFile(m_directory / "run.csv", "old");
+  CaptureConsole([&] { EXPECT_FALSE(ClaimUnlessFinished(m_parameters)); });
+  EXPECT_FALSE(Exists("run.csv_unfinished"));
+}
+TEST_F(OutputSetTest, IsClaimedOnceWhenTheClaimIsMoved) {
+  OutputClaim claim(m_parameters);
+  const OutputClaim moved = std::move(claim);
+  EXPECT_THROW(OutputClaim other(m_parameters), std::string);
 }
 TEST_F(OutputSetTest, SkipsNothingWhenFilesAreRewritten) {
   WriteFile(m_directory / "run.csv", "old");

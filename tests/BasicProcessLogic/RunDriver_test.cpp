@@ -121,6 +121,13 @@ TEST_F(RunDriver, FailsItsCheckOnAFileOfAnotherFormat) {
   m_parameters.m_datapaths = {MakeFile("notes.txt")};
   EXPECT_THAT(Run(), testing::EndsWith(", module BasicProcessLogic"));
 }
+TEST_F(RunDriver, SkipsAnMs1FileWithResultsBeforeItOpensAnything) {
+  MakeFile("a.csv");
+  m_parameters.m_datapaths = {MakeFile("a.ms1")};  // without an MS2 file
+  EXPECT_EQ(Run(), kNothingThrown);
+  EXPECT_EQ(m_text.m_out,
+            "[Tarvek] <INFO> - " + (m_directory / "a.ms1") + " has existed results, skipping...\n");
+}
 TEST_F(RunDriver, SkipsAnInstrumentFileWithResultsBeforeTheExtractor) {
   MakeFile("a.csv");
   m_parameters.m_datapaths = {MakeFile("a.raw")};
