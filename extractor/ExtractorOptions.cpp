@@ -142,8 +142,8 @@ std::string HelpText(std::string_view program, std::string_view inputs) {
          "  --faims CV   only scans of this FAIMS compensation voltage\n"
          "  -a           accepted without effect\n"
          "  --help       this text\n\n"
-         "BASE is the name of FILE without its last extension. BASE.morvex is written last and\n"
-         "says that all outputs are complete.\n";
+         "BASE is the name of FILE without its last extension, and without .gz before that.\n"
+         "BASE.morvex is written last and says that all outputs are complete.\n";
 }
 
 }  // namespace tarvek::extractor
