@@ -1,14 +1,11 @@
-// Child processes, and the extractor as one of them: shell scripts stand in for it.
+// The extractor as a child process: shell scripts stand in for it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include "Extractor.h"
-#include "Platform.h"
 #include "ProcessTestSupport.h"
 #include "RunDriver.h"
 #include "TestSupport.h"
@@ -21,82 +18,8 @@ using test::CaptureConsole;
 using test::MessageOf;
 using test::TemporaryDirectory;
 using test::WriteFile;
-using testing::ElementsAre;
 using testing::EndsWith;
 using testing::HasSubstr;
-
-// ------------------------------------------------------------ child processes
-
-std::vector<std::string> PiecesOf(const std::string& command) {
-  ChildProcess child = ChildProcess::Start(command);
-  std::vector<std::string> pieces;
-  for (std::string piece; child.ReadLine(piece);) pieces.push_back(piece);
-  return pieces;
-}
-
-int StatusOf(const std::string& command) {
-  ChildProcess child = ChildProcess::Start(command);
-  return child.Wait();
-}
-
-TEST(ChildProcess, GivesItsOutputLineByLine) {
-  EXPECT_THAT(PiecesOf("printf 'a\\n\\nb\\n'"), ElementsAre("a\n", "\n", "b\n"));
-}
-TEST(ChildProcess, GivesALastLineWithoutLineFeed) {
-  EXPECT_THAT(PiecesOf("printf 'a\\nb'"), ElementsAre("a\n", "b"));
-}
-TEST(ChildProcess, KeepsCarriageReturns) {
-  EXPECT_THAT(PiecesOf("printf 'a\\r\\n'"), ElementsAre("a\r\n"));
-}
-TEST(ChildProcess, GivesNothingOfASilentChild) { EXPECT_THAT(PiecesOf("true"), ElementsAre()); }
-TEST(ChildProcess, GivesALongLineInPiecesOf2047Bytes) {
-  const std::vector<std::string> pieces =
-      PiecesOf("i=0; while [ $i -lt 300 ]; do printf 0123456789; i=$((i+1)); done; echo");
-  ASSERT_EQ(pieces.size(), 2u);
-  EXPECT_EQ(pieces[0].size(), 2047u);
-  EXPECT_EQ(pieces[1].size(), 3001u - 2047u);
-  std::string whole;
-  for (int i = 0; i < 300; ++i) whole += "0123456789";
-  EXPECT_EQ(pieces[0] + pieces[1], whole + "\n");
-}
-TEST(ChildProcess, KeepsNulBytes) {
-  EXPECT_THAT(PiecesOf("printf 'a\\000b\\nc\\n'"), ElementsAre(std::string("a\0b\n", 4), "c\n"));
-}
-TEST(ChildProcess, IsAtItsEndWhenItsOutputIsClosed) {
-  ChildProcess child = ChildProcess::Start("echo a");
-  std::string line;
-  EXPECT_TRUE(child.ReadLine(line));
-  EXPECT_FALSE(child.AtEnd());
-  EXPECT_FALSE(child.ReadLine(line));
-  EXPECT_TRUE(child.AtEnd());
-}
-TEST(ChildProcess, EndsWithZero) { EXPECT_EQ(StatusOf("true"), 0); }
-TEST(ChildProcess, EndsWithAnotherStatus) { EXPECT_NE(StatusOf("exit 3"), 0); }
-TEST(ChildProcess, EndsWithAnotherStatusWhenKilled) { EXPECT_NE(StatusOf("kill -9 $$"), 0); }
-TEST(ChildProcess, IsOverAfterItsMove) {
-  ChildProcess child = ChildProcess::Start("true");
-  const ChildProcess moved = std::move(child);
-  EXPECT_FALSE(child.IsRunning());  // NOLINT(bugprone-use-after-move): that is the question
-  EXPECT_TRUE(moved.IsRunning());
-}
-
-class ShellText : public testing::TestWithParam<const char*> {};
-
-TEST_P(ShellText, ArrivesUnchanged) {
-  std::string arrived;
-  for (const std::string& piece : PiecesOf("printf %s " + QuotedForShell(GetParam())))
-    arrived += piece;
-  EXPECT_EQ(arrived, GetParam());
-}
-INSTANTIATE_TEST_SUITE_P(Extractor, ShellText,
-                         testing::Values("plain", "two  blanks ", "$HOME ${HOME} $(echo x) $$",
-                                         "`echo x`", "\"quoted\"", "it's", "\\", "\\\\n\\$", "a\nb",
-                                         "* ? [a] ~ # & | ; < > ( ) { } !", "-o", "%PATH% %s",
-                                         "Pr\xC3\xB6"
-                                         "be \xE6\xB8\xAC",
-                                         "\xFF\xFE", "\ttab", "!!"));
-
-// ------------------------------------------------------------ the program, and one file
 
 /// The current directory is one of its own; it and the standard output directory hold nothing.
 class ExtractorTest : public testing::Test {

@@ -1,23 +1,22 @@
 // Processes in the background and stop requests, as a POSIX system shows them.
 #include <gtest/gtest.h>
-#include <sys/types.h>
 
 #include <chrono>
 #include <csignal>
-#include <filesystem>
 #include <fstream>
 #include <optional>
 #include <string>
 #include <thread>
+#include <vector>
 
+#include "BackgroundProcessTest.h"
 #include "Platform.h"
-#include "TestSupport.h"
 
 namespace tarvek {
 namespace {
 
 /// A process that ended and that nobody has waited for does not run any more.
-bool Runs(pid_t process) {
+bool Runs(long process) {
   std::ifstream status("/proc/" + std::to_string(process) + "/stat");
   std::string number;
   std::string name;
@@ -25,123 +24,68 @@ bool Runs(pid_t process) {
   return status >> number >> name >> state && state != "Z" && state != "X";
 }
 
-bool EndsSoon(pid_t process) {
-  for (int i = 0; i < 1000 && Runs(process); ++i)
+bool EndsSoon(long process) {
+  for (int i = 0; i < 2000 && Runs(process); ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   return !Runs(process);
 }
 
-class BackgroundProcessTest : public testing::Test {
- protected:
-  [[nodiscard]] BackgroundProcess Shell(const std::string& script) const {
-    return BackgroundProcess::Start({"/bin/sh", "-c", script}, m_output);
-  }
-
-  /// The status once the process has ended; -2 when it has not after ten seconds.
-  static int StatusOf(BackgroundProcess& process) {
-    const std::int64_t deadline_ms = MonotonicMilliseconds() + 10'000;
-    while (MonotonicMilliseconds() < deadline_ms) {
-      if (const std::optional<int> status = process.Poll()) return *status;
-      BackgroundProcess::WaitForAny({&process, 1}, 1000);
-    }
-    return -2;
-  }
-
-  void WaitForOutput() const {
-    while (!std::filesystem::exists(m_output) || std::filesystem::is_empty(m_output))
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-
-  test::TemporaryDirectory m_directory;
-  std::string m_output = m_directory / "output";
-};
-
-TEST_F(BackgroundProcessTest, KeepsBothOutputsInTheFile) {
-  test::WriteFile(m_output, "of an earlier process, longer than the new one\n");
-  BackgroundProcess process = Shell("echo out; echo err >&2");
-  EXPECT_EQ(StatusOf(process), 0);
-  EXPECT_EQ(test::ReadFile(m_output), "out\nerr\n");
-}
-
-TEST_F(BackgroundProcessTest, GivesArgumentsAsTheyAre) {
-  BackgroundProcess process = BackgroundProcess::Start(
-      {"/bin/sh", "-c", "printf '%s|' \"$@\"", "x", "a b", "$HOME", "\"'", ""}, m_output);
-  EXPECT_EQ(StatusOf(process), 0);
-  EXPECT_EQ(test::ReadFile(m_output), "a b|$HOME|\"'||");
-}
-
-TEST_F(BackgroundProcessTest, HasNoStandardInput) {
-  BackgroundProcess process = Shell("cat");
-  EXPECT_EQ(StatusOf(process), 0);
-}
-
-TEST_F(BackgroundProcessTest, TellsTheEndOnce) {
-  BackgroundProcess process = Shell("exit 3");
-  EXPECT_TRUE(process.IsRunning());
-  EXPECT_EQ(StatusOf(process), 3);
-  EXPECT_FALSE(process.IsRunning());
-  EXPECT_EQ(process.Poll(), std::nullopt);
-}
-
-TEST_F(BackgroundProcessTest, IsNotRunningWithoutAProgram) {
-  EXPECT_FALSE(BackgroundProcess().IsRunning());
-  BackgroundProcess none = BackgroundProcess::Start({m_directory / "none"}, m_output);
-  EXPECT_FALSE(none.IsRunning());
-  none.End(BackgroundProcess::Ending::kForced);  // harmless
+BackgroundProcess Shell(const std::string& script, const std::string& output) {
+  return BackgroundProcess::Start({"/bin/sh", "-c", script}, output);
 }
 
 TEST_F(BackgroundProcessTest, EndsWithWhatItStartedWhenAsked) {
-  BackgroundProcess process = Shell("sleep 100 & echo $!; wait");
-  WaitForOutput();
+  BackgroundProcess process = Child({"parent"});
+  const std::vector<long> numbers = WaitForNumbers(2);
   EXPECT_EQ(process.Poll(), std::nullopt);
   process.End(BackgroundProcess::Ending::kAsked);
   EXPECT_EQ(StatusOf(process), 128 + SIGTERM);
-  EXPECT_TRUE(EndsSoon(std::stoi(test::ReadFile(m_output))));
+  for (const long number : numbers) EXPECT_TRUE(EndsSoon(number));
 }
 
 TEST_F(BackgroundProcessTest, LeavesNothingBehindWhenItCrashes) {
-  BackgroundProcess process = Shell("sleep 100 & echo $!; kill -KILL $$");
+  BackgroundProcess process = Shell("sleep 100 & echo $!; kill -KILL $$", m_output);
   EXPECT_EQ(StatusOf(process), 128 + SIGKILL);
-  EXPECT_TRUE(EndsSoon(std::stoi(test::ReadFile(m_output))));
+  EXPECT_TRUE(EndsSoon(std::stol(test::ReadFile(m_output))));
 }
 
 TEST_F(BackgroundProcessTest, LetsWhatItLeavesBehindEndInOrder) {
   BackgroundProcess process = Shell(
       "(trap 'echo removed; exit' TERM; echo ready; while :; do sleep 0.01; done) & "
       "until [ -s '" +
-      m_output + "' ]; do sleep 0.01; done; kill -KILL $$");
+          m_output + "' ]; do sleep 0.01; done; kill -KILL $$",
+      m_output);
   EXPECT_EQ(StatusOf(process), 128 + SIGKILL);
   for (int i = 0; i < 1000 && !test::ReadFile(m_output).ends_with("removed\n"); ++i)
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   EXPECT_TRUE(test::ReadFile(m_output).ends_with("removed\n"));
 }
 
-TEST_F(BackgroundProcessTest, EndsWhenForced) {
-  BackgroundProcess process = Shell("trap '' TERM; echo ready; sleep 100");
-  WaitForOutput();
+TEST_F(BackgroundProcessTest, EndsWithWhatItStartedWhenForced) {
+  BackgroundProcess process = Child({"parent"});
+  const std::vector<long> numbers = WaitForNumbers(2);
+  process.End(BackgroundProcess::Ending::kForced);
+  EXPECT_EQ(StatusOf(process), 128 + SIGKILL);
+  for (const long number : numbers) EXPECT_TRUE(EndsSoon(number));
+}
+
+TEST_F(BackgroundProcessTest, IsForcedWhenItDoesNotListen) {
+  BackgroundProcess process = Child({"deaf"});
+  EXPECT_TRUE(Runs(WaitForNumbers(1).at(0)));
   process.End(BackgroundProcess::Ending::kAsked);
   process.End(BackgroundProcess::Ending::kForced);
   EXPECT_EQ(StatusOf(process), 128 + SIGKILL);
 }
 
 TEST_F(BackgroundProcessTest, DoesNotOutliveItsObject) {
-  pid_t leader = 0;
+  std::vector<long> numbers;
   {
-    const BackgroundProcess process = Shell("echo $$; sleep 100");
-    WaitForOutput();
-    leader = std::stoi(test::ReadFile(m_output));
+    const BackgroundProcess process = Child({"parent"});
+    numbers = WaitForNumbers(2);
+    ASSERT_EQ(numbers.size(), 2u);
   }
-  EXPECT_FALSE(Runs(leader));
-}
-
-TEST_F(BackgroundProcessTest, WaitingEndsWithTheProcessOrTheTime) {
-  BackgroundProcess process = Shell("sleep 100");
-  const std::int64_t start_ms = MonotonicMilliseconds();
-  BackgroundProcess::WaitForAny({&process, 1}, 50);
-  EXPECT_GE(MonotonicMilliseconds() - start_ms, 45);
-  BackgroundProcess quick = Shell("exit 0");
-  BackgroundProcess::WaitForAny({&quick, 1}, 60'000);
-  EXPECT_LT(MonotonicMilliseconds() - start_ms, 30'000);
+  EXPECT_FALSE(Runs(numbers.back()));  // the child itself, which was waited for
+  for (const long number : numbers) EXPECT_TRUE(EndsSoon(number));
 }
 
 TEST(NoteStopRequests, TurnsCtrlCIntoANoteUnlessItIsIgnored) {

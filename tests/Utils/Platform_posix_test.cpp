@@ -1,4 +1,5 @@
 // What Platform.h promises and only a POSIX system can show.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -7,12 +8,19 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <vector>
 
+#include "ChildText.h"
 #include "Platform.h"
 #include "TestSupport.h"
 
 namespace tarvek {
 namespace {
+
+using test::PiecesOf;
+using test::StatusOf;
+using test::ThroughTheShell;
+using testing::ElementsAre;
 
 TEST(ExecutableDirectory, HoldsThisProgram) {
   ASSERT_NE(ExecutableDirectory(), "");
@@ -53,6 +61,37 @@ TEST(IgnoreWriteSignals, KeepsTheProcessAliveWhenAPipeBreaks) {
   EXPECT_EQ(std::raise(SIGXFSZ), 0);
   std::signal(SIGPIPE, former_pipe);
   std::signal(SIGXFSZ, former_size);
+}
+
+TEST(ChildProcess, GivesItsOutputLineByLine) {
+  EXPECT_THAT(PiecesOf("printf 'a\\n\\nb\\n'"), ElementsAre("a\n", "\n", "b\n"));
+}
+TEST(ChildProcess, GivesALastLineWithoutLineFeed) {
+  EXPECT_THAT(PiecesOf("printf 'a\\nb'"), ElementsAre("a\n", "b"));
+}
+TEST(ChildProcess, KeepsCarriageReturns) {
+  EXPECT_THAT(PiecesOf("printf 'a\\r\\n'"), ElementsAre("a\r\n"));
+}
+TEST(ChildProcess, GivesALongLineInPiecesOf2047Bytes) {
+  const std::vector<std::string> pieces =
+      PiecesOf("i=0; while [ $i -lt 300 ]; do printf 0123456789; i=$((i+1)); done; echo");
+  ASSERT_EQ(pieces.size(), 2u);
+  EXPECT_EQ(pieces[0].size(), 2047u);
+  EXPECT_EQ(pieces[1].size(), 3001u - 2047u);
+  std::string whole;
+  for (int i = 0; i < 300; ++i) whole += "0123456789";
+  EXPECT_EQ(pieces[0] + pieces[1], whole + "\n");
+}
+TEST(ChildProcess, KeepsNulBytes) {
+  EXPECT_THAT(PiecesOf("printf 'a\\000b\\nc\\n'"), ElementsAre(std::string("a\0b\n", 4), "c\n"));
+}
+TEST(ChildProcess, EndsWithAnotherStatusWhenKilled) { EXPECT_NE(StatusOf("kill -9 $$"), 0); }
+
+TEST(QuotedForShell, KeepsWhatThisShellActsOn) {
+  for (const char* const text :
+       {"$HOME ${HOME} $(echo x) $$", "`echo x`", "it's", "\\", "\\\\n\\$", "a\nb",
+        "* ? [a] ~ # & | ; < > ( ) { } !", "%PATH% %s", "\xFF\xFE", "\ttab", "!!"})
+    EXPECT_EQ(ThroughTheShell(text), text);
 }
 
 }  // namespace

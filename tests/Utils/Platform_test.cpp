@@ -11,12 +11,22 @@
 #include <utility>
 #include <vector>
 
+#include "ChildText.h"
 #include "TestSupport.h"
 
 namespace tarvek {
 namespace {
 
+using test::PiecesOf;
+using test::StatusOf;
+using test::ThroughTheShell;
+using testing::IsEmpty;
 using testing::IsSupersetOf;
+
+// "Größe" and "質量" in UTF-8
+constexpr const char* kUnicodeName =
+    "Gr\xC3\xB6\xC3\x9F"
+    "e \xE8\xB3\xAA\xE9\x87\x8F";
 
 class FileTest : public testing::Test {
  protected:
@@ -250,6 +260,34 @@ TEST(MonotonicMilliseconds, CountsMilliseconds) {
   EXPECT_GE(elapsed_ms, 20);
   EXPECT_LT(elapsed_ms, 20000);
 }
+
+TEST(ChildProcess, GivesNothingOfASilentChild) { EXPECT_THAT(PiecesOf("exit 0"), IsEmpty()); }
+TEST(ChildProcess, IsAtItsEndWhenItsOutputIsClosed) {
+  ChildProcess child = ChildProcess::Start("echo a");
+  std::string line;
+  EXPECT_TRUE(child.ReadLine(line));
+  EXPECT_FALSE(child.AtEnd());
+  EXPECT_FALSE(child.ReadLine(line));
+  EXPECT_TRUE(child.AtEnd());
+}
+TEST(ChildProcess, EndsWithZero) { EXPECT_EQ(StatusOf("exit 0"), 0); }
+TEST(ChildProcess, EndsWithAnotherStatus) { EXPECT_NE(StatusOf("exit 3"), 0); }
+TEST(ChildProcess, IsOverAfterItsMove) {
+  ChildProcess child = ChildProcess::Start("exit 0");
+  const ChildProcess moved = std::move(child);
+  EXPECT_FALSE(child.IsRunning());  // NOLINT(bugprone-use-after-move): that is the question
+  EXPECT_TRUE(moved.IsRunning());
+}
+
+class ShellText : public testing::TestWithParam<const char*> {};
+
+TEST_P(ShellText, ArrivesUnchanged) { EXPECT_EQ(ThroughTheShell(GetParam()), GetParam()); }
+INSTANTIATE_TEST_SUITE_P(Platform, ShellText,
+                         testing::Values("plain", "two  blanks ", "D:\\", "D:\\out\\\\",
+                                         "\\\\host\\x",
+                                         "a & b | c < d > e ^ f ( ) ; , = ' ` $ # ~ [ ] { }",
+                                         "100%", "!PATH!", "\\%", "-o", "* ?", "\"quoted\"", "",
+                                         kUnicodeName));
 
 }  // namespace
 }  // namespace tarvek

@@ -4,8 +4,8 @@
 
 #include <filesystem>
 #include <string>
-#include <vector>
 
+#include "ChildText.h"
 #include "FileUtils.h"
 #include "Platform.h"
 #include "TestSupport.h"
@@ -13,6 +13,8 @@
 namespace tarvek {
 namespace {
 
+using test::PiecesOf;
+using test::StatusOf;
 using test::TemporaryDirectory;
 using testing::ElementsAre;
 
@@ -20,18 +22,6 @@ using testing::ElementsAre;
 constexpr const char* kUnicodeName =
     "Gr\xC3\xB6\xC3\x9F"
     "e \xE8\xB3\xAA\xE9\x87\x8F";
-
-std::vector<std::string> PiecesOf(const std::string& command) {
-  ChildProcess child = ChildProcess::Start(command);
-  std::vector<std::string> pieces;
-  for (std::string piece; child.ReadLine(piece);) pieces.push_back(piece);
-  return pieces;
-}
-
-int StatusOf(const std::string& command) {
-  ChildProcess child = ChildProcess::Start(command);
-  return child.Wait();
-}
 
 // ------------------------------------------------------------ paths
 
@@ -121,36 +111,9 @@ TEST(EnvironmentVariable, IsItsValue) {
 TEST(ChildProcess, GivesItsOutputLineByLineWithCarriageReturns) {
   EXPECT_THAT(PiecesOf("echo a&& echo b"), ElementsAre("a\r\n", "b\r\n"));
 }
-TEST(ChildProcess, EndsWithZero) { EXPECT_EQ(StatusOf("exit 0"), 0); }
-TEST(ChildProcess, EndsWithAnotherStatus) { EXPECT_EQ(StatusOf("exit 3"), 3); }
 TEST(ChildProcess, EndsWithAnotherStatusWhenItIsNotThere) {
   EXPECT_NE(StatusOf(".\\no_such_program.exe -ms -o \"out\" \"a b.raw\" 2>nul"), 0);
 }
-TEST(ChildProcess, IsAtItsEndWhenItsOutputIsClosed) {
-  ChildProcess child = ChildProcess::Start("echo a");
-  std::string line;
-  EXPECT_TRUE(child.ReadLine(line));
-  EXPECT_FALSE(child.AtEnd());
-  EXPECT_FALSE(child.ReadLine(line));
-  EXPECT_TRUE(child.AtEnd());
-}
-
-class ShellText : public testing::TestWithParam<const char*> {};
-
-TEST_P(ShellText, ArrivesUnchanged) {
-  const std::string program = QuotedForShell(ExecutableDirectory() + "\\print_argument.exe");
-  std::string arrived;
-  for (const std::string& piece : PiecesOf(program + " " + QuotedForShell(GetParam())))
-    arrived += piece;
-  EXPECT_EQ(arrived, GetParam());
-}
-INSTANTIATE_TEST_SUITE_P(Platform, ShellText,
-                         testing::Values("plain", "two  blanks ", "D:\\", "D:\\out\\\\",
-                                         "\\\\host\\x",
-                                         "a & b | c < d > e ^ f ( ) ; , = ' ` $ # ~ [ ] { }",
-                                         "100%", "!PATH!", "\\%", "-o", "* ?", "\"quoted\"",
-                                         kUnicodeName));
-INSTANTIATE_TEST_SUITE_P(Empty, ShellText, testing::Values(""));
 
 TEST(QuotedForShell, PutsAPlainPathInQuotesAndNothingElse) {
   EXPECT_EQ(QuotedForShell("D:\\a b\\c.raw"), "\"D:\\a b\\c.raw\"");

@@ -1,5 +1,9 @@
-// What tests of processes in the background start; its first argument says what it does.
+// What tests of child processes start; its first argument says what it does.
+#if __has_include(<process.h>)  // the systems have one call under two names
 #include <process.h>
+#else
+#include <unistd.h>
+#endif
 
 #include <chrono>
 #include <cstdio>
@@ -8,9 +12,16 @@
 #include <string_view>
 #include <thread>
 
+#include "ChildText.h"
 #include "Platform.h"
 
 namespace {
+
+#if __has_include(<process.h>)
+int OwnNumber() { return _getpid(); }
+#else
+int OwnNumber() { return getpid(); }
+#endif
 
 int PrintArguments(int count, const char* const* arguments) {
   for (int i = 2; i < count; ++i) std::printf("%s|", arguments[i]);
@@ -26,7 +37,7 @@ int PrintOnBothOutputs() {
 
 /// Prints the number of this process and does not end by itself.
 int Wait() {
-  std::printf("%d\n", _getpid());
+  std::printf("%d\n", OwnNumber());
   std::fflush(stdout);
   while (true) std::this_thread::sleep_for(std::chrono::seconds(1));
 }
@@ -34,7 +45,7 @@ int Wait() {
 /// Starts one that waits, and does the same.
 int WaitWithAnother() {
   tarvek::ChildProcess other = tarvek::ChildProcess::Start(
-      tarvek::QuotedForShell(tarvek::ExecutableDirectory() + "\\background_child.exe") + " wait");
+      tarvek::QuotedForShell(tarvek::test::BackgroundChild()) + " wait");
   std::string number;
   other.ReadLine(number);
   std::fputs(number.c_str(), stdout);
