@@ -15,6 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using test::CaptureConsole;
+using test::kNothingThrown;
 using test::MessageOf;
 using test::TemporaryDirectory;
 using test::WriteFile;
@@ -53,7 +54,6 @@ class ExtractorTest : public testing::Test {
   test::ConsoleText m_text;
 };
 
-constexpr const char* kNothingThrown = "(nothing was thrown)";
 constexpr const char* kFailed = "Cannot use morvex to extract signals from: a.raw";
 
 TEST_F(ExtractorTest, IsTheOneOfTheCurrentDirectory) {

@@ -13,6 +13,7 @@ namespace tarvek {
 namespace {
 
 using test::CaptureConsole;
+using test::kNothingThrown;
 using test::MessageOf;
 using test::TemporaryDirectory;
 using test::WriteFile;
@@ -43,8 +44,6 @@ class RunDriver : public testing::Test {
   UserParameters m_parameters = test::ParametersFor(m_directory);
   test::ConsoleText m_text;
 };
-
-constexpr const char* kNothingThrown = "(nothing was thrown)";
 
 TEST_F(RunDriver, TakesTheFormatOfAFileFromItsExtensionInLowerCase) {
   EXPECT_EQ(detectDataPathFormat(MakeFile("1.RAW"), m_parameters), "raw");

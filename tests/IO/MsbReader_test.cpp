@@ -47,7 +47,7 @@ class MsbPair {
   }
   template <class Read>
   void With(Read read) const {
-    EXPECT_EQ(ErrorOf(read), "(nothing was thrown)");
+    EXPECT_EQ(ErrorOf(read), test::kNothingThrown);
   }
 
   [[nodiscard]] std::string ErrorOfReading() const {

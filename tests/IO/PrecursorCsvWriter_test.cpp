@@ -189,7 +189,7 @@ TEST(PrecursorCsvWriter, ToleratesThatTheTemporaryFileHasGone) {
     std::filesystem::remove(directory / "run.csv_unfinished");
     message = MessageOf([&] { writer.Complete(); });
   });
-  EXPECT_EQ(message, "(nothing was thrown)");
+  EXPECT_EQ(message, test::kNothingThrown);
 }
 
 }  // namespace

@@ -168,7 +168,7 @@ TEST(SpectrumReader, FinishesAFileThatGrew) {
     std::filesystem::resize_file(path, 400);
     message = MessageOf([&] { reader.Finish(); });
   });
-  EXPECT_EQ(message, "(nothing was thrown)");
+  EXPECT_EQ(message, test::kNothingThrown);
 }
 TEST(SpectrumReader, DeliversLongLinesInPiecesWhenUnbuffered) {
   EXPECT_EQ(LinesOf(std::string(2500, 'a') + "\nb\n", 0),

@@ -88,9 +88,9 @@ TEST_P(NumpressArrays, AreRefusedWhenCutOrTooLong) {
   ArrayEncoding encoding;
   encoding.m_numpress = GetParam();
   const std::string bytes = NumpressBytes(GetParam());
-  EXPECT_NE(ErrorOf(bytes.substr(0, bytes.size() - 2), encoding, 3), "(nothing was thrown)");
-  EXPECT_NE(ErrorOf(bytes, encoding, 2), "(nothing was thrown)");
-  EXPECT_NE(ErrorOf("", encoding, 3), "(nothing was thrown)");
+  EXPECT_NE(ErrorOf(bytes.substr(0, bytes.size() - 2), encoding, 3), tarvek::test::kNothingThrown);
+  EXPECT_NE(ErrorOf(bytes, encoding, 2), tarvek::test::kNothingThrown);
+  EXPECT_NE(ErrorOf("", encoding, 3), tarvek::test::kNothingThrown);
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, NumpressArrays,

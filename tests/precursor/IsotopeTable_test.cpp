@@ -167,7 +167,7 @@ TEST(ProtonatedMassDa, AddsTheProtonsThatADeprotonatedIonLost) {
 
 TEST(LoadIsotopeTable, DoesNothingOnceATableIsThere) {
   InstallIsotopeTable(NumberedTable(15000));
-  EXPECT_EQ(MessageOf([] { LoadIsotopeTable("no/such/file"); }), "(nothing was thrown)");
+  EXPECT_EQ(MessageOf([] { LoadIsotopeTable("no/such/file"); }), test::kNothingThrown);
   EXPECT_EQ(LookUpIsotopeRow({500.0, 1})[0], 500.0);
 }
 

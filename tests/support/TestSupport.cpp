@@ -77,7 +77,7 @@ std::string MessageOf(const std::function<void()>& action) {
   } catch (const std::exception& error) {
     return error.what();
   }
-  return "(nothing was thrown)";
+  return kNothingThrown;
 }
 
 }  // namespace tarvek::test

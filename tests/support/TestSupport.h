@@ -41,8 +41,10 @@ struct ConsoleText {
 };
 ConsoleText CaptureConsole(const std::function<void()>& action);
 
+inline constexpr const char* kNothingThrown = "(nothing was thrown)";
+
 /// The message of whatever action throws: a character string, a std::string or a std::exception;
-/// "(nothing was thrown)" when it returns.
+/// kNothingThrown when it returns.
 std::string MessageOf(const std::function<void()>& action);
 
 }  // namespace tarvek::test
