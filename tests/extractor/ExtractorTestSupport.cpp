@@ -193,6 +193,17 @@ std::string Mzml(const std::vector<TestScan>& scans, bool indexed) {
   return xml + "\n";
 }
 
+std::string MzmlRun(int scan_count, bool indexed) {
+  std::vector<TestScan> scans;
+  for (int number = 1; number < scan_count; number += 2) {
+    scans.push_back(Survey(number));
+    TestPrecursor precursor;
+    precursor.m_ref = "scan=" + std::to_string(number);
+    scans.push_back(Fragment(number + 1, precursor));
+  }
+  return Mzml(scans, indexed);
+}
+
 std::string Mzxml(const std::vector<TestMzxmlScan>& scans, const std::string& analyser) {
   std::string xml = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n<mzXML><msRun scanCount=\"" +
                     std::to_string(scans.size()) +

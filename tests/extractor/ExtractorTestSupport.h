@@ -67,6 +67,9 @@ void SetPeaks(TestScan& scan, const std::vector<Peak>& peaks);
 /// flight are "IC3"; a quadrupole alone is "IC4".
 std::string Mzml(const std::vector<TestScan>& scans, bool indexed = false);
 
+/// The mzML of a run in which each survey is followed by a fragment scan of its own.
+std::string MzmlRun(int scan_count, bool indexed = false);
+
 /// One mzXML scan; m_nested stands inside it behind its peaks.
 struct TestMzxmlScan {
   int m_number = 1;

@@ -13,26 +13,15 @@ namespace {
 
 namespace fs = std::filesystem;
 
-using test::Fragment;
-using test::Mzml;
 using test::RunExtractor;
-using test::Survey;
 using test::TemporaryDirectory;
-using test::TestScan;
 using test::WriteFile;
 using testing::HasSubstr;
 
 /// Programs of another system start slowly.
 int Cuts() { return tarvek::test::TestsForeignPrograms() ? 20 : 200; }
 
-std::string MzmlRun() {
-  std::vector<TestScan> scans;
-  for (int number = 1; number < 40; number += 2) {
-    scans.push_back(Survey(number));
-    scans.push_back(Fragment(number + 1));
-  }
-  return Mzml(scans, true);
-}
+std::string MzmlRun() { return test::MzmlRun(40, true); }
 
 std::string MzxmlRun() {
   std::vector<test::TestMzxmlScan> scans(40);
@@ -115,7 +104,7 @@ tarvek::test::ProcessResult ResultAfterSignal(const TemporaryDirectory& director
   request.m_program = "/bin/sh";
   request.m_working_directory = directory.Path();
   request.m_arguments = {"-c", "mkfifo run.mzML; /bin/sh -c \"$1\" \"$0\" >/dev/null; echo $?",
-                         tarvek::test::TestedProgram(TARVEK_EXTRACTOR_DIRECTORY "/morvex_xml.exe"),
+                         test::ExtractorProgram("xml"),
                          "{ cat first; sleep 0.2; kill -" + signal +
                              " $$; sleep 0.2; cat rest; } >run.mzML 2>/dev/null & " + before +
                              "exec \"$0\" run.mzML"};

@@ -13,6 +13,7 @@
 #include "ExtractorTestSupport.h"
 #include "FaultCases.h"
 #include "FileUtils.h"
+#include "GeneratedRun.h"
 #include "RunExtractor.h"
 
 namespace tarvek::extractor {
@@ -21,6 +22,7 @@ namespace {
 namespace fs = std::filesystem;
 
 using tarvek::test::FaultPoints;
+using tarvek::test::MomentIn;
 using tarvek::test::ProcessRequest;
 using tarvek::test::ProcessResult;
 using tarvek::test::Promise;
@@ -35,24 +37,11 @@ using testing::HasSubstr;
 constexpr int kScans = 2000;
 constexpr unsigned kSeed = 20241121;
 
-std::string MzmlRun() {
-  std::vector<test::TestScan> scans;
-  for (int number = 1; number < kScans; number += 2) {
-    scans.push_back(test::Survey(number));
-    test::TestPrecursor precursor;
-    precursor.m_ref = "scan=" + std::to_string(number);
-    scans.push_back(test::Fragment(number + 1, precursor));
-  }
-  return test::Mzml(scans);
-}
-
 class KilledConversion : public testing::Test {
  protected:
   KilledConversion() {
-    WriteFile(m_directory / "run.mzML", MzmlRun());
-    std::string table;
-    for (int row = 0; row < 2000; ++row) table += "100 60 20 5 1\n";
-    WriteFile(m_directory / "IPV.txt", table);
+    WriteFile(m_directory / "run.mzML", test::MzmlRun(kScans));
+    WriteFile(m_directory / "IPV.txt", tarvek::test::FlatIsotopeTable(2000));
     fs::create_symlink(test::ExtractorFolder() + "/morvex_xml.exe", m_directory / "morvex_xml.exe");
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(RunProcess(Request("undisturbed")).m_exit_status, 0);
@@ -108,8 +97,7 @@ TEST_F(KilledConversion, GivesTheUndisturbedBytesWhenRunAgain) {
   for (int i = 0; i < FaultPoints(); ++i)
     promise.Try(i, [&] {
       fs::remove_all(m_directory / "out");
-      KillARun(std::chrono::microseconds(
-          static_cast<std::uint64_t>(m_duration.count()) * random() >> 32));
+      KillARun(MomentIn(m_duration, random));
       if (fs::exists(m_directory / "out/run.csv")) {
         EXPECT_TRUE(Results("out") == m_undisturbed);
       }
@@ -121,7 +109,7 @@ TEST_F(KilledConversion, GivesTheUndisturbedBytesWhenRunAgain) {
 
 TEST(BusyOutputs, AreLeftToTheExtractorThatHasThem) {
   const TemporaryDirectory directory;
-  WriteFile(directory / "run.mzML", MzmlRun());
+  WriteFile(directory / "run.mzML", test::MzmlRun(kScans));
   WriteFile(directory / "run.ms1_unfinished", "half a fi");
   const FileLock lock = LockFile(directory / "run.ms1_unfinished");
   const ProcessResult result = test::RunExtractor("xml", {directory / "run.mzML"});

@@ -82,7 +82,7 @@ TEST(Program, DoesItsWorkWhenNobodyReadsItsProgress) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.mzML", Mzml({Survey(1)}));
   tarvek::test::ProcessRequest request;
-  request.m_program = tarvek::test::TestedProgram(TARVEK_EXTRACTOR_DIRECTORY "/morvex_xml.exe");
+  request.m_program = test::ExtractorProgram("xml");
   request.m_arguments = {directory / "run.mzML"};
   request.m_standard_output = tarvek::test::StandardOutput::kClosedPipe;
   EXPECT_EQ(tarvek::test::RunProcess(request).m_exit_status, 0);

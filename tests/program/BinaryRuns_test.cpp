@@ -60,9 +60,7 @@ class BinaryRun : public FakeExtractorTest {
       scan.m_charge = 2;
       scan.m_mono_mz = scan.m_center;
     }
-    std::string table;
-    for (int row = 0; row < 4000; ++row) table += "100 60 20 5 1\n";
-    Write("IPV.txt", table);
+    Write("IPV.txt", FlatIsotopeTable(4000));
   }
   const ProcessResult& RunBinary(std::vector<std::string> more = {}) {
     std::vector<BinaryScan> scans = m_surveys;

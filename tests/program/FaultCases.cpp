@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdlib>
 #include <fstream>
 
@@ -20,6 +21,10 @@ int FailuresSoFar() {
 int FaultPoints() {
   const char* const points = std::getenv("TARVEK_FAULT_POINTS");
   return points == nullptr ? kUsualPoints : std::max(1, std::atoi(points));
+}
+
+std::chrono::microseconds MomentIn(std::chrono::microseconds duration, std::mt19937& random) {
+  return std::chrono::microseconds(static_cast<std::uint64_t>(duration.count()) * random() >> 32);
 }
 
 Promise::~Promise() {

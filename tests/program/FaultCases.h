@@ -3,7 +3,9 @@
 //           each promise to the file that TARVEK_FAULT_TABLE names ("./dev faults" prints it).
 #pragma once
 
+#include <chrono>
 #include <functional>
+#include <random>
 #include <string>
 #include <utility>
 
@@ -11,6 +13,9 @@ namespace tarvek::test {
 
 /// How many points of a run, or sizes of a file, a test tries: TARVEK_FAULT_POINTS, or 25.
 int FaultPoints();
+
+/// A moment in the life of something that takes so long, with the same chance for each.
+std::chrono::microseconds MomentIn(std::chrono::microseconds duration, std::mt19937& random);
 
 /// One promise, for the length of a test.
 class Promise {

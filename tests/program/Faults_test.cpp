@@ -124,8 +124,7 @@ class KilledRun : public GeneratedRunTest {
     std::vector<std::string> arguments = Arguments("out");
     arguments.insert(arguments.end(), more.begin(), more.end());
     ProcessRequest request = Request(arguments);
-    const auto moment = static_cast<std::uint64_t>(m_duration.count()) * random() >> 32;
-    request.m_kill_after = std::chrono::microseconds(moment);
+    request.m_kill_after = MomentIn(m_duration, random);
     RunRequest(request);
     if (m_result.m_signal == SIGKILL) ++m_killed;
     if (Exists("out/run.csv_unfinished")) ++m_interrupted;

@@ -39,12 +39,8 @@ class GeneratedRunTest : public ProgramTest {
     Write(name + ".ms1", run.m_ms1);
     Write(name + ".ms2", run.m_ms2);
   }
-  /// Flat envelopes for every mass that charges 2 to 6 reach at m/z 600.
-  void PlaceWideTable() const {
-    std::string table;
-    for (int row = 0; row < 4000; ++row) table += "100 60 20 5 1\n";
-    Write("IPV.txt", table);
-  }
+  /// The same envelope for every mass that charges 2 to 6 reach at m/z 600.
+  void PlaceWideTable() const { Write("IPV.txt", FlatIsotopeTable(4000)); }
   static std::vector<std::string> Arguments(const std::string& out) {
     return {"-D", "run.ms1", "-O", out};
   }

@@ -11,7 +11,7 @@ namespace fs = std::filesystem;
 namespace {
 
 /// The lines of the log in text with '/' in place of '\\': expected paths are written with '/'.
-std::string WithSlashes(const std::string& text) {
+std::string LogWithSlashes(const std::string& text) {
   std::string result;
   for (std::size_t at = 0; at < text.size();) {
     const std::size_t end = std::min(text.find('\n', at), text.size() - 1) + 1;
@@ -63,15 +63,15 @@ const ProcessResult& ProgramTest::Run(std::vector<std::string> arguments) {
 const ProcessResult& ProgramTest::RunRequest(const ProcessRequest& request) {
   m_result = RunProcess(request);
   if (TestsForeignPrograms()) {
-    m_result.m_out = WithSlashes(m_result.m_out);
-    m_result.m_err = WithSlashes(m_result.m_err);
+    m_result.m_out = LogWithSlashes(m_result.m_out);
+    m_result.m_err = LogWithSlashes(m_result.m_err);
   }
   return m_result;
 }
 
 std::string ProgramTest::Content(const std::string& name) const {
   const std::string content = ReadFile(Path(name));
-  return TestsForeignPrograms() && name.ends_with(kLog) ? WithSlashes(content) : content;
+  return TestsForeignPrograms() && name.ends_with(kLog) ? LogWithSlashes(content) : content;
 }
 
 void ProgramTest::Write(const std::string& name, const std::string& content) const {

@@ -131,8 +131,7 @@ TEST_F(GeneratedRunTest, AtOnceWithAnotherAtAnyMomentLosesNothing) {
     promise.Try(i, [&] {
       fs::remove_all(Path("out"));
       RunningProcess first(Request(Arguments("out")));
-      const auto moment = static_cast<std::uint64_t>(m_duration.count()) * random() >> 32;
-      std::this_thread::sleep_for(std::chrono::microseconds(moment));
+      std::this_thread::sleep_for(MomentIn(m_duration, random));
       Run(Arguments("out"));
       const ProcessResult first_result = WithSlashes(first.Wait());
       EXPECT_TRUE(first_result.m_exit_status == 0 || m_result.m_exit_status == 0);
