@@ -36,8 +36,8 @@ Promise::~Promise() {
 void Promise::Try(const std::string& name, const std::function<void()>& check) {
   const testing::ScopedTrace trace(__FILE__, __LINE__, m_text + ": " + name);
   const int before = FailuresSoFar();
+  ++m_cases;  // also one that an exception leaves
   check();
-  ++m_cases;
   if (FailuresSoFar() == before) ++m_kept;
 }
 
