@@ -19,7 +19,8 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr std::chrono::seconds kLongestRun{300};
+/// How long outputs are read after the process was killed: what it started may hold them.
+constexpr std::chrono::seconds kLastWords{2};
 constexpr int kExecFailed = 127;
 constexpr const char* kForeignPrograms = "TARVEK_TEST_PROGRAMS";
 
@@ -128,18 +129,38 @@ timespec TimeUntil(Clock::time_point moment) {
   return {nanoseconds / 1'000'000'000, nanoseconds % 1'000'000'000};
 }
 
-/// Reads both pipes to their ends and sends the child a signal at deadline.
-void Collect(OutputEnds& ends, pid_t child, Clock::time_point deadline, int signal,
+struct Alarm {
+  Clock::time_point m_moment;
+  int m_signal;  // 0 at the last one: nothing more is read
+  bool m_is_time_limit = false;
+};
+
+std::vector<Alarm> AlarmsOf(const ProcessRequest& request, Clock::time_point start) {
+  std::vector<Alarm> alarms;
+  if (request.m_kill_after)
+    alarms.push_back({start + *request.m_kill_after, request.m_kill_signal});
+  if (!request.m_kill_after || request.m_kill_signal != SIGKILL)
+    alarms.push_back({start + request.m_time_limit, SIGKILL, true});
+  alarms.push_back({alarms.back().m_moment + kLastWords, 0});
+  return alarms;
+}
+
+/// Reads both pipes to their ends, or to the last of alarms, and sends the child their signals.
+/// False when the time limit was one of them.
+bool Collect(OutputEnds& ends, pid_t child, const std::vector<Alarm>& alarms,
              ProcessResult& result) {
-  bool killed = false;
+  bool in_time = true;
+  auto alarm = alarms.begin();
   while (ends.m_out.m_read.Number() >= 0 || ends.m_err.m_read.Number() >= 0) {
     std::array<pollfd, 2> polled{
         {{ends.m_out.m_read.Number(), POLLIN, 0}, {ends.m_err.m_read.Number(), POLLIN, 0}}};
-    const timespec left = TimeUntil(deadline);
-    const int ready = ::ppoll(polled.data(), polled.size(), killed ? nullptr : &left, nullptr);
+    const timespec left = TimeUntil(alarm->m_moment);
+    const int ready = ::ppoll(polled.data(), polled.size(), &left, nullptr);
     if (ready == 0) {
-      ::kill(child, signal);
-      killed = true;
+      if (alarm->m_signal == 0) break;
+      ::kill(child, alarm->m_signal);
+      in_time = in_time && !alarm->m_is_time_limit;
+      ++alarm;
     }
     if (ready <= 0) continue;
     if (polled[0].revents != 0 && !ReadSome(ends.m_out.m_read, result.m_out))
@@ -147,6 +168,7 @@ void Collect(OutputEnds& ends, pid_t child, Clock::time_point deadline, int sign
     if (polled[1].revents != 0 && !ReadSome(ends.m_err.m_read, result.m_err))
       ends.m_err.m_read.Close();
   }
+  return in_time;
 }
 
 void Reap(pid_t child, ProcessResult& result) {
@@ -196,28 +218,42 @@ RunningProcess::RunningProcess(const ProcessRequest& request)
 }
 
 RunningProcess::~RunningProcess() {
-  if (m_state->m_child < 0) return;
-  Signal(SIGKILL);
-  ProcessResult ignored;
-  Reap(m_state->m_child, ignored);
+  if (m_state->m_child >= 0) Kill();
 }
 
 int RunningProcess::Id() const { return m_state->m_child; }
 
-void RunningProcess::Signal(int number) const { ::kill(m_state->m_child, number); }
+void RunningProcess::Signal(int number) const {
+  // When it was waited for there is no process, and -1 would mean every one.
+  if (m_state->m_child > 0) ::kill(m_state->m_child, number);
+}
+
+bool RunningProcess::Stop() const {
+  Signal(SIGSTOP);
+  // A signal is only sent by then: the process goes on for a moment.
+  siginfo_t info{};
+  while (::waitid(P_PID, static_cast<id_t>(Id()), &info, WSTOPPED | WEXITED | WNOWAIT) < 0 &&
+         errno == EINTR) {
+  }
+  return info.si_code == CLD_STOPPED;
+}
+
+ProcessResult RunningProcess::Kill() {
+  Signal(SIGKILL);
+  ProcessResult result;
+  Reap(std::exchange(m_state->m_child, -1), result);
+  return result;
+}
 
 ProcessResult RunningProcess::Wait() {
   const ProcessRequest& request = m_state->m_request;
   const pid_t child = std::exchange(m_state->m_child, -1);
   ProcessResult result;
-  const auto longest = request.m_kill_after.value_or(kLongestRun);
-  const int signal = request.m_kill_after ? request.m_kill_signal : SIGKILL;
-  Collect(m_state->m_ends, child, m_state->m_start + longest, signal, result);
+  const bool in_time = Collect(m_state->m_ends, child, AlarmsOf(request, m_state->m_start), result);
   Reap(child, result);
   if (result.m_exit_status == kExecFailed)
     throw std::runtime_error("cannot run " + request.m_program);
-  if (!request.m_kill_after && result.m_signal == SIGKILL)
-    throw std::runtime_error(request.m_program + " did not end in time");
+  if (!in_time) throw std::runtime_error(request.m_program + " did not end in time");
   return result;
 }
 

@@ -3,6 +3,8 @@
 //           input at its end; collects both outputs through pipes, which no file-size limit
 //           touches.
 // Throws:   std::runtime_error when the process cannot be started or does not end in time.
+// Not here: the processes that it starts: they are not killed with it, and one that holds its
+//           outputs after its end is waited for as long as for the process itself.
 #pragma once
 
 #include <chrono>
@@ -33,6 +35,7 @@ struct ProcessRequest {
   std::optional<std::uint64_t> m_file_size_limit_bytes;
   std::optional<std::chrono::microseconds> m_kill_after;  // a signal at this moment
   int m_kill_signal = SIGKILL;
+  std::chrono::microseconds m_time_limit = std::chrono::minutes(5);
 };
 
 struct ProcessResult {
@@ -50,10 +53,17 @@ class RunningProcess {
   explicit RunningProcess(const ProcessRequest& request);
   RunningProcess(const RunningProcess&) = delete;
   RunningProcess& operator=(const RunningProcess&) = delete;
-  ~RunningProcess();  // kills it when Wait was not reached
+  ~RunningProcess();  // kills it when neither Wait nor Kill was reached
 
   [[nodiscard]] int Id() const;
   void Signal(int number) const;
+
+  /// Makes it stand still, until Signal(SIGCONT); false when it had ended.
+  [[nodiscard]] bool Stop() const;
+
+  /// Kills it and returns how it ended, without what it printed: what it started may hold its
+  /// outputs for longer. In place of Wait.
+  ProcessResult Kill();
 
   /// Its result when it has ended. Once.
   ProcessResult Wait();
