@@ -3,13 +3,11 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "FaultCases.h"
@@ -74,34 +72,16 @@ TEST_F(ReadOnlyDirectory, IsNamedInTheError) {
 
 class ChangingInput : public GeneratedRunTest {
  protected:
-  /// Starts a run and stops it when its outputs in folder are open and it still reads; false when
-  /// it was always too fast.
-  bool StartAndStop(const std::vector<std::string>& arguments, const std::string& folder) {
-    for (int i = 0; i < 50; ++i) {
-      fs::remove_all(Path(folder));
-      m_run.emplace(Request(arguments));
-      while (!AnyOutput(folder, ".pf1")) std::this_thread::yield();
-      m_run->Signal(SIGSTOP);
-      if (!AnyOutput(folder, ".csv")) return true;
-    }
-    return false;
-  }
-  /// The name of an output with this extension, empty without one.
-  [[nodiscard]] std::string Output(const std::string& folder, const std::string& extension) const {
-    if (!Exists(folder)) return "";
-    for (const fs::directory_entry& entry : fs::directory_iterator(Path(folder)))
-      if (entry.path().extension() == extension) return entry.path().stem().string();
-    return "";
-  }
-  [[nodiscard]] bool AnyOutput(const std::string& folder, const std::string& extension) const {
-    return !Output(folder, extension).empty();
+  void Start(const std::vector<std::string>& arguments) {
+    m_run = StartAndStop(arguments, "out");
+    ASSERT_NE(m_run, nullptr);
   }
   void Continue() {
     m_run->Signal(SIGCONT);
     m_result = WithSlashes(m_run->Wait());
   }
   void ExpectShorterInputIsNoticed(const std::string& name, std::uint64_t size_bytes) {
-    ASSERT_TRUE(StartAndStop(Arguments("out"), "out"));
+    ASSERT_NO_FATAL_FAILURE(Start(Arguments("out")));
     const std::string content = Content(name);
     fs::resize_file(Path(name), size_bytes);
     Continue();
@@ -114,7 +94,7 @@ class ChangingInput : public GeneratedRunTest {
     ExpectUndisturbedOutputs("out");
   }
 
-  std::optional<RunningProcess> m_run;
+  std::unique_ptr<RunningProcess> m_run;
 };
 
 TEST_F(ChangingInput, ThatBecomesShorterEndsTheRunWithAnError) {
@@ -132,7 +112,7 @@ TEST_F(ChangingInput, ThatIsDeletedWhileItIsReadIsReadToItsEnd) {
   Promise promise("input deleted while it is read: the run is complete");
   for (const char* const name : {"run.ms1", "run.ms2"})
     promise.Try(name, [&] {
-      ASSERT_TRUE(StartAndStop(Arguments("out"), "out"));
+      ASSERT_NO_FATAL_FAILURE(Start(Arguments("out")));
       const std::string content = Content(name);
       fs::remove(Path(name));
       Continue();
@@ -147,8 +127,8 @@ TEST_F(ChangingInput, ThatVanishesBeforeItsTurnIsNamed) {
   for (const char* const level : {"1", "2"})
     promise.Try(std::string("MS") + level, [&] {
       for (const char* const name : {"in/a", "in/b"}) PlaceGenerated(name);
-      ASSERT_TRUE(StartAndStop({"-D", "in", "-F", "ms1", "-O", "out"}, "out"));
-      const std::string first = Output("out", ".pf1");
+      ASSERT_NO_FATAL_FAILURE(Start({"-D", "in", "-F", "ms1", "-O", "out"}));
+      const std::string first = OutputNamed("out", ".pf1");
       const std::string second = first == "a" ? "b" : "a";
       const std::string gone = "in/" + second + ".ms" + level;
       fs::remove(Path(gone));

@@ -84,9 +84,9 @@ TEST_F(BadExtractor, ThatLiesIsFoundOut) {
 TEST_F(BadExtractor, ThatHangsIsWaitedFor) {
   Promise promise("an extractor that hangs is waited for");
   promise.Try("until it goes on", [&] {
-    PlaceExtractor(std::string("while [ ! -e leave ]; do sleep 0.01; done\n") + kCopyTextPair);
+    PlaceExtractor(std::string(kWaitForLeave) + kCopyTextPair);
     RunningProcess run(Request({"-D", "run.raw", "-O", "out", "-d", "1"}));
-    while (Starts() == 0) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    ASSERT_TRUE(Appears(Path("started")));
     std::this_thread::sleep_for(std::chrono::seconds(1));
     EXPECT_FALSE(Exists("out/run.csv"));
     Write("leave", "");
@@ -99,9 +99,8 @@ TEST_F(BadExtractor, ThatHangsIsWaitedFor) {
     fs::remove(Path("calls.txt"));
     PlaceExtractor("echo $$ >pid\nexec sleep 60\n");
     RunningProcess run(Request(Arguments()));
-    while (!Exists("pid") || Content("pid").empty())
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    run.Signal(SIGKILL);
+    ASSERT_TRUE(Eventually([&] { return Exists("pid") && Content("pid").ends_with('\n'); }));
+    EXPECT_EQ(run.Kill().m_signal, SIGKILL);
     ::kill(std::stoi(Content("pid")), SIGKILL);
     ExpectRecovery({});
   });

@@ -26,6 +26,12 @@ inline constexpr const char* kCopyBinaryPair =
     "cp prepared/run.mscsv \"$out/$base.$format.mscsv\"\n"
     ": > \"$out/$base.morvex\"\n";
 
+/// Lines of a script that say where they are and wait for leave to go on. They wait no longer than
+/// the test's directory is there.
+inline constexpr const char* kWaitForLeave =
+    ": > started\n"
+    "while [ -e started ] && [ ! -e leave ]; do sleep 0.01; done\n";
+
 class FakeExtractorTest : public ProgramTest {
  protected:
   FakeExtractorTest() {

@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -43,6 +44,26 @@ class GeneratedRunTest : public ProgramTest {
   void PlaceWideTable() const { Write("IPV.txt", FlatIsotopeTable(4000)); }
   static std::vector<std::string> Arguments(const std::string& out) {
     return {"-D", "run.ms1", "-O", out};
+  }
+  /// A run that stands still when its outputs in folder are open and it still reads; nothing when
+  /// that never succeeds: a run may be over before this process, on a busy machine, sees its start.
+  [[nodiscard]] std::unique_ptr<RunningProcess> StartAndStop(
+      const std::vector<std::string>& arguments, const std::string& folder) const {
+    for (int i = 0; i < 50; ++i) {
+      std::filesystem::remove_all(Path(folder));
+      auto run = std::make_unique<RunningProcess>(Request(arguments));
+      if (!Eventually([&] { return !OutputNamed(folder, ".pf1").empty(); })) return nullptr;
+      if (run->Stop() && OutputNamed(folder, ".csv").empty()) return run;
+    }
+    return nullptr;
+  }
+  /// The name of an output with this extension, empty without one.
+  [[nodiscard]] std::string OutputNamed(const std::string& folder,
+                                        const std::string& extension) const {
+    if (!Exists(folder)) return "";
+    for (const auto& entry : std::filesystem::directory_iterator(Path(folder)))
+      if (entry.path().extension() == extension) return entry.path().stem().string();
+    return "";
   }
   [[nodiscard]] std::uint64_t LargestOutputBytes() const {
     std::size_t largest = 0;

@@ -1,7 +1,9 @@
 #include "ProgramTest.h"
 
 #include <algorithm>
+#include <chrono>
 #include <sstream>
+#include <thread>
 #include <utility>
 
 namespace tarvek::test {
@@ -46,6 +48,19 @@ std::string GoldenFolder() { return TARVEK_SOURCE_DIR "/tests/golden"; }
 
 std::string GoldenInput(const std::string& name) {
   return ReadFile(GoldenFolder() + "/input/" + name);
+}
+
+bool Eventually(const std::function<bool()>& condition) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(60);
+  while (!condition()) {
+    if (std::chrono::steady_clock::now() > deadline) return false;
+    std::this_thread::yield();
+  }
+  return true;
+}
+
+bool Appears(const std::string& path) {
+  return Eventually([&] { return fs::exists(path); });
 }
 
 ProcessRequest ProgramTest::Request(std::vector<std::string> arguments) const {

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -29,6 +30,12 @@ std::string GoldenFolder();
 
 /// The file of golden/input with this name.
 std::string GoldenInput(const std::string& name);
+
+/// Waits until condition holds; false when it never does.
+bool Eventually(const std::function<bool()>& condition);
+
+/// Waits until there is something at path; false when there never is.
+bool Appears(const std::string& path);
 
 class ProgramTest : public testing::Test {
  protected:

@@ -27,23 +27,10 @@ namespace {
 namespace fs = std::filesystem;
 using testing::EndsWith;
 
-constexpr std::chrono::seconds kPatience{60};
-constexpr int kAttempts = 50;
-
 /// The ERROR line of the run that came second.
 std::string TakenLine(const std::string& path) {
   return "[Tarvek] <ERROR> - Another run is writing " + path +
          ". Wait until it has ended, or choose another output directory.\n";
-}
-
-/// Waits until path exists; false when it never does.
-bool Appears(const std::string& path) {
-  const auto deadline = std::chrono::steady_clock::now() + kPatience;
-  while (!fs::exists(path)) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::yield();
-  }
-  return true;
 }
 
 // ------------------------------------------------------------ in the MS2 loop
@@ -51,16 +38,10 @@ bool Appears(const std::string& path) {
 /// A first run that stands still in the midst of its outputs while another is tried.
 class SecondRun : public GeneratedRunTest {
  protected:
-  /// On a busy machine a run may be over before this process sees that it has begun.
   void SetUp() override {
-    for (int i = 0; i < kAttempts && m_before.empty(); ++i) {
-      fs::remove_all(Path("out"));
-      m_first.emplace(Request(Arguments("out")));
-      ASSERT_TRUE(Appears(Path("out/run.pf1")));
-      m_first->Signal(SIGSTOP);
-      if (!Exists("out/run.csv")) m_before = OutputsIn(Path("out"));
-    }
-    ASSERT_FALSE(m_before.empty()) << "the first run was always too fast to be stopped";
+    m_first = StartAndStop(Arguments("out"), "out");
+    ASSERT_NE(m_first, nullptr);
+    m_before = OutputsIn(Path("out"));
   }
   /// Lets the first run end as if it had been alone.
   void ExpectFirstUndisturbed() {
@@ -71,7 +52,7 @@ class SecondRun : public GeneratedRunTest {
     ExpectUndisturbedOutputs("out");
   }
 
-  std::optional<RunningProcess> m_first;
+  std::unique_ptr<RunningProcess> m_first;
   FileMap m_before;
 };
 
@@ -100,8 +81,7 @@ TEST_F(SecondRun, MayWriteToAnotherDirectory) {
   ExpectFirstUndisturbed();
 }
 TEST_F(SecondRun, IsNotHinderedByAFirstOneThatWasKilled) {
-  m_first->Signal(SIGKILL);
-  m_first.reset();
+  EXPECT_EQ(m_first->Kill().m_signal, SIGKILL);
   EXPECT_TRUE(Exists("out/run.csv_unfinished"));
   EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
   ExpectUndisturbedOutputs("out");
@@ -143,11 +123,6 @@ TEST_F(GeneratedRunTest, AtOnceWithAnotherAtAnyMomentLosesNothing) {
 }
 
 // ------------------------------------------------------------ on the other roads
-
-/// Lines of a script that say where they are and wait for leave to go on.
-constexpr const char* kWaitForLeave =
-    ": > started\n"
-    "while [ ! -e leave ]; do sleep 0.01; done\n";
 
 class DuringExtraction : public FakeExtractorTest {
  protected:
