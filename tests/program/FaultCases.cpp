@@ -23,6 +23,8 @@ int FaultPoints() {
   return points == nullptr ? kUsualPoints : std::max(1, std::atoi(points));
 }
 
+int OneIn(int points) { return std::max(1, FaultPoints() / points); }
+
 std::chrono::microseconds MomentIn(std::chrono::microseconds duration, std::mt19937& random) {
   return std::chrono::microseconds(static_cast<std::uint64_t>(duration.count()) * random() >> 32);
 }
@@ -39,6 +41,11 @@ void Promise::Try(const std::string& name, const std::function<void()>& check) {
   ++m_cases;  // also one that an exception leaves
   check();
   if (FailuresSoFar() == before) ++m_kept;
+}
+
+void Promise::TryPoints(const std::function<void()>& check, const std::function<bool()>& enough) {
+  const int points = FaultPoints();
+  for (int i = 0; i < points || (i < 10 * points && !enough()); ++i) Try(i, check);
 }
 
 }  // namespace tarvek::test

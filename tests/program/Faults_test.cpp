@@ -124,10 +124,18 @@ class KilledRun : public GeneratedRunTest {
     std::vector<std::string> arguments = Arguments("out");
     arguments.insert(arguments.end(), more.begin(), more.end());
     ProcessRequest request = Request(arguments);
-    request.m_kill_after = MomentIn(m_duration, random);
+    const auto moment = MomentIn(m_duration, random);
+    request.m_kill_after = moment;
     RunRequest(request);
-    if (m_result.m_signal == SIGKILL) ++m_killed;
-    if (Exists("out/run.csv_unfinished")) ++m_interrupted;
+    const bool was_killed = m_result.m_signal == SIGKILL;
+    const bool was_interrupted = Exists("out/run.csv_unfinished");
+    if (was_killed) ++m_killed;
+    if (was_interrupted) ++m_interrupted;
+    // Runs become faster and slower with what else the machine does.
+    if (!was_killed)
+      m_duration = moment;  // by which it had ended
+    else if (!was_interrupted)
+      m_duration += m_duration / 8;  // it had not begun to write
   }
   /// Beside them may be the claim of a run that was killed before it touched anything.
   void ExpectNoTableBesideIncompleteOutputs() const {
@@ -137,12 +145,15 @@ class KilledRun : public GeneratedRunTest {
     if (claim != outputs.end() && claim->second.empty()) outputs.erase(claim);
     EXPECT_TRUE(outputs == m_undisturbed);
   }
-  /// When runs have become faster than the first one was, some are not killed; most must be.
+  /// A run may have ended before its moment; a fifth must be killed, and a tenth while they write.
+  [[nodiscard]] bool EnoughWereKilled() const {
+    return m_killed >= OneIn(5) && m_interrupted >= OneIn(10);
+  }
   void ExpectEnoughKills() const {
     RecordProperty("killed", m_killed);
     RecordProperty("interrupted", m_interrupted);
-    EXPECT_GE(m_killed, FaultPoints() / 5);
-    EXPECT_GE(m_interrupted, FaultPoints() / 10);
+    EXPECT_GE(m_killed, OneIn(5));
+    EXPECT_GE(m_interrupted, OneIn(10));
   }
 
   int m_killed = 0;
@@ -153,27 +164,27 @@ TEST_F(KilledRun, GivesTheUndisturbedBytesWhenRunAgain) {
   Promise promise(
       "kill -9: no final table beside incomplete outputs; run again: undisturbed bytes");
   std::mt19937 random(kSeed);
-  for (int i = 0; i < FaultPoints(); ++i)
-    promise.Try(i, [&] {
-      fs::remove_all(Path("out"));
-      KillARun(random);
-      ExpectNoTableBesideIncompleteOutputs();
-      EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
-      ExpectUndisturbedOutputs("out");
-    });
+  const auto try_one = [&] {
+    fs::remove_all(Path("out"));
+    KillARun(random);
+    ExpectNoTableBesideIncompleteOutputs();
+    EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
+    ExpectUndisturbedOutputs("out");
+  };
+  promise.TryPoints(try_one, [&] { return EnoughWereKilled(); });
   ExpectEnoughKills();
 }
 TEST_F(KilledRun, NeverLeavesTheOldTableBesideHalfRewrittenOutputs) {
   Promise promise("kill -9 while a finished run is rewritten: the same");
   std::mt19937 random(kSeed);
   EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
-  for (int i = 0; i < FaultPoints(); ++i)
-    promise.Try(i, [&] {
-      KillARun(random, {"-r", "1"});
-      ExpectNoTableBesideIncompleteOutputs();
-      EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
-      ExpectUndisturbedOutputs("out");
-    });
+  const auto try_one = [&] {
+    KillARun(random, {"-r", "1"});
+    ExpectNoTableBesideIncompleteOutputs();
+    EXPECT_EQ(Run(Arguments("out")).m_exit_status, 0);
+    ExpectUndisturbedOutputs("out");
+  };
+  promise.TryPoints(try_one, [&] { return EnoughWereKilled(); });
   ExpectEnoughKills();
 }
 

@@ -89,37 +89,51 @@ TEST_F(SecondRun, IsNotHinderedByAFirstOneThatWasKilled) {
 
 // Whoever comes first wins; what is left is always a complete set.
 TEST_F(GeneratedRunTest, OfManyOnOneDirectoryAtOnceOneSucceedsAndTheOthersSayWhy) {
-  std::vector<std::unique_ptr<RunningProcess>> runs;
-  for (int i = 0; i < 6; ++i)
-    runs.push_back(std::make_unique<RunningProcess>(Request(Arguments("out"))));
-  int complete = 0;
-  for (const auto& run : runs) {
-    const ProcessResult result = WithSlashes(run->Wait());
-    if (result.m_exit_status == 0)
-      ++complete;
-    else
-      EXPECT_EQ(result.m_err, TakenLine("out/run.csv_unfinished"));
+  int refused = 0;
+  for (int round = 0; round < 20 && refused == 0; ++round) {  // they may run one after the other
+    fs::remove_all(Path("out"));
+    std::vector<std::unique_ptr<RunningProcess>> runs;
+    for (int i = 0; i < 6; ++i)
+      runs.push_back(std::make_unique<RunningProcess>(Request(Arguments("out"))));
+    int complete = 0;
+    for (const auto& run : runs) {
+      const ProcessResult result = WithSlashes(run->Wait());
+      ++(result.m_exit_status == 0 ? complete : refused);
+      if (result.m_exit_status != 0) {
+        EXPECT_EQ(result.m_err, TakenLine("out/run.csv_unfinished"));
+      }
+    }
+    EXPECT_GE(complete, 1);
+    ExpectUndisturbedOutputs("out");
   }
-  EXPECT_GE(complete, 1);
-  ExpectUndisturbedOutputs("out");
+  RecordProperty("refused", refused);
+  EXPECT_GE(refused, 1);
 }
 
 TEST_F(GeneratedRunTest, AtOnceWithAnotherAtAnyMomentLosesNothing) {
   Promise promise("two runs on one directory: the outputs of one, a named file from the other");
   std::mt19937 random(kSeed);
-  for (int i = 0; i < FaultPoints(); ++i)
-    promise.Try(i, [&] {
-      fs::remove_all(Path("out"));
-      RunningProcess first(Request(Arguments("out")));
-      std::this_thread::sleep_for(MomentIn(m_duration, random));
-      Run(Arguments("out"));
-      const ProcessResult first_result = WithSlashes(first.Wait());
-      EXPECT_TRUE(first_result.m_exit_status == 0 || m_result.m_exit_status == 0);
-      for (const ProcessResult* result : {&first_result, &std::as_const(m_result)})
-        EXPECT_EQ(result->m_err,
-                  result->m_exit_status == 0 ? "" : TakenLine("out/run.csv_unfinished"));
-      ExpectUndisturbedOutputs("out");
-    });
+  int refused = 0;
+  const auto try_one = [&] {
+    fs::remove_all(Path("out"));
+    RunningProcess first(Request(Arguments("out")));
+    const auto moment = MomentIn(m_duration, random);
+    std::this_thread::sleep_for(moment);
+    Run(Arguments("out"));
+    const ProcessResult first_result = WithSlashes(first.Wait());
+    EXPECT_TRUE(first_result.m_exit_status == 0 || m_result.m_exit_status == 0);
+    for (const ProcessResult* result : {&first_result, &std::as_const(m_result)}) {
+      const bool is_refused = result->m_exit_status != 0;
+      EXPECT_EQ(result->m_err, is_refused ? TakenLine("out/run.csv_unfinished") : "");
+      if (is_refused) ++refused;
+    }
+    if (first_result.m_exit_status == 0 && m_result.m_exit_status == 0)
+      m_duration = moment;  // by which the first one had ended: runs have become faster
+    ExpectUndisturbedOutputs("out");
+  };
+  promise.TryPoints(try_one, [&] { return refused >= OneIn(10); });
+  RecordProperty("refused", refused);
+  EXPECT_GE(refused, OneIn(10));
 }
 
 // ------------------------------------------------------------ on the other roads
