@@ -169,8 +169,7 @@ class Candidate:
                         for _, i in in_window(inside, self.position(k), TOLERANCE_PPM * centre / 1e6))
         f["window_ratio"] = explained * ISOLATION_WIDTH / total * 0.5 if total > 1e-6 else 0.0
         grid = self.matrix[1:]
-        whole = sum(sum(row[6:]) for row in grid)
-        f["elution_share"] = 1.0 if whole < 1e-6 else sum(sum(row[7:]) for row in grid) / whole
+        f["elution_share"] = 1.0 if self.whole < 1e-6 else sum(sum(row[7:]) for row in grid) / self.whole
         f["xic_0_1"] = cosine([row[7] for row in grid], [row[8] for row in grid])
         f["xic_m1_0"] = cosine([row[6] for row in grid], [row[7] for row in grid])
         f["charge_times_mz"] = mz * z
@@ -199,6 +198,7 @@ class Candidate:
             if low >= 1:
                 for row in range(10):
                     matrix[row + 1][7 + i] = sum(bins[row].get(b, 0.0) for b in range(low, high))
+        self.whole = sum(sum(row[6:]) for row in matrix[1:])
         for row in matrix:  # a valley after the +1 isotope ends the envelope
             for k in range(8, 11):
                 if row[k - 1] >= row[k] and row[k + 1] > row[k]:
