@@ -4,7 +4,7 @@
     tests/golden/expected_outputs.py tests/golden/input OUT [option value ...]
 
 reads run.ms1, run.ms2 and IPV.txt from the input folder and writes run.csv, run.pf1, run_*.pf2, run_*.mgf and
-the index files into OUT. Options are those of the program: -c, -C, -z, -i. It also prints, for every MS2 scan,
+the index files into OUT. Options are those of the program: -c, -C, -M, -z, -i. It also prints, for every MS2 scan,
 each candidate that passes the filters, with its score and features; README.md quotes from that.
 
 Everything is written for plain reading: linear searches, whole lists, no caches. The sums run in the order in
@@ -12,6 +12,7 @@ which the program has to add, because the last bits of the recalibrated m/z depe
 """
 import math
 import pathlib
+import re
 import struct
 import sys
 
@@ -23,9 +24,9 @@ ISOLATION_WIDTH = 2.0
 THRESHOLD = -0.34
 STORE_LENGTH = 10000
 
-# feature, side, t-, t, t+, coefficient
-MODEL_INTERCEPT = 0.413690411793215
-MODEL = [
+# The scoring model of number 4. Feature, side, t-, t, t+, coefficient
+MODEL_E_INTERCEPT = 0.413690411793215
+MODEL_E = [
     ("ipv_m1", 1, 0.118683, 0.886521, 0.943259, 2.167891678118),
     ("ipv_m1", -1, 0.118683, 0.886521, 0.943259, -0.182055449457441),
     ("window_ratio", 1, 0.280507, 0.521009, 0.7605045, 0.484178202820683),
@@ -45,6 +46,36 @@ MODEL = [
     ("ipv_m2", -1, 0.799464, 0.962166, 0.9810815, -1.20142953078344),
     ("abs_charge", 1, 2.5, 3.0, 4.5, -0.115481018847564),
 ]
+
+
+# The fitted models of other numbers: `./dev train` writes their tables, of which the numbers are read.
+TABLE_FOLDER = pathlib.Path(__file__).resolve().parents[2] / "src" / "precursor"
+TABLE_LETTERS = {0: "A", 1: "B", 2: "C", 3: "D", 5: "F", 250: "G"}
+TABLE_FEATURES = {
+    "Similarity0": "ipv_0", "SimilarityM1": "ipv_m1", "SimilarityM2": "ipv_m2", "Correlation01": "xic_0_1",
+    "CorrelationM1": "xic_m1_0", "ElutionShare": "elution_share", "WindowRatio": "window_ratio",
+    "IsotopeCount": "isotope_count", "WindowIsotopes": "window_isotope_count", "MzSpread": "mz_spread",
+    "ChargeTimesMz": "charge_times_mz", "AbsCharge": "abs_charge"}
+
+
+def scoring_model(number):
+    """Intercept and terms of a model."""
+    if number == 4:
+        return MODEL_E_INTERCEPT, MODEL_E
+    text = (TABLE_FOLDER / f"Model{TABLE_LETTERS[number]}.cpp").read_text(encoding="ascii")
+    terms = [(TABLE_FEATURES[name], 1 if side == "Plus" else -1, *map(float, knots.split(",")), float(coefficient))
+             for name, side, knots, coefficient in
+             re.findall(r"\{&(\w+),\s*\{k(Plus|Minus), ([^}]*)\},\s*([^}\s]+)\}", text)]
+    count = int(re.search(r"std::array<ModelTerm, (\d+)>", text)[1])
+    if len(terms) != count:
+        raise ValueError(f"model {number}: {len(terms)} terms read of {count}")
+    return float(re.search(r"kModel. = \{([^,]+),", text)[1]), terms
+
+
+def score_of(model, features):
+    intercept, terms = model
+    return intercept + sum(c * hinge(side, low, knot, high, features[name])
+                           for name, side, low, knot, high, c in terms)
 
 
 def hinge(side, low, knot, high, x):
@@ -224,10 +255,6 @@ class Candidate:
             return False
         return f["window_ratio"] >= 0.04
 
-    def score(self):
-        return MODEL_INTERCEPT + sum(c * hinge(side, low, knot, high, self.features[name])
-                                     for name, side, low, knot, high, c in MODEL)
-
 
 def collect(filtered, centre):
     collected = []
@@ -275,12 +302,14 @@ def determine(store, scan, isotopes, options):
                 survivors.append(candidate)
     if not options["co_elute"] and len(survivors) > 1:
         survivors = [survivors[rank_product_order(survivors)[0]]]
-    survivors.sort(key=lambda each: -each.score())
+    for each in survivors:
+        each.score = score_of(options["model"], each.features)
+    survivors.sort(key=lambda each: -each.score)
     answer = []
     for each in survivors:
         shown = ", ".join(f"{name} {value:.4g}" for name, value in each.features.items())
-        print(f"  scan {scan['no']}: m/z {each.mz:.6f} charge {each.charge} score {each.score():.4f} ({shown})")
-        if each.score() > THRESHOLD and len(answer) == survivors.index(each):
+        print(f"  scan {scan['no']}: m/z {each.mz:.6f} charge {each.charge} score {each.score:.4f} ({shown})")
+        if each.score > THRESHOLD and len(answer) == survivors.index(each):
             answer.append((recalibrated(window, each), each.charge))
     return answer
 
@@ -367,12 +396,15 @@ def write_pf(path, records):
 
 
 def read_options(words):
-    options = {"charge_min": 2, "charge_max": 6, "co_elute": True, "mz_digits": 5, "intensity_digits": 1}
+    options = {"charge_min": 2, "charge_max": 6, "co_elute": True, "mz_digits": 5, "intensity_digits": 1,
+               "model": scoring_model(4)}
     for letter, value in zip(words[::2], words[1::2]):
         if letter == "-c":
             options["charge_min"], options["charge_max"] = (int(word) for word in value.split("t"))
         elif letter == "-C":
             options["co_elute"] = value != "0"
+        elif letter == "-M":
+            options["model"] = scoring_model(int(value))
         else:
             options[{"-z": "mz_digits", "-i": "intensity_digits"}[letter]] = int(value)
     return options

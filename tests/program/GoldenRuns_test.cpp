@@ -54,7 +54,9 @@ TEST_P(GoldenRuns, WarnOfTheScanWithoutPrecursorAlone) {
 INSTANTIATE_TEST_SUITE_P(Pair, GoldenRuns,
                          testing::Values(GoldenRun{"default", {}}, GoldenRun{"single", {"-C", "0"}},
                                          GoldenRun{"digits", {"-z", "3", "-i", "0"}},
-                                         GoldenRun{"negative", {"-c", "-3t-2"}}),
+                                         GoldenRun{"negative", {"-c", "-3t-2"}},
+                                         GoldenRun{"model0", {"-M", "0"}},
+                                         GoldenRun{"model2", {"-M", "2"}}),
                          [](const auto& each) { return each.param.m_name; });
 
 }  // namespace
