@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <ostream>
@@ -93,6 +95,26 @@ TEST(CubicHinge, AgreesWithTheFormulaWrittenOut) {
                              naive::HingePlus(x, t_minus, t, t_plus)));
       EXPECT_TRUE(SameDouble(CubicHinge({HingeSide::kMinus, t_minus, t, t_plus}, x),
                              naive::HingeMinus(x, t_minus, t, t_plus)));
+    }
+  }
+}
+
+TEST(CubicHinge, IsContinuousWithItsSlopeAtTheKnots) {
+  for (unsigned seed = 0; seed < 500; ++seed) {
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    const double t_minus = random.Real(-1.0, 1.0);
+    const double t = t_minus + random.Real(0.01, 1.0);
+    const double t_plus = t + random.Real(0.01, 1.0);
+    // The slope bends most over the shorter side; a step of it changes the slope in proportion.
+    const double step = 1e-5 * std::min(t - t_minus, t_plus - t);
+    for (const HingeSide side : {HingeSide::kPlus, HingeSide::kMinus}) {
+      const Hinge h = {side, t_minus, t, t_plus};
+      for (const double knot : {t_minus, t_plus}) {
+        const double before = (CubicHinge(h, knot) - CubicHinge(h, knot - step)) / step;
+        const double after = (CubicHinge(h, knot + step) - CubicHinge(h, knot)) / step;
+        EXPECT_NEAR(before, after, 1e-3);
+      }
     }
   }
 }
@@ -227,40 +249,6 @@ TEST_P(EveryModel, HasNoTermTwice) {
     EXPECT_TRUE(seen.emplace(term.m_feature, term.m_hinge.m_side, term.m_hinge.m_t).second);
 }
 
-TEST_P(EveryModel, TakesItsValuesAtTheKnots) {
-  for (const ModelTerm& term : GetParam().m_model->m_terms) {
-    const Hinge& h = term.m_hinge;
-    const bool plus = h.m_side == HingeSide::kPlus;
-    EXPECT_EQ(CubicHinge(h, h.m_t_minus), plus ? 0.0 : h.m_t - h.m_t_minus);
-    EXPECT_EQ(CubicHinge(h, h.m_t_plus), plus ? h.m_t_plus - h.m_t : 0.0);
-  }
-}
-
-TEST_P(EveryModel, IsContinuousAtTheKnots) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  for (const ModelTerm& term : GetParam().m_model->m_terms) {
-    const Hinge& h = term.m_hinge;
-    const double tolerance = 1e-12 * std::max(1.0, h.m_t_plus);
-    EXPECT_NEAR(CubicHinge(h, std::nextafter(h.m_t_minus, kInfinity)), CubicHinge(h, h.m_t_minus),
-                tolerance);
-    EXPECT_NEAR(CubicHinge(h, std::nextafter(h.m_t_plus, -kInfinity)), CubicHinge(h, h.m_t_plus),
-                tolerance);
-  }
-}
-
-TEST_P(EveryModel, HasAContinuousSlopeAtTheKnots) {
-  for (const ModelTerm& term : GetParam().m_model->m_terms) {
-    const Hinge& h = term.m_hinge;
-    // The slope bends most over the shorter side; a step of it changes the slope in proportion.
-    const double step = 1e-5 * std::min(h.m_t - h.m_t_minus, h.m_t_plus - h.m_t);
-    for (const double knot : {h.m_t_minus, h.m_t_plus}) {
-      const double before = (CubicHinge(h, knot) - CubicHinge(h, knot - step)) / step;
-      const double after = (CubicHinge(h, knot + step) - CubicHinge(h, knot)) / step;
-      EXPECT_NEAR(before, after, 1e-3);
-    }
-  }
-}
-
 TEST_P(EveryModel, KeepsNeighbouringHingesOfAFeatureApart) {
   for (const ModelTerm& a : GetParam().m_model->m_terms) {
     for (const ModelTerm& b : GetParam().m_model->m_terms) {
@@ -268,6 +256,68 @@ TEST_P(EveryModel, KeepsNeighbouringHingesOfAFeatureApart) {
       EXPECT_LE(a.m_hinge.m_t_plus, b.m_hinge.m_t_minus);
     }
   }
+}
+
+/// A feature and its low, middling and high value.
+struct FeatureValues {
+  Feature m_feature;
+  std::array<double, 3> m_values;
+};
+
+// The same are in model_scores.py.
+const std::vector<FeatureValues> kValues = {
+    {&Similarity0, {0.6, 0.981, 1.0}},         {&SimilarityM1, {-0.2, 0.8, 0.97}},
+    {&SimilarityM2, {-0.1, 0.5, 0.99}},        {&Correlation01, {0.1, 0.95, 1.0}},
+    {&CorrelationM1, {0.2, 0.9, 0.998}},       {&ElutionShare, {0.05, 0.7, 0.999}},
+    {&WindowRatio, {0.04, 0.3, 1.75}},         {&IsotopeCount, {2.0, 4.0, 5.0}},
+    {&WindowIsotopes, {1.0, 3.0, 5.0}},        {&MzSpread, {0.1, 2.5, 14.0}},
+    {&ChargeTimesMz, {600.0, 1500.0, 4400.0}}, {&AbsCharge, {1.0, 3.0, 5.0}},
+};
+
+/// The score that a model gives when each feature has the value of value_of(its values).
+template <typename ValueOf>
+double ScoreOfValues(const ScoringModel& model, ValueOf value_of) {
+  double score = model.m_intercept;
+  for (const ModelTerm& term : model.m_terms) {
+    const auto found = std::ranges::find(kValues, term.m_feature, &FeatureValues::m_feature);
+    score += term.m_coefficient * CubicHinge(term.m_hinge, value_of(found->m_values));
+  }
+  return score;
+}
+
+double MeanScoreFromLowToHigh(const ScoringModel& model) {
+  constexpr int kSteps = 1000;
+  double total = 0.0;
+  for (int step = 0; step <= kSteps; ++step)
+    total += ScoreOfValues(model, [&](const std::array<double, 3>& values) {
+      return values[0] + step / static_cast<double>(kSteps) * (values[2] - values[0]);
+    });
+  return total / (kSteps + 1);
+}
+
+struct ModelScores {
+  const ScoringModel* m_model;
+  std::array<double, 4> m_scores;  // of low, middling and high values; mean from low to high
+};
+
+// Printed by model_scores.py, which has a reader of the tables and a formula of its own.
+const std::vector<ModelScores> kScores = {
+    {&kModelA, {-1.20813273427442, -0.186270383872893, 0.843222086834103, -0.436401681990033}},
+    {&kModelB, {-1.00252933069922, -0.127688264416082, 0.786550794775433, -0.451502263627758}},
+    {&kModelC, {-0.724703956066884, -0.374777060324645, 0.954090200140925, -0.286955523245179}},
+    {&kModelD, {-1.27798474137884, -0.196507120523242, 0.722763993796944, -0.463840147207101}},
+    {&kModelE, {-1.88487714973432, -0.445931776152491, 0.934137774706548, -0.36907096238651}},
+    {&kModelF, {-1.2754850264693, -0.120799037201102, 1.3004529988152, -0.476491699652873}},
+    {&kModelG, {-1.27451699316199, -0.170586310894992, 0.630604194242317, -0.456133970496049}},
+};
+
+TEST_P(EveryModel, GivesTheScoresWorkedOutElsewhere) {
+  const auto found = std::ranges::find(kScores, GetParam().m_model, &ModelScores::m_model);
+  ASSERT_NE(found, kScores.end());
+  for (std::size_t i = 0; i < 3; ++i)
+    EXPECT_NEAR(ScoreOfValues(*found->m_model, [&](const auto& values) { return values[i]; }),
+                found->m_scores[i], 1e-12);
+  EXPECT_NEAR(MeanScoreFromLowToHigh(*found->m_model), found->m_scores[3], 1e-12);
 }
 
 TEST_P(EveryModel, GivesAFiniteScore) {
