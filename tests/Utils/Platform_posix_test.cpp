@@ -63,6 +63,12 @@ TEST(IgnoreWriteSignals, KeepsTheProcessAliveWhenAPipeBreaks) {
   std::signal(SIGXFSZ, former_size);
 }
 
+TEST(File, ReportsAWriteToAFullDevice) {
+  File file = File::Open("/dev/full", "w");
+  ASSERT_TRUE(file.IsOpen());
+  EXPECT_FALSE(file.Write("x"));
+}
+
 TEST(ChildProcess, GivesItsOutputLineByLine) {
   EXPECT_THAT(PiecesOf("printf 'a\\n\\nb\\n'"), ElementsAre("a\n", "\n", "b\n"));
 }
