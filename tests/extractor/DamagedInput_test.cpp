@@ -19,6 +19,25 @@ using test::Survey;
 using test::TestScan;
 using testing::HasSubstr;
 
+/// Cuts content at every byte before its last '>' and expects a failure at each.
+void ExpectFailureAtEveryCut(const std::string& content, const std::string& name) {
+  for (std::size_t size = 0; size <= content.rfind('>'); ++size) {
+    SCOPED_TRACE(size);
+    EXPECT_THAT(ExtractionError(content.substr(0, size), name), HasSubstr(name + ": "));
+  }
+}
+
+TEST(TruncatedInput, FailsAtEveryOffsetOfAnMzml) {
+  ExpectFailureAtEveryCut(test::MzmlRun(2), "run.mzML");
+  ExpectFailureAtEveryCut(test::MzmlRun(2, true), "run.mzML");
+}
+
+TEST(TruncatedInput, FailsAtEveryOffsetOfAnMzxml) {
+  test::TestMzxmlScan second;
+  second.m_number = 2;
+  ExpectFailureAtEveryCut(test::Mzxml({{}, second}), "run.mzXML");
+}
+
 TEST(TruncatedInput, FailsInsideAGzipFile) {
   const std::string packed = test::Gzipped(Mzml(std::vector<TestScan>(40, Survey(1))));
   for (std::size_t size = 2; size < packed.size(); size += packed.size() / 50) {

@@ -38,7 +38,7 @@ std::vector<std::string> OthersThan(const std::string& name, const TemporaryDire
 }
 
 /// Cuts content at many places before its last '>' and expects a failure at each.
-void ExpectFailureAtEveryCut(const std::string& content, const std::string& name) {
+void ExpectFailureAtManyCuts(const std::string& content, const std::string& name) {
   const std::size_t end = content.rfind('>');
   const auto cuts = static_cast<std::size_t>(Cuts());
   for (std::size_t cut = 0; cut < cuts; ++cut) {
@@ -54,10 +54,10 @@ void ExpectFailureAtEveryCut(const std::string& content, const std::string& name
   }
 }
 
-TEST(TruncatedInput, FailsAtEveryOffsetOfAnMzml) { ExpectFailureAtEveryCut(MzmlRun(), "run.mzML"); }
+TEST(TruncatedInput, FailsAtManyOffsetsOfAnMzml) { ExpectFailureAtManyCuts(MzmlRun(), "run.mzML"); }
 
-TEST(TruncatedInput, FailsAtEveryOffsetOfAnMzxml) {
-  ExpectFailureAtEveryCut(MzxmlRun(), "run.mzXML");
+TEST(TruncatedInput, FailsAtManyOffsetsOfAnMzxml) {
+  ExpectFailureAtManyCuts(MzxmlRun(), "run.mzXML");
 }
 
 TEST(MissingInput, IsNamedAndLosesTheMarker) {
