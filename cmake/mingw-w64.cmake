@@ -1,5 +1,5 @@
 # 64-bit Windows from Debian's mingw-w64. Libraries come from its own folder and from
-# build/windows-libraries, which scripts/windows_libraries fills; never from the host.
+# build/windows-libraries, which scripts/foreign_libraries fills; never from the host.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
