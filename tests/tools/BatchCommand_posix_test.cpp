@@ -16,6 +16,7 @@
 
 #include "ProcessRunner.h"
 #include "TestSupport.h"
+#include "ToolsProgram.h"
 
 namespace tarvek::tools {
 namespace {
@@ -46,11 +47,7 @@ class BatchCommandTest : public testing::Test {
   }
 
   [[nodiscard]] ProcessRequest Request(std::vector<std::string> arguments) const {
-    ProcessRequest request;
-    request.m_program = test::TestedProgram(TARVEK_TOOLS_PROGRAM);
-    request.m_arguments = std::move(arguments);
-    request.m_working_directory = m_directory.Path();
-    return request;
+    return test::ToolsRequest(std::move(arguments), m_directory.Path());
   }
   ProcessResult Run(std::vector<std::string> arguments) const {
     return test::WithSlashes(test::RunProcess(Request(std::move(arguments))));

@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "ProcessRunner.h"
+#include "ToolsProgram.h"
 
 namespace tarvek::tools::test {
 namespace {
@@ -13,16 +14,10 @@ namespace {
 using tarvek::test::ProcessRequest;
 using tarvek::test::ProcessResult;
 using tarvek::test::RunProcess;
+using tarvek::test::RunTools;
 using tarvek::test::TestedFolder;
 using tarvek::test::TestedProgram;
 using tarvek::test::WithSlashes;
-
-ProcessResult RunTools(std::vector<std::string> arguments) {
-  ProcessRequest request;
-  request.m_program = TestedProgram(TARVEK_TOOLS_PROGRAM);
-  request.m_arguments = std::move(arguments);
-  return RunProcess(request);
-}
 
 void RequireSuccess(const ProcessResult& result, const std::string& what) {
   if (result.m_exit_status != 0)

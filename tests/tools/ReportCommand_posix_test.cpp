@@ -2,15 +2,18 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <nlohmann/json.hpp>
 #include <set>
+#include <sstream>
+#include <string>
+#include <vector>
 
 #include "ReportTestRun.h"
+#include "ToolsProgram.h"
 
 namespace tarvek::tools {
 namespace {
@@ -26,14 +29,14 @@ class ReportCommand : public testing::Test {
  protected:
   /// Runs "tarvek-tools report" in the test's directory and returns the exit status.
   int Run(const std::string& arguments) {
-    const std::string command = "cd '" + m_directory.Path() +
-                                "' && '" TARVEK_TOOLS_PROGRAM "' report " + arguments + " >'" +
-                                m_console / "out" + "' 2>'" + m_console / "err" + "'";
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    std::vector<std::string> words = {"report"};
+    std::istringstream text(arguments);
+    for (std::string word; text >> word;) words.push_back(word);
+    m_result = test::RunTools(words, m_directory.Path());
+    return m_result.m_exit_status;
   }
-  [[nodiscard]] std::string Out() const { return ReadFile(m_console / "out"); }
-  [[nodiscard]] std::string Err() const { return ReadFile(m_console / "err"); }
+  [[nodiscard]] std::string Out() const { return m_result.m_out; }
+  [[nodiscard]] std::string Err() const { return m_result.m_err; }
 
   /// The names of what was written beside the inputs.
   [[nodiscard]] static std::set<std::string> Reports(const std::string& folder) {
@@ -48,7 +51,7 @@ class ReportCommand : public testing::Test {
   }
 
   test::TemporaryDirectory m_directory;
-  test::TemporaryDirectory m_console;
+  test::ProcessResult m_result;
 };
 
 TEST_F(ReportCommand, WritesThePagesOfOneRunBesideItsOutputs) {

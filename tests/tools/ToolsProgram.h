@@ -1,0 +1,19 @@
+// tests/tools/ToolsProgram.h: tarvek-tools as a user runs it, from a POSIX system.
+// Does:     makes the request to run it, or runs it and keeps what it printed.
+// Throws:   as ProcessRunner.h.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "ProcessRunner.h"
+
+namespace tarvek::test {
+
+ProcessRequest ToolsRequest(std::vector<std::string> arguments,
+                            const std::string& working_directory = ".");
+
+ProcessResult RunTools(std::vector<std::string> arguments,
+                       const std::string& working_directory = ".");
+
+}  // namespace tarvek::test
