@@ -135,7 +135,7 @@ class MgfLooker {
   std::string m_path;
   MgfContent m_content;
   std::set<std::string> m_reported;
-  MgfBlock m_block;
+  CheckedBlock m_block;
   bool m_in_block = false;
   bool m_has_title = false;
   std::int64_t m_peaks = 0;

@@ -14,14 +14,14 @@
 
 namespace tarvek::tools {
 
-struct MgfBlock {
+struct CheckedBlock {
   std::int32_t m_scan_no = 0;
   Precursor m_precursor;    // m/z without sign
   std::int64_t m_line = 0;  // of BEGIN IONS
 };
 
 struct MgfContent {
-  std::vector<MgfBlock> m_blocks;
+  std::vector<CheckedBlock> m_blocks;
   std::string m_run_name;  // in the first title
   bool m_is_whole = true;  // no defect was found
 };

@@ -166,7 +166,7 @@ class OutputsCheck {
     std::size_t place = 0;
     for (const ExportedScan& row : rows) {
       for (Precursor precursor : row.m_precursors) {
-        const MgfBlock& block = content.m_blocks[place++];
+        const CheckedBlock& block = content.m_blocks[place++];
         precursor.m_mz = std::fabs(precursor.m_mz);
         if (block.m_scan_no == row.m_scan_no && Same(block.m_precursor, precursor)) continue;
         m_report->Defect("disagree", path,
