@@ -15,6 +15,7 @@
 
 #include "CheckFindings.h"
 #include "SpectrumRecords.h"
+#include "UserParameters.h"
 
 namespace tarvek::tools {
 
@@ -30,11 +31,11 @@ struct FragmentFacts {
   std::optional<double> m_isolation_mz;  // full width
 };
 
-/// Settings of a run that are compared with what its input declares.
+/// Settings of a run that are compared with what its input declares; those of tarvek by default.
 struct RunSettings {
-  double m_isolation_width = 2.0;
-  std::int32_t m_charge_min = 2;
-  std::int32_t m_charge_max = 6;
+  double m_isolation_width = UserParameters().m_isolation_width;
+  std::int32_t m_charge_min = UserParameters().m_charge_min;
+  std::int32_t m_charge_max = UserParameters().m_charge_max;
 };
 
 /// What an account must know of the format.

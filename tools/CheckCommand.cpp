@@ -12,7 +12,8 @@ namespace {
 struct CheckArguments {
   std::vector<std::string> m_paths;
   CheckOptions m_options;
-  std::string m_charge_range = "2t6";
+  std::string m_charge_range = std::to_string(m_options.m_settings.m_charge_min) + "t" +
+                               std::to_string(m_options.m_settings.m_charge_max);
   bool m_json = false;
 };
 

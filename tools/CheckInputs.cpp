@@ -4,31 +4,13 @@
 
 #include "CheckAccount.h"
 #include "CheckMgf.h"
-#include "FileUtils.h"
 #include "IsotopeTable.h"
 #include "MgfReader.h"
-#include "Platform.h"
 #include "QuietLibrary.h"
 #include "RunDriver.h"
-#include "UserParameters.h"
 
 namespace tarvek::tools {
 namespace {
-
-// Beside the installed programs.
-std::string InstalledTable() {
-  const std::string directory = ExecutableDirectory();
-  return directory.empty() ? directory
-                           : JoinPath({directory, "..", "share", "tarvek", kDefaultIpvFile});
-}
-
-std::string ReadAll(const std::string& path) {
-  File file = OpenFile(path, "r", "IPV Store");
-  std::string text;
-  char block[1 << 16];
-  while (const std::size_t count = file.Read(block, sizeof block)) text.append(block, count);
-  return text;
-}
 
 bool IsEmptyRow(const IsotopeRow& row) {
   return std::ranges::all_of(row, [](double value) { return value == 0.0; });
@@ -87,9 +69,9 @@ void CheckIsotopeTable(CheckReport& report, const std::string& ipv_file) {
   try {
     {
       const QuietLibrary quiet;
-      path = IsotopeTablePath(ipv_file, InstalledTable());
+      path = IsotopeTablePath(ipv_file, InstalledTablePath());
     }
-    const IsotopeTable table = ParseIsotopeTable(ReadAll(path), path);
+    const IsotopeTable table = ReadIsotopeTable(path);
     if (std::ranges::any_of(table, IsEmptyRow))
       report.Defect("isotope-table", path,
                     "The isotope table has rows of zeros, so that nothing is determined for their "

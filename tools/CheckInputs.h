@@ -1,20 +1,21 @@
 // tools/CheckInputs.h: the inputs of tarvek, before a run.
 // Does:     reads each input as a run would, without processing it, and reports what would happen.
 // Throws:   nothing for a damaged file, which is a finding; std::bad_alloc.
-// Not here: which files there are (CheckCommand.h), what is made of scans (CheckAccount.h).
+// Not here: which files there are (CheckPaths.h), what is made of scans (CheckAccount.h).
 #pragma once
 
 #include <string>
 
 #include "CheckAccount.h"
 #include "CheckFindings.h"
+#include "UserParameters.h"
 
 namespace tarvek::tools {
 
 /// The settings of the run that is planned, with tarvek's own defaults.
 struct CheckOptions {
   RunSettings m_settings;
-  std::string m_ipv_file = "IPV.txt";
+  std::string m_ipv_file = kDefaultIpvFile;
 };
 
 /// A pair of one base path: base_path.ms1 and base_path.ms2. A missing half is a finding.

@@ -20,8 +20,8 @@ std::string detectDataPathFormat(const std::string& path, const UserParameters& 
 /// Converts the current file, an instrument file, and processes its spectra.
 void processInstrumentFile(UserParameters& parameters);
 
-/// Where an installed program has its isotope table, which may not exist; empty when the program's own
-/// place is unknown.
+/// Where an installed program has its isotope table, which may not exist; empty when the program's
+/// own place is unknown.
 std::string InstalledTablePath();
 
 /// The isotope table to read: ipv_file, or the installed one when ipv_file has its default value

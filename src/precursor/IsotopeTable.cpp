@@ -67,10 +67,13 @@ IsotopeTable ParseIsotopeTable(std::string_view text, const std::string& path) {
   return table;
 }
 
-void LoadIsotopeTable(const std::string& path) {
-  if (m_h_is_IPV_inited) return;
+IsotopeTable ReadIsotopeTable(const std::string& path) {
   File file = OpenFile(path, "r", "IPV Store");
-  InstallIsotopeTable(ParseIsotopeTable(ReadWholeFile(file), path));
+  return ParseIsotopeTable(ReadWholeFile(file), path);
+}
+
+void LoadIsotopeTable(const std::string& path) {
+  if (!m_h_is_IPV_inited) InstallIsotopeTable(ReadIsotopeTable(path));
 }
 
 void InstallIsotopeTable(IsotopeTable table) {

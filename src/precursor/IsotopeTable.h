@@ -27,7 +27,10 @@ inline constexpr std::size_t kIsotopeTableRows = 15000;
 /// beyond the last are not read. path only serves the message of a token that is no number.
 IsotopeTable ParseIsotopeTable(std::string_view text, const std::string& path);
 
-/// Reads the table at path; does nothing when one has been read already.
+/// The table of the file at path, as ParseIsotopeTable reads it.
+IsotopeTable ReadIsotopeTable(const std::string& path);
+
+/// Makes the table at path that of the process; does nothing when one has been read already.
 void LoadIsotopeTable(const std::string& path);
 
 /// Makes table the one of the process, whether or not there was one.
