@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <array>
-#include <filesystem>
 #include <map>
 #include <string_view>
 
+#include "CanonicalPath.h"
 #include "CommandLine.h"
 #include "FileUtils.h"
 #include "LineReader.h"
@@ -104,13 +104,6 @@ std::vector<std::string> FilesOf(const std::string& path, std::string& format) {
   return files;
 }
 
-/// What tells apart paths that are spelt differently.
-std::string Canonical(const std::string& path) {
-  std::error_code error;
-  const std::filesystem::path canonical = std::filesystem::weakly_canonical(path, error);
-  return error ? path : canonical.string();
-}
-
 /// "key = value" lines. A value that does not survive being read back cannot be given in this way.
 std::string ParameterText(ParameterTable table, const BatchTask& task) {
   std::erase_if(table, [](const auto& entry) { return entry.first.starts_with("data"); });
@@ -167,7 +160,7 @@ void RefuseMeetings(const std::vector<BatchTask>& tasks, What what) {
   for (const BatchTask& task : tasks) {
     const std::string path = what(task);
     if (path.empty()) continue;
-    const auto [entry, is_new] = taken.try_emplace(Canonical(path), task.m_input);
+    const auto [entry, is_new] = taken.try_emplace(CanonicalPath(path), task.m_input);
     if (!is_new)
       throw entry->second + " and " + task.m_input + " would both write " + path +
           "; nothing was started";

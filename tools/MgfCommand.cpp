@@ -7,11 +7,13 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
+#include "CanonicalPath.h"
 #include "FileUtils.h"
 #include "MgfBlocks.h"
 #include "MgfOutput.h"
@@ -55,6 +57,11 @@ std::string RunOf(std::string_view stem) {
   return std::string(stem);
 }
 
+/// name in the folder of input, the same however that folder is spelt.
+std::string InCanonicalFolder(const std::string& input, std::string_view name) {
+  return JoinPath({CanonicalPath(FolderOf(input)), name});
+}
+
 /// Directories give their MGF files in the order of their names.
 std::vector<std::string> InputFiles(const std::vector<std::string>& paths) {
   std::vector<std::string> files;
@@ -67,6 +74,14 @@ std::vector<std::string> InputFiles(const std::vector<std::string>& paths) {
   return files;
 }
 
+/// A file reached twice, as by its name and by its directory, would double its blocks.
+void RefuseRepeatedInputs(const std::vector<std::string>& inputs) {
+  std::set<std::string> taken;
+  for (const std::string& input : inputs)
+    if (!taken.insert(InCanonicalFolder(input, FileNameOf(input))).second)
+      throw "The input " + input + " is given twice";
+}
+
 /// One job for each input, or for each run of a directory when merging; ordered as the inputs.
 std::vector<MgfJob> JobsOf(const std::vector<std::string>& inputs, const MgfOptions& options) {
   std::vector<MgfJob> jobs;
@@ -74,7 +89,7 @@ std::vector<MgfJob> JobsOf(const std::vector<std::string>& inputs, const MgfOpti
   for (const std::string& input : inputs) {
     const std::string stem = Stem(input);
     const std::string run = options.m_merge ? RunOf(stem) : stem;
-    const std::string place = options.m_merge ? JoinPath({FolderOf(input), run}) : input;
+    const std::string place = options.m_merge ? InCanonicalFolder(input, run) : input;
     const auto [entry, is_new] = job_of_run.try_emplace(place, jobs.size());
     if (is_new) jobs.push_back({JoinPath({options.m_out, WithoutDots(run)}), {}});
     jobs[entry->second].m_inputs.push_back(input);
@@ -164,6 +179,7 @@ void RunJob(const MgfJob& job, const MgfOptions& options) {
 
 void RunMgf(const MgfOptions& options) {
   const std::vector<std::string> inputs = InputFiles(options.m_inputs);
+  RefuseRepeatedInputs(inputs);
   const std::vector<MgfJob> jobs = JobsOf(inputs, options);
   RefuseEqualOutputs(jobs);
   MakeDirectory(options.m_out);

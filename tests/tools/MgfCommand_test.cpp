@@ -176,6 +176,48 @@ TEST_F(MgfCommandTest, MergesTheFilesOfARunInOrderOfScans) {
   EXPECT_THAT(ReadFile(Out("run.ids.tsv")), HasSubstr("run.mgf\t2\trun_HCDFTMS.mgf\trun\t2\t0\t"));
 }
 
+/// Works in a directory, and goes back.
+class WorkingIn {
+ public:
+  explicit WorkingIn(const std::string& directory) { std::filesystem::current_path(directory); }
+  ~WorkingIn() { std::filesystem::current_path(m_former); }
+  WorkingIn(const WorkingIn&) = delete;
+  WorkingIn& operator=(const WorkingIn&) = delete;
+
+ private:
+  std::filesystem::path m_former = std::filesystem::current_path();
+};
+
+TEST_F(MgfCommandTest, MergesTheFilesOfARunHoweverTheirFolderIsSpelt) {
+  const std::string first = Block("run.1.1.2.0.dta", "2+", "401.0");
+  const std::string second = Block("run.2.2.2.0.dta", "2+", "402.0");
+  WriteFile(In("run_CIDIT.mgf"), second);
+  WriteFile(In("run_HCDFT.mgf"), first);
+  const std::string full = In("run_CIDIT.mgf");
+  for (const std::string& other : {std::string("./in/run_CIDIT.mgf"), full}) {
+    const WorkingIn working(m_directory.Path());
+    RunMgf({"--engine", "sage", "--merge", "--out", "out", "in/run_HCDFT.mgf", other});
+    EXPECT_EQ(ReadFile("out/run.mgf"), first + second);
+  }
+  const WorkingIn working(m_directory / "in");
+  RunMgf({"--engine", "sage", "--merge", "--out", "../bare", "run_HCDFT.mgf", "./run_CIDIT.mgf"});
+  EXPECT_EQ(ReadFile("../bare/run.mgf"), first + second);
+}
+
+TEST_F(MgfCommandTest, RefusesAnInputThatIsGivenTwice) {
+  WriteFile(In("run_HCDFT.mgf"), SmallRun("run"));
+  const WorkingIn working(m_directory.Path());
+  for (const char* again : {"in", "./in/run_HCDFT.mgf", "in/../in/run_HCDFT.mgf"})
+    for (const char* merge : {"--merge", "--gzip"}) {
+      const std::string message = MessageOf([&] {
+        RunMgf({"--engine", "sage", merge, "--out", "out", "in/run_HCDFT.mgf", again});
+      });
+      EXPECT_THAT(message, HasSubstr("The input " + std::string(again))) << merge;
+      EXPECT_THAT(message, HasSubstr(" is given twice"));
+    }
+  EXPECT_THAT(OutNames(), ElementsAre());
+}
+
 TEST_F(MgfCommandTest, SplitsBetweenScansAndCountsPlacesInEachPart) {
   WriteFile(In("run.mgf"), SmallRun("run"));
   // Room for two blocks of about 130 bytes, so scan 9 needs a part of its own.
