@@ -64,7 +64,7 @@ class XmlAccount final : public extractor::ScanConsumer {
   }
 
   void Report(CheckReport& report, const CheckOptions& options) {
-    m_account->SetNegative(m_negative > 0 && m_positive == 0);
+    if (m_negative + m_positive > 0) m_account->SetNegative(m_positive == 0);
     m_account->Report(report, options.m_settings);
     ReportCount(report);
     ReportVoltages(report);

@@ -132,6 +132,24 @@ TEST(CheckXmlInput, NegativeIonsNeedNegativeCharges) {
   EXPECT_EQ(report.Findings().front().m_advice, "Run tarvek with -c -2t-2.");
 }
 
+TEST(CheckXmlInput, IonsOfUndeclaredPolarityHaveTheSignOfTheRange) {
+  CheckOptions options;
+  options.m_settings.m_charge_min = -6;
+  options.m_settings.m_charge_max = -2;
+  EXPECT_THAT(Codes(CheckScans({Survey(1), Fragment(2)}, options)), IsEmpty());
+  const TemporaryDirectory directory;
+  extractor::test::TestMzxmlScan fragment;
+  fragment.m_number = 2;
+  fragment.m_attributes = "msLevel=\"2\" retentionTime=\"PT31S\"";
+  fragment.m_precursor =
+      "<precursorMz precursorScanNum=\"1\" precursorCharge=\"3\" activationMethod=\"HCD\">"
+      "400.25</precursorMz>";
+  WriteFile(directory / "run.mzXML", extractor::test::Mzxml({{}, fragment}));
+  CheckReport report;
+  CheckXmlInput(report, directory / "run.mzXML", options);
+  EXPECT_THAT(Codes(report), IsEmpty());
+}
+
 TEST(CheckXmlInput, SurveysInProfileModeAreAWarning) {
   TestScan survey = Survey(1);
   std::vector<Peak> samples;
