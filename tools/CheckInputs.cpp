@@ -1,9 +1,12 @@
 #include "CheckInputs.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "CheckAccount.h"
 #include "CheckMgf.h"
+#include "FileUtils.h"
 #include "IsotopeTable.h"
 #include "MgfReader.h"
 #include "QuietLibrary.h"
@@ -25,21 +28,62 @@ std::int64_t CountMgfScans(const std::string& path) {
   return count;
 }
 
-}  // namespace
-
+/// The finding for a file that its reader gave up. Messages of the readers begin with the path that
+/// is shown anyway, and may go on below a line of their own.
 void AddUnreadable(CheckReport& report, const std::string& path, const std::string& message,
                    const std::string& advice) {
-  // Messages of the readers begin with the path that is shown anyway.
   const std::string start = path + ": ";
-  const std::string detail = message.starts_with(start) ? message.substr(start.size()) : message;
-  const bool is_cut = message.find("truncated") != std::string::npos;
+  std::string detail = message.substr(0, message.find('\n'));
+  if (detail.starts_with(start)) detail.erase(0, start.size());
+  std::string without_path = detail;
+  if (const std::size_t at = detail.find(path); at != std::string::npos)
+    without_path.erase(at, path.size());
+  const bool is_cut = without_path.find("truncated") != std::string::npos;
   const bool has_end = detail.ends_with('.') || detail.ends_with('!');
   report.Defect(is_cut ? "truncated" : "unreadable", path,
                 "A run would stop here: " + detail + (has_end ? "" : "."), advice);
 }
 
-void CheckMgfInput(CheckReport& report, const std::string& path) {
+}  // namespace
+
+bool ReadOrReport(CheckReport& report, const std::string& path, const std::string& advice,
+                  const std::function<void()>& action) {
   try {
+    action();
+    return true;
+  } catch (const std::string& message) {
+    AddUnreadable(report, path, message, advice);
+    return false;
+  }
+}
+
+bool HasBothHalves(CheckReport& report, const std::string& first, const std::string& second) {
+  for (const std::string& path : {first, second}) {
+    std::error_code error;
+    if (std::filesystem::exists(path, error)) continue;
+    const std::string& other = path == first ? second : first;
+    report.Defect("missing-half", path,
+                  "It is missing beside its other half, and both are needed for a run.",
+                  "Put it beside " + std::string(FileNameOf(other)) + ", under just this name.");
+    return false;
+  }
+  return true;
+}
+
+FragmentFacts FactsOf(const MS2Spectrum& scan) {
+  FragmentFacts facts;
+  facts.m_scan_no = scan.m_scan_no;
+  facts.m_precursor_scan = scan.m_precursor_scan;
+  facts.m_centre_mz = scan.m_activation_center;
+  facts.m_activation = scan.m_activation_type;
+  facts.m_instrument = scan.m_instrument_type;
+  facts.m_has_precursor = !scan.m_orig_precursors.empty();
+  if (facts.m_has_precursor) facts.m_charge = scan.m_orig_precursors.front().m_charge;
+  return facts;
+}
+
+void CheckMgfInput(CheckReport& report, const std::string& path) {
+  ReadOrReport(report, path, "Write titles of the form run.scan.scan.charge.dta.", [&] {
     const MgfContent content = CheckMgf(report, path);
     report.AddItem({path,
                     "MGF input",
@@ -56,10 +100,7 @@ void CheckMgfInput(CheckReport& report, const std::string& path) {
                      "Write the titles with underscores in place of the dots of the run name.");
     if (CountMgfScans(path) == 0)
       report.Defect("no-ms2", path, "It holds no scan with peaks.", "Use another file.");
-  } catch (const std::string& message) {
-    const std::string line = message.substr(0, message.find('\n'));
-    AddUnreadable(report, path, line, "Write titles of the form run.scan.scan.charge.dta.");
-  }
+  });
 }
 
 void CheckIsotopeTable(CheckReport& report, const std::string& ipv_file) {

@@ -4,10 +4,12 @@
 // Not here: which files there are (CheckPaths.h), what is made of scans (CheckAccount.h).
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "CheckAccount.h"
 #include "CheckFindings.h"
+#include "SpectrumRecords.h"
 #include "UserParameters.h"
 
 namespace tarvek::tools {
@@ -35,8 +37,17 @@ void CheckMgfInput(CheckReport& report, const std::string& path);
 /// default value and is not there.
 void CheckIsotopeTable(CheckReport& report, const std::string& ipv_file);
 
-/// The finding for a file that its reader gave up; message: what the reader threw.
-void AddUnreadable(CheckReport& report, const std::string& path, const std::string& message,
-                   const std::string& advice);
+// What the inputs share:
+
+/// Runs action, which reads path, and makes what it throws a finding with this advice. Whether it
+/// came to its end.
+bool ReadOrReport(CheckReport& report, const std::string& path, const std::string& advice,
+                  const std::function<void()>& action);
+
+/// Whether both files of a pair are there, readable or not; a missing one is a finding.
+bool HasBothHalves(CheckReport& report, const std::string& first, const std::string& second);
+
+/// A fragment scan as the readers of pairs give it.
+FragmentFacts FactsOf(const MS2Spectrum& scan);
 
 }  // namespace tarvek::tools

@@ -137,25 +137,19 @@ void ReportLines(CheckReport& report, const std::string& path, const TextLook& l
                    "Copy or extract it again if it should be longer.");
 }
 
-/// The line findings of a file that can be opened; its empty blocks go to the account.
-bool LookAtFile(CheckReport& report, CheckAccount& account, const std::string& path,
+/// The line findings of a file; its empty blocks go to the account.
+void LookAtFile(CheckReport& report, CheckAccount& account, const std::string& path,
                 bool is_fragments) {
-  try {
-    const TextLook look = TextLooker().Look(path);
-    constexpr std::array<const char*, 2> kSurveyKeys = {"RetTime", "InstrumentType"};
-    constexpr std::array<const char*, 5> kFragmentKeys = {
-        "RetTime", "InstrumentType", "ActivationType", "ActivationCenter", "PrecursorScan"};
-    ReportForeign(report, path, look,
-                  is_fragments ? MissingKeys(look, kFragmentKeys) : MissingKeys(look, kSurveyKeys));
-    ReportLines(report, path, look);
-    if (look.m_empty_blocks > 0)
-      account.LeaveOut(is_fragments ? "MS2 scans without peaks" : "MS1 scans without peaks",
-                       look.m_first_empty, is_fragments, look.m_empty_blocks);
-    return true;
-  } catch (const std::string& message) {
-    AddUnreadable(report, path, message, "Check that the file is there and can be read.");
-    return false;
-  }
+  const TextLook look = TextLooker().Look(path);
+  constexpr std::array<const char*, 2> kSurveyKeys = {"RetTime", "InstrumentType"};
+  constexpr std::array<const char*, 5> kFragmentKeys = {
+      "RetTime", "InstrumentType", "ActivationType", "ActivationCenter", "PrecursorScan"};
+  ReportForeign(report, path, look,
+                is_fragments ? MissingKeys(look, kFragmentKeys) : MissingKeys(look, kSurveyKeys));
+  ReportLines(report, path, look);
+  if (look.m_empty_blocks > 0)
+    account.LeaveOut(is_fragments ? "MS2 scans without peaks" : "MS1 scans without peaks",
+                     look.m_first_empty, is_fragments, look.m_empty_blocks);
 }
 
 void TakeSurveys(CheckAccount& account, const std::string& path) {
@@ -167,17 +161,7 @@ void TakeSurveys(CheckAccount& account, const std::string& path) {
 
 void TakeFragments(CheckAccount& account, const std::string& path) {
   Ms2TextReader reader(path, "r");
-  for (MS2Spectrum scan; reader.ReadNext(scan);) {
-    FragmentFacts facts;
-    facts.m_scan_no = scan.m_scan_no;
-    facts.m_precursor_scan = scan.m_precursor_scan;
-    facts.m_centre_mz = scan.m_activation_center;
-    facts.m_activation = scan.m_activation_type;
-    facts.m_instrument = scan.m_instrument_type;
-    facts.m_has_precursor = !scan.m_orig_precursors.empty();
-    if (facts.m_has_precursor) facts.m_charge = scan.m_orig_precursors.front().m_charge;
-    account.TakeFragment(facts, scan.m_peaks);
-  }
+  for (MS2Spectrum scan; reader.ReadNext(scan);) account.TakeFragment(FactsOf(scan), scan.m_peaks);
 }
 
 }  // namespace
@@ -187,23 +171,19 @@ void CheckTextInput(CheckReport& report, const std::string& base_path,
   const std::string ms1 = base_path + ".ms1";
   const std::string ms2 = base_path + ".ms2";
   CheckRunName(report, ms1, std::string(FileNameOf(base_path)));
-  for (const std::string& path : {ms1, ms2}) {
-    if (FileExists(path)) continue;
-    report.Defect("missing-half", path,
-                  "It is missing beside its other half, and both are needed for a run.",
-                  "Put the .ms1 and the .ms2 file of the run into one directory.");
-    return;
-  }
+  if (!HasBothHalves(report, ms1, ms2)) return;
   CheckAccount account(ms1, "text pair", {});
-  const bool can_read =
-      LookAtFile(report, account, ms1, false) && LookAtFile(report, account, ms2, true);
-  if (!can_read) return;
-  {
-    const QuietLibrary quiet;
-    TakeSurveys(account, ms1);
-    TakeFragments(account, ms2);
-  }
-  account.Report(report, options.m_settings);
+  const auto read = [&](const std::string& path, bool is_fragments) {
+    return ReadOrReport(report, path, "Check that the file is there and can be read.", [&] {
+      LookAtFile(report, account, path, is_fragments);
+      const QuietLibrary quiet;
+      if (is_fragments)
+        TakeFragments(account, path);
+      else
+        TakeSurveys(account, path);
+    });
+  };
+  if (read(ms1, false) && read(ms2, true)) account.Report(report, options.m_settings);
 }
 
 }  // namespace tarvek::tools

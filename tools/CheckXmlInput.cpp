@@ -170,17 +170,16 @@ void CheckXmlInput(CheckReport& report, const std::string& path, const CheckOpti
                    "Unpack it, or extract it with morvex_xml.exe and start tarvek on the .ms1 "
                    "file.");
   XmlAccount account(path);
-  try {
-    extractor::ReadInstrumentFile(
-        path, account, [&](const std::string& format) { account.SetFormat(format); },
-        [](const extractor::ReadingState&) {});
-  } catch (const std::string& message) {
-    AddUnreadable(report, path, message,
-                  "Copy the file again or convert the raw file again; nothing is extracted from a "
-                  "file with holes.");
-    return;
-  }
-  account.Report(report, options);
+  const bool is_read = ReadOrReport(
+      report, path,
+      "Copy the file again or convert the raw file again; nothing is extracted from a file with "
+      "holes.",
+      [&] {
+        extractor::ReadInstrumentFile(
+            path, account, [&](const std::string& format) { account.SetFormat(format); },
+            [](const extractor::ReadingState&) {});
+      });
+  if (is_read) account.Report(report, options);
 }
 
 }  // namespace tarvek::tools

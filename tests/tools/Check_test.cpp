@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -181,6 +182,34 @@ TEST(CheckXmlInput, AFileOfAnotherKindIsADefect) {
   CheckXmlInput(report, directory / "run.mzML", {});
   ASSERT_THAT(Codes(report), ElementsAre("unreadable"));
   EXPECT_THAT(report.Findings().front().m_meaning, HasSubstr("neither mzML nor mzXML"));
+}
+
+TEST(CheckXmlInput, TheNameOfAFileDoesNotSayThatItIsTruncated) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "truncated_run.mzML", "<html></html>");
+  CheckReport report;
+  CheckXmlInput(report, directory / "truncated_run.mzML", {});
+  EXPECT_THAT(Codes(report), ElementsAre("unreadable"));
+}
+
+constexpr const char* kSurveyText =
+    "S\t1\t1\nI\tRetTime\t1.5\nI\tInstrumentType\tFTMS\n500.5 10.0\n501.0 5.0\n";
+std::string FragmentText(int number, const std::string& peaks = "200.5 10.0\n") {
+  const std::string scan = std::to_string(number);
+  return "S\t" + scan + "\t" + scan +
+         "\t500.5\nI\tRetTime\t2.5\nI\tInstrumentType\tFTMS\nI\tActivationType\tHCD\n"
+         "I\tActivationCenter\t500.5\nI\tPrecursorScan\t1\nZ\t2\t999.99\n" +
+         peaks;
+}
+
+TEST(CheckTextInput, AHalfThatIsThereAndCannotBeReadIsNotMissing) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.ms1", kSurveyText);
+  std::filesystem::create_directory(directory / "run.ms2");
+  CheckReport report;
+  CheckTextInput(report, directory / "run", {});
+  ASSERT_THAT(Codes(report), ElementsAre("unreadable"));
+  EXPECT_EQ(report.Findings().front().m_file, directory / "run.ms2");
 }
 
 // 140,000,000 peaks, 2.24 GB, are a hole in a sparse file.
