@@ -39,7 +39,7 @@ void RunCheck(CheckArguments arguments) {
 }
 
 bool HasInputs(const CheckTargets& targets) {
-  return !targets.m_text_bases.empty() || !targets.m_binary_bases.empty() ||
+  return !targets.m_ms1_files.empty() || !targets.m_binary_bases.empty() ||
          !targets.m_xml_files.empty();
 }
 
@@ -51,7 +51,7 @@ CheckReport CheckPaths(const std::vector<std::string>& paths, const CheckOptions
   for (const std::string& path : paths) AddTargets(targets, report, path);
   if (HasInputs(targets)) CheckIsotopeTable(report, options.m_ipv_file);
   for (const std::string& path : targets.m_xml_files) CheckXmlInput(report, path, options);
-  for (const std::string& base : targets.m_text_bases) CheckTextInput(report, base, options);
+  for (const std::string& path : targets.m_ms1_files) CheckTextInput(report, path, options);
   for (const std::string& base : targets.m_binary_bases) CheckBinaryInput(report, base, options);
   for (const std::string& path : targets.m_mgf_files) CheckMgfInput(report, path);
   for (const auto& [path, outputs] : targets.m_outputs) CheckOutputs(report, outputs);

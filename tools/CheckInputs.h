@@ -20,8 +20,9 @@ struct CheckOptions {
   std::string m_ipv_file = kDefaultIpvFile;
 };
 
-/// A pair of one base path: base_path.ms1 and base_path.ms2. A missing half is a finding.
-void CheckTextInput(CheckReport& report, const std::string& base_path, const CheckOptions& options);
+/// An .ms1 file with the .ms2 file beside it, which a run takes by its name in lower case. A
+/// missing half is a finding.
+void CheckTextInput(CheckReport& report, const std::string& ms1_path, const CheckOptions& options);
 
 /// A pair base_path.msb and base_path.mscsv.
 void CheckBinaryInput(CheckReport& report, const std::string& base_path,

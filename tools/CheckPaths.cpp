@@ -119,12 +119,15 @@ std::vector<std::string> SortedNames(const std::string& directory) {
 class TargetFinder {
  public:
   TargetFinder(CheckTargets& targets, CheckReport& report, std::string directory)
-      : m_targets(&targets), m_report(&report), m_directory(std::move(directory)) {}
+      : m_targets(&targets),
+        m_report(&report),
+        m_directory(std::move(directory)),
+        m_names(SortedNames(m_directory)) {}
 
   /// All files of the directory, or of one base name in it. Whether there were any.
   bool TakeAll(const std::optional<std::string>& base) {
     std::vector<std::string> tables;
-    for (const std::string& name : SortedNames(m_directory)) {
+    for (const std::string& name : m_names) {
       const FileName file = TakeApart(name);
       if (file.m_kind == FileKind::kOther || (base && file.m_base != *base)) continue;
       if (IsDirectory(PathOf(name))) continue;
@@ -142,7 +145,7 @@ class TargetFinder {
     m_any = true;
     switch (file.m_kind) {
       case FileKind::kText:
-        m_targets->m_text_bases.insert(WithoutEnding(path));
+        m_targets->m_ms1_files.insert(EndsWithIgnoreCase(name, ".ms1") ? path : Ms1Of(file.m_base));
         break;
       case FileKind::kBinary:
         m_targets->m_binary_bases.insert(WithoutEnding(path));
@@ -170,6 +173,16 @@ class TargetFinder {
  private:
   [[nodiscard]] std::string PathOf(const std::string& name) const {
     return JoinPath({m_directory, name});
+  }
+
+  // Endings are taken in any case. Where there is none, the name that is missing.
+  [[nodiscard]] std::string Ms1Of(const std::string& base) const {
+    const std::string start = base + ".";
+    auto name = std::ranges::lower_bound(m_names, start);
+    for (; name != m_names.end() && name->starts_with(start); ++name)
+      if (name->size() == start.size() + 3 && EndsWithIgnoreCase(*name, ".ms1"))
+        return PathOf(*name);
+    return PathOf(base + ".ms1");
   }
 
   RunOutputs& OutputsOf(const std::string& base) {
@@ -229,6 +242,7 @@ class TargetFinder {
   CheckTargets* m_targets;
   CheckReport* m_report;
   std::string m_directory;
+  std::vector<std::string> m_names;  // in it, sorted
   bool m_any = false;
 };
 

@@ -14,7 +14,7 @@
 namespace tarvek::tools {
 
 struct CheckTargets {
-  std::set<std::string> m_text_bases;    // paths without .ms1, .ms2
+  std::set<std::string> m_ms1_files;     // each with its .ms2 file
   std::set<std::string> m_binary_bases;  // paths without .msb, .mscsv
   std::set<std::string> m_xml_files;
   std::set<std::string> m_mgf_files;            // that are no outputs

@@ -166,9 +166,8 @@ void TakeFragments(CheckAccount& account, const std::string& path) {
 
 }  // namespace
 
-void CheckTextInput(CheckReport& report, const std::string& base_path,
-                    const CheckOptions& options) {
-  const std::string ms1 = base_path + ".ms1";
+void CheckTextInput(CheckReport& report, const std::string& ms1, const CheckOptions& options) {
+  const std::string base_path = ms1.substr(0, ms1.rfind('.'));
   const std::string ms2 = base_path + ".ms2";
   CheckRunName(report, ms1, std::string(FileNameOf(base_path)));
   if (!HasBothHalves(report, ms1, ms2)) return;

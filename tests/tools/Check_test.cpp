@@ -207,7 +207,7 @@ TEST(CheckTextInput, AHalfThatIsThereAndCannotBeReadIsNotMissing) {
   WriteFile(directory / "run.ms1", kSurveyText);
   std::filesystem::create_directory(directory / "run.ms2");
   CheckReport report;
-  CheckTextInput(report, directory / "run", {});
+  CheckTextInput(report, directory / "run.ms1", {});
   ASSERT_THAT(Codes(report), ElementsAre("unreadable"));
   EXPECT_EQ(report.Findings().front().m_file, directory / "run.ms2");
 }
@@ -311,6 +311,37 @@ TEST(CheckPaths, ABaseNameStandsForTheFilesOfOneRun) {
   WriteFile(directory / "a.mgf", block);
   WriteFile(directory / "ab.mgf", "nothing");
   EXPECT_THAT(Codes(CheckPaths({directory / "a"}, {})), ElementsAre("mgf-input"));
+}
+
+/// The inputs and findings of a directory, or of one path in it.
+struct Checked {
+  std::vector<std::string> m_items;  // names, with the counts behind each
+  std::vector<std::string> m_codes;
+};
+Checked CheckIn(const TemporaryDirectory& directory, const std::string& name = {}) {
+  CheckOptions options;
+  options.m_ipv_file = TARVEK_SOURCE_DIR "/data/IPV.txt";
+  const CheckReport report =
+      CheckPaths({name.empty() ? directory.Path() : directory / name}, options);
+  Checked checked{{}, Codes(report)};
+  for (const CheckedItem& item : report.Items()) {
+    std::string text = item.m_path.substr(directory.Path().size() + 1);
+    for (const CheckedFact& fact : item.m_facts) text += " " + std::to_string(fact.m_count);
+    checked.m_items.push_back(text);
+  }
+  return checked;
+}
+
+// tarvek takes .ms1 in any case, and .ms2 in lower case.
+TEST(CheckPaths, EndingsInUpperCaseAreTakenAsARunTakesThem) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.MS1", kSurveyText);
+  WriteFile(directory / "run.ms2", FragmentText(2));
+  for (const char* path : {"", "run", "run.MS1", "run.ms2"}) {
+    const Checked checked = CheckIn(directory, path);
+    EXPECT_THAT(checked.m_items, ElementsAre("run.MS1 1 1")) << path;
+    EXPECT_THAT(checked.m_codes, IsEmpty()) << path;
+  }
 }
 
 TEST(CheckPaths, TablesOfOtherProgramsInADirectoryAreLeftAlone) {
