@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "CheckAccount.h"
 #include "CheckInputs.h"
@@ -23,12 +25,10 @@ constexpr const char* kStartFromMzml =
 
 /// What the lines of one file say, before the reader.
 struct TextLook {
-  std::string m_extractor;       // of the header, empty without
-  std::set<std::string> m_keys;  // of the "I" lines
-  std::int64_t m_blocks = 0;     // of different scans
-  std::int64_t m_empty_blocks = 0;
-  std::int64_t m_first_empty = 0;  // scan number
-  std::int64_t m_bad_peaks = 0;    // without a blank between m/z and intensity
+  std::string m_extractor;            // of the header, empty without
+  std::set<std::string> m_keys;       // of the "I" lines
+  std::vector<std::int32_t> m_scans;  // their numbers; one that is repeated at once stands once
+  std::int64_t m_bad_peaks = 0;       // without a blank between m/z and intensity
   std::int64_t m_first_bad_line = 0;
   std::int64_t m_commas = 0;  // peak lines with a decimal comma
   std::int64_t m_first_comma_line = 0;
@@ -43,7 +43,6 @@ class TextLooker {
   TextLook Look(const std::string& path) {
     TextLines lines(path);
     for (std::string line; lines.Next(line);) Take(line, lines.Number());
-    EndBlock();
     m_look.m_ends_in_line = !lines.IsComplete();
     return m_look;
   }
@@ -53,40 +52,27 @@ class TextLooker {
     if (line.empty()) return;
     const char kind = line.front();
     if (kind >= '0' && kind <= '9') TakePeak(line, number);
-    if (kind == 'S') StartBlock(ParseInteger(TokenAt(line, '\t', 1)));
+    if (kind == 'S') TakeScan(ParseInteger(TokenAt(line, '\t', 1)));
     if (kind == 'I') m_look.m_keys.emplace(TokenAt(line, '\t', 1));
     if (kind == 'H' && TokenAt(line, '\t', 1) == "Extractor")
       m_look.m_extractor = Trim(TokenAt(line, '\t', 2));
     if (kind == 'Z' && ParseInteger(TokenAt(line, '\t', 1)) < 1 && m_look.m_unknown_charges++ == 0)
-      m_look.m_first_unknown_scan = m_scan_no;
+      m_look.m_first_unknown_scan = m_look.m_scans.empty() ? 0 : m_look.m_scans.back();
   }
 
   void TakePeak(std::string_view line, std::int64_t number) {
-    m_has_peaks = true;
     if (line.find(' ') == std::string_view::npos && m_look.m_bad_peaks++ == 0)
       m_look.m_first_bad_line = number;
     if (line.find(',') != std::string_view::npos && m_look.m_commas++ == 0)
       m_look.m_first_comma_line = number;
   }
 
-  void StartBlock(std::int32_t scan_no) {
-    if (m_in_block && scan_no == m_scan_no) return;
-    EndBlock();
-    m_in_block = true;
-    m_has_peaks = false;
-    m_scan_no = scan_no;
-    ++m_look.m_blocks;
-  }
-
-  void EndBlock() {
-    if (m_in_block && !m_has_peaks && m_look.m_empty_blocks++ == 0)
-      m_look.m_first_empty = m_scan_no;
+  void TakeScan(std::int32_t scan_no) {
+    if (m_look.m_scans.empty() || m_look.m_scans.back() != scan_no)
+      m_look.m_scans.push_back(scan_no);
   }
 
   TextLook m_look;
-  bool m_in_block = false;
-  bool m_has_peaks = false;
-  std::int32_t m_scan_no = 0;
 };
 
 template <std::size_t Count>
@@ -100,7 +86,7 @@ std::string MissingKeys(const TextLook& look, const std::array<const char*, Coun
 // Converters for other programs write RTime in minutes and none of the attributes that decide here.
 void ReportForeign(CheckReport& report, const std::string& path, const TextLook& look,
                    const std::string& missing) {
-  if (look.m_blocks == 0) return;
+  if (look.m_scans.empty()) return;
   const std::string by = look.m_extractor.empty() ? "" : " by " + look.m_extractor;
   if (look.m_keys.contains("RTime"))
     report.Defect("foreign-text", path,
@@ -137,9 +123,9 @@ void ReportLines(CheckReport& report, const std::string& path, const TextLook& l
                    "Copy or extract it again if it should be longer.");
 }
 
-/// The line findings of a file; its empty blocks go to the account.
-void LookAtFile(CheckReport& report, CheckAccount& account, const std::string& path,
-                bool is_fragments) {
+/// The line findings of a file, and the numbers of its scans.
+std::vector<std::int32_t> LookAtFile(CheckReport& report, const std::string& path,
+                                     bool is_fragments) {
   const TextLook look = TextLooker().Look(path);
   constexpr std::array<const char*, 2> kSurveyKeys = {"RetTime", "InstrumentType"};
   constexpr std::array<const char*, 5> kFragmentKeys = {
@@ -147,21 +133,58 @@ void LookAtFile(CheckReport& report, CheckAccount& account, const std::string& p
   ReportForeign(report, path, look,
                 is_fragments ? MissingKeys(look, kFragmentKeys) : MissingKeys(look, kSurveyKeys));
   ReportLines(report, path, look);
-  if (look.m_empty_blocks > 0)
-    account.LeaveOut(is_fragments ? "MS2 scans without peaks" : "MS1 scans without peaks",
-                     look.m_first_empty, is_fragments, look.m_empty_blocks);
+  return look.m_scans;
 }
 
-void TakeSurveys(CheckAccount& account, const std::string& path) {
+/// Gives the account the scans that the reader passes over, since it finds no peaks in them, while
+/// it delivers the others in their order.
+class ScansWithoutPeaks {
+ public:
+  ScansWithoutPeaks(CheckAccount& account, const std::vector<std::int32_t>& scans,
+                    bool is_fragments)
+      : m_account(&account), m_scans(scans), m_is_fragments(is_fragments) {}
+
+  void TakeDelivered(std::int32_t scan_no) {
+    const auto place = std::ranges::find(m_scans, scan_no);
+    if (place == m_scans.end()) return;
+    LeaveOutUntil(place);
+    m_scans = {place + 1, m_scans.end()};
+  }
+  void TakeEnd() { LeaveOutUntil(m_scans.end()); }
+
+ private:
+  void LeaveOutUntil(std::span<const std::int32_t>::iterator end) {
+    for (auto scan = m_scans.begin(); scan != end; ++scan)
+      m_account->LeaveOut(m_is_fragments ? "MS2 scans without peaks" : "MS1 scans without peaks",
+                          *scan, m_is_fragments);
+  }
+
+  CheckAccount* m_account;
+  std::span<const std::int32_t> m_scans;  // that are still to come
+  bool m_is_fragments;
+};
+
+void TakeSurveys(CheckAccount& account, const std::string& path,
+                 const std::vector<std::int32_t>& scans) {
   Ms1TextReader reader(path, "r");
-  for (MS1Spectrum scan; reader.ReadNext(scan);)
+  ScansWithoutPeaks without_peaks(account, scans, false);
+  for (MS1Spectrum scan; reader.ReadNext(scan);) {
+    without_peaks.TakeDelivered(scan.m_scan_no);
     account.TakeSurvey(scan.m_scan_no, scan.m_instrument_type == "FT", scan.m_rt, scan.m_peaks,
                        scan.m_instrument_type == "IT");
+  }
+  without_peaks.TakeEnd();
 }
 
-void TakeFragments(CheckAccount& account, const std::string& path) {
+void TakeFragments(CheckAccount& account, const std::string& path,
+                   const std::vector<std::int32_t>& scans) {
   Ms2TextReader reader(path, "r");
-  for (MS2Spectrum scan; reader.ReadNext(scan);) account.TakeFragment(FactsOf(scan), scan.m_peaks);
+  ScansWithoutPeaks without_peaks(account, scans, true);
+  for (MS2Spectrum scan; reader.ReadNext(scan);) {
+    without_peaks.TakeDelivered(scan.m_scan_no);
+    account.TakeFragment(FactsOf(scan), scan.m_peaks);
+  }
+  without_peaks.TakeEnd();
 }
 
 }  // namespace
@@ -174,12 +197,12 @@ void CheckTextInput(CheckReport& report, const std::string& ms1, const CheckOpti
   CheckAccount account(ms1, "text pair", {});
   const auto read = [&](const std::string& path, bool is_fragments) {
     return ReadOrReport(report, path, "Check that the file is there and can be read.", [&] {
-      LookAtFile(report, account, path, is_fragments);
+      const std::vector<std::int32_t> scans = LookAtFile(report, path, is_fragments);
       const QuietLibrary quiet;
       if (is_fragments)
-        TakeFragments(account, path);
+        TakeFragments(account, path, scans);
       else
-        TakeSurveys(account, path);
+        TakeSurveys(account, path, scans);
     });
   };
   if (read(ms1, false) && read(ms2, true)) account.Report(report, options.m_settings);

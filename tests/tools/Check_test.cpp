@@ -212,6 +212,24 @@ TEST(CheckTextInput, AHalfThatIsThereAndCannotBeReadIsNotMissing) {
   EXPECT_EQ(report.Findings().front().m_file, directory / "run.ms2");
 }
 
+// The first has only peaks of no intensity, the third none at all, the fourth one without a blank,
+// and the last a repeated block, of which peaks are not read.
+TEST(CheckTextInput, ScansWithoutPeaksAreThoseThatTheReaderPassesOver) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.ms1", kSurveyText);
+  WriteFile(directory / "run.ms2", FragmentText(2, "100.5 0.0\n") + FragmentText(3) +
+                                       FragmentText(4, "") + FragmentText(5, "100.5\n") +
+                                       FragmentText(6) + FragmentText(7, "") + FragmentText(7));
+  CheckReport report;
+  CheckTextInput(report, directory / "run.ms1", {});
+  const CheckedItem& item = report.Items().front();
+  EXPECT_EQ(item.m_facts.back().m_count, 2);
+  ASSERT_EQ(item.m_left_out.size(), 1U);
+  EXPECT_EQ(item.m_left_out.begin()->first, "MS2 scans without peaks");
+  EXPECT_EQ(item.m_left_out.begin()->second.m_count, 4);
+  EXPECT_EQ(item.m_left_out.begin()->second.m_first_scan, 2);
+}
+
 // 140,000,000 peaks, 2.24 GB, are a hole in a sparse file.
 TEST(CheckPf, WrappedOffsetsAreANoteAndNoDefect) {
   const TemporaryDirectory directory;
