@@ -8,8 +8,9 @@
 
 #include "CheckTable.h"
 #include "FileUtils.h"
+#include "OutputNames.h"
 #include "Platform.h"
-#include "SpectrumRecords.h"
+#include "RunDriver.h"
 #include "StringUtils.h"
 
 namespace tarvek::tools {
@@ -64,26 +65,6 @@ constexpr std::array<Ending, 19> kEndings = {{{".csv_unfinished", FileKind::kUnf
                                               {".morvex", FileKind::kMarker},
                                               {".mgf", FileKind::kMgf}}};
 
-/// Cuts "_HCDFT" off the base of a split output and returns "HCDFT"; nothing when it has no such
-/// words.
-std::optional<std::string> CutWords(std::string& base) {
-  for (const std::string_view activation : kActivationTypes) {
-    for (const std::string_view instrument : kInstrumentTypes) {
-      const std::string words = std::string(activation) + std::string(instrument);
-      if (!base.ends_with("_" + words)) continue;
-      base.resize(base.size() - words.size() - 1);
-      return words;
-    }
-  }
-  return std::nullopt;
-}
-
-// The extractor puts the format of the instrument file before .msb.
-void CutFormat(std::string& base) {
-  for (const std::string_view format : {".mzml", ".mzxml", ".raw", ".wiff"})
-    if (base.ends_with(format)) return base.resize(base.size() - format.size());
-}
-
 FileName TakeApart(const std::string& name) {
   FileName file;
   for (const auto& [ending, kind] : kEndings) {
@@ -93,11 +74,12 @@ FileName TakeApart(const std::string& name) {
     break;
   }
   if (file.m_kind == FileKind::kPf2 || file.m_kind == FileKind::kMgf) {
-    const auto words = CutWords(file.m_base);
-    if (words && file.m_kind == FileKind::kMgf) file.m_kind = FileKind::kOutputMgf;
-    file.m_words = words.value_or("");
+    const SplitName split = SplitOutputName(file.m_base);
+    file.m_words = split.m_words;
+    file.m_base.resize(split.m_run.size());
+    if (!file.m_words.empty() && file.m_kind == FileKind::kMgf) file.m_kind = FileKind::kOutputMgf;
   }
-  if (file.m_kind == FileKind::kBinary) CutFormat(file.m_base);
+  if (file.m_kind == FileKind::kBinary) file.m_base.resize(RunOfBinaryPair(file.m_base).size());
   return file;
 }
 
@@ -224,8 +206,8 @@ class TargetFinder {
   void TakeMarker(const std::string& path) {
     const std::string base = WithoutEnding(path);
     bool has_spectra = FileExists(base + ".ms1") && FileExists(base + ".ms2");
-    for (const char* format : {".mzml", ".mzxml", ".raw", ".wiff"})
-      has_spectra = has_spectra || FileExists(base + format + ".msb");
+    for (const std::string_view format : kInstrumentFormats)
+      has_spectra = has_spectra || FileExists(base + "." + std::string(format) + ".msb");
     if (has_spectra || FileExists(base + ".mgf") || FileExists(base + ".csv")) return;
     m_report->Defect("marker", path,
                      "It says that the spectra were extracted, but they are gone, so that the next "

@@ -18,7 +18,7 @@
 #include "MgfBlocks.h"
 #include "MgfOutput.h"
 #include "MgfProfiles.h"
-#include "SpectrumRecords.h"
+#include "OutputNames.h"
 #include "StringUtils.h"
 
 namespace tarvek::tools {
@@ -45,16 +45,6 @@ struct MgfJob {
 std::string Stem(const std::string& path) {
   const std::string_view name = FileNameOf(path);
   return std::string(name.substr(0, name.size() - kEnding.size()));
-}
-
-/// stem without "_" + activation type + instrument type behind it.
-std::string RunOf(std::string_view stem) {
-  for (const std::string_view activation : kActivationTypes)
-    for (const std::string_view instrument : kInstrumentTypes) {
-      const std::string key = "_" + std::string(activation) + std::string(instrument);
-      if (stem.ends_with(key)) return std::string(stem.substr(0, stem.size() - key.size()));
-    }
-  return std::string(stem);
 }
 
 /// name in the folder of input, the same however that folder is spelt.
@@ -88,7 +78,7 @@ std::vector<MgfJob> JobsOf(const std::vector<std::string>& inputs, const MgfOpti
   std::map<std::string, std::size_t> job_of_run;
   for (const std::string& input : inputs) {
     const std::string stem = Stem(input);
-    const std::string run = options.m_merge ? RunOf(stem) : stem;
+    const std::string run = options.m_merge ? std::string(SplitOutputName(stem).m_run) : stem;
     const std::string place = options.m_merge ? InCanonicalFolder(input, run) : input;
     const auto [entry, is_new] = job_of_run.try_emplace(place, jobs.size());
     if (is_new) jobs.push_back({JoinPath({options.m_out, WithoutDots(run)}), {}});

@@ -1,9 +1,7 @@
 #include "RunDriver.h"
 
 #include <algorithm>
-#include <array>
 #include <optional>
-#include <string_view>
 
 #include "Check.h"
 #include "Extractor.h"
@@ -19,14 +17,8 @@
 namespace tarvek {
 namespace {
 
-constexpr std::array<std::string_view, 4> kInstrumentFormats = {"raw", "wiff", "mzxml", "mzml"};
-
 bool IsInstrumentFormat(std::string_view format) {
   return std::ranges::find(kInstrumentFormats, format) != kInstrumentFormats.end();
-}
-
-bool IsKnownFormat(std::string_view format) {
-  return format == "ms1" || format == "mgf" || IsInstrumentFormat(format);
 }
 
 template <class Process>
@@ -36,11 +28,6 @@ void ForEachFile(UserParameters& parameters, const std::string& path, const std:
     SetCurrentFile(parameters, file);
     process(parameters);
   }
-}
-
-void ReportUnknownFormat(const std::string& path, const std::string& format) {
-  logMessage(kError, "Data path " + path + " has the format '" + format +
-                         "'. Known are ms1, mgf, raw, wiff, mzxml and mzml, in lower case.");
 }
 
 void ProcessTextFile(const UserParameters& parameters) {
@@ -56,7 +43,7 @@ void ProcessDataPath(UserParameters& parameters, const std::string& path) {
   } else if (format == "mgf") {
     ForEachFile(parameters, path, ".mgf", processMgfFile);
   } else {
-    if (!IsKnownFormat(format)) ReportUnknownFormat(path, format);
+    if (!IsKnownFormat(format)) logMessage(kError, UnknownFormatText(path, format));
     TARVEK_CHECK(IsInstrumentFormat(parameters.m_input_format),
                  "m_input_format == \"raw\" || m_input_format == \"wiff\" || "
                  "m_input_format == \"mzxml\" || m_input_format == \"mzml\"",
@@ -81,6 +68,15 @@ void runAllDataPaths(const UserParameters& parameters) {
 std::string detectDataPathFormat(const std::string& path, const UserParameters& parameters) {
   if (!FileExists(path)) return parameters.m_input_format;
   return ToLower(path.substr(path.rfind('.') + 1));
+}
+
+bool IsKnownFormat(std::string_view format) {
+  return format == "ms1" || format == "mgf" || IsInstrumentFormat(format);
+}
+
+std::string UnknownFormatText(const std::string& path, const std::string& format) {
+  return "Data path " + path + " has the format '" + format +
+         "'. Known are ms1, mgf, raw, wiff, mzxml and mzml, in lower case.";
 }
 
 void processInstrumentFile(UserParameters& parameters) {

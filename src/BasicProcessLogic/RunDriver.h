@@ -5,17 +5,29 @@
 // Throws:   whatever ends the run.
 #pragma once
 
+#include <array>
 #include <string>
+#include <string_view>
 
 #include "UserParameters.h"
 
 namespace tarvek {
+
+/// Formats that an extractor converts first.
+inline constexpr std::array<std::string_view, 4> kInstrumentFormats = {"raw", "wiff", "mzxml",
+                                                                       "mzml"};
 
 /// The whole run after configuration.
 void runAllDataPaths(const UserParameters& parameters);
 
 /// The lower-case extension of a path that is a file, else the configured input format.
 std::string detectDataPathFormat(const std::string& path, const UserParameters& parameters);
+
+/// Whether a road leads from a format, in lower case, to the outputs.
+bool IsKnownFormat(std::string_view format);
+
+/// What is said of a data path that has another one.
+std::string UnknownFormatText(const std::string& path, const std::string& format);
 
 /// Converts the current file, an instrument file, and processes its spectra.
 void processInstrumentFile(UserParameters& parameters);
