@@ -2,20 +2,18 @@
 
 #include "CheckAccount.h"
 #include "CheckInputs.h"
+#include "FileUtils.h"
 #include "MsbReader.h"
+#include "OutputNames.h"
 #include "QuietLibrary.h"
 
 namespace tarvek::tools {
 namespace {
 
 void TakeSurveys(CheckAccount& account, MsbReader& reader) {
-  for (MS1Spectrum scan; reader.HasMs1() && reader.TakeMs1(scan);) {
-    if (scan.m_peaks.empty())
-      account.LeaveOut("MS1 scans without peaks", scan.m_scan_no, false);
-    else
-      account.TakeSurvey(scan.m_scan_no, scan.m_instrument_type.starts_with('F'), scan.m_rt,
-                         scan.m_peaks, scan.m_instrument_type.starts_with('I'));
-  }
+  for (MS1Spectrum scan; reader.HasMs1() && reader.TakeMs1(scan);)
+    account.TakeSurvey(scan.m_scan_no, scan.m_instrument_type.starts_with('F'), scan.m_rt,
+                       scan.m_peaks, scan.m_instrument_type.starts_with('I'));
 }
 
 void TakeAll(CheckAccount& account, const std::string& base_path) {
@@ -33,6 +31,7 @@ void TakeAll(CheckAccount& account, const std::string& base_path) {
 void CheckBinaryInput(CheckReport& report, const std::string& base_path,
                       const CheckOptions& options) {
   const std::string msb = base_path + ".msb";
+  CheckRunName(report, msb, std::string(RunOfBinaryPair(FileNameOf(base_path))));
   if (!HasBothHalves(report, msb, base_path + ".mscsv")) return;
   AccountRules rules;
   rules.m_assumes_charge_2 = false;

@@ -230,6 +230,40 @@ TEST(CheckTextInput, ScansWithoutPeaksAreThoseThatTheReaderPassesOver) {
   EXPECT_EQ(item.m_left_out.begin()->second.m_first_scan, 2);
 }
 
+using tarvek::test::BinaryScan;
+
+void WriteBinaryPair(const std::string& base, const std::vector<BinaryScan>& scans) {
+  WriteFile(base + ".msb", tarvek::test::MsbBytes(scans));
+  WriteFile(base + ".mscsv", tarvek::test::ScanTableText(scans));
+}
+
+// The fragment names the first survey, which a run keeps though it has no peaks.
+TEST(CheckBinaryInput, ASurveyWithoutPeaksIsASurvey) {
+  const TemporaryDirectory directory;
+  WriteBinaryPair(directory / "run.mzml",
+                  {{1, -1, 0.0, 1.0, "", "FT", 0, 0.0, {}},
+                   {2, 1, 500.5, 1.5, "HCD", "FT", 2, 500.5, {{200.5, 10.0}}},
+                   {3, -1, 0.0, 2.0, "", "FT", 0, 0.0, {{500.5, 10.0}}}});
+  CheckReport report;
+  CheckBinaryInput(report, directory / "run.mzml", {});
+  EXPECT_THAT(Codes(report), IsEmpty());
+  EXPECT_EQ(report.Items().front().m_facts.front().m_count, 2);
+  EXPECT_THAT(report.Items().front().m_left_out, IsEmpty());
+}
+
+TEST(CheckBinaryInput, DotsInTheRunNameAreAWarningAndThoseOfTheFormatAreNot) {
+  const TemporaryDirectory directory;
+  const std::vector<BinaryScan> scans = {{1, -1, 0.0, 1.0, "", "FT", 0, 0.0, {{500.5, 10.0}}},
+                                         {2, 1, 500.5, 1.5, "HCD", "FT", 2, 500.5, {{200.5, 1.0}}}};
+  for (const char* name : {"run.mzml", "a.b.mzml"}) {
+    WriteBinaryPair(directory / name, scans);
+    CheckReport report;
+    CheckBinaryInput(report, directory / name, {});
+    const bool has_dots = name[0] == 'a';
+    EXPECT_EQ(Codes(report), std::vector<std::string>(has_dots ? 1 : 0, "dotted-name")) << name;
+  }
+}
+
 // 140,000,000 peaks, 2.24 GB, are a hole in a sparse file.
 TEST(CheckPf, WrappedOffsetsAreANoteAndNoDefect) {
   const TemporaryDirectory directory;
