@@ -86,8 +86,6 @@ UserParameters SettingsOf(const BatchRequest& request) {
   ApplyParameterTable(settings, request.m_table);
   if (settings.m_datapaths.size() != PathsGiven(request.m_table))
     throw "Not every data path is there; nothing was started";
-  settings.m_outputpath = WithoutTrailingSeparators(settings.m_outputpath);
-  settings.m_logfilepath = WithoutTrailingSeparators(settings.m_logfilepath);
   return settings;
 }
 

@@ -81,6 +81,15 @@ TEST_F(BatchPlanTest, PutsLogsBelowADirectoryThatIsGiven) {
               ElementsAre("-D", m_directory / "a.ms1", "-O", "out", "-L", Native("logs/a")));
 }
 
+TEST_F(BatchPlanTest, TakesTheRootForADirectoryAsTarvekDoes) {
+  const BatchTask in_root = Plan({m_directory / "a.ms1", "-O", "/"}).at(0);
+  EXPECT_EQ(in_root.m_table, Native("/a.csv"));
+  EXPECT_EQ(in_root.m_log_directory, Native("/batch_logs/a"));
+  EXPECT_EQ(Plan({m_directory / "a.ms1", "-O", "out", "-L", "/"}).at(0).m_log_directory,
+            Native("/a"));
+  EXPECT_EQ(Plan({m_directory / "a.ms1", "-O", "D:\\"}).at(0).m_table, "D:" + Native("/a.csv"));
+}
+
 TEST_F(BatchPlanTest, ExpectsTheResultsBesideTheInputWithoutAnOutputDirectory) {
   EXPECT_EQ(Plan({m_directory / "a.ms1"}).at(0).m_table, m_directory / "a.csv");
 }
