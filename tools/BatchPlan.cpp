@@ -1,25 +1,20 @@
 #include "BatchPlan.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <string_view>
 
 #include "CanonicalPath.h"
 #include "CommandLine.h"
 #include "FileUtils.h"
-#include "LineReader.h"
-#include "NumberText.h"
+#include "OutputSet.h"
 #include "ParameterFile.h"
+#include "RunDriver.h"
 #include "StringUtils.h"
 #include "UserParameters.h"
 
 namespace tarvek::tools {
 namespace {
-
-constexpr std::array<std::string_view, 6> kFormats = {"ms1", "mgf", "raw", "wiff", "mzxml", "mzml"};
-constexpr std::array<std::string_view, 4> kParameterFileEndings = {".cfg", ".para", ".params",
-                                                                   ".ini"};
 
 /// The arguments of a batch, understood.
 struct BatchRequest {
@@ -30,12 +25,6 @@ struct BatchRequest {
 
 bool IsOption(const std::string& word) {
   return word.size() == 2 && word[0] == '-' && (word[1] < '0' || word[1] > '9');
-}
-
-bool IsParameterFile(std::span<const std::string> words) {
-  return words.size() == 1 && std::ranges::any_of(kParameterFileEndings, [&](std::string_view end) {
-           return EndsWithIgnoreCase(words.front(), end);
-         });
 }
 
 BatchRequest ReadOptions(std::span<const std::string> words) {
@@ -67,37 +56,26 @@ BatchRequest ReadOptions(std::span<const std::string> words) {
 BatchRequest ReadParameters(const std::string& path) {
   BatchRequest request;
   request.m_is_parameter_file = true;
-  File file = OpenFile(path, "r", "parameter");
-  LineReader lines(file);
-  std::string_view line;
-  while (lines.ReadPiece(line)) AddParameterLine(line, request.m_table);
+  request.m_table = ReadParameterTable(path);
   return request;
-}
-
-std::size_t PathsGiven(const ParameterTable& table) {
-  const auto number = table.find("datanum");
-  if (number == table.end()) return 1;
-  return static_cast<std::size_t>(std::max(0, StringToInt(number->second, "datanum")));
 }
 
 /// The settings with their data paths; one that is missing ends the batch before it starts.
 UserParameters SettingsOf(const BatchRequest& request) {
   UserParameters settings;
   ApplyParameterTable(settings, request.m_table);
-  if (settings.m_datapaths.size() != PathsGiven(request.m_table))
+  if (settings.m_datapaths.size() != DataPathCandidates(request.m_table).size())
     throw "Not every data path is there; nothing was started";
   return settings;
 }
 
-/// The files of a data path, as tarvek would process them. format: of directories, replaced by that
-/// of a file.
-std::vector<std::string> FilesOf(const std::string& path, std::string& format) {
-  const std::string found = FileExists(path) ? ToLower(path.substr(path.rfind('.') + 1)) : format;
-  if (std::ranges::find(kFormats, found) == kFormats.end())
-    throw "Data path " + path + " has the format '" + found +
-        "'. Known are ms1, mgf, raw, wiff, mzxml and mzml, in lower case.";
-  format = found;
-  std::vector<std::string> files = ListFiles(path, "." + found);
+/// The files of a data path, as tarvek would process them; the format of a file becomes that of the
+/// directories behind it.
+std::vector<std::string> FilesOf(const std::string& path, UserParameters& settings) {
+  const std::string format = detectDataPathFormat(path, settings);
+  if (!IsKnownFormat(format)) throw UnknownFormatText(path, format);
+  settings.m_input_format = format;
+  std::vector<std::string> files = ListFiles(path, "." + format);
   std::ranges::sort(files);
   return files;
 }
@@ -142,8 +120,7 @@ BatchTask TaskOf(const std::string& input, const UserParameters& settings,
   task.m_input = input;
   task.m_log_directory = JoinPath({logs, current.m_current_basename});
   // Of MGF, which is only rewritten, no table tells.
-  if (ToLower(current.m_current_ext) != "mgf")
-    task.m_table = JoinPath({current.m_outputpath, current.m_current_basename + ".csv"});
+  if (ToLower(current.m_current_ext) != "mgf") task.m_table = FinishedTablePath(current);
   task.m_is_finished =
       !settings.m_rewrite_files && !task.m_table.empty() && FileExists(task.m_table);
   task.m_size_bytes = File::Open(input, "r").SizeBytes();
@@ -172,13 +149,13 @@ std::string ParameterFileOf(const BatchTask& task) {
 }
 
 std::vector<BatchTask> PlanBatch(std::span<const std::string> words) {
-  const BatchRequest request =
-      IsParameterFile(words) ? ReadParameters(words.front()) : ReadOptions(words);
-  const UserParameters settings = SettingsOf(request);
+  const BatchRequest request = words.size() == 1 && IsParameterFile(words.front())
+                                   ? ReadParameters(words.front())
+                                   : ReadOptions(words);
+  UserParameters settings = SettingsOf(request);
   std::vector<BatchTask> tasks;
-  std::string format = settings.m_input_format;
   for (const std::string& path : settings.m_datapaths)
-    for (const std::string& file : FilesOf(path, format))
+    for (const std::string& file : FilesOf(path, settings))
       tasks.push_back(TaskOf(file, settings, request));
   if (tasks.empty()) throw "There is no input file";
   RefuseMeetings(tasks, [](const BatchTask& task) { return task.m_table; });

@@ -1,6 +1,5 @@
 #include "MainDriver.h"
 
-#include <array>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -26,8 +25,6 @@ constexpr int kFailure = -1;
 constexpr std::string_view kPlatformWord = "x64";
 constexpr std::string_view kVersion = "-Release-2.2.1(";
 constexpr const char* kReleaseNotes = "Tarvek_Release.txt";
-constexpr std::array<std::string_view, 4> kParameterFileEndings = {".cfg", ".para", ".params",
-                                                                   ".ini"};
 
 std::string VersionText() { return std::string(kVersion) + std::string(kPlatformWord) + ")"; }
 
@@ -72,8 +69,7 @@ void StartWithoutArguments() {
 UserParameters ReadParameters(int argc, const char* const* argv) {
   if (argc == 2) {
     const std::string path(Trim(argv[1]));
-    for (const std::string_view ending : kParameterFileEndings)
-      if (EndsWithIgnoreCase(path, ending)) return ReadParameterFile(path);
+    if (IsParameterFile(path)) return ReadParameterFile(path);
   }
   return ReadCommandLine(argc, argv);
 }

@@ -1,10 +1,18 @@
 #include "ParameterFile.h"
 
+#include <algorithm>
+#include <array>
+
 #include "FileUtils.h"
 #include "LineReader.h"
 #include "StringUtils.h"
 
 namespace tarvek {
+namespace {
+
+constexpr std::array<std::string_view, 4> kEndings = {".cfg", ".para", ".params", ".ini"};
+
+}  // namespace
 
 void AddParameterLine(std::string_view line, ParameterTable& table) {
   line = Trim(line.substr(0, line.find('#')));
@@ -15,14 +23,23 @@ void AddParameterLine(std::string_view line, ParameterTable& table) {
   table[key] = std::string(Trim(line.substr(equals + 1)));
 }
 
-UserParameters ReadParameterFile(const std::string& path) {
+bool IsParameterFile(std::string_view path) {
+  return std::ranges::any_of(
+      kEndings, [path](std::string_view ending) { return EndsWithIgnoreCase(path, ending); });
+}
+
+ParameterTable ReadParameterTable(const std::string& path) {
   // No purpose word: the message of a failure has two blanks before "File".
   File file = OpenFile(path, "r", "");
   LineReader reader(file);
   ParameterTable table;
   std::string_view line;
   while (reader.ReadPiece(line)) AddParameterLine(line, table);
-  return CompleteParameters(table);
+  return table;
+}
+
+UserParameters ReadParameterFile(const std::string& path) {
+  return CompleteParameters(ReadParameterTable(path));
 }
 
 }  // namespace tarvek

@@ -13,6 +13,12 @@
 
 namespace tarvek {
 
+/// Whether the program takes a lone argument for a parameter file: by its ending, in any case.
+bool IsParameterFile(std::string_view path);
+
+/// The table of the parameter file path.
+ParameterTable ReadParameterTable(const std::string& path);
+
 /// The validated record of the parameter file path, echoed into the log.
 UserParameters ReadParameterFile(const std::string& path);
 

@@ -107,25 +107,6 @@ void ApplyChargeRange(UserParameters& record, const ParameterTable& table) {
   record.m_charge_max = ChargeLimit(value.substr(middle + 1));
 }
 
-// The data paths as they are given, not yet looked up.
-std::vector<std::string> DataPathCandidates(const ParameterTable& table) {
-  const auto number_entry = table.find(kDataNumberKey);
-  if (number_entry == table.end()) {
-    const auto entry = table.find(kDataPathKey);
-    if (entry == table.end()) throw "Unable to find User Defined Parameter: datapath";
-    return {entry->second};
-  }
-  std::vector<std::string> candidates;
-  const std::int64_t number = StringToInt(number_entry->second, ParameterName(kDataNumberKey));
-  for (std::int64_t i = 1; i <= number; ++i) {
-    const std::string key = NumberedDataPathKey(i);
-    const auto entry = table.find(key);
-    if (entry == table.end()) throw "Unable to find " + ParameterName(key);
-    candidates.push_back(entry->second);
-  }
-  return candidates;
-}
-
 void ApplyDataPaths(UserParameters& record, const ParameterTable& table) {
   for (const std::string& candidate : DataPathCandidates(table)) {
     std::string path = WithoutTrailingSeparators(candidate);
@@ -179,6 +160,24 @@ void OpenLog(UserParameters& record) {
 }
 
 }  // namespace
+
+std::vector<std::string> DataPathCandidates(const ParameterTable& table) {
+  const auto number_entry = table.find(kDataNumberKey);
+  if (number_entry == table.end()) {
+    const auto entry = table.find(kDataPathKey);
+    if (entry == table.end()) throw "Unable to find User Defined Parameter: datapath";
+    return {entry->second};
+  }
+  std::vector<std::string> candidates;
+  const std::int64_t number = StringToInt(number_entry->second, ParameterName(kDataNumberKey));
+  for (std::int64_t i = 1; i <= number; ++i) {
+    const std::string key = NumberedDataPathKey(i);
+    const auto entry = table.find(key);
+    if (entry == table.end()) throw "Unable to find " + ParameterName(key);
+    candidates.push_back(entry->second);
+  }
+  return candidates;
+}
 
 void ApplyParameterTable(UserParameters& record, const ParameterTable& table) {
   ForEachGiven(kBoolFields, table, [&record](const auto& field, const std::string& value) {

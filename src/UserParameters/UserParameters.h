@@ -68,6 +68,9 @@ struct UserParameters {
 /// neither a file nor a directory are dropped with a warning.
 void ApplyParameterTable(UserParameters& record, const ParameterTable& table);
 
+/// The data paths of table as they are given, not yet looked up.
+std::vector<std::string> DataPathCandidates(const ParameterTable& table);
+
 /// The text form of every setting, as the echo, the template and the usage text show it.
 ParameterTable ToParameterTable(const UserParameters& record);
 
