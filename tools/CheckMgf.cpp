@@ -1,10 +1,10 @@
 #include "CheckMgf.h"
 
-#include <charconv>
 #include <optional>
 #include <set>
 #include <string_view>
 
+#include "MgfTitle.h"
 #include "NumberText.h"
 #include "TableReader.h"
 
@@ -12,53 +12,6 @@ namespace tarvek::tools {
 namespace {
 
 constexpr const char* kRunAgain = "Run tarvek again with -r 1, or ask for the file again.";
-
-/// The fields of a title run.scan.scan.charge.index.dta; the last two may be missing. The run name
-/// may have dots here, so that a title is understood that other readers stumble over.
-struct Title {
-  std::string m_run_name;
-  std::int32_t m_scan_no = 0;
-};
-
-std::optional<std::int32_t> WholeInteger(std::string_view text) {
-  std::int32_t value = 0;
-  const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (text.empty() || result.ec != std::errc() || result.ptr != text.data() + text.size())
-    return std::nullopt;
-  return value;
-}
-
-// Takes the last field off.
-std::string_view TakeLast(std::string_view& text) {
-  const std::size_t dot = text.rfind('.');
-  const std::string_view last = dot == std::string_view::npos ? text : text.substr(dot + 1);
-  text = dot == std::string_view::npos ? std::string_view() : text.substr(0, dot);
-  return last;
-}
-
-std::optional<Title> ParseTitle(std::string_view text) {
-  if (text.ends_with(".dta")) text.remove_suffix(4);
-  const std::string_view original = text;
-  std::vector<std::int32_t> numbers;  // the last first
-  constexpr std::size_t kMostNumbers = 4;
-  while (numbers.size() < kMostNumbers && !text.empty()) {
-    const std::string_view before = text;
-    const auto number = WholeInteger(TakeLast(text));
-    if (!number) {
-      text = before;
-      break;
-    }
-    numbers.push_back(*number);
-  }
-  // The scan number stands twice; without an index the fourth number belongs to the run name.
-  if (numbers.size() == kMostNumbers && numbers[3] != numbers[2] && numbers[2] == numbers[1]) {
-    text = original.substr(0, text.size() + 1 + std::to_string(numbers[3]).size());
-    numbers.pop_back();
-  }
-  constexpr std::size_t kFewestNumbers = 3;
-  if (numbers.size() < kFewestNumbers) return std::nullopt;
-  return Title{std::string(text), numbers.back()};
-}
 
 class MgfLooker {
  public:
@@ -111,11 +64,11 @@ class MgfLooker {
   }
 
   void TakeTitle(std::string_view text) {
-    const auto title = ParseTitle(text);
+    const auto title = ParseMgfTitle(text);
     if (!title) return;
     m_has_title = true;
     m_block.m_scan_no = title->m_scan_no;
-    if (m_content.m_blocks.empty()) m_content.m_run_name = title->m_run_name;
+    if (m_content.m_blocks.empty()) m_content.m_run_name = title->m_run;
   }
 
   void TakeCharge(std::string_view text) {

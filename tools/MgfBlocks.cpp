@@ -1,10 +1,7 @@
 #include "MgfBlocks.h"
 
-#include <array>
-#include <optional>
-
 #include "FileUtils.h"
-#include "NumberText.h"
+#include "MgfTitle.h"
 #include "StringUtils.h"
 
 namespace tarvek::tools {
@@ -12,23 +9,9 @@ namespace {
 
 constexpr std::string_view kBegin = "BEGIN IONS";
 constexpr std::string_view kEnd = "END IONS";
-constexpr std::string_view kTitleEnding = ".dta";
 
 // No line of ours comes near; a file of something else is not read into memory as one line.
 constexpr std::size_t kMaxLineBytes = std::size_t{1} << 20;
-
-/// Cuts the integer behind the last point from text; nothing when there is none.
-std::optional<std::int32_t> CutLastNumber(std::string_view& text) {
-  const std::size_t point = text.rfind('.');
-  if (point == std::string_view::npos) return std::nullopt;
-  const std::string_view digits = text.substr(point + 1);
-  const ScannedNumber<std::int32_t> number = ScanInteger(digits);
-  if (number.m_status != NumberStatus::kOk ||
-      digits.find_first_not_of("-0123456789") != std::string_view::npos)
-    return std::nullopt;
-  text = text.substr(0, point);
-  return number.m_value;
-}
 
 bool IsPeakLine(std::string_view line) {
   return !line.empty() && line.front() >= '0' && line.front() <= '9';
@@ -106,21 +89,14 @@ void MgfBlockReader::ReadHeader(std::string_view line, MgfBlock& block) {
     Fail("the key " + std::string(key) + " is none of those that tarvek writes");
 }
 
-// Read from its end, since the run name may hold points.
-void MgfBlockReader::ReadTitle(std::string_view title, MgfBlock& block) {
-  std::string_view rest = title;
-  std::array<std::optional<std::int32_t>, 4> numbers;  // index, charge, scan, scan
-  if (rest.ends_with(kTitleEnding)) {
-    rest.remove_suffix(kTitleEnding.size());
-    for (std::optional<std::int32_t>& number : numbers) number = CutLastNumber(rest);
-  }
-  const bool is_ours = numbers[0] && numbers[1] && numbers[2] && numbers[3] && *numbers[0] >= 0 &&
-                       numbers[2] == numbers[3] && !rest.empty();
-  if (!is_ours) Fail("the title is not of the form run.scan.scan.charge.index.dta");
-  block.m_index = *numbers[0];
-  block.m_charge = *numbers[1];
-  block.m_scan_no = *numbers[2];
-  block.m_run = rest;
+void MgfBlockReader::ReadTitle(std::string_view text, MgfBlock& block) {
+  const auto title = ParseMgfTitle(text);
+  if (!title || !title->m_is_whole)
+    Fail("the title is not of the form run.scan.scan.charge.index.dta");
+  block.m_run = title->m_run;
+  block.m_scan_no = title->m_scan_no;
+  block.m_charge = title->m_charge;
+  block.m_index = title->m_index;
 }
 
 void MgfBlockReader::CheckComplete(const MgfBlock& block) const {

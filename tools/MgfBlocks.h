@@ -43,7 +43,7 @@ class MgfBlockReader {
   bool ReadLine(std::string_view& line);
   bool FindBlock();
   void ReadHeader(std::string_view line, MgfBlock& block);
-  void ReadTitle(std::string_view title, MgfBlock& block);
+  void ReadTitle(std::string_view text, MgfBlock& block);
   void CheckComplete(const MgfBlock& block) const;
   [[noreturn]] void Fail(const std::string& what) const;
 

@@ -10,6 +10,7 @@
 #include "BatchPlan.h"
 #include "FileUtils.h"
 #include "Logger.h"
+#include "MgfTitle.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
 #include "PrecursorTableReader.h"
@@ -249,12 +250,9 @@ void AppendMgfTimes(const std::string& path, std::vector<ScanTime>& times) {
   bool is_titled = false;
   for (std::string line; lines.Next(line);) {
     if (line.starts_with("TITLE=")) {
-      // run.scan.scan.charge.index.dta, counted from the end: run names may hold points
-      const std::vector<std::string_view> fields = Split(line, ".");
-      const auto number = fields.size() < 6 ? ScannedNumber<std::int32_t>{}
-                                            : ScanInteger(fields[fields.size() - 4]);
-      if (number.m_status != NumberStatus::kOk) lines.Fail("no scan number in the title.");
-      scan_no = number.m_value;
+      const auto title = ParseMgfTitle(std::string_view(line).substr(6));
+      if (!title) lines.Fail("no scan number in the title.");
+      scan_no = title->m_scan_no;
       is_titled = true;
     } else if (is_titled && line.starts_with("RTINSECONDS=")) {
       if (times.empty() || times.back().first != scan_no)
