@@ -314,6 +314,38 @@ TEST(CheckPf, APeakCountBelowZeroEndsTheWalk) {
   EXPECT_THAT(Codes(report), ElementsAre("pf-truncated"));
 }
 
+CheckReport CheckMgfText(const std::string& text) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.mgf", text);
+  CheckReport report;
+  CheckMgfInput(report, directory / "a.mgf");
+  return report;
+}
+
+// A block without peaks, one without PEPMASS and one without BEGIN IONS.
+TEST(CheckMgfInput, WhatARunTakesIsNoDefect) {
+  const CheckReport report = CheckMgfText(
+      "BEGIN IONS\nTITLE=a.7.7.2.dta\nPEPMASS=400.5\nEND IONS\n"
+      "BEGIN IONS\nTITLE=a.8.8.2.dta\n100.5 1.0\nEND IONS\n"
+      "TITLE=a.9.9.2.dta\nPEPMASS=400.5\n100.5 1.0\nEND IONS\n");
+  EXPECT_THAT(Codes(report), ElementsAre("mgf-input"));
+  EXPECT_EQ(report.Items().front().m_facts.front().m_count, 3);
+}
+
+TEST(CheckMgfInput, WhereARunStopsIsADefect) {
+  EXPECT_THAT(Codes(CheckMgfText("BEGIN IONS\nTITLE=scan 5\nPEPMASS=5\n100.5 1.0\nEND IONS\n")),
+              ElementsAre("mgf-input", "unreadable"));
+  EXPECT_THAT(Codes(CheckMgfText("BEGIN IONS\nTITLE=a.7.7.2.dta\nPEPMASS=5\nEND IONS\n")),
+              ElementsAre("mgf-input", "no-ms2"));
+}
+
+TEST(CheckMgfInput, AnEndInsideABlockIsAWarning) {
+  const CheckReport report =
+      CheckMgfText("BEGIN IONS\nTITLE=a.7.7.2.dta\nPEPMASS=400.5\n100.5 1.0\n");
+  EXPECT_THAT(Codes(report), ElementsAre("mgf-input", "cut-off"));
+  EXPECT_EQ(report.Count(Severity::kDefect), 0U);
+}
+
 TEST(CheckMgf, ReadsScanChargeAndMassOfEachBlock) {
   const TemporaryDirectory directory;
   WriteFile(directory / "a.mgf",
