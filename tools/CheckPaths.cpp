@@ -106,13 +106,14 @@ class TargetFinder {
         m_directory(std::move(directory)),
         m_names(SortedNames(m_directory)) {}
 
-  /// All files of the directory, or of one base name in it. Whether there were any.
-  bool TakeAll(const std::optional<std::string>& base) {
+  /// All files of the directory, or of one base name in it, or the outputs among these. Whether
+  /// there were any.
+  bool TakeAll(const std::optional<std::string>& base, bool outputs_only = false) {
     std::vector<std::string> tables;
     for (const std::string& name : m_names) {
       const FileName file = TakeApart(name);
       if (file.m_kind == FileKind::kOther || (base && file.m_base != *base)) continue;
-      if (IsDirectory(PathOf(name))) continue;
+      if ((outputs_only && !IsOutput(file.m_kind)) || IsDirectory(PathOf(name))) continue;
       if (file.m_kind == FileKind::kTable)
         tables.push_back(name);
       else
@@ -232,7 +233,7 @@ class TargetFinder {
 
 void AddTargets(CheckTargets& targets, CheckReport& report, const std::string& path) {
   if (IsDirectory(path)) {
-    if (!TargetFinder(targets, report, WithoutTrailingSeparators(path)).TakeAll(std::nullopt))
+    if (!TargetFinder(targets, report, JoinPath({path})).TakeAll(std::nullopt))
       report.Defect("nothing-here", path, "It holds no file that tarvek reads or writes.",
                     "Name a directory with inputs or outputs.");
     return;
@@ -251,7 +252,7 @@ void AddTargets(CheckTargets& targets, CheckReport& report, const std::string& p
                   "A file of this ending is neither read nor written by tarvek.",
                   "Name an mzML, mzXML, .ms1, .msb or .mgf file, or an output of a run.");
   else if (IsOutput(file.m_kind))
-    finder.TakeAll(file.m_base);
+    finder.TakeAll(file.m_base, true);
   else
     finder.Take(name, file);
 }

@@ -428,6 +428,23 @@ TEST(CheckPaths, EndingsInUpperCaseAreTakenAsARunTakesThem) {
   }
 }
 
+TEST(CheckPaths, AnOutputStandsForTheOutputsOfItsRunAlone) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.mzML", "no mzML");
+  WriteFile(directory / "run.mgf", "no MGF");
+  WriteFile(directory / "run.csv",
+            "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, TotleNumOfPrecursor\n"
+            "HCD, FTMS, 7, 400.500000, 2, 1, 1, 400.500000, 2, \n");
+  WriteFile(directory / "run_HCDFTMS.mgf",
+            "BEGIN IONS\nTITLE=run.7.7.2.0.dta\nCHARGE=2+\nPEPMASS=400.5\n100.5 1\nEND IONS\n");
+  for (const char* output : {"run.csv", "run_HCDFTMS.mgf"}) {
+    const Checked checked = CheckIn(directory, output);
+    EXPECT_THAT(checked.m_items, ElementsAre("run 1 1")) << output;
+    EXPECT_THAT(checked.m_codes, IsEmpty()) << output;
+  }
+  EXPECT_THAT(CheckIn(directory, "run").m_codes, testing::Contains("unreadable"));
+}
+
 TEST(CheckPaths, TablesOfOtherProgramsInADirectoryAreLeftAlone) {
   const TemporaryDirectory directory;
   WriteFile(directory / "notes.csv", "a;b\n");
