@@ -8,8 +8,7 @@
 #include "InstrumentFile.h"
 #include "Interruption.h"
 #include "NativeIdList.h"
-#include "NumberText.h"
-#include "PeakPicker.h"
+#include "PeakPreparation.h"
 #include "RunReport.h"
 #include "ScanRules.h"
 #include "ScanSinks.h"
@@ -30,35 +29,13 @@ std::unique_ptr<ScanSink> MakeSink(const ExtractorOptions& options, const std::s
   return MakeBinarySink(BasePath(options) + "." + named, digits);
 }
 
-/// Whether a value is not 0 as text with these decimals. Next to the half of the last decimal only
-/// the text itself tells.
-class VisibilityTest {
- public:
-  explicit VisibilityTest(int decimals) : m_decimals(decimals) {
-    double half = 0.5;
-    for (int i = 0; i < decimals; ++i) half /= 10.0;
-    m_surely_zero = 0.99 * half;
-    m_surely_visible = 1.01 * half;
-  }
-  [[nodiscard]] bool IsVisible(double value) const {
-    if (value > m_surely_visible) return true;
-    return value > m_surely_zero && Rounded(value, m_decimals) > 0.0;
-  }
-
- private:
-  int m_decimals;
-  double m_surely_zero;
-  double m_surely_visible;
-};
-
 /// Sends the spectra of a reader through the rules to the output.
 class ScanPipeline final : public ScanConsumer {
  public:
   ScanPipeline(const ExtractorOptions& options, RunReport& report, NativeIdList& native_ids)
       : m_is_msb(options.m_msb && !options.m_mgf),
         m_rules(options.m_faims_volts),
-        m_mz_test(options.m_mz_digits),
-        m_intensity_test(options.m_intensity_digits),
+        m_preparation(options.m_mz_digits, options.m_intensity_digits),
         m_report(&report),
         m_native_ids(&native_ids) {}
 
@@ -88,38 +65,23 @@ class ScanPipeline final : public ScanConsumer {
 
  private:
   void PreparePeaks(const ExtractedScan& scan, const OutputScan& output, std::vector<Peak>& peaks) {
-    SortByMz(peaks);
-    if (IsProfile(scan, output, peaks)) {
-      peaks = PickPeaks(peaks);
-      m_report->Note("spectra picked from profile data");
-    }
-    const std::size_t before = peaks.size();
-    std::erase_if(peaks, [this](const Peak& peak) {
-      return !m_mz_test.IsVisible(peak.m_mz) || !m_intensity_test.IsVisible(peak.m_intensity);
-    });
-    if (peaks.size() < before)
+    const PreparedPeaks prepared = m_preparation.Prepare(scan, output, peaks);
+    if (prepared.m_look == DataLook::kProfile && scan.m_mode == PeakMode::kCentroid)
+      m_report->Note("spectra declared as centroids that are profiles");
+    if (prepared.m_look == DataLook::kCentroid && scan.m_mode == PeakMode::kProfile)
+      m_report->Note("spectra declared as profiles that are centroids");
+    if (prepared.m_is_picked) m_report->Note("spectra picked from profile data");
+    if (prepared.m_left_out > 0)
       m_report->Note("peaks left out that the digits show as 0",
-                     static_cast<std::int64_t>(before - peaks.size()));
+                     static_cast<std::int64_t>(prepared.m_left_out));
     if (!m_is_msb || peaks.size() <= kMaxMsbPeaks) return;
     KeepMostIntense(peaks, kMaxMsbPeaks);
     m_report->Note("scans cut to their 10000 most intense peaks");
   }
 
-  bool IsProfile(const ExtractedScan& scan, const OutputScan& output,
-                 const std::vector<Peak>& peaks) {
-    const DataLook look = LookAt(peaks, output.m_instrument == "ITMS");
-    const bool is_flagged = scan.m_mode == PeakMode::kProfile;
-    if (look == DataLook::kProfile && scan.m_mode == PeakMode::kCentroid)
-      m_report->Note("spectra declared as centroids that are profiles");
-    if (look == DataLook::kCentroid && is_flagged)
-      m_report->Note("spectra declared as profiles that are centroids");
-    return look == DataLook::kProfile || (look == DataLook::kUnclear && is_flagged);
-  }
-
   bool m_is_msb;
   ScanRules m_rules;
-  VisibilityTest m_mz_test;
-  VisibilityTest m_intensity_test;
+  PeakPreparation m_preparation;
   RunReport* m_report;
   NativeIdList* m_native_ids;
   ScanSink* m_sink = nullptr;

@@ -1,7 +1,7 @@
 // extractor/PeakPicker.h: profile spectra to centroids.
 // Does:     tells profile from centroid data by looking; finds the peaks of a profile.
 // Throws:   nothing but std::bad_alloc.
-// Not here: when a spectrum is picked (Extraction.cpp).
+// Not here: when a spectrum is picked (PeakPreparation.h).
 //
 // The picker is made for well-resolved data whose peaks have five samples or more:
 //  - Samples belong together while neither a zero nor a gap of more than three times the spacing

@@ -3,7 +3,7 @@
 //           words, activation centre, declared precursors and precursor scan.
 // Owns:     what it must remember of the spectra seen so far: a bounded stretch of them.
 // Throws:   nothing but std::bad_alloc.
-// Not here: peaks (PeakPicker.h, Extraction.cpp), counting (Summary.h).
+// Not here: peaks (PeakPreparation.h), counting (RunReport.h).
 #pragma once
 
 #include <cstdint>

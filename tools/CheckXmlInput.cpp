@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <cmath>
 #include <map>
 #include <optional>
@@ -10,6 +9,7 @@
 #include "ExtractorOptions.h"
 #include "InstrumentFile.h"
 #include "NumberText.h"
+#include "PeakPreparation.h"
 #include "ScanRules.h"
 #include "StringUtils.h"
 
@@ -20,9 +20,6 @@ using extractor::ExtractedScan;
 using extractor::OutputScan;
 using extractor::Polarity;
 using extractor::ScanKind;
-
-// Intensities that one decimal, the default, does not show.
-constexpr double kInvisibleIntensity = 0.05;
 
 /// The full width of the isolation window, where the file tells it.
 std::optional<double> IsolationWidth(const ExtractedScan& scan) {
@@ -53,11 +50,7 @@ class XmlAccount final : public extractor::ScanConsumer {
   void OnScan(const ExtractedScan& scan, std::vector<Peak>& peaks) override {
     ++m_spectra;
     OutputScan output = m_rules.Decide(scan);
-    if (output.m_kind != ScanKind::kLeftOut && !ShowsPeaks(peaks)) {
-      output.m_kind = ScanKind::kLeftOut;
-      output.m_why_left_out = "no peak that one decimal shows";
-      ++m_invisible;
-    }
+    if (output.m_kind != ScanKind::kLeftOut) LeaveOutWithoutPeaks(scan, peaks, output);
     if (scan.m_faims_volts) m_voltages[std::lround(*scan.m_faims_volts * 10.0)]++;
     Take(scan, output, peaks);
     m_rules.Remember(scan, output);
@@ -73,9 +66,19 @@ class XmlAccount final : public extractor::ScanConsumer {
   }
 
  private:
-  static bool ShowsPeaks(const std::vector<Peak>& peaks) {
-    return std::ranges::any_of(
-        peaks, [](const Peak& peak) { return peak.m_intensity > kInvisibleIntensity; });
+  // The samples stay as they came, since the account looks for profiles among them.
+  void LeaveOutWithoutPeaks(const ExtractedScan& scan, const std::vector<Peak>& samples,
+                            OutputScan& output) {
+    m_written = samples;
+    const extractor::PreparedPeaks prepared = m_preparation.Prepare(scan, output, m_written);
+    if (!m_written.empty()) return;
+    output.m_kind = ScanKind::kLeftOut;
+    if (prepared.m_left_out == 0) {
+      output.m_why_left_out = "no peak found in its profile";
+    } else {
+      output.m_why_left_out = "no peak that one decimal shows";
+      ++m_invisible;
+    }
   }
 
   void Take(const ExtractedScan& scan, const OutputScan& output, std::vector<Peak>& peaks) {
@@ -151,6 +154,9 @@ class XmlAccount final : public extractor::ScanConsumer {
   std::string m_path;
   std::optional<CheckAccount> m_account;
   extractor::ScanRules m_rules{std::nullopt};
+  extractor::PeakPreparation m_preparation{extractor::ExtractorOptions().m_mz_digits,
+                                           extractor::ExtractorOptions().m_intensity_digits};
+  std::vector<Peak> m_written;  // of one spectrum, its capacity kept for the next
   std::optional<std::int64_t> m_declared;
   std::int64_t m_spectra = 0;
   std::int64_t m_fragments = 0;

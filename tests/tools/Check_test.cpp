@@ -154,7 +154,8 @@ TEST(CheckXmlInput, IonsOfUndeclaredPolarityHaveTheSignOfTheRange) {
 TEST(CheckXmlInput, SurveysInProfileModeAreAWarning) {
   TestScan survey = Survey(1);
   std::vector<Peak> samples;
-  for (int i = 0; i < 200; ++i) samples.push_back({500.0 + 0.002 * i, 10.0 + i % 9});
+  for (int i = 0; i < 200; ++i)
+    samples.push_back({500.0 + 0.002 * i, i % 20 == 10 ? 1000.0 : 10.0});
   extractor::test::SetPeaks(survey, samples);
   EXPECT_THAT(Codes(CheckScans({survey, Fragment(2)})), ElementsAre("profile"));
 }
@@ -164,6 +165,20 @@ TEST(CheckXmlInput, IntensitiesThatOneDecimalDoesNotShowAreAWarning) {
   extractor::test::SetPeaks(fragment, {{200.5, 0.001}, {300.5, 0.02}});
   EXPECT_THAT(Codes(CheckScans({Survey(1), fragment, Fragment(3)})),
               UnorderedElementsAre("small-intensities", "ms2-left-out"));
+}
+
+// Samples without zeros have a noise floor of three times their median, below which equal ones lie.
+TEST(CheckXmlInput, AProfileInWhichNoPeakIsFoundIsLeftOut) {
+  TestScan fragment = Fragment(2);
+  std::vector<Peak> samples;
+  for (int i = 0; i < 200; ++i) samples.push_back({500.0 + 0.002 * i, 10.0});
+  extractor::test::SetPeaks(fragment, samples);
+  const std::vector<TestScan> scans = {Survey(1), fragment, Fragment(3)};
+  EXPECT_THAT(extractor::test::ExtractXml(Mzml(scans)).m_ms2, Not(HasSubstr("S\t2\t")));
+  const CheckReport report = CheckScans(scans);
+  EXPECT_THAT(Codes(report), ElementsAre("ms2-left-out"));
+  EXPECT_EQ(report.Items().front().m_facts.back().m_count, 1);
+  EXPECT_EQ(report.Items().front().m_left_out.begin()->first, "no peak found in its profile");
 }
 
 TEST(CheckXmlInput, ACompressedFileIsReadAndNamedAsSuch) {

@@ -1,0 +1,54 @@
+// extractor/PeakPreparation.h: the peaks of a spectrum as text shows them.
+// Does:     sorts them, picks those of a profile, leaves out those that the digits show as 0.
+// Owns:     what it derives from the digits; nothing of a spectrum.
+// Throws:   nothing but std::bad_alloc.
+// Not here: how a profile is told and picked (PeakPicker.h); the limit of the binary format
+//           (Extraction.cpp).
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+#include "ExtractedScan.h"
+#include "PeakPicker.h"
+#include "ScanRules.h"
+#include "SpectrumRecords.h"
+
+namespace tarvek::extractor {
+
+/// Whether a value is not 0 as text with these decimals. Next to the half of the last decimal only
+/// the text itself tells.
+class VisibilityTest {
+ public:
+  explicit VisibilityTest(int decimals);
+  [[nodiscard]] bool IsVisible(double value) const;
+
+ private:
+  int m_decimals;
+  double m_surely_zero;
+  double m_surely_visible;
+};
+
+/// What was done to the peaks of a spectrum.
+struct PreparedPeaks {
+  DataLook m_look = DataLook::kUnclear;  // of the samples as they came
+  bool m_is_picked = false;
+  std::size_t m_left_out = 0;  // since the digits show them as 0
+};
+
+class PeakPreparation {
+ public:
+  PeakPreparation(int mz_digits, int intensity_digits)
+      : m_mz_test(mz_digits), m_intensity_test(intensity_digits) {}
+
+  /// output: what the rules made of scan. peaks: those of scan in any order; ascending in m/z
+  /// afterwards, and empty when nothing of the spectrum would be written.
+  PreparedPeaks Prepare(const ExtractedScan& scan, const OutputScan& output,
+                        std::vector<Peak>& peaks) const;
+
+ private:
+  VisibilityTest m_mz_test;
+  VisibilityTest m_intensity_test;
+};
+
+}  // namespace tarvek::extractor
