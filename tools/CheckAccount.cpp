@@ -24,7 +24,8 @@ constexpr double kNotableShare = 0.05;
 // From this share on, ions outside the charge range are what the run is about.
 constexpr double kMostCharges = 0.5;
 
-// Widths in hundredths of m/z: as good as equal, and so different that precursors are lost.
+// Differences of widths in m/z: below the first they are as good as equal, from the second on
+// precursors are lost.
 constexpr double kSameWidth = 0.1;
 constexpr double kMuchWider = 0.5;
 

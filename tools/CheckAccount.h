@@ -3,7 +3,7 @@
 //           those that are not, and says at the end what is unusual.
 // Owns:     the counts and the numbers of the surveys.
 // Throws:   nothing but std::bad_alloc.
-// Not here: reading (CheckTextInput.h, CheckXmlInput.h); damage of a file, which its reader finds.
+// Not here: reading (CheckInputs.h); damage of a file, which its reader finds.
 #pragma once
 
 #include <cstdint>

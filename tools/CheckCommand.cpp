@@ -3,7 +3,7 @@
 #include <iostream>
 #include <memory>
 
-#include "CheckPaths.h"
+#include "CheckTargets.h"
 #include "UserParameters.h"
 
 namespace tarvek::tools {

@@ -2,7 +2,8 @@
 // Does:     declares the subcommand, checks what the paths stand for, prints the report.
 // Throws:   while parsing, a CLI::ParseError; CLI::RuntimeError with exit status 1 when there is a
 //           defect.
-// Not here: what is looked for (CheckInputs.h, CheckOutputs.h).
+// Not here: what the paths stand for (CheckTargets.h), what is looked for (CheckInputs.h,
+//           CheckOutputs.h).
 #pragma once
 
 #include <CLI/CLI.hpp>

@@ -1,7 +1,7 @@
 // tools/CheckInputs.h: the inputs of tarvek, before a run.
 // Does:     reads each input as a run would, without processing it, and reports what would happen.
 // Throws:   nothing for a damaged file, which is a finding; std::bad_alloc.
-// Not here: which files there are (CheckPaths.h), what is made of scans (CheckAccount.h).
+// Not here: which files there are (CheckTargets.h), what is made of scans (CheckAccount.h).
 #pragma once
 
 #include <functional>

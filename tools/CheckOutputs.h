@@ -2,7 +2,7 @@
 // Does:     reads the table, the PF files with their indexes and the MGF files of one base name and
 //           reports what is damaged, missing or contradicts the rest.
 // Throws:   nothing for a damaged file, which is a finding; std::bad_alloc.
-// Not here: which files belong to a run (CheckPaths.h).
+// Not here: which files belong to a run (CheckTargets.h).
 #pragma once
 
 #include <map>

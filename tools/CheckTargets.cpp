@@ -1,4 +1,4 @@
-#include "CheckPaths.h"
+#include "CheckTargets.h"
 
 #include <algorithm>
 #include <array>

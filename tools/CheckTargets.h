@@ -1,4 +1,4 @@
-// tools/CheckPaths.h: what the paths given to "tarvek-tools check" stand for.
+// tools/CheckTargets.h: what the paths given to "tarvek-tools check" stand for.
 // Does:     sorts the files of a directory, of a base name, or one file into inputs and outputs.
 // Throws:   nothing for a path that stands for nothing, which is a finding; std::bad_alloc.
 // Not here: what is in the files.
