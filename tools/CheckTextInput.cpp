@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "CheckAccount.h"
@@ -32,8 +33,7 @@ struct TextLook {
   std::int64_t m_first_bad_line = 0;
   std::int64_t m_commas = 0;  // peak lines with a decimal comma
   std::int64_t m_first_comma_line = 0;
-  std::int64_t m_unknown_charges = 0;  // "Z" lines with a charge below 1
-  std::int64_t m_first_unknown_scan = 0;
+  std::unordered_set<std::int32_t> m_without_charge;  // scans whose first "Z" line has none
   bool m_ends_in_line = false;
 };
 
@@ -56,8 +56,7 @@ class TextLooker {
     if (kind == 'I') m_look.m_keys.emplace(TokenAt(line, '\t', 1));
     if (kind == 'H' && TokenAt(line, '\t', 1) == "Extractor")
       m_look.m_extractor = Trim(TokenAt(line, '\t', 2));
-    if (kind == 'Z' && ParseInteger(TokenAt(line, '\t', 1)) < 1 && m_look.m_unknown_charges++ == 0)
-      m_look.m_first_unknown_scan = m_look.m_scans.empty() ? 0 : m_look.m_scans.back();
+    if (kind == 'Z') TakeCharge(ParseInteger(TokenAt(line, '\t', 1)));
   }
 
   void TakePeak(std::string_view line, std::int64_t number) {
@@ -68,11 +67,19 @@ class TextLooker {
   }
 
   void TakeScan(std::int32_t scan_no) {
-    if (m_look.m_scans.empty() || m_look.m_scans.back() != scan_no)
-      m_look.m_scans.push_back(scan_no);
+    if (!m_look.m_scans.empty() && m_look.m_scans.back() == scan_no) return;
+    m_look.m_scans.push_back(scan_no);
+    m_has_charge_line = false;
+  }
+
+  void TakeCharge(std::int32_t charge) {
+    if (charge < 1 && !m_has_charge_line && !m_look.m_scans.empty())
+      m_look.m_without_charge.insert(m_look.m_scans.back());
+    m_has_charge_line = true;
   }
 
   TextLook m_look;
+  bool m_has_charge_line = false;  // of the present scan
 };
 
 template <std::size_t Count>
@@ -113,19 +120,13 @@ void ReportLines(CheckReport& report, const std::string& path, const TextLook& l
                       " peak lines have a decimal comma, behind which their numbers would be cut.",
                   "Write the numbers with a decimal point.",
                   {std::nullopt, look.m_first_comma_line});
-  if (look.m_unknown_charges > 0)
-    report.Note("no-charge", path,
-                std::to_string(look.m_unknown_charges) +
-                    " declared precursors have no charge and are taken for charge 2.",
-                "Nothing needs to be done.", {look.m_first_unknown_scan, std::nullopt});
   if (look.m_ends_in_line)
     report.Warning("cut-off", path, "Its last line has no end, as if the file were cut off.",
                    "Copy or extract it again if it should be longer.");
 }
 
-/// The line findings of a file, and the numbers of its scans.
-std::vector<std::int32_t> LookAtFile(CheckReport& report, const std::string& path,
-                                     bool is_fragments) {
+/// What the lines of a file say, after its findings.
+TextLook LookAtFile(CheckReport& report, const std::string& path, bool is_fragments) {
   const TextLook look = TextLooker().Look(path);
   constexpr std::array<const char*, 2> kSurveyKeys = {"RetTime", "InstrumentType"};
   constexpr std::array<const char*, 5> kFragmentKeys = {
@@ -133,7 +134,7 @@ std::vector<std::int32_t> LookAtFile(CheckReport& report, const std::string& pat
   ReportForeign(report, path, look,
                 is_fragments ? MissingKeys(look, kFragmentKeys) : MissingKeys(look, kSurveyKeys));
   ReportLines(report, path, look);
-  return look.m_scans;
+  return look;
 }
 
 /// Gives the account the scans that the reader passes over, since it finds no peaks in them, while
@@ -164,10 +165,9 @@ class ScansWithoutPeaks {
   bool m_is_fragments;
 };
 
-void TakeSurveys(CheckAccount& account, const std::string& path,
-                 const std::vector<std::int32_t>& scans) {
+void TakeSurveys(CheckAccount& account, const std::string& path, const TextLook& look) {
   Ms1TextReader reader(path, "r");
-  ScansWithoutPeaks without_peaks(account, scans, false);
+  ScansWithoutPeaks without_peaks(account, look.m_scans, false);
   for (MS1Spectrum scan; reader.ReadNext(scan);) {
     without_peaks.TakeDelivered(scan.m_scan_no);
     account.TakeSurvey(scan.m_scan_no, scan.m_instrument_type == "FT", scan.m_rt, scan.m_peaks,
@@ -176,13 +176,15 @@ void TakeSurveys(CheckAccount& account, const std::string& path,
   without_peaks.TakeEnd();
 }
 
-void TakeFragments(CheckAccount& account, const std::string& path,
-                   const std::vector<std::int32_t>& scans) {
+void TakeFragments(CheckAccount& account, const std::string& path, const TextLook& look) {
   Ms2TextReader reader(path, "r");
-  ScansWithoutPeaks without_peaks(account, scans, true);
+  ScansWithoutPeaks without_peaks(account, look.m_scans, true);
   for (MS2Spectrum scan; reader.ReadNext(scan);) {
     without_peaks.TakeDelivered(scan.m_scan_no);
-    account.TakeFragment(FactsOf(scan), scan.m_peaks);
+    FragmentFacts facts = FactsOf(scan);
+    // The reader has put 2 in the place of a charge that is not declared.
+    if (look.m_without_charge.contains(scan.m_scan_no)) facts.m_charge = 0;
+    account.TakeFragment(facts, scan.m_peaks);
   }
   without_peaks.TakeEnd();
 }
@@ -197,12 +199,12 @@ void CheckTextInput(CheckReport& report, const std::string& ms1, const CheckOpti
   CheckAccount account(ms1, "text pair", {});
   const auto read = [&](const std::string& path, bool is_fragments) {
     return ReadOrReport(report, path, "Check that the file is there and can be read.", [&] {
-      const std::vector<std::int32_t> scans = LookAtFile(report, path, is_fragments);
+      const TextLook look = LookAtFile(report, path, is_fragments);
       const QuietLibrary quiet;
       if (is_fragments)
-        TakeFragments(account, path, scans);
+        TakeFragments(account, path, look);
       else
-        TakeSurveys(account, path, scans);
+        TakeSurveys(account, path, look);
     });
   };
   if (read(ms1, false) && read(ms2, true)) account.Report(report, options.m_settings);

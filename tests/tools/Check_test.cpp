@@ -209,12 +209,13 @@ TEST(CheckXmlInput, TheNameOfAFileDoesNotSayThatItIsTruncated) {
 
 constexpr const char* kSurveyText =
     "S\t1\t1\nI\tRetTime\t1.5\nI\tInstrumentType\tFTMS\n500.5 10.0\n501.0 5.0\n";
-std::string FragmentText(int number, const std::string& peaks = "200.5 10.0\n") {
+std::string FragmentText(int number, const std::string& peaks = "200.5 10.0\n",
+                         const std::string& charge = "2") {
   const std::string scan = std::to_string(number);
   return "S\t" + scan + "\t" + scan +
          "\t500.5\nI\tRetTime\t2.5\nI\tInstrumentType\tFTMS\nI\tActivationType\tHCD\n"
-         "I\tActivationCenter\t500.5\nI\tPrecursorScan\t1\nZ\t2\t999.99\n" +
-         peaks;
+         "I\tActivationCenter\t500.5\nI\tPrecursorScan\t1\nZ\t" +
+         charge + "\t999.99\n" + peaks;
 }
 
 TEST(CheckTextInput, AHalfThatIsThereAndCannotBeReadIsNotMissing) {
@@ -277,6 +278,22 @@ TEST(CheckBinaryInput, DotsInTheRunNameAreAWarningAndThoseOfTheFormatAreNot) {
     const bool has_dots = name[0] == 'a';
     EXPECT_EQ(Codes(report), std::vector<std::string>(has_dots ? 1 : 0, "dotted-name")) << name;
   }
+}
+
+// The 2 that the reader takes for an unknown charge is not declared.
+TEST(CheckTextInput, AChargeThatIsAssumedIsNotADeclaredOne) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.ms1", kSurveyText);
+  WriteFile(directory / "run.ms2", FragmentText(2, "200.5 10.0\n", "0") +
+                                       FragmentText(3, "200.5 10.0\n", "5") +
+                                       FragmentText(4, "200.5 10.0\n", "0"));
+  CheckOptions options;
+  options.m_settings.m_charge_min = 3;
+  CheckReport report;
+  CheckTextInput(report, directory / "run.ms1", options);
+  ASSERT_THAT(Codes(report), ElementsAre("no-charge"));
+  EXPECT_THAT(report.Findings().front().m_meaning, HasSubstr("2 of 3 MS2 scans declare no charge"));
+  EXPECT_EQ(report.Findings().front().m_place.m_scan_no, 2);
 }
 
 // 140,000,000 peaks, 2.24 GB, are a hole in a sparse file.
