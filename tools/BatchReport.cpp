@@ -60,15 +60,17 @@ std::string Failure(const BatchTask& task, const BatchResult& result) {
   return result.m_reason + " (log: " + task.m_log_directory + ")";
 }
 
-/// Bytes of the inputs of this batch that ended, and of those that have not; what was finished
-/// before is no work.
+/// Bytes of the inputs that this batch has done, and of those that have not ended. What was
+/// finished before is no work, and a file that failed at once says nothing of the speed.
 std::pair<double, double> Work(const BatchMoment& moment) {
   double done = 0.0;
   double left = 0.0;
   for (std::size_t i = 0; i < moment.m_tasks.size(); ++i) {
-    if (moment.m_tasks[i].m_is_finished) continue;
+    const BatchState state = moment.m_results[i].m_state;
+    if (moment.m_tasks[i].m_is_finished || (HasEnded(state) && state != BatchState::kDone))
+      continue;
     const auto bytes = static_cast<double>(moment.m_tasks[i].m_size_bytes + 1);
-    (HasEnded(moment.m_results[i].m_state) ? done : left) += bytes;
+    (state == BatchState::kDone ? done : left) += bytes;
   }
   return {done, left};
 }

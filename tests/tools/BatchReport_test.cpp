@@ -58,9 +58,17 @@ TEST_F(BatchReportTest, TellsNoTimeLeftBeforeAnythingIsDone) {
             "[#######.......................] 1/4 files, 2 running");
 }
 
+// 1000 bytes took 500 s, and 6 are left: the failed file is neither.
 TEST_F(BatchReportTest, CountsFailuresInTheProgress) {
   EXPECT_EQ(BatchProgressLine({m_tasks, m_results, nullptr}, 500'000),
-            "[######################........] 3/4 files, 0 running, 1 failed, 0:01 left");
+            "[######################........] 3/4 files, 0 running, 1 failed, 0:03 left");
+}
+
+TEST_F(BatchReportTest, TellsNoTimeLeftFromAFileThatFailedAtOnce) {
+  m_results[0] = {BatchState::kRunning, 0, ""};
+  m_tasks[2].m_size_bytes = 2'000'000'000;
+  EXPECT_EQ(BatchProgressLine({m_tasks, m_results, nullptr}, 30'000),
+            "[###############...............] 2/4 files, 1 running, 1 failed");
 }
 
 TEST_F(BatchReportTest, SumsUpInTheOrderOfTheTasks) {
