@@ -203,6 +203,13 @@ std::vector<pid_t> PidsIn(const std::string& folder) {
   return pids;
 }
 
+void ForgetPids(const std::string& folder) {
+  std::vector<fs::path> files;
+  for (const auto& entry : fs::directory_iterator(folder))
+    if (entry.path().extension() == ".pid") files.push_back(entry.path());
+  for (const fs::path& file : files) fs::remove(file);
+}
+
 class BatchStopTest : public BatchCommandTest {
  protected:
   ProcessResult RunAndStop(std::vector<std::string> arguments, std::chrono::milliseconds after,
@@ -224,6 +231,7 @@ TEST_F(BatchStopTest, EndsTheRunningProcessesAndStartsNoOthers) {
   WriteInputs(4);
   WriteProgram("echo $$ >$2.pid\nsleep 100\n");
   for (const int signal : {SIGINT, SIGTERM}) {
+    ForgetPids(m_directory / "in");  // those of the pass before
     const ProcessResult result = RunAndStop(
         {"batch", "--jobs", "2", "--tarvek", "./fake", "--", "in", "-F", "ms1"}, 1500ms, signal);
     EXPECT_EQ(result.m_exit_status, 130) << result.m_out << result.m_err;

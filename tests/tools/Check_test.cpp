@@ -125,6 +125,15 @@ TEST(CheckXmlInput, ChargesOutsideTheRangeAreNamed) {
   EXPECT_THAT(Codes(CheckScans(scans, options)), IsEmpty());
 }
 
+TEST(CheckXmlInput, SeveralIsolationWindowsAreANote) {
+  TestScan several = Fragment(2);
+  several.m_precursors.push_back(TestPrecursor());
+  const CheckReport report = CheckScans({Survey(1), several, Fragment(3)});
+  ASSERT_THAT(Codes(report), ElementsAre("several-windows"));
+  EXPECT_EQ(report.Findings().front().m_severity, Severity::kNote);
+  EXPECT_THAT(report.Findings().front().m_meaning, HasSubstr("1 of 2 MS2 scans"));
+}
+
 TEST(CheckXmlInput, NegativeIonsNeedNegativeCharges) {
   std::vector<TestScan> scans = {Survey(1), Fragment(2)};
   for (TestScan& scan : scans) scan.m_params += Cv(1000129);

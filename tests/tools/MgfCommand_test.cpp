@@ -262,6 +262,15 @@ TEST_F(MgfCommandTest, CompressesAndAlwaysToTheSameBytes) {
   EXPECT_TRUE(ReadFile(Out("run.mgf.gz")) == bytes);
 }
 
+TEST_F(MgfCommandTest, CompressesEachPartOfASplit) {
+  WriteFile(In("run.mgf"), SmallRun("run"));
+  RunMgf({"--engine", "sage", "--gzip", "--split", "300", "--out", Out(), In("run.mgf")});
+  EXPECT_THAT(OutNames(), ElementsAre("run.ids.tsv", "run_part1.mgf.gz", "run_part2.mgf.gz"));
+  EXPECT_EQ(Gunzipped(Out("run_part1.mgf.gz")) + Gunzipped(Out("run_part2.mgf.gz")),
+            SmallRun("run"));
+  EXPECT_THAT(ReadFile(Out("run.ids.tsv")), HasSubstr("run_part2.mgf.gz\t1\trun.mgf\trun\t9\t"));
+}
+
 TEST_F(MgfCommandTest, SaysThatAnEngineDoesNotReadCompressedFiles) {
   WriteFile(In("run.mgf"), SmallRun("run"));
   EXPECT_EQ(RunMgf({"--engine", "comet", "--gzip", "--out", Out(), In("run.mgf")}).m_err,
@@ -311,6 +320,10 @@ INSTANTIATE_TEST_SUITE_P(
         Defect{"no_key", "BEGIN IONS\nabc\n", ":26: a line that is neither a key nor a peak"},
         Defect{"text_outside", "COM=x\n", ":25: expected BEGIN IONS"},
         Defect{"no_title", "BEGIN IONS\nEND IONS\n", ":26: the block has no TITLE"},
+        Defect{"no_charge", "BEGIN IONS\nTITLE=a.1.1.2.0.dta\nRTINSECONDS=1\nPEPMASS=5\nEND IONS\n",
+               ":29: the block has no CHARGE"},
+        Defect{"no_time", "BEGIN IONS\nTITLE=a.1.1.2.0.dta\nCHARGE=2+\nPEPMASS=5\nEND IONS\n",
+               ":29: the block has no RTINSECONDS"},
         Defect{"no_mass", "BEGIN IONS\nTITLE=a.1.1.2.0.dta\nCHARGE=2+\nRTINSECONDS=1\nEND IONS\n",
                ":29: the block has no PEPMASS"}),
     [](const testing::TestParamInfo<Defect>& test) { return test.param.m_name; });

@@ -71,12 +71,16 @@ class MgfEnginesTest : public testing::Test {
     return engine + "/a_dotted_run_HCDFT.mgf";
   }
 
-  void Run(const std::string& program, const std::vector<std::string>& arguments) const {
+  [[nodiscard]] test::ProcessResult Execute(const std::string& program,
+                                            const std::vector<std::string>& arguments) const {
     ProcessRequest request;
     request.m_program = program;
     request.m_arguments = arguments;
     request.m_working_directory = m_directory.Path();
-    const test::ProcessResult result = test::RunProcess(request);
+    return test::RunProcess(request);
+  }
+  void Run(const std::string& program, const std::vector<std::string>& arguments) const {
+    const test::ProcessResult result = Execute(program, arguments);
     ASSERT_EQ(result.m_exit_status, 0) << program << "\n" << result.m_out << result.m_err;
   }
 
@@ -149,6 +153,8 @@ class CometTest : public MgfEnginesTest {
     return matches;
   }
 
+  std::string m_program;
+
  private:
   static std::string Settings(std::string text) {
     const std::map<std::string, std::string> settings{{"database_name", "proteins.fasta"},
@@ -169,8 +175,6 @@ class CometTest : public MgfEnginesTest {
     }
     return text;
   }
-
-  std::string m_program;
 };
 
 TEST_F(CometTest, FindsTheSameSpectraUnderTheirScanNumbers) {
@@ -195,6 +199,13 @@ TEST_F(CometTest, FindsAtMostOneMatchForEachScanOfTheBestPrecursors) {
     EXPECT_TRUE(scans.insert(std::stoi(match)).second) << match;
   }
   EXPECT_GT(scans.size(), 100u);
+}
+
+// So the profile says that it does not.
+TEST_F(CometTest, DoesNotReadACompressedFile) {
+  const std::string packed = Rewrite("comet", {"--gzip"}) + ".gz";
+  ASSERT_TRUE(std::filesystem::exists(m_directory / packed));
+  EXPECT_EQ(Execute(m_program, {"-Pcomet.params", "-Nmatches", packed}).m_exit_status, 1);
 }
 
 class XTandemTest : public MgfEnginesTest {
@@ -235,7 +246,6 @@ class XTandemTest : public MgfEnginesTest {
     return matches;
   }
 
- private:
   static std::string Settings(const std::string& mgf) {
     const std::map<std::string, std::string> settings{
         {"list path, taxonomy information", "taxonomy.xml"},
@@ -286,6 +296,15 @@ TEST_F(XTandemTest, FindsTheSameSpectraUnderThePlacesOfTheMap) {
     found[std::stoi(place)].insert(match.m_peptide);
   }
   ExpectTruePeptides(found);
+}
+
+// So the profile says that it does not.
+TEST_F(XTandemTest, DoesNotReadACompressedFile) {
+  const std::string packed = Rewrite("xtandem", {"--gzip"}) + ".gz";
+  ASSERT_TRUE(std::filesystem::exists(m_directory / packed));
+  WriteFile(m_directory / "input.xml", Settings(packed));
+  const test::ProcessResult result = Execute(m_program, {"input.xml"});
+  EXPECT_FALSE(std::filesystem::exists(m_directory / "matches.xml")) << result.m_out;
 }
 
 }  // namespace
