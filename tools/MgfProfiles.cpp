@@ -9,13 +9,13 @@ namespace tarvek::tools {
 namespace {
 
 constexpr std::array<MgfProfile, 7> kProfiles = {{
-    {"comet", MgfTitle::kDta, MgfScans::kScan, false},
-    {"xtandem", MgfTitle::kDta, MgfScans::kNone, false},
-    {"msgf", MgfTitle::kDta, MgfScans::kScan, false},
-    {"msfragger", MgfTitle::kPlaceAsScan, MgfScans::kPlace, false},
-    {"sage", MgfTitle::kDta, MgfScans::kNone, true},
-    {"metamorpheus", MgfTitle::kDta, MgfScans::kPlace, false},
-    {"mascot", MgfTitle::kDta, MgfScans::kScan, true},
+    {"comet", MgfTitleForm::kDta, MgfScans::kScan, false},
+    {"xtandem", MgfTitleForm::kDta, MgfScans::kNone, false},
+    {"msgf", MgfTitleForm::kDta, MgfScans::kScan, false},
+    {"msfragger", MgfTitleForm::kPlaceAsScan, MgfScans::kPlace, false},
+    {"sage", MgfTitleForm::kDta, MgfScans::kNone, true},
+    {"metamorpheus", MgfTitleForm::kDta, MgfScans::kPlace, false},
+    {"mascot", MgfTitleForm::kDta, MgfScans::kScan, true},
 }};
 
 void AppendFields(std::string& text, std::initializer_list<std::int64_t> fields) {
@@ -25,9 +25,9 @@ void AppendFields(std::string& text, std::initializer_list<std::int64_t> fields)
   }
 }
 
-void AppendTitle(std::string& text, const MgfBlock& block, MgfTitle form, std::int64_t place) {
+void AppendTitle(std::string& text, const MgfBlock& block, MgfTitleForm form, std::int64_t place) {
   text.append("TITLE=").append(WithoutDots(block.m_run));
-  if (form == MgfTitle::kPlaceAsScan) {
+  if (form == MgfTitleForm::kPlaceAsScan) {
     AppendFields(text, {place, place, block.m_charge});
   } else {
     AppendFields(text, {block.m_scan_no, block.m_scan_no, block.m_charge, block.m_index});

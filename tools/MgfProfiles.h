@@ -13,7 +13,7 @@
 
 namespace tarvek::tools {
 
-enum class MgfTitle {
+enum class MgfTitleForm {
   kDta,         // run.scan.scan.charge.index.dta
   kPlaceAsScan  // run.place.place.charge: the place of the block in its file for the scan number
 };
@@ -22,7 +22,7 @@ enum class MgfScans { kNone, kScan, kPlace };
 
 struct MgfProfile {
   std::string_view m_engine;
-  MgfTitle m_title;
+  MgfTitleForm m_title;
   MgfScans m_scans;
   bool m_reads_gzip;
 };

@@ -1,7 +1,6 @@
 #include "ReportFiles.h"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <cmath>
 #include <cstdlib>
@@ -13,8 +12,10 @@
 #include "MgfTitle.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
+#include "OutputNames.h"
 #include "PrecursorTableReader.h"
 #include "QuietLibrary.h"
+#include "RunDriver.h"
 #include "ScanTable.h"
 #include "StringUtils.h"
 #include "TableReader.h"
@@ -24,9 +25,6 @@ namespace {
 
 constexpr std::string_view kTableEnding = ".csv";
 constexpr std::string_view kUnfinishedEnding = ".csv_unfinished";
-// The binary input of a run is named after the run and the format that it was extracted from,
-// "run1.mzml.msb".
-constexpr std::array<std::string_view, 4> kExtractedFormats = {".mzml", ".mzxml", ".raw", ".wiff"};
 constexpr std::int64_t kPeakBytes = 16;
 constexpr std::int64_t kPfPrecursorBytes = 12;
 
@@ -89,17 +87,16 @@ std::optional<std::string_view> StartedRun(std::string_view line) {
   std::string_view name = FileNameOf(*path);
   if (CutEnding(name, ".ms1")) return name;
   if (!CutEnding(name, ".msb")) return std::nullopt;
-  for (const std::string_view format : kExtractedFormats)
-    if (CutEnding(name, format)) break;
-  return name;
+  return RunOfBinaryPair(name);
 }
 
-// The .mscsv table of an input; empty without one.
+// The .mscsv table of an input, whose name may go on with the format that it was extracted from;
+// empty without one.
 std::string ScanTableOf(const std::string& input) {
   constexpr std::string_view kEnding = ".mscsv";
   if (FileExists(input + std::string(kEnding))) return input + std::string(kEnding);
-  for (const std::string_view format : kExtractedFormats) {
-    std::string path = input;
+  for (const std::string_view format : kInstrumentFormats) {
+    std::string path = input + '.';
     path.append(format).append(kEnding);
     if (FileExists(path)) return path;
   }
