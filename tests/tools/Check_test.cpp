@@ -430,6 +430,20 @@ TEST(CheckTable, ReadsTheExampleOfTheFormat) {
   EXPECT_THAT(content.m_scans.at("CIDITMS").front().m_precursors, IsEmpty());
 }
 
+TEST(CheckTable, RepeatedRowsAreOneFindingWithTheirNumber) {
+  const TemporaryDirectory directory;
+  const std::string rows = "HCD, FTMS, 7, 400.500000, 2, 0, \nHCD, FTMS, 8, 400.500000, 2, 0, \n";
+  WriteFile(directory / "run.csv",
+            "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, TotleNumOfPrecursor\n" +
+                rows + rows + rows);
+  CheckReport report;
+  EXPECT_FALSE(CheckTable(report, directory / "run.csv").m_is_whole);
+  ASSERT_THAT(Codes(report), ElementsAre("csv-repeated"));
+  EXPECT_EQ(report.Findings().front().m_place.m_line, 4);
+  EXPECT_EQ(report.Findings().front().m_meaning,
+            "Scan 7 has another row already. So have 3 rows behind it.");
+}
+
 TEST(CheckPaths, ABaseNameStandsForTheFilesOfOneRun) {
   const TemporaryDirectory directory;
   const std::string block = "BEGIN IONS\nTITLE=a.7.7.2.dta\nPEPMASS=400.5\n100.5 1.0\nEND IONS\n";
