@@ -251,6 +251,7 @@ ReportFinding FindingOf(const FindingTexts& texts, const RunReport& report) {
 
 std::vector<ReportFinding> ReportFindings(const RunReport& report) {
   std::vector<ReportFinding> findings;
+  findings.reserve(kFindings.size());
   for (const FindingTexts& texts : kFindings) findings.push_back(FindingOf(texts, report));
   return findings;
 }

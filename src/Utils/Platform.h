@@ -1,7 +1,8 @@
 // Utils/Platform.h: everything that differs between operating systems.
-// Does:     declares files, directories, clocks and process facts. Platform.cpp holds what is equal on
-//           every system; CMake adds the Platform_*.cpp of the one it builds for.
-// Owns:     a File owns its descriptor and closes it when destroyed; a FileLock gives its file back.
+// Does:     declares files, directories, clocks and process facts. Platform.cpp holds what is equal
+//           on every system; CMake adds the Platform_*.cpp of the one it builds for.
+// Owns:     a File owns its descriptor and closes it when destroyed; a FileLock gives its file
+//           back.
 // Throws:   File::Read a std::string naming the path; the rest reports by its return value.
 // Not here: message texts of a failed open, rename, ... (FileUtils.h). Paths are UTF-8 throughout.
 #pragma once
