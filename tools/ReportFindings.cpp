@@ -167,6 +167,7 @@ struct FindingTexts {
   std::string_view m_normal;
   std::string_view m_otherwise;
   Judge m_judge;
+  bool m_needs_surveys = false;  // and says so where there are none
 };
 
 constexpr std::string_view kNoSurveys = "No .pf1 or .ms1 file: the surveys are unknown.";
@@ -212,7 +213,7 @@ constexpr std::array<FindingTexts, 7> kFindings = {{
      "A low main share: many spectra are chimeric, so isolate more narrowly or use a longer "
      "gradient, and let the search use all precursors of a scan. A low share of all together: "
      "noise or a wrong isolation width; check -W.",
-     JudgePurity},
+     JudgePurity, true},
     {"current", "Total ion current with its MS2 scans",
      kNoSurveys,
      "The current rises and falls smoothly over the gradient; MS2 scans come where there is "
@@ -220,7 +221,7 @@ constexpr std::array<FindingTexts, 7> kFindings = {{
      "Current that drops to nothing in between: spray or injection failed. Current without MS2 "
      "scans: the trigger threshold or the exclusion list was too strict, or scans were left out "
      "(see below). MS2 scans without current: noise was fragmented.",
-     JudgeCurrent},
+     JudgeCurrent, true},
     {"left-out", "Scans left out",
      "Neither the input (.ms2 or .mscsv beside the outputs, or --input) nor the numbers of the "
      "surveys (.pf1) are there.",
@@ -241,7 +242,7 @@ ReportFinding FindingOf(const FindingTexts& texts, const RunReport& report) {
     finding.m_seen = judgement->m_seen;
     const bool asks_for_a_look = judgement->m_is_unusual && judgement->m_scans >= kScansToJudge;
     finding.m_verdict = asks_for_a_look ? Verdict::kLook : Verdict::kUsual;
-  } else if (texts.m_judge == JudgePurity && report.m_surveys.empty()) {
+  } else if (texts.m_needs_surveys && report.m_surveys.empty()) {
     finding.m_seen = kNoSurveys;
   }
   return finding;
