@@ -26,6 +26,14 @@ enum ActivationBit : unsigned {
   kActivationOther = 1u << 5  // a method without a word; its name is in m_other_activation
 };
 
+/// One instrument configuration of the file, as it describes itself.
+struct InstrumentConfiguration {
+  std::vector<Analyser> m_analysers;  // by ascending order; kUnknown for terms that we do not know
+  bool m_has_inductive_detector = false;
+  std::int32_t m_model_accession = 0;  // the number of an MS: term; 0 when none is given
+  std::string m_model_name;            // as written, "Q Exactive"; may be empty
+};
+
 struct SelectedIon {
   double m_mz = 0.0;          // 0 when not declared
   std::int32_t m_charge = 0;  // 0 when not declared; the sign is not used
@@ -53,7 +61,11 @@ struct ExtractedScan {
   std::optional<double> m_faims_volts;
   Analyser m_analyser = Analyser::kUnknown;
   bool m_has_own_analyser = false;  // the spectrum names it; else it is the default of the run
-  std::string m_filter;             // the instrument's filter line, empty when there is none
+  // The configuration that the spectrum names, or the run's default; null when there is none.
+  // Borrowed from the reader for one call.
+  const InstrumentConfiguration* m_configuration = nullptr;
+  bool m_has_mobility_array = false;  // one frame of several mobilities: peaks of equal m/z repeat
+  std::string m_filter;               // the instrument's filter line, empty when there is none
   Polarity m_polarity = Polarity::kUnknown;
   PeakMode m_mode = PeakMode::kUnknown;
   std::vector<DeclaredPrecursor> m_precursors;

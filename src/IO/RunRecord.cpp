@@ -1,0 +1,102 @@
+#include "RunRecord.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "FileUtils.h"
+#include "LineReader.h"
+#include "NumberText.h"
+#include "StringUtils.h"
+
+namespace tarvek {
+namespace {
+
+constexpr std::string_view kSetting = "setting";
+constexpr std::string_view kCount = "count";
+constexpr std::string_view kLeftOut = "left_out";
+
+void AppendField(std::string& text, std::string_view field) {
+  const std::size_t start = text.size();
+  text += field;
+  const auto ends_field = [](char c) { return c == '\t' || c == '\n' || c == '\r' || c == '\0'; };
+  std::replace_if(text.begin() + static_cast<std::ptrdiff_t>(start), text.end(), ends_field, ' ');
+}
+
+void AppendEntry(std::string& text, std::string_view kind, std::string_view key,
+                 std::string_view value) {
+  text += kind;
+  text += '\t';
+  AppendField(text, key);
+  text += '\t';
+  AppendField(text, value);
+  text += '\n';
+}
+
+void AppendCounts(std::string& text, std::string_view kind,
+                  const std::map<std::string, std::int64_t>& counts) {
+  for (const auto& [key, count] : counts) {
+    std::string number;
+    AppendInteger(number, count);
+    AppendEntry(text, kind, key, number);
+  }
+}
+
+std::int64_t CountOf(std::string_view text) {
+  std::int64_t count = 0;
+  const char* const last = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), last, count);
+  if (text.empty() || result.ec != std::errc() || result.ptr != last || count < 0)
+    throw "\"" + std::string(text) + "\" is no count";
+  return count;
+}
+
+}  // namespace
+
+std::optional<std::int64_t> RunRecord::Count(std::string_view key) const {
+  const auto found = m_counts.find(std::string(key));
+  if (found == m_counts.end()) return std::nullopt;
+  return found->second;
+}
+
+std::string RunRecordText(const RunRecord& record) {
+  std::string text;
+  for (const auto& [key, value] : record.m_settings) AppendEntry(text, kSetting, key, value);
+  AppendCounts(text, kCount, record.m_counts);
+  AppendCounts(text, kLeftOut, record.m_left_out);
+  return text;
+}
+
+bool AddRunRecordLine(std::string_view line, RunRecord& record) {
+  const std::size_t first = line.find('\t');
+  const std::size_t second = first == std::string_view::npos ? first : line.find('\t', first + 1);
+  if (second == std::string_view::npos) return false;
+  const std::string_view kind = line.substr(0, first);
+  std::string key(line.substr(first + 1, second - first - 1));
+  const std::string_view value = line.substr(second + 1);
+  if (kind == kSetting)
+    record.m_settings[std::move(key)] = value;
+  else if (kind == kCount)
+    record.m_counts[std::move(key)] = CountOf(value);
+  else if (kind == kLeftOut)
+    record.m_left_out[std::move(key)] = CountOf(value);
+  else
+    return false;
+  return true;
+}
+
+RunRecord ReadRunRecord(const std::string& path) {
+  File file = OpenFile(path, "r", "record");
+  LineReader lines(file);
+  RunRecord record;
+  std::string_view line;
+  for (std::int64_t number = 1; lines.ReadPiece(line); ++number) {
+    try {
+      AddRunRecordLine(TrimRight(line, "\r\n"), record);
+    } catch (const std::string& what) {
+      throw path + ": line " + std::to_string(number) + ": " + what;
+    }
+  }
+  return record;
+}
+
+}  // namespace tarvek

@@ -1,0 +1,53 @@
+// IO/RunRecord.h: what a run says of itself, for programs and for the next run.
+// Does:     holds the settings that shape the outputs, what was counted, and why MS2 scans were left
+//           out; gives it as text and reads that text again.
+// Owns:     its texts.
+// Throws:   ReadRunRecord a std::string: what OpenFile throws, or PATH + ": line N: ..." for a line
+//           that is no entry.
+// Not here: when a record is written and what is in it.
+//
+// Text: one entry a line, three fields separated by tabs: kind ("setting", "count" or "left_out"),
+// key, value. Other lines that hold no tab are for people and are passed over; other kinds are
+// passed over too, so that a newer program may add some. A key that repeats counts once, the last.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tarvek {
+
+struct RunRecord {
+  std::map<std::string, std::string> m_settings;   // key to value as text
+  std::map<std::string, std::int64_t> m_counts;    // kCount... to number
+  std::map<std::string, std::int64_t> m_left_out;  // reason to number of MS2 scans
+
+  /// A count; nothing when the record does not say.
+  [[nodiscard]] std::optional<std::int64_t> Count(std::string_view key) const;
+
+  bool operator==(const RunRecord&) const = default;
+};
+
+/// Keys of m_counts.
+inline constexpr std::string_view kCountSurveys = "surveys";           // MS1 scans read
+inline constexpr std::string_view kCountMs2Read = "ms2_read";          // MS2 scans in the input
+inline constexpr std::string_view kCountMs2Exported = "ms2_exported";  // written to the outputs
+inline constexpr std::string_view kCountPrecursors = "precursors";     // of the exported scans
+
+/// What the name of the record of a run ends in, after the base name.
+inline constexpr std::string_view kRunRecordEnding = ".tarvek";
+
+/// The entries of record as text, each kind by ascending key. Tabs and line ends in keys and values
+/// become blanks.
+std::string RunRecordText(const RunRecord& record);
+
+/// Adds the entry that a line holds; false when the line is none. The line has no end of line.
+/// Throws a std::string without place when a number is none.
+bool AddRunRecordLine(std::string_view line, RunRecord& record);
+
+/// Reads a whole file.
+RunRecord ReadRunRecord(const std::string& path);
+
+}  // namespace tarvek

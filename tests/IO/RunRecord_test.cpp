@@ -1,0 +1,91 @@
+#include "RunRecord.h"
+
+#include <gtest/gtest.h>
+
+#include "TestSupport.h"
+
+namespace tarvek {
+namespace {
+
+using test::MessageOf;
+using test::TemporaryDirectory;
+using test::WriteFile;
+
+RunRecord Example() {
+  RunRecord record;
+  record.m_settings = {{"isolation_width", "2.000000"}, {"charge_range", "2t6"}};
+  record.m_counts = {{"ms2_read", 321}, {"ms2_exported", 318}};
+  record.m_left_out = {{"no usable precursor", 3}};
+  return record;
+}
+
+RunRecord Read(std::string_view text) {
+  RunRecord record;
+  while (!text.empty()) {
+    const std::size_t end = text.find('\n');
+    AddRunRecordLine(text.substr(0, end), record);
+    text.remove_prefix(end + 1);
+  }
+  return record;
+}
+
+TEST(RunRecord, IsOneEntryALineWithTabsBetweenItsFields) {
+  EXPECT_EQ(RunRecordText(Example()),
+            "setting\tcharge_range\t2t6\n"
+            "setting\tisolation_width\t2.000000\n"
+            "count\tms2_exported\t318\n"
+            "count\tms2_read\t321\n"
+            "left_out\tno usable precursor\t3\n");
+}
+
+TEST(RunRecord, ReadsWhatItWrote) { EXPECT_EQ(Read(RunRecordText(Example())), Example()); }
+
+TEST(RunRecord, AnEmptyRecordIsNoText) { EXPECT_EQ(RunRecordText({}), ""); }
+
+TEST(RunRecord, TabsAndLineEndsOfTextsBecomeBlanks) {
+  RunRecord record;
+  record.m_settings["a\tb"] = "c\nd\re";
+  EXPECT_EQ(RunRecordText(record), "setting\ta b\tc d e\n");
+}
+
+TEST(RunRecord, PassesOverLinesForPeopleAndOtherKinds) {
+  RunRecord record;
+  EXPECT_FALSE(AddRunRecordLine("All spectra of run were extracted.", record));
+  EXPECT_FALSE(AddRunRecordLine("", record));
+  EXPECT_FALSE(AddRunRecordLine("setting\tkey alone", record));
+  EXPECT_FALSE(AddRunRecordLine("future\tkey\tvalue", record));
+  EXPECT_EQ(record, RunRecord());
+}
+
+TEST(RunRecord, SaysWhichCountIsMissing) {
+  const RunRecord record = Example();
+  EXPECT_EQ(record.Count(kCountMs2Read), 321);
+  EXPECT_EQ(record.Count(kCountSurveys), std::nullopt);
+}
+
+TEST(RunRecord, RefusesACountThatIsNone) {
+  RunRecord record;
+  for (const char* const count : {"", "x", "1x", "-1", " 1", "99999999999999999999"}) {
+    SCOPED_TRACE(count);
+    EXPECT_THROW(AddRunRecordLine("count\tms2_read\t" + std::string(count), record), std::string);
+  }
+}
+
+TEST(RunRecord, AFileWithABadCountIsNamedWithItsLine) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "run.tarvek";
+  WriteFile(path, "for people\r\ncount\tms2_read\tmany\n");
+  EXPECT_EQ(MessageOf([&] { ReadRunRecord(path); }), path + ": line 2: \"many\" is no count");
+}
+
+TEST(RunRecord, ReadsAFileWithWindowsLineEnds) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "run.tarvek";
+  WriteFile(path, "setting\tcharge_range\t2t6\r\ncount\tms2_read\t7\r\n");
+  const RunRecord record = ReadRunRecord(path);
+  EXPECT_EQ(record.m_settings.at("charge_range"), "2t6");
+  EXPECT_EQ(record.Count(kCountMs2Read), 7);
+}
+
+}  // namespace
+}  // namespace tarvek
