@@ -5,8 +5,10 @@
 #include <exception>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "ByteSource.h"
+#include "HeaderRepair.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -110,10 +112,12 @@ void ReadXmlFile(const std::string& path, XmlHandler& handler,
   const Parser parser(XML_ParserCreate(nullptr));
   if (!parser) throw std::bad_alloc();
   Callbacks callbacks(parser.get(), handler);
+  bool is_header = true;
   for (std::size_t size = 1; size > 0;) {
     void* const block = XML_GetBuffer(parser.get(), kBlockBytes);
     if (block == nullptr) throw std::bad_alloc();
     size = source.Read(static_cast<char*>(block), kBlockBytes);
+    if (std::exchange(is_header, false)) BlankRepeatedAttributes({static_cast<char*>(block), size});
     ParseBlock(path, parser.get(), callbacks, static_cast<int>(size));
     on_block({source.StoredBytes(), source.StoredBytesRead()});
   }
