@@ -1,0 +1,105 @@
+#include "AnalyserDecision.h"
+
+#include <algorithm>
+#include <ranges>
+
+#include "StringUtils.h"
+
+namespace tarvek::extractor {
+namespace {
+
+bool ResolvesMasses(Analyser analyser) {
+  return analyser == Analyser::kFourier || analyser == Analyser::kTimeOfFlight ||
+         analyser == Analyser::kIonTrap;
+}
+
+std::string_view WordOf(Analyser analyser) {
+  return analyser == Analyser::kIonTrap ? "ITMS" : "FTMS";
+}
+
+// The filter line begins with the analyser.
+Analyser AnalyserOfFilter(std::string_view filter) {
+  filter = TrimLeft(filter);
+  if (filter.starts_with("FTMS") || filter.starts_with("ASTMS")) return Analyser::kFourier;
+  if (filter.starts_with("TOFMS")) return Analyser::kTimeOfFlight;
+  return filter.starts_with("ITMS") ? Analyser::kIonTrap : Analyser::kUnknown;
+}
+
+// Without a configuration, what the reader knows of the run's default.
+Analyser AnalyserOfConfiguration(const ExtractedScan& scan) {
+  if (scan.m_configuration == nullptr) return scan.m_analyser;
+  const auto& analysers = scan.m_configuration->m_analysers;
+  const auto last = std::ranges::find_if(analysers.rbegin(), analysers.rend(), ResolvesMasses);
+  return last == analysers.rend() ? scan.m_analyser : *last;
+}
+
+Analyser AnalyserOfDetector(const ExtractedScan& scan) {
+  const bool is_inductive =
+      scan.m_configuration != nullptr && scan.m_configuration->m_has_inductive_detector;
+  return is_inductive ? Analyser::kFourier : Analyser::kUnknown;
+}
+
+AnalyserDecision OfPeaks(const ExtractedScan& scan, std::string_view activation,
+                         const ExtractionPlan& plan) {
+  if (!plan.m_has_looked) return {};
+  const Resolution resolution = plan.LookOf(LookGroupOf(scan.m_ms_level, activation));
+  if (resolution == Resolution::kUnclear) return {"FTMS", AnalyserStep::kAssumed};
+  return {resolution == Resolution::kHigh ? "FTMS" : "ITMS", AnalyserStep::kPeaks};
+}
+
+}  // namespace
+
+AnalyserDecision AnalyserDecider::Decide(const ExtractedScan& scan, std::string_view activation,
+                                         const ExtractionPlan& plan) {
+  const std::string& told =
+      scan.m_ms_level == 1 ? m_overrides.m_ms1_analyser : m_overrides.m_ms2_analyser;
+  if (!told.empty()) return {told == "ITMS" ? "ITMS" : "FTMS", AnalyserStep::kUser};
+  if (scan.m_has_own_analyser && ResolvesMasses(scan.m_analyser))
+    return {WordOf(scan.m_analyser), AnalyserStep::kScan};
+  if (const Analyser found = AnalyserOfFilter(scan.m_filter); ResolvesMasses(found))
+    return {WordOf(found), AnalyserStep::kFilter};
+  if (const Analyser found = AnalyserOfConfiguration(scan); ResolvesMasses(found))
+    return {WordOf(found), AnalyserStep::kConfiguration};
+  if (const Analyser found = AnalyserOfDetector(scan); ResolvesMasses(found))
+    return {WordOf(found), AnalyserStep::kDetector};
+  if (const Analyser found = OfModel(scan); ResolvesMasses(found))
+    return {WordOf(found), AnalyserStep::kModel};
+  return OfPeaks(scan, activation, plan);
+}
+
+Analyser AnalyserDecider::OfModel(const ExtractedScan& scan) {
+  if (scan.m_configuration == nullptr) return Analyser::kUnknown;
+  const InstrumentConfiguration& configuration = *scan.m_configuration;
+  const std::string key =
+      std::to_string(configuration.m_model_accession) + " " + configuration.m_model_name;
+  const auto place = m_models_of_names.find(key);
+  const InstrumentModel* const model =
+      place != m_models_of_names.end()
+          ? place->second
+          : m_models_of_names
+                .emplace(key, FindInstrumentModel(configuration.m_model_accession,
+                                                  configuration.m_model_name))
+                .first->second;
+  if (model == nullptr) return Analyser::kUnknown;
+  switch (model->m_kind) {
+    case ModelKind::kFourier:
+      return Analyser::kFourier;
+    case ModelKind::kTimeOfFlight:
+      return Analyser::kTimeOfFlight;
+    case ModelKind::kIonTrap:
+      return Analyser::kIonTrap;
+    case ModelKind::kTrapHybrid:
+      return scan.m_ms_level == 1 ? Analyser::kFourier : Analyser::kUnknown;
+    case ModelKind::kUndecided:
+      break;
+  }
+  return Analyser::kUnknown;
+}
+
+std::string ShownModel(const InstrumentConfiguration& configuration) {
+  if (!configuration.m_model_name.empty()) return configuration.m_model_name;
+  const InstrumentModel* const model = FindInstrumentModel(configuration.m_model_accession, {});
+  return model == nullptr ? std::string() : std::string(model->m_name);
+}
+
+}  // namespace tarvek::extractor
