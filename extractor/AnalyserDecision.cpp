@@ -33,10 +33,29 @@ Analyser AnalyserOfConfiguration(const ExtractedScan& scan) {
   return last == analysers.rend() ? scan.m_analyser : *last;
 }
 
-Analyser AnalyserOfDetector(const ExtractedScan& scan) {
-  const bool is_inductive =
-      scan.m_configuration != nullptr && scan.m_configuration->m_has_inductive_detector;
-  return is_inductive ? Analyser::kFourier : Analyser::kUnknown;
+// The default of the run describes the surveys of a trap hybrid, not its fragment scans.
+Analyser AnalyserOfDetector(const ExtractedScan& scan, const InstrumentModel* model) {
+  if (scan.m_configuration == nullptr || !scan.m_configuration->m_has_inductive_detector)
+    return Analyser::kUnknown;
+  const bool is_hybrid = model != nullptr && model->m_kind == ModelKind::kTrapHybrid;
+  const bool is_foreign = is_hybrid && scan.m_ms_level == 2 && !scan.m_has_own_analyser;
+  return is_foreign ? Analyser::kUnknown : Analyser::kFourier;
+}
+
+Analyser AnalyserOfModel(const ExtractedScan& scan, const InstrumentModel* model) {
+  switch (model == nullptr ? ModelKind::kUndecided : model->m_kind) {
+    case ModelKind::kFourier:
+      return Analyser::kFourier;
+    case ModelKind::kTimeOfFlight:
+      return Analyser::kTimeOfFlight;
+    case ModelKind::kIonTrap:
+      return Analyser::kIonTrap;
+    case ModelKind::kTrapHybrid:
+      return scan.m_ms_level == 1 ? Analyser::kFourier : Analyser::kUnknown;
+    case ModelKind::kUndecided:
+      break;
+  }
+  return Analyser::kUnknown;
 }
 
 AnalyserDecision OfPeaks(const ExtractedScan& scan, std::string_view activation,
@@ -60,40 +79,22 @@ AnalyserDecision AnalyserDecider::Decide(const ExtractedScan& scan, std::string_
     return {WordOf(found), AnalyserStep::kFilter};
   if (const Analyser found = AnalyserOfConfiguration(scan); ResolvesMasses(found))
     return {WordOf(found), AnalyserStep::kConfiguration};
-  if (const Analyser found = AnalyserOfDetector(scan); ResolvesMasses(found))
+  const InstrumentModel* const model = ModelOf(scan);
+  if (const Analyser found = AnalyserOfDetector(scan, model); ResolvesMasses(found))
     return {WordOf(found), AnalyserStep::kDetector};
-  if (const Analyser found = OfModel(scan); ResolvesMasses(found))
+  if (const Analyser found = AnalyserOfModel(scan, model); ResolvesMasses(found))
     return {WordOf(found), AnalyserStep::kModel};
   return OfPeaks(scan, activation, plan);
 }
 
-Analyser AnalyserDecider::OfModel(const ExtractedScan& scan) {
-  if (scan.m_configuration == nullptr) return Analyser::kUnknown;
-  const InstrumentConfiguration& configuration = *scan.m_configuration;
-  const std::string key =
-      std::to_string(configuration.m_model_accession) + " " + configuration.m_model_name;
-  const auto place = m_models_of_names.find(key);
-  const InstrumentModel* const model =
-      place != m_models_of_names.end()
-          ? place->second
-          : m_models_of_names
-                .emplace(key, FindInstrumentModel(configuration.m_model_accession,
-                                                  configuration.m_model_name))
-                .first->second;
-  if (model == nullptr) return Analyser::kUnknown;
-  switch (model->m_kind) {
-    case ModelKind::kFourier:
-      return Analyser::kFourier;
-    case ModelKind::kTimeOfFlight:
-      return Analyser::kTimeOfFlight;
-    case ModelKind::kIonTrap:
-      return Analyser::kIonTrap;
-    case ModelKind::kTrapHybrid:
-      return scan.m_ms_level == 1 ? Analyser::kFourier : Analyser::kUnknown;
-    case ModelKind::kUndecided:
-      break;
-  }
-  return Analyser::kUnknown;
+// Names repeat from scan to scan, and the table is long.
+const InstrumentModel* AnalyserDecider::ModelOf(const ExtractedScan& scan) {
+  if (scan.m_configuration == nullptr) return nullptr;
+  const std::int32_t accession = scan.m_configuration->m_model_accession;
+  const std::string& name = scan.m_configuration->m_model_name;
+  const auto [place, is_new] = m_models.try_emplace({accession, name}, nullptr);
+  if (is_new) place->second = FindInstrumentModel(accession, name);
+  return place->second;
 }
 
 std::string ShownModel(const InstrumentConfiguration& configuration) {

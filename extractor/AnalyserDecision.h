@@ -6,9 +6,11 @@
 // Not here: the table of models (InstrumentModels.h), the look at the peaks (ExtractionPlan.h).
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "ExtractedScan.h"
 #include "ExtractionPlan.h"
@@ -45,10 +47,10 @@ class AnalyserDecider {
                                         const ExtractionPlan& plan);
 
  private:
-  [[nodiscard]] Analyser OfModel(const ExtractedScan& scan);
+  [[nodiscard]] const InstrumentModel* ModelOf(const ExtractedScan& scan);
 
   ScanOverrides m_overrides;
-  std::map<std::string, const InstrumentModel*, std::less<>> m_models_of_names;
+  std::map<std::pair<std::int32_t, std::string>, const InstrumentModel*> m_models;
 };
 
 /// The model of a configuration as a person calls it: the name in the file, else that of the table.

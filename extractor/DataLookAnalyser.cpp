@@ -32,6 +32,7 @@ double GapBefore(std::span<const Peak> peaks, std::size_t i) {
 SpacingCounts CountSteps(std::span<const Peak> samples) {
   constexpr double kWidest = 0.15;  // Th, of an ion trap
   constexpr double kFinePerMz = 30e-6;
+  constexpr double kFine = 0.03;  // Th, half of what ion traps take
   constexpr double kSimilar = 1.5;
   SpacingCounts counts;
   for (std::size_t i = 1; i + 1 < samples.size(); ++i) {
@@ -39,7 +40,7 @@ SpacingCounts CountSteps(std::span<const Peak> samples) {
     const double after = GapBefore(samples, i + 1);
     const bool is_close = before > 0.0 && after > 0.0 && before < kWidest && after < kWidest;
     if (!is_close || before > kSimilar * after || after > kSimilar * before) continue;
-    const bool is_fine = std::max(before, after) < kFinePerMz * samples[i].m_mz;
+    const bool is_fine = std::max(before, after) < std::max(kFine, kFinePerMz * samples[i].m_mz);
     ++(is_fine ? counts.m_fine_steps : counts.m_coarse_steps);
   }
   return counts;

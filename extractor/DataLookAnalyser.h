@@ -7,8 +7,8 @@
 //           (PeakPicker.h).
 //
 // What is counted:
-//  - of profiles, evenly spaced samples: within 30 ppm of each other they are finely spaced; ion
-//    traps sample each 0.07 Th or so;
+//  - of profiles, evenly spaced samples: within 0.03 Th or 30 ppm of each other they are finely
+//    spaced; ion traps sample each 0.07 Th or so;
 //  - of centroids, neighbours closer than 0.1 Th, which no ion trap separates;
 //  - of centroids, pairs an isotope apart: 1.00335/z Th for z from 1 to 5, within 4 mTh at z = 1 and
 //    3 mTh above, and of these how many a wider window holds around them. A trap places peaks so
@@ -27,7 +27,7 @@ enum class Resolution { kUnclear, kHigh, kUnit };
 
 /// Counts over spectra; they add.
 struct SpacingCounts {
-  std::int64_t m_fine_steps = 0;    // evenly spaced samples, within 30 ppm
+  std::int64_t m_fine_steps = 0;    // evenly spaced samples, within 0.03 Th or 30 ppm
   std::int64_t m_coarse_steps = 0;  // evenly spaced samples, wider
   std::int64_t m_peaks = 0;         // of centroid spectra, as all that follows
   std::int64_t m_blunt_peaks = 0;   // whose m/z has one decimal at most
