@@ -2,10 +2,11 @@
 
 #include <algorithm>
 #include <memory>
+#include <optional>
 #include <utility>
 
+#include "ExtractionPlan.h"
 #include "FileUtils.h"
-#include "InstrumentFile.h"
 #include "Interruption.h"
 #include "NativeIdList.h"
 #include "PeakPreparation.h"
@@ -32,9 +33,11 @@ std::unique_ptr<ScanSink> MakeSink(const ExtractorOptions& options, const std::s
 /// Sends the spectra of a reader through the rules to the output.
 class ScanPipeline final : public ScanConsumer {
  public:
-  ScanPipeline(const ExtractorOptions& options, RunReport& report, NativeIdList& native_ids)
+  ScanPipeline(const ExtractorOptions& options, const ExtractionPlan& plan, RunReport& report,
+               NativeIdList& native_ids)
       : m_is_msb(options.m_msb && !options.m_mgf),
-        m_rules(options.m_faims_volts),
+        m_numbers_by_position(plan.m_numbers_by_position),
+        m_rules({options.m_faims_volts, options.m_overrides}, plan),
         m_preparation(options.m_mz_digits, options.m_intensity_digits),
         m_report(&report),
         m_native_ids(&native_ids) {}
@@ -57,6 +60,9 @@ class ScanPipeline final : public ScanConsumer {
       } else {
         m_sink->Write(output, peaks);
         m_native_ids->Add(output.m_scan_no, scan.m_id);
+        if (m_numbers_by_position)
+          m_report->Note(
+              "scans numbered by their position, since numbers in the file do not ascend");
       }
     }
     m_report->Count(scan, output);
@@ -80,6 +86,7 @@ class ScanPipeline final : public ScanConsumer {
   }
 
   bool m_is_msb;
+  bool m_numbers_by_position;
   ScanRules m_rules;
   PeakPreparation m_preparation;
   RunReport* m_report;
@@ -95,18 +102,61 @@ std::string PreparedMarkerPath(const ExtractorOptions& options) {
   return MarkerPath(options);
 }
 
+/// One reading of the file from its start: what it writes, which goes away with it unless it is
+/// finished.
+class Reading {
+ public:
+  Reading(const ExtractorOptions& options, const ExtractionPlan& plan, RunReport& report)
+      : m_options(&options),
+        m_native_ids(BasePath(options) + ".nativeid.tsv", plan.m_numbers_by_position),
+        m_pipeline(options, plan, report, m_native_ids) {}
+
+  ScanConsumer& Consumer() { return m_pipeline; }
+
+  void SetFormat(const std::string& format) {
+    m_sink = MakeSink(*m_options, LowerFormat(format));
+    m_pipeline.SetSink(*m_sink);
+  }
+
+  /// Gives the outputs their final names.
+  void Finish() {
+    m_sink->Close();
+    m_native_ids.Close();
+    m_sink->Commit();
+    m_native_ids.Commit();
+  }
+
+ private:
+  const ExtractorOptions* m_options;
+  NativeIdList m_native_ids;
+  std::unique_ptr<ScanSink> m_sink;
+  ScanPipeline m_pipeline;
+};
+
 void ReadInto(const ExtractorOptions& options, const std::string& path, RunReport& report,
-              NativeIdList& native_ids, std::unique_ptr<ScanSink>& sink) {
-  ScanPipeline pipeline(options, report, native_ids);
+              std::optional<Reading>& reading) {
+  const auto start = [&](const ExtractionPlan& plan) -> ScanConsumer& {
+    reading.reset();
+    report.StartReading();
+    return reading.emplace(options, plan, report).Consumer();
+  };
   const auto on_format = [&](const std::string& format) {
     report.SetFormat(format);
-    sink = MakeSink(options, LowerFormat(format));
-    pipeline.SetSink(*sink);
+    reading->SetFormat(format);
   };
-  ReadInstrumentFile(path, pipeline, on_format, [&](const ReadingState& state) {
+  ReadPlanned(path, options.m_overrides, start, on_format, [&](const ReadingState& state) {
     ThrowIfInterrupted();
     report.Progress(state);
   });
+}
+
+RunRecord RecordOf(const ExtractorOptions& options, const RunReport& report) {
+  RunRecord record = report.Counted();
+  const std::string analyser = AnalyserOverrideText(options.m_overrides);
+  if (!analyser.empty()) record.m_settings["analyser"] = analyser;
+  if (!options.m_overrides.m_activation.empty())
+    record.m_settings["activation"] = options.m_overrides.m_activation;
+  return record;
 }
 
 }  // namespace
@@ -120,8 +170,8 @@ Marker::Marker(const ExtractorOptions& options)
   if (!DeleteFileAt(old) && FileExists(old)) throw "Cannot delete file: " + old;
 }
 
-void Marker::Complete() {
-  m_file.Write(m_text);
+void Marker::Complete(const RunRecord& record) {
+  m_file.Write(m_text + RunRecordText(record));
   m_file.Close();
   m_file.Commit();
 }
@@ -129,19 +179,15 @@ void Marker::Complete() {
 void Extract(const ExtractorOptions& options, const std::string& path, Marker& marker,
              std::ostream& out) {
   RunReport report(out, options.m_input);
-  std::unique_ptr<ScanSink> sink;
-  NativeIdList native_ids(BasePath(options) + ".nativeid.tsv");
-  ReadInto(options, path, report, native_ids, sink);
+  std::optional<Reading> reading;
+  ReadInto(options, path, report, reading);
   if (options.m_faims_volts && report.WrittenScans() == 0)
     throw path + ": no scan has this compensation voltage; found: " +
         (report.Voltages().empty() ? "none" : report.Voltages());
-  sink->Close();
-  native_ids.Close();
-  sink->Commit();
-  native_ids.Commit();
+  reading->Finish();
   ThrowIfInterrupted();
   report.PrintSummary();
-  marker.Complete();
+  marker.Complete(RecordOf(options, report));
 }
 
 }  // namespace tarvek::extractor

@@ -1,7 +1,7 @@
 // extractor/Extraction.h: one mzML or mzXML file to the outputs.
-// Does:     keeps other extractors away, removes an old marker, reads the file once, writes the
+// Does:     keeps other extractors away, removes an old marker, reads the file, writes the
 //           outputs under temporary names, renames them when all are complete, writes the marker
-//           last.
+//           last. A file that needs it is read again from the start (ExtractionPlan.h).
 // Throws:   std::string naming the file; no marker exists then, unless it is another extractor's.
 // Not here: the command line (ExtractorOptions.h), other formats (Converter.h).
 #pragma once
@@ -10,6 +10,7 @@
 #include <string>
 
 #include "ExtractorOptions.h"
+#include "RunRecord.h"
 #include "TemporaryOutput.h"
 
 namespace tarvek::extractor {
@@ -25,8 +26,8 @@ class Marker {
   /// writing ..." while another extractor has the outputs, whose marker is left alone.
   explicit Marker(const ExtractorOptions& options);
 
-  /// Writes the marker: all outputs are complete.
-  void Complete();
+  /// Writes the marker with what was counted: all outputs are complete.
+  void Complete(const RunRecord& record);
 
  private:
   std::string m_text;

@@ -49,6 +49,9 @@ int Run(int argc, const char* const* argv, const ProgramTexts& texts,
     std::cout << HelpText(texts.m_name, texts.m_inputs);
     return EXIT_SUCCESS;
   }
+  const int status_of_environment = Guarded(
+      texts, [&] { AddEnvironment(EnvironmentVariable, options.m_overrides); }, kBadCommandLine);
+  if (status_of_environment != EXIT_SUCCESS) return status_of_environment;
   return Guarded(
       texts, [&] { extract(options); }, kFailed);
 }

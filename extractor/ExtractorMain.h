@@ -8,8 +8,8 @@
 
 namespace tarvek::extractor {
 
-/// 0 when the outputs and the marker are written, 1 when they are not, 2 when the command line makes
-/// no sense.
+/// 0 when the outputs and the marker are written, 1 when they are not, 2 when the command line or
+/// an environment variable that says the same makes no sense.
 int RunXmlExtractor(int argc, const char* const* argv);
 int RunVendorExtractor(int argc, const char* const* argv, VendorKind kind);
 

@@ -28,6 +28,15 @@ std::string FormatOf(std::string_view path) {
   return {};
 }
 
+// Puts the name of what gave the value before the message.
+void Named(const std::string& name, const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const std::string& message) {
+    throw name + " " + message;
+  }
+}
+
 /// Walks through the arguments.
 class ArgumentReader {
  public:
@@ -83,6 +92,16 @@ class ArgumentReader {
     return *voltage;
   }
 
+  void TakeOverride(const std::string& option) {
+    const std::string value = TakeValue(option);
+    Named("option " + option, [&] {
+      if (option == "--analyser")
+        AddAnalyserOverride(value, m_options.m_overrides);
+      else
+        SetActivationOverride(value, m_options.m_overrides);
+    });
+  }
+
   void TakeOption(const std::string& option) {
     if (option == "--") {
       m_only_files = true;
@@ -100,6 +119,8 @@ class ArgumentReader {
       m_options.m_output_directory = TakeValue(option);
     } else if (option == "--faims") {
       m_options.m_faims_volts = TakeVoltage(option);
+    } else if (option == "--analyser" || option == "--activation") {
+      TakeOverride(option);
     } else if (option != "-a") {
       throw "unknown option " + option + "; try --help";
     }
@@ -123,6 +144,15 @@ ExtractorOptions ParseOptions(std::span<const std::string> arguments) {
   return ArgumentReader(arguments).Read();
 }
 
+void AddEnvironment(const VariableOf& variable_of, ScanOverrides& overrides) {
+  const std::string analyser = variable_of(kAnalyserVariable).value_or("");
+  const std::string activation = variable_of(kActivationVariable).value_or("");
+  if (AnalyserOverrideText(overrides).empty() && !analyser.empty())
+    Named(kAnalyserVariable, [&] { AddAnalyserOverride(analyser, overrides); });
+  if (overrides.m_activation.empty() && !activation.empty())
+    Named(kActivationVariable, [&] { SetActivationOverride(activation, overrides); });
+}
+
 std::string BaseNameOf(std::string_view path) {
   const std::string_view name = WithoutGz(FileNameOf(path));
   const std::size_t dot = name.rfind('.');
@@ -140,9 +170,12 @@ std::string HelpText(std::string_view program, std::string_view inputs) {
          "  -m DIGITS    decimals of m/z, 0 to 9 (5)\n"
          "  -o DIR       directory of the outputs (that of FILE)\n"
          "  --faims CV   only scans of this FAIMS compensation voltage\n"
+         "  --analyser A    FTMS or ITMS, for one level ms2=ITMS, against what the file says\n"
+         "  --activation M  HCD, CID, ETD, ETHCD or ETCID for every MS2 scan, likewise\n"
          "  -a           accepted without effect\n"
          "  --help       this text\n\n"
          "BASE is the name of FILE without its last extension, and without .gz before that.\n"
+         "TARVEK_ANALYSER and TARVEK_ACTIVATION in the environment say what the two options say.\n"
          "BASE.morvex is written last and says that all outputs are complete.\n";
 }
 

@@ -4,10 +4,13 @@
 // Not here: doing what it says (Extraction.h, Converter.h).
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
+
+#include "ScanOverrides.h"
 
 namespace tarvek::extractor {
 
@@ -18,6 +21,7 @@ struct ExtractorOptions {
   int m_intensity_digits = 1;
   int m_mz_digits = 5;
   std::optional<double> m_faims_volts;
+  ScanOverrides m_overrides;
   std::string m_output_directory;  // that of the input when not given
   std::string m_input;
   /// File name without its last extension (and without .gz before that); outputs carry it.
@@ -29,6 +33,17 @@ struct ExtractorOptions {
 
 /// arguments: without the program's name. Throws when they make no sense.
 ExtractorOptions ParseOptions(std::span<const std::string> arguments);
+
+/// The environment variables that say what --analyser and --activation say.
+inline constexpr const char* kAnalyserVariable = "TARVEK_ANALYSER";
+inline constexpr const char* kActivationVariable = "TARVEK_ACTIVATION";
+
+/// The value of an environment variable, if it is set.
+using VariableOf = std::function<std::optional<std::string>(const std::string&)>;
+
+/// Adds what the variables say where no option says anything; an empty variable says nothing.
+/// Throws when a value makes no sense, with the name of its variable.
+void AddEnvironment(const VariableOf& variable_of, ScanOverrides& overrides);
 
 /// What --help prints. program: its name; inputs: the files it takes, as "mzML and mzXML".
 std::string HelpText(std::string_view program, std::string_view inputs);

@@ -29,7 +29,9 @@ struct StoredParam {
 enum class Place {
   kOther,
   kGroup,
+  kConfiguration,
   kAnalyser,
+  kDetector,
   kSpectrum,
   kScan,
   kWindow,
@@ -186,6 +188,7 @@ class MzmlReader final : public XmlHandler {
   void EndSpectrum();
   void EndArray();
   void FinishAnalyser();
+  void ApplyToConfiguration(const Param& param);
 
   void Apply(const Param& param);
   void ApplyGroup(std::string_view id);
@@ -212,6 +215,7 @@ class MzmlReader final : public XmlHandler {
   std::int32_t m_best_order = 0;
   Analyser m_analyser = Analyser::kUnknown;
   std::string m_default_configuration;
+  std::map<std::string, InstrumentConfiguration, std::less<>> m_configurations;
 
   ExtractedScan m_scan;
   std::int64_t m_position = 0;
@@ -271,6 +275,9 @@ Place MzmlReader::Enter(std::string_view name, const XmlAttributes& attributes) 
   if (name == "instrumentConfiguration") {
     m_configuration = attributes.Get("id");
     m_best_order = 0;
+    return Place::kConfiguration;
+  } else if (name == "detector") {
+    return Place::kDetector;
   } else if (name == "analyzer") {
     m_analyser = Analyser::kUnknown;
     m_analyser_order = ParseInteger(attributes.Get("order"));
@@ -342,6 +349,9 @@ bool MzmlReader::WantsPeaks() {
     const auto found = m_analysers.find(m_scan_configuration.empty() ? m_default_configuration
                                                                      : m_scan_configuration);
     if (found != m_analysers.end()) m_scan.m_analyser = found->second;
+    const auto configuration = m_configurations.find(
+        m_scan_configuration.empty() ? m_default_configuration : m_scan_configuration);
+    if (configuration != m_configurations.end()) m_scan.m_configuration = &configuration->second;
     m_scan.m_has_own_analyser = !m_scan_configuration.empty();
     m_wants_peaks = m_consumer->WantsPeaks(m_scan);
   }
@@ -383,6 +393,7 @@ void MzmlReader::EndSpectrum() {
 }
 
 void MzmlReader::FinishAnalyser() {
+  m_configurations[m_configuration].m_analysers.push_back(m_analyser);
   if (m_analyser == Analyser::kUnknown || m_analyser_order < m_best_order) return;
   m_best_order = m_analyser_order;
   m_analysers[m_configuration] = m_analyser;
@@ -407,6 +418,12 @@ void MzmlReader::Apply(const Param& param) {
       if (AnalyserOf(param.m_accession) != Analyser::kUnknown)
         m_analyser = AnalyserOf(param.m_accession);
       return;
+    case Place::kConfiguration:
+      return ApplyToConfiguration(param);
+    case Place::kDetector:
+      if (param.m_accession == 1000624)
+        m_configurations[m_configuration].m_has_inductive_detector = true;
+      return;
     case Place::kSpectrum:
       return ApplyToSpectrum(param);
     case Place::kScan:
@@ -420,6 +437,22 @@ void MzmlReader::Apply(const Param& param) {
     case Place::kArray:
       return ApplyToArray(param);
   }
+}
+
+void MzmlReader::ApplyToConfiguration(const Param& param) {
+  constexpr std::int32_t kSerialNumber = 1000529;
+  constexpr std::int32_t kModel = 1000031;
+  constexpr std::int32_t kCustomization = 1000032;
+  InstrumentConfiguration& configuration = m_configurations[m_configuration];
+  if (param.m_accession == 0 || param.m_accession == kSerialNumber ||
+      param.m_accession == kCustomization)
+    return;
+  if (param.m_accession == kModel) {
+    if (!param.m_value.empty()) configuration.m_model_name = param.m_value;
+    return;
+  }
+  configuration.m_model_accession = param.m_accession;
+  configuration.m_model_name = param.m_name;
 }
 
 void MzmlReader::ApplyToSpectrum(const Param& param) {

@@ -121,6 +121,8 @@ class MzxmlReader final : public XmlHandler {
 
   ScanConsumer* m_consumer;
   std::map<std::string, Analyser, std::less<>> m_analysers;
+  std::map<std::string, InstrumentConfiguration, std::less<>> m_configurations;
+  std::string m_default_instrument;
   std::string m_instrument;
   Analyser m_default_analyser = Analyser::kUnknown;
   PeakMode m_default_mode = PeakMode::kUnknown;
@@ -149,9 +151,17 @@ void MzxmlReader::OnStart(std::string_view name, const XmlAttributes& attributes
   } else if (name == "msInstrument") {
     m_instrument = attributes.Get("msInstrumentID");
     if (m_instrument.empty()) m_instrument = attributes.Get("id");
+    if (m_configurations.empty()) m_default_instrument = m_instrument;
+    m_configurations[m_instrument];
+  } else if (name == "msModel") {
+    m_configurations[m_instrument].m_model_name = attributes.Get("value");
+  } else if (name == "msDetector") {
+    m_configurations[m_instrument].m_has_inductive_detector =
+        attributes.Get("value") == "inductive detector";
   } else if (name == "msMassAnalyzer") {
     const Analyser analyser = AnalyserOf(attributes.Get("value"));
     m_analysers[m_instrument] = analyser;
+    m_configurations[m_instrument].m_analysers.push_back(analyser);
     if (m_analysers.size() == 1) m_default_analyser = analyser;
   } else if (name == "dataProcessing" && !attributes.Get("centroided").empty()) {
     m_default_mode = attributes.Get("centroided") == "1" ? PeakMode::kCentroid : PeakMode::kUnknown;
@@ -198,6 +208,10 @@ void MzxmlReader::StartScan(const XmlAttributes& attributes) {
   const auto analyser = m_analysers.find(instrument);
   scan.m_has_own_analyser = !instrument.empty() && analyser != m_analysers.end();
   scan.m_analyser = scan.m_has_own_analyser ? analyser->second : m_default_analyser;
+  auto configuration = m_configurations.find(instrument);
+  if (configuration == m_configurations.end() || instrument.empty())
+    configuration = m_configurations.find(m_default_instrument);
+  if (configuration != m_configurations.end()) scan.m_configuration = &configuration->second;
 }
 
 void MzxmlReader::StartPrecursor(const XmlAttributes& attributes) {

@@ -7,7 +7,7 @@
 namespace tarvek::extractor {
 
 void NativeIdList::Add(std::int32_t scan_no, std::string_view native_id) {
-  if (ScanNumberOf(native_id)) return;
+  if (!m_takes_all && ScanNumberOf(native_id) == scan_no) return;
   if (!m_file) {
     m_file.emplace(m_path);
     m_file->Write("scan\tnativeID\n");

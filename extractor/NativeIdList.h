@@ -1,6 +1,6 @@
 // extractor/NativeIdList.h: which spectrum a scan number stands for, where its id does not tell.
 // Does:     writes BASE.nativeid.tsv, a line for each written scan that is numbered by its position;
-//           no file when there is none.
+//           for every one when the whole file is numbered so; no file when there is none.
 // Owns:     the file, which has its final name once Commit has returned.
 // Throws:   what TemporaryOutput throws.
 // Not here: the numbers (ScanRules.h).
@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "TemporaryOutput.h"
 
@@ -17,9 +18,11 @@ namespace tarvek::extractor {
 
 class NativeIdList {
  public:
-  explicit NativeIdList(std::string path) : m_path(std::move(path)) {}
+  /// takes_all: every scan is numbered by its position, whatever its id holds.
+  explicit NativeIdList(std::string path, bool takes_all = false)
+      : m_path(std::move(path)), m_takes_all(takes_all) {}
 
-  /// Takes note of a scan that is written, unless its id holds the number.
+  /// Takes note of a scan that is written, unless its id holds this number.
   void Add(std::int32_t scan_no, std::string_view native_id);
 
   void Close();
@@ -29,6 +32,7 @@ class NativeIdList {
 
  private:
   std::string m_path;
+  bool m_takes_all;
   std::optional<TemporaryOutput> m_file;
 };
 

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "ExtractedScan.h"
+#include "RunRecord.h"
 #include "ScanRules.h"
 #include "XmlStream.h"
 
@@ -22,7 +23,10 @@ class RunReport {
   RunReport(std::ostream& out, std::string name);
 
   void SetFormat(const std::string& format) { m_format = format; }
-  void SetDeclaredCount(std::int64_t count) { m_declared_count = count; }
+  void SetDeclaredCount(std::int64_t count) { m_tally.m_declared_count = count; }
+
+  /// Forgets what was counted: the file is read from its start, perhaps once more.
+  void StartReading();
 
   /// One spectrum of the file, used or not.
   void Count(const ExtractedScan& scan, const OutputScan& output);
@@ -35,7 +39,10 @@ class RunReport {
 
   void PrintSummary();
 
-  [[nodiscard]] std::int64_t WrittenScans() const { return m_written; }
+  [[nodiscard]] std::int64_t WrittenScans() const { return m_tally.m_written; }
+
+  /// The counts of the marker: written surveys, MS2 scans of the file, why those were left out.
+  [[nodiscard]] RunRecord Counted() const;
 
   /// The compensation voltages found, as "-40, -60"; empty when there are none.
   [[nodiscard]] std::string Voltages() const;
@@ -44,23 +51,43 @@ class RunReport {
   using Counts = std::map<std::string, std::int64_t>;
 
   void PrintStart();
+  void PrintAnalysers();
   void PrintVoltages();
+  void CountAnalyser(const ExtractedScan& scan, const OutputScan& output);
   void PrintCounts(const std::string& title, const Counts& counts);
   void CountFragment(const ExtractedScan& scan, const OutputScan& output);
   static void Add(Counts& counts, const std::string& key, std::int64_t count);
 
+  /// The scans of one level, written and left out.
+  struct LevelCounts {
+    std::int64_t m_written = 0;
+    std::int64_t m_assumed = 0;  // of these, those whose analyser nothing tells
+    Counts m_analysers;          // what was decided and by which step
+    Counts m_left_out;
+  };
+
+  /// What one reading of the file counts.
+  struct Tally {
+    std::optional<std::int64_t> m_declared_count;
+    std::int64_t m_spectra = 0;
+    std::int64_t m_written = 0;
+    LevelCounts m_ms1;
+    LevelCounts m_ms2;
+    Counts m_surveys;
+    Counts m_fragments;
+    Counts m_widths;
+    Counts m_voltages;
+    Counts m_left_out;
+    Counts m_notes;
+  };
+
+  void PrintIfAssumed(const std::string& level, const LevelCounts& counts);
+  void PrintIfNothing(const std::string& scans, const LevelCounts& counts);
+
   std::ostream* m_out;
   std::string m_name;
   std::string m_format;
-  std::optional<std::int64_t> m_declared_count;
-  std::int64_t m_spectra = 0;
-  std::int64_t m_written = 0;
-  Counts m_surveys;
-  Counts m_fragments;
-  Counts m_widths;
-  Counts m_voltages;
-  Counts m_left_out;
-  Counts m_notes;
+  Tally m_tally;
   ReadingState m_state;
   bool m_is_started = false;
   std::int64_t m_start_ms = 0;

@@ -8,7 +8,6 @@
 
 #include "NativeId.h"
 #include "NumberText.h"
-#include "StringUtils.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -39,45 +38,6 @@ std::uint64_t KeyOf(std::string_view id) {
   return std::hash<std::string_view>{}(id) | kTextMark;
 }
 
-std::int32_t ScanNumber(const ExtractedScan& scan) {
-  if (const auto number = ScanNumberOf(scan.m_id)) return *number;
-  constexpr std::int64_t kLargest = std::numeric_limits<std::int32_t>::max() - 1;
-  return static_cast<std::int32_t>(std::min(scan.m_position, kLargest) + 1);
-}
-
-// "ITMS + c NSI d Full ms2 413.26@cid35.00 ...": the methods stand behind each '@'.
-unsigned ActivationOfFilter(std::string_view filter) {
-  unsigned bits = 0;
-  for (std::size_t at = filter.find('@'); at != std::string_view::npos;
-       at = filter.find('@', at + 1)) {
-    const std::string_view method = filter.substr(at + 1, 3);
-    if (method == "cid") bits |= kActivationCid;
-    if (method == "hcd") bits |= kActivationHcd;
-    if (method == "etd") bits |= kActivationEtd;
-    if (method == "ecd" || method == "pqd" || method == "uvp") bits |= kActivationOther;
-  }
-  return bits;
-}
-
-std::string WordOfBits(unsigned bits) {
-  if ((bits & kActivationOther) != 0) return {};
-  if ((bits & kActivationEthcd) != 0) return "ETHCD";
-  if ((bits & kActivationEtcid) != 0) return "ETCID";
-  if ((bits & kActivationEtd) != 0) {
-    if ((bits & kActivationHcd) != 0) return "ETHCD";
-    return (bits & kActivationCid) != 0 ? "ETCID" : "ETD";
-  }
-  if ((bits & kActivationHcd) != 0) return "HCD";
-  return (bits & kActivationCid) != 0 ? "CID" : std::string();
-}
-
-// Several precursors of one scan are fragmented alike.
-unsigned ActivationBits(const ExtractedScan& scan) {
-  unsigned bits = 0;
-  for (const DeclaredPrecursor& precursor : scan.m_precursors) bits |= precursor.m_activation;
-  return bits != 0 ? bits : ActivationOfFilter(scan.m_filter);
-}
-
 std::int32_t ChargeOf(const SelectedIon& ion) {
   std::int32_t charge = ion.m_charge;
   if (charge == 0 && ion.m_possible_charges.size() == 1) charge = ion.m_possible_charges.front();
@@ -86,45 +46,7 @@ std::int32_t ChargeOf(const SelectedIon& ion) {
   return charge >= -kMaxCharge && charge <= kMaxCharge ? std::abs(charge) : 0;
 }
 
-// The filter line begins with the analyser.
-Analyser AnalyserOfFilter(std::string_view filter) {
-  filter = TrimLeft(filter);
-  if (filter.starts_with("FTMS") || filter.starts_with("ASTMS")) return Analyser::kFourier;
-  if (filter.starts_with("TOFMS")) return Analyser::kTimeOfFlight;
-  return filter.starts_with("ITMS") ? Analyser::kIonTrap : Analyser::kUnknown;
-}
-
-Analyser AnalyserOf(const ExtractedScan& scan) {
-  if (scan.m_has_own_analyser && scan.m_analyser != Analyser::kUnknown) return scan.m_analyser;
-  const Analyser of_filter = AnalyserOfFilter(scan.m_filter);
-  return of_filter == Analyser::kUnknown ? scan.m_analyser : of_filter;
-}
-
 }  // namespace
-
-std::string InstrumentWord(const ExtractedScan& scan) {
-  switch (AnalyserOf(scan)) {
-    case Analyser::kFourier:
-    case Analyser::kTimeOfFlight:
-      return "FTMS";
-    case Analyser::kIonTrap:
-      return "ITMS";
-    case Analyser::kOther:
-    case Analyser::kUnknown:
-      break;
-  }
-  return {};
-}
-
-std::string ActivationWord(const ExtractedScan& scan, std::string& unknown) {
-  std::string word = WordOfBits(ActivationBits(scan));
-  if (!word.empty()) return word;
-  unknown = "none";
-  for (const DeclaredPrecursor& precursor : scan.m_precursors)
-    if (!precursor.m_other_activation.empty()) unknown = precursor.m_other_activation;
-  if (unknown == "none" && ActivationBits(scan) != 0) unknown = "other";
-  return {};
-}
 
 std::vector<DeclaredIon> DeclaredIons(const ExtractedScan& scan) {
   std::vector<DeclaredIon> ions;
@@ -146,39 +68,60 @@ double ActivationCentre(const ExtractedScan& scan) {
 }
 
 // Empty when the spectrum is used.
-std::string ScanRules::WhyUnused(const ExtractedScan& scan, std::int32_t scan_no) const {
+std::string ScanRules::WhyUnused(const ExtractedScan& scan,
+                                 const DeclaredActivation& activation) const {
   if (!scan.m_is_mass_spectrum) return "no mass spectrum (UV or other)";
   if (scan.m_ms_level < 1) return "no MS level";
   if (scan.m_ms_level > 2) return "MS level above 2";
-  if (m_faims_volts && !SameVoltage(m_faims_volts, scan.m_faims_volts))
+  if (m_options.m_faims_volts && !SameVoltage(m_options.m_faims_volts, scan.m_faims_volts))
     return "other compensation voltage";
   if (scan.m_peak_count == 0) return "empty";
-  if (scan_no <= m_last_scan_no) return "scan number not above that of the scan before";
-  if (InstrumentWord(scan).empty())
-    return AnalyserOf(scan) == Analyser::kOther ? "unusable analyser" : "unknown analyser";
   if (scan.m_ms_level == 1) return {};
-  std::string unknown;
-  if (ActivationWord(scan, unknown).empty()) return "activation without a word: " + unknown;
+  const bool is_told = !m_options.m_overrides.m_activation.empty();
+  if (!is_told && !activation.m_other.empty())
+    return "activation without a word: " + activation.m_other;
   return ActivationCentre(scan) > 0.0 ? std::string() : "no isolation target and no selected ion";
 }
 
-OutputScan ScanRules::Decide(const ExtractedScan& scan) const {
+// Larger numbers than the outputs hold are no numbers.
+std::int32_t ScanRules::ScanNumber(const ExtractedScan& scan) const {
+  constexpr std::int64_t kLargest = std::numeric_limits<std::int32_t>::max() - 1;
+  const auto number = ScanNumberOf(scan.m_id);
+  if (number && *number <= kLargest && !m_plan.m_numbers_by_position) return *number;
+  const std::int64_t position = m_plan.m_numbers_by_position ? m_spectra : scan.m_position;
+  return static_cast<std::int32_t>(std::min(position + 1, kLargest));
+}
+
+OutputScan ScanRules::Decide(const ExtractedScan& scan) {
+  const DeclaredActivation activation =
+      scan.m_ms_level == 2 ? ActivationOf(scan) : DeclaredActivation();
   OutputScan output;
   output.m_scan_no = ScanNumber(scan);
-  output.m_why_left_out = WhyUnused(scan, output.m_scan_no);
+  output.m_why_left_out = WhyUnused(scan, activation);
   if (!output.m_why_left_out.empty()) return output;
+  if (output.m_scan_no <= m_last_scan_no) throw PlanLack::kAscendingNumbers;
+  const AnalyserDecision analyser = m_analysers.Decide(scan, activation.m_word, m_plan);
+  if (analyser.m_step == AnalyserStep::kUndecided) throw PlanLack::kAnalyser;
+  output.m_instrument = analyser.m_word;
+  output.m_analyser_step = analyser.m_step;
   output.m_kind = scan.m_ms_level == 1 ? ScanKind::kSurvey : ScanKind::kFragment;
   output.m_rt_seconds = scan.m_rt_seconds.value_or(0.0);
   output.m_injection_ms = scan.m_injection_ms;
-  output.m_instrument = InstrumentWord(scan);
   output.m_is_negative = scan.m_polarity == Polarity::kNegative;
-  if (output.m_kind == ScanKind::kSurvey) return output;
-  std::string unknown;
-  output.m_activation = ActivationWord(scan, unknown);
+  if (output.m_kind == ScanKind::kFragment) DescribeFragment(scan, activation, output);
+  return output;
+}
+
+void ScanRules::DescribeFragment(const ExtractedScan& scan, const DeclaredActivation& activation,
+                                 OutputScan& output) const {
+  const std::string& told = m_options.m_overrides.m_activation;
+  output.m_activation = told.empty() ? activation.m_word : told;
+  output.m_is_activation_assumed = output.m_activation.empty();
+  if (output.m_is_activation_assumed) output.m_activation = UsualActivation(output.m_instrument);
+  output.m_has_several_activations = told.empty() && activation.m_is_several;
   output.m_centre_mz = ActivationCentre(scan);
   output.m_precursor_scan = PrecursorScan(scan);
   output.m_ions = DeclaredIons(scan);
-  return output;
 }
 
 const ScanRules::Seen* ScanRules::Find(std::uint64_t key) const {
@@ -199,20 +142,39 @@ const ScanRules::Seen* ScanRules::ClimbToSurvey(std::uint64_t key) const {
 }
 
 std::int32_t ScanRules::PrecursorScan(const ExtractedScan& scan) const {
-  const auto fits = [&](const Seen& survey) {
-    return SamePolarity(survey.m_polarity, scan.m_polarity) &&
-           SameVoltage(survey.m_faims_volts, scan.m_faims_volts);
-  };
   const std::string& reference = scan.m_precursors.front().m_scan_ref;
   if (!reference.empty()) {
     const Seen* const survey = ClimbToSurvey(KeyOf(reference));
-    if (survey != nullptr && fits(*survey)) return survey->m_scan_no;
+    if (survey != nullptr && SamePolarity(survey->m_polarity, scan.m_polarity) &&
+        SameVoltage(survey->m_faims_volts, scan.m_faims_volts))
+      return survey->m_scan_no;
   }
-  const auto latest = std::find_if(m_latest_surveys.rbegin(), m_latest_surveys.rend(), fits);
-  return latest == m_latest_surveys.rend() ? 0 : latest->m_scan_no;
+  return SurveyBefore(scan);
+}
+
+// The latest in the file, unless it was measured later: then the file is not in the order of time,
+// and the latest by time is taken.
+std::int32_t ScanRules::SurveyBefore(const ExtractedScan& scan) const {
+  const auto fits = [&](const SurveyList& list) {
+    return SamePolarity(list.m_polarity, scan.m_polarity) &&
+           SameVoltage(list.m_faims_volts, scan.m_faims_volts);
+  };
+  const auto latest = std::find_if(m_surveys.rbegin(), m_surveys.rend(), fits);
+  if (latest == m_surveys.rend()) return 0;
+  if (!scan.m_rt_seconds || *scan.m_rt_seconds >= latest->m_latest_rt_seconds)
+    return latest->m_latest_scan_no;
+  std::pair<double, std::int32_t> best = {-std::numeric_limits<double>::infinity(), 0};
+  for (const SurveyList& list : m_surveys) {
+    if (!fits(list)) continue;
+    const auto after = std::ranges::upper_bound(
+        list.m_by_time, std::pair(*scan.m_rt_seconds, std::numeric_limits<std::int32_t>::max()));
+    if (after != list.m_by_time.begin()) best = std::max(best, *std::prev(after));
+  }
+  return best.second;
 }
 
 void ScanRules::Remember(const ExtractedScan& scan, const OutputScan& output) {
+  ++m_spectra;
   Seen seen;
   seen.m_key = KeyOf(scan.m_id);
   seen.m_scan_no = output.m_scan_no;
@@ -222,14 +184,7 @@ void ScanRules::Remember(const ExtractedScan& scan, const OutputScan& output) {
   if (!scan.m_precursors.empty() && !scan.m_precursors.front().m_scan_ref.empty())
     seen.m_parent_key = KeyOf(scan.m_precursors.front().m_scan_ref);
   if (output.m_kind != ScanKind::kLeftOut) m_last_scan_no = output.m_scan_no;
-  if (seen.m_is_survey) {
-    std::erase_if(m_latest_surveys, [&](const Seen& other) {
-      return other.m_polarity == seen.m_polarity &&
-             SameVoltage(other.m_faims_volts, seen.m_faims_volts);
-    });
-    m_latest_surveys.push_back(seen);
-    if (m_latest_surveys.size() > kMaxKinds) m_latest_surveys.erase(m_latest_surveys.begin());
-  }
+  if (seen.m_is_survey) RememberSurvey(seen, output.m_rt_seconds);
   m_place_of_key[seen.m_key] = m_forgotten + static_cast<std::int64_t>(m_seen.size());
   m_seen.push_back(seen);
   if (m_seen.size() <= kMaxSeen) return;
@@ -237,6 +192,25 @@ void ScanRules::Remember(const ExtractedScan& scan, const OutputScan& output) {
   if (oldest != m_place_of_key.end() && oldest->second == m_forgotten) m_place_of_key.erase(oldest);
   m_seen.pop_front();
   ++m_forgotten;
+}
+
+void ScanRules::RememberSurvey(const Seen& seen, double rt_seconds) {
+  const auto place = std::ranges::find_if(m_surveys, [&](const SurveyList& list) {
+    return list.m_polarity == seen.m_polarity &&
+           SameVoltage(list.m_faims_volts, seen.m_faims_volts);
+  });
+  if (place != m_surveys.end()) {
+    std::rotate(place, place + 1, m_surveys.end());
+  } else {
+    if (m_surveys.size() >= kMaxKinds) m_surveys.erase(m_surveys.begin());
+    m_surveys.push_back({seen.m_polarity, seen.m_faims_volts, 0, 0.0, {}});
+  }
+  SurveyList& list = m_surveys.back();
+  list.m_latest_scan_no = seen.m_scan_no;
+  list.m_latest_rt_seconds = rt_seconds;
+  const std::pair survey(rt_seconds, seen.m_scan_no);
+  list.m_by_time.insert(std::ranges::upper_bound(list.m_by_time, survey), survey);
+  if (list.m_by_time.size() > kMaxSeen) list.m_by_time.erase(list.m_by_time.begin());
 }
 
 }  // namespace tarvek::extractor

@@ -2,8 +2,9 @@
 // Does:     decides survey, fragment scan or left out; gives scan number, analyser and activation
 //           words, activation centre, declared precursors and precursor scan.
 // Owns:     what it must remember of the spectra seen so far: a bounded stretch of them.
-// Throws:   nothing but std::bad_alloc.
-// Not here: peaks (PeakPreparation.h), counting (RunReport.h).
+// Throws:   PlanLack when the file needs another plan than it was given; std::bad_alloc.
+// Not here: which analyser (AnalyserDecision.h) and which activation (ActivationDecision.h), peaks
+//           (PeakPreparation.h), counting (RunReport.h), the reading again (ExtractionPlan.h).
 #pragma once
 
 #include <cstdint>
@@ -11,9 +12,14 @@
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
+#include "ActivationDecision.h"
+#include "AnalyserDecision.h"
 #include "ExtractedScan.h"
+#include "ExtractionPlan.h"
+#include "ScanOverrides.h"
 
 namespace tarvek::extractor {
 
@@ -33,21 +39,30 @@ struct OutputScan {
   double m_rt_seconds = 0.0;
   double m_injection_ms = 0.0;
   std::string m_instrument;  // "FTMS" or "ITMS"
+  AnalyserStep m_analyser_step = AnalyserStep::kUndecided;
   bool m_is_negative = false;
   // fragment scans only
   std::string m_activation;
+  bool m_is_activation_assumed = false;  // the file says nothing of it, nor does the user
+  bool m_has_several_activations = false;
   double m_centre_mz = 0.0;
   std::int32_t m_precursor_scan = 0;  // 0 when no survey comes before
   std::vector<DeclaredIon> m_ions;    // at least one
 };
 
+/// What the user asks for.
+struct RuleOptions {
+  std::optional<double> m_faims_volts;  // take only scans of this compensation voltage
+  ScanOverrides m_overrides;
+};
+
 class ScanRules {
  public:
-  /// faims_volts: take only scans of this compensation voltage.
-  explicit ScanRules(std::optional<double> faims_volts) : m_faims_volts(faims_volts) {}
+  ScanRules(const RuleOptions& options, ExtractionPlan plan)
+      : m_options(options), m_plan(std::move(plan)), m_analysers(options.m_overrides) {}
 
-  /// What becomes of a spectrum, its peaks aside. Changes nothing.
-  [[nodiscard]] OutputScan Decide(const ExtractedScan& scan) const;
+  /// What becomes of a spectrum, its peaks aside. The answer is the same until the next Remember.
+  [[nodiscard]] OutputScan Decide(const ExtractedScan& scan);
 
   /// Remembers a spectrum; to be called once for each, in file order. output: what Decide said,
   /// with m_kind kLeftOut when it was left out for its peaks.
@@ -63,26 +78,36 @@ class ScanRules {
     std::optional<double> m_faims_volts;
   };
 
-  [[nodiscard]] std::string WhyUnused(const ExtractedScan& scan, std::int32_t scan_no) const;
+  /// The surveys of one polarity and compensation voltage.
+  struct SurveyList {
+    Polarity m_polarity = Polarity::kUnknown;
+    std::optional<double> m_faims_volts;
+    std::int32_t m_latest_scan_no = 0;  // in the order of the file
+    double m_latest_rt_seconds = 0.0;
+    std::vector<std::pair<double, std::int32_t>> m_by_time;  // ascending; retention time, scan
+  };
+
+  [[nodiscard]] std::string WhyUnused(const ExtractedScan& scan,
+                                      const DeclaredActivation& activation) const;
+  [[nodiscard]] std::int32_t ScanNumber(const ExtractedScan& scan) const;
+  void DescribeFragment(const ExtractedScan& scan, const DeclaredActivation& activation,
+                        OutputScan& output) const;
   [[nodiscard]] std::int32_t PrecursorScan(const ExtractedScan& scan) const;
+  [[nodiscard]] std::int32_t SurveyBefore(const ExtractedScan& scan) const;
   [[nodiscard]] const Seen* ClimbToSurvey(std::uint64_t key) const;
   [[nodiscard]] const Seen* Find(std::uint64_t key) const;
+  void RememberSurvey(const Seen& seen, double rt_seconds);
 
-  std::optional<double> m_faims_volts;
+  RuleOptions m_options;
+  ExtractionPlan m_plan;
+  AnalyserDecider m_analysers;
   std::int32_t m_last_scan_no = -1;  // of those that were written
+  std::int64_t m_spectra = 0;        // that were remembered
   std::deque<Seen> m_seen;
   std::int64_t m_forgotten = 0;  // how many went from the front of m_seen
   std::unordered_map<std::uint64_t, std::int64_t> m_place_of_key;  // counted from the file's start
-  std::vector<Seen> m_latest_surveys;  // of each polarity and voltage; the latest last
+  std::vector<SurveyList> m_surveys;  // the list of the latest survey last
 };
-
-/// "FTMS" for Fourier and other well-resolved analysers, "ITMS" for ion traps, empty for unusable
-/// or unknown ones. What the spectrum names decides, then its filter line, then the run's default.
-std::string InstrumentWord(const ExtractedScan& scan);
-
-/// One of the activation words of the text format; empty when there is none for the method, whose
-/// name then goes to unknown ("none" when nothing is declared).
-std::string ActivationWord(const ExtractedScan& scan, std::string& unknown);
 
 /// The precursors that a fragment scan declares, one at least: charge 0 stands for an unknown
 /// charge.

@@ -13,8 +13,10 @@ import re
 import sys
 from pathlib import Path
 
-# Files whose texts are explained elsewhere: parameter template, headers of text spectra, makers' names.
-OTHER_FILES = {"src/UserParameters/ParameterText.cpp", "src/IO/MsTextHeader.cpp", "src/Utils/ProductTexts.h"}
+# Files whose texts are explained elsewhere: parameter template, headers of text spectra, makers' names, models of
+# instruments.
+OTHER_FILES = {"src/UserParameters/ParameterText.cpp", "src/IO/MsTextHeader.cpp", "src/Utils/ProductTexts.h",
+               "extractor/InstrumentModels.cpp"}
 
 # Beginnings of literals, escapes as written.
 NO_MESSAGES = (

@@ -6,10 +6,11 @@
 
 #include "CheckAccount.h"
 #include "CheckInputs.h"
+#include "ExtractionPlan.h"
 #include "ExtractorOptions.h"
-#include "InstrumentFile.h"
 #include "NumberText.h"
 #include "PeakPreparation.h"
+#include "Platform.h"
 #include "ScanRules.h"
 #include "StringUtils.h"
 
@@ -33,7 +34,9 @@ std::optional<double> IsolationWidth(const ExtractedScan& scan) {
 /// Takes the spectra as the extractor would, by its own rules, and writes nothing.
 class XmlAccount final : public extractor::ScanConsumer {
  public:
-  explicit XmlAccount(const std::string& path) : m_path(path) {}
+  XmlAccount(const std::string& path, const extractor::ScanOverrides& overrides,
+             const extractor::ExtractionPlan& plan)
+      : m_path(path), m_rules({std::nullopt, overrides}, plan) {}
 
   void SetFormat(const std::string& format) {
     AccountRules rules;
@@ -153,7 +156,7 @@ class XmlAccount final : public extractor::ScanConsumer {
 
   std::string m_path;
   std::optional<CheckAccount> m_account;
-  extractor::ScanRules m_rules{std::nullopt};
+  extractor::ScanRules m_rules;
   extractor::PeakPreparation m_preparation{extractor::ExtractorOptions().m_mz_digits,
                                            extractor::ExtractorOptions().m_intensity_digits};
   std::vector<Peak> m_written;  // of one spectrum, its capacity kept for the next
@@ -175,17 +178,23 @@ void CheckXmlInput(CheckReport& report, const std::string& path, const CheckOpti
     report.Warning("compressed", path, "tarvek itself takes no file that ends in .gz.",
                    "Unpack it, or extract it with morvex_xml.exe and start tarvek on the .ms1 "
                    "file.");
-  XmlAccount account(path);
+  std::optional<XmlAccount> account;
   const bool is_read = ReadOrReport(
       report, path,
       "Copy the file again or convert the raw file again; nothing is extracted from a file with "
       "holes.",
       [&] {
-        extractor::ReadInstrumentFile(
-            path, account, [&](const std::string& format) { account.SetFormat(format); },
+        extractor::ScanOverrides overrides;
+        extractor::AddEnvironment(EnvironmentVariable, overrides);
+        extractor::ReadPlanned(
+            path, overrides,
+            [&](const extractor::ExtractionPlan& plan) -> extractor::ScanConsumer& {
+              return account.emplace(path, overrides, plan);
+            },
+            [&](const std::string& format) { account->SetFormat(format); },
             [](const extractor::ReadingState&) {});
       });
-  if (is_read) account.Report(report, options);
+  if (is_read) account->Report(report, options);
 }
 
 }  // namespace tarvek::tools

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+
 #include "TestSupport.h"
 
 namespace tarvek::extractor {
@@ -43,6 +45,71 @@ TEST(ParseOptions, TakesANegativeVoltage) {
 
 TEST(ParseOptions, TakesAFileNameWithADashBehindTwoDashes) {
   EXPECT_EQ(Parsed({"--", "-ms.mzML"}).m_input, "-ms.mzML");
+}
+
+TEST(ParseOptions, TakesAnAnalyserForBothLevelsOrOne) {
+  const auto text_of = [](const std::vector<std::string>& arguments) {
+    return AnalyserOverrideText(Parsed(arguments).m_overrides);
+  };
+  EXPECT_EQ(text_of({"run.mzML"}), "");
+  EXPECT_EQ(text_of({"--analyser", "FTMS", "run.mzML"}), "FTMS");
+  EXPECT_EQ(text_of({"--analyser", "ms2=itms", "run.mzML"}), "ms2=ITMS");
+  EXPECT_EQ(text_of({"--analyser", "MS1=FTMS, ms2=ITMS", "run.mzML"}), "ms1=FTMS,ms2=ITMS");
+  EXPECT_EQ(text_of({"--analyser", "ms1=FTMS", "--analyser", "ms2=ITMS", "run.mzML"}),
+            "ms1=FTMS,ms2=ITMS");
+  EXPECT_EQ(text_of({"--analyser", "FTMS", "--analyser", "ms2=ITMS", "run.mzML"}),
+            "ms1=FTMS,ms2=ITMS");
+  EXPECT_EQ(text_of({"--analyser", "ms1=ITMS,ms2=ITMS", "run.mzML"}), "ITMS");
+}
+
+TEST(ParseOptions, TakesAnActivation) {
+  EXPECT_EQ(Parsed({"--activation", "EThcD", "run.mzML"}).m_overrides.m_activation, "ETHCD");
+  EXPECT_EQ(Parsed({"run.mzML"}).m_overrides.m_activation, "");
+}
+
+TEST(ParseOptions, RefusesAnalysersAndActivationsThatItDoesNotKnow) {
+  const std::string analyser = "option --analyser needs FTMS or ITMS, for one level as ms2=ITMS, ";
+  EXPECT_EQ(ErrorOf({"--analyser", "TOF", "a.mzML"}), analyser + "not \"TOF\"");
+  EXPECT_EQ(ErrorOf({"--analyser", "ms3=FTMS", "a.mzML"}), analyser + "not \"ms3=FTMS\"");
+  EXPECT_EQ(ErrorOf({"--analyser", "ms1=FTMS,", "a.mzML"}), analyser + "not \"\"");
+  EXPECT_EQ(ErrorOf({"--analyser", "", "a.mzML"}), analyser + "not \"\"");
+  EXPECT_EQ(ErrorOf({"--analyser", "ms1=", "a.mzML"}), analyser + "not \"ms1=\"");
+  EXPECT_EQ(ErrorOf({"--activation", "ECD", "a.mzML"}),
+            "option --activation needs HCD, CID, ETD, ETHCD or ETCID, not \"ECD\"");
+}
+
+VariableOf Environment(const std::map<std::string, std::string>& variables) {
+  return [variables](const std::string& name) -> std::optional<std::string> {
+    const auto found = variables.find(name);
+    if (found == variables.end()) return std::nullopt;
+    return found->second;
+  };
+}
+
+TEST(AddEnvironment, SaysWhatTheOptionsSay) {
+  ScanOverrides overrides;
+  AddEnvironment(Environment({{"TARVEK_ANALYSER", "ms2=ITMS"}, {"TARVEK_ACTIVATION", "CID"}}),
+                 overrides);
+  EXPECT_EQ(AnalyserOverrideText(overrides), "ms2=ITMS");
+  EXPECT_EQ(overrides.m_activation, "CID");
+}
+
+TEST(AddEnvironment, GivesWayToAnOptionAndToNothingWhenEmpty) {
+  ScanOverrides overrides = Parsed({"--analyser", "ms2=FTMS", "run.mzML"}).m_overrides;
+  AddEnvironment(Environment({{"TARVEK_ANALYSER", "ITMS"}, {"TARVEK_ACTIVATION", ""}}), overrides);
+  EXPECT_EQ(AnalyserOverrideText(overrides), "ms2=FTMS");
+  EXPECT_EQ(overrides.m_activation, "");
+}
+
+TEST(AddEnvironment, NamesTheVariableWhoseValueMakesNoSense) {
+  const auto error_of = [](const std::map<std::string, std::string>& variables) {
+    ScanOverrides overrides;
+    return tarvek::test::MessageOf([&] { AddEnvironment(Environment(variables), overrides); });
+  };
+  EXPECT_EQ(error_of({{"TARVEK_ANALYSER", "FT"}}),
+            "TARVEK_ANALYSER needs FTMS or ITMS, for one level as ms2=ITMS, not \"FT\"");
+  EXPECT_EQ(error_of({{"TARVEK_ACTIVATION", "X"}}),
+            "TARVEK_ACTIVATION needs HCD, CID, ETD, ETHCD or ETCID, not \"X\"");
 }
 
 TEST(ParseOptions, RefusesWhatMakesNoSense) {

@@ -99,12 +99,6 @@ TEST(NativeIdList, LeavesNoFileWhereEveryIdHasItsNumber) {
   EXPECT_FALSE(FileExists(path));
 }
 
-TEST(MzmlExtraction, LeavesOutScanNumbersThatDoNotAscend) {
-  const Extracted out = ExtractScans({Survey(5), Survey(5), Survey(4), Survey(6)});
-  EXPECT_THAT(LinesFrom(out.m_ms1, "S"), ElementsAre("S\t5\t5", "S\t6\t6"));
-  EXPECT_THAT(out.m_report, HasSubstr("Left out: 2 scan number not above that of the scan before"));
-}
-
 TEST(MzmlExtraction, ReadsTimesInTheirUnit) {
   const auto time_of = [](const std::string& param) {
     TestScan scan = Survey(1);
@@ -150,12 +144,13 @@ TEST(MzmlExtraction, BelievesTheFilterLineRatherThanTheDefaultOfTheRun) {
   EXPECT_EQ(AnalyserWord("unknown", "TOFMS + p NSI Full ms"), "FTMS");
 }
 
-TEST(MzmlExtraction, LeavesOutUnusableAndUnknownAnalysers) {
-  EXPECT_EQ(AnalyserWord("IC4"), "left out");
-  EXPECT_EQ(AnalyserWord("unknown"), "left out");
+TEST(MzmlExtraction, AssumesAFourierAnalyserWhereNothingTellsAnother) {
+  EXPECT_EQ(AnalyserWord("IC4"), "FTMS");
+  EXPECT_EQ(AnalyserWord("unknown"), "FTMS");
   TestScan quadrupole = Survey(1);
   quadrupole.m_scan_attributes = "instrumentConfigurationRef=\"IC4\"";
-  EXPECT_THAT(ExtractScans({quadrupole}).m_report, HasSubstr("Left out: 1 unusable analyser"));
+  EXPECT_THAT(ExtractScans({quadrupole}).m_report,
+              HasSubstr("Warning: nothing tells the analyser of 1 of 1 MS1 scans"));
 }
 
 std::string ActivationOf(const std::string& params) {

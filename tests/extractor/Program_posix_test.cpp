@@ -57,6 +57,32 @@ TEST(Program, CopesWithBlanksQuotesAndUtf8InPaths) {
   }
 }
 
+TEST(Program, HearsTheEnvironmentAndTheOptionAboveIt) {
+  const TemporaryDirectory directory;
+  const std::string file = directory / "run.mzML";
+  WriteFile(file, Mzml({Survey(1), test::Fragment(2)}));
+  const std::map<std::string, std::string> variables = {{"TARVEK_ANALYSER", "ms2=ITMS"},
+                                                        {"TARVEK_ACTIVATION", "cid"}};
+  EXPECT_EQ(RunExtractor("xml", {file}, variables).m_exit_status, 0);
+  EXPECT_THAT(test::ReadFile(directory / "run.ms1"), HasSubstr("InstrumentType\tFTMS"));
+  EXPECT_THAT(test::ReadFile(directory / "run.ms2"), HasSubstr("InstrumentType\tITMS"));
+  EXPECT_THAT(test::ReadFile(directory / "run.ms2"), HasSubstr("ActivationType\tCID"));
+  EXPECT_EQ(RunExtractor("xml", {"--analyser", "FTMS", file}, variables).m_exit_status, 0);
+  EXPECT_THAT(test::ReadFile(directory / "run.ms2"), HasSubstr("InstrumentType\tFTMS"));
+}
+
+TEST(Program, RefusesAVariableThatMakesNoSense) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.mzML", Mzml({Survey(1)}));
+  const auto result =
+      RunExtractor("xml", {directory / "run.mzML"}, {{"TARVEK_ANALYSER", "orbitrap"}});
+  EXPECT_EQ(result.m_exit_status, 2);
+  EXPECT_EQ(result.m_err,
+            "morvex_xml.exe: TARVEK_ANALYSER needs FTMS or ITMS, for one level as ms2=ITMS, not "
+            "\"orbitrap\"\n");
+  EXPECT_FALSE(fs::exists(directory / "run.morvex"));
+}
+
 TEST(Program, WritesPointsWhateverTheLocale) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.mzML", Mzml({Survey(1)}));

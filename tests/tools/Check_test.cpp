@@ -113,6 +113,21 @@ TEST(CheckXmlInput, ScansWithoutAWordForTheirActivationAreLeftOutWithTheReason) 
   EXPECT_EQ(left_out.m_first_scan, 2);
 }
 
+TEST(CheckXmlInput, ScansAreTakenAsTheExtractorTakesThemFromAMergedFile) {
+  const std::vector<TestScan> scans = {Survey(1), Fragment(2), Survey(1), Fragment(2)};
+  const CheckReport report = CheckScans(scans);
+  EXPECT_THAT(Codes(report), IsEmpty());
+  EXPECT_THAT(report.Items().front().m_left_out, IsEmpty());
+  EXPECT_THAT(extractor::test::ExtractXml(Mzml(scans)).m_ms2, HasSubstr("S\t4\t4\t"));
+}
+
+TEST(CheckXmlInput, NoScanIsLeftOutForItsAnalyser) {
+  TestScan quadrupole = Survey(1);
+  quadrupole.m_scan_attributes = "instrumentConfigurationRef=\"IC4\"";
+  const CheckReport report = CheckScans({quadrupole, Fragment(2)});
+  EXPECT_THAT(report.Items().front().m_left_out, IsEmpty());
+}
+
 TEST(CheckXmlInput, ChargesOutsideTheRangeAreNamed) {
   TestPrecursor single;
   single.m_ions = {Cv(1000744, "500.25") + Cv(1000041, "1")};

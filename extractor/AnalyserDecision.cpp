@@ -1,0 +1,106 @@
+#include "AnalyserDecision.h"
+
+#include <algorithm>
+#include <ranges>
+
+#include "StringUtils.h"
+
+namespace tarvek::extractor {
+namespace {
+
+bool ResolvesMasses(Analyser analyser) {
+  return analyser == Analyser::kFourier || analyser == Analyser::kTimeOfFlight ||
+         analyser == Analyser::kIonTrap;
+}
+
+std::string_view WordOf(Analyser analyser) {
+  return analyser == Analyser::kIonTrap ? "ITMS" : "FTMS";
+}
+
+// The filter line begins with the analyser.
+Analyser AnalyserOfFilter(std::string_view filter) {
+  filter = TrimLeft(filter);
+  if (filter.starts_with("FTMS") || filter.starts_with("ASTMS")) return Analyser::kFourier;
+  if (filter.starts_with("TOFMS")) return Analyser::kTimeOfFlight;
+  return filter.starts_with("ITMS") ? Analyser::kIonTrap : Analyser::kUnknown;
+}
+
+// Without a configuration, what the reader knows of the run's default.
+Analyser AnalyserOfConfiguration(const ExtractedScan& scan) {
+  if (scan.m_configuration == nullptr) return scan.m_analyser;
+  const auto& analysers = scan.m_configuration->m_analysers;
+  const auto last = std::ranges::find_if(analysers.rbegin(), analysers.rend(), ResolvesMasses);
+  return last == analysers.rend() ? scan.m_analyser : *last;
+}
+
+// The default of the run describes the surveys of a trap hybrid, not its fragment scans.
+Analyser AnalyserOfDetector(const ExtractedScan& scan, const InstrumentModel* model) {
+  if (scan.m_configuration == nullptr || !scan.m_configuration->m_has_inductive_detector)
+    return Analyser::kUnknown;
+  const bool is_hybrid = model != nullptr && model->m_kind == ModelKind::kTrapHybrid;
+  const bool is_foreign = is_hybrid && scan.m_ms_level == 2 && !scan.m_has_own_analyser;
+  return is_foreign ? Analyser::kUnknown : Analyser::kFourier;
+}
+
+Analyser AnalyserOfModel(const ExtractedScan& scan, const InstrumentModel* model) {
+  switch (model == nullptr ? ModelKind::kUndecided : model->m_kind) {
+    case ModelKind::kFourier:
+      return Analyser::kFourier;
+    case ModelKind::kTimeOfFlight:
+      return Analyser::kTimeOfFlight;
+    case ModelKind::kIonTrap:
+      return Analyser::kIonTrap;
+    case ModelKind::kTrapHybrid:
+      return scan.m_ms_level == 1 ? Analyser::kFourier : Analyser::kUnknown;
+    case ModelKind::kUndecided:
+      break;
+  }
+  return Analyser::kUnknown;
+}
+
+AnalyserDecision OfPeaks(const ExtractedScan& scan, std::string_view activation,
+                         const ExtractionPlan& plan) {
+  if (!plan.m_has_looked) return {};
+  const Resolution resolution = plan.LookOf(LookGroupOf(scan.m_ms_level, activation));
+  if (resolution == Resolution::kUnclear) return {"FTMS", AnalyserStep::kAssumed};
+  return {resolution == Resolution::kHigh ? "FTMS" : "ITMS", AnalyserStep::kPeaks};
+}
+
+}  // namespace
+
+AnalyserDecision AnalyserDecider::Decide(const ExtractedScan& scan, std::string_view activation,
+                                         const ExtractionPlan& plan) {
+  const std::string& told =
+      scan.m_ms_level == 1 ? m_overrides.m_ms1_analyser : m_overrides.m_ms2_analyser;
+  if (!told.empty()) return {told == "ITMS" ? "ITMS" : "FTMS", AnalyserStep::kUser};
+  if (scan.m_has_own_analyser && ResolvesMasses(scan.m_analyser))
+    return {WordOf(scan.m_analyser), AnalyserStep::kScan};
+  if (const Analyser found = AnalyserOfFilter(scan.m_filter); ResolvesMasses(found))
+    return {WordOf(found), AnalyserStep::kFilter};
+  if (const Analyser found = AnalyserOfConfiguration(scan); ResolvesMasses(found))
+    return {WordOf(found), AnalyserStep::kConfiguration};
+  const InstrumentModel* const model = ModelOf(scan);
+  if (const Analyser found = AnalyserOfDetector(scan, model); ResolvesMasses(found))
+    return {WordOf(found), AnalyserStep::kDetector};
+  if (const Analyser found = AnalyserOfModel(scan, model); ResolvesMasses(found))
+    return {WordOf(found), AnalyserStep::kModel};
+  return OfPeaks(scan, activation, plan);
+}
+
+// Names repeat from scan to scan, and the table is long.
+const InstrumentModel* AnalyserDecider::ModelOf(const ExtractedScan& scan) {
+  if (scan.m_configuration == nullptr) return nullptr;
+  const std::int32_t accession = scan.m_configuration->m_model_accession;
+  const std::string& name = scan.m_configuration->m_model_name;
+  const auto [place, is_new] = m_models.try_emplace({accession, name}, nullptr);
+  if (is_new) place->second = FindInstrumentModel(accession, name);
+  return place->second;
+}
+
+std::string ShownModel(const InstrumentConfiguration& configuration) {
+  if (!configuration.m_model_name.empty()) return configuration.m_model_name;
+  const InstrumentModel* const model = FindInstrumentModel(configuration.m_model_accession, {});
+  return model == nullptr ? std::string() : std::string(model->m_name);
+}
+
+}  // namespace tarvek::extractor
