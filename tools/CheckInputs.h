@@ -18,6 +18,10 @@ namespace tarvek::tools {
 struct CheckOptions {
   RunSettings m_settings;
   std::string m_ipv_file = kDefaultIpvFile;
+  /// What was said of the run, by the keys of a parameter file: outputs that are there were made with
+  /// these settings, or a finding says so.
+  ParameterTable m_planned;
+  std::string m_outputpath;  // empty: beside each input, or not known
 };
 
 /// An .ms1 file with the .ms2 file beside it, which a run takes by its name in lower case. A
@@ -35,8 +39,9 @@ void CheckXmlInput(CheckReport& report, const std::string& path, const CheckOpti
 void CheckMgfInput(CheckReport& report, const std::string& path);
 
 /// The isotope table that a run would take: ipv_file, or the installed one when ipv_file has its
-/// default value and is not there.
-void CheckIsotopeTable(CheckReport& report, const std::string& ipv_file);
+/// default value and is not there. The mass in Da up to which its rows have values; that of a whole
+/// table when it cannot be read.
+std::int64_t CheckIsotopeTable(CheckReport& report, const std::string& ipv_file);
 
 // What the inputs share:
 
