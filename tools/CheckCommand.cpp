@@ -88,7 +88,9 @@ void AddCheckCommand(CLI::App& app) {
   CheckOptions& options = arguments->m_options;
   CLI::App* check = app.add_subcommand(
       "check", "Look at inputs before a run, or at outputs after it; status 1 with a defect");
-  check->add_option("PATH", arguments->m_paths, "Files, directories, or base names of runs")
+  check
+      ->add_option("PATH", arguments->m_paths,
+                   "Files, directories, base names of runs, or parameter files")
       ->required();
   check
       ->add_option("-W,--isolation-width", options.m_settings.m_isolation_width,

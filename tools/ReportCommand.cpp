@@ -156,8 +156,10 @@ void AddReportCommand(CLI::App& app) {
                    "Folder of the .ms2 or .mscsv files, if another one")
       ->check(CLI::ExistingDirectory);
   report
-      ->add_option("-W,--isolation-width", options->m_isolation_width,
-                   "Width of the isolation window in m/z; without it the log tells it, else 2")
+      ->add_option(
+          "-W,--isolation-width", options->m_isolation_width,
+          "Width of the isolation window in m/z; without it the record or the log tells it, "
+          "else 2")
       ->check(PositiveReal());
   report
       ->add_option("--tol", options->m_settings.m_tol_ppm,
