@@ -42,7 +42,7 @@ void NotePlanned(const CLI::App& check, CheckArguments& arguments) {
   if (is_given("-c"))
     planned["charge_range"] = std::to_string(arguments.m_options.m_settings.m_charge_min) + "t" +
                               std::to_string(arguments.m_options.m_settings.m_charge_max);
-  if (is_given("-I")) planned["ipv_file"] = arguments.m_options.m_ipv_file;
+  arguments.m_options.m_is_table_planned = is_given("-I");
 }
 
 void RunCheck(const CLI::App& check, CheckArguments arguments) {
@@ -59,8 +59,12 @@ bool HasInputs(const CheckTargets& targets) {
 }
 
 void CheckAll(CheckReport& report, const CheckTargets& targets, CheckOptions options) {
-  if (HasInputs(targets))
-    options.m_settings.m_table_end_da = CheckIsotopeTable(report, options.m_ipv_file);
+  if (HasInputs(targets) || options.m_is_table_planned) {
+    const CheckedTable table = CheckIsotopeTable(report, options.m_ipv_file);
+    options.m_settings.m_table_end_da = table.m_end_da;
+    if (options.m_is_table_planned && !table.m_fingerprint.empty())
+      options.m_planned["isotope_table"] = table.m_fingerprint;
+  }
   CheckSameNames(report, targets, options.m_outputpath);
   for (const std::string& path : targets.m_xml_files) CheckXmlInput(report, path, options);
   for (const std::string& path : targets.m_ms1_files) CheckTextInput(report, path, options);

@@ -1,6 +1,7 @@
 #include "CheckInputs.h"
 
 #include <algorithm>
+#include <bit>
 #include <filesystem>
 #include <iterator>
 #include <string_view>
@@ -73,7 +74,7 @@ FragmentFacts FactsOf(const MS2Spectrum& scan) {
   return facts;
 }
 
-std::int64_t CheckIsotopeTable(CheckReport& report, const std::string& ipv_file) {
+CheckedTable CheckIsotopeTable(CheckReport& report, const std::string& ipv_file) {
   constexpr const char* kAdvice =
       "Name a table with -I, or write one with tarvek-tools ipv IPV.txt.";
   std::string path = ipv_file;
@@ -89,13 +90,27 @@ std::int64_t CheckIsotopeTable(CheckReport& report, const std::string& ipv_file)
                     "masses.",
                     kAdvice);
     const auto last = std::ranges::find_if_not(table.rbegin(), table.rend(), IsEmptyRow);
-    return std::distance(last, table.rend());
+    return {std::distance(last, table.rend()), FingerprintOf(table)};
   } catch (const std::string& message) {
     report.Defect("isotope-table", path,
                   "The isotope table cannot be read, and without one no run starts: " + message,
                   kAdvice);
   }
-  return kIsotopeTableRows;
+  return {};
+}
+
+std::string FingerprintOf(const IsotopeTable& table) {
+  std::uint64_t hash = 0xcbf29ce484222325U;
+  const auto add = [&hash](double value) {
+    const auto bits = std::bit_cast<std::uint64_t>(value);
+    for (unsigned shift = 0; shift < 64; shift += 8)
+      hash = (hash ^ ((bits >> shift) & 0xFFU)) * 0x100000001b3U;
+  };
+  for (const IsotopeRow& row : table) std::ranges::for_each(row, add);
+  std::string digits;
+  for (unsigned shift = 64; shift > 0; shift -= 4)
+    digits += "0123456789abcdef"[(hash >> (shift - 4)) & 0xFU];
+  return digits;
 }
 
 }  // namespace tarvek::tools

@@ -84,17 +84,23 @@ class MgfLooker {
     m_block.m_hash = m_block.m_hash * 31 + std::hash<std::string_view>()(line);
   }
 
-  // A run takes the second field, or reads a whole title from its end.
+  // A run reads the scan number of a title that ends as ours do from the right, and takes the second
+  // field of any other.
   void TakeTitle(std::string_view text, std::int64_t number) {
     const auto title = ParseMgfTitle(text);
     const auto second = ScanInteger(TokenAt(text, '.', 1));
     if (title && m_look.m_run.empty()) m_look.m_run = title->m_run;
-    if (title && title->m_is_whole)
+    if (title && EndsLikeOurs(text, title->m_scan_no))
       m_block.m_scan_no = title->m_scan_no;
     else if (second.m_status == NumberStatus::kOk)
       m_block.m_scan_no = second.m_value;
     else
       m_look.m_bad_titles.Add(number);
+  }
+
+  static bool EndsLikeOurs(std::string_view text, std::int32_t scan_no) {
+    const std::string field = "." + std::to_string(scan_no);
+    return text.ends_with(".dta") && text.find(field + field + ".") != std::string_view::npos;
   }
 
   void End(std::int64_t number) {

@@ -343,9 +343,8 @@ void CheckOutputs(CheckReport& report, const RunOutputs& outputs, const Paramete
 
 bool IsSameSetting(const std::string& key, const std::string& first, const std::string& second) {
   if (first == second) return true;
-  if (key == "ipv_file") return FileNameOf(first) == FileNameOf(second);
-  // A range of charges begins with a number too.
-  if (key == "charge_range") return false;
+  // These begin with a number too.
+  if (key == "charge_range" || key == "isotope_table") return false;
   const auto a = ScanReal(first);
   const auto b = ScanReal(second);
   return a.m_status == NumberStatus::kOk && b.m_status == NumberStatus::kOk &&

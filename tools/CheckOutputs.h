@@ -33,7 +33,7 @@ struct RunOutputs {
 void CheckOutputs(CheckReport& report, const RunOutputs& outputs,
                   const ParameterTable& planned = {});
 
-/// Whether two texts of one setting say the same: numbers as numbers, files by their names.
+/// Whether two texts of one setting say the same: numbers as numbers.
 bool IsSameSetting(const std::string& key, const std::string& first, const std::string& second);
 
 }  // namespace tarvek::tools

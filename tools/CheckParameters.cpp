@@ -33,8 +33,9 @@ constexpr std::array<std::string_view, 3> kPositiveKeys = {"isolation_width", "m
                                                            "recalibrate_window"};
 
 // Settings that do not shape what is in the outputs.
-constexpr std::array<std::string_view, 6> kNoOutputSettings = {
-    "rewrite_files", "delete_msn", "logfilepath", "outputpath", "input_format", kDataNumber};
+constexpr std::array<std::string_view, 7> kNoOutputSettings = {
+    "rewrite_files", "delete_msn", "logfilepath", "outputpath",
+    "input_format",  "ipv_file",   kDataNumber};
 
 template <class Values, class Value>
 bool Contains(const Values& values, const Value& value) {
@@ -217,6 +218,7 @@ class ParameterCheck {
     options.m_settings.m_charge_max = m_parameters.m_charge_max;
     options.m_ipv_file = m_parameters.m_ipv_file;
     options.m_outputpath = m_parameters.m_outputpath;
+    options.m_is_table_planned = true;
     options.m_planned = ToParameterTable(m_parameters);
     options.m_planned["charge_range"] =
         std::to_string(m_parameters.m_charge_min) + "t" + std::to_string(m_parameters.m_charge_max);
