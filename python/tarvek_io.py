@@ -1,7 +1,8 @@
-"""Reads what tarvek writes: PF1/PF2 with their indexes, the precursor table and MGF.
+"""Reads what tarvek writes: PF1/PF2 with their indexes, the precursor table, MGF and the record of a run.
 
 One file on numpy; copy it beside a script or put its directory on PYTHONPATH. Formats:
-docs/formats/pf.md, docs/formats/precursor-csv.md and docs/formats/mgf.md of tarvek.
+docs/formats/pf.md, docs/formats/precursor-csv.md, docs/formats/mgf.md and docs/formats/run-record.md
+of tarvek.
 
     import tarvek_io
 
@@ -15,6 +16,9 @@ docs/formats/pf.md, docs/formats/precursor-csv.md and docs/formats/mgf.md of tar
 
     for spectrum in tarvek_io.read_mgf("run_HCDFT.mgf"):
         print(spectrum.scan_no, spectrum.pepmass, spectrum.charge, spectrum.mz.size)
+
+    record = tarvek_io.read_record("run.tarvek")
+    print(record.settings["isolation_width"], record.counts["ms2_exported"], record.left_out)
 
 Units: m/z in Th, retention times in seconds (tarvek passes on what its input said, which is seconds
 in the formats that it reads), intensities in the arbitrary units of the instrument. The charge of a
@@ -34,7 +38,7 @@ from dataclasses import dataclass, field
 import numpy as np
 
 __all__ = ["FormatError", "SurveyScan", "FragmentScan", "PfFile", "PrecursorTable",
-           "read_precursors", "MgfSpectrum", "read_mgf", "scan_of_title"]
+           "read_precursors", "MgfSpectrum", "read_mgf", "scan_of_title", "RunRecord", "read_record"]
 
 _INT32 = np.dtype("<i4")
 _REAL = np.dtype("<f8")
@@ -423,3 +427,41 @@ def read_mgf(path):
             raise FormatError(path, f"line {number}: {error}") from None
         except (EOFError, zlib.error, gzip.BadGzipFile) as error:
             raise FormatError(path, f"damaged behind line {number}: {error}") from None
+
+
+@dataclass(frozen=True)
+class RunRecord:
+    """What a run says of itself.
+
+    settings: {key: text}, the keys those of a parameter file. counts: {name: int} of surveys, ms2_read,
+    ms2_exported and precursors. left_out: {reason: int}, MS2 scans. Each may be empty; a key that is not
+    there was not recorded, so use counts.get("ms2_read").
+    """
+    settings: dict
+    counts: dict
+    left_out: dict
+
+
+_COUNT = re.compile(r"[0-9]{1,19}\Z")
+
+
+def read_record(path):
+    """The record of a run, BASE.tarvek or the marker BASE.morvex of an extraction, as a RunRecord.
+
+    Lines without two tabs and entries of other kinds are passed over; of a key that repeats the last
+    counts; an empty file gives three empty dicts. OSError without a file, as for runs of an older tarvek;
+    FormatError, with the line, for a count that is no number of at most 63 bits."""
+    record = RunRecord({}, {}, {})
+    kinds = {"setting": record.settings, "count": record.counts, "left_out": record.left_out}
+    with open(path, encoding="utf-8", errors="surrogateescape", newline="\n") as lines:
+        for number, line in enumerate(lines, 1):
+            kind, _, entry = line.rstrip("\r\n").partition("\t")
+            key, tab, value = entry.partition("\t")
+            if not tab or kind not in kinds:
+                continue
+            if kind != "setting":
+                if not _COUNT.match(value) or int(value) >= 1 << 63:
+                    raise FormatError(path, f"line {number}: '{value}' is no count")
+                value = int(value)
+            kinds[kind][key] = value
+    return record

@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdlib>
+#include <limits>
 #include <utility>
 
+#include "DeclaredWidth.h"
+#include "FeaturesExtractor.h"
 #include "Ms2Loop.h"
 #include "NumberText.h"
 #include "PeakPicker.h"
@@ -24,9 +28,7 @@ constexpr double kNotableShare = 0.05;
 // From this share on, ions outside the charge range are what the run is about.
 constexpr double kMostCharges = 0.5;
 
-// Differences of widths in m/z: below the first they are as good as equal, from the second on
-// precursors are lost.
-constexpr double kSameWidth = 0.1;
+// From this difference of widths on, in m/z, precursors are lost.
 constexpr double kMuchWider = 0.5;
 
 bool IsNotable(std::int64_t part, std::int64_t whole) {
@@ -37,9 +39,9 @@ std::string UnknownWord(const std::string& kind, const std::string& word) {
   return word.empty() ? "no " + kind + " word" : kind + " word '" + word + "' is not known";
 }
 
-std::string WidthText(double width_mz) {
+std::string MzText(double mz) {
   std::string text;
-  AppendFixed(text, width_mz, 2);
+  AppendFixed(text, mz, 2);
   while (text.ends_with('0')) text.pop_back();
   if (text.ends_with('.')) text.pop_back();
   return text;
@@ -104,6 +106,7 @@ void CheckAccount::TakeFragment(const FragmentFacts& fragment, std::span<const P
   if (!m_survey_numbers.contains(fragment.m_precursor_scan))
     m_without_parent.Add(fragment.m_scan_no);
   if (std::fabs(fragment.m_centre_mz) < kZeroTolerance) m_without_centre.Add(fragment.m_scan_no);
+  m_highest_centre_mz = std::max(m_highest_centre_mz, fragment.m_centre_mz);
   TakeCharge(fragment);
   if (fragment.m_isolation_mz) ++m_widths[std::llround(*fragment.m_isolation_mz * 100.0)];
 }
@@ -231,8 +234,6 @@ void CheckAccount::ReportCharges(CheckReport& report, const RunSettings& setting
   }
   if (outside == 0) return;
   const bool is_most = static_cast<double>(outside) > kMostCharges * static_cast<double>(declared);
-  const std::string lowest = std::to_string(m_charges.begin()->first);
-  const std::string highest = std::to_string(std::max(m_charges.rbegin()->first, 2));
   report.Add({is_most ? Severity::kWarning : Severity::kNote,
               "charge-range",
               m_path,
@@ -241,9 +242,50 @@ void CheckAccount::ReportCharges(CheckReport& report, const RunSettings& setting
                   std::to_string(settings.m_charge_min) + " to " +
                   std::to_string(settings.m_charge_max) + " that would be tried" +
                   (is_negative ? ", since these ions are negative." : "."),
-              "Run tarvek with -c " +
-                  (is_negative ? "-" + highest + "t-" + lowest : lowest + "t" + highest) +
-                  (is_most ? "." : " if these ions matter to you.")});
+              ChargeAdvice(m_charges.begin()->first, std::max(m_charges.rbegin()->first, 2),
+                           is_negative, settings) +
+                  (is_most ? "." : ", if these ions matter to you.")});
+}
+
+// Candidates lie up to the edge of the window.
+double CheckAccount::HighestCandidateMz(const RunSettings& settings) const {
+  double width_mz = settings.m_isolation_width;
+  if (!m_widths.empty())
+    width_mz = std::max(width_mz, static_cast<double>(m_widths.rbegin()->first) / 100.0);
+  return m_highest_centre_mz + width_mz * 0.5 + kEdgeAllowanceMz;
+}
+
+// tarvek stops at a candidate whose mass has no row in the isotope table.
+std::string CheckAccount::ChargeAdvice(std::int32_t lowest, std::int32_t highest, bool is_negative,
+                                       const RunSettings& settings) const {
+  const double mz = HighestCandidateMz(settings);
+  const std::int32_t largest = LargestCharge(mz, settings.m_table_end_da);
+  const std::string end =
+      "the isotope table, which ends at " + std::to_string(settings.m_table_end_da) + " Da";
+  if (largest < 1) return "Leave them: ions of m/z " + MzText(mz) + " lie beyond " + end;
+  const std::string from = std::to_string(std::min(lowest, largest));
+  const std::string to = std::to_string(std::min(highest, largest));
+  std::string text =
+      "Run tarvek with -c " + (is_negative ? "-" + to + "t-" + from : from + "t" + to);
+  if (highest > largest)
+    text += ", since higher charges at m/z " + MzText(mz) + " reach masses beyond " + end;
+  return text;
+}
+
+void CheckAccount::ReportMasses(CheckReport& report, const RunSettings& settings) const {
+  const bool is_negative = settings.m_charge_max < 0;
+  const std::int32_t highest =
+      std::max(std::abs(settings.m_charge_min), std::abs(settings.m_charge_max));
+  const double mz = HighestCandidateMz(settings);
+  // Rows of zeros stop no run.
+  if (m_fragments == 0 || highest <= LargestCharge(mz, kIsotopeTableRows)) return;
+  const std::int32_t lowest =
+      std::min(std::abs(settings.m_charge_min), std::abs(settings.m_charge_max));
+  report.Warning("mass-limit", m_path,
+                 "Charge " + std::to_string(highest) + " at m/z " + MzText(mz) +
+                     " reaches masses for which the isotope table has no rows, and a run stops at "
+                     "such a candidate.",
+                 ChargeAdvice(lowest, highest, is_negative, settings) + ".");
 }
 
 void CheckAccount::ReportWidths(CheckReport& report, double setting) const {
@@ -252,11 +294,11 @@ void CheckAccount::ReportWidths(CheckReport& report, double setting) const {
       m_widths, {}, [](const auto& width_and_count) { return width_and_count.second; });
   const double declared = static_cast<double>(commonest->first) / 100.0;
   const double difference = declared - setting;
-  if (std::fabs(difference) < kSameWidth) return;
+  if (!IsOtherWidth(declared, setting)) return;
   const std::string meaning = ShareText(commonest->second, m_fragments, "MS2 scans") +
-                              " were isolated with a width of " + WidthText(declared) +
-                              " and isolation_width is " + WidthText(setting);
-  const std::string option = "-W " + WidthText(declared);
+                              " were isolated with a width of " + MzText(declared) +
+                              " and isolation_width is " + MzText(setting);
+  const std::string option = "-W " + MzText(declared);
   if (difference >= kMuchWider)
     report.Warning("isolation-width", m_path,
                    meaning + ", so that precursors near the edges of the window are missed.",
@@ -282,7 +324,16 @@ void CheckAccount::Report(CheckReport& report, const RunSettings& settings) cons
   ReportFragments(report);
   ReportPrecursors(report);
   ReportCharges(report, settings);
+  ReportMasses(report, settings);
   ReportWidths(report, settings.m_isolation_width);
+}
+
+std::int32_t LargestCharge(double mz, std::int64_t end_da) {
+  std::int32_t charge = 0;
+  // Each charge adds the m/z less a proton; below that there is no end to find.
+  if (!(mz > 2.0 * kProtonMass)) return std::numeric_limits<std::int32_t>::max();
+  while (ProtonatedMassDa({mz, charge + 1}) < static_cast<double>(end_da)) ++charge;
+  return charge;
 }
 
 void CheckRunName(CheckReport& report, const std::string& path, const std::string& run_name) {

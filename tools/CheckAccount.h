@@ -14,6 +14,7 @@
 #include <unordered_set>
 
 #include "CheckFindings.h"
+#include "IsotopeTable.h"
 #include "SpectrumRecords.h"
 #include "UserParameters.h"
 
@@ -36,7 +37,13 @@ struct RunSettings {
   double m_isolation_width = UserParameters().m_isolation_width;
   std::int32_t m_charge_min = UserParameters().m_charge_min;
   std::int32_t m_charge_max = UserParameters().m_charge_max;
+  /// Singly protonated masses below it, in Da, have a row with values in the isotope table.
+  std::int64_t m_table_end_da = kIsotopeTableRows;
 };
+
+/// The largest charge whose candidates up to mz have singly protonated masses below end_da; 0 when
+/// not even charge 1 has.
+std::int32_t LargestCharge(double mz, std::int64_t end_da);
 
 /// What an account must know of the format.
 struct AccountRules {
@@ -85,7 +92,11 @@ class CheckAccount {
   void ReportPrecursors(CheckReport& report) const;
   void ReportProfiles(CheckReport& report) const;
   void ReportCharges(CheckReport& report, const RunSettings& settings) const;
+  void ReportMasses(CheckReport& report, const RunSettings& settings) const;
   void ReportWidths(CheckReport& report, double setting) const;
+  [[nodiscard]] double HighestCandidateMz(const RunSettings& settings) const;
+  [[nodiscard]] std::string ChargeAdvice(std::int32_t lowest, std::int32_t highest,
+                                         bool is_negative, const RunSettings& settings) const;
   [[nodiscard]] static FindingPlace First(const Marked& marked);
 
   std::string m_path;
@@ -105,6 +116,7 @@ class CheckAccount {
   Marked m_disordered;
   std::map<std::int32_t, std::int64_t> m_charges;
   std::map<std::int64_t, std::int64_t> m_widths;  // full width in hundredths of m/z
+  double m_highest_centre_mz = 0.0;
   std::int32_t m_last_survey = -1;
   std::int32_t m_last_fragment = -1;
   std::optional<bool> m_is_negative;

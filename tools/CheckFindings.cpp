@@ -24,8 +24,10 @@ std::string ItemText(const CheckedItem& item) {
   }
   text += "\n";
   for (const auto& [reason, left_out] : item.m_left_out)
-    text += "  left out: " + std::to_string(left_out.m_count) + ", " + reason + " (first: scan " +
-            std::to_string(left_out.m_first_scan) + ")\n";
+    text += "  left out: " + std::to_string(left_out.m_count) + ", " + reason +
+            (left_out.m_first_scan == 0
+                 ? "\n"
+                 : " (first: scan " + std::to_string(left_out.m_first_scan) + ")\n");
   return text;
 }
 

@@ -39,7 +39,7 @@ struct Finding {
 /// Scans that a run would not use, for one reason.
 struct LeftOut {
   std::int64_t m_count = 0;
-  std::int64_t m_first_scan = 0;
+  std::int64_t m_first_scan = 0;  // 0: not known
 };
 using LeftOutScans = std::map<std::string, LeftOut>;  // by reason
 

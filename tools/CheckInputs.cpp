@@ -1,59 +1,23 @@
 #include "CheckInputs.h"
 
 #include <algorithm>
+#include <bit>
 #include <filesystem>
+#include <iterator>
 #include <string_view>
 #include <system_error>
 
 #include "CheckAccount.h"
 #include "FileUtils.h"
 #include "IsotopeTable.h"
-#include "MgfReader.h"
-#include "MgfTitle.h"
 #include "QuietLibrary.h"
 #include "RunDriver.h"
-#include "TableReader.h"
 
 namespace tarvek::tools {
 namespace {
 
 bool IsEmptyRow(const IsotopeRow& row) {
   return std::ranges::all_of(row, [](double value) { return value == 0.0; });
-}
-
-/// Reads the whole file as a run would, so that whatever ends the run is found.
-std::int64_t CountMgfScans(const std::string& path) {
-  const QuietLibrary quiet;
-  MgfReader reader(path, "r");
-  std::int64_t count = 0;
-  for (MS2Spectrum scan; reader.ReadNext(scan);) ++count;
-  return count;
-}
-
-/// What the lines of an MGF input say, whose defects are for its reader to find.
-struct MgfLook {
-  std::int64_t m_blocks = 0;
-  std::string m_run;  // of the first title
-  bool m_ends_inside = false;
-};
-
-MgfLook LookAtMgf(const std::string& path) {
-  constexpr std::string_view kTitle = "TITLE=";
-  MgfLook look;
-  TextLines lines(path);
-  for (std::string line; lines.Next(line);) {
-    if (line.starts_with("END IONS")) {
-      ++look.m_blocks;
-      look.m_ends_inside = false;
-    } else if (line.starts_with("BEGIN IONS")) {
-      look.m_ends_inside = true;
-    } else if (line.starts_with(kTitle)) {
-      look.m_ends_inside = true;
-      const auto title = ParseMgfTitle(std::string_view(line).substr(kTitle.size()));
-      if (title && look.m_run.empty()) look.m_run = title->m_run;
-    }
-  }
-  return look;
 }
 
 /// The finding for a file that its reader gave up. Messages of the readers begin with the path that
@@ -110,28 +74,7 @@ FragmentFacts FactsOf(const MS2Spectrum& scan) {
   return facts;
 }
 
-void CheckMgfInput(CheckReport& report, const std::string& path) {
-  ReadOrReport(report, path, "Write titles of the form run.scan.scan.charge.dta.", [&] {
-    const MgfLook look = LookAtMgf(path);
-    report.AddItem({path, "MGF input", {{"blocks", "blocks", look.m_blocks}}, {}});
-    report.Warning("mgf-input", path,
-                   "MGF holds no MS1 scans, so that a run only writes it again as PF2.",
-                   "Start from the mzML or raw file to have precursors determined.");
-    if (look.m_ends_inside)
-      report.Warning("cut-off", path, "It ends inside a block, as if the file were cut off.",
-                     "Copy it again if it should be longer.");
-    if (look.m_run.find('.') != std::string::npos)
-      report.Warning("dotted-name", path,
-                     "The run name '" + look.m_run +
-                         "' in its titles has dots, which move the scan number out of the second "
-                         "field.",
-                     "Write the titles with underscores in place of the dots of the run name.");
-    if (CountMgfScans(path) == 0)
-      report.Defect("no-ms2", path, "It holds no scan with peaks.", "Use another file.");
-  });
-}
-
-void CheckIsotopeTable(CheckReport& report, const std::string& ipv_file) {
+CheckedTable CheckIsotopeTable(CheckReport& report, const std::string& ipv_file) {
   constexpr const char* kAdvice =
       "Name a table with -I, or write one with tarvek-tools ipv IPV.txt.";
   std::string path = ipv_file;
@@ -146,11 +89,28 @@ void CheckIsotopeTable(CheckReport& report, const std::string& ipv_file) {
                     "The isotope table has rows of zeros, so that nothing is determined for their "
                     "masses.",
                     kAdvice);
+    const auto last = std::ranges::find_if_not(table.rbegin(), table.rend(), IsEmptyRow);
+    return {std::distance(last, table.rend()), FingerprintOf(table)};
   } catch (const std::string& message) {
     report.Defect("isotope-table", path,
                   "The isotope table cannot be read, and without one no run starts: " + message,
                   kAdvice);
   }
+  return {};
+}
+
+std::string FingerprintOf(const IsotopeTable& table) {
+  std::uint64_t hash = 0xcbf29ce484222325U;
+  const auto add = [&hash](double value) {
+    const auto bits = std::bit_cast<std::uint64_t>(value);
+    for (unsigned shift = 0; shift < 64; shift += 8)
+      hash = (hash ^ ((bits >> shift) & 0xFFU)) * 0x100000001b3U;
+  };
+  for (const IsotopeRow& row : table) std::ranges::for_each(row, add);
+  std::string digits;
+  for (unsigned shift = 64; shift > 0; shift -= 4)
+    digits += "0123456789abcdef"[(hash >> (shift - 4)) & 0xFU];
+  return digits;
 }
 
 }  // namespace tarvek::tools

@@ -9,6 +9,7 @@
 
 #include "CheckAccount.h"
 #include "CheckFindings.h"
+#include "IsotopeTable.h"
 #include "SpectrumRecords.h"
 #include "UserParameters.h"
 
@@ -18,6 +19,11 @@ namespace tarvek::tools {
 struct CheckOptions {
   RunSettings m_settings;
   std::string m_ipv_file = kDefaultIpvFile;
+  /// What was said of the run, by the keys of a parameter file: outputs that are there were made with
+  /// these settings, or a finding says so.
+  ParameterTable m_planned;
+  bool m_is_table_planned = false;  // so is the isotope table
+  std::string m_outputpath;         // empty: beside each input, or not known
 };
 
 /// An .ms1 file with the .ms2 file beside it, which a run takes by its name in lower case. A
@@ -34,9 +40,19 @@ void CheckXmlInput(CheckReport& report, const std::string& path, const CheckOpti
 /// An .mgf file that is no output of a run.
 void CheckMgfInput(CheckReport& report, const std::string& path);
 
+/// What is known of the isotope table of a run.
+struct CheckedTable {
+  std::int64_t m_end_da = kIsotopeTableRows;  // up to there its rows have values
+  std::string m_fingerprint;                  // as a record has it; empty when it cannot be read
+};
+
 /// The isotope table that a run would take: ipv_file, or the installed one when ipv_file has its
-/// default value and is not there.
-void CheckIsotopeTable(CheckReport& report, const std::string& ipv_file);
+/// default value and is not there. One that cannot be read is a finding.
+CheckedTable CheckIsotopeTable(CheckReport& report, const std::string& ipv_file);
+
+/// 16 hexadecimal digits that tell tables with other numbers apart: FNV-1a over the values, the bytes
+/// of each the lowest first.
+std::string FingerprintOf(const IsotopeTable& table);
 
 // What the inputs share:
 

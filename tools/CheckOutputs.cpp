@@ -9,6 +9,8 @@
 #include "CheckPf.h"
 #include "CheckTable.h"
 #include "FileUtils.h"
+#include "NumberText.h"
+#include "RunOutcome.h"
 
 namespace tarvek::tools {
 namespace {
@@ -18,14 +20,21 @@ constexpr const char* kRunAgain = "Run tarvek again with -r 1 into an empty dire
 // Six decimals stand in the table and in the MGF file.
 constexpr double kRounding = 1.1e-6;
 
+// Settings are recorded with six decimals.
+constexpr double kSettingRounding = 1e-6;
+
+// From this share of the MS2 scans on, a loss is more than a few odd scans.
+constexpr double kNotableShare = 0.05;
+constexpr std::size_t kReasonsNamed = 3;
+
 std::string Dashed(const std::string& words, const char* ending) {
   return words.empty() ? std::string(ending) : "_" + words + ending;
 }
 
 class OutputsCheck {
  public:
-  OutputsCheck(CheckReport& report, const RunOutputs& outputs)
-      : m_report(&report), m_outputs(&outputs) {}
+  OutputsCheck(CheckReport& report, const RunOutputs& outputs, const ParameterTable& planned)
+      : m_report(&report), m_outputs(&outputs), m_planned(&planned) {}
 
   void Check() {
     CheckFinished();
@@ -35,7 +44,9 @@ class OutputsCheck {
     for (const std::string& words : m_outputs->m_pf2) CheckPf2(words);
     for (const std::string& words : m_outputs->m_mgf) CheckMgfFile(words);
     if (!m_outputs->m_mgf.empty()) CheckRunName(*m_report, m_outputs->Path(""), m_outputs->m_base);
+    ReadRecord();
     CheckSets();
+    if (m_record) CheckRecord();
     AddItem();
   }
 
@@ -57,11 +68,16 @@ class OutputsCheck {
       m_report->Defect("unfinished", m_outputs->Path(".csv_unfinished"),
                        "The run was stopped before its end, or is still going on.",
                        "Run tarvek again: it processes this input from the start.");
+    if (m_outputs->m_has_unfinished_record)
+      m_report->Defect("unfinished", m_outputs->Path(".tarvek_unfinished"),
+                       "It was left by a run that was stopped, or that is still going on.",
+                       "Run tarvek again, or delete the file.");
     const bool is_of_mgf = m_outputs->m_pf2 == std::set<std::string>{""} &&
                            m_outputs->m_mgf.empty() && !m_outputs->m_has_pf1;
     if (m_outputs->m_has_table || m_outputs->m_has_unfinished || is_of_mgf) return;
     // MGF files are what users carry elsewhere; the others only lie where a run put them.
-    const bool is_mgf_alone = m_outputs->m_pf2.empty() && !m_outputs->m_has_pf1;
+    const bool is_mgf_alone =
+        !m_outputs->m_mgf.empty() && m_outputs->m_pf2.empty() && !m_outputs->m_has_pf1;
     m_report->Add({is_mgf_alone ? Severity::kWarning : Severity::kDefect,
                    "no-table",
                    m_outputs->Path(".csv"),
@@ -182,10 +198,86 @@ class OutputsCheck {
     m_report->Defect("disagree", path, meaning, kRunAgain, {scan_no, std::nullopt});
   }
 
+  void ReadRecord() {
+    if (!m_outputs->m_has_record) return;
+    const std::string path = m_outputs->Path(std::string(kRunRecordEnding));
+    try {
+      m_record = ReadRunRecord(path);
+    } catch (const std::string& message) {
+      const std::string start = path + ": ";
+      m_report->Defect("record", path,
+                       "The record of the run cannot be read: " +
+                           (message.starts_with(start) ? message.substr(start.size()) : message) +
+                           ".",
+                       kRunAgain);
+    }
+  }
+
+  // An unfinished run may lie beside the record of an earlier one.
+  void CheckRecord() {
+    CompareSettings();
+    if (m_outputs->m_has_unfinished && !m_outputs->m_has_table) return;
+    if (m_table && m_table->m_is_whole) CompareCounts();
+    ReportLosses();
+  }
+
+  void CompareSettings() {
+    for (const auto& [key, planned] : *m_planned) {
+      const auto recorded = m_record->m_settings.find(key);
+      if (recorded == m_record->m_settings.end() || IsSameSetting(key, recorded->second, planned))
+        continue;
+      m_report->Warning("other-settings", m_outputs->Path(""),
+                        "It was made with " + key + " = " + recorded->second +
+                            ", and the planned run has " + planned + ".",
+                        "Run tarvek with -r 1, or into another directory: without it a finished "
+                        "run is skipped.");
+    }
+  }
+
+  void CompareCounts() {
+    std::int64_t precursors = 0;
+    for (const auto& [words, rows] : m_table->m_scans)
+      for (const ExportedScan& row : rows)
+        precursors += static_cast<std::int64_t>(row.m_precursors.size());
+    CompareCount(kCountMs2Exported, m_table->m_rows, "rows");
+    CompareCount(kCountPrecursors, precursors, "precursors");
+  }
+
+  void CompareCount(std::string_view key, std::int64_t in_table, const std::string& things) {
+    const auto recorded = m_record->Count(key);
+    if (!recorded || *recorded == in_table) return;
+    m_report->Defect("record-disagrees", m_outputs->Path(std::string(kRunRecordEnding)),
+                     "The run counted " + std::to_string(*recorded) + " as " + std::string(key) +
+                         ", and the table holds " + std::to_string(in_table) + " " + things + ".",
+                     kRunAgain);
+  }
+
+  void ReportLosses() {
+    const std::string path = m_outputs->Path(std::string(kRunRecordEnding));
+    const std::int64_t read = m_record->Count(kCountMs2Read).value_or(0);
+    const std::int64_t left_out = CountLeftOutScans(*m_record);
+    if (ExportedNothing(*m_record))
+      m_report->Defect(
+          "nothing-exported", path,
+          "The run read " + std::to_string(read) + " MS2 scans and exported none" +
+              Because(ReasonsText(*m_record, 1)),
+          "Check the input: tarvek-tools check says which scans are left out and why.");
+    else if (static_cast<double>(left_out) > kNotableShare * static_cast<double>(read))
+      m_report->Warning("ms2-left-out", path,
+                        ShareText(left_out, read, "MS2 scans") + " were left out" +
+                            Because(ReasonsText(*m_record, kReasonsNamed)),
+                        "Check the input if these scans should have been used.");
+  }
+
+  static std::string Because(const std::string& reasons) {
+    return reasons.empty() ? "." : ": " + reasons + ".";
+  }
+
   // Each kind of file is there for all pairs of words of the table or, switched off, for none.
   void CheckSets() {
     if (!m_table || !m_table->m_is_whole) return;
-    if (m_table->m_rows == 0)
+    const bool is_told_by_record = m_record && ExportedNothing(*m_record);
+    if (m_table->m_rows == 0 && !is_told_by_record)
       m_report->Warning("empty-run", m_outputs->Path(".csv"), "The run exported no scan.",
                         "Check the input: tarvek-tools check says which scans are left out and "
                         "why.");
@@ -219,11 +311,21 @@ class OutputsCheck {
     if (m_table) item.m_facts.push_back({"exported_scans", "exported MS2 scans", m_table->m_rows});
     if (m_blocks > 0) item.m_facts.push_back({"mgf_blocks", "MGF blocks", m_blocks});
     if (m_outputs->m_has_pf1) item.m_facts.push_back({"pf1_surveys", "surveys in PF1", m_surveys});
+    if (m_record) AddRecorded(item);
     m_report->AddItem(std::move(item));
+  }
+
+  void AddRecorded(CheckedItem& item) const {
+    if (const auto read = m_record->Count(kCountMs2Read))
+      item.m_facts.push_back({"ms2_read", "MS2 scans read", *read});
+    for (const auto& [reason, scans] : m_record->m_left_out)
+      item.m_left_out[reason].m_count = scans;
   }
 
   CheckReport* m_report;
   const RunOutputs* m_outputs;
+  const ParameterTable* m_planned;
+  std::optional<RunRecord> m_record;
   std::optional<TableContent> m_table;
   std::int64_t m_blocks = 0;
   std::int64_t m_surveys = 0;
@@ -231,16 +333,22 @@ class OutputsCheck {
 
 }  // namespace
 
-bool RunOutputs::IsEmpty() const {
-  return !m_has_table && !m_has_unfinished && !m_has_pf1 && m_pf2.empty() && m_mgf.empty();
-}
-
 std::string RunOutputs::Path(const std::string& ending) const {
   return JoinPath({m_directory, m_base + ending});
 }
 
-void CheckOutputs(CheckReport& report, const RunOutputs& outputs) {
-  OutputsCheck(report, outputs).Check();
+void CheckOutputs(CheckReport& report, const RunOutputs& outputs, const ParameterTable& planned) {
+  OutputsCheck(report, outputs, planned).Check();
+}
+
+bool IsSameSetting(const std::string& key, const std::string& first, const std::string& second) {
+  if (first == second) return true;
+  // These begin with a number too.
+  if (key == "charge_range" || key == "isotope_table") return false;
+  const auto a = ScanReal(first);
+  const auto b = ScanReal(second);
+  return a.m_status == NumberStatus::kOk && b.m_status == NumberStatus::kOk &&
+         std::fabs(a.m_value - b.m_value) < kSettingRounding;
 }
 
 }  // namespace tarvek::tools

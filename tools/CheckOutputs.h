@@ -10,6 +10,7 @@
 #include <string>
 
 #include "CheckFindings.h"
+#include "UserParameters.h"
 
 namespace tarvek::tools {
 
@@ -19,14 +20,20 @@ struct RunOutputs {
   std::string m_base;             // file names begin with it
   bool m_has_table = false;       // base.csv
   bool m_has_unfinished = false;  // base.csv_unfinished
-  bool m_has_pf1 = false;         // base.pf1 or its index
-  std::set<std::string> m_pf2;    // activation and instrument words of base_WORDS.pf2 or index;
-                                  // "" for base.pf2, which a run on MGF writes
-  std::set<std::string> m_mgf;    // those of base_WORDS.mgf
-  [[nodiscard]] bool IsEmpty() const;
+  bool m_has_record = false;      // base.tarvek
+  bool m_has_unfinished_record = false;
+  bool m_has_pf1 = false;       // base.pf1 or its index
+  std::set<std::string> m_pf2;  // activation and instrument words of base_WORDS.pf2 or index;
+                                // "" for base.pf2, which a run on MGF writes
+  std::set<std::string> m_mgf;  // those of base_WORDS.mgf
   [[nodiscard]] std::string Path(const std::string& ending) const;
 };
 
-void CheckOutputs(CheckReport& report, const RunOutputs& outputs);
+/// planned: settings of a run to come, which are compared with those that the record says.
+void CheckOutputs(CheckReport& report, const RunOutputs& outputs,
+                  const ParameterTable& planned = {});
+
+/// Whether two texts of one setting say the same: numbers as numbers.
+bool IsSameSetting(const std::string& key, const std::string& first, const std::string& second);
 
 }  // namespace tarvek::tools

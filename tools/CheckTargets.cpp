@@ -9,8 +9,10 @@
 #include "CheckTable.h"
 #include "FileUtils.h"
 #include "OutputNames.h"
+#include "ParameterFile.h"
 #include "Platform.h"
 #include "RunDriver.h"
+#include "RunRecord.h"
 #include "StringUtils.h"
 
 namespace tarvek::tools {
@@ -29,6 +31,8 @@ enum class FileKind {
   kPf2,
   kOutputMgf,
   kMarker,
+  kRecord,
+  kUnfinishedRecord,
   kUnfinished
 };
 
@@ -45,7 +49,9 @@ struct Ending {
 };
 
 // The first that fits counts.
-constexpr std::array<Ending, 19> kEndings = {{{".csv_unfinished", FileKind::kUnfinishedTable},
+constexpr std::array<Ending, 21> kEndings = {{{".csv_unfinished", FileKind::kUnfinishedTable},
+                                              {".tarvek_unfinished", FileKind::kUnfinishedRecord},
+                                              {kRunRecordEnding, FileKind::kRecord},
                                               {"_unfinished", FileKind::kUnfinished},
                                               {".ms1", FileKind::kText},
                                               {".ms2", FileKind::kText},
@@ -85,7 +91,8 @@ FileName TakeApart(const std::string& name) {
 
 bool IsOutput(FileKind kind) {
   return kind == FileKind::kTable || kind == FileKind::kUnfinishedTable || kind == FileKind::kPf1 ||
-         kind == FileKind::kPf2 || kind == FileKind::kOutputMgf;
+         kind == FileKind::kPf2 || kind == FileKind::kOutputMgf || kind == FileKind::kRecord ||
+         kind == FileKind::kUnfinishedRecord;
 }
 
 std::string WithoutEnding(const std::string& path) { return path.substr(0, path.rfind('.')); }
@@ -179,6 +186,8 @@ class TargetFinder {
     RunOutputs& outputs = OutputsOf(file.m_base);
     if (file.m_kind == FileKind::kTable) outputs.m_has_table = true;
     if (file.m_kind == FileKind::kUnfinishedTable) outputs.m_has_unfinished = true;
+    if (file.m_kind == FileKind::kRecord) outputs.m_has_record = true;
+    if (file.m_kind == FileKind::kUnfinishedRecord) outputs.m_has_unfinished_record = true;
     if (file.m_kind == FileKind::kPf1) outputs.m_has_pf1 = true;
     if (file.m_kind == FileKind::kPf2) outputs.m_pf2.insert(file.m_words);
     if (file.m_kind == FileKind::kOutputMgf) outputs.m_mgf.insert(file.m_words);
@@ -200,6 +209,7 @@ class TargetFinder {
   }
 
   void TakeVendor(const std::string& path) {
+    m_targets->m_vendor_files.insert(path);
     m_report->Note("vendor-file", path, "What is in it can be told only after its conversion.",
                    "Check the .ms1 and .ms2 files that the run makes of it.");
   }
@@ -247,14 +257,62 @@ void AddTargets(CheckTargets& targets, CheckReport& report, const std::string& p
     return;
   }
   const FileName file = TakeApart(name);
-  if (file.m_kind == FileKind::kOther)
-    report.Defect("unknown-format", path,
-                  "A file of this ending is neither read nor written by tarvek.",
-                  "Name an mzML, mzXML, .ms1, .msb or .mgf file, or an output of a run.");
+  if (IsParameterFile(name))
+    targets.m_parameter_files.insert(path);
+  else if (file.m_kind == FileKind::kOther)
+    report.Defect(
+        "unknown-format", path, "A file of this ending is neither read nor written by tarvek.",
+        "Name an mzML, mzXML, .ms1, .msb or .mgf file, an output of a run, or a parameter "
+        "file.");
   else if (IsOutput(file.m_kind))
     finder.TakeAll(file.m_base, true);
   else
     finder.Take(name, file);
+}
+
+void AddOutputs(CheckTargets& targets, CheckReport& report, const std::string& base_path) {
+  TargetFinder(targets, report, FolderOf(base_path))
+      .TakeAll(std::string(FileNameOf(base_path)), true);
+}
+
+std::vector<NamedInput> NamedInputs(const CheckTargets& targets) {
+  std::vector<NamedInput> inputs;
+  const auto add = [&](const std::string& path, std::string format) {
+    const std::string name(FileNameOf(path));
+    inputs.push_back({TakeApart(name).m_base, path, std::move(format)});
+  };
+  for (const std::string& path : targets.m_xml_files) {
+    const std::string name = ToLower(path);
+    add(path, name.ends_with(".mzxml") || name.ends_with(".mzxml.gz") ? "mzxml" : "mzml");
+  }
+  for (const std::string& path : targets.m_vendor_files)
+    add(path, ToLower(path.substr(path.rfind('.') + 1)));
+  for (const std::string& path : targets.m_ms1_files) add(path, "ms1");
+  return inputs;
+}
+
+void CheckSameNames(CheckReport& report, const CheckTargets& targets,
+                    const std::string& outputpath) {
+  const std::vector<NamedInput> inputs = NamedInputs(targets);
+  for (std::size_t i = 1; i < inputs.size(); ++i) {
+    const NamedInput& second = inputs[i];
+    const auto first = std::find_if(
+        inputs.begin(), inputs.begin() + static_cast<std::ptrdiff_t>(i), [&](const auto& input) {
+          return input.m_base == second.m_base &&
+                 (!outputpath.empty() || input.m_format == second.m_format);
+        });
+    if (first == inputs.begin() + static_cast<std::ptrdiff_t>(i)) continue;
+    const bool is_sure = !outputpath.empty() || FolderOf(first->m_path) == FolderOf(second.m_path);
+    report.Add(
+        {is_sure ? Severity::kWarning : Severity::kNote,
+         "same-name",
+         second.m_path,
+         {},
+         first->m_path + " has the same base name, so that both would write the outputs of '" +
+             second.m_base + "'" + (is_sure ? "." : " if they get one output directory."),
+         is_sure ? "Rename one of them, move it away, or give it an output directory of its own."
+                 : "Give each an output directory of its own."});
+  }
 }
 
 }  // namespace tarvek::tools

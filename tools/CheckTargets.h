@@ -7,6 +7,7 @@
 #include <map>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "CheckFindings.h"
 #include "CheckOutputs.h"
@@ -17,6 +18,8 @@ struct CheckTargets {
   std::set<std::string> m_ms1_files;     // each with its .ms2 file
   std::set<std::string> m_binary_bases;  // paths without .msb, .mscsv
   std::set<std::string> m_xml_files;
+  std::set<std::string> m_vendor_files;
+  std::set<std::string> m_parameter_files;
   std::set<std::string> m_mgf_files;            // that are no outputs
   std::map<std::string, RunOutputs> m_outputs;  // by path of the base
 };
@@ -26,5 +29,22 @@ struct CheckTargets {
 /// run. Files that nothing else looks into, such as leftovers of stopped programs, are reported at
 /// once.
 void AddTargets(CheckTargets& targets, CheckReport& report, const std::string& path);
+
+/// Adds the outputs with this path of their base name, if there are any.
+void AddOutputs(CheckTargets& targets, CheckReport& report, const std::string& base_path);
+
+/// The base names under which the inputs would have their outputs, each with the path of its input
+/// and the format that a run knows it by ("mzml" also of a packed file).
+struct NamedInput {
+  std::string m_base;
+  std::string m_path;
+  std::string m_format;
+};
+std::vector<NamedInput> NamedInputs(const CheckTargets& targets);
+
+/// Warns of inputs whose outputs would get one name: those of one folder and format, and, when
+/// outputpath is not empty, all that would go there. Of one name in several folders, a note.
+void CheckSameNames(CheckReport& report, const CheckTargets& targets,
+                    const std::string& outputpath);
 
 }  // namespace tarvek::tools

@@ -12,7 +12,6 @@
 #include "PeakPreparation.h"
 #include "Platform.h"
 #include "ScanRules.h"
-#include "StringUtils.h"
 
 namespace tarvek::tools {
 namespace {
@@ -174,10 +173,6 @@ class XmlAccount final : public extractor::ScanConsumer {
 
 void CheckXmlInput(CheckReport& report, const std::string& path, const CheckOptions& options) {
   CheckRunName(report, path, extractor::BaseNameOf(path));
-  if (EndsWithIgnoreCase(path, ".gz"))
-    report.Warning("compressed", path, "tarvek itself takes no file that ends in .gz.",
-                   "Unpack it, or extract it with morvex_xml.exe and start tarvek on the .ms1 "
-                   "file.");
   std::optional<XmlAccount> account;
   const bool is_read = ReadOrReport(
       report, path,

@@ -19,6 +19,7 @@
 #include "MgfOutput.h"
 #include "MgfProfiles.h"
 #include "OutputNames.h"
+#include "RunOutcome.h"
 #include "StringUtils.h"
 
 namespace tarvek::tools {
@@ -70,6 +71,24 @@ void RefuseRepeatedInputs(const std::vector<std::string>& inputs) {
   for (const std::string& input : inputs)
     if (!taken.insert(InCanonicalFolder(input, FileNameOf(input))).second)
       throw "The input " + input + " is given twice";
+}
+
+/// The MGF of a run that was stopped is cut, and that of a run that exported nothing is empty. A
+/// file that is not called after a run is no output of tarvek and says nothing of one.
+void RefuseUnfinishedRuns(const std::vector<std::string>& inputs) {
+  for (const std::string& input : inputs) {
+    const std::string stem = Stem(input);
+    const SplitName name = SplitOutputName(stem);
+    if (name.m_words.empty()) continue;
+    const std::string base = JoinPath({FolderOf(input), name.m_run});
+    if (IsUnfinishedRun(base))
+      throw "The run of " + input + " did not finish: there is only " + base +
+          std::string(kUnfinishedTableEnding) + ". Process it again";
+    const auto record = ReadRecordOf(base);
+    if (record && ExportedNothing(*record))
+      throw "The run of " + input + " exported nothing, as " + base +
+          std::string(kRunRecordEnding) + " says: " + ReasonsText(*record, 1);
+  }
 }
 
 /// One job for each input, or for each run of a directory when merging; ordered as the inputs.
@@ -150,26 +169,37 @@ void KeepBest(std::vector<MgfBlock>& scan, std::int32_t top) {
   if (top > 0) std::erase_if(scan, [top](const MgfBlock& block) { return block.m_index >= top; });
 }
 
-void RunJob(const MgfJob& job, const MgfOptions& options) {
+/// An output that is complete and waits for its names until the others are complete too.
+struct WrittenJob {
+  std::unique_ptr<MgfOutput> m_output;
+  std::int64_t m_scans = 0;
+};
+
+WrittenJob WriteJob(const MgfJob& job, const MgfOptions& options) {
   std::vector<std::unique_ptr<ScanSource>> sources;
   for (const std::string& input : job.m_inputs)
     sources.push_back(std::make_unique<ScanSource>(input));
-  MgfOutput output(job.m_base,
-                   {FindMgfProfile(options.m_engine), options.m_gzip, options.m_split_bytes});
-  std::int64_t scans = 0;
+  const MgfOutputForm form{FindMgfProfile(options.m_engine), options.m_gzip, options.m_split_bytes};
+  WrittenJob written{std::make_unique<MgfOutput>(job.m_base, form)};
   while (ScanSource* source = NextSource(sources)) {
     KeepBest(source->Scan(), options.m_top);
-    output.WriteScan(source->Scan(), source->Name());
-    ++scans;
+    written.m_output->WriteScan(source->Scan(), source->Name());
+    ++written.m_scans;
     source->Advance();
   }
-  for (const std::string& path : output.Finish()) std::cout << path << '\n';
-  std::cout << scans << " scans, " << output.BlockCount() << " precursors\n";
+  written.m_output->Close();
+  return written;
+}
+
+void FinishJob(const WrittenJob& written) {
+  for (const std::string& path : written.m_output->Finish()) std::cout << path << '\n';
+  std::cout << written.m_scans << " scans, " << written.m_output->BlockCount() << " precursors\n";
 }
 
 void RunMgf(const MgfOptions& options) {
   const std::vector<std::string> inputs = InputFiles(options.m_inputs);
   RefuseRepeatedInputs(inputs);
+  RefuseUnfinishedRuns(inputs);
   const std::vector<MgfJob> jobs = JobsOf(inputs, options);
   RefuseEqualOutputs(jobs);
   MakeDirectory(options.m_out);
@@ -177,7 +207,9 @@ void RunMgf(const MgfOptions& options) {
   if (options.m_gzip && !FindMgfProfile(options.m_engine)->m_reads_gzip)
     std::cerr << "tarvek-tools: " << options.m_engine
               << " does not read compressed MGF; unpack it before the search\n";
-  for (const MgfJob& job : jobs) RunJob(job, options);
+  std::vector<WrittenJob> written;
+  for (const MgfJob& job : jobs) written.push_back(WriteJob(job, options));
+  for (const WrittenJob& job : written) FinishJob(job);
 }
 
 std::vector<std::string> EngineNames() {

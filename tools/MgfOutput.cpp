@@ -92,7 +92,8 @@ class MgfOutput::Part {
       m_file.File().Write(bytes);
   }
 
-  /// Gives the memory of the compression back: there may be thousands of parts.
+  /// Gives the memory of the compression back: there may be thousands of parts. Closing twice is
+  /// harmless.
   void Close() {
     if (m_gzip) m_gzip->Finish(m_file.File());
     m_gzip.reset();
@@ -162,9 +163,13 @@ void MgfOutput::NoteScan(std::span<const MgfBlock> blocks, const std::string& so
   }
 }
 
-std::vector<std::string> MgfOutput::Finish() {
+void MgfOutput::Close() {
   m_parts.back()->Close();
   m_map.Close();
+}
+
+std::vector<std::string> MgfOutput::Finish() {
+  Close();
   RemoveFile(m_map.Path());
   std::vector<std::string> paths;
   for (const auto& part : m_parts) {

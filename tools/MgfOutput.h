@@ -37,7 +37,11 @@ class MgfOutput {
   /// file that they came from, for the map.
   void WriteScan(std::span<const MgfBlock> blocks, const std::string& source);
 
-  /// Completes all files and gives them their names, the map last; an old map is deleted first. What
+  /// Completes all files, which keep their unfinished names: nothing more can be written, and what
+  /// may fail for want of space has been done.
+  void Close();
+
+  /// Closes and gives all files their names, the map last; an old map is deleted first. What
   /// an earlier output of the same base left in another form is deleted: further parts, the parts
   /// of one that was split, or its only file, packed or not. A part with a map of its own is the
   /// output of another run. Returns the paths of the parts.

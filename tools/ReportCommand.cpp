@@ -11,6 +11,7 @@
 #include "ReportData.h"
 #include "ReportPage.h"
 #include "ReportSummary.h"
+#include "RunOutcome.h"
 #include "UnfinishedFile.h"
 
 namespace tarvek::tools {
@@ -46,11 +47,33 @@ BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
   return BatchRunOf(report, page);
 }
 
+// Where a page of an earlier processing must not stay as if it were of this run.
+BatchRun ReportUnfinished(const std::string& base_path, const std::string& out_folder) {
+  BatchRun run = UnfinishedRun(std::string(FileNameOf(base_path)));
+  const std::string path = JoinPath({out_folder, run.m_name + ".report.html"});
+  WriteReport(path, UnfinishedPage(run.m_name));
+  WriteReport(JoinPath({out_folder, run.m_name + ".report.json"}), UnfinishedJson(run.m_name));
+  std::cout << path << '\n';
+  return run;
+}
+
+// The run that a path means: itself, or its table without the ending.
+std::string BasePathOf(const std::string& path) {
+  for (const std::string_view ending : {std::string_view(".csv"), kUnfinishedTableEnding})
+    if (path.ends_with(ending)) return path.substr(0, path.size() - ending.size());
+  return path;
+}
+
 void ReportOne(const ReportOptions& options) {
   const std::string out_folder =
       options.m_out_folder.empty() ? FolderOf(options.m_path) : options.m_out_folder;
+  const std::string base_path = BasePathOf(options.m_path);
+  if (IsUnfinishedRun(base_path)) {
+    const BatchRun run = ReportUnfinished(base_path, out_folder);
+    WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
+  }
   LogBook logs;
-  const BatchRun run = ReportRun(options.m_path, out_folder, options.m_settings, logs);
+  const BatchRun run = ReportRun(base_path, out_folder, options.m_settings, logs);
   WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
 }
 
@@ -95,8 +118,7 @@ void ReportBatch(const ReportOptions& options) {
   std::size_t failed = 0;
   for (const BatchRun& run : runs) failed += run.m_page.empty() ? 1U : 0U;
   for (const std::string& base_path : found.m_unfinished)
-    if (!FileExists(base_path + ".csv"))
-      runs.push_back(WithoutReport(base_path, "the run did not finish"));
+    if (!FileExists(base_path + ".csv")) runs.push_back(ReportUnfinished(base_path, out_folder));
 
   const std::string page = JoinPath({out_folder, "tarvek_report.html"});
   WriteReport(page, BatchPage(BatchTitle(folder), runs));
@@ -134,8 +156,10 @@ void AddReportCommand(CLI::App& app) {
                    "Folder of the .ms2 or .mscsv files, if another one")
       ->check(CLI::ExistingDirectory);
   report
-      ->add_option("-W,--isolation-width", options->m_isolation_width,
-                   "Width of the isolation window in m/z; without it the log tells it, else 2")
+      ->add_option(
+          "-W,--isolation-width", options->m_isolation_width,
+          "Width of the isolation window in m/z; without it the record or the log tells it, "
+          "else 2")
       ->check(PositiveReal());
   report
       ->add_option("--tol", options->m_settings.m_tol_ppm,

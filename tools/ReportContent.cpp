@@ -9,6 +9,7 @@ RunContent::RunContent(const RunFiles& files, LogFacts log)
     : m_rows(ReadReportRows(files.m_table)), m_log(std::move(log)) {
   std::ranges::stable_sort(m_rows, {}, &ReportRow::m_scan_no);
   std::ranges::sort(m_log.m_without_precursor);
+  if (!files.m_record.empty()) m_record = ReadRunRecord(files.m_record);
   // The text is preferred: it tells all precursors that were declared.
   if (!files.m_ms2.empty()) {
     m_kind = InputKind::kText;

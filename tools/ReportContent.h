@@ -6,11 +6,13 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
 #include "ReportFiles.h"
+#include "RunRecord.h"
 
 namespace tarvek::tools {
 
@@ -25,6 +27,8 @@ class RunContent {
   [[nodiscard]] std::span<const ReportRow> Rows() const noexcept { return m_rows; }
   [[nodiscard]] std::span<const InputScan> Input() const noexcept { return m_input; }
   [[nodiscard]] const LogFacts& Log() const noexcept { return m_log; }
+  /// What the run says of itself; nothing without its record.
+  [[nodiscard]] const std::optional<RunRecord>& Record() const noexcept { return m_record; }
 
   [[nodiscard]] InputKind Kind() const noexcept { return m_kind; }
   [[nodiscard]] bool HasInput() const noexcept { return m_kind != InputKind::kNone; }
@@ -45,6 +49,7 @@ class RunContent {
   std::vector<ReportRow> m_rows;
   InputKind m_kind = InputKind::kNone;
   std::vector<InputScan> m_input;
+  std::optional<RunRecord> m_record;
   LogFacts m_log;  // its scan numbers ascending
 };
 

@@ -6,8 +6,10 @@
 #include <iterator>
 #include <utility>
 
+#include "DeclaredWidth.h"
 #include "FileUtils.h"
 #include "MsTextReader.h"
+#include "NumberText.h"
 #include "QuietLibrary.h"
 #include "ReportContent.h"
 #include "ReportLeftOut.h"
@@ -22,6 +24,11 @@ constexpr double kTableRounding = 7.5e-7;
 constexpr std::array<int, kShifts> kShiftOrder = {0, -1, 1, -2, 2, -3, 3};
 // Isotopes of another charge lie so densely that one of them is near any m/z by chance.
 constexpr std::array<int, 1> kNoShift = {0};
+
+// Charges that are all 2 are taken for placeholders when this share of the scans, or more, have a best
+// precursor of another charge; fewer scans do not decide.
+constexpr double kOtherCharges = 0.1;
+constexpr std::int64_t kScansForPlaceholders = 20;
 
 bool IsSameInTable(const Precursor& a, const Precursor& b) {
   return a.m_charge == b.m_charge && std::fabs(a.m_mz - b.m_mz) < kTableRounding;
@@ -52,6 +59,8 @@ class ReportBuilder {
 
   RunReport Build() {
     ChooseWidth();
+    FindDeclaredWidth();
+    m_has_placeholders = LooksLikePlaceholders();
     for (const ReportRow& row : m_content.Rows()) CountRow(row);
     ReadSurveys();
     ReadFragments();
@@ -64,23 +73,74 @@ class ReportBuilder {
 
  private:
   void ChooseWidth() {
+    m_report.m_knows_width = true;
     if (m_settings.m_isolation_width) {
       m_report.m_isolation_width = *m_settings.m_isolation_width;
       m_report.m_width_source = "as given on the command line";
+    } else if (const auto width = RecordedWidth()) {
+      m_report.m_isolation_width = *width;
+      m_report.m_width_source = "as the record says";
     } else if (m_content.Log().m_isolation_width) {
       m_report.m_isolation_width = *m_content.Log().m_isolation_width;
       m_report.m_width_source = "as the log says";
     } else {
+      m_report.m_knows_width = false;
       m_report.m_width_source = "tarvek's default, since no log tells it";
     }
+  }
+
+  [[nodiscard]] std::optional<double> RecordedWidth() const {
+    if (!m_content.Record()) return std::nullopt;
+    const auto& settings = m_content.Record()->m_settings;
+    const auto setting = settings.find("isolation_width");
+    if (setting == settings.end()) return std::nullopt;
+    const auto width = ScanReal(setting->second);
+    if (width.m_status != NumberStatus::kOk || !(width.m_value > 0.0))
+      throw m_files.m_record + ": the isolation_width '" + setting->second + "' is no width.";
+    return width.m_value;
+  }
+
+  void FindDeclaredWidth() {
+    if (!m_files.m_instrument.empty())
+      m_report.m_declared_width = DeclaredWidthOf(m_files.m_instrument);
+    if (m_report.m_declared_width) {
+      m_report.m_declared_width_source = FileNameOf(m_files.m_instrument);
+    } else if (m_content.Log().m_declared_width) {
+      m_report.m_declared_width = m_content.Log().m_declared_width;
+      m_report.m_declared_width_source = "the log";
+    }
+  }
+
+  // Where the charge is not declared, the table says 2. With the input the scans are known; the
+  // table alone betrays them when it says nothing but 2 and many precursors have another charge.
+  [[nodiscard]] bool LooksLikePlaceholders() const {
+    if (m_content.HasInput()) return false;
+    std::int64_t judged = 0;
+    std::int64_t others = 0;
+    for (const ReportRow& row : m_content.Rows()) {
+      if (row.m_declared.m_charge == 0) continue;
+      if (row.m_declared.m_charge != 2) return false;
+      if (row.m_determined.empty() || IsKept(row)) continue;
+      ++judged;
+      if (row.m_determined.front().m_charge != 2) ++others;
+    }
+    return judged >= kScansForPlaceholders &&
+           static_cast<double>(others) >= kOtherCharges * static_cast<double>(judged);
+  }
+
+  [[nodiscard]] bool IsWithoutCharge(const ReportRow& row) const {
+    if (row.m_declared.m_charge == 0) return false;
+    const InputScan* input = m_content.InputOf(row.m_scan_no);
+    return input == nullptr ? m_has_placeholders : !input->m_has_charge;
   }
 
   void CountRow(const ReportRow& row) {
     ++m_report.m_scans_by_kind[row.m_kind];
     m_report.m_precursors += static_cast<std::int64_t>(row.m_determined.size());
     ++m_report.m_by_count.at(std::min(row.m_determined.size(), kPrecursorCounts - 1));
-    if (row.m_declared.m_charge == 0) {
+    if (row.m_declared.m_charge == 0 || IsWithoutCharge(row)) {
       ++m_report.m_undeclared;
+      if (row.m_declared.m_charge != 0) ++m_report.m_without_charge;
       return;
     }
     if (IsKept(row)) {
@@ -171,7 +231,7 @@ class ReportBuilder {
   void MeasurePpm() {
     std::vector<double> differences;
     for (const ReportRow& row : m_content.Rows()) {
-      if (row.m_declared.m_charge == 0 || MayBeKept(row)) continue;
+      if (row.m_declared.m_charge == 0 || IsWithoutCharge(row) || MayBeKept(row)) continue;
       const auto match = MatchDeclared(row.m_declared, row.m_determined, m_settings.m_tol_ppm);
       if (!match || match->m_shift != 0) continue;
       const Precursor& found = row.m_determined[match->m_index];
@@ -210,12 +270,15 @@ class ReportBuilder {
       AddSource(".ms2", of_input, m_content.HasInput());
     if (!m_content.HasInput())
       AddSource("_*.mgf", "times of the MS2 scans", !m_files.m_mgf.empty());
+    AddSource(std::string(kRunRecordEnding), "isolation width, scans left out and why",
+              m_content.Record().has_value());
     AddSourceFile("log", "isolation width, warnings of this run", m_content.Log().m_has_run);
   }
 
   const RunFiles& m_files;
   const ReportSettings& m_settings;
   RunContent m_content;
+  bool m_has_placeholders = false;  // all charges of the table are assumed ones
   std::vector<ScanTime> m_survey_times;
   std::vector<ScanTime> m_times;  // of surveys and MS2 scans, ascending by scan number
   RunReport m_report;
@@ -277,6 +340,10 @@ std::optional<double> LeftOutShare(const RunReport& report) {
   const std::int64_t all = report.m_scans + report.m_left_out_count;
   if (report.m_left_out_source.empty() || all == 0) return std::nullopt;
   return static_cast<double>(report.m_left_out_count) / static_cast<double>(all);
+}
+
+bool ExportedNothing(const RunReport& report) {
+  return report.m_scans == 0 && report.m_left_out_count > 0;
 }
 
 std::int64_t MatchedScans(const RunReport& report) {

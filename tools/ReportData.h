@@ -80,6 +80,9 @@ struct RunReport {
   std::vector<ReportSource> m_sources;
   std::string m_width_source;
   double m_isolation_width = UserParameters{}.m_isolation_width;  // of tarvek, until it is known
+  bool m_knows_width = false;              // false: the width is only assumed
+  std::optional<double> m_declared_width;  // by the instrument file, of most MS2 scans; m/z
+  std::string m_declared_width_source;
   double m_tol_ppm = 0.0;
 
   std::int64_t m_scans = 0;
@@ -88,6 +91,7 @@ struct RunReport {
   std::array<std::int64_t, kPrecursorCounts> m_by_count{};  // scans with 0, 1, .. 10, more
 
   std::int64_t m_undeclared = 0;                   // scans without a declared m/z or charge
+  std::int64_t m_without_charge = 0;               // of these: a charge of 2 was only assumed
   std::int64_t m_kept = 0;                         // scans whose declared precursor was kept
   std::int64_t m_unmatched = 0;                    // whose declared one is near no determined one
   std::array<std::int64_t, kShifts> m_by_shift{};  // -3 .. 3; without the kept ones
@@ -120,6 +124,9 @@ inline constexpr std::size_t kMaxLeftOut = 200000;
 
 /// Share of left-out scans among all MS2 scans; nothing when it cannot be known.
 std::optional<double> LeftOutShare(const RunReport& report);
+
+/// Whether MS2 scans were read and none was exported.
+bool ExportedNothing(const RunReport& report);
 
 /// Scans whose declared precursor was compared with a determined one, at whatever shift.
 std::int64_t MatchedScans(const RunReport& report);

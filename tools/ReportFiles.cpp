@@ -16,6 +16,7 @@
 #include "PrecursorTableReader.h"
 #include "QuietLibrary.h"
 #include "RunDriver.h"
+#include "RunOutcome.h"
 #include "ScanTable.h"
 #include "StringUtils.h"
 #include "TableReader.h"
@@ -24,7 +25,6 @@ namespace tarvek::tools {
 namespace {
 
 constexpr std::string_view kTableEnding = ".csv";
-constexpr std::string_view kUnfinishedEnding = ".csv_unfinished";
 constexpr std::int64_t kPeakBytes = 16;
 constexpr std::int64_t kPfPrecursorBytes = 12;
 
@@ -103,6 +103,59 @@ std::string ScanTableOf(const std::string& input) {
   return {};
 }
 
+// The instrument file of an input; empty without one that can be read here.
+std::string InstrumentFileOf(const std::string& input) {
+  for (const char* ending : {".mzML", ".mzXML", ".mzML.gz", ".mzXML.gz"})
+    if (FileExists(input + ending)) return input + ending;
+  return {};
+}
+
+// Whether the file may be what a stopped run left of its table.
+bool MayBeUnfinishedTable(const std::string& path) {
+  if (!FileExists(path)) return false;
+  File file = OpenFile(path, "rb", "table");
+  return file.SizeBytes() == 0 || IsPrecursorTable(path);
+}
+
+// The scans whose first "Z" line holds no charge, ascending. The reader of these files puts 2 in its
+// place, and nothing of what it gives tells one from the other.
+std::vector<std::int32_t> ScansWithoutCharge(const std::string& ms2_path) {
+  std::vector<std::int32_t> scans;
+  TextLines lines(ms2_path);
+  std::int32_t scan_no = 0;
+  bool is_first = false;
+  for (std::string line; lines.Next(line);) {
+    if (line.starts_with('S')) {
+      const std::int32_t next = ParseInteger(TokenAt(line, '\t', 1));
+      is_first = is_first || next != scan_no;
+      scan_no = next;
+    } else if (line.starts_with('Z') && is_first) {
+      is_first = false;
+      if (ParseInteger(TokenAt(line, '\t', 1)) < 1) scans.push_back(scan_no);
+    }
+  }
+  std::ranges::sort(scans);
+  return scans;
+}
+
+// The width of most scans in "2.0 (300 scans); 4.0 (20 scans)"; nothing when it is not of this form.
+std::optional<double> CommonestWidth(std::string_view text) {
+  std::optional<double> commonest;
+  std::int32_t most = 0;
+  for (std::size_t at = 0; at < text.size();) {
+    const std::string_view part = text.substr(at, text.find(';', at) - at);
+    at += part.size() + 1;
+    const std::size_t open = part.find('(');
+    if (open == std::string_view::npos) continue;
+    const auto width = ScanReal(Trim(part.substr(0, open)));
+    const std::int32_t scans = ParseInteger(part.substr(open + 1));
+    if (width.m_status != NumberStatus::kOk || scans <= most) continue;
+    commonest = width.m_value;
+    most = scans;
+  }
+  return commonest;
+}
+
 // Those that can be exported as they are.
 std::vector<Precursor> UsableOf(const std::vector<Precursor>& declared) {
   std::vector<Precursor> usable;
@@ -126,9 +179,8 @@ RunFiles FindRunFiles(const std::string& base_path, const std::string& input_fol
   files.m_table = base + std::string(kTableEnding);
   if (!FileExists(files.m_table))
     throw files.m_table + " is not there" +
-        (FileExists(base + std::string(kUnfinishedEnding))
-             ? ": the run did not finish, its table still ends in _unfinished."
-             : ".");
+        (IsUnfinishedRun(base) ? ": the run did not finish, its table still ends in _unfinished."
+                               : ".");
   const std::string folder = FolderOf(base);
   const std::string inputs = input_folder.empty() ? folder : input_folder;
   const std::string input = JoinPath({inputs, files.m_name});
@@ -140,6 +192,8 @@ RunFiles FindRunFiles(const std::string& base_path, const std::string& input_fol
   files.m_scan_table = ScanTableOf(input);
   files.m_log = IfThere(JoinPath({folder, kBatchLogFolder, files.m_name, kLogFileName}));
   if (files.m_log.empty()) files.m_log = IfThere(JoinPath({folder, kLogFileName}));
+  files.m_record = IfThere(base + std::string(kRunRecordEnding));
+  files.m_instrument = InstrumentFileOf(input);
   return files;
 }
 
@@ -152,8 +206,9 @@ FoundRuns FindRuns(const std::string& folder) {
     // By the ending first: anything may lie in the folder, a pipe for one.
     std::string_view base = path;
     const bool is_finished = CutEnding(base, kTableEnding);
-    const bool is_table = is_finished || CutEnding(base, kUnfinishedEnding);
-    if (name.starts_with('.') || !is_table || !IsPrecursorTable(path)) continue;
+    const bool is_table = is_finished || CutEnding(base, kUnfinishedTableEnding);
+    if (name.starts_with('.') || !is_table) continue;
+    if (!(is_finished ? IsPrecursorTable(path) : MayBeUnfinishedTable(path))) continue;
     (is_finished ? runs.m_finished : runs.m_unfinished).emplace_back(base);
   }
   std::ranges::sort(runs.m_finished);
@@ -218,12 +273,14 @@ double PfScans::Real() { return std::bit_cast<double>(LittleEndian(Bytes(8))); }
 
 std::vector<InputScan> ReadTextInput(const std::string& ms2_path) {
   const QuietLibrary quiet;
+  const std::vector<std::int32_t> without_charge = ScansWithoutCharge(ms2_path);
   Ms2TextReader reader(ms2_path, "r");
   std::vector<InputScan> scans;
   for (MS2Spectrum scan; reader.ReadNext(scan);)
     scans.push_back({scan.m_scan_no, scan.m_precursor_scan, scan.m_activation_center, scan.m_rt,
                      scan.m_activation_type, scan.m_instrument_type,
-                     UsableOf(scan.m_orig_precursors)});
+                     UsableOf(scan.m_orig_precursors),
+                     !std::ranges::binary_search(without_charge, scan.m_scan_no)});
   SortByScan(scans);
   return scans;
 }
@@ -236,7 +293,7 @@ std::vector<InputScan> ReadTableInput(const std::string& mscsv_path) {
     if (entry.m_scan_no == 0 || entry.m_precursor_scan == -1) continue;
     scans.push_back({entry.m_scan_no, entry.m_precursor_scan, entry.m_activation_center, entry.m_rt,
                      entry.m_activation_type, entry.m_instrument_type,
-                     UsableOf({{entry.m_mono_mz, entry.m_lower_charge}})});
+                     UsableOf({{entry.m_mono_mz, entry.m_lower_charge}}), true});
   }
   return scans;
 }
@@ -262,13 +319,16 @@ void AppendMgfTimes(const std::string& path, std::vector<ScanTime>& times) {
 LogBook::Log LogBook::Read(const std::string& path) {
   Log log;
   std::optional<double> width;
-  LogFacts* facts = nullptr;  // of the run that is being processed
+  std::optional<double> declared;  // by the file that was extracted last
+  LogFacts* facts = nullptr;       // of the run that is being processed
   TextLines lines(path);
   for (std::string line; lines.Next(line);) {
     if (const auto value = TextBehind(line, ": isolation_width = ")) width = lines.Real(*value);
+    if (const auto value = TextBehind(line, "Isolation widths (Th):"))
+      declared = CommonestWidth(*value);
     if (const auto run = StartedRun(line)) {
       facts = &log[std::string(*run)];
-      *facts = {width, {}, true};
+      *facts = {width, std::exchange(declared, std::nullopt), {}, true};
     }
     const auto warned = TextBehind(line, "Cannot find precursor information for scan ");
     if (facts != nullptr && warned) facts->m_without_precursor.push_back(lines.Integer(*warned));

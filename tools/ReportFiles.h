@@ -32,6 +32,8 @@ struct RunFiles {
   std::string m_ms2;
   std::string m_scan_table;  // .mscsv, named "run1.mzml.mscsv" when it came from an mzML file
   std::string m_log;
+  std::string m_record;
+  std::string m_instrument;  // .mzML or .mzXML, packed or not, beside the input scans
 };
 
 /// base_path: folder and base name, with or without ".csv". The input scans are looked for in
@@ -44,8 +46,8 @@ struct FoundRuns {
   std::vector<std::string> m_unfinished;
 };
 
-/// The runs in a folder, told by their tables; other .csv files are passed over. Folders below it
-/// are not looked into.
+/// The runs in a folder, told by their tables; other .csv files are passed over. A table that is not
+/// finished may be cut anywhere, even before its first byte. Folders below it are not looked into.
 FoundRuns FindRuns(const std::string& folder);
 
 /// One row of a precursor table. m/z and charges are without the sign of negative ions.
@@ -99,6 +101,7 @@ struct InputScan {
   std::string m_activation;
   std::string m_analyser;
   std::vector<Precursor> m_declared;  // those with m/z and charge, without signs
+  bool m_has_charge = true;           // false: the charge of the first is assumed, not declared
 };
 
 /// The MS2 scans of a .ms2 file, or of a .mscsv table, ascending by scan number.
@@ -113,6 +116,7 @@ void AppendMgfTimes(const std::string& path, std::vector<ScanTime>& times);
 /// What the log says of the latest processing of a run.
 struct LogFacts {
   std::optional<double> m_isolation_width;
+  std::optional<double> m_declared_width;  // of most scans, where the run began with an extraction
   std::vector<std::int32_t> m_without_precursor;  // scan numbers
   bool m_has_run = false;
 };

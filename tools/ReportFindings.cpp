@@ -7,7 +7,10 @@
 #include <optional>
 #include <string_view>
 
+#include "DeclaredWidth.h"
+#include "NumberText.h"
 #include "ReportSvg.h"
+#include "RunOutcome.h"
 
 namespace tarvek::tools {
 namespace {
@@ -233,6 +236,57 @@ constexpr std::array<FindingTexts, 7> kFindings = {{
 }};
 // clang-format on
 
+// The reasons with their scans, the largest first.
+std::string LeftOutReasons(const RunReport& report) {
+  RunRecord record;
+  record.m_left_out = report.m_left_out_reasons;
+  constexpr std::size_t kReasonsNamed = 3;
+  return ReasonsText(record, kReasonsNamed);
+}
+
+ReportFinding NothingExported(const RunReport& report) {
+  const std::string reasons = LeftOutReasons(report);
+  return {"nothing-exported",
+          "Nothing was exported",
+          Verdict::kDefect,
+          "None of " + CountText(report.m_left_out_count) + " MS2 scans was exported, judged by " +
+              report.m_left_out_source + (reasons.empty() ? "" : ": " + reasons) + ".",
+          "Nearly all MS2 scans are exported.",
+          "These outputs are of no use: run tarvek-tools check on the input, which says what is "
+          "wrong with its scans."};
+}
+
+ReportFinding EmptyTable() {
+  return {"empty",
+          "The table is empty",
+          Verdict::kLook,
+          "The table holds no scan, and how many were read is not known.",
+          "Nearly all MS2 scans are exported.",
+          "Run tarvek-tools check on the input, which says how many MS2 scans it holds."};
+}
+
+std::string WidthText(double width_mz) {
+  std::string text;
+  AppendExactReal(text, width_mz);
+  return text;
+}
+
+ReportFinding OtherWidth(const RunReport& report, double declared) {
+  return {"isolation-width",
+          "Isolation width",
+          Verdict::kLook,
+          "The input declares a width of " + WidthText(declared) + " m/z (" +
+              report.m_declared_width_source + "), and the run took " +
+              WidthText(report.m_isolation_width) + ".",
+          "The two differ by no more than a tenth.",
+          declared > report.m_isolation_width
+              ? "Precursors near the edges of the window are missed: run tarvek with -W " +
+                    WidthText(declared) + ", or with a value between the two."
+              : "Ions outside the window may be taken for precursors: compare with the results of "
+                "-W " +
+                    WidthText(declared) + "."};
+}
+
 ReportFinding FindingOf(const FindingTexts& texts, const RunReport& report) {
   ReportFinding finding{
       std::string(texts.m_id),      std::string(texts.m_title),  Verdict::kNoData,
@@ -257,8 +311,21 @@ std::vector<ReportFinding> ReportFindings(const RunReport& report) {
   return findings;
 }
 
+std::vector<ReportFinding> ReportRemarks(const RunReport& report) {
+  std::vector<ReportFinding> remarks;
+  if (ExportedNothing(report))
+    remarks.push_back(NothingExported(report));
+  else if (report.m_scans == 0)
+    remarks.push_back(EmptyTable());
+  if (report.m_declared_width && report.m_knows_width &&
+      IsOtherWidth(*report.m_declared_width, report.m_isolation_width))
+    remarks.push_back(OtherWidth(report, *report.m_declared_width));
+  return remarks;
+}
+
 std::string VerdictWord(Verdict verdict) {
   if (verdict == Verdict::kUsual) return "usual";
+  if (verdict == Verdict::kDefect) return "defect";
   return verdict == Verdict::kLook ? "look" : "no data";
 }
 

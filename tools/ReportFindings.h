@@ -13,7 +13,12 @@
 
 namespace tarvek::tools {
 
-enum class Verdict { kUsual, kLook, kNoData };
+enum class Verdict {
+  kUsual,
+  kLook,
+  kNoData,
+  kDefect  // of remarks alone: the outputs are none
+};
 
 struct ReportFinding {
   std::string m_id;  // of the picture, for anchors and other programs
@@ -28,7 +33,11 @@ struct ReportFinding {
 /// left-out.
 std::vector<ReportFinding> ReportFindings(const RunReport& report);
 
-/// "usual", "look" or "no data".
+/// What has no picture, each only where there is something to say: nothing-exported (a defect), empty,
+/// isolation-width.
+std::vector<ReportFinding> ReportRemarks(const RunReport& report);
+
+/// "usual", "look", "no data" or "defect".
 std::string VerdictWord(Verdict verdict);
 
 }  // namespace tarvek::tools

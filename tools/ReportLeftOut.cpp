@@ -28,6 +28,17 @@ class LeftOutCounter {
       if (!m_content.IsExported(scan.m_scan_no)) Add(scan.m_scan_no, ReasonOf(scan));
   }
 
+  // The program itself knows best, and knows also what its extractor left out. Which scans they are
+  // is for the others to tell.
+  void TakeRecord(const RunRecord& record) {
+    const auto read = record.Count(kCountMs2Read);
+    const auto exported = record.Count(kCountMs2Exported);
+    if (!read || !exported) return;
+    m_report.m_left_out_source = "the record of the run";
+    m_report.m_left_out_count = std::max<std::int64_t>(0, *read - *exported);
+    m_report.m_left_out_reasons = record.m_left_out;
+  }
+
   // The numbers between those that are known. They may be of scans without peaks or of a higher MS
   // level too.
   void CountGaps() {
@@ -86,8 +97,9 @@ void CountLeftOut(const RunContent& content, std::span<const ScanTime> times, bo
   LeftOutCounter counter(content, times, report);
   if (content.HasInput())
     counter.CountInput();
-  else if (has_surveys && !times.empty())
+  else if (has_surveys && !times.empty() && !content.Record())
     counter.CountGaps();
+  if (content.Record()) counter.TakeRecord(*content.Record());
 }
 
 }  // namespace tarvek::tools

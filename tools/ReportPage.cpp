@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <limits>
 #include <string_view>
 
@@ -65,6 +66,8 @@ std::string Badge(Verdict verdict) {
       return "<span class=\"badge usual\">\u2713 as usual</span>";
     case Verdict::kLook:
       return "<span class=\"badge look\">\u25b2 look here</span>";
+    case Verdict::kDefect:
+      return "<span class=\"badge look\">\u2717 defect</span>";
     case Verdict::kNoData:
       break;
   }
@@ -86,6 +89,15 @@ std::string Card(const ReportFinding& finding, const std::string& picture) {
   return html;
 }
 
+// What has no picture, above the others.
+std::string RemarkCard(const ReportFinding& remark) {
+  return "<section class=\"card look\" id=\"" + remark.m_id + "-card\">\n<div class=\"head\">" +
+         Element("h2", remark.m_title) + Badge(remark.m_verdict) + "</div>\n" +
+         Element("p", remark.m_seen) + "\n<dl>" + Element("dt", "Normal") + "<dd>" +
+         WithOptions(remark.m_normal) + "</dd>" + Element("dt", "Otherwise") + "<dd>" +
+         WithOptions(remark.m_otherwise) + "</dd></dl>\n</section>\n";
+}
+
 std::string Listed(const std::vector<std::string>& words) {
   std::string text;
   for (std::size_t i = 0; i < words.size(); ++i) {
@@ -102,10 +114,15 @@ std::vector<std::string> TitlesOf(std::span<const ReportFinding> findings, Verdi
   return titles;
 }
 
-std::string SummaryOf(std::span<const ReportFinding> findings) {
-  const auto look = TitlesOf(findings, Verdict::kLook);
+std::string SummaryOf(std::span<const ReportFinding> findings,
+                      std::span<const ReportFinding> remarks) {
+  const auto defects = TitlesOf(remarks, Verdict::kDefect);
+  auto look = TitlesOf(remarks, Verdict::kLook);
+  std::ranges::copy(TitlesOf(findings, Verdict::kLook), std::back_inserter(look));
   const auto missing = TitlesOf(findings, Verdict::kNoData);
-  std::string text = look.empty() ? "Nothing stands out." : "Worth a look: " + Listed(look) + ".";
+  std::string text = defects.empty() ? "" : "Defect: " + Listed(defects) + ".";
+  if (!look.empty()) text += (text.empty() ? "" : " ") + ("Worth a look: " + Listed(look) + ".");
+  if (text.empty()) text = "Nothing stands out.";
   if (!missing.empty()) text += " Not drawn for want of data: " + Listed(missing) + ".";
   return text;
 }
@@ -144,9 +161,13 @@ std::string SettingsText(const RunReport& report) {
     text +=
         " Without the input the centres of the isolation windows are unknown: the declared m/z "
         "stands for them.";
-  if (report.m_undeclared > 0)
-    text += " " + GroupedNumber(static_cast<double>(report.m_undeclared), 0) +
+  const std::int64_t without_precursor = report.m_undeclared - report.m_without_charge;
+  if (without_precursor > 0)
+    text += " " + GroupedNumber(static_cast<double>(without_precursor), 0) +
             " scans declare no precursor and are not compared.";
+  if (report.m_without_charge > 0)
+    text += " " + GroupedNumber(static_cast<double>(report.m_without_charge), 0) +
+            " scans declare no charge, for which 2 was only assumed, and are not compared.";
   return text;
 }
 
@@ -164,9 +185,11 @@ std::string LeftOutTable(const RunReport& report) {
       if (named++ == kScansNamed) break;
       first += (first.empty() ? "" : ", ") + std::to_string(scan.m_scan_no);
     }
-    html += "<tr>" + Element("td", reason) + "<td class=\"number\">" +
-            GroupedNumber(static_cast<double>(scans), 0) + "</td>" +
-            Element("td", first + (named > kScansNamed ? " \u2026" : "")) + "</tr>\n";
+    html +=
+        "<tr>" + Element("td", reason) + "<td class=\"number\">" +
+        GroupedNumber(static_cast<double>(scans), 0) + "</td>" +
+        Element("td", first.empty() ? "\u2013" : first + (named > kScansNamed ? " \u2026" : "")) +
+        "</tr>\n";
   }
   return html + "</tbody></table></div></section>\n";
 }
@@ -255,10 +278,14 @@ std::string FigureCell(const KeyFigure& shown, const FigureScale& scale) {
 // The pictures of a run that ask for a look, each a link to it.
 std::string LooksOf(const BatchRun& run) {
   std::string html;
-  for (const ReportFinding& finding : run.m_findings)
-    if (finding.m_verdict == Verdict::kLook)
-      html += (html.empty() ? "<a href=\"" : ", <a href=\"") + UrlOf(run.m_page) + "#" +
-              finding.m_id + "-card\">" + Escaped(finding.m_id) + "</a>";
+  const auto add = [&](const ReportFinding& finding) {
+    if (finding.m_verdict != Verdict::kLook && finding.m_verdict != Verdict::kDefect) return;
+    html += (html.empty() ? "" : ", ") +
+            std::string(finding.m_verdict == Verdict::kDefect ? "\u2717 " : "") + "<a href=\"" +
+            UrlOf(run.m_page) + "#" + finding.m_id + "-card\">" + Escaped(finding.m_id) + "</a>";
+  };
+  std::ranges::for_each(run.m_remarks, add);
+  std::ranges::for_each(run.m_findings, add);
   return html.empty() ? Badge(Verdict::kUsual) : html;
 }
 
@@ -270,8 +297,9 @@ std::string BatchRow(const BatchRun& shown, std::span<const FigureScale> scales)
   html += "</td>";
   if (shown.m_page.empty())
     return html + "<td colspan=\"" + std::to_string(scales.size() + 1) + "\">" +
-           "<span class=\"badge look\">\u25b2 no report</span> " + Escaped(shown.m_error) +
-           "</td></tr>\n";
+           "<span class=\"badge look\">" +
+           (shown.m_is_unfinished ? "\u2717 unfinished" : "\u25b2 no report") + "</span> " +
+           Escaped(shown.m_error) + "</td></tr>\n";
   for (std::size_t figure = 0; figure < scales.size(); ++figure)
     html += FigureCell(shown.m_figures[figure], scales[figure]);
   html += "<td>" + LooksOf(shown);
@@ -323,17 +351,43 @@ std::string FigureCard(std::span<const BatchRun> runs, std::size_t figure) {
          "</section>\n";
 }
 
+std::size_t CountOfState(std::span<const BatchRun> runs, std::string_view state) {
+  return static_cast<std::size_t>(
+      std::ranges::count_if(runs, [&](const BatchRun& run) { return StateWord(run) == state; }));
+}
+
 std::string BatchSummary(std::span<const BatchRun> runs) {
   const auto failed = static_cast<std::size_t>(
       std::ranges::count_if(runs, [](const BatchRun& run) { return run.m_page.empty(); }));
-  const auto look = static_cast<std::size_t>(std::ranges::count_if(
-      runs, [](const BatchRun& run) { return !TitlesOf(run.m_findings, Verdict::kLook).empty(); }));
+  const auto look = static_cast<std::size_t>(std::ranges::count_if(runs, [](const BatchRun& run) {
+    return !run.m_remarks.empty() || !TitlesOf(run.m_findings, Verdict::kLook).empty();
+  }));
+  const std::size_t unfinished = CountOfState(runs, "unfinished");
+  const std::size_t empty = CountOfState(runs, "nothing exported");
+  std::string defects;
+  if (unfinished > 0) defects += " Unfinished: " + std::to_string(unfinished) + ".";
+  if (empty > 0) defects += " Without an exported scan: " + std::to_string(empty) + ".";
   return std::to_string(runs.size()) + (runs.size() == 1 ? " run; " : " runs; ") +
          std::to_string(look) + " with something worth a look, " + std::to_string(failed) +
-         " without a report. \u25b2 marks a figure that stands out from the other runs.";
+         " without a report." + defects +
+         " \u25b2 marks a figure that stands out from the other runs.";
 }
 
 }  // namespace
+
+BatchRun UnfinishedRun(const std::string& name) {
+  BatchRun run;
+  run.m_name = name;
+  run.m_error = "the run did not finish";
+  run.m_is_unfinished = true;
+  return run;
+}
+
+std::string StateWord(const BatchRun& run) {
+  if (run.m_is_unfinished) return "unfinished";
+  if (run.m_page.empty()) return "no report";
+  return TitlesOf(run.m_remarks, Verdict::kDefect).empty() ? "finished" : "nothing exported";
+}
 
 BatchRun BatchRunOf(const RunReport& report, const std::string& page) {
   BatchRun run;
@@ -341,6 +395,7 @@ BatchRun BatchRunOf(const RunReport& report, const std::string& page) {
   run.m_page = page;
   run.m_figures = KeyFigures(report);
   run.m_findings = ReportFindings(report);
+  run.m_remarks = ReportRemarks(report);
   run.m_by_shift = report.m_by_shift;
   run.m_unmatched = report.m_unmatched;
   run.m_kept = report.m_kept;
@@ -362,14 +417,31 @@ std::string FigureText(const KeyFigure& figure) {
 
 std::string RunPage(const RunReport& report) {
   const std::vector<ReportFinding> findings = ReportFindings(report);
+  const std::vector<ReportFinding> remarks = ReportRemarks(report);
   std::string html = PageStart(report.m_name + " \u2013 tarvek report");
   html += "<header>" + Element("h1", report.m_name) + "\n<p class=\"lead\">" +
           Escaped(SettingsText(report)) + "</p>\n<p class=\"summary\"><strong>" +
-          Escaped(SummaryOf(findings)) + "</strong></p></header>\n" + Tiles(KeyFigures(report)) +
-          "<div class=\"story cards\">\n";
+          Escaped(SummaryOf(findings, remarks)) + "</strong></p></header>\n" +
+          Tiles(KeyFigures(report)) + "<div class=\"story cards\">\n";
+  for (const ReportFinding& remark : remarks) html += RemarkCard(remark);
   for (const ReportFinding& finding : findings) html += Card(finding, PictureOf(finding, report));
   html += "</div>\n" + LeftOutTable(report) + SourceTable(report);
   return html + PageEnd();
+}
+
+std::string UnfinishedPage(const std::string& name) {
+  const ReportFinding remark{
+      "unfinished",
+      "The run did not finish",
+      Verdict::kDefect,
+      "Its table still ends in _unfinished: the run was stopped before its end, or is still going "
+      "on. What lies beside that table is cut somewhere.",
+      "The table has its own name.",
+      "Run tarvek again with the same command: it processes this input from the start."};
+  return PageStart(name + " \u2013 tarvek report") + "<header>" + Element("h1", name) +
+         "\n<p class=\"summary\"><strong>" + Element("span", "Defect: the run did not finish.") +
+         "</strong></p></header>\n<div class=\"story cards\">\n" + RemarkCard(remark) + "</div>\n" +
+         PageEnd();
 }
 
 std::string BatchPage(const std::string& title, std::span<const BatchRun> runs) {

@@ -17,15 +17,23 @@ namespace tarvek::tools {
 /// What a batch keeps of one run.
 struct BatchRun {
   std::string m_name;
-  std::string m_page;   // file name of the run's page; empty without one
-  std::string m_error;  // why there is no page
+  std::string m_page;            // file name of the run's page; empty without one
+  std::string m_error;           // why there is no page
+  bool m_is_unfinished = false;  // the run was stopped; then there is no page of figures
   std::vector<KeyFigure> m_figures;
   std::vector<ReportFinding> m_findings;
+  std::vector<ReportFinding> m_remarks;
   std::array<std::int64_t, kShifts> m_by_shift{};
   std::int64_t m_unmatched = 0;
   std::int64_t m_kept = 0;
   std::array<std::int64_t, kPrecursorCounts> m_by_count{};
 };
+
+/// Of a run that was stopped before its end.
+BatchRun UnfinishedRun(const std::string& name);
+
+/// "finished", "nothing exported", "unfinished" or "no report".
+std::string StateWord(const BatchRun& run);
 
 BatchRun BatchRunOf(const RunReport& report, const std::string& page);
 
@@ -38,6 +46,10 @@ bool StandsOut(std::span<const BatchRun> runs, std::size_t run, std::size_t figu
 std::string FigureText(const KeyFigure& figure);
 
 std::string RunPage(const RunReport& report);
+
+/// The page of a run that was stopped: that it was, and what to do.
+std::string UnfinishedPage(const std::string& name);
+
 std::string BatchPage(const std::string& title, std::span<const BatchRun> runs);
 
 }  // namespace tarvek::tools

@@ -1,6 +1,8 @@
 #include "ReportSummary.h"
 
+#include <algorithm>
 #include <nlohmann/json.hpp>
+#include <string_view>
 
 namespace tarvek::tools {
 namespace {
@@ -72,12 +74,17 @@ std::string RunJson(const RunReport& report) {
                              {"tolerance_ppm", report.m_tol_ppm},
                              {"figures", FiguresJson(KeyFigures(report))},
                              {"findings", VerdictsJson(ReportFindings(report))},
+                             {"state", ExportedNothing(report) ? "nothing exported" : "finished"},
+                             {"remarks", VerdictsJson(ReportRemarks(report))},
+                             {"declared_isolation_width", ValueOrNull(report.m_declared_width)},
+                             {"declared_isolation_width_source", report.m_declared_width_source},
                              {"scans_by_kind", report.m_scans_by_kind},
                              {"scans_by_precursor_count", report.m_by_count},
                              {"isotope_shift", ShiftsJson(report.m_by_shift)},
                              {"not_found_near_declared", report.m_unmatched},
                              {"kept_as_declared", report.m_kept},
                              {"without_declared", report.m_undeclared},
+                             {"without_declared_charge", report.m_without_charge},
                              {"charges", ChargesJson(report)},
                              {"absolute_ppm_95", ValueOrNull(report.m_absolute_ppm_95)},
                              {"main_share_histogram", report.m_main_share},
@@ -93,18 +100,34 @@ std::string RunJson(const RunReport& report) {
   return Dumped(json);
 }
 
+std::string UnfinishedJson(const std::string& name) {
+  return Dumped({{"run", name},
+                 {"version", TARVEK_VERSION},
+                 {"error", UnfinishedRun(name).m_error},
+                 {"state", StateWord(UnfinishedRun(name))}});
+}
+
 std::string BatchJson(std::span<const BatchRun> runs) {
   ordered_json list = ordered_json::array();
   for (const BatchRun& run : runs) {
     if (run.m_page.empty())
-      list.push_back({{"run", run.m_name}, {"error", run.m_error}});
+      list.push_back({{"run", run.m_name}, {"error", run.m_error}, {"state", StateWord(run)}});
     else
       list.push_back({{"run", run.m_name},
                       {"page", run.m_page},
                       {"figures", FiguresJson(run.m_figures)},
-                      {"findings", VerdictsJson(run.m_findings)}});
+                      {"findings", VerdictsJson(run.m_findings)},
+                      {"state", StateWord(run)},
+                      {"remarks", VerdictsJson(run.m_remarks)}});
   }
-  return Dumped({{"version", TARVEK_VERSION}, {"runs", list}});
+  const auto in_state = [&](std::string_view state) {
+    return std::ranges::count_if(runs,
+                                 [&](const BatchRun& run) { return StateWord(run) == state; });
+  };
+  return Dumped({{"version", TARVEK_VERSION},
+                 {"runs", list},
+                 {"unfinished", in_state("unfinished")},
+                 {"nothing_exported", in_state("nothing exported")}});
 }
 
 std::string FiguresForMultiQc(std::span<const BatchRun> runs) {
@@ -117,9 +140,12 @@ std::string FiguresForMultiQc(std::span<const BatchRun> runs) {
     if (!figure.m_unit.empty()) header["suffix"] = " " + figure.m_unit;
     json["headers"][figure.m_id] = header;
   }
-  for (const BatchRun& run : runs)
+  json["headers"]["state"] = {{"title", "state"}};
+  for (const BatchRun& run : runs) {
     for (const KeyFigure& figure : run.m_figures)
       if (figure.m_value) json["data"][run.m_name][figure.m_id] = *figure.m_value;
+    json["data"][run.m_name]["state"] = StateWord(run);
+  }
   return Dumped(json);
 }
 

@@ -402,5 +402,39 @@ class MgfText(Directory):
             self.assert_format_error(lambda: list(tarvek_io.read_mgf(path)), path)
 
 
+class Record(Directory):
+    TEXT = (b"All spectra of run.raw were extracted.\n"
+            b"setting\tcharge_range\t2t6\nsetting\tisolation_width\t2.000000\nsetting\tlogfilepath\t\n"
+            b"count\tms2_read\t321\ncount\tms2_exported\t9\ncount\tms2_exported\t318\n"
+            b"left_out\tno usable precursor\t3\r\nremark\ta\tb\none\ttab\n")
+
+    def read(self, content):
+        return tarvek_io.read_record(self.write("run.tarvek", content))
+
+    def test_the_entries_of_each_kind(self):
+        record = self.read(self.TEXT)
+        self.assertEqual(record.settings,
+                         {"charge_range": "2t6", "isolation_width": "2.000000", "logfilepath": ""})
+        self.assertEqual(record.counts, {"ms2_read": 321, "ms2_exported": 318})
+        self.assertEqual(record.left_out, {"no usable precursor": 3})
+
+    def test_an_empty_file_has_none(self):
+        record = self.read(b"")
+        self.assertEqual((record.settings, record.counts, record.left_out), ({}, {}, {}))
+
+    def test_bytes_that_are_no_utf8_are_kept(self):
+        self.assertEqual(self.read(b"setting\tipv_file\t\xff.txt\n").settings, {"ipv_file": "\udcff.txt"})
+
+    def test_file_and_line_of_a_bad_count_are_named(self):
+        for count in (b"", b"many", b"-1", b"1.5", b"9223372036854775808", b"1 "):
+            with self.subTest(count=count):
+                self.assert_format_error(lambda text=count: self.read(b"\ncount\tms2_read\t" + text + b"\n"),
+                                         "run.tarvek", "line 2")
+
+    def test_a_missing_file_is_an_os_error(self):
+        with self.assertRaises(OSError):
+            tarvek_io.read_record(os.path.join(self.folder, "none.tarvek"))
+
+
 if __name__ == "__main__":
     unittest.main(argv=sys.argv[:1] + sys.argv[4:])

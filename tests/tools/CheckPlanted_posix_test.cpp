@@ -258,6 +258,25 @@ const std::vector<Planted>& AllPlanted() {
       {"table missing", "out", "defect no-table", [](auto& run) { run.Remove(kCsv); }},
       {"run that was stopped", "out", "defect unfinished",
        [](auto& run) { run.Rename(kCsv, "out/run.csv_unfinished"); }},
+      {"run that was stopped at once", "out", "defect unfinished",
+       [](auto& run) {
+         run.Remove(kCsv);
+         run.Write("out/run.csv_unfinished", "");
+       }},
+      {"record that was not finished", "out/run", "defect unfinished",
+       [](auto& run) { run.Write("out/run.tarvek_unfinished", ""); }},
+      {"record that cannot be read", "out/run", "defect record",
+       [](auto& run) { run.Write("out/run.tarvek", "count\tms2_read\tmany\n"); }},
+      {"record of other counts", "out", "defect record-disagrees",
+       [](auto& run) { run.Write("out/run.tarvek", "count\tms2_exported\t1000000\n"); }},
+      {"record of other precursors", "out", "defect record-disagrees",
+       [](auto& run) { run.Write("out/run.tarvek", "count\tprecursors\t1\n"); }},
+      {"record that many scans were left out", "out", "warning ms2-left-out",
+       [](auto& run) {
+         run.Write("out/run.tarvek", "count\tms2_read\t100\nleft_out\tno peaks\t6\n");
+       }},
+      {"record alone", "out", "defect no-table",
+       [](auto& run) { run.Write("out/another.tarvek", "count\tms2_read\t100\n"); }},
       {"leftover of the extractor", "out", "defect unfinished",
        [](auto& run) { run.Write("out/next.ms1_unfinished", "H\n"); }},
       {"BEGIN IONS missing", "out", "defect mgf-begin",
@@ -365,11 +384,13 @@ std::string CountText(const std::string& file, const std::string& line_start) {
 }
 
 TEST(CheckPlantedRun, TheTextForPeopleCountsWhatIsInTheFiles) {
+  const bool has_record = std::filesystem::exists(GoodRunFolder() + "/out/run.tarvek");
   EXPECT_EQ(CheckedText({GoodRunFolder() + "/out"}),
             GoodRunFolder() + "/out/run (outputs): " + CountText(kCsv, "HCD, ") +
                 " exported MS2 scans, " + CountText(kMgf, "BEGIN IONS") + " MGF blocks, " +
-                CountText(kMs1, "S\t") +
-                " surveys in PF1\n"
+                CountText(kMs1, "S\t") + " surveys in PF1" +
+                (has_record ? ", " + CountText(kMs2, "S\t") + " MS2 scans read" : "") +
+                "\n"
                 "0 defects, 0 warnings, 0 notes\n");
 }
 

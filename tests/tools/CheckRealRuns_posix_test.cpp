@@ -77,5 +77,26 @@ TEST(CheckRealRuns, HaveNoDefectAndTheWarningsOfTheTable) {
   }
 }
 
+// Intact proteins: their charges times their m/z reach beyond the isotope table.
+TEST(CheckRealRuns, TheChargesThatAreAdvisedForIntactProteinsAreProcessed) {
+  const std::string packed = TARVEK_SOURCE_DIR "/../shared/data/td-fusion-emsl/TopDown.mzML.gz";
+  if (!fs::exists(packed)) GTEST_SKIP() << "needs the real runs in ../shared/data";
+  const TemporaryDirectory directory;
+  const std::string input = directory / "TopDown.mzML";
+  WriteFile(input, Unpacked(packed));
+  EXPECT_EQ(Check({input, "-c", "5t18"}).Findings(false), Warnings{"warning mass-limit"});
+  const CheckResult result = Check({input});
+  std::string advice;
+  for (const auto& finding : result.m_report.at("findings"))
+    if (finding.at("code") == "charge-range") advice = finding.at("advice");
+  const std::string start = "Run tarvek with -c ";
+  ASSERT_EQ(advice.rfind(start, 0), 0U) << advice;
+  const std::string range = advice.substr(
+      start.size(), advice.find_first_not_of("-0123456789t", start.size()) - start.size());
+  Process(input, directory / "out", {"-c", range});
+  EXPECT_TRUE(fs::exists(directory / "out/TopDown.csv")) << range;
+  EXPECT_EQ(Check({input, "-c", range}).Findings(false), Warnings()) << range;
+}
+
 }  // namespace
 }  // namespace tarvek::tools::test

@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "BinaryPair.h"
+#include "CheckAccount.h"
 #include "CheckCommand.h"
 #include "CheckMgf.h"
 #include "CheckPf.h"
@@ -95,6 +97,51 @@ TEST(CheckXmlInput, TheWidthOfTheRunIsComparedWithTheOption) {
   CheckOptions options;
   options.m_settings.m_isolation_width = 4.0;
   EXPECT_THAT(Codes(CheckScans({Survey(1), Fragment(2, Window("2"))}, options)), IsEmpty());
+}
+
+// 2.2 is more than 2 by less than a tenth of itself; 2.25 by more.
+TEST(CheckXmlInput, AWidthIsAnotherWhenItDiffersByMoreThanATenth) {
+  EXPECT_THAT(Codes(CheckScans({Survey(1), Fragment(2, Window("1.1"))})), IsEmpty());
+  const CheckReport wider = CheckScans({Survey(1), Fragment(2, Window("1.125"))});
+  ASSERT_THAT(Codes(wider), ElementsAre("isolation-width"));
+  EXPECT_EQ(wider.Findings().front().m_severity, Severity::kNote);
+  CheckOptions options;
+  options.m_settings.m_isolation_width = 0.75;
+  EXPECT_THAT(Codes(CheckScans({Survey(1), Fragment(2, Window("0.35"))}, options)), IsEmpty());
+  options.m_settings.m_isolation_width = 0.8;
+  EXPECT_THAT(Codes(CheckScans({Survey(1), Fragment(2, Window("0.35"))}, options)),
+              ElementsAre("isolation-width"));
+}
+
+// M+H = z x m/z - (z - 1) x 1.007276 must stay below 15000: at m/z 1001 that is z x 999.992724 + 1.007276,
+// 14999.9 for 14.99 charges.
+TEST(LargestCharge, IsTheLastWhoseMassesAreInTheTable) {
+  EXPECT_EQ(LargestCharge(1001.0, 15000), 14);
+  EXPECT_EQ(LargestCharge(1000.0, 15000), 15);  // 15 x 998.992724 + 1.007276 = 14985.9
+  EXPECT_EQ(LargestCharge(7600.0, 15000), 1);
+  EXPECT_EQ(LargestCharge(15000.0, 15000), 0);
+  EXPECT_GT(LargestCharge(0.0, 15000), 1000000);  // nothing is known of the m/z
+}
+
+// An ion of charge 18 in a run with another one at m/z 1500: 1500 + 1 + 0.05 allows 9 charges.
+TEST(CheckXmlInput, NoChargeIsAdvisedThatReachesBeyondTheIsotopeTable) {
+  TestPrecursor high;
+  high.m_ions = {Cv(1000744, "800.25") + Cv(1000041, "18")};
+  TestPrecursor far = high;
+  far.m_target = "1500.0";
+  far.m_ions = {Cv(1000744, "1500.0") + Cv(1000041, "8")};
+  const std::vector<TestScan> scans = {Survey(1), Fragment(2, high), Fragment(3, far)};
+  const CheckReport report = CheckScans(scans);
+  ASSERT_THAT(Codes(report), ElementsAre("charge-range"));
+  EXPECT_THAT(report.Findings().front().m_advice, HasSubstr("-c 8t9, since"));
+  CheckOptions options;
+  options.m_settings.m_charge_min = 8;
+  options.m_settings.m_charge_max = 18;
+  const CheckReport planned = CheckScans(scans, options);
+  ASSERT_THAT(Codes(planned), ElementsAre("mass-limit"));
+  EXPECT_THAT(planned.Findings().front().m_advice, HasSubstr("-c 8t9, since"));
+  options.m_settings.m_charge_max = 9;
+  EXPECT_THAT(Codes(CheckScans(scans, options), false), IsEmpty());
 }
 
 TEST(CheckXmlInput, AnUndeclaredWidthIsNotSpokenOf) {
@@ -205,12 +252,12 @@ TEST(CheckXmlInput, AProfileInWhichNoPeakIsFoundIsLeftOut) {
   EXPECT_EQ(report.Items().front().m_left_out.begin()->first, "no peak found in its profile");
 }
 
-TEST(CheckXmlInput, ACompressedFileIsReadAndNamedAsSuch) {
+TEST(CheckXmlInput, ACompressedFileIsReadAsAnyOther) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.mzML.gz", extractor::test::Gzipped(Mzml({Survey(1), Fragment(2)})));
   CheckReport report;
   CheckXmlInput(report, directory / "run.mzML.gz", {});
-  EXPECT_THAT(Codes(report), ElementsAre("compressed"));
+  EXPECT_THAT(Codes(report), IsEmpty());
   EXPECT_EQ(report.Items().front().m_facts.back().m_count, 1);
 }
 
@@ -384,15 +431,70 @@ TEST(CheckMgfInput, WhatARunTakesIsNoDefect) {
       "BEGIN IONS\nTITLE=a.7.7.2.dta\nPEPMASS=400.5\nEND IONS\n"
       "BEGIN IONS\nTITLE=a.8.8.2.dta\n100.5 1.0\nEND IONS\n"
       "TITLE=a.9.9.2.dta\nPEPMASS=400.5\n100.5 1.0\nEND IONS\n");
-  EXPECT_THAT(Codes(report), ElementsAre("mgf-input"));
+  EXPECT_THAT(Codes(report, false), ElementsAre("mgf-input"));
   EXPECT_EQ(report.Items().front().m_facts.front().m_count, 3);
 }
 
 TEST(CheckMgfInput, WhereARunStopsIsADefect) {
   EXPECT_THAT(Codes(CheckMgfText("BEGIN IONS\nTITLE=scan 5\nPEPMASS=5\n100.5 1.0\nEND IONS\n")),
-              ElementsAre("mgf-input", "unreadable"));
+              ElementsAre("mgf-input", "mgf-title", "no-charge", "unreadable"));
   EXPECT_THAT(Codes(CheckMgfText("BEGIN IONS\nTITLE=a.7.7.2.dta\nPEPMASS=5\nEND IONS\n")),
-              ElementsAre("mgf-input", "no-ms2"));
+              ElementsAre("mgf-input", "no-charge", "no-ms2"));
+}
+
+std::string MgfBlock(const std::string& title, const std::string& peaks, bool has_charge = true) {
+  return "BEGIN IONS\nTITLE=" + title + "\n" + (has_charge ? "CHARGE=2+\n" : "") +
+         "PEPMASS=400.5\n" + peaks + "END IONS\n";
+}
+
+TEST(CheckMgfInput, BlocksThatMergeAreCounted) {
+  const std::string peaks = "100.5 1.0\n";
+  const CheckReport same =
+      CheckMgfText(MgfBlock("a.7.7.2.0.dta", peaks) + MgfBlock("a.7.7.3.1.dta", peaks) +
+                   MgfBlock("a.8.8.2.0.dta", peaks));
+  ASSERT_THAT(Codes(same), ElementsAre("mgf-input", "merged-blocks"));
+  EXPECT_EQ(same.Findings().back().m_severity, Severity::kNote);
+  EXPECT_THAT(same.Findings().back().m_meaning, HasSubstr("1 of 3 blocks"));
+  EXPECT_EQ(same.Items().front().m_facts.back().m_key, "scans");
+  EXPECT_EQ(same.Items().front().m_facts.back().m_count, 2);
+  const CheckReport other =
+      CheckMgfText(MgfBlock("a.7.7.2.0.dta", peaks) + MgfBlock("a.7.7.3.1.dta", "200.5 1.0\n"));
+  ASSERT_THAT(Codes(other), ElementsAre("mgf-input", "merged-blocks"));
+  EXPECT_EQ(other.Findings().back().m_severity, Severity::kWarning);
+}
+
+// Dots in the run name: the second field is 1 in both, and the scans are told by the end.
+TEST(CheckMgfInput, TitlesOfDottedRunNamesDoNotMerge) {
+  const std::string peaks = "100.5 1.0\n";
+  const CheckReport report =
+      CheckMgfText(MgfBlock("a.1.7.7.2.0.dta", peaks) + MgfBlock("a.1.8.8.2.dta", peaks) +
+                   MgfBlock("a.1.9.9.-3.0.dta", peaks));
+  EXPECT_THAT(Codes(report), ElementsAre("mgf-input", "dotted-name"));
+}
+
+TEST(CheckMgfInput, ABlockWithoutChargeIsANote) {
+  const CheckReport report = CheckMgfText(MgfBlock("a.7.7.2.dta", "100.5 1.0\n") +
+                                          MgfBlock("a.8.8.2.dta", "100.5 1.0\n", false));
+  ASSERT_THAT(Codes(report), ElementsAre("mgf-input", "no-charge"));
+  EXPECT_THAT(report.Findings().back().m_meaning, HasSubstr("1 of 2 blocks"));
+}
+
+TEST(CheckMgfInput, ATitleWithoutScanIsNamedWithItsLine) {
+  const CheckReport report =
+      CheckMgfText(MgfBlock("a.7.7.2.dta", "100.5 1.0\n") + MgfBlock("scan 8", "100.5 1.0\n"));
+  ASSERT_THAT(Codes(report), ElementsAre("mgf-input", "mgf-title", "unreadable"));
+  EXPECT_EQ(report.Findings()[1].m_place.m_line, 8);
+}
+
+// Whatever separators a run reads: where it gets no peaks, the reason is told.
+TEST(CheckMgfInput, ScansWithoutUsablePeaksAreLeftOutWithTheReason) {
+  const CheckReport report =
+      CheckMgfText(MgfBlock("a.7.7.2.dta", "100.5 1.0\n") + MgfBlock("a.8.8.2.dta", "") +
+                   MgfBlock("a.9.9.2.dta", "100.5;1.0\n"));
+  const LeftOutScans& left_out = report.Items().front().m_left_out;
+  ASSERT_EQ(left_out.size(), 2U);
+  EXPECT_EQ(left_out.at("no peaks").m_first_scan, 8);
+  EXPECT_EQ(left_out.at("peaks without intensity").m_first_scan, 9);
 }
 
 TEST(CheckMgfInput, AnEndInsideABlockIsAWarning) {
@@ -464,7 +566,7 @@ TEST(CheckPaths, ABaseNameStandsForTheFilesOfOneRun) {
   const std::string block = "BEGIN IONS\nTITLE=a.7.7.2.dta\nPEPMASS=400.5\n100.5 1.0\nEND IONS\n";
   WriteFile(directory / "a.mgf", block);
   WriteFile(directory / "ab.mgf", "nothing");
-  EXPECT_THAT(Codes(CheckPaths({directory / "a"}, {})), ElementsAre("mgf-input"));
+  EXPECT_THAT(Codes(CheckPaths({directory / "a"}, {}), false), ElementsAre("mgf-input"));
 }
 
 /// The inputs and findings of a directory, or of one path in it.
@@ -521,6 +623,91 @@ TEST(CheckPaths, TablesOfOtherProgramsInADirectoryAreLeftAlone) {
   WriteFile(directory / "a.mgf",
             "BEGIN IONS\nTITLE=a.7.7.2.dta\nPEPMASS=400.5\n100.5 1.0\nEND IONS\n");
   EXPECT_THAT(Codes(CheckPaths({directory.Path()}, {})), Not(testing::Contains("csv-header")));
+}
+
+TEST(CheckPaths, TwoInputsOfOneNameAreNamed) {
+  const TemporaryDirectory directory;
+  const std::string mzml = Mzml({Survey(1), Fragment(2)});
+  WriteFile(directory / "a.mzML", mzml);
+  WriteFile(directory / "a.mzML.gz", extractor::test::Gzipped(mzml));
+  WriteFile(directory / "b.mzML", mzml);
+  WriteFile(directory / "b.raw", "");  // from which the mzML was made: a run takes one format
+  CheckReport report = CheckPaths({directory.Path()}, {});
+  ASSERT_THAT(Codes(report, false), testing::Contains("same-name"));
+  const auto same = std::ranges::find(report.Findings(), "same-name", &Finding::m_code);
+  EXPECT_THAT(same->m_file, testing::EndsWith("a.mzML.gz"));
+  EXPECT_THAT(same->m_meaning, HasSubstr("a.mzML has the same base name"));
+  EXPECT_EQ(std::ranges::count(report.Findings(), "same-name", &Finding::m_code), 1);
+  std::filesystem::create_directory(directory / "two");
+  WriteFile(directory / "two/b.mzML", mzml);
+  report = CheckPaths({directory / "b.mzML", directory / "two/b.mzML"}, {});
+  const auto maybe = std::ranges::find(report.Findings(), "same-name", &Finding::m_code);
+  ASSERT_NE(maybe, report.Findings().end());
+  EXPECT_EQ(maybe->m_severity, Severity::kNote);
+}
+
+constexpr const char* kTable =
+    "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, TotleNumOfPrecursor\n";
+
+TEST(CheckOutputs, ARunThatExportedNothingIsADefectWithTheLargestReason) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.csv", kTable);
+  EXPECT_THAT(Codes(CheckPaths({directory.Path()}, {}), false), ElementsAre("empty-run"));
+  WriteFile(directory / "run.tarvek",
+            "count\tms2_exported\t0\ncount\tms2_read\t9\ncount\tprecursors\t0\n"
+            "left_out\tno peaks\t2\nleft_out\tanalyser not known\t7\n");
+  const CheckReport report = CheckPaths({directory.Path()}, {});
+  ASSERT_THAT(Codes(report), ElementsAre("nothing-exported"));
+  EXPECT_THAT(report.Findings().front().m_meaning, HasSubstr("7 analyser not known"));
+  EXPECT_EQ(report.Items().front().m_left_out.at("no peaks").m_count, 2);
+  EXPECT_THAT(CheckText(report), HasSubstr("  left out: 2, no peaks\n"));
+}
+
+TEST(CheckOutputs, SettingsOfThePlannedRunAreComparedWithThoseOfTheRecord) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.csv", kTable);
+  WriteFile(directory / "run.tarvek",
+            "setting\tisolation_width\t2.000000\nsetting\tcharge_range\t2t6\n"
+            "count\tms2_read\t0\ncount\tms2_exported\t0\n");
+  const auto codes = [&](const ParameterTable& planned) {
+    CheckOptions options;
+    options.m_planned = planned;
+    return Codes(CheckPaths({directory / "run"}, options), false);
+  };
+  EXPECT_THAT(codes({}), ElementsAre("empty-run"));
+  EXPECT_THAT(codes({{"isolation_width", "2"}, {"charge_range", "2t6"}}), ElementsAre("empty-run"));
+  for (const auto& [key, value] : ParameterTable{{"isolation_width", "4"}, {"charge_range", "2t7"}})
+    EXPECT_THAT(codes({{key, value}}), ElementsAre("empty-run", "other-settings")) << key;
+  CheckOptions options;
+  options.m_planned = {{"isolation_width", "4"}};
+  const CheckReport report = CheckPaths({directory / "run"}, options);
+  EXPECT_THAT(report.Findings().back().m_meaning, HasSubstr("isolation_width = 2.000000"));
+  EXPECT_THAT(report.Findings().back().m_meaning, HasSubstr("has 4"));
+}
+
+// FNV-1a of no bytes, and of the table as a few lines of Python count it.
+TEST(FingerprintOf, TellsTablesApart) {
+  EXPECT_EQ(FingerprintOf({}), "cbf29ce484222325");
+  const IsotopeTable table = ReadIsotopeTable(TARVEK_SOURCE_DIR "/data/IPV.txt");
+  EXPECT_EQ(FingerprintOf(table), "6b259932296adbda");
+  IsotopeTable other = table;
+  other[1000][2] += 1e-9;
+  EXPECT_NE(FingerprintOf(other), FingerprintOf(table));
+}
+
+TEST(CheckOutputs, TheIsotopeTableOfThePlannedRunIsComparedByItsNumbers) {
+  const TemporaryDirectory directory;
+  CheckOptions options;
+  options.m_ipv_file = TARVEK_SOURCE_DIR "/data/IPV.txt";
+  const auto codes = [&](const std::string& fingerprint) {
+    WriteFile(directory / "run.csv", kTable);
+    WriteFile(directory / "run.tarvek", "setting\tisotope_table\t" + fingerprint + "\n");
+    return Codes(CheckPaths({directory / "run"}, options), false);
+  };
+  EXPECT_THAT(codes("0123456789abcdef"), ElementsAre("empty-run"));  // no table was named
+  options.m_is_table_planned = true;
+  EXPECT_THAT(codes("0123456789abcdef"), ElementsAre("empty-run", "other-settings"));
+  EXPECT_THAT(codes("6b259932296adbda"), ElementsAre("empty-run"));
 }
 
 }  // namespace

@@ -339,6 +339,49 @@ TEST_F(MgfCommandTest, RefusesTwoInputsForOneOutput) {
   EXPECT_THAT(OutNames(), ElementsAre());
 }
 
+TEST_F(MgfCommandTest, RefusesTheMgfOfARunThatDidNotFinish) {
+  WriteFile(In("run_HCDFT.mgf"), SmallRun("run"));
+  WriteFile(In("run.csv_unfinished"), "");
+  const auto message = [&] {
+    return MessageOf([&] { RunMgf({"--engine", "comet", "--out", Out(), m_directory / "in"}); });
+  };
+  EXPECT_THAT(message(), HasSubstr("The run of " + In("run_HCDFT.mgf") + " did not finish"));
+  EXPECT_THAT(OutNames(), ElementsAre());
+  WriteFile(In("run.csv"), "");  // of an earlier end of the same run
+  EXPECT_EQ(message(), "(nothing was thrown)");
+}
+
+TEST_F(MgfCommandTest, RefusesTheMgfOfARunThatExportedNothing) {
+  WriteFile(In("run_HCDFT.mgf"), "");
+  WriteFile(In("run.csv"), "");
+  WriteFile(In("run.tarvek"),
+            "count\tms2_exported\t0\ncount\tms2_read\t7\n"
+            "left_out\tno usable precursor\t2\nleft_out\tanalyser not known\t5\n");
+  const std::string message = MessageOf([&] {
+    RunMgf({"--engine", "comet", "--out", Out(), In("run_HCDFT.mgf")});
+  });
+  EXPECT_THAT(message, HasSubstr("The run of " + In("run_HCDFT.mgf") + " exported nothing"));
+  EXPECT_THAT(message, HasSubstr("5 analyser not known"));
+  EXPECT_THAT(OutNames(), ElementsAre());
+}
+
+TEST_F(MgfCommandTest, TakesAnMgfThatIsNoOutputWhateverRunLiesBesideIt) {
+  WriteFile(In("run.mgf"), SmallRun("run"));
+  WriteFile(In("run.csv_unfinished"), "");
+  RunMgf({"--engine", "comet", "--out", Out(), In("run.mgf")});
+  EXPECT_THAT(OutNames(), ElementsAre("run.ids.tsv", "run.mgf"));
+}
+
+TEST_F(MgfCommandTest, NamesNoOutputWhenALaterInputIsCut) {
+  WriteFile(In("a.mgf"), SmallRun("a"));
+  WriteFile(In("b.mgf"), SmallRun("b") + "BEGIN IONS\n100.5 1\n");
+  EXPECT_EQ(MessageOf([&] {
+              RunMgf({"--engine", "comet", "--out", Out(), m_directory / "in"});
+            }),
+            In("b.mgf") + ":26: the file ends inside a block");
+  EXPECT_THAT(OutNames(), ElementsAre());
+}
+
 TEST_F(MgfCommandTest, RefusesToReplaceItsInput) {
   WriteFile(In("run.mgf"), SmallRun("run"));
   const std::string message = MessageOf([&] {

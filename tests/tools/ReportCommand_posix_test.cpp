@@ -88,13 +88,79 @@ TEST_F(ReportCommand, WritesABatchIntoAnotherFolderAndFinishesTheOthersWhenARunI
   EXPECT_THAT(Err(), HasSubstr("broken.pf1 is damaged or cut short at byte 0."));
   EXPECT_THAT(Err(), HasSubstr("1 of 2 runs could not be reported."));
   EXPECT_THAT(Reports(m_directory / "pages/week"),
-              UnorderedElementsAre("hand.report.html", "hand.report.json", "tarvek_report.html",
-                                   "tarvek_report.json", "tarvek_mqc.json",
-                                   "tarvek_isotopes_mqc.json", "tarvek_precursors_mqc.json"));
+              UnorderedElementsAre("hand.report.html", "hand.report.json", "late.report.html",
+                                   "late.report.json", "tarvek_report.html", "tarvek_report.json",
+                                   "tarvek_mqc.json", "tarvek_isotopes_mqc.json",
+                                   "tarvek_precursors_mqc.json"));
   const json batch = json::parse(ReadFile(m_directory / "pages/week/tarvek_report.json"));
   ASSERT_EQ(batch["runs"].size(), 3u);
   EXPECT_EQ(batch["runs"][1]["run"], "hand");
   EXPECT_EQ(batch["runs"][2]["error"], "the run did not finish");
+}
+
+TEST_F(ReportCommand, ListsAndCountsTheRunsThatCrashed) {
+  WriteHandRun(m_directory);
+  WriteFile(m_directory / "early.csv_unfinished", "");
+  WriteFile(m_directory / "late.csv_unfinished", kTableHeader);
+  WriteFile(m_directory / "hand.csv_unfinished", kTableHeader);  // of a run that was done again
+  WriteFile(m_directory / "other.csv_unfinished", "a,b\n");      // of another program
+  ASSERT_EQ(Run("."), 0) << Err();
+  const json batch = json::parse(ReadFile(m_directory / "tarvek_report.json"));
+  ASSERT_EQ(batch["runs"].size(), 3u);
+  EXPECT_EQ(batch["unfinished"], 2);
+  EXPECT_EQ(batch["runs"][0]["state"], "finished");
+  EXPECT_EQ(batch["runs"][1]["run"], "early");
+  EXPECT_EQ(batch["runs"][1]["state"], "unfinished");
+  const json table = json::parse(ReadFile(m_directory / "tarvek_mqc.json"));
+  EXPECT_EQ(table["data"]["early"]["state"], "unfinished");
+  EXPECT_EQ(table["data"]["hand"]["state"], "finished");
+  const std::string page = ReadFile(m_directory / "tarvek_report.html");
+  EXPECT_THAT(page, HasSubstr("early"));
+  EXPECT_THAT(page, HasSubstr("Unfinished: 2."));
+}
+
+TEST_F(ReportCommand, SaysOnThePageOfARunThatItCrashed) {
+  WriteFile(m_directory / "run.csv_unfinished", "");
+  for (const char* path : {"run", "run.csv", "run.csv_unfinished"}) {
+    EXPECT_EQ(Run(path), 1);
+    EXPECT_THAT(Err(), HasSubstr("run.csv is not there: the run did not finish"));
+  }
+  EXPECT_THAT(ReadFile(m_directory / "run.report.html"), HasSubstr("The run did not finish"));
+  EXPECT_EQ(json::parse(ReadFile(m_directory / "run.report.json"))["state"], "unfinished");
+  const json table = json::parse(ReadFile(m_directory / "run_tarvek_mqc.json"));
+  EXPECT_EQ(table["data"]["run"]["state"], "unfinished");
+}
+
+TEST_F(ReportCommand, CallsARunThatExportedNothingADefect) {
+  WriteFile(m_directory / "run.csv", kTableHeader);
+  WriteFile(m_directory / "run.tarvek",
+            "count\tms2_exported\t0\ncount\tms2_read\t321\ncount\tprecursors\t0\n"
+            "left_out\tanalyser not known\t300\nleft_out\tno peaks\t21\n"
+            "setting\tisolation_width\t4.000000\n");
+  ASSERT_EQ(Run("."), 0) << Err();
+  const json batch = json::parse(ReadFile(m_directory / "tarvek_report.json"));
+  EXPECT_EQ(batch["nothing_exported"], 1);
+  const json run = json::parse(ReadFile(m_directory / "run.report.json"));
+  EXPECT_EQ(run["state"], "nothing exported");
+  EXPECT_EQ(run["remarks"]["nothing-exported"]["verdict"], "defect");
+  EXPECT_EQ(run["left_out"], 321);
+  EXPECT_EQ(run["left_out_reasons"]["analyser not known"], 300);
+  EXPECT_EQ(run["left_out_source"], "the record of the run");
+  EXPECT_EQ(run["isolation_width"], 4.0);
+  EXPECT_EQ(run["isolation_width_source"], "as the record says");
+  const std::string page = ReadFile(m_directory / "run.report.html");
+  EXPECT_THAT(page, HasSubstr("300 analyser not known, 21 no peaks"));
+  EXPECT_THAT(page, testing::Not(HasSubstr("Nothing stands out")));
+}
+
+TEST_F(ReportCommand, NamesARecordThatIsDamaged) {
+  WriteHandRun(m_directory);
+  WriteFile(m_directory / "hand.tarvek", "count\tms2_read\tmany\n");
+  EXPECT_EQ(Run("hand"), 1);
+  EXPECT_THAT(Err(), HasSubstr("hand.tarvek: line 1: \"many\" is no count"));
+  WriteFile(m_directory / "hand.tarvek", "setting\tisolation_width\twide\n");
+  EXPECT_EQ(Run("hand"), 1);
+  EXPECT_THAT(Err(), HasSubstr("hand.tarvek: the isolation_width 'wide' is no width."));
 }
 
 TEST_F(ReportCommand, NamesWhatIsNotThere) {

@@ -4,7 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <string>
+#include <vector>
 
+#include "DeclaredWidth.h"
+#include "ExtractorTestSupport.h"
+#include "ReportFindings.h"
+#include "ReportPage.h"
 #include "ReportPurity.h"
 #include "ReportTestRun.h"
 
@@ -311,6 +317,112 @@ TEST(RunReport, SaysNothingOfWhatItCannotKnow) {
   EXPECT_TRUE(report.m_median_ppm.has_value());
   EXPECT_EQ(report.m_windows, 0);
   EXPECT_FALSE(LeftOutShare(report));
+}
+
+// 20 scans whose declared charge is 2, with a determined precursor of this charge at that m/z.
+std::string RowsOfCharge2(int determined_charge) {
+  std::string rows = kTableHeader;
+  for (int scan = 1; scan <= 20; ++scan)
+    rows += "HCD, FT, " + std::to_string(scan) + ", 500.000000, 2, 1, 1, 500.000500, " +
+            std::to_string(determined_charge) + ", \n";
+  return rows;
+}
+
+TEST(RunReport, DoesNotCallAnAssumedChargeDeclared) {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);
+  WriteFile(directory / "hand.ms2",
+            "S\t2\t2\nI\tActivationCenter\t500.0\nI\tPrecursorScan\t1\nZ\t0\t0.0\n100.5 10.0\n" +
+                Ms2Text(3, 1, 61.0, "HCD", "FT", 2));
+  const RunReport report = ReportOf(directory);
+  EXPECT_EQ(report.m_without_charge, 1);
+  EXPECT_EQ(report.m_undeclared, 2);            // and scan 8, which declares nothing
+  EXPECT_EQ((report.m_charges.at({2, 2})), 1);  // scan 3; scan 2 is the other one in HandTable
+  EXPECT_THAT(RunPage(report), testing::HasSubstr("1 scans declare no charge"));
+}
+
+TEST(RunReport, TakesChargesThatAreAllTwoForAssumedWhereTheDeterminedOnesDiffer) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "hand.csv", RowsOfCharge2(3));
+  EXPECT_EQ(ReportOf(directory).m_without_charge, 20);
+  EXPECT_TRUE(ReportOf(directory).m_charges.empty());
+  WriteFile(directory / "hand.csv", RowsOfCharge2(2));
+  EXPECT_EQ(ReportOf(directory).m_without_charge, 0);
+  EXPECT_EQ((ReportOf(directory).m_charges.at({2, 2})), 20);
+}
+
+TEST(RunReport, TakesTheReasonsOfTheRecordForThoseOfTheInput) {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);
+  WriteFile(directory / "hand.tarvek",
+            "count\tms2_exported\t6\ncount\tms2_read\t10\nleft_out\tMS level above 2\t4\n");
+  const RunReport report = ReportOf(directory);
+  EXPECT_EQ(report.m_left_out_count, 4);
+  EXPECT_EQ(report.m_left_out_reasons,
+            (std::map<std::string, std::int64_t>{{"MS level above 2", 4}}));
+  EXPECT_EQ(LeftOutShare(report), 0.4);
+  EXPECT_THAT(RunPage(report), testing::HasSubstr("MS level above 2"));
+}
+
+std::vector<std::string> RemarksOf(const RunReport& report) {
+  std::vector<std::string> remarks;
+  for (const ReportFinding& remark : ReportRemarks(report)) remarks.push_back(remark.m_id);
+  return remarks;
+}
+
+TEST(RunReport, ComparesTheWidthWithThatOfTheInstrumentFile) {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);
+  extractor::test::TestPrecursor window;
+  window.m_lower = window.m_upper = "1.1";
+  WriteFile(directory / "hand.mzML", extractor::test::Mzml({extractor::test::Survey(1),
+                                                            extractor::test::Fragment(2, window)}));
+  EXPECT_THAT(RemarksOf(ReportOf(directory)), testing::IsEmpty());  // the run's width is not known
+  const auto remarks_of_width = [&](const std::string& width) {
+    WriteFile(directory / "hand.tarvek", "setting\tisolation_width\t" + width + "\n");
+    return RemarksOf(ReportOf(directory));
+  };
+  EXPECT_THAT(remarks_of_width("2.000000"), testing::IsEmpty());  // 0.2 of 2.2 is less than a tenth
+  EXPECT_THAT(remarks_of_width("1.900000"), testing::ElementsAre("isolation-width"));
+  EXPECT_THAT(remarks_of_width("2.500000"), testing::ElementsAre("isolation-width"));
+  EXPECT_THAT(RunPage(ReportOf(directory)),
+              testing::HasSubstr("declares a width of 2.2 m/z (hand.mzML)"));
+}
+
+TEST(RunReport, NeverFindsAnEmptyTableAsUsual) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "hand.csv", kTableHeader);
+  EXPECT_THAT(RemarksOf(ReportOf(directory)), testing::ElementsAre("empty"));
+  WriteFile(directory / "hand.ms2", Ms2Text(3, 1, 61.0, "HCD", "TOF", 2));
+  EXPECT_THAT(RemarksOf(ReportOf(directory)), testing::ElementsAre("nothing-exported"));
+  EXPECT_THAT(RunPage(ReportOf(directory)), testing::Not(testing::HasSubstr("Nothing stands out")));
+}
+
+TEST(DeclaredWidthOf, IsNothingForAFileThatCannotBeReadOrSaysNothing) {
+  const TemporaryDirectory directory;
+  EXPECT_EQ(DeclaredWidthOf(directory / "none.mzML"), std::nullopt);
+  WriteFile(directory / "cut.mzML", "<mzML");
+  EXPECT_EQ(DeclaredWidthOf(directory / "cut.mzML"), std::nullopt);
+}
+
+// More scans than are looked at, and a file that is damaged behind them.
+TEST(DeclaredWidthOf, StopsWhenItHasSeenEnough) {
+  const TemporaryDirectory directory;
+  std::vector<extractor::test::TestScan> scans = {extractor::test::Survey(1)};
+  for (int i = 0; i < 1001; ++i) scans.push_back(extractor::test::Fragment(2 + i));
+  std::string mzml = extractor::test::Mzml(scans);
+  const std::size_t last = mzml.rfind("</spectrum>");
+  WriteFile(directory / "run.mzML", mzml.substr(0, last));
+  EXPECT_EQ(DeclaredWidthOf(directory / "run.mzML"), 2.0);
+}
+
+TEST(IsOtherWidth, MeansMoreThanATenthOfTheDeclaredOne) {
+  EXPECT_FALSE(IsOtherWidth(2.0, 2.0));
+  EXPECT_FALSE(IsOtherWidth(2.0, 1.8));
+  EXPECT_FALSE(IsOtherWidth(2.0, 2.2));
+  EXPECT_TRUE(IsOtherWidth(2.0, 1.79));
+  EXPECT_TRUE(IsOtherWidth(2.0, 2.21));
+  EXPECT_TRUE(IsOtherWidth(0.7, 0.8));
 }
 
 TEST(RunReport, IsEmptyForATableWithoutRows) {

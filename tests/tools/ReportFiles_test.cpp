@@ -114,6 +114,19 @@ TEST(FindRuns, TellsPrecursorTablesFromOtherFilesAndFinishedOnesFromOthers) {
   EXPECT_EQ(Slashed(runs.m_unfinished[0]), Slashed(directory / "c"));
 }
 
+TEST(FindRuns, TakesTheTableOfACrashedRunHoweverShort) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.csv_unfinished", "");
+  WriteFile(directory / "b.csv_unfinished", kTableHeader);
+  WriteFile(directory / "c.csv_unfinished", "x,y\n");
+  WriteFile(directory / "d.csv", "");
+  const FoundRuns found = FindRuns(directory.Path());
+  EXPECT_THAT(found.m_finished, testing::IsEmpty());
+  ASSERT_EQ(found.m_unfinished.size(), 2u);
+  EXPECT_EQ(Slashed(found.m_unfinished[0]), Slashed(directory / "a"));
+  EXPECT_EQ(Slashed(found.m_unfinished[1]), Slashed(directory / "b"));
+}
+
 TEST(ReadReportRows, ReadsDeclaredAndDeterminedWithoutSigns) {
   const TemporaryDirectory directory;
   WriteFile(directory / "a.csv", std::string(kTableHeader) +
@@ -299,6 +312,21 @@ TEST(LogBook, TellsApartRunsWhoseNamesGoOnBehindAPoint) {
   EXPECT_THAT(FactsOf(directory / "log.txt", "a.2").m_without_precursor, ElementsAre(18));
 }
 
+TEST(LogBook, KnowsTheWidthOfMostScansOfTheExtraction) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "log",
+            "[Tarvek] <INFO> -   Isolation widths (Th): 2.0 (3 scans); 4.0 (318 scans)\n"
+            "[Tarvek] <INFO> - Start to process in/run.ms1\n"
+            "[Tarvek] <INFO> - Start to process in/other.ms1\n");
+  LogBook logs;
+  RunFiles run;
+  run.m_log = directory / "log";
+  run.m_name = "run";
+  EXPECT_EQ(logs.FactsOf(run).m_declared_width, 4.0);
+  run.m_name = "other";  // was extracted before, by another program start
+  EXPECT_EQ(logs.FactsOf(run).m_declared_width, std::nullopt);
+}
+
 TEST(LogBook, ReadsALogOnce) {
   const TemporaryDirectory directory;
   RunFiles files;
@@ -337,6 +365,22 @@ TEST(ReadTextInput, SaysWhatEachScanDeclares) {
   EXPECT_EQ(scans[1].m_analyser, "Unknown");
   EXPECT_EQ(scans[1].m_survey, 1);
   EXPECT_FALSE(scans[1].m_declared.empty());
+}
+
+TEST(ReadTextInput, TellsAnAssumedChargeFromADeclaredOne) {
+  const TemporaryDirectory directory;
+  const auto scan = [](int number, const std::string& charges) {
+    const std::string text = std::to_string(number);
+    return "S\t" + text + "\t" + text + "\nI\tActivationCenter\t500.4\n" + charges + "100.5 10.0\n";
+  };
+  WriteFile(directory / "run.ms2", scan(2, "Z\t0\t0.0\n") + scan(3, "Z\t2\t999.0\n") +
+                                       scan(4, "Z\t0\t999.0\nZ\t3\t999.0\n") + scan(5, ""));
+  const auto scans = ReadTextInput(directory / "run.ms2");
+  ASSERT_EQ(scans.size(), 4u);
+  EXPECT_FALSE(scans[0].m_has_charge);
+  EXPECT_TRUE(scans[1].m_has_charge);
+  EXPECT_FALSE(scans[2].m_has_charge);
+  EXPECT_TRUE(scans[3].m_declared.empty());  // nothing is declared, so nothing is assumed
 }
 
 TEST(ReadTableInput, TakesTheFragmentScansOfTheTable) {

@@ -336,7 +336,8 @@ TEST(MultiQc, HasASectionForEachFileWithTheRunsThatHaveAReport) {
   const json table = json::parse(FiguresForMultiQc(runs));
   EXPECT_EQ(table["id"], "tarvek");
   EXPECT_EQ(table["plot_type"], "table");
-  EXPECT_EQ(table["data"].size(), 2u);
+  EXPECT_EQ(table["data"].size(), 3u);
+  EXPECT_EQ(table["data"]["broken"]["state"], "no report");
   EXPECT_EQ(table["data"]["run 1"]["ms2_scans"], 50.0);
   EXPECT_FALSE(table["data"]["run 1"].contains("median_ppm"));
   const json isotopes = json::parse(IsotopesForMultiQc(runs));
