@@ -39,11 +39,11 @@ int RunChild(const std::string& command) {
 
 }  // namespace
 
-void runExtractor(const UserParameters& parameters, std::string_view mode) {
+bool runExtractor(const UserParameters& parameters, std::string_view mode) {
   const std::string marker = MarkerPath(parameters);
   if (!parameters.m_rewrite_files && FileExists(marker)) {
     logInfo(parameters.m_current_file + " has existed results, skipping morvex process...");
-    return;
+    return false;
   }
   const std::string program =
       ExtractorProgram(ExtractorName(parameters.m_input_format), InstalledDirectory());
@@ -52,6 +52,7 @@ void runExtractor(const UserParameters& parameters, std::string_view mode) {
   const int status = RunChild(command);
   if (status != 0 || !FileExists(marker))
     throw "Cannot use morvex to extract signals from: " + parameters.m_current_file;
+  return true;
 }
 
 RunRecord ExtractionRecord(const UserParameters& parameters) {

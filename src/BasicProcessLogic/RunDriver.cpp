@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <utility>
 
 #include "Check.h"
 #include "Extractor.h"
@@ -98,6 +99,23 @@ class DataPathWalk {
   std::map<std::string, std::string> m_input_of_outputs;  // by OutputKey
 };
 
+// Extracts the current file unless that was done before; what a record of its run begins with.
+RunRecord ExtractAndBegin(const UserParameters& parameters) {
+  const bool is_new = runExtractor(parameters, "ms");
+  const RunRecord now =
+      SettingsOf(parameters, InstalledTableFingerprint(), InputKind::kInstrumentFile);
+  const RunRecord extraction = ExtractionRecord(parameters);
+  RunRecord begun = WithExtraction(now, extraction);
+  if (is_new) return begun;
+  begun = WithSettingsOfExtraction(std::move(begun), extraction);
+  const std::string difference = SettingsDifference(begun, now);
+  if (!difference.empty())
+    logMessage(kWarn, "The spectra of " + parameters.m_current_file +
+                          " were extracted with other settings: " + difference +
+                          ". Give -r 1 to extract it again.");
+  return begun;
+}
+
 void DeleteExtracted(const UserParameters& parameters) {
   for (const char* ending : {".ms1", ".ms2", ".morvex"}) RemoveFile(OutputPath(parameters, ending));
 }
@@ -157,10 +175,7 @@ void processInstrumentFile(UserParameters& parameters) {
     WarnOfOtherSettings(parameters, InstalledTableFingerprint(), InputKind::kInstrumentFile);
     return;
   }
-  runExtractor(parameters, "ms");
-  const RunRecord begun = WithExtraction(
-      SettingsOf(parameters, InstalledTableFingerprint(), InputKind::kInstrumentFile),
-      ExtractionRecord(parameters));
+  const RunRecord begun = ExtractAndBegin(parameters);
   SetCurrentFile(parameters,
                  JoinPath({parameters.m_outputpath, parameters.m_current_basename + ".ms1"}));
   const RunRecord record = parameters.m_output_msb ? processMsbSpectra(parameters, *claim, begun)

@@ -158,16 +158,20 @@ void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isot
   }
 }
 
-RunRecord WithExtraction(RunRecord settings, const RunRecord& extraction) {
-  RunRecord record = std::move(settings);
+RunRecord WithExtraction(RunRecord record, const RunRecord& extraction) {
   record.m_counts = extraction.m_counts;
   record.m_left_out = extraction.m_left_out;
-  if (extraction.m_settings.empty()) return record;
+  return record;
+}
+
+RunRecord WithSettingsOfExtraction(RunRecord record, const RunRecord& extraction) {
+  if (!extraction.Count(kCountMs2Read)) return record;
   for (const std::string_view name : {kSettingAnalyser, kSettingActivation}) {
     const std::string key(name);
-    const auto found = extraction.m_settings.find(key);
+    const std::string before = ValueText(extraction.m_settings, key);
+    if (ToLower(before) == ToLower(ValueText(record.m_settings, key))) continue;
     record.m_settings.erase(key);
-    if (found != extraction.m_settings.end()) record.m_settings[key] = found->second;
+    if (extraction.m_settings.contains(key)) record.m_settings[key] = before;
   }
   return record;
 }

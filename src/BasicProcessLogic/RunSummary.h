@@ -61,9 +61,12 @@ std::string RecordedDifference(const UserParameters& parameters, std::string_vie
 void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isotope_table,
                          InputKind kind);
 
-/// The settings of a run with what the marker of its extraction says: the counts, and, where it has
-/// settings, those of the time of the extraction in place of those of now.
-RunRecord WithExtraction(RunRecord settings, const RunRecord& extraction);
+/// A record with the counts of an extraction and its reasons in place of its own.
+RunRecord WithExtraction(RunRecord record, const RunRecord& extraction);
+
+/// A record with those settings of an earlier extraction that concern it in place of its own, where
+/// the marker of that counts scans; an older marker does not say. Letter case makes no difference.
+RunRecord WithSettingsOfExtraction(RunRecord record, const RunRecord& extraction);
 
 /// The record of a whole run. begun: its settings and, of an instrument file, what the extraction
 /// counted; loop: what the MS2 loop counted. MS2 scans that were extracted and never read are left

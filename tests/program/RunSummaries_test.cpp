@@ -276,12 +276,29 @@ TEST_F(ExtractedRun, NoticesAnotherEnvironment) {
             "ETD. Give -r 1 to process it again.\n");
 }
 TEST_F(ExtractedRun, RecordsTheSettingsOfTheTimeOfTheExtraction) {
-  PlaceWithMarker("done\nsetting\tanalyser\tFTMS\n");
+  PlaceWithMarker(kCountsOfAll + "setting\tanalyser\tFTMS\n");
+  m_environment = {{"TARVEK_ANALYSER", "ftms"}};
+  EXPECT_THAT(RunRaw().m_err, Not(HasSubstr("other settings")));
+  fs::remove(Path("out/run.csv"));
+  EXPECT_THAT(RunRaw().m_err, Not(HasSubstr("other settings")));
+  fs::remove(Path("out/run.csv"));
   m_environment = {{"TARVEK_ANALYSER", "ITMS"}, {"TARVEK_ACTIVATION", "ETD"}};
-  RunRaw();
+  EXPECT_THAT(RunRaw().m_err,
+              HasSubstr("[Tarvek] <WARN> - The spectra of run.raw were extracted with other "
+                        "settings: activation not set, now ETD; analyser FTMS, now ITMS. Give -r 1 "
+                        "to extract it again.\n"));
+  EXPECT_EQ(Starts(), 1);
   const std::string record = Content("out/run.tarvek");
   EXPECT_THAT(record, HasSubstr("setting\tanalyser\tFTMS\n"));
   EXPECT_THAT(record, Not(HasSubstr("setting\tactivation\t")));
+}
+TEST_F(ExtractedRun, BelievesTheEnvironmentBesideAMarkerThatDoesNotSay) {
+  PlaceExtractor(kCopyTextPair);
+  RunRaw();
+  fs::remove(Path("out/run.csv"));
+  m_environment = {{"TARVEK_ANALYSER", "ITMS"}};
+  EXPECT_THAT(RunRaw().m_err, Not(HasSubstr("other settings")));
+  EXPECT_THAT(Content("out/run.tarvek"), HasSubstr("setting\tanalyser\tITMS\n"));
 }
 TEST_F(ExtractedRun, OfSpectraDoesNotMindTheEnvironment) {
   PlaceExtractor(kCopyTextPair);
