@@ -58,6 +58,10 @@ std::optional<std::string_view> NumberFromTheRight(std::string_view title) {
   return NumberTwiceAtTheEnd(without_one);
 }
 
+std::int32_t ScanNumberOf(std::string_view title) {
+  return Readable(ScanInteger(NumberFromTheRight(title).value_or(TokenAt(title, '.', 1))));
+}
+
 // "2+", "3-", "2": the sign follows the number.
 std::int32_t SignedCharge(std::string_view value) {
   const std::size_t sign = value.find_first_of("+-");
@@ -89,10 +93,10 @@ MgfReader::MgfReader(const std::string& path, std::string_view mode)
 
 bool MgfReader::ReadNext(MS2Spectrum& scan) {
   Clear(scan);
-  std::optional<WrittenScanNumber> number;
+  std::optional<std::int32_t> number;
   number.swap(m_pending_number);
   bool is_repeat = false;  // inside a further block of the same scan
-  if (number) scan.m_scan_no = number->m_scan_no;
+  if (number) scan.m_scan_no = *number;
   // A block without a charge of its own takes the one before it, within one scan.
   std::int32_t charge = m_block_precursor.m_charge;
 
@@ -101,14 +105,14 @@ bool MgfReader::ReadNext(MS2Spectrum& scan) {
     if (IsPeakLine(line)) {
       if (!is_repeat) AppendPeak(line, scan.m_peaks);
     } else if (line.starts_with(kTitle)) {
-      const WrittenScanNumber read = ReadTitle(line.substr(kTitle.size()));
-      is_repeat = number && number->IsSameScan(read);
+      const std::int32_t read = ScanNumberOf(line.substr(kTitle.size()));
+      is_repeat = number == read;
       if (!is_repeat && !scan.m_peaks.empty()) {
         m_pending_number = read;
         return FinishRecord(scan);
       }
       number = read;
-      scan.m_scan_no = read.m_scan_no;
+      scan.m_scan_no = read;
     } else if (line.starts_with(kCharge)) {
       charge = m_block_precursor.m_charge = SignedCharge(line.substr(kCharge.size()));
     } else if (line.starts_with(kPepmass)) {
@@ -119,13 +123,6 @@ bool MgfReader::ReadNext(MS2Spectrum& scan) {
     }
   }
   return !scan.m_peaks.empty() && FinishRecord(scan);
-}
-
-WrittenScanNumber MgfReader::ReadTitle(std::string_view title) {
-  const std::string_view number = NumberFromTheRight(title).value_or(TokenAt(title, '.', 1));
-  const ScannedNumber<std::int64_t> scanned = ScanInteger64(number);
-  if (scanned.m_status == NumberStatus::kNoDigits) throw std::string(kMgfTitleError);
-  return m_numbers.Take(scanned, Path());
 }
 
 bool MgfReader::FinishRecord(MS2Spectrum& scan) {

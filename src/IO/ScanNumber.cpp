@@ -4,15 +4,12 @@
 #include <limits>
 
 #include "Logger.h"
+#include "NumberText.h"
 
 namespace tarvek {
 
 WrittenScanNumber ScanNumberReader::Read(std::string_view text, const std::string& path) {
-  return Take(ScanInteger64(text), path);
-}
-
-WrittenScanNumber ScanNumberReader::Take(const ScannedNumber<std::int64_t>& scanned,
-                                         const std::string& path) {
+  const ScannedNumber<std::int64_t> scanned = ScanInteger64(text);
   using Limits = std::numeric_limits<std::int32_t>;
   const std::int64_t held = std::clamp<std::int64_t>(scanned.m_value, Limits::min(), Limits::max());
   WrittenScanNumber number{static_cast<std::int32_t>(held), scanned.m_value};

@@ -9,8 +9,6 @@
 #include <string>
 #include <string_view>
 
-#include "NumberText.h"
-
 namespace tarvek {
 
 /// A scan number as it is written and as records hold it.
@@ -28,9 +26,6 @@ class ScanNumberReader {
  public:
   /// The number at the start of text, 0 without digits. path: of the file, named in the warning.
   WrittenScanNumber Read(std::string_view text, const std::string& path);
-
-  /// The same for a number that was read already; scanned may be out of range.
-  WrittenScanNumber Take(const ScannedNumber<std::int64_t>& scanned, const std::string& path);
 
  private:
   bool m_has_warned = false;

@@ -251,21 +251,9 @@ TEST(MgfReader, ReadsBackTitlesOfRunNamesWithDots) {
   EXPECT_EQ(content.m_scans[1].m_scan_no, 8);
 }
 
-TEST(MgfReader, TellsScansApartWhoseNumbersAreTooLarge) {
-  const MgfContent content = ReadMgf(
-      "TITLE=r.3000000000.3000000000.2.0.dta\n1 1\nTITLE=r.3000000001.1.2.dta\n2 2\n"
-      "TITLE=r.3000000001.1.2.dta\n3 3\nTITLE=r.4.4.2.0.dta\n4 4\n");
-  ASSERT_EQ(content.m_scans.size(), 3u);
-  EXPECT_EQ(content.m_scans[0].m_scan_no, 2147483647);
-  EXPECT_EQ(content.m_scans[1].m_scan_no, 2147483647);
-  EXPECT_EQ(PeaksOf(content.m_scans[1]), "(2 2)");
-  EXPECT_EQ(content.m_scans[2].m_scan_no, 4);
-  EXPECT_TRUE(content.m_warnings.ends_with(
-      "a.mgf has scan numbers that are too large: each such scan gets the number 2147483647, and "
-      "which survey belongs to it is not known.\n"))
-      << content.m_warnings;
-  EXPECT_EQ(content.m_warnings.find("WARN", content.m_warnings.find("WARN") + 1),
-            std::string::npos);
+TEST(MgfReader, RefusesAScanNumberOutOfRange) {
+  EXPECT_EQ(ErrorOf("TITLE=run1.2147483648.1.2.dta\n"), kTitleError);
+  EXPECT_EQ(ErrorOf("TITLE=a.run.2147483648.2147483648.2.dta\n"), kTitleError);
 }
 
 TEST(MgfReader, RefusesAChargeThatIsNoNumber) {
