@@ -8,7 +8,7 @@
 namespace tarvek::extractor {
 namespace {
 
-constexpr double kMaxGapRatio = 3.0;
+constexpr double kHole = 1.75;    // times the expected spacing; a removed sample makes it 2
 constexpr double kSimilar = 1.5;  // two gaps differ by no more than this factor
 constexpr double kTrapSpacing = 0.15;
 constexpr double kRipple = 0.98;  // a valley above this part of a maximum is no valley
@@ -104,7 +104,7 @@ std::size_t EndOfStretch(std::span<const Peak> samples, std::size_t begin,
   std::size_t i = begin;
   for (; i + 1 < samples.size() && samples[i + 1].m_intensity > 0.0; ++i) {
     const double gap = GapAfter(samples, i);
-    if (gap > kSimilar * smallest && gap > kMaxGapRatio * spacing.After(i)) break;
+    if (gap > kSimilar * smallest && gap > kHole * spacing.After(i)) break;
     smallest = i == begin ? gap : std::min(smallest, gap);
   }
   return i + 1;
@@ -169,13 +169,11 @@ Peak ApexOf(const Peak& left, const Peak& middle, const Peak& right) {
           std::clamp(height, middle.m_intensity, kMaxHeightOverSample * middle.m_intensity)};
 }
 
-Peak PeakAt(std::span<const Peak> samples, Stretch stretch, std::size_t i,
-            ExpectedSpacing& spacing) {
+Peak PeakAt(std::span<const Peak> samples, Stretch stretch, std::size_t i) {
   const double left = i > stretch.m_begin ? GapAfter(samples, i - 1) : 0.0;
   const double right = i + 1 < stretch.m_end ? GapAfter(samples, i) : 0.0;
-  const double limit = left > 0.0 || right > 0.0 ? kSimilar * spacing.After(i) : 0.0;
-  const bool has_left = left > 0.0 && left <= limit && !(right > 0.0 && left >= kSimilar * right);
-  const bool has_right = right > 0.0 && right <= limit && !(left > 0.0 && right >= kSimilar * left);
+  const bool has_left = left > 0.0 && !(right > 0.0 && left >= kSimilar * right);
+  const bool has_right = right > 0.0 && !(left > 0.0 && right >= kSimilar * left);
   if (has_left && has_right) return ApexOf(samples[i - 1], samples[i], samples[i + 1]);
   Peak peak = samples[i];
   if (has_left) peak.m_mz = CentroidOf(samples[i - 1], samples[i]);
@@ -187,7 +185,7 @@ Peak PeakAt(std::span<const Peak> samples, Stretch stretch, std::size_t i,
 bool IsSpike(std::span<const Peak> samples, Stretch stretch, ExpectedSpacing& spacing) {
   const std::size_t i = stretch.m_begin;
   if (stretch.m_end - i > 1 || i == 0 || i + 1 == samples.size()) return false;
-  const double limit = kSimilar * spacing.After(i);
+  const double limit = kHole * spacing.After(i);
   return samples[i - 1].m_intensity <= 0.0 && samples[i + 1].m_intensity <= 0.0 &&
          GapAfter(samples, i - 1) <= limit && GapAfter(samples, i) <= limit;
 }
@@ -232,7 +230,7 @@ std::vector<Peak> PickPeaks(std::span<const Peak> samples, bool is_ion_trap) {
   for (const Stretch& stretch : stretches) {
     if (IsSpike(samples, stretch, spacing)) continue;
     for (const std::size_t i : FindMaxima(samples, stretch)) {
-      const Peak peak = PeakAt(samples, stretch, i, spacing);
+      const Peak peak = PeakAt(samples, stretch, i);
       if (peak.m_intensity > floor) peaks.push_back(peak);
     }
   }

@@ -6,19 +6,19 @@
 // The picker is made for well-resolved data whose peaks have five samples or more, of which a
 // converter may have removed the zeros and those below a threshold:
 //  - The expected spacing at a place is the second smallest of 16 regular ones around it, 8 on each
-//    side where there are so many, as parts of m/z. Regular are two gaps in a row that are close (100 ppm, or 0.15 Th from an
-//    ion trap) and similar, by a factor of 1.5. Where fewer than four are regular, it is the smallest gap.
-//  - Samples belong together, in a stretch, while neither a zero nor a wide gap lies between them.
-//    A gap is wide when it is more than three times the expected spacing and also more than 1.5
-//    times the smallest gap of the stretch before it.
+//    side where there are so many, as parts of m/z. Regular are two gaps in a row that are close
+//    (100 ppm, or 0.15 Th from an ion trap) and similar, by a factor of 1.5. Where fewer than four
+//    are regular, it is the smallest gap of all.
+//  - Samples belong together, in a stretch, while neither a zero nor a hole lies between them. A
+//    hole, where samples were removed, is a gap of more than 1.75 times the expected spacing that is
+//    also more than 1.5 times the smallest gap of the stretch before it.
 //  - A maximum is a sample of a stretch higher than the one before and not lower than the one after.
 //    A maximum that does not stand out of the valley to a higher neighbour by a fiftieth of its
 //    height is a ripple of that neighbour.
 //  - m/z is the apex of the parabola through the logarithms of the three highest samples, the form
 //    of a Gaussian, and intensity the height there, but no more than 1.5 times the highest sample.
-//    Samples were removed before one that is further away than 1.5 times the expected spacing, or
-//    than 1.5 times the other: it is no neighbour. With one neighbour left m/z is their centroid,
-//    with none that of the sample, and intensity is that of the highest sample.
+//    At the edge of a stretch m/z is the centroid of two samples; of neighbours at distances that are
+//    not similar only the nearer counts, too. Intensity is that of the highest sample then.
 //  - A stretch of one sample between two zeros is a spike and dropped; where samples were removed
 //    beside it, it is the tip of a peak and kept as it is.
 //  - Data without zeros and gaps was not thresholded by the instrument: its noise floor is three

@@ -45,7 +45,7 @@ class NaivePicker {
   [[nodiscard]] bool IsZero(std::size_t i) const { return m_samples[i].m_intensity <= 0.0; }
   [[nodiscard]] bool IsSpike(std::size_t i) const {
     if (FirstOf(i) != LastOf(i) || i == 0 || i + 1 == m_samples.size()) return false;
-    const double near = 1.5 * ExpectedAt(i);
+    const double near = 1.75 * ExpectedAt(i);
     return IsZero(i - 1) && IsZero(i + 1) && Distance(i - 1, i) <= near &&
            Distance(i, i + 1) <= near;
   }
@@ -97,7 +97,7 @@ class NaivePicker {
     for (std::size_t k = m_stretch[i - 1]; k + 1 < i; ++k)
       if (Distance(k, k + 1) < smallest) smallest = Distance(k, k + 1);
     if (smallest < HUGE_VAL && gap <= 1.5 * smallest) return true;
-    return gap <= 3.0 * ExpectedAt(i - 1);
+    return gap <= 1.75 * ExpectedAt(i - 1);
   }
 
   [[nodiscard]] bool IsMaximum(std::size_t i) const {
@@ -124,12 +124,11 @@ class NaivePicker {
   }
 
   [[nodiscard]] Peak At(std::size_t i) const {
-    const double near = 1.5 * ExpectedAt(i);
     double left = i > FirstOf(i) ? Distance(i - 1, i) : 0.0;
     double right = i < LastOf(i) ? Distance(i, i + 1) : 0.0;
     const bool both = left > 0.0 && right > 0.0;
-    const bool drop_left = left > near || (both && left >= 1.5 * right);
-    const bool drop_right = right > near || (both && right >= 1.5 * left);
+    const bool drop_left = both && left >= 1.5 * right;
+    const bool drop_right = both && right >= 1.5 * left;
     if (drop_left) left = 0.0;
     if (drop_right) right = 0.0;
     if (left > 0.0 && right > 0.0) return Apex(i);

@@ -149,7 +149,7 @@ std::string FaultOf(const std::vector<Peak>& samples, const std::vector<Peak>& p
 std::string FaultOf(const RandomProfile& profile, const std::vector<Peak>& picked,
                     const NaivePicker& naive) {
   // in places: where most samples were removed the expected spacing may be that of two
-  constexpr int kSurelyWide = 7;
+  constexpr int kSurelyWide = 5;
   constexpr double kSurelyAway = 1.5;
   for (std::size_t i = 1; i < profile.m_places.size(); ++i) {
     if (naive.IsZero(i - 1) || naive.IsZero(i)) continue;

@@ -65,9 +65,71 @@ TEST(PickPeaks, TakesASmallRippleOnATopForOnePeak) {
   EXPECT_EQ(PickPeaks(samples, false).size(), 1u);
 }
 
-TEST(PickPeaks, DropsALoneSample) {
+TEST(PickPeaks, DropsALoneSampleBetweenZeros) {
   const std::vector<Peak> samples = {{1.00, 0.0}, {1.01, 50.0}, {1.02, 0.0}};
   EXPECT_TRUE(PickPeaks(samples, false).empty());
+}
+
+/// The samples of a profile above a threshold, as converters leave them.
+std::vector<Peak> Above(double threshold, std::vector<Peak> samples) {
+  std::erase_if(samples, [&](const Peak& sample) { return sample.m_intensity <= threshold; });
+  return samples;
+}
+
+TEST(PickPeaks, KeepsTheTipThatAThresholdLeft) {
+  // five samples of the first peak, one of the second, five of the third
+  const std::vector<Peak> samples = Above(
+      30.0,
+      Profile({{500.0, 100.0}, {500.0502, 31.0}, {500.1, 100.0}}, 499.95, 500.15, 0.001, 0.002));
+  const auto peaks = PickPeaks(samples, false);
+  ASSERT_EQ(peaks.size(), 3u);
+  EXPECT_NEAR(peaks[0].m_mz, 500.0, 1e-9);
+  EXPECT_NEAR(peaks[1].m_mz, 500.05, 1e-9);
+  EXPECT_NEAR(peaks[1].m_intensity, 31.0, 0.2);
+  EXPECT_NEAR(peaks[2].m_mz, 500.1, 1e-9);
+}
+
+TEST(PickPeaks, JoinsNoLoneSampleToTheNextStretch) {
+  std::vector<Peak> samples = Above(0.0, Profile({{500.0, 1000.0}}, 499.98, 500.02, 0.001, 0.002));
+  const std::vector<Peak> alone = {{450.0, 70.0}, {480.0, 900.0}, {499.9, 20.0}};
+  samples.insert(samples.begin(), alone.begin(), alone.end());
+  const auto peaks = PickPeaks(samples, false);
+  ASSERT_EQ(peaks.size(), 4u);
+  for (std::size_t i = 0; i < alone.size(); ++i) {
+    EXPECT_EQ(peaks[i].m_mz, alone[i].m_mz);
+    EXPECT_EQ(peaks[i].m_intensity, alone[i].m_intensity);
+  }
+  EXPECT_NEAR(peaks[3].m_mz, 500.0, 1e-9);
+  EXPECT_NEAR(peaks[3].m_intensity, 1000.0, 1e-6);
+}
+
+TEST(PickPeaks, PicksTheSameWithoutZeros) {
+  const auto samples = Profile({{500.0, 1e3}, {500.02, 50.0}, {500.0327, 4e4}, {500.08, 2.5}},
+                               499.9, 500.2, 0.001, 0.002, 2.0);
+  const auto peaks = PickPeaks(samples, false);
+  const auto without = PickPeaks(Above(0.0, samples), false);
+  ASSERT_EQ(peaks.size(), 4u);
+  ASSERT_EQ(without.size(), 4u);
+  for (std::size_t i = 0; i < peaks.size(); ++i) {
+    EXPECT_EQ(without[i].m_mz, peaks[i].m_mz);
+    EXPECT_EQ(without[i].m_intensity, peaks[i].m_intensity);
+  }
+}
+
+TEST(PickPeaks, SeparatesPeaksBetweenWhichTheValleyWasRemoved) {
+  const std::vector<Gaussian> written = {{500.0, 1000.0}, {500.0062, 400.0}};
+  const auto samples = Profile(written, 499.98, 500.03, 0.001, 0.002);
+  EXPECT_EQ(PickPeaks(Above(330.0, samples), false).size(), 2u);
+}
+
+TEST(PickPeaks, IsNoHigherThanHalfAboveTheHighestSample) {
+  // ln 1000 = 6.9: the parabola rises to exp(6.9 / 8) = 2.4 times the samples
+  std::vector<Peak> samples = {{499.998, 0.0}, {499.999, 0.0}, {500.000, 999.999},
+                               {500.001, 1e3}, {500.002, 1.0}, {500.003, 0.0}};
+  const auto peaks = PickPeaks(samples, false);
+  ASSERT_EQ(peaks.size(), 1u);
+  EXPECT_NEAR(peaks[0].m_mz, 500.0005, 1e-6);
+  EXPECT_EQ(peaks[0].m_intensity, 1500.0);
 }
 
 TEST(PickPeaks, CutsWhereTheSpacingJumps) {
