@@ -15,10 +15,97 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void ReplaceAll(std::string& text, std::string_view from, const std::string& to) {
-  for (std::size_t at = text.find(from); at != std::string::npos;
-       at = text.find(from, at + to.size()))
-    text.replace(at, from.size(), to);
+constexpr std::string_view kBlanks = " \t\r\n";
+constexpr std::string_view kNoShell =
+    " (the command is no shell line: nothing of a shell, such as a pipe, && or a variable, works "
+    "in "
+    "it; put what needs a shell into a script)";
+
+/// Walks through the text of a command.
+class TemplateReader {
+ public:
+  TemplateReader(std::string_view text, const std::string& name) : m_text(text), m_name(&name) {}
+
+  std::vector<std::string> ReadWords() {
+    std::vector<std::string> words;
+    while (SkipBlanks()) words.push_back(ReadWord());
+    return words;
+  }
+
+ private:
+  bool SkipBlanks() {
+    m_at = std::min(m_text.find_first_not_of(kBlanks, m_at), m_text.size());
+    return m_at < m_text.size();
+  }
+
+  std::string ReadWord() {
+    std::string word;
+    bool has_quotes = false;
+    for (; m_at < m_text.size() && kBlanks.find(m_text[m_at]) == std::string_view::npos; ++m_at) {
+      const char c = m_text[m_at];
+      if (c == '"' || c == '\'') {
+        has_quotes = true;
+        word += ReadQuoted(c);
+      } else {
+        word += c;
+      }
+    }
+    if (!has_quotes && IsShellOperator(word))
+      throw *m_name + " holds " + word + std::string(kNoShell);
+    return word;
+  }
+
+  // Stops at the closing quote.
+  std::string_view ReadQuoted(char quote) {
+    const std::size_t begin = m_at + 1;
+    m_at = m_text.find(quote, begin);
+    if (m_at == std::string_view::npos) throw *m_name + " has a quote that is not closed";
+    return m_text.substr(begin, m_at - begin);
+  }
+
+  // A word of these alone, or a redirection: digits or '&', then '<' or '>', then anything.
+  static bool IsShellOperator(std::string_view word) {
+    if (word.find_first_not_of("|&;<>()") == std::string_view::npos) return true;
+    const std::size_t sign = word.find_first_not_of("0123456789&");
+    return sign != std::string_view::npos && (word[sign] == '<' || word[sign] == '>');
+  }
+
+  std::string_view m_text;
+  const std::string* m_name;
+  std::size_t m_at = 0;
+};
+
+// A path that no program takes for an option.
+std::string PathAsArgument(const std::string& path) {
+  return path.starts_with('-') ? "./" + path : path;
+}
+
+// One pass: what was put in is not looked at again.
+std::string WithPaths(std::string_view word, const std::string& input,
+                      const std::string& output_directory) {
+  constexpr std::string_view kInput = "{in}";
+  constexpr std::string_view kDirectory = "{outdir}";
+  std::string filled;
+  while (!word.empty()) {
+    std::size_t used = 1;
+    if (word.starts_with(kInput)) {
+      filled += input;
+      used = kInput.size();
+    } else if (word.starts_with(kDirectory)) {
+      filled += output_directory;
+      used = kDirectory.size();
+    } else {
+      filled += word.front();
+    }
+    word.remove_prefix(used);
+  }
+  return filled;
+}
+
+bool IsPlain(std::string_view word) {
+  constexpr std::string_view kPlain =
+      "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz+,-./:=@_";
+  return !word.empty() && word.find_first_not_of(kPlain) == std::string_view::npos;
 }
 
 bool IsExecutable(const std::string& path) {
@@ -47,32 +134,31 @@ std::optional<std::string> FindProgram(std::string_view name, std::string_view s
 }
 
 // What the program is where names of programs have no ending: a script of a package, or for mono.
-std::optional<std::string> FindPackagedRawParser(std::string_view search_path) {
+std::vector<std::string> FindPackagedRawParser(std::string_view search_path) {
   for (const char* const name : {"thermorawfileparser", "ThermoRawFileParser.sh"})
-    if (const auto script = FindProgram(name, search_path)) return QuotedForShell(*script);
+    if (const auto script = FindProgram(name, search_path)) return {*script};
   const auto program = FindProgram("ThermoRawFileParser.exe", search_path);
   const auto mono = FindProgram("mono", search_path);
-  if (!program || !mono) return std::nullopt;
-  return QuotedForShell(*mono) + " " + QuotedForShell(*program);
+  if (!program || !mono) return {};
+  return {*mono, *program};
 }
 
-std::optional<std::string> FindRawParser(std::string_view search_path) {
-  constexpr std::string_view kArguments = " -i={in} -o={outdir} -f=2 -L=1-2";
-  std::optional<std::string> parser;
+std::optional<CommandTemplate> FindRawParser(std::string_view search_path) {
+  CommandTemplate parser{{}, {"-i={in}", "-o={outdir}", "-f=2", "-L=1-2"}};
   if (const auto program = FindProgram("ThermoRawFileParser", search_path))
-    parser = QuotedForShell(*program);
+    parser.m_program = {*program};
   else if (kProgramEnding.empty())
-    parser = FindPackagedRawParser(search_path);
-  if (parser) *parser += kArguments;
-  return parser;
+    parser.m_program = FindPackagedRawParser(search_path);
+  return parser.m_program.empty() ? std::nullopt : std::optional(parser);
 }
 
 // Peak picking must be the first filter.
-std::optional<std::string> FindMsconvert(std::string_view search_path) {
+std::optional<CommandTemplate> FindMsconvert(std::string_view search_path) {
   const auto program = FindProgram("msconvert", search_path);
   if (!program) return std::nullopt;
-  return QuotedForShell(*program) +
-         " {in} --mzML --zlib --filter \"peakPicking vendor msLevel=1-2\" -o {outdir}";
+  return CommandTemplate{
+      {*program},
+      {"{in}", "--mzML", "--zlib", "--filter", "peakPicking vendor msLevel=1-2", "-o", "{outdir}"}};
 }
 
 std::vector<std::string> FindMzml(const std::string& directory) {
@@ -84,10 +170,14 @@ std::vector<std::string> FindMzml(const std::string& directory) {
   return paths;
 }
 
-void RunConverter(const std::string& command, const std::string& input, std::ostream& report) {
+void RunConverter(const std::vector<std::string>& words, const std::string& input,
+                  std::ostream& report) {
+  const std::string command = ShownCommand(words);
   report << "Runs " << command << std::endl;
-  ChildProcess child = ChildProcess::Start(command + " 2>&1");
-  if (!child.IsRunning()) throw input + ": the converter cannot be started: " + command;
+  ChildProcess child = ChildProcess::Start(words);
+  if (!child.IsRunning())
+    throw input + ": the converter cannot be started: " + command + ": " + child.Failure() +
+        std::string(kNoShell);
   std::string line;
   while (child.ReadLine(line)) report << line << std::flush;
   const int status = child.Wait();
@@ -129,24 +219,35 @@ std::string TemplateVariable(VendorKind kind) {
   return kind == VendorKind::kRaw ? "TARVEK_RAW_CONVERTER" : "TARVEK_WIFF_CONVERTER";
 }
 
-std::optional<std::string> FindConverter(VendorKind kind, const std::string& from_environment,
-                                         std::string_view search_path) {
-  if (!from_environment.empty()) return from_environment;
+CommandTemplate ParseTemplate(std::string_view text, const std::string& name) {
+  CommandTemplate command{{}, TemplateReader(text, name).ReadWords()};
+  if (command.m_arguments.empty()) throw name + " holds no command";
+  return command;
+}
+
+std::optional<CommandTemplate> FindConverter(VendorKind kind, const std::string& from_environment,
+                                             std::string_view search_path) {
+  if (!from_environment.empty()) return ParseTemplate(from_environment, TemplateVariable(kind));
   if (kind == VendorKind::kRaw)
     if (auto parser = FindRawParser(search_path)) return parser;
   return FindMsconvert(search_path);
 }
 
-std::string ConverterCommand(std::string_view command_template, const std::string& input,
-                             const std::string& output_directory) {
-  std::string command(command_template);
-  for (const std::string_view quoted : {"\"{in}\"", "'{in}'"}) ReplaceAll(command, quoted, "{in}");
-  for (const std::string_view quoted : {"\"{outdir}\"", "'{outdir}'"})
-    ReplaceAll(command, quoted, "{outdir}");
-  // The directory first: a file may be called {outdir}.
-  ReplaceAll(command, "{outdir}", QuotedForShell(output_directory));
-  ReplaceAll(command, "{in}", QuotedForShell(input));
-  return command;
+std::vector<std::string> ConverterCommand(const CommandTemplate& command, const std::string& input,
+                                          const std::string& output_directory) {
+  std::vector<std::string> words = command.m_program;
+  for (const std::string& word : command.m_arguments)
+    words.push_back(WithPaths(word, PathAsArgument(input), PathAsArgument(output_directory)));
+  return words;
+}
+
+std::string ShownCommand(const std::vector<std::string>& words) {
+  std::string shown;
+  for (const std::string& word : words) {
+    if (!shown.empty()) shown += ' ';
+    shown += IsPlain(word) ? word : QuotedForShell(word);
+  }
+  return shown;
 }
 
 std::string NoConverterText(VendorKind kind) {
@@ -164,14 +265,14 @@ std::string NoConverterText(VendorKind kind) {
          last_line;
 }
 
-ConvertedFile::ConvertedFile(const ExtractorOptions& options, const std::string& command_template,
+ConvertedFile::ConvertedFile(const ExtractorOptions& options, const CommandTemplate& command,
                              std::ostream& report)
     : m_directory(FreshDirectory(options)) {
   MakeDirectory(m_directory);
   try {
-    const std::string command = ConverterCommand(command_template, options.m_input, m_directory);
-    RunConverter(command, options.m_input, report);
-    m_mzml_path = OnlyMzml(m_directory, options.m_input, command);
+    const std::vector<std::string> words = ConverterCommand(command, options.m_input, m_directory);
+    RunConverter(words, options.m_input, report);
+    m_mzml_path = OnlyMzml(m_directory, options.m_input, ShownCommand(words));
     CheckWhole(m_mzml_path, options.m_input);
   } catch (...) {
     static_cast<void>(DeleteDirectoryTree(m_directory));

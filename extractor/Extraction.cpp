@@ -76,6 +76,9 @@ class ScanPipeline final : public ScanConsumer {
       m_report->Note("spectra declared as centroids that are profiles");
     if (prepared.m_look == DataLook::kCentroid && scan.m_mode == PeakMode::kProfile)
       m_report->Note("spectra declared as profiles that are centroids");
+    if (prepared.m_merged > 0)
+      m_report->Note("peaks of equal m/z of one ion-mobility frame summed",
+                     static_cast<std::int64_t>(prepared.m_merged));
     if (prepared.m_is_picked) m_report->Note("spectra picked from profile data");
     if (prepared.m_left_out > 0)
       m_report->Note("peaks left out that the digits show as 0",

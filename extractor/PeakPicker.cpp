@@ -3,12 +3,16 @@
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 
 namespace tarvek::extractor {
 namespace {
 
-constexpr double kMaxGapRatio = 3.0;
+constexpr double kHole = 1.75;    // times the expected spacing; a removed sample makes it 2
+constexpr double kSimilar = 1.5;  // two gaps differ by no more than this factor
+constexpr double kTrapSpacing = 0.15;
 constexpr double kRipple = 0.98;  // a valley above this part of a maximum is no valley
+constexpr double kMaxHeightOverSample = 1.5;
 constexpr double kFloorOverMedian = 3.0;
 
 /// A stretch of samples that belong together, as indices [m_begin, m_end).
@@ -21,22 +25,101 @@ double GapAfter(std::span<const Peak> samples, std::size_t i) {
   return samples[i + 1].m_mz - samples[i].m_mz;
 }
 
-std::vector<Stretch> FindStretches(std::span<const Peak> samples) {
+bool AreSimilar(double one, double other) {
+  return one < kSimilar * other && other < kSimilar * one;
+}
+
+/// The distance at which samples lie where none was removed.
+class ExpectedSpacing {
+ public:
+  ExpectedSpacing(std::span<const Peak> samples, bool is_ion_trap) : m_samples(samples) {
+    constexpr double kSpacingPerMz = 100e-6;
+    for (std::size_t i = 1; i + 1 < samples.size(); ++i) {
+      const double before = GapAfter(samples, i - 1);
+      const double after = GapAfter(samples, i);
+      const double mz = samples[i].m_mz;
+      const double limit = is_ion_trap ? kTrapSpacing : mz * kSpacingPerMz;
+      if (std::max(before, after) < limit && AreSimilar(before, after))
+        m_regular.push_back({i, 0.5 * (before + after) / mz});
+    }
+  }
+
+  /// At the gap behind sample i. Fast when i changes little from one call to the next.
+  double After(std::size_t i) {
+    if (m_regular.size() < kFewRegular) return SmallestGap();
+    while (m_next < m_regular.size() && m_regular[m_next].m_middle <= i) ++m_next;
+    while (m_next > 0 && m_regular[m_next - 1].m_middle > i) --m_next;
+    if (m_next != m_known_at) {
+      m_known = SecondSmallestAround(m_next);
+      m_known_at = m_next;
+    }
+    return m_known * m_samples[i].m_mz;
+  }
+
+ private:
+  struct Regular {
+    std::size_t m_middle;  // the sample between the two gaps
+    double m_spacing_per_mz;
+  };
+  static constexpr std::size_t kAround = 16;
+  static constexpr std::size_t kFewRegular = 4;
+
+  // One that is smaller by accident does not decide.
+  [[nodiscard]] double SecondSmallestAround(std::size_t place) const {
+    const std::size_t count = std::min(m_regular.size(), kAround);
+    const std::size_t begin =
+        std::min(place - std::min(place, kAround / 2), m_regular.size() - count);
+    double smallest = m_regular[begin].m_spacing_per_mz;
+    double second = std::numeric_limits<double>::infinity();
+    for (std::size_t i = begin + 1; i < begin + count; ++i) {
+      const double spacing = m_regular[i].m_spacing_per_mz;
+      second = std::min(second, std::max(smallest, spacing));
+      smallest = std::min(smallest, spacing);
+    }
+    return second;
+  }
+
+  double SmallestGap() {
+    if (m_smallest == 0.0) {
+      m_smallest = std::numeric_limits<double>::infinity();
+      for (std::size_t i = 0; i + 1 < m_samples.size(); ++i)
+        if (const double gap = GapAfter(m_samples, i); gap > 0.0)
+          m_smallest = std::min(m_smallest, gap);
+    }
+    return m_smallest;
+  }
+
+  std::span<const Peak> m_samples;
+  std::vector<Regular> m_regular;
+  std::size_t m_next = 0;  // the first regular spacing behind the place asked for
+  std::size_t m_known_at = std::numeric_limits<std::size_t>::max();
+  double m_known = 0.0;
+  double m_smallest = 0.0;  // 0: not looked for
+};
+
+// The end of the stretch that begins with a sample that is not 0.
+std::size_t EndOfStretch(std::span<const Peak> samples, std::size_t begin,
+                         ExpectedSpacing& spacing) {
+  double smallest = 0.0;
+  std::size_t i = begin;
+  for (; i + 1 < samples.size() && samples[i + 1].m_intensity > 0.0; ++i) {
+    const double gap = GapAfter(samples, i);
+    if (gap > kSimilar * smallest && gap > kHole * spacing.After(i)) break;
+    smallest = i == begin ? gap : std::min(smallest, gap);
+  }
+  return i + 1;
+}
+
+std::vector<Stretch> FindStretches(std::span<const Peak> samples, ExpectedSpacing& spacing) {
   std::vector<Stretch> stretches;
-  std::size_t begin = 0;
-  for (std::size_t i = 0; i < samples.size(); ++i) {
+  for (std::size_t i = 0; i < samples.size();) {
     if (samples[i].m_intensity <= 0.0) {
-      if (i > begin) stretches.push_back({begin, i});
-      begin = i + 1;
+      ++i;
       continue;
     }
-    const bool has_gap =
-        i >= begin + 2 && GapAfter(samples, i - 1) > kMaxGapRatio * GapAfter(samples, i - 2);
-    if (!has_gap) continue;
-    stretches.push_back({begin, i});
-    begin = i;
+    stretches.push_back({i, EndOfStretch(samples, i, spacing)});
+    i = stretches.back().m_end;
   }
-  if (samples.size() > begin) stretches.push_back({begin, samples.size()});
   return stretches;
 }
 
@@ -49,7 +132,7 @@ std::vector<std::size_t> FindMaxima(std::span<const Peak> samples, Stretch stret
     valley = std::min(valley, here);
     const double before = i > stretch.m_begin ? samples[i - 1].m_intensity : 0.0;
     const double after = i + 1 < stretch.m_end ? samples[i + 1].m_intensity : 0.0;
-    if (here <= before || here < after || stretch.m_end - stretch.m_begin < 2) continue;
+    if (here <= before || here < after) continue;
     if (!maxima.empty()) {
       const double last = samples[maxima.back()].m_intensity;
       if (valley > kRipple * std::min(here, last)) {
@@ -64,17 +147,13 @@ std::vector<std::size_t> FindMaxima(std::span<const Peak> samples, Stretch stret
   return maxima;
 }
 
-Peak CentroidOf(std::span<const Peak> around, double height) {
-  double weight = 0.0;
-  double moment = 0.0;
-  for (const Peak& sample : around) {
-    weight += sample.m_intensity;
-    moment += sample.m_intensity * sample.m_mz;
-  }
-  return {moment / weight, height};
+double CentroidOf(const Peak& left, const Peak& right) {
+  const double moment = left.m_intensity * left.m_mz + right.m_intensity * right.m_mz;
+  return std::clamp(moment / (left.m_intensity + right.m_intensity), left.m_mz, right.m_mz);
 }
 
-// The apex of the parabola through (x, ln intensity) of three samples, x relative to the middle.
+// The apex of the parabola through (x, ln intensity) of three samples, x relative to the middle,
+// which is the highest. It lies no further from it than half way to a neighbour.
 Peak ApexOf(const Peak& left, const Peak& middle, const Peak& right) {
   const double x0 = left.m_mz - middle.m_mz;
   const double x2 = right.m_mz - middle.m_mz;
@@ -83,18 +162,32 @@ Peak ApexOf(const Peak& left, const Peak& middle, const Peak& right) {
   // y = a x^2 + b x, through (0, 0)
   const double a = (y2 / x2 - y0 / x0) / (x2 - x0);
   const double b = y0 / x0 - a * x0;
-  if (!(a < 0.0)) return middle;  // a flat top
+  if (!(a < 0.0) || !std::isfinite(b)) return middle;  // a flat top, or beside next to nothing
   const double apex = std::clamp(-b / (2.0 * a), x0, x2);
-  return {middle.m_mz + apex, middle.m_intensity * std::exp((a * apex + b) * apex)};
+  const double height = middle.m_intensity * std::exp((a * apex + b) * apex);
+  return {middle.m_mz + apex,
+          std::clamp(height, middle.m_intensity, kMaxHeightOverSample * middle.m_intensity)};
 }
 
 Peak PeakAt(std::span<const Peak> samples, Stretch stretch, std::size_t i) {
-  const bool has_left = i > stretch.m_begin && samples[i - 1].m_mz < samples[i].m_mz;
-  const bool has_right = i + 1 < stretch.m_end && samples[i + 1].m_mz > samples[i].m_mz;
+  const double left = i > stretch.m_begin ? GapAfter(samples, i - 1) : 0.0;
+  const double right = i + 1 < stretch.m_end ? GapAfter(samples, i) : 0.0;
+  const bool has_left = left > 0.0 && !(right > 0.0 && left >= kSimilar * right);
+  const bool has_right = right > 0.0 && !(left > 0.0 && right >= kSimilar * left);
   if (has_left && has_right) return ApexOf(samples[i - 1], samples[i], samples[i + 1]);
-  const std::size_t first = has_left ? i - 1 : i;
-  const std::size_t last = has_right ? i + 1 : i;
-  return CentroidOf(samples.subspan(first, last - first + 1), samples[i].m_intensity);
+  Peak peak = samples[i];
+  if (has_left) peak.m_mz = CentroidOf(samples[i - 1], samples[i]);
+  if (has_right) peak.m_mz = CentroidOf(samples[i], samples[i + 1]);
+  return peak;
+}
+
+// Whether the only sample of a stretch lies between zeros, with no room for a removed one.
+bool IsSpike(std::span<const Peak> samples, Stretch stretch, ExpectedSpacing& spacing) {
+  const std::size_t i = stretch.m_begin;
+  if (stretch.m_end - i > 1 || i == 0 || i + 1 == samples.size()) return false;
+  const double limit = kHole * spacing.After(i);
+  return samples[i - 1].m_intensity <= 0.0 && samples[i + 1].m_intensity <= 0.0 &&
+         GapAfter(samples, i - 1) <= limit && GapAfter(samples, i) <= limit;
 }
 
 double NoiseFloor(std::span<const Peak> samples, std::size_t stretch_count) {
@@ -113,9 +206,7 @@ double NoiseFloor(std::span<const Peak> samples, std::size_t stretch_count) {
 
 DataLook LookAt(std::span<const Peak> samples, bool is_ion_trap) {
   constexpr std::size_t kFewSamples = 5;  // of one profile peak
-  constexpr double kTrapSpacing = 0.15;
   constexpr double kSpacingPerMz = 30e-6;
-  constexpr double kSimilar = 1.5;  // two gaps differ by no more than this factor
   if (samples.size() < kFewSamples) return DataLook::kCentroid;
   std::size_t even = 0;
   for (std::size_t i = 1; i + 1 < samples.size(); ++i) {
@@ -123,19 +214,21 @@ DataLook LookAt(std::span<const Peak> samples, bool is_ion_trap) {
     const double after = GapAfter(samples, i);
     const double limit = is_ion_trap ? kTrapSpacing : samples[i].m_mz * kSpacingPerMz;
     const bool is_close = before > 0.0 && after > 0.0 && before < limit && after < limit;
-    if (is_close && before < kSimilar * after && after < kSimilar * before) ++even;
+    if (is_close && AreSimilar(before, after)) ++even;
   }
   const double part = static_cast<double>(even) / static_cast<double>(samples.size() - 2);
   if (part >= 0.5) return DataLook::kProfile;
   return part < 0.2 ? DataLook::kCentroid : DataLook::kUnclear;
 }
 
-std::vector<Peak> PickPeaks(std::span<const Peak> samples) {
-  const std::vector<Stretch> stretches = FindStretches(samples);
+std::vector<Peak> PickPeaks(std::span<const Peak> samples, bool is_ion_trap) {
+  ExpectedSpacing spacing(samples, is_ion_trap);
+  const std::vector<Stretch> stretches = FindStretches(samples, spacing);
   if (stretches.empty()) return {};
   const double floor = NoiseFloor(samples, stretches.size());
   std::vector<Peak> peaks;
   for (const Stretch& stretch : stretches) {
+    if (IsSpike(samples, stretch, spacing)) continue;
     for (const std::size_t i : FindMaxima(samples, stretch)) {
       const Peak peak = PeakAt(samples, stretch, i);
       if (peak.m_intensity > floor) peaks.push_back(peak);

@@ -3,6 +3,24 @@
 #include "ScanSinks.h"
 
 namespace tarvek::extractor {
+namespace {
+
+// Peaks of exactly equal m/z become one of their summed intensity. peaks: ascending in m/z.
+// Returns how many there are fewer.
+std::size_t MergeEqualMz(std::vector<Peak>& peaks) {
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < peaks.size(); ++i) {
+    if (kept > 0 && peaks[kept - 1].m_mz == peaks[i].m_mz)
+      peaks[kept - 1].m_intensity += peaks[i].m_intensity;
+    else
+      peaks[kept++] = peaks[i];
+  }
+  const std::size_t merged = peaks.size() - kept;
+  peaks.resize(kept);
+  return merged;
+}
+
+}  // namespace
 
 VisibilityTest::VisibilityTest(int decimals) : m_decimals(decimals) {
   double half = 0.5;
@@ -20,11 +38,13 @@ PreparedPeaks PeakPreparation::Prepare(const ExtractedScan& scan, const OutputSc
                                        std::vector<Peak>& peaks) const {
   PreparedPeaks prepared;
   SortByMz(peaks);
-  prepared.m_look = LookAt(peaks, output.m_instrument == "ITMS");
+  if (scan.m_has_mobility_array) prepared.m_merged = MergeEqualMz(peaks);
+  const bool is_ion_trap = output.m_instrument == "ITMS";
+  prepared.m_look = LookAt(peaks, is_ion_trap);
   prepared.m_is_picked =
       prepared.m_look == DataLook::kProfile ||
       (prepared.m_look == DataLook::kUnclear && scan.m_mode == PeakMode::kProfile);
-  if (prepared.m_is_picked) peaks = PickPeaks(peaks);
+  if (prepared.m_is_picked) peaks = PickPeaks(peaks, is_ion_trap);
   prepared.m_left_out = std::erase_if(peaks, [this](const Peak& peak) {
     return !m_mz_test.IsVisible(peak.m_mz) || !m_intensity_test.IsVisible(peak.m_intensity);
   });

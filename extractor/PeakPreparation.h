@@ -1,5 +1,6 @@
 // extractor/PeakPreparation.h: the peaks of a spectrum as text shows them.
-// Does:     sorts them, picks those of a profile, leaves out those that the digits show as 0.
+// Does:     sorts them, sums those of equal m/z of an ion-mobility frame, picks those of a profile,
+//           leaves out those that the digits show as 0.
 // Owns:     what it derives from the digits; nothing of a spectrum.
 // Throws:   nothing but std::bad_alloc.
 // Not here: how a profile is told and picked (PeakPicker.h); the limit of the binary format
@@ -31,7 +32,8 @@ class VisibilityTest {
 
 /// What was done to the peaks of a spectrum.
 struct PreparedPeaks {
-  DataLook m_look = DataLook::kUnclear;  // of the samples as they came
+  std::size_t m_merged = 0;              // by how many fewer after those of equal m/z were summed
+  DataLook m_look = DataLook::kUnclear;  // of the samples, those of equal m/z summed
   bool m_is_picked = false;
   std::size_t m_left_out = 0;  // since the digits show them as 0
 };

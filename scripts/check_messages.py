@@ -26,7 +26,7 @@ NO_MESSAGES = (
     "\\nUSAGE:\\n", "\\t\\tdefault: ",  # usage text
     "Usage: ", " [options] FILE\\n\\nExtracts", " for Tarvek.\\n", "mzML and mzXML files, plain",
     "raw files (through", "WIFF files (through",
-    " -i={in} -o={outdir} ", " {in} --mzML ", "All spectra of ", " were extracted.\\n",  # commands, the marker
+    "peakPicking vendor", "cmd.exe /d", "All spectra of ", " were extracted.\\n",  # commands, the marker
     "asymmetric track", "ion trap", "time of flight",  # analysers as mzXML files name them
 )
 

@@ -37,6 +37,9 @@ int RunChild(const std::string& command) {
   return child.Wait();
 }
 
+// The extractor would take a path that begins with a dash for one of its options.
+std::string NoOption(const std::string& path) { return path.starts_with('-') ? "./" + path : path; }
+
 }  // namespace
 
 bool runExtractor(const UserParameters& parameters, std::string_view mode) {
@@ -84,7 +87,7 @@ std::string ExtractorCommand(const UserParameters& parameters, std::string_view 
   command += " -m ";
   AppendInteger(command, parameters.m_mz_digits);
   command += " -o " + QuotedForShell(parameters.m_outputpath) + " " +
-             QuotedForShell(parameters.m_current_file);
+             QuotedForShell(NoOption(parameters.m_current_file));
   if (parameters.m_output_msb) command += " -msb";
   return command;
 }

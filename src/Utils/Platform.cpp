@@ -42,7 +42,9 @@ std::int64_t MonotonicMilliseconds() {
 }
 
 ChildProcess::ChildProcess(ChildProcess&& other) noexcept
-    : m_pipe(std::exchange(other.m_pipe, nullptr)) {}
+    : m_pipe(std::exchange(other.m_pipe, nullptr)),
+      m_process(std::exchange(other.m_process, 0)),
+      m_failure(std::move(other.m_failure)) {}
 
 ChildProcess::~ChildProcess() { static_cast<void>(Wait()); }
 

@@ -144,7 +144,7 @@ std::int64_t MonotonicMilliseconds();
 /// Whether standard error is shown on a terminal.
 bool StandardErrorIsTerminal() noexcept;
 
-/// A child process started through the shell, its standard output read through a pipe.
+/// A child process whose output is read through a pipe.
 class ChildProcess {
  public:
   ChildProcess() noexcept = default;
@@ -152,10 +152,21 @@ class ChildProcess {
   ChildProcess& operator=(ChildProcess&&) = delete;
   ~ChildProcess();  // waits for the child when Wait was not reached
 
-  /// Starts a command line; the result is not running on failure.
+  /// Starts a command line of the system's shell, whose standard output is read; the result is not
+  /// running on failure.
   static ChildProcess Start(const std::string& command_line);
 
+  /// Starts a program without the shell; the result is not running on failure, and Failure says why.
+  /// arguments: the program, then what it gets, unchanged. A program without a directory is looked
+  /// for in those of PATH; on Windows its ending may be left out. Its standard input is empty; both
+  /// its outputs are read. Windows gives batch files (.bat, .cmd) to its shell, which acts on '%'
+  /// and '"' and stops at the end of a line: a batch file with such an argument is not started.
+  static ChildProcess Start(const std::vector<std::string>& arguments);
+
   [[nodiscard]] bool IsRunning() const noexcept { return m_pipe != nullptr; }
+
+  /// Why a program could not be started, as the system puts it.
+  [[nodiscard]] const std::string& Failure() const noexcept { return m_failure; }
 
   /// The next line with its line feed, in pieces of at most 2047 bytes; false when nothing came.
   bool ReadLine(std::string& line);
@@ -169,6 +180,8 @@ class ChildProcess {
 
  private:
   std::FILE* m_pipe = nullptr;
+  std::intptr_t m_process = 0;  // of the system; 0 for a command line of the shell
+  std::string m_failure;
 };
 
 /// Connects those of standard input, output and error that are closed with the null device, so that

@@ -52,6 +52,69 @@ struct CloseDirectory {
 };
 using Directory = std::unique_ptr<DIR, CloseDirectory>;
 
+sigset_t SignalSet(std::initializer_list<int> signals) noexcept {
+  sigset_t set{};
+  ::sigemptyset(&set);
+  for (const int signal : signals) ::sigaddset(&set, signal);
+  return set;
+}
+
+/// How a child is started: with an empty standard input. Released when destroyed.
+class SpawnSettings {
+ public:
+  SpawnSettings() {
+    ::posix_spawn_file_actions_init(&m_actions);
+    ::posix_spawnattr_init(&m_attributes);
+    ::posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  }
+  SpawnSettings(const SpawnSettings&) = delete;
+  SpawnSettings& operator=(const SpawnSettings&) = delete;
+  ~SpawnSettings() {
+    ::posix_spawn_file_actions_destroy(&m_actions);
+    ::posix_spawnattr_destroy(&m_attributes);
+  }
+
+  void SendOutputsTo(const std::string& path) {
+    ::posix_spawn_file_actions_addopen(&m_actions, STDOUT_FILENO, path.c_str(),
+                                       O_WRONLY | O_CREAT | O_TRUNC, 0666);
+    ::posix_spawn_file_actions_adddup2(&m_actions, STDOUT_FILENO, STDERR_FILENO);
+  }
+  void SendOutputsTo(int descriptor) {
+    ::posix_spawn_file_actions_adddup2(&m_actions, descriptor, STDOUT_FILENO);
+    ::posix_spawn_file_actions_adddup2(&m_actions, descriptor, STDERR_FILENO);
+  }
+  void MakeGroupWithAllSignals() {
+    const sigset_t none = SignalSet({});
+    ::posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
+    ::posix_spawnattr_setpgroup(&m_attributes, 0);
+    ::posix_spawnattr_setsigmask(&m_attributes, &none);
+  }
+
+  posix_spawn_file_actions_t m_actions{};
+  posix_spawnattr_t m_attributes{};
+};
+
+/// The words as a program gets them; they borrow from arguments.
+std::vector<char*> ArgumentPointers(const std::vector<std::string>& arguments) {
+  std::vector<char*> words;
+  words.reserve(arguments.size() + 1);
+  for (const std::string& word : arguments) words.push_back(const_cast<char*>(word.c_str()));
+  words.push_back(nullptr);
+  return words;
+}
+
+/// Waits for a child that has ended or is about to, and gives its status; -1 for one that nobody
+/// knows any more.
+int Reap(pid_t child) noexcept {
+  int status = 0;
+  pid_t waited = 0;
+  do {
+    waited = ::waitpid(child, &status, 0);
+  } while (waited < 0 && errno == EINTR);
+  if (waited < 0) return -1;
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
 }  // namespace
 
 const char kPathSeparator = '/';
@@ -192,9 +255,37 @@ ChildProcess ChildProcess::Start(const std::string& command_line) {
   return child;
 }
 
+// It stays in the process group, and so gets a Ctrl-C as this process does. No descriptor of the
+// pipe but its outputs is its own: the pipe would have no end.
+ChildProcess ChildProcess::Start(const std::vector<std::string>& arguments) {
+  std::signal(SIGCHLD, SIG_DFL);
+  ChildProcess child;
+  std::array<int, 2> ends{};
+  int failure = ::pipe2(ends.data(), O_CLOEXEC) == 0 ? 0 : errno;
+  if (failure == 0) {
+    SpawnSettings settings;
+    settings.SendOutputsTo(ends[1]);
+    std::vector<char*> words = ArgumentPointers(arguments);
+    pid_t process = 0;
+    failure = ::posix_spawnp(&process, words.front(), &settings.m_actions, &settings.m_attributes,
+                             words.data(), environ);
+    ::close(ends[1]);
+    if (failure == 0) {
+      child.m_pipe = ::fdopen(ends[0], "r");
+      child.m_process = process;
+    } else {
+      ::close(ends[0]);
+    }
+  }
+  if (failure != 0) child.m_failure = std::generic_category().message(failure);
+  return child;
+}
+
 int ChildProcess::Wait() noexcept {
   if (m_pipe == nullptr) return 0;
-  return ::pclose(std::exchange(m_pipe, nullptr));
+  if (m_process == 0) return ::pclose(std::exchange(m_pipe, nullptr));
+  std::fclose(std::exchange(m_pipe, nullptr));
+  return Reap(static_cast<pid_t>(std::exchange(m_process, 0)));
 }
 
 // A new descriptor is always the lowest free one: the first that lies above the three says that
@@ -215,50 +306,6 @@ constexpr std::array<int, 3> kStopSignals = {SIGINT, SIGTERM, SIGHUP};
 
 volatile std::sig_atomic_t stop_requested = 0;
 
-sigset_t SignalSet(std::initializer_list<int> signals) noexcept {
-  sigset_t set{};
-  ::sigemptyset(&set);
-  for (const int signal : signals) ::sigaddset(&set, signal);
-  return set;
-}
-
-/// Streams, process group and signals of a child; released when destroyed.
-class SpawnSettings {
- public:
-  explicit SpawnSettings(const std::string& output_path) {
-    ::posix_spawn_file_actions_init(&m_actions);
-    ::posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
-    ::posix_spawn_file_actions_addopen(&m_actions, STDOUT_FILENO, output_path.c_str(),
-                                       O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    ::posix_spawn_file_actions_adddup2(&m_actions, STDOUT_FILENO, STDERR_FILENO);
-    const sigset_t none = SignalSet({});
-    ::posix_spawnattr_init(&m_attributes);
-    ::posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
-    ::posix_spawnattr_setpgroup(&m_attributes, 0);
-    ::posix_spawnattr_setsigmask(&m_attributes, &none);
-  }
-  SpawnSettings(const SpawnSettings&) = delete;
-  ~SpawnSettings() {
-    ::posix_spawn_file_actions_destroy(&m_actions);
-    ::posix_spawnattr_destroy(&m_attributes);
-  }
-
-  posix_spawn_file_actions_t m_actions{};
-  posix_spawnattr_t m_attributes{};
-};
-
-/// Waits for a child that has ended or is about to, and gives its status; -1 for one that nobody
-/// knows any more.
-int Reap(pid_t child) noexcept {
-  int status = 0;
-  pid_t waited = 0;
-  do {
-    waited = ::waitpid(child, &status, 0);
-  } while (waited < 0 && errno == EINTR);
-  if (waited < 0) return -1;
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
 }  // namespace
 
 BackgroundProcess::BackgroundProcess() noexcept = default;
@@ -276,11 +323,10 @@ BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& argum
   std::signal(SIGCHLD, SIG_DFL);
   const sigset_t child_ended = SignalSet({SIGCHLD});
   ::sigprocmask(SIG_BLOCK, &child_ended, nullptr);
-  std::vector<char*> words;
-  words.reserve(arguments.size() + 1);
-  for (const std::string& word : arguments) words.push_back(const_cast<char*>(word.c_str()));
-  words.push_back(nullptr);
-  const SpawnSettings settings(output_path);
+  std::vector<char*> words = ArgumentPointers(arguments);
+  SpawnSettings settings;
+  settings.SendOutputsTo(output_path);
+  settings.MakeGroupWithAllSignals();
   BackgroundProcess process;
   pid_t leader = 0;
   if (::posix_spawn(&leader, words.front(), &settings.m_actions, &settings.m_attributes,

@@ -15,7 +15,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <memory>
+#include <string>
+#include <system_error>
 #include <utility>
+#include <vector>
 
 #include "Platform.h"
 
@@ -179,6 +182,142 @@ std::string Quoted(std::string_view text, bool breaks_names) {
   }
   double_backslashes();
   return quoted + "\"";
+}
+
+// A handle that a child process gets; nothing on failure.
+Handle OpenForChild(const std::wstring& path, DWORD access, DWORD disposition) {
+  SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+  HANDLE const handle = ::CreateFileW(path.c_str(), access, kShareContent | FILE_SHARE_DELETE,
+                                      &inherited, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+  return Handle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
+}
+
+std::wstring CommandLine(const std::vector<std::string>& arguments) {
+  std::string line;
+  for (const std::string& argument : arguments) {
+    if (!line.empty()) line += ' ';
+    line += Quoted(argument, false);
+  }
+  return Wide(line);
+}
+
+PROCESS_INFORMATION StartProcess(const std::wstring& program, std::wstring command_line,
+                                 HANDLE input, HANDLE output, DWORD flags) {
+  STARTUPINFOW streams{};
+  streams.cb = sizeof streams;
+  streams.dwFlags = STARTF_USESTDHANDLES;
+  streams.hStdInput = input;
+  streams.hStdOutput = output;
+  streams.hStdError = output;
+  PROCESS_INFORMATION started{};
+  ::CreateProcessW(program.c_str(), command_line.data(), nullptr, nullptr, TRUE, flags, nullptr,
+                   nullptr, &streams, &started);
+  return started;
+}
+
+bool IsFile(const std::wstring& path) {
+  const DWORD attributes = ::GetFileAttributesW(path.c_str());
+  return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
+}
+
+bool EndsWithNoCase(std::wstring_view text, std::wstring_view ending) {
+  if (text.size() < ending.size()) return false;
+  const std::wstring_view tail = text.substr(text.size() - ending.size());
+  return ::CompareStringOrdinal(tail.data(), static_cast<int>(tail.size()), ending.data(),
+                                static_cast<int>(ending.size()), TRUE) == CSTR_EQUAL;
+}
+
+bool IsBatchFile(std::wstring_view path) {
+  return EndsWithNoCase(path, L".bat") || EndsWithNoCase(path, L".cmd");
+}
+
+// The paths that name may stand for in one place, in order.
+std::vector<std::wstring> WithEndings(const std::wstring& path) {
+  std::vector<std::wstring> paths;
+  for (const wchar_t* const ending : {L".exe", L".bat", L".cmd"}) {
+    if (EndsWithNoCase(path, ending)) return {path};
+    paths.push_back(path + ending);
+  }
+  return paths;
+}
+
+// The file of a program, empty when there is none. The current directory is not searched: it may
+// hold anything that came with the data.
+std::wstring FindProgramFile(const std::string& name) {
+  std::vector<std::string> places;
+  if (name.find_first_of("\\/:") != std::string::npos) {
+    places.push_back(name);
+  } else {
+    const std::string search_path = EnvironmentVariable("PATH").value_or(std::string());
+    for (std::size_t begin = 0; begin <= search_path.size();) {
+      const std::size_t end = std::min(search_path.find(';', begin), search_path.size());
+      if (end > begin) places.push_back(search_path.substr(begin, end - begin) + "\\" + name);
+      begin = end + 1;
+    }
+  }
+  for (const std::string& place : places)
+    for (const std::wstring& path : WithEndings(SystemPath(place)))
+      if (IsFile(path)) return path;
+  return {};
+}
+
+// The shell that is given a batch file acts on these even inside of quotes.
+bool SurvivesBatchShell(std::string_view text) {
+  return text.find_first_of("%\"\r\n") == std::string_view::npos;
+}
+
+// For the shell with the switches that turn off what it does by itself (/d) and its '!' (/v:off). It
+// takes the outer pair of quotes away (/s); in the inner ones nothing but what SurvivesBatchShell
+// names has a meaning.
+std::wstring BatchCommandLine(const std::wstring& path, const std::vector<std::string>& arguments) {
+  std::wstring line = L"cmd.exe /d /v:off /s /c \"\"" + path + L"\"";
+  for (std::size_t i = 1; i < arguments.size(); ++i)
+    line += L" " + Wide(Quoted(arguments[i], false));
+  return line + L"\"";
+}
+
+std::wstring ShellPath() {
+  std::wstring directory(MAX_PATH, L'\0');
+  directory.resize(::GetSystemDirectoryW(directory.data(), MAX_PATH));
+  return directory + L"\\cmd.exe";
+}
+
+// A pipe whose second end a child process gets; nothing on failure.
+std::array<Handle, 2> MakePipe() {
+  SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
+  HANDLE reader = nullptr;
+  HANDLE writer = nullptr;
+  if (::CreatePipe(&reader, &writer, &inherited, 0) == 0) return {};
+  std::array<Handle, 2> ends{Handle(reader), Handle(writer)};
+  ::SetHandleInformation(reader, HANDLE_FLAG_INHERIT, 0);
+  return ends;
+}
+
+// A program that goes on by itself, with a handle of it; nothing on failure.
+Handle StartProgram(const std::vector<std::string>& arguments, HANDLE output,
+                    std::string& failure) {
+  const std::wstring path = FindProgramFile(arguments.front());
+  const bool is_batch = IsBatchFile(path);
+  if (path.empty()) {
+    failure = "No such file or directory";
+    return {};
+  }
+  if (is_batch &&
+      !(SurvivesBatchShell(Utf8(path)) && std::ranges::all_of(arguments, &SurvivesBatchShell))) {
+    failure = "a batch file cannot be given text with % or \" in it";
+    return {};
+  }
+  const Handle input = OpenForChild(L"NUL", GENERIC_READ, OPEN_EXISTING);
+  const PROCESS_INFORMATION started =
+      StartProcess(is_batch ? ShellPath() : path,
+                   is_batch ? BatchCommandLine(path, arguments) : CommandLine(arguments),
+                   input.get(), output, 0);
+  if (started.hProcess == nullptr) {
+    failure = std::system_category().message(static_cast<int>(::GetLastError()));
+    return {};
+  }
+  ::CloseHandle(started.hThread);
+  return Handle(started.hProcess);
 }
 
 // A console shows bytes as UTF-8 while this lives; it is the user's, who gets it back as it was, also
@@ -388,9 +527,26 @@ ChildProcess ChildProcess::Start(const std::string& command_line) {
   return child;
 }
 
+// It stays in the console's group, and so gets a Ctrl-C as this process does.
+ChildProcess ChildProcess::Start(const std::vector<std::string>& arguments) {
+  ChildProcess child;
+  std::array<Handle, 2> ends = MakePipe();
+  Handle process = StartProgram(arguments, ends[1].get(), child.m_failure);
+  if (!process) return child;
+  child.m_pipe = ::_fdopen(DescriptorFor(ends[0].release()), "rb");
+  child.m_process = reinterpret_cast<std::intptr_t>(process.release());
+  return child;
+}
+
 int ChildProcess::Wait() noexcept {
   if (m_pipe == nullptr) return 0;
-  return ::_pclose(std::exchange(m_pipe, nullptr));
+  if (m_process == 0) return ::_pclose(std::exchange(m_pipe, nullptr));
+  std::fclose(std::exchange(m_pipe, nullptr));
+  const Handle process(reinterpret_cast<HANDLE>(std::exchange(m_process, 0)));
+  DWORD status = 1;
+  ::WaitForSingleObject(process.get(), INFINITE);
+  ::GetExitCodeProcess(process.get(), &status);
+  return static_cast<int>(status);
 }
 
 // The C library keeps the three descriptors for them, whether they are connected or not.
@@ -424,14 +580,6 @@ BOOL WINAPI NoteStop(DWORD event) {
   return TRUE;
 }
 
-// A handle that a child process gets; nothing on failure.
-Handle OpenForChild(const std::wstring& path, DWORD access, DWORD disposition) {
-  SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
-  HANDLE const handle = ::CreateFileW(path.c_str(), access, kShareContent | FILE_SHARE_DELETE,
-                                      &inherited, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
-  return Handle(handle == INVALID_HANDLE_VALUE ? nullptr : handle);
-}
-
 // A job that ends its processes when it is closed, also by the end of this process.
 Handle MakeJob() {
   Handle job(::CreateJobObjectW(nullptr, nullptr));
@@ -440,32 +588,6 @@ Handle MakeJob() {
   const bool is_set = job && ::SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation,
                                                        &limits, sizeof limits) != 0;
   return is_set ? std::move(job) : Handle();
-}
-
-std::wstring CommandLine(const std::vector<std::string>& arguments) {
-  std::string line;
-  for (const std::string& argument : arguments) {
-    if (!line.empty()) line += ' ';
-    line += Quoted(argument, false);
-  }
-  return Wide(line);
-}
-
-// The process waits for ResumeThread: it is to start nothing before it is in its job.
-PROCESS_INFORMATION StartSuspended(const std::vector<std::string>& arguments, HANDLE input,
-                                   HANDLE output) {
-  STARTUPINFOW streams{};
-  streams.cb = sizeof streams;
-  streams.dwFlags = STARTF_USESTDHANDLES;
-  streams.hStdInput = input;
-  streams.hStdOutput = output;
-  streams.hStdError = output;
-  std::wstring line = CommandLine(arguments);
-  PROCESS_INFORMATION started{};
-  ::CreateProcessW(SystemPath(arguments.front()).c_str(), line.data(), nullptr, nullptr, TRUE,
-                   CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, &streams,
-                   &started);
-  return started;
 }
 
 }  // namespace
@@ -486,7 +608,10 @@ BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& argum
   const Handle output = OpenForChild(SystemPath(output_path), GENERIC_WRITE, CREATE_ALWAYS);
   Handle job = MakeJob();
   if (!input || !output || !job) return {};
-  const PROCESS_INFORMATION started = StartSuspended(arguments, input.get(), output.get());
+  // It waits for ResumeThread: it is to start nothing before it is in its job.
+  const PROCESS_INFORMATION started =
+      StartProcess(SystemPath(arguments.front()), CommandLine(arguments), input.get(), output.get(),
+                   CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP);
   if (started.hProcess == nullptr) return {};
   const Handle thread(started.hThread);
   Handle owner(started.hProcess);

@@ -90,6 +90,17 @@ TEST_F(ExtractorTest, IsRunInModeMgfToo) {
   EXPECT_THAT(m_text.m_out, EndsWith("\n-mgf\n"));
   EXPECT_TRUE(fs::exists("out/a.mgf"));
 }
+TEST_F(ExtractorTest, GetsTheNameOfEveryFileUnchanged) {
+  PlaceExtractor("morvex_raw.exe", "printf '%s|' \"$@\"\n");
+  for (const std::string name : {"{in};touch pwned;.raw", "$(touch pwned).raw", "`touch pwned`.raw",
+                                 "a\"b'c.raw", "two\nlines.raw", "  blanks  .raw",
+                                 "! !! $HOME ${HOME} %PATH% \\.raw", "a & b | c > d.raw"}) {
+    SetCurrentFile(m_parameters, name);
+    Extract();
+    EXPECT_THAT(m_text.m_out, EndsWith("\n-ms|-a|-i|1|-m|5|-o|out|" + name + "|"));
+    EXPECT_FALSE(fs::exists("pwned"));
+  }
+}
 TEST_F(ExtractorTest, IsNotRunWhenItsMarkerIsThere) {
   WriteFile("out/a.morvex", "");
   EXPECT_EQ(Extract(), kNothingThrown);

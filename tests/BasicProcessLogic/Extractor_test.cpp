@@ -34,6 +34,10 @@ TEST(ExtractorCommand, IsToTheLetter) {
   EXPECT_EQ(ExtractorCommand(ParametersOf("/data/a.raw"), "ms", "./morvex_raw.exe"),
             "./morvex_raw.exe -ms -a -i 1 -m 5 -o \"/out\" \"/data/a.raw\"");
 }
+TEST(ExtractorCommand, MakesNoOptionOfAFile) {
+  EXPECT_EQ(ExtractorCommand(ParametersOf("-o.raw"), "ms", "p"),
+            "p -ms -a -i 1 -m 5 -o \"/out\" \"./-o.raw\"");
+}
 TEST(ExtractorCommand, AsksForMgfInThatMode) {
   EXPECT_EQ(ExtractorCommand(ParametersOf("/data/a.raw"), "mgf", "./morvex_raw.exe"),
             "./morvex_raw.exe -mgf -a -i 1 -m 5 -o \"/out\" \"/data/a.raw\"");

@@ -93,6 +93,36 @@ TEST(ChildProcess, KeepsNulBytes) {
 }
 TEST(ChildProcess, EndsWithAnotherStatusWhenKilled) { EXPECT_NE(StatusOf("kill -9 $$"), 0); }
 
+TEST(ChildProcess, LooksForAProgramOnThePath) {
+  ChildProcess child = ChildProcess::Start(std::vector<std::string>{"sh", "-c", "echo $0", "; x"});
+  std::string line;
+  EXPECT_TRUE(child.ReadLine(line));
+  EXPECT_EQ(line, "; x\n");
+  EXPECT_EQ(child.Wait(), 0);
+}
+TEST(ChildProcess, EndsWithAnotherStatusWhenItsProgramIsKilled) {
+  EXPECT_NE(ChildProcess::Start(std::vector<std::string>{"sh", "-c", "kill -9 $$"}).Wait(), 0);
+}
+TEST(ChildProcess, SaysThatAFileIsNoProgram) {
+  const test::TemporaryDirectory directory;
+  test::WriteFile(directory / "f", "x");
+  const std::vector<std::string> words = {directory / "f"};
+  EXPECT_EQ(ChildProcess::Start(words).Failure(), "Permission denied");
+}
+// Its pipe would have no end otherwise while another child runs.
+TEST(ChildProcess, KeepsItsPipeFromOtherPrograms) {
+  const auto descriptors_of_a_child = [] {
+    ChildProcess child = ChildProcess::Start(std::vector<std::string>{"ls", "/proc/self/fd"});
+    std::string text;
+    for (std::string line; child.ReadLine(line);) text += line;
+    return text;
+  };
+  const std::string alone = descriptors_of_a_child();
+  EXPECT_THAT(alone, testing::StartsWith("0\n1\n"));
+  const ChildProcess other = ChildProcess::Start(std::vector<std::string>{"true"});
+  EXPECT_EQ(descriptors_of_a_child(), alone);
+}
+
 TEST(QuotedForShell, KeepsWhatThisShellActsOn) {
   for (const char* const text :
        {"$HOME ${HOME} $(echo x) $$", "`echo x`", "it's", "\\", "\\\\n\\$", "a\nb",

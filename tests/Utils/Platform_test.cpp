@@ -280,6 +280,59 @@ TEST(ChildProcess, IsAtItsEndWhenItsOutputIsClosed) {
 }
 TEST(ChildProcess, EndsWithZero) { EXPECT_EQ(StatusOf("exit 0"), 0); }
 TEST(ChildProcess, EndsWithAnotherStatus) { EXPECT_NE(StatusOf("exit 3"), 0); }
+/// What a program prints that is started without a shell.
+std::string TextOfProgram(const std::vector<std::string>& words) {
+  ChildProcess child = ChildProcess::Start(words);
+  EXPECT_TRUE(child.IsRunning()) << child.Failure();
+  std::string text;
+  for (std::string piece; child.IsRunning() && child.ReadLine(piece);) text += piece;
+  EXPECT_EQ(child.Wait(), 0);
+  return text;
+}
+
+TEST(ChildProcess, HandsArgumentsOnUnchanged) {
+  const std::vector<std::string> texts = {"",
+                                          "a b",
+                                          "\"",
+                                          "\\",
+                                          "a\\\\\"b\\",
+                                          "'",
+                                          "$HOME $(echo x) `echo x`",
+                                          "; & |",
+                                          "%PATH%",
+                                          "{in} {outdir}",
+                                          "a\nb\tc",
+                                          "< > ( ) ^ !",
+                                          "-o",
+                                          "--help"};
+  std::vector<std::string> words = {test::BackgroundChild(), "arguments"};
+  words.insert(words.end(), texts.begin(), texts.end());
+  std::string expected;
+  for (const std::string& text : texts) expected += text + "|";
+  EXPECT_EQ(TextOfProgram(words), expected);
+}
+TEST(ChildProcess, GivesBothOutputsOfAProgram) {
+  const std::string text = TextOfProgram({test::BackgroundChild(), "outputs"});
+  EXPECT_THAT(text, testing::HasSubstr("out"));
+  EXPECT_THAT(text, testing::HasSubstr("err"));
+}
+TEST(ChildProcess, GivesAProgramNoInput) { TextOfProgram({test::BackgroundChild(), "input"}); }
+TEST(ChildProcess, EndsWithTheStatusOfAProgram) {
+  const std::vector<std::string> words = {test::BackgroundChild(), "status", "3"};
+  ChildProcess child = ChildProcess::Start(words);
+  ChildProcess moved = std::move(child);
+  EXPECT_EQ(moved.Wait(), 3);
+  EXPECT_FALSE(moved.IsRunning());
+  EXPECT_EQ(moved.Wait(), 0);
+}
+TEST(ChildProcess, SaysWhyAProgramDoesNotRun) {
+  for (const std::string name : {"no_such_program", "./no_such_program"}) {
+    const ChildProcess child = ChildProcess::Start(std::vector<std::string>{name, "x"});
+    EXPECT_FALSE(child.IsRunning());
+    EXPECT_EQ(child.Failure(), "No such file or directory");
+  }
+}
+
 TEST(ChildProcess, IsOverAfterItsMove) {
   ChildProcess child = ChildProcess::Start("exit 0");
   const ChildProcess moved = std::move(child);

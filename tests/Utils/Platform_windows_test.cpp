@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "ChildText.h"
 #include "FileUtils.h"
@@ -113,6 +114,41 @@ TEST(ChildProcess, GivesItsOutputLineByLineWithCarriageReturns) {
 }
 TEST(ChildProcess, EndsWithAnotherStatusWhenItIsNotThere) {
   EXPECT_NE(StatusOf(".\\no_such_program.exe -ms -o \"out\" \"a b.raw\" 2>nul"), 0);
+}
+
+std::string TextOfProgram(const std::vector<std::string>& words) {
+  ChildProcess child = ChildProcess::Start(words);
+  std::string text;
+  for (std::string piece; child.IsRunning() && child.ReadLine(piece);) text += piece;
+  return child.IsRunning() ? text : child.Failure();
+}
+
+TEST(ChildProcess, LooksForAProgramOnThePath) {
+  EXPECT_THAT(TextOfProgram({"cmd", "/c", "echo a"}), testing::HasSubstr("a"));
+  EXPECT_THAT(TextOfProgram({"CMD.EXE", "/c", "echo a"}), testing::HasSubstr("a"));
+}
+TEST(ChildProcess, DoesNotTakeAProgramOfTheCurrentDirectory) {
+  const TemporaryDirectory directory;
+  test::WriteFile(directory / "converter.bat", "@echo taken\r\n");
+  const std::filesystem::path former = std::filesystem::current_path();
+  std::filesystem::current_path(directory.Path());
+  EXPECT_EQ(TextOfProgram({"converter"}), "No such file or directory");
+  EXPECT_EQ(TextOfProgram({".\\converter"}), "taken\r\n");
+  std::filesystem::current_path(former);
+}
+TEST(ChildProcess, GivesABatchFileWhatItsShellLeavesAlone) {
+  const TemporaryDirectory directory;
+  const std::string batch = directory / "a & b.cmd";
+  test::WriteFile(batch, "@\"" + test::BackgroundChild() + "\" arguments %*\r\n");
+  EXPECT_EQ(TextOfProgram({batch, "a b", "x&echo y", "<>|^()!,;="}), "a b|x&echo y|<>|^()!,;=|");
+}
+TEST(ChildProcess, RefusesABatchFileWhatItsShellActsOn) {
+  const TemporaryDirectory directory;
+  const std::string batch = directory / "a.bat";
+  test::WriteFile(batch, "@echo taken\r\n");
+  EXPECT_EQ(TextOfProgram({batch, "x"}), "taken\r\n");
+  for (const std::string text : {"100%", "%PATH%", "a\"&echo", "a\nb"})
+    EXPECT_THAT(TextOfProgram({batch, text}), testing::StartsWith("a batch file cannot be given"));
 }
 
 TEST(QuotedForShell, PutsAPlainPathInQuotesAndNothingElse) {
