@@ -41,6 +41,9 @@ ParameterTable ReadParameterTable(const std::string& path) {
     if (is_first && line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
     AddParameterLine(line, table);
   }
+  if (const auto table_name = table.find("ipv_file");
+      table_name != table.end() && table_name->second == kDefaultIpvFile)
+    table.erase(table_name);
   return table;
 }
 

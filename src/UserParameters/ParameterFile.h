@@ -17,7 +17,8 @@ namespace tarvek {
 /// Whether the program takes a lone argument for a parameter file: by its ending, in any case.
 bool IsParameterFile(std::string_view path);
 
-/// The table of the parameter file path.
+/// The table of the parameter file path. An isotope table of the default name is left out: the
+/// template names it, so that it is no choice of the user's.
 ParameterTable ReadParameterTable(const std::string& path);
 
 /// The validated record of the parameter file path, echoed into the log.

@@ -113,6 +113,13 @@ TEST_F(ReadParameterFileTest, TakesTheTemplateWithAnEditedChargeRange) {
   text.replace(text.find("= 226"), 5, "= 2t6");
   EXPECT_EQ(Read(text).m_charge_max, 6);
 }
+TEST_F(ReadParameterFileTest, TakesTheIsotopeTableOfTheTemplateForNoChoice) {
+  std::string text = TemplateText();
+  text.replace(text.find("= 226"), 5, "= 2t6");
+  EXPECT_FALSE(Read(text).m_ipv_file_is_given);
+  text.replace(text.find("IPV.txt"), 7, "N15.txt");
+  EXPECT_TRUE(Read(text).m_ipv_file_is_given);
+}
 TEST_F(ReadParameterFileTest, ContinuesALineBeyond1023BytesAsTheNextLine) {
   // The first piece is "m/z = 4" and blanks; what follows is read as a line of its own.
   std::string line = "m/z = 4";
