@@ -55,6 +55,7 @@ using Directory = std::unique_ptr<DIR, CloseDirectory>;
 }  // namespace
 
 const char kPathSeparator = '/';
+const bool kFileNamesIgnoreCase = false;
 const std::string_view kSearchPathSeparator = ":";
 const std::string_view kProgramEnding;
 
@@ -66,6 +67,10 @@ int CallMain(int argc, const char* const* argv, int (*body)(int, const char* con
 std::optional<std::string> EnvironmentVariable(const std::string& name) {
   const char* const value = std::getenv(name.c_str());
   return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
+bool SetEnvironment(const std::string& name, const std::string& value) noexcept {
+  return ::setenv(name.c_str(), value.c_str(), 1) == 0;
 }
 
 std::string QuotedForShell(std::string_view text) {
@@ -132,6 +137,12 @@ std::optional<FileLock> FileLock::TryTake(const std::string& path) {
   FileLock none;
   none.m_is_held_elsewhere = reason == EWOULDBLOCK;
   return none;
+}
+
+std::string AbsolutePath(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+  return error ? path : absolute.string();
 }
 
 bool IsDirectory(const std::string& path) { return Directory(::opendir(path.c_str())) != nullptr; }
@@ -225,12 +236,15 @@ sigset_t SignalSet(std::initializer_list<int> signals) noexcept {
 /// Streams, process group and signals of a child; released when destroyed.
 class SpawnSettings {
  public:
-  explicit SpawnSettings(const std::string& output_path) {
+  SpawnSettings(const std::string& output_path, const std::string& working_directory) {
     ::posix_spawn_file_actions_init(&m_actions);
     ::posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     ::posix_spawn_file_actions_addopen(&m_actions, STDOUT_FILENO, output_path.c_str(),
                                        O_WRONLY | O_CREAT | O_TRUNC, 0666);
     ::posix_spawn_file_actions_adddup2(&m_actions, STDOUT_FILENO, STDERR_FILENO);
+    // Behind the output, whose path counts from the directory of this process.
+    if (!working_directory.empty())
+      ::posix_spawn_file_actions_addchdir_np(&m_actions, working_directory.c_str());
     const sigset_t none = SignalSet({});
     ::posix_spawnattr_init(&m_attributes);
     ::posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
@@ -272,7 +286,8 @@ BackgroundProcess::~BackgroundProcess() {
 
 // The end of a child is to wait until WaitForAny asks for it, so its signal is held back.
 BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& arguments,
-                                           const std::string& output_path) {
+                                           const std::string& output_path,
+                                           const std::string& working_directory) {
   std::signal(SIGCHLD, SIG_DFL);
   const sigset_t child_ended = SignalSet({SIGCHLD});
   ::sigprocmask(SIG_BLOCK, &child_ended, nullptr);
@@ -280,7 +295,7 @@ BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& argum
   words.reserve(arguments.size() + 1);
   for (const std::string& word : arguments) words.push_back(const_cast<char*>(word.c_str()));
   words.push_back(nullptr);
-  const SpawnSettings settings(output_path);
+  const SpawnSettings settings(output_path, working_directory);
   BackgroundProcess process;
   pid_t leader = 0;
   if (::posix_spawn(&leader, words.front(), &settings.m_actions, &settings.m_attributes,

@@ -214,6 +214,7 @@ class Utf8Console {
 }  // namespace
 
 const char kPathSeparator = '\\';
+const bool kFileNamesIgnoreCase = true;
 const std::string_view kSearchPathSeparator = ";";
 const std::string_view kProgramEnding = ".exe";
 
@@ -236,6 +237,10 @@ std::optional<std::string> EnvironmentVariable(const std::string& name) {
   std::wstring value(size, L'\0');
   value.resize(::GetEnvironmentVariableW(wide_name.c_str(), value.data(), size));
   return Utf8(value);
+}
+
+bool SetEnvironment(const std::string& name, const std::string& value) noexcept {
+  return ::SetEnvironmentVariableW(Wide(name).c_str(), Wide(value).c_str()) != 0;
 }
 
 // For the shell, two '%' enclose the name of a variable even inside quotes unless a '^' outside of
@@ -325,6 +330,8 @@ std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& pa
 }
 
 // The parts one after another, from behind the drive or the host; a share is tried in vain.
+std::string AbsolutePath(const std::string& path) { return Utf8(FullPath(SystemPath(path))); }
+
 bool MakeDirectoryTree(const std::string& path) {
   if (IsDirectory(path)) return true;
   const std::wstring full = WithoutLengthLimit(Wide(path));
@@ -453,7 +460,7 @@ std::wstring CommandLine(const std::vector<std::string>& arguments) {
 
 // The process waits for ResumeThread: it is to start nothing before it is in its job.
 PROCESS_INFORMATION StartSuspended(const std::vector<std::string>& arguments, HANDLE input,
-                                   HANDLE output) {
+                                   HANDLE output, const std::string& working_directory) {
   STARTUPINFOW streams{};
   streams.cb = sizeof streams;
   streams.dwFlags = STARTF_USESTDHANDLES;
@@ -461,10 +468,11 @@ PROCESS_INFORMATION StartSuspended(const std::vector<std::string>& arguments, HA
   streams.hStdOutput = output;
   streams.hStdError = output;
   std::wstring line = CommandLine(arguments);
+  const std::wstring directory = SystemPath(working_directory);
   PROCESS_INFORMATION started{};
   ::CreateProcessW(SystemPath(arguments.front()).c_str(), line.data(), nullptr, nullptr, TRUE,
-                   CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP, nullptr, nullptr, &streams,
-                   &started);
+                   CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP, nullptr,
+                   working_directory.empty() ? nullptr : directory.c_str(), &streams, &started);
   return started;
 }
 
@@ -481,12 +489,14 @@ BackgroundProcess::~BackgroundProcess() {
 
 // A process group of its own does not see Ctrl-C.
 BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& arguments,
-                                           const std::string& output_path) {
+                                           const std::string& output_path,
+                                           const std::string& working_directory) {
   const Handle input = OpenForChild(L"NUL", GENERIC_READ, OPEN_EXISTING);
   const Handle output = OpenForChild(SystemPath(output_path), GENERIC_WRITE, CREATE_ALWAYS);
   Handle job = MakeJob();
   if (!input || !output || !job) return {};
-  const PROCESS_INFORMATION started = StartSuspended(arguments, input.get(), output.get());
+  const PROCESS_INFORMATION started =
+      StartSuspended(arguments, input.get(), output.get(), working_directory);
   if (started.hProcess == nullptr) return {};
   const Handle thread(started.hThread);
   Handle owner(started.hProcess);
