@@ -9,6 +9,7 @@
 #include "PeakLineFormat.h"
 #include "PfWriter.h"
 #include "PrecursorCsvWriter.h"
+#include "RunRecord.h"
 #include "ScanCompletion.h"
 #include "ScanTable.h"
 #include "SpectrumFile.h"

@@ -1,5 +1,6 @@
 #include "IsotopeTable.h"
 
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -18,6 +19,7 @@ constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
 
 IsotopeTable m_h_IPV_Matrix;
 bool m_h_is_IPV_inited = false;
+std::string m_h_IPV_fingerprint;
 
 std::string ReadWholeFile(File& file) {
   std::string text;
@@ -78,8 +80,25 @@ void LoadIsotopeTable(const std::string& path) {
 
 void InstallIsotopeTable(IsotopeTable table) {
   m_h_IPV_Matrix = std::move(table);
+  m_h_IPV_fingerprint = IsotopeTableFingerprint(m_h_IPV_Matrix);
   m_h_is_IPV_inited = true;
 }
+
+std::string IsotopeTableFingerprint(const IsotopeTable& table) {
+  constexpr std::uint64_t kOffsetBasis = 0xcbf29ce484222325;
+  constexpr std::uint64_t kPrime = 0x100000001b3;
+  std::uint64_t hash = kOffsetBasis;
+  for (const IsotopeRow& row : table)
+    for (const double value : row) {
+      const auto bits = std::bit_cast<std::uint64_t>(value);
+      for (int shift = 0; shift < 64; shift += 8) hash = (hash ^ (bits >> shift & 0xFFu)) * kPrime;
+    }
+  std::string digits;
+  for (int shift = 60; shift >= 0; shift -= 4) digits += "0123456789abcdef"[hash >> shift & 0xFu];
+  return digits;
+}
+
+const std::string& InstalledTableFingerprint() { return m_h_IPV_fingerprint; }
 
 double ProtonatedMassDa(const Precursor& precursor) {
   const double mz = precursor.m_mz;

@@ -36,6 +36,13 @@ void LoadIsotopeTable(const std::string& path);
 /// Makes table the one of the process, whether or not there was one.
 void InstallIsotopeTable(IsotopeTable table);
 
+/// 16 hexadecimal digits that tell tables with other numbers apart: FNV-1a (64 bits) over the
+/// binary64 values, row by row, little-endian.
+std::string IsotopeTableFingerprint(const IsotopeTable& table);
+
+/// That of the table of the process; empty before there is one.
+const std::string& InstalledTableFingerprint();
+
 /// Whether LookUpIsotopeRow has a row for this precursor.
 bool IsInIsotopeTable(const Precursor& precursor);
 

@@ -1,0 +1,178 @@
+#include "RunSummary.h"
+
+#include <algorithm>
+#include <array>
+#include <set>
+#include <utility>
+#include <vector>
+
+#include "FileUtils.h"
+#include "NumberText.h"
+#include "Platform.h"
+#include "StringUtils.h"
+
+namespace tarvek {
+namespace {
+
+constexpr const char* kChargeRange = "charge_range";
+
+// The parameters that shape outputs; not those that say where files are and what is done again.
+constexpr std::array<const char*, 14> kShapingKeys = {"check_activationcenter",
+                                                      "co-elute",
+                                                      "cut_similiar_mono",
+                                                      "intensity",
+                                                      "isolation_width",
+                                                      "m/z",
+                                                      "mars_model",
+                                                      "mars_threshold",
+                                                      "mstol",
+                                                      "mstolppm",
+                                                      "output_mgf",
+                                                      "output_msb",
+                                                      "output_pf",
+                                                      "recalibrate_window"};
+
+std::string IntegerText(std::int64_t value) {
+  std::string text;
+  AppendInteger(text, value);
+  return text;
+}
+
+// As it is given, not as the echo shows it, where "2212" could be 2 to 12 or 22 to 2.
+std::string ChargeRangeText(const UserParameters& parameters) {
+  return IntegerText(parameters.m_charge_min) + "t" + IntegerText(parameters.m_charge_max);
+}
+
+void AddEnvironment(RunRecord& record, std::string_view key, const char* variable) {
+  const std::string value(Trim(EnvironmentVariable(variable).value_or("")));
+  if (!value.empty()) record.m_settings[std::string(key)] = value;
+}
+
+std::string ValueText(const std::map<std::string, std::string>& settings, const std::string& key) {
+  const auto found = settings.find(key);
+  return found == settings.end() ? "not set" : found->second;
+}
+
+std::int64_t SumOf(const std::map<std::string, std::int64_t>& counts) {
+  std::int64_t sum = 0;
+  for (const auto& [key, count] : counts) sum += count;
+  return sum;
+}
+
+std::int64_t CountOrZero(const RunRecord& record, std::string_view key) {
+  return record.Count(key).value_or(0);
+}
+
+// "1 precursor", "2 precursors".
+std::string Counted(std::int64_t count, const char* thing) {
+  return IntegerText(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+using Reason = std::pair<std::string, std::int64_t>;
+
+std::vector<Reason> ReasonsByFrequency(const RunRecord& record) {
+  std::vector<Reason> reasons;
+  for (const auto& [reason, count] : record.m_left_out)
+    if (count > 0) reasons.emplace_back(reason, count);
+  std::ranges::stable_sort(reasons, std::ranges::greater(), &Reason::second);
+  return reasons;
+}
+
+// ", 3 left out (2 REASON, 1 REASON)", or nothing.
+std::string LeftOutText(const std::vector<Reason>& reasons) {
+  std::string list;
+  std::int64_t sum = 0;
+  for (const auto& [reason, count] : reasons) {
+    list += (list.empty() ? "" : ", ") + IntegerText(count) + " " + reason;
+    sum += count;
+  }
+  return sum == 0 ? "" : ", " + IntegerText(sum) + " left out (" + list + ")";
+}
+
+std::string SecondsText(std::int64_t elapsed_ms) {
+  std::string text;
+  AppendFixed(text, static_cast<double>(elapsed_ms) / 1000.0, 1);
+  return text;
+}
+
+}  // namespace
+
+RunRecord SettingsOf(const UserParameters& parameters, std::string_view isotope_table,
+                     InputKind kind) {
+  RunRecord record;
+  ParameterTable table = ToParameterTable(parameters);
+  for (const char* const key : kShapingKeys) record.m_settings[key] = table[key];
+  record.m_settings[kChargeRange] = ChargeRangeText(parameters);
+  record.m_settings[std::string(kSettingIsotopeTable)] = isotope_table;
+  if (kind == InputKind::kInstrumentFile) {
+    AddEnvironment(record, kSettingAnalyser, kAnalyserVariable);
+    AddEnvironment(record, kSettingActivation, kActivationVariable);
+  }
+  return record;
+}
+
+std::string RunRecordPath(const UserParameters& parameters) {
+  return RunRecordPath(parameters.m_outputpath, parameters.m_current_basename);
+}
+
+std::string RunRecordPath(std::string_view directory, std::string_view base_name) {
+  return JoinPath({directory, std::string(base_name) + std::string(kRunRecordEnding)});
+}
+
+std::string SettingsDifference(const RunRecord& recorded, const RunRecord& now) {
+  if (recorded.m_settings.empty()) return "";
+  std::set<std::string> keys;
+  for (const auto* settings : {&recorded.m_settings, &now.m_settings})
+    for (const auto& entry : *settings) keys.insert(entry.first);
+  std::string text;
+  for (const std::string& key : keys) {
+    const std::string before = ValueText(recorded.m_settings, key);
+    const std::string after = ValueText(now.m_settings, key);
+    if (before == after) continue;
+    text += (text.empty() ? "" : "; ") + key + " " + before + ", now " + after;
+  }
+  return text;
+}
+
+std::string RecordedDifference(const UserParameters& parameters, std::string_view isotope_table,
+                               InputKind kind) {
+  const std::string path = RunRecordPath(parameters);
+  if (!FileExists(path)) return "";
+  RunRecord recorded = ReadRunRecord(path);
+  if (kind == InputKind::kSpectra)
+    for (const std::string_view key : {kSettingAnalyser, kSettingActivation})
+      recorded.m_settings.erase(std::string(key));
+  return SettingsDifference(recorded, SettingsOf(parameters, isotope_table, kind));
+}
+
+RunRecord WholeRecord(RunRecord begun, const RunRecord& loop) {
+  RunRecord record = std::move(begun);
+  const std::int64_t read = CountOrZero(loop, kCountMs2Read);
+  const std::int64_t before_extraction = CountOrZero(record, kCountMs2Read);
+  const std::int64_t lost = before_extraction - SumOf(record.m_left_out) - read;
+  if (lost > 0) record.m_left_out[std::string(kLostAfterExtraction)] += lost;
+  for (const auto& [reason, count] : loop.m_left_out) record.m_left_out[reason] += count;
+  for (const auto& [key, count] : loop.m_counts) record.m_counts[key] = count;
+  record.m_counts[std::string(kCountMs2Read)] =
+      CountOrZero(loop, kCountMs2Exported) + SumOf(record.m_left_out);
+  return record;
+}
+
+bool ExportedNothing(const RunRecord& record) {
+  return CountOrZero(record, kCountMs2Exported) == 0;
+}
+
+std::string SummaryText(const std::string& input, const RunRecord& record,
+                        std::int64_t elapsed_ms) {
+  const std::vector<Reason> reasons = ReasonsByFrequency(record);
+  std::string text = input + ": " + Counted(CountOrZero(record, kCountMs2Read), "MS2 scan") +
+                     " read, " + IntegerText(CountOrZero(record, kCountMs2Exported)) +
+                     " exported with " +
+                     Counted(CountOrZero(record, kCountPrecursors), "precursor") +
+                     LeftOutText(reasons) + ", in " + SecondsText(elapsed_ms) + " s";
+  if (!ExportedNothing(record)) return text;
+  if (reasons.empty()) return text + ". Nothing was exported: there is no MS2 scan in it.";
+  return text + ". Nothing was exported; the main reason: " + reasons.front().first + ".";
+}
+
+}  // namespace tarvek

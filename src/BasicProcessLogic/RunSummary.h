@@ -1,0 +1,71 @@
+// BasicProcessLogic/RunSummary.h: what is said of a file that was processed, and of one that is
+// finished already.
+// Does:     collects the settings that shape the outputs, joins what an extraction and the MS2 loop
+//           counted, words the line that ends a file, and compares a finished run with the settings
+//           of now.
+// Throws:   RecordedDifference what ReadRunRecord throws; the rest nothing.
+// Not here: the text of a record (RunRecord.h); when a line is logged or a record written.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "RunRecord.h"
+#include "UserParameters.h"
+
+namespace tarvek {
+
+/// Why MS2 scans are left out, as records and the line say it.
+inline constexpr std::string_view kActivationNotKnown = "activation type not known";
+inline constexpr std::string_view kAnalyserNotKnown = "analyser not known";
+inline constexpr std::string_view kNotSelected = "not selected by clustering";
+inline constexpr std::string_view kNoUsablePrecursor = "no usable precursor declared or determined";
+inline constexpr std::string_view kPfIsOff = "output_pf is 0";
+inline constexpr std::string_view kLostAfterExtraction = "extracted and not in the spectra read";
+
+/// Keys of settings that no parameter has.
+inline constexpr std::string_view kSettingIsotopeTable = "isotope_table";
+inline constexpr std::string_view kSettingAnalyser = "analyser";
+inline constexpr std::string_view kSettingActivation = "activation";
+
+/// The environment variables that the extractor takes those two from.
+inline constexpr const char* kAnalyserVariable = "TARVEK_ANALYSER";
+inline constexpr const char* kActivationVariable = "TARVEK_ACTIVATION";
+
+/// Where the spectra of a run come from.
+enum class InputKind { kInstrumentFile, kSpectra };
+
+/// A record of the settings alone. isotope_table: IsotopeTableFingerprint of the table that the run
+/// uses. Of an instrument file also what the environment tells the extractor, where it says so.
+RunRecord SettingsOf(const UserParameters& parameters, std::string_view isotope_table,
+                     InputKind kind);
+
+/// Path of the record of the current file.
+std::string RunRecordPath(const UserParameters& parameters);
+/// The same in an output directory. base_name: without ending.
+std::string RunRecordPath(std::string_view directory, std::string_view base_name);
+
+/// "isolation_width 2.000000, now 3.000000; charge_range ...": the settings in which two runs
+/// differ, by ascending key, "not set" for one that a run does not have. Empty when they are equal
+/// or nothing was recorded.
+std::string SettingsDifference(const RunRecord& recorded, const RunRecord& now);
+
+/// The same of the finished run of the current file, from its record; empty without a record. What
+/// only concerns the extraction is not compared for spectra.
+std::string RecordedDifference(const UserParameters& parameters, std::string_view isotope_table,
+                               InputKind kind);
+
+/// The record of a whole run. begun: its settings and, of an instrument file, what the extraction
+/// counted; loop: what the MS2 loop counted. MS2 scans that were extracted and never read are left
+/// out for kLostAfterExtraction, so that all scans are accounted for.
+RunRecord WholeRecord(RunRecord begun, const RunRecord& loop);
+
+/// Whether a run exported no MS2 scan, for want of any or because all were left out.
+bool ExportedNothing(const RunRecord& record);
+
+/// "FILE: 321 MS2 scans read, 318 exported with 701 precursors, 3 left out (3 REASON), in 1.2 s",
+/// the commonest reason first. When nothing was exported a sentence follows that says why.
+std::string SummaryText(const std::string& input, const RunRecord& record, std::int64_t elapsed_ms);
+
+}  // namespace tarvek
