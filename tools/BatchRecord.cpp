@@ -1,0 +1,48 @@
+#include "BatchRecord.h"
+
+#include <algorithm>
+
+#include "FileUtils.h"
+#include "IsotopeTable.h"
+#include "QuietLibrary.h"
+#include "RunDriver.h"
+#include "RunSummary.h"
+#include "StringUtils.h"
+
+namespace tarvek::tools {
+namespace {
+
+std::string FingerprintOf(const std::string& ipv_file) {
+  const QuietLibrary quiet;  // it says which table it takes
+  return IsotopeTableFingerprint(
+      ReadIsotopeTable(IsotopeTablePath(ipv_file, InstalledTablePath())));
+}
+
+InputKind KindOf(const UserParameters& settings) {
+  const std::string ending = ToLower(settings.m_current_ext);
+  return ending == "ms1" || ending == "mgf" ? InputKind::kSpectra : InputKind::kInstrumentFile;
+}
+
+}  // namespace
+
+std::string FinishedRuns::OtherSettings(const UserParameters& settings) {
+  if (!FileExists(RunRecordPath(settings))) return {};
+  if (!m_fingerprint) m_fingerprint = FingerprintOf(m_ipv_file);
+  return RecordedDifference(settings, *m_fingerprint, KindOf(settings));
+}
+
+RunRecord RecordAt(const std::string& path) {
+  return FileExists(path) ? ReadRunRecord(path) : RunRecord();
+}
+
+std::string WhyNothingIsExported(const RunRecord& record) {
+  const std::int64_t read = record.Count(kCountMs2Read).value_or(0);
+  if (read == 0 || record.Count(kCountMs2Exported).value_or(1) > 0) return {};
+  std::string text = "none of " + std::to_string(read) + " MS2 scans is exported";
+  const auto largest = std::ranges::max_element(record.m_left_out, {},
+                                                [](const auto& entry) { return entry.second; });
+  if (largest == record.m_left_out.end()) return text;
+  return text + "; " + std::to_string(largest->second) + " left out: " + largest->first;
+}
+
+}  // namespace tarvek::tools
