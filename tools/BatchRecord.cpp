@@ -26,7 +26,8 @@ InputKind KindOf(const UserParameters& settings) {
 }  // namespace
 
 std::string FinishedRuns::OtherSettings(const UserParameters& settings) {
-  if (!FileExists(RunRecordPath(settings))) return {};
+  if (RecordAt(RunRecordPath(settings)).m_settings.empty())
+    return {};  // without asking for a table
   if (!m_fingerprint) m_fingerprint = FingerprintOf(m_ipv_file);
   return RecordedDifference(settings, *m_fingerprint, KindOf(settings));
 }
