@@ -66,7 +66,7 @@ void AddSettings(CLI::App& run, ParameterTable& settings) {
          "--charges",
          [&settings](const std::string& text) { settings["charge_range"] = ChargeRangeOf(text); },
          "Charges that are tried, as 2-6 or 2t6; -3--1 or -3t-1 for negative ions")
-      ->default_str("2-6");
+      ->default_str("2t6");
   AddSetting(run, settings, "--threshold", "mars_threshold",
              "Score from which a candidate is a precursor: a higher one keeps fewer")
       ->check(CLI::Number);
