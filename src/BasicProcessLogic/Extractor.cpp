@@ -20,6 +20,10 @@ std::string PipeError(const std::string& command, const char* what) {
   return "popen(\"" + command + "\",\"r\") " + what;
 }
 
+std::string MarkerPath(const UserParameters& parameters) {
+  return OutputPath(parameters, ".morvex");
+}
+
 void ForwardOutput(ChildProcess& child, const std::string& command) {
   std::string line;
   while (child.ReadLine(line)) logMessage(kSubprocess, line);
@@ -36,7 +40,7 @@ int RunChild(const std::string& command) {
 }  // namespace
 
 void runExtractor(const UserParameters& parameters, std::string_view mode) {
-  const std::string marker = OutputPath(parameters, ".morvex");
+  const std::string marker = MarkerPath(parameters);
   if (!parameters.m_rewrite_files && FileExists(marker)) {
     logInfo(parameters.m_current_file + " has existed results, skipping morvex process...");
     return;
@@ -48,6 +52,16 @@ void runExtractor(const UserParameters& parameters, std::string_view mode) {
   const int status = RunChild(command);
   if (status != 0 || !FileExists(marker))
     throw "Cannot use morvex to extract signals from: " + parameters.m_current_file;
+}
+
+RunRecord ExtractionRecord(const UserParameters& parameters) {
+  const std::string marker = MarkerPath(parameters);
+  try {
+    return ReadRunRecord(marker);
+  } catch (const std::string& what) {
+    logMessage(kWarn, what + ". What the extraction left out is not counted.");
+    return {};
+  }
 }
 
 std::string_view ExtractorName(std::string_view input_format) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "RunRecord.h"
 #include "UserParameters.h"
 
 namespace tarvek {
@@ -16,6 +17,10 @@ namespace tarvek {
 /// Converts the current file into the output directory, unless its marker is there already and
 /// rewriting is off. mode: "ms" for spectra, "mgf" for an MGF file.
 void runExtractor(const UserParameters& parameters, std::string_view mode);
+
+/// What the marker of the current file says of the extraction: settings, counts, and why scans were
+/// left out. Empty when it says nothing; also, with a warning, when it cannot be read.
+RunRecord ExtractionRecord(const UserParameters& parameters);
 
 /// File name of the extractor for an input format, such as "mzml".
 std::string_view ExtractorName(std::string_view input_format);

@@ -8,7 +8,8 @@
 
 namespace tarvek {
 
-/// Converts the current file, an .mgf file. It is skipped when a file of its name stands in the
+/// Converts the current file, an .mgf file, and writes the record of that beside the PF2 file;
+/// without PF output there is neither. It is skipped when a file of its name stands in the
 /// output directory, which is the input itself unless an output directory was given.
 void processMgfFile(const UserParameters& parameters);
 

@@ -44,6 +44,7 @@ bool Ms1Feed::readNextMs1() {
     if (!m_store.empty()) m_store.pop_front();
     return false;
   }
+  ++m_read_count;
   if (m_pf1 != nullptr) m_pf1->WriteMs1(m_current);
   if (m_source->IsHighResolution(m_current)) Keep(m_current);
   ReportProgress("Extracting MS1, Scan Num = ", m_source->ReportedMs1Count());

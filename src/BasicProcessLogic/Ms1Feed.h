@@ -29,6 +29,9 @@ class Ms1Feed {
 
   [[nodiscard]] const Ms1Store& Store() const { return m_store; }
 
+  /// MS1 scans read so far, of whatever resolution.
+  [[nodiscard]] std::int64_t ReadCount() const { return m_read_count; }
+
  private:
   bool readNextMs1();
   void Keep(const MS1Spectrum& scan);
@@ -37,6 +40,7 @@ class Ms1Feed {
   PfWriter* m_pf1;
   MS1Spectrum m_current;
   Ms1Store m_store;
+  std::int64_t m_read_count = 0;
 };
 
 /// Logs message followed by count when count is a positive multiple of step.

@@ -1,6 +1,7 @@
 #include "Ms2Loop.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 #include <set>
 #include <string>
@@ -13,6 +14,7 @@
 #include "NumberText.h"
 #include "PrecursorDetermination.h"
 #include "ProgressBar.h"
+#include "RunSummary.h"
 #include "TextSpectrumSource.h"
 
 namespace tarvek {
@@ -48,17 +50,40 @@ class Ms2Loop {
   void Run() {
     MS2Spectrum scan;
     ProgressBar progress(StandardErrorIsTerminal());
-    for (std::int64_t count = 1; m_source->NextMs2(scan); ++count) {
-      progress.Update(m_source->FractionRead(), count);
+    while (m_source->NextMs2(scan)) {
+      ++m_read;
+      progress.Update(m_source->FractionRead(), m_read);
       m_feed.AdvanceTo(scan.m_precursor_scan);
-      if (!IsProcessed(scan) || !IsAccepted(scan)) continue;
-      ReportProgress(kMs2Progress, count);
+      const std::string_view reason = ReasonLeftOut(scan);
+      if (!reason.empty()) {
+        LeaveOut(reason);
+        continue;
+      }
+      ReportProgress(kMs2Progress, m_read);
       Process(scan);
     }
     m_feed.Drain();
   }
 
+  /// What was read, exported and left out.
+  [[nodiscard]] RunRecord Counts() const {
+    RunRecord counts;
+    counts.m_counts = {{std::string(kCountSurveys), m_feed.ReadCount()},
+                       {std::string(kCountMs2Read), m_read},
+                       {std::string(kCountMs2Exported), m_exported},
+                       {std::string(kCountPrecursors), m_precursors}};
+    for (const auto& [reason, count] : m_left_out) counts.m_left_out[std::string(reason)] = count;
+    return counts;
+  }
+
  private:
+  [[nodiscard]] std::string_view ReasonLeftOut(const MS2Spectrum& scan) const {
+    const std::string_view reason = ReasonNotProcessed(scan);
+    return reason.empty() && !IsAccepted(scan) ? kNotSelected : reason;
+  }
+
+  void LeaveOut(std::string_view reason) { ++m_left_out[reason]; }
+
   [[nodiscard]] bool IsAccepted(const MS2Spectrum& scan) const {
     return !*m_accepted || (*m_accepted)->contains(scan.m_scan_no);
   }
@@ -66,10 +91,14 @@ class Ms2Loop {
   void Process(MS2Spectrum& scan) {
     Determine(scan);
     DropUnusablePrecursors(scan);
-    if (scan.m_precursors.empty())
+    if (scan.m_precursors.empty()) {
       WarnWithoutPrecursor(scan);
-    else
-      m_outputs->WriteMs2(scan, m_source->WritesPf2First());
+      LeaveOut(kNoUsablePrecursor);
+      return;
+    }
+    m_outputs->WriteMs2(scan, m_source->WritesPf2First());
+    ++m_exported;
+    m_precursors += static_cast<std::int64_t>(scan.m_precursors.size());
   }
 
   void Determine(MS2Spectrum& scan) {
@@ -83,24 +112,39 @@ class Ms2Loop {
   OutputSet* m_outputs;
   Ms1Feed m_feed;
   PrecursorDetermination m_determination;
+  std::int64_t m_read = 0;
+  std::int64_t m_exported = 0;
+  std::int64_t m_precursors = 0;
+  std::map<std::string_view, std::int64_t> m_left_out;  // by reason, a constant
 };
 
-void ProcessSource(const UserParameters& parameters, const AcceptedScans& accepted,
-                   SpectrumSource& source, OutputClaim& claim) {
+RunRecord ProcessSource(const UserParameters& parameters, const AcceptedScans& accepted,
+                        SpectrumSource& source, OutputClaim& claim, const RunRecord& begun) {
   OutputSet outputs(parameters, claim);
-  Ms2Loop(parameters, accepted, source, outputs).Run();
+  RunRecord record;
+  {
+    Ms2Loop loop(parameters, accepted, source, outputs);
+    loop.Run();
+    record = WholeRecord(begun, loop.Counts());
+  }
   source.FinishMs1();
   outputs.ClosePf1();
   source.FinishMs2();
-  outputs.Complete();
+  outputs.Complete(record);
+  return record;
 }
 
 }  // namespace
 
-bool IsProcessed(const MS2Spectrum& scan) {
-  return std::ranges::find(kActivationTypes, scan.m_activation_type) != kActivationTypes.end() &&
-         std::ranges::find(kInstrumentTypes, scan.m_instrument_type) != kInstrumentTypes.end();
+std::string_view ReasonNotProcessed(const MS2Spectrum& scan) {
+  if (std::ranges::find(kActivationTypes, scan.m_activation_type) == kActivationTypes.end())
+    return kActivationNotKnown;
+  if (std::ranges::find(kInstrumentTypes, scan.m_instrument_type) == kInstrumentTypes.end())
+    return kAnalyserNotKnown;
+  return {};
 }
+
+bool IsProcessed(const MS2Spectrum& scan) { return ReasonNotProcessed(scan).empty(); }
 
 bool CanDetermine(const SpectrumSource& source, const Ms1Store& store, const MS2Spectrum& scan) {
   return store.size() >= kMinStoredScans && source.AllowsDetermination(scan);
@@ -126,17 +170,19 @@ void WarnWithoutPrecursor(const MS2Spectrum& scan) {
   WarnScan("Cannot find precursor information for scan ", scan.m_scan_no, ".");
 }
 
-void processTextSpectra(const UserParameters& parameters, OutputClaim& claim) {
+RunRecord processTextSpectra(const UserParameters& parameters, OutputClaim& claim,
+                             const RunRecord& begun) {
   const AcceptedScans accepted = SelectScans(parameters);
   TextSpectrumSource source(parameters.m_current_file, Ms2Path(parameters));
-  ProcessSource(parameters, accepted, source, claim);
+  return ProcessSource(parameters, accepted, source, claim, begun);
 }
 
-void processMsbSpectra(const UserParameters& parameters, OutputClaim& claim) {
+RunRecord processMsbSpectra(const UserParameters& parameters, OutputClaim& claim,
+                            const RunRecord& begun) {
   const AcceptedScans accepted = SelectScans(parameters);
   const std::string ending = "." + parameters.m_input_format;
   BinarySpectrumSource source(OutputPath(parameters, ending.c_str()));
-  ProcessSource(parameters, accepted, source, claim);
+  return ProcessSource(parameters, accepted, source, claim, begun);
 }
 
 }  // namespace tarvek

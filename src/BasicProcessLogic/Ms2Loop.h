@@ -7,8 +7,10 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "OutputSet.h"
+#include "RunRecord.h"
 #include "SpectrumRecords.h"
 #include "SpectrumSource.h"
 #include "SpectrumUtils.h"
@@ -16,11 +18,15 @@
 
 namespace tarvek {
 
-/// The current file is a .ms1 file; the .ms2 file is beside it. claim: of the same file.
-void processTextSpectra(const UserParameters& parameters, OutputClaim& claim);
+/// The current file is a .ms1 file; the .ms2 file is beside it. claim: of the same file. begun: the
+/// settings and what an extraction counted; it is returned, and written beside the table, with what
+/// was counted here.
+RunRecord processTextSpectra(const UserParameters& parameters, OutputClaim& claim,
+                             const RunRecord& begun = {});
 
 /// The same with the current file's spectra in binary form.
-void processMsbSpectra(const UserParameters& parameters, OutputClaim& claim);
+RunRecord processMsbSpectra(const UserParameters& parameters, OutputClaim& claim,
+                            const RunRecord& begun = {});
 
 /// Start of the progress message of MS2 scans; their number follows.
 inline constexpr const char* kMs2Progress = "Extracting MS2, Scan Num = ";
@@ -33,6 +39,10 @@ void WarnWithoutPrecursor(const MS2Spectrum& scan);
 
 /// Whether activation and instrument type are ones that are processed.
 bool IsProcessed(const MS2Spectrum& scan);
+
+/// Why a scan is not processed; of several reasons the one that is tested first. Empty for one that
+/// is.
+std::string_view ReasonNotProcessed(const MS2Spectrum& scan);
 
 /// Whether the precursors of a scan can be looked for in the MS1 scans read so far.
 bool CanDetermine(const SpectrumSource& source, const Ms1Store& store, const MS2Spectrum& scan);

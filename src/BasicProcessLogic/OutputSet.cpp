@@ -2,14 +2,17 @@
 
 #include "FileUtils.h"
 #include "Logger.h"
+#include "RunSummary.h"
 
 namespace tarvek {
 namespace {
 
-// Deletes the finished table of an earlier run; returns its path. Only a claim gives the right.
+// Deletes what an earlier run left as finished: the table first, which says so; returns its path.
+// Only a claim gives the right.
 std::string RemoveOldTable(const UserParameters& parameters) {
   std::string path = FinishedTablePath(parameters);
   RemoveFile(path);
+  RemoveFile(RunRecordPath(parameters));
   return path;
 }
 
@@ -68,7 +71,7 @@ std::optional<OutputClaim> ClaimUnlessFinished(const UserParameters& parameters)
 }
 
 OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim)
-    : m_csv(RemoveOldTable(parameters), "w+") {
+    : m_record_path(RunRecordPath(parameters)), m_csv(RemoveOldTable(parameters), "w+") {
   claim.MarkUsed();
   const std::string& title = parameters.m_current_basename;
   if (parameters.m_output_pf) {
@@ -93,9 +96,11 @@ void OutputSet::ClosePf1() {
   if (m_pf1) m_pf1->Close();
 }
 
-void OutputSet::Complete() {
+void OutputSet::Complete(const RunRecord& record) {
   if (m_pf2) m_pf2->Close();
   if (m_mgf) m_mgf->Close();
+  m_csv.Finish();
+  WriteRunRecord(m_record_path, record);
   m_csv.Complete();
 }
 

@@ -2,8 +2,8 @@
 // Does:     claims them for this run; opens the writers that are switched on, passes scans to
 //           them, closes them in order.
 // Owns:     the lock of the claim, the writers.
-// Throws:   "Another run is writing ..." of LockFile; "Cannot delete file: ..." for a table of an
-//           earlier run; what opening and writing throw. When it is destroyed before Complete, the
+// Throws:   "Another run is writing ..." of LockFile; "Cannot delete file: ..." for a table or record
+//           of an earlier run; what opening and writing throw. When it is destroyed before Complete, the
 //           precursor table keeps its temporary name.
 #pragma once
 
@@ -39,7 +39,7 @@ class OutputSet {
  public:
   /// Opens the files under the output directory, named from the current file's base name. A
   /// finished table of an earlier run is deleted first, so that it never stands beside half-written
-  /// files. claim: of the same file; outlives the set.
+  /// files, and then its record. claim: of the same file; outlives the set.
   OutputSet(const UserParameters& parameters, OutputClaim& claim);
 
   /// The PF1 writer, null when PF output is off.
@@ -50,12 +50,14 @@ class OutputSet {
   /// Completes the PF1 file.
   void ClosePf1();
 
-  /// Completes the PF2 and MGF files, then moves the table to its final name.
-  void Complete();
+  /// Completes the PF2 and MGF files, writes record beside the table, then moves the table to its
+  /// final name.
+  void Complete(const RunRecord& record);
 
  private:
   void WritePf2(const MS2Spectrum& scan);
 
+  std::string m_record_path;
   PrecursorCsvWriter m_csv;
   std::optional<PfWriter> m_pf1;
   std::optional<Pf2Group> m_pf2;

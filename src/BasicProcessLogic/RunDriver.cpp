@@ -1,6 +1,7 @@
 #include "RunDriver.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
 
 #include "Check.h"
@@ -11,46 +12,91 @@
 #include "Logger.h"
 #include "MgfInput.h"
 #include "Ms2Loop.h"
+#include "NumberText.h"
 #include "OutputSet.h"
+#include "RunSummary.h"
 #include "StringUtils.h"
 
 namespace tarvek {
 namespace {
 
+constexpr std::array<std::string_view, 6> kKnownFormats = {"ms1",  "mgf",   "raw",
+                                                           "wiff", "mzxml", "mzml"};
+
 bool IsInstrumentFormat(std::string_view format) {
   return std::ranges::find(kInstrumentFormats, format) != kInstrumentFormats.end();
 }
 
-template <class Process>
-void ForEachFile(UserParameters& parameters, const std::string& path, const std::string& ext,
-                 Process process) {
-  for (const std::string& file : ListFiles(path, ext)) {
-    SetCurrentFile(parameters, file);
-    process(parameters);
-  }
-}
-
-void ProcessTextFile(const UserParameters& parameters) {
+void ProcessTextFile(UserParameters& parameters) {
+  const std::int64_t start_ms = MonotonicMilliseconds();
   std::optional<OutputClaim> claim = ClaimUnlessFinished(parameters);
-  if (claim) processTextSpectra(parameters, *claim);
+  if (!claim) {
+    WarnOfOtherSettings(parameters, InstalledTableFingerprint(), InputKind::kSpectra);
+    return;
+  }
+  const RunRecord record = processTextSpectra(
+      parameters, *claim, SettingsOf(parameters, InstalledTableFingerprint(), InputKind::kSpectra));
+  LogSummary(parameters.m_current_file, record, start_ms);
 }
 
-void ProcessDataPath(UserParameters& parameters, const std::string& path) {
-  const std::string format = detectDataPathFormat(path, parameters);
-  if (IsKnownFormat(format)) parameters.m_input_format = format;
-  if (format == "ms1") {
-    ForEachFile(parameters, path, ".ms1", ProcessTextFile);
-  } else if (format == "mgf") {
-    ForEachFile(parameters, path, ".mgf", processMgfFile);
-  } else {
-    if (!IsKnownFormat(format)) logMessage(kError, UnknownFormatText(path, format));
-    TARVEK_CHECK(IsInstrumentFormat(parameters.m_input_format),
-                 "m_input_format == \"raw\" || m_input_format == \"wiff\" || "
-                 "m_input_format == \"mzxml\" || m_input_format == \"mzml\"",
-                 "BasicProcessLogic");
-    ForEachFile(parameters, path, "." + parameters.m_input_format, processInstrumentFile);
-  }
+void ProcessMgf(UserParameters& parameters) { processMgfFile(parameters); }
+
+// Where the outputs of the current file begin, so that equal texts are the same files. Windows does
+// not tell upper case from lower case.
+std::string OutputKey(const UserParameters& parameters) {
+  const std::string start = OutputPath(parameters, "");
+  return kPathSeparator == '\\' ? ToLower(start) : start;
 }
+
+// Walks the data paths of one run.
+class DataPathWalk {
+ public:
+  explicit DataPathWalk(const UserParameters& parameters) : m_parameters(parameters) {}
+
+  void Process(const std::string& path) {
+    const std::string format = detectDataPathFormat(path, m_parameters);
+    if (IsKnownFormat(format)) m_parameters.m_input_format = format;
+    if (format == "ms1") {
+      ForEachFile(path, format, ProcessTextFile);
+    } else if (format == "mgf") {
+      ForEachFile(path, format, ProcessMgf);
+    } else {
+      const bool goes_on = IsInstrumentFormat(m_parameters.m_input_format);
+      if (!IsKnownFormat(format))
+        logMessage(goes_on ? kWarn : kError, UnknownFormatText(path, format));
+      TARVEK_CHECK(goes_on,
+                   "m_input_format == \"raw\" || m_input_format == \"wiff\" || "
+                   "m_input_format == \"mzxml\" || m_input_format == \"mzml\"",
+                   "BasicProcessLogic");
+      ForEachFile(path, m_parameters.m_input_format, processInstrumentFile);
+    }
+  }
+
+ private:
+  void ForEachFile(const std::string& path, const std::string& format,
+                   void (*process)(UserParameters&)) {
+    const std::vector<std::string> files = ListInputFiles(path, format);
+    if (files.empty() && IsDirectory(path)) logMessage(kWarn, NoInputFileText(path, format));
+    for (const std::string& file : files) {
+      SetCurrentFile(m_parameters, file);
+      WarnOfSameOutputs();
+      process(m_parameters);
+    }
+  }
+
+  void WarnOfSameOutputs() {
+    const std::string key = OutputKey(m_parameters);
+    const auto [first, is_new] = m_input_of_outputs.emplace(key, m_parameters.m_current_file);
+    if (is_new) return;
+    logMessage(kWarn, first->second + " and " + m_parameters.m_current_file +
+                          " have the same outputs, " + OutputPath(m_parameters, ".*") +
+                          ": the second is skipped when the first is finished, and replaces it "
+                          "with -r 1. Give each its own output directory.");
+  }
+
+  UserParameters m_parameters;
+  std::map<std::string, std::string> m_input_of_outputs;  // by OutputKey
+};
 
 void DeleteExtracted(const UserParameters& parameters) {
   for (const char* ending : {".ms1", ".ms2", ".morvex"}) RemoveFile(OutputPath(parameters, ending));
@@ -59,19 +105,43 @@ void DeleteExtracted(const UserParameters& parameters) {
 }  // namespace
 
 void runAllDataPaths(const UserParameters& parameters) {
-  UserParameters working = parameters;
-  SetPeakLineFormat(working.m_peak_format);
-  LoadIsotopeTable(IsotopeTablePath(working.m_ipv_file, InstalledTablePath()));
-  for (const std::string& path : parameters.m_datapaths) ProcessDataPath(working, path);
+  SetPeakLineFormat(parameters.m_peak_format);
+  LoadIsotopeTable(IsotopeTablePath(parameters, InstalledTablePath()));
+  DataPathWalk walk(parameters);
+  for (const std::string& path : parameters.m_datapaths) walk.Process(path);
 }
 
 std::string detectDataPathFormat(const std::string& path, const UserParameters& parameters) {
   if (!FileExists(path)) return parameters.m_input_format;
+  for (const std::string_view ending : kPackedEndings)
+    if (EndsWithIgnoreCase(path, ending))
+      return std::string(ending.substr(1, ending.rfind('.') - 1));
   return ToLower(path.substr(path.rfind('.') + 1));
 }
 
 bool IsKnownFormat(std::string_view format) {
-  return format == "ms1" || format == "mgf" || IsInstrumentFormat(format);
+  return std::ranges::find(kKnownFormats, format) != kKnownFormats.end();
+}
+
+std::vector<std::string> ListInputFiles(const std::string& path, const std::string& format) {
+  std::vector<std::string> endings = {"." + format};
+  const std::string packed = endings.front() + std::string(kPackedEnding);
+  if (std::ranges::find(kPackedEndings, packed) != kPackedEndings.end()) endings.push_back(packed);
+  return ListFilesOfAny(path, endings);
+}
+
+std::string NoInputFileText(const std::string& path, const std::string& format) {
+  std::string found;
+  for (const std::string_view known : kKnownFormats) {
+    const std::string word(known);
+    const auto count = static_cast<std::int64_t>(ListInputFiles(path, word).size());
+    if (count == 0) continue;
+    if (!found.empty()) found += ", ";
+    AppendInteger(found, count);
+    found += " ." + word + " (-F " + word + ")";
+  }
+  return "No ." + format + " file in " + path + ". It has " +
+         (found.empty() ? "no file of a known format" : found) + ".";
 }
 
 std::string UnknownFormatText(const std::string& path, const std::string& format) {
@@ -80,16 +150,23 @@ std::string UnknownFormatText(const std::string& path, const std::string& format
 }
 
 void processInstrumentFile(UserParameters& parameters) {
+  const std::int64_t start_ms = MonotonicMilliseconds();
+  const std::string input = parameters.m_current_file;
   std::optional<OutputClaim> claim = ClaimUnlessFinished(parameters);
-  if (!claim) return;
+  if (!claim) {
+    WarnOfOtherSettings(parameters, InstalledTableFingerprint(), InputKind::kInstrumentFile);
+    return;
+  }
   runExtractor(parameters, "ms");
+  const RunRecord begun = WithExtraction(
+      SettingsOf(parameters, InstalledTableFingerprint(), InputKind::kInstrumentFile),
+      ExtractionRecord(parameters));
   SetCurrentFile(parameters,
                  JoinPath({parameters.m_outputpath, parameters.m_current_basename + ".ms1"}));
-  if (parameters.m_output_msb)
-    processMsbSpectra(parameters, *claim);
-  else
-    processTextSpectra(parameters, *claim);
+  const RunRecord record = parameters.m_output_msb ? processMsbSpectra(parameters, *claim, begun)
+                                                   : processTextSpectra(parameters, *claim, begun);
   if (parameters.m_delete_msn) DeleteExtracted(parameters);
+  LogSummary(input, record, start_ms);
 }
 
 std::string InstalledTablePath() {
@@ -103,6 +180,11 @@ std::string IsotopeTablePath(const std::string& ipv_file, const std::string& ins
     return ipv_file;
   logInfo("Uses the installed isotope table " + installed_table);
   return installed_table;
+}
+
+std::string IsotopeTablePath(const UserParameters& parameters, const std::string& installed_table) {
+  return parameters.m_ipv_file_is_given ? parameters.m_ipv_file
+                                        : IsotopeTablePath(parameters.m_ipv_file, installed_table);
 }
 
 }  // namespace tarvek

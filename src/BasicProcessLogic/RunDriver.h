@@ -8,6 +8,7 @@
 #include <array>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "UserParameters.h"
 
@@ -20,11 +21,19 @@ inline constexpr std::array<std::string_view, 4> kInstrumentFormats = {"raw", "w
 /// The whole run after configuration.
 void runAllDataPaths(const UserParameters& parameters);
 
-/// The lower-case extension of a path that is a file, else the configured input format.
+/// The lower-case extension of a path that is a file ("mzml" or "mzxml" also of a packed one), else
+/// the configured input format.
 std::string detectDataPathFormat(const std::string& path, const UserParameters& parameters);
 
 /// Whether a road leads from a format, in lower case, to the outputs.
 bool IsKnownFormat(std::string_view format);
+
+/// The files that a data path stands for in a format: ListFiles with its ending, and with that of
+/// packed files for "mzml" and "mzxml".
+std::vector<std::string> ListInputFiles(const std::string& path, const std::string& format);
+
+/// What is said of a data path without a file of the format: which known ones it has instead.
+std::string NoInputFileText(const std::string& path, const std::string& format);
 
 /// What is said of a data path that has another one.
 std::string UnknownFormatText(const std::string& path, const std::string& format);
@@ -40,5 +49,9 @@ std::string InstalledTablePath();
 /// and the current directory holds none. installed_table: path of the installed one, which may not
 /// exist.
 std::string IsotopeTablePath(const std::string& ipv_file, const std::string& installed_table);
+
+/// The same for settings: a table that they were given is the one to read, also when its name is the
+/// default one.
+std::string IsotopeTablePath(const UserParameters& parameters, const std::string& installed_table);
 
 }  // namespace tarvek

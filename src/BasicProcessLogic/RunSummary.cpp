@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "FileUtils.h"
+#include "Logger.h"
 #include "NumberText.h"
 #include "Platform.h"
 #include "StringUtils.h"
@@ -145,6 +146,32 @@ std::string RecordedDifference(const UserParameters& parameters, std::string_vie
   return SettingsDifference(recorded, SettingsOf(parameters, isotope_table, kind));
 }
 
+void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isotope_table,
+                         InputKind kind) {
+  try {
+    const std::string difference = RecordedDifference(parameters, isotope_table, kind);
+    if (!difference.empty())
+      logMessage(kWarn, "The results of " + parameters.m_current_file + " have other settings: " +
+                            difference + ". Give -r 1 to process it again.");
+  } catch (const std::string& what) {
+    logMessage(kWarn, what + ". With which settings it was processed is not known.");
+  }
+}
+
+RunRecord WithExtraction(RunRecord settings, const RunRecord& extraction) {
+  RunRecord record = std::move(settings);
+  record.m_counts = extraction.m_counts;
+  record.m_left_out = extraction.m_left_out;
+  if (extraction.m_settings.empty()) return record;
+  for (const std::string_view name : {kSettingAnalyser, kSettingActivation}) {
+    const std::string key(name);
+    const auto found = extraction.m_settings.find(key);
+    record.m_settings.erase(key);
+    if (found != extraction.m_settings.end()) record.m_settings[key] = found->second;
+  }
+  return record;
+}
+
 RunRecord WholeRecord(RunRecord begun, const RunRecord& loop) {
   RunRecord record = std::move(begun);
   const std::int64_t read = CountOrZero(loop, kCountMs2Read);
@@ -173,6 +200,11 @@ std::string SummaryText(const std::string& input, const RunRecord& record,
   if (!ExportedNothing(record)) return text;
   if (reasons.empty()) return text + ". Nothing was exported: there is no MS2 scan in it.";
   return text + ". Nothing was exported; the main reason: " + reasons.front().first + ".";
+}
+
+void LogSummary(const std::string& input, const RunRecord& record, std::int64_t start_ms) {
+  logMessage(ExportedNothing(record) ? kWarn : kInfo,
+             SummaryText(input, record, MonotonicMilliseconds() - start_ms));
 }
 
 }  // namespace tarvek

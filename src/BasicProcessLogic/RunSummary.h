@@ -4,7 +4,7 @@
 //           counted, words the line that ends a file, and compares a finished run with the settings
 //           of now.
 // Throws:   RecordedDifference what ReadRunRecord throws; the rest nothing.
-// Not here: the text of a record (RunRecord.h); when a line is logged or a record written.
+// Not here: the text of a record (RunRecord.h); when it is written.
 #pragma once
 
 #include <cstdint>
@@ -56,6 +56,15 @@ std::string SettingsDifference(const RunRecord& recorded, const RunRecord& now);
 std::string RecordedDifference(const UserParameters& parameters, std::string_view isotope_table,
                                InputKind kind);
 
+/// Warns when RecordedDifference is not empty: a finished run is skipped that has other settings;
+/// also of a record that cannot be read.
+void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isotope_table,
+                         InputKind kind);
+
+/// The settings of a run with what the marker of its extraction says: the counts, and, where it has
+/// settings, those of the time of the extraction in place of those of now.
+RunRecord WithExtraction(RunRecord settings, const RunRecord& extraction);
+
 /// The record of a whole run. begun: its settings and, of an instrument file, what the extraction
 /// counted; loop: what the MS2 loop counted. MS2 scans that were extracted and never read are left
 /// out for kLostAfterExtraction, so that all scans are accounted for.
@@ -67,5 +76,9 @@ bool ExportedNothing(const RunRecord& record);
 /// "FILE: 321 MS2 scans read, 318 exported with 701 precursors, 3 left out (3 REASON), in 1.2 s",
 /// the commonest reason first. When nothing was exported a sentence follows that says why.
 std::string SummaryText(const std::string& input, const RunRecord& record, std::int64_t elapsed_ms);
+
+/// Logs SummaryText of a file that was begun at start_ms of MonotonicMilliseconds: INFO, or WARN
+/// when nothing was exported.
+void LogSummary(const std::string& input, const RunRecord& record, std::int64_t start_ms);
 
 }  // namespace tarvek

@@ -11,6 +11,7 @@
 #include "PrecursorCsvWriter.h"
 #include "RunRecord.h"
 #include "ScanCompletion.h"
+#include "ScanNumber.h"
 #include "ScanTable.h"
 #include "SpectrumFile.h"
 #include "SpectrumRecords.h"

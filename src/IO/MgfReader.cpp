@@ -20,8 +20,42 @@ Number Readable(const ScannedNumber<Number>& scanned) {
   return scanned.m_value;
 }
 
-std::int32_t ScanNumberOf(std::string_view title) {
-  return Readable(ScanInteger(TokenAt(title, '.', 1)));
+// The text after the last dot of title, which loses both; all of it without a dot.
+std::string_view TakeLastToken(std::string_view& title) {
+  const std::size_t dot = title.rfind('.');
+  const bool is_last = dot == std::string_view::npos;
+  const std::string_view token = is_last ? title : title.substr(dot + 1);
+  title = is_last ? std::string_view() : title.substr(0, dot);
+  return token;
+}
+
+bool IsDigits(std::string_view text) {
+  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+bool IsSignedDigits(std::string_view text) {
+  return IsDigits(text.starts_with('-') ? text.substr(1) : text);
+}
+
+// N of a title that ends in ".N.N", with anything before that; nothing when it does not.
+std::optional<std::string_view> NumberTwiceAtTheEnd(std::string_view title) {
+  const std::string_view second = TakeLastToken(title);
+  const bool has_first = title.find('.') != std::string_view::npos;
+  if (!has_first || !IsDigits(second) || TakeLastToken(title) != second) return std::nullopt;
+  return second;
+}
+
+// The scan number of a title that ends as ours do, ".N.N.charge.index.dta" or ".N.N.charge.dta": the
+// run name before it may have dots.
+std::optional<std::string_view> NumberFromTheRight(std::string_view title) {
+  title = Trim(title);
+  if (TakeLastToken(title) != "dta") return std::nullopt;
+  const std::string_view last = TakeLastToken(title);
+  if (!IsSignedDigits(last)) return std::nullopt;
+  const std::string_view without_one = title;
+  if (IsDigits(last) && IsSignedDigits(TakeLastToken(title)))
+    if (const auto number = NumberTwiceAtTheEnd(title)) return number;
+  return NumberTwiceAtTheEnd(without_one);
 }
 
 // "2+", "3-", "2": the sign follows the number.
@@ -31,9 +65,12 @@ std::int32_t SignedCharge(std::string_view value) {
   return sign != std::string_view::npos && value[sign] == '-' ? -charge : charge;
 }
 
-// A missing intensity reads as 0.
+// "m/z intensity" or "m/z TAB intensity"; what comes first of both separates. A missing intensity
+// reads as 0.
 void AppendPeak(std::string_view line, std::vector<Peak>& peaks) {
-  const Peak peak{ParseReal(TokenAt(line, ' ', 0)), ParseReal(TokenAt(line, ' ', 1))};
+  const std::size_t end = line.find_first_of(" \t");
+  const char separator = end == std::string_view::npos ? ' ' : line[end];
+  const Peak peak{ParseReal(TokenAt(line, separator, 0)), ParseReal(TokenAt(line, separator, 1))};
   if (!(peak.m_intensity < kZeroTolerance)) peaks.push_back(peak);
 }
 
@@ -52,10 +89,10 @@ MgfReader::MgfReader(const std::string& path, std::string_view mode)
 
 bool MgfReader::ReadNext(MS2Spectrum& scan) {
   Clear(scan);
-  bool has_number = m_pending_scan_no.has_value();
+  std::optional<WrittenScanNumber> number;
+  number.swap(m_pending_number);
   bool is_repeat = false;  // inside a further block of the same scan
-  if (has_number) scan.m_scan_no = *m_pending_scan_no;
-  m_pending_scan_no.reset();
+  if (number) scan.m_scan_no = number->m_scan_no;
   // A block without a charge of its own takes the one before it, within one scan.
   std::int32_t charge = m_block_precursor.m_charge;
 
@@ -64,14 +101,14 @@ bool MgfReader::ReadNext(MS2Spectrum& scan) {
     if (IsPeakLine(line)) {
       if (!is_repeat) AppendPeak(line, scan.m_peaks);
     } else if (line.starts_with(kTitle)) {
-      const std::int32_t scan_no = ScanNumberOf(line.substr(kTitle.size()));
-      is_repeat = has_number && scan_no == scan.m_scan_no;
+      const WrittenScanNumber read = ReadTitle(line.substr(kTitle.size()));
+      is_repeat = number && number->IsSameScan(read);
       if (!is_repeat && !scan.m_peaks.empty()) {
-        m_pending_scan_no = scan_no;
+        m_pending_number = read;
         return FinishRecord(scan);
       }
-      scan.m_scan_no = scan_no;
-      has_number = true;
+      number = read;
+      scan.m_scan_no = read.m_scan_no;
     } else if (line.starts_with(kCharge)) {
       charge = m_block_precursor.m_charge = SignedCharge(line.substr(kCharge.size()));
     } else if (line.starts_with(kPepmass)) {
@@ -82,6 +119,13 @@ bool MgfReader::ReadNext(MS2Spectrum& scan) {
     }
   }
   return !scan.m_peaks.empty() && FinishRecord(scan);
+}
+
+WrittenScanNumber MgfReader::ReadTitle(std::string_view title) {
+  const std::string_view number = NumberFromTheRight(title).value_or(TokenAt(title, '.', 1));
+  const ScannedNumber<std::int64_t> scanned = ScanInteger64(number);
+  if (scanned.m_status == NumberStatus::kNoDigits) throw std::string(kMgfTitleError);
+  return m_numbers.Take(scanned, Path());
 }
 
 bool MgfReader::FinishRecord(MS2Spectrum& scan) {

@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "ScanNumber.h"
 #include "SpectrumFile.h"
 #include "SpectrumRecords.h"
 
@@ -29,7 +30,10 @@ class MgfReader final : public SpectrumReader {
  private:
   bool FinishRecord(MS2Spectrum& scan);
 
-  std::optional<std::int32_t> m_pending_scan_no;
+  [[nodiscard]] WrittenScanNumber ReadTitle(std::string_view title);
+
+  ScanNumberReader m_numbers;
+  std::optional<WrittenScanNumber> m_pending_number;
   Precursor m_block_precursor;  // as read since the last END IONS; a charge of 0 is unknown
 };
 

@@ -110,10 +110,10 @@ void ReadChargeLine(std::string_view line, MS2Spectrum& scan) {
 template <class Spectrum>
 bool MsTextReader<Spectrum>::ReadNext(Spectrum& scan) {
   Clear(scan);
-  bool has_number = m_pending_scan_no.has_value();
+  std::optional<WrittenScanNumber> number;
+  number.swap(m_pending_number);
   bool is_repeat = false;  // inside a further block of the same scan
-  if (has_number) scan.m_scan_no = *m_pending_scan_no;
-  m_pending_scan_no.reset();
+  if (number) scan.m_scan_no = number->m_scan_no;
 
   std::string_view line;
   while (NextLine(line, is_repeat ? nullptr : &scan.m_peaks)) {
@@ -121,14 +121,14 @@ bool MsTextReader<Spectrum>::ReadNext(Spectrum& scan) {
     if (IsDigit(kind)) {
       if (!is_repeat) AppendPeak(line, scan.m_peaks);
     } else if (kind == 'S') {
-      const std::int32_t scan_no = ParseInteger(TokenAt(line, '\t', 1));
-      is_repeat = has_number && scan_no == scan.m_scan_no;
+      const WrittenScanNumber read = m_numbers.Read(TokenAt(line, '\t', 1), Path());
+      is_repeat = number && number->IsSameScan(read);
       if (!is_repeat && !scan.m_peaks.empty()) {
-        m_pending_scan_no = scan_no;
+        m_pending_number = read;
         return FinishRecord(scan);
       }
-      scan.m_scan_no = scan_no;
-      has_number = true;
+      number = read;
+      scan.m_scan_no = read.m_scan_no;
     } else if (kind == 'I') {
       ReadCommonAttribute(line, scan);
       if (!is_repeat) ReadPrecursorAttribute(line, scan);

@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "ScanNumber.h"
 #include "SpectrumFile.h"
 #include "SpectrumRecords.h"
 
@@ -33,7 +34,8 @@ class MsTextReader : public SpectrumReader {
   bool NextLine(std::string_view& line, std::vector<Peak>* peaks);
   bool FinishRecord(Spectrum& scan);
 
-  std::optional<std::int32_t> m_pending_scan_no;
+  ScanNumberReader m_numbers;
+  std::optional<WrittenScanNumber> m_pending_number;
 };
 
 extern template class MsTextReader<MS1Spectrum>;

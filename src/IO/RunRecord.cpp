@@ -7,6 +7,7 @@
 #include "LineReader.h"
 #include "NumberText.h"
 #include "StringUtils.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek {
 namespace {
@@ -97,6 +98,10 @@ RunRecord ReadRunRecord(const std::string& path) {
     }
   }
   return record;
+}
+
+void WriteRunRecord(const std::string& path, const RunRecord& record) {
+  WriteWhole(path, RunRecordText(record), "record");
 }
 
 }  // namespace tarvek

@@ -3,7 +3,7 @@
 //           out; gives it as text and reads that text again.
 // Owns:     its texts.
 // Throws:   ReadRunRecord a std::string: what OpenFile throws, or PATH + ": line N: ..." for a line
-//           that is no entry.
+//           that is no entry; WriteRunRecord what WriteWhole throws.
 // Not here: when a record is written and what is in it.
 //
 // Text: one entry a line, three fields separated by tabs: kind ("setting", "count" or "left_out"),
@@ -49,5 +49,8 @@ bool AddRunRecordLine(std::string_view line, RunRecord& record);
 
 /// Reads a whole file.
 RunRecord ReadRunRecord(const std::string& path);
+
+/// Writes a whole file, which has its name when it is complete.
+void WriteRunRecord(const std::string& path, const RunRecord& record);
 
 }  // namespace tarvek

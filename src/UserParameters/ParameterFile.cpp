@@ -10,6 +10,9 @@
 namespace tarvek {
 namespace {
 
+// Editors of Windows put it before the first line of a UTF-8 text.
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+
 constexpr std::array<std::string_view, 4> kEndings = {".cfg", ".para", ".params", ".ini"};
 
 }  // namespace
@@ -34,7 +37,10 @@ ParameterTable ReadParameterTable(const std::string& path) {
   LineReader reader(file);
   ParameterTable table;
   std::string_view line;
-  while (reader.ReadPiece(line)) AddParameterLine(line, table);
+  for (bool is_first = true; reader.ReadPiece(line); is_first = false) {
+    if (is_first && line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
+    AddParameterLine(line, table);
+  }
   return table;
 }
 

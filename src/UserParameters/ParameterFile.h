@@ -1,6 +1,7 @@
 // UserParameters/ParameterFile.h: parameters from a file of "key = value" lines.
 // Does:     reads the lines into a table; "#" starts a comment, lines that begin with ";" or "["
-//           are skipped, a key that occurs twice keeps its last value.
+//           are skipped, a key that occurs twice keeps its last value. A byte order mark before
+//           the first line is skipped, too.
 // Throws:   the character string "Unexpected INI format!", the message of OpenFile, and what
 //           CompleteParameters throws.
 // Not here: which keys exist and what they mean (UserParameters.h).

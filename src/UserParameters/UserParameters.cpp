@@ -20,6 +20,8 @@ struct KeyField {
   Value UserParameters::*m_field;
 };
 
+constexpr const char* kIpvFileKey = "ipv_file";
+
 constexpr std::array<KeyField<bool>, 9> kBoolFields = {{
     {"rewrite_files", &UserParameters::m_rewrite_files},
     {"co-elute", &UserParameters::m_co_elute},
@@ -44,7 +46,7 @@ constexpr std::array<KeyField<double>, 4> kRealFields = {{
 }};
 constexpr std::array<KeyField<std::string>, 4> kTextFields = {{
     {"logfilepath", &UserParameters::m_logfilepath},
-    {"ipv_file", &UserParameters::m_ipv_file},
+    {kIpvFileKey, &UserParameters::m_ipv_file},
     {"input_format", &UserParameters::m_input_format},
     {"outputpath", &UserParameters::m_outputpath},
 }};
@@ -107,6 +109,18 @@ void ApplyChargeRange(UserParameters& record, const ParameterTable& table) {
   record.m_charge_max = ChargeLimit(value.substr(middle + 1));
 }
 
+// datanum counts the paths that are taken; with 0 of them those that are there come to nothing.
+void WarnOfHiddenDataPaths(const ParameterTable& table) {
+  if (!table.contains(kDataNumberKey) || !DataPathCandidates(table).empty()) return;
+  std::string paths;
+  for (const auto& [key, value] : table)
+    if (key.starts_with(kDataPathKey) && !value.empty())
+      paths += (paths.empty() ? "" : ", ") + key + " = " + value;
+  if (!paths.empty())
+    logMessage(kWarn, "datanum is " + table.at(kDataNumberKey) +
+                          ", so that nothing is processed of " + paths + ".");
+}
+
 void ApplyDataPaths(UserParameters& record, const ParameterTable& table) {
   for (const std::string& candidate : DataPathCandidates(table)) {
     std::string path = WithoutTrailingSeparators(candidate);
@@ -115,6 +129,14 @@ void ApplyDataPaths(UserParameters& record, const ParameterTable& table) {
     else
       logMessage(kWarn, "Datapath: " + path + " is not a valid datapath.");
   }
+  WarnOfHiddenDataPaths(table);
+}
+
+// Where the ending of a file name begins. A packed file has two, "mzML.gz".
+std::size_t EndingOf(const std::string& name) {
+  for (const std::string_view ending : kPackedEndings)
+    if (EndsWithIgnoreCase(name, ending)) return TrimRight(name).size() - ending.size();
+  return name.find_last_of('.');
 }
 
 void CheckDigits(std::int32_t digits, const char* message) {
@@ -193,6 +215,7 @@ void ApplyParameterTable(UserParameters& record, const ParameterTable& table) {
   ForEachGiven(kTextFields, table, [&record](const auto& field, const std::string& value) {
     record.*field.m_field = value;
   });
+  record.m_ipv_file_is_given = record.m_ipv_file_is_given || table.contains(kIpvFileKey);
   ApplyDataPaths(record, table);
 }
 
@@ -242,7 +265,7 @@ void SetCurrentFile(UserParameters& record, const std::string& path) {
   record.m_current_file = path;
   record.m_current_dir = bare ? "." : path.substr(0, separator);
   record.m_current_filename = bare ? path : path.substr(separator + 1);
-  const std::size_t i_dot = record.m_current_filename.find_last_of('.');
+  const std::size_t i_dot = EndingOf(record.m_current_filename);
   TARVEK_CHECK(i_dot != std::string::npos, "i_dot != string::npos", "UserParameters");
   record.m_current_basename = record.m_current_filename.substr(0, i_dot);
   record.m_current_ext = record.m_current_filename.substr(i_dot + 1);

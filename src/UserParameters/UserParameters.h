@@ -8,9 +8,11 @@
 //           (ParameterText.h).
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarvek {
@@ -19,6 +21,10 @@ namespace tarvek {
 using ParameterTable = std::map<std::string, std::string>;
 
 inline constexpr const char* kDefaultIpvFile = "IPV.txt";
+
+/// Endings, in lower case, of files that are packed with gzip and read as they are.
+inline constexpr std::array<std::string_view, 2> kPackedEndings = {".mzml.gz", ".mzxml.gz"};
+inline constexpr std::string_view kPackedEnding = ".gz";
 
 struct UserParameters {
   bool m_rewrite_files = false;
@@ -54,18 +60,22 @@ struct UserParameters {
   std::string m_current_dir;
   std::string m_current_filename;
   std::string m_current_basename;
-  std::string m_current_ext;  // without the dot
+  std::string m_current_ext;  // without the dot; "mzML.gz" of a packed file
 
   // Derived by Validate.
   double m_candidate_halfwidth = 3.0;  // m/z
   double m_extended_halfwidth = 3.5;   // m/z, widened by the mass tolerance
+
+  // Whether the table named an isotope table, be it the default one.
+  bool m_ipv_file_is_given = false;
 
   // Groups near-identical MS2 scans before processing. No key sets it.
   bool m_cluster_ms2 = false;
 };
 
 /// Overwrites every field whose key is in table; unknown keys are ignored. Data paths that name
-/// neither a file nor a directory are dropped with a warning.
+/// neither a file nor a directory are dropped with a warning; so are, together, those that a
+/// datanum of 0 hides.
 void ApplyParameterTable(UserParameters& record, const ParameterTable& table);
 
 /// The data paths of table as they are given, not yet looked up.
@@ -86,7 +96,8 @@ void DeriveHalfWidths(UserParameters& record);
 UserParameters CompleteParameters(const ParameterTable& table);
 
 /// Fills the m_current_* fields from path, and m_outputpath when it follows the input. The file
-/// name must contain a dot.
+/// name must contain a dot. The base name of a packed file is that of the file in it: "run" of
+/// "run.mzML.gz".
 void SetCurrentFile(UserParameters& record, const std::string& path);
 
 /// The mass tolerance in m/z units at reference_mz.

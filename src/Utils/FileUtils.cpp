@@ -1,5 +1,7 @@
 #include "FileUtils.h"
 
+#include <algorithm>
+
 #include "StringUtils.h"
 
 namespace tarvek {
@@ -81,14 +83,23 @@ void RewindFile(const std::string& name, File& file) {
 }
 
 std::vector<std::string> ListFiles(const std::string& path, std::string_view ext) {
-  if (EndsWithIgnoreCase(path, ext) && FileExists(path)) return {path};
+  const std::string extension(ext);
+  return ListFilesOfAny(path, {&extension, 1});
+}
+
+std::vector<std::string> ListFilesOfAny(const std::string& path,
+                                        std::span<const std::string> extensions) {
+  const auto is_wanted = [extensions](std::string_view name) {
+    return std::ranges::any_of(
+        extensions, [name](const std::string& ext) { return EndsWithIgnoreCase(name, ext); });
+  };
+  if (is_wanted(path) && FileExists(path)) return {path};
   if (!IsDirectory(path)) return {};
   const auto names = ListDirectoryNames(path);
   if (!names) throw "Cannot open File: " + path;
   std::vector<std::string> files;
   for (const std::string& name : *names)
-    if (!name.starts_with('.') && EndsWithIgnoreCase(name, ext))
-      files.push_back(JoinPath({path, name}));
+    if (!name.starts_with('.') && is_wanted(name)) files.push_back(JoinPath({path, name}));
   return files;
 }
 

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <initializer_list>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,5 +66,9 @@ void RewindFile(const std::string& name, File& file);
 /// system lists them, names with a leading "." left out. Empty for anything else.
 /// Throws "Cannot open File: " + path when a directory cannot be listed.
 std::vector<std::string> ListFiles(const std::string& path, std::string_view ext);
+
+/// The same for files of any of several extensions, in one list.
+std::vector<std::string> ListFilesOfAny(const std::string& path,
+                                        std::span<const std::string> extensions);
 
 }  // namespace tarvek

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -105,6 +106,13 @@ TEST(DropUnusablePrecursors, LeavesTheDeclaredPrecursorsAlone) {
   EXPECT_EQ(scan.m_orig_precursors.size(), 1u);
 }
 
+TEST(ReasonNotProcessed, NamesTheTypeThatIsNotKnown) {
+  EXPECT_EQ(ReasonNotProcessed(ScanOf("PQD", "FT")), "activation type not known");
+  EXPECT_EQ(ReasonNotProcessed(ScanOf("HCD", "Unknown")), "analyser not known");
+  EXPECT_EQ(ReasonNotProcessed(ScanOf("", "")), "activation type not known");
+  EXPECT_EQ(ReasonNotProcessed(ScanOf("HCD", "FT")), "");
+}
+
 class ProcessTextSpectra : public testing::Test {
  protected:
   ProcessTextSpectra() {
@@ -114,7 +122,7 @@ class ProcessTextSpectra : public testing::Test {
   }
   void Process() {
     OutputClaim claim(m_parameters);
-    processTextSpectra(m_parameters, claim);
+    m_record = processTextSpectra(m_parameters, claim, m_begun);
   }
   ConsoleText Process(const std::string& ms2) {
     WriteFile(m_directory / "run.ms2", ms2);
@@ -130,8 +138,52 @@ class ProcessTextSpectra : public testing::Test {
 
   TemporaryDirectory m_directory;
   UserParameters m_parameters = test::ParametersFor(m_directory);
+  RunRecord m_begun;
+  RunRecord m_record;
 };
 
+TEST_F(ProcessTextSpectra, CountsWhatItReadsExportsAndLeavesOut) {
+  std::string ms2 = FragmentScan(2) + FragmentScan(3, "PQD") + FragmentScan(4) + FragmentScan(5);
+  ms2 += "S\t6\t6\nI\tInstrumentType\tTOF\nI\tActivationType\tHCD\n200.0 5.0\n";
+  ms2 += "S\t7\t7\nI\tInstrumentType\tFTMS\nI\tActivationType\tHCD\n200.0 5.0\n";
+  ms2 += FragmentScan(8) + "S\t8\t8\nZ\t3\t0\n";  // a second precursor
+  m_parameters.m_cluster_ms2 = true;              // which takes one of 2, 4 and 5
+  Process(ms2 + FragmentScan(9, "PQD"));
+  EXPECT_EQ(m_record.m_left_out.at("activation type not known"), 2);
+  EXPECT_EQ(m_record.Count(kCountMs2Read), 8);
+  EXPECT_EQ(m_record.Count(kCountSurveys), 1);
+  std::int64_t left_out = 0;
+  for (const auto& [reason, count] : m_record.m_left_out) left_out += count;
+  EXPECT_EQ(*m_record.Count(kCountMs2Exported) + left_out, 8);
+  EXPECT_EQ(m_record.Count(kCountMs2Exported), static_cast<std::int64_t>(Rows().size()));
+}
+TEST_F(ProcessTextSpectra, CountsEachReason) {
+  std::string ms2 = FragmentScan(2) + FragmentScan(3, "PQD") + FragmentScan(4, "");
+  ms2 += "S\t6\t6\nI\tInstrumentType\tTOF\nI\tActivationType\tHCD\n200.0 5.0\n";
+  ms2 += "S\t7\t7\nI\tInstrumentType\tFTMS\nI\tActivationType\tHCD\n200.0 5.0\n";
+  Process(ms2 + FragmentScan(8) + "S\t8\t8\nZ\t3\t0\n");
+  RunRecord expected;
+  expected.m_counts = {{"surveys", 1}, {"ms2_read", 6}, {"ms2_exported", 2}, {"precursors", 3}};
+  expected.m_left_out = {{"activation type not known", 2},
+                         {"analyser not known", 1},
+                         {"no usable precursor declared or determined", 1}};
+  EXPECT_EQ(m_record, expected);
+}
+TEST_F(ProcessTextSpectra, CountsWhatClusteringDidNotSelect) {
+  m_parameters.m_cluster_ms2 = true;
+  Process(FragmentScan(2) + FragmentScan(3) + FragmentScan(4));
+  EXPECT_EQ(m_record.m_left_out,
+            (std::map<std::string, std::int64_t>{{"not selected by clustering", 2}}));
+}
+TEST_F(ProcessTextSpectra, WritesTheRecordThatItReturns) {
+  m_begun.m_settings["m/z"] = "5";
+  m_begun.m_counts["ms2_read"] = 4;
+  m_begun.m_left_out["empty"] = 3;
+  Process(FragmentScan(2));
+  EXPECT_EQ(m_record.m_settings, m_begun.m_settings);
+  EXPECT_EQ(m_record.Count(kCountMs2Read), 4);
+  EXPECT_EQ(ReadRunRecord(m_directory / "run.tarvek"), m_record);
+}
 TEST_F(ProcessTextSpectra, FallsBackOnTheDeclaredPrecursor) {
   Process(FragmentScan(2));
   ASSERT_EQ(Rows().size(), 1u);

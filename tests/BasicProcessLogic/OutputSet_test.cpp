@@ -81,7 +81,7 @@ TEST_F(OutputSetTest, CompletesPf2ThenMgfThenTheTable) {
   Write(true);
   CaptureConsole([&] { m_outputs->ClosePf1(); });
   EXPECT_EQ(
-      CaptureConsole([&] { m_outputs->Complete(); }).m_out,
+      CaptureConsole([&] { m_outputs->Complete({}); }).m_out,
       Finished("run_HCDFT.pf2", "1") + Finished("run_HCDFT.mgf", "1") + Finished("run.csv", "1"));
 }
 TEST_F(OutputSetTest, ClosesPf1OnItsOwn) {
@@ -90,7 +90,7 @@ TEST_F(OutputSetTest, ClosesPf1OnItsOwn) {
 }
 TEST_F(OutputSetTest, MovesTheTableToItsFinalNameWhenComplete) {
   Open();
-  CaptureConsole([&] { m_outputs->Complete(); });
+  CaptureConsole([&] { m_outputs->Complete({}); });
   EXPECT_TRUE(Exists("run.csv"));
   EXPECT_FALSE(Exists("run.csv_unfinished"));
 }
@@ -98,6 +98,28 @@ TEST_F(OutputSetTest, DeletesAnOldTableBeforeAnythingIsWritten) {
   WriteFile(m_directory / "run.csv", "old");
   Open();
   EXPECT_FALSE(Exists("run.csv"));
+}
+TEST_F(OutputSetTest, DeletesAnOldRecordBeforeAnythingIsWritten) {
+  WriteFile(m_directory / "run.tarvek", "old");
+  Open();
+  EXPECT_FALSE(Exists("run.tarvek"));
+}
+TEST_F(OutputSetTest, WritesTheRecordWhenComplete) {
+  Open();
+  RunRecord record;
+  record.m_counts["ms2_read"] = 7;
+  CaptureConsole([&] { m_outputs->Complete(record); });
+  EXPECT_EQ(test::ReadFile(m_directory / "run.tarvek"), "count\tms2_read\t7\n");
+  EXPECT_FALSE(Exists("run.tarvek_unfinished"));
+}
+TEST_F(OutputSetTest, LeavesNoFinalTableWhenTheRecordCannotBeWritten) {
+  std::filesystem::create_directory(m_directory / "run.tarvek_unfinished");
+  Open();
+  std::string message;
+  CaptureConsole([&] { message = test::MessageOf([&] { m_outputs->Complete({}); }); });
+  EXPECT_EQ(message, "Cannot open record File, Path: " + (m_directory / "run.tarvek_unfinished"));
+  EXPECT_FALSE(Exists("run.csv"));
+  EXPECT_TRUE(Exists("run.csv_unfinished"));
 }
 TEST_F(OutputSetTest, LeavesTheTemporaryTableWhenGivenUp) {
   Open();

@@ -3,8 +3,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "ProcessTestSupport.h"
 #include "TestSupport.h"
@@ -51,6 +53,35 @@ TEST_F(RunDriver, TakesTheFormatOfAFileFromItsExtensionInLowerCase) {
 TEST_F(RunDriver, TakesTheLastExtension) {
   EXPECT_EQ(detectDataPathFormat(MakeFile("a.raw.mzML"), m_parameters), "mzml");
 }
+TEST_F(RunDriver, TakesPackedFilesForWhatIsInThem) {
+  EXPECT_EQ(detectDataPathFormat(MakeFile("a.mzML.gz"), m_parameters), "mzml");
+  EXPECT_EQ(detectDataPathFormat(MakeFile("a.MZXML.GZ"), m_parameters), "mzxml");
+  EXPECT_EQ(detectDataPathFormat(MakeFile("a.ms1.gz"), m_parameters), "gz");
+}
+TEST_F(RunDriver, ListsPackedFilesWithTheOthers) {
+  const std::string folder = MakeFolder("in");
+  for (const char* const name : {"a.mzML", "b.mzml.GZ", "c.mzXML.gz", "d.gz", "e.ms1.gz", "f.ms1"})
+    MakeFile(std::string("in/") + name);
+  const auto names = [&](const std::string& format) {
+    std::vector<std::string> found;
+    for (const std::string& path : ListInputFiles(folder, format))
+      found.push_back(std::filesystem::path(path).filename().string());
+    std::ranges::sort(found);
+    return found;
+  };
+  EXPECT_THAT(names("mzml"), testing::ElementsAre("a.mzML", "b.mzml.GZ"));
+  EXPECT_THAT(names("mzxml"), testing::ElementsAre("c.mzXML.gz"));
+  EXPECT_THAT(names("ms1"), testing::ElementsAre("f.ms1"));
+}
+TEST_F(RunDriver, SaysWhatADirectoryHoldsInstead) {
+  const std::string folder = MakeFolder("in");
+  for (const char* const name : {"a.mzML", "b.mzML.gz", "c.ms1", "d.txt"})
+    MakeFile(std::string("in/") + name);
+  EXPECT_EQ(NoInputFileText(folder, "raw"),
+            "No .raw file in " + folder + ". It has 1 .ms1 (-F ms1), 2 .mzml (-F mzml).");
+  EXPECT_EQ(NoInputFileText(MakeFolder("empty"), "raw"),
+            "No .raw file in " + (m_directory / "empty") + ". It has no file of a known format.");
+}
 TEST_F(RunDriver, TakesTheFormatOfADirectoryAsItIsConfigured) {
   m_parameters.m_input_format = "mzXML";
   EXPECT_EQ(detectDataPathFormat(MakeFolder("d.raw"), m_parameters), "mzXML");
@@ -74,6 +105,14 @@ TEST_F(RunDriver, KeepsTheDefaultNameWhenNoTableIsInstalled) {
 }
 TEST_F(RunDriver, KeepsTheDefaultNameWhenThePlaceOfTheProgramIsUnknown) {
   EXPECT_EQ(IsotopeTablePath("IPV.txt", ""), "IPV.txt");
+}
+
+TEST_F(RunDriver, KeepsTheDefaultNameThatIsGiven) {
+  UserParameters parameters;
+  const std::string installed = MakeFile("installed.txt");
+  CaptureConsole([&] { EXPECT_EQ(IsotopeTablePath(parameters, installed), installed); });
+  parameters.m_ipv_file_is_given = true;
+  EXPECT_EQ(IsotopeTablePath(parameters, installed), "IPV.txt");
 }
 
 TEST_F(RunDriver, DoesNothingWithoutDataPaths) { EXPECT_EQ(Run(), kNothingThrown); }

@@ -102,7 +102,14 @@ TEST(MgfReader, SortsPeaksAndKeepsTheOrderOfEqualOnes) {
 }
 
 TEST(MgfReader, SplitsPeakLinesAtSingleBlanks) {
-  EXPECT_EQ(PeaksOf(ReadMgf(Block(1, "1  6\n2 5 9\n3\t4\n")).m_scans.at(0)), "(2 5)");
+  EXPECT_EQ(PeaksOf(ReadMgf(Block(1, "1  6\n2 5 9\n3 4\t8\n")).m_scans.at(0)), "(2 5)(3 4)");
+}
+
+TEST(MgfReader, SplitsPeakLinesAtTabsWhenOneComesFirst) {
+  EXPECT_EQ(
+      PeaksOf(
+          ReadMgf(Block(1, "123.4\t567\n124\t8 9\n125\t6\t1+\r\n126\t\t7\n127\t\n")).m_scans.at(0)),
+      "(123.4 567)(124 8)(125 6)");
 }
 
 TEST(MgfReader, MergesBlocksOfOneScan) {
@@ -207,8 +214,58 @@ TEST(MgfReader, RefusesATitleWithoutAScanNumber) {
   EXPECT_EQ(ErrorOf("TITLE=run1..2345.2.dta\n"), kTitleError);
 }
 
-TEST(MgfReader, RefusesAScanNumberOutOfRange) {
-  EXPECT_EQ(ErrorOf("TITLE=run1.2147483648.1.2.dta\n"), kTitleError);
+std::int32_t NumberOf(const std::string& title) {
+  return ReadMgf("TITLE=" + title + "\n1 1\n").m_scans.at(0).m_scan_no;
+}
+
+TEST(MgfReader, ReadsTheNumberOfOurTitlesFromTheRight) {
+  EXPECT_EQ(NumberOf("human_SILAC.2345.2345.2.dta"), 2345);
+  EXPECT_EQ(NumberOf("run1.2345.2345.2.0.dta"), 2345);
+  EXPECT_EQ(NumberOf("run1.7.7.-2.0.dta\r"), 7);
+  EXPECT_EQ(NumberOf("my.run.v2.2345.2345.2.0.dta"), 2345);
+  EXPECT_EQ(NumberOf("my.run.v2.2345.2345.-3.dta"), 2345);
+  EXPECT_EQ(NumberOf("a.7.8.2345.2345.2.11.dta "), 2345);
+  EXPECT_EQ(NumberOf("a.7.7.5.5.2.0.dta"), 5);
+  EXPECT_EQ(NumberOf("a.5.5.5.5.5.dta"), 5);
+  EXPECT_EQ(NumberOf("a..9.9.2.0.dta"), 9);
+}
+
+TEST(MgfReader, ReadsTheSecondFieldOfTitlesThatEndOtherwise) {
+  EXPECT_EQ(NumberOf("run1.100.105.2.dta"), 100);
+  EXPECT_EQ(NumberOf("run1.8.9.9.2.0.DTA"), 8);
+  EXPECT_EQ(NumberOf("run1.8.9.9.2.0.dta 1"), 8);
+  EXPECT_EQ(NumberOf("run1.8.9.9.x.0.dta"), 8);
+  EXPECT_EQ(NumberOf("run1.8.9.9.2.-1.dta"), 8);
+  EXPECT_EQ(NumberOf("run1.8.-9.-9.2.0.dta"), 8);
+  EXPECT_EQ(NumberOf("5.5.2.0.dta"), 5);
+}
+
+TEST(MgfReader, ReadsBackTitlesOfRunNamesWithDots) {
+  const MgfContent content = ReadMgf(
+      "BEGIN IONS\nTITLE=a.b.7.7.2.0.dta\nPEPMASS=5\n1 1\nEND IONS\n"
+      "BEGIN IONS\nTITLE=a.b.7.7.3.1.dta\nPEPMASS=6\n1 1\nEND IONS\n"
+      "BEGIN IONS\nTITLE=a.b.8.8.2.0.dta\nPEPMASS=7\n1 1\nEND IONS\n");
+  ASSERT_EQ(content.m_scans.size(), 2u);
+  EXPECT_EQ(content.m_scans[0].m_scan_no, 7);
+  EXPECT_EQ(content.m_scans[0].m_precursors.size(), 2u);
+  EXPECT_EQ(content.m_scans[1].m_scan_no, 8);
+}
+
+TEST(MgfReader, TellsScansApartWhoseNumbersAreTooLarge) {
+  const MgfContent content = ReadMgf(
+      "TITLE=r.3000000000.3000000000.2.0.dta\n1 1\nTITLE=r.3000000001.1.2.dta\n2 2\n"
+      "TITLE=r.3000000001.1.2.dta\n3 3\nTITLE=r.4.4.2.0.dta\n4 4\n");
+  ASSERT_EQ(content.m_scans.size(), 3u);
+  EXPECT_EQ(content.m_scans[0].m_scan_no, 2147483647);
+  EXPECT_EQ(content.m_scans[1].m_scan_no, 2147483647);
+  EXPECT_EQ(PeaksOf(content.m_scans[1]), "(2 2)");
+  EXPECT_EQ(content.m_scans[2].m_scan_no, 4);
+  EXPECT_TRUE(content.m_warnings.ends_with(
+      "a.mgf has scan numbers that are too large: each such scan gets the number 2147483647, and "
+      "which survey belongs to it is not known.\n"))
+      << content.m_warnings;
+  EXPECT_EQ(content.m_warnings.find("WARN", content.m_warnings.find("WARN") + 1),
+            std::string::npos);
 }
 
 TEST(MgfReader, RefusesAChargeThatIsNoNumber) {

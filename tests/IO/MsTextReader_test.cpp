@@ -62,6 +62,28 @@ std::string PeaksOf(const std::string& peak_lines) {
 
 std::string Peaks(const std::vector<Peak>& peaks) { return Describe(peaks); }
 
+TEST(Ms2TextReader, TellsScansApartWhoseNumbersAreTooLarge) {
+  std::string warnings;
+  const std::vector<MS2Spectrum> scans =
+      ReadMs2("S\t3000000000\t3000000000\nZ\t2\t1001.5\n1 1\n"
+              "S\t3000000000\t3000000000\nZ\t3\t1001.5\n2 2\n"
+              "S\t3000000001\t3000000001\n3 3\nS\t2147483647\t1\n4 4\n",
+              &warnings);
+  ASSERT_EQ(scans.size(), 3u);
+  for (const MS2Spectrum& scan : scans) EXPECT_EQ(scan.m_scan_no, 2147483647);
+  EXPECT_EQ(scans[0].m_precursors.size(), 2u);
+  EXPECT_EQ(Peaks(scans[0].m_peaks), Peaks({{1, 1}}));
+  EXPECT_EQ(Peaks(scans[1].m_peaks), Peaks({{3, 3}}));
+  EXPECT_TRUE(warnings.ends_with(
+      "run has scan numbers that are too large: each such scan gets the number 2147483647, and "
+      "which survey belongs to it is not known.\n"));
+  EXPECT_EQ(warnings.find("WARN", warnings.find("WARN") + 1), std::string::npos);
+}
+
+TEST(Ms1TextReader, TellsScansApartWhoseNumbersAreTooLarge) {
+  EXPECT_EQ(ReadMs1("S\t3000000000\t1\n1 1\nS\t3000000001\t1\n2 2\n").size(), 2u);
+}
+
 TEST(Ms1TextReader, NamesItsFileKindWhenTheFileIsMissing) {
   const TemporaryDirectory directory;
   const std::string path = directory / "a.ms1";

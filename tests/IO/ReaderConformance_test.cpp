@@ -68,8 +68,8 @@ Reading ReadWith(const std::string& path) {
 
 Reading ReadMgf(const std::string& path) { return ReadWith<MgfReader, MS2Spectrum>(path); }
 
-Reading ReadMgfSlowly(const std::string& content, const std::string&) {
-  return test::ReferenceMgfReader(content).ReadAll();
+Reading ReadMgfSlowly(const std::string& content, const std::string& path) {
+  return test::ReferenceMgfReader(content, path).ReadAll();
 }
 
 // An error of the twin is its message; what it read before is not compared.
@@ -215,8 +215,8 @@ const std::string kIsotopeSample =
 ReaderCase Ms1Case() {
   return {"Ms1Text",
           ReadWith<Ms1TextReader, MS1Spectrum>,
-          [](const std::string& content, const std::string&) {
-            return test::ReferenceTextReader(content, false).ReadAll();
+          [](const std::string& content, const std::string& path) {
+            return test::ReferenceTextReader(content, path, false).ReadAll();
           },
           kTextSample,
           "S\t1\t1\n" + PeakLines(10001),
@@ -227,8 +227,8 @@ ReaderCase Ms1Case() {
 ReaderCase Ms2Case() {
   return {"Ms2Text",
           ReadWith<Ms2TextReader, MS2Spectrum>,
-          [](const std::string& content, const std::string&) {
-            return test::ReferenceTextReader(content, true).ReadAll();
+          [](const std::string& content, const std::string& path) {
+            return test::ReferenceTextReader(content, path, true).ReadAll();
           },
           kTextSample,
           "S\t1\t1\n" + PeakLines(10001),

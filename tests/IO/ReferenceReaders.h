@@ -13,6 +13,7 @@
 #include <map>
 #include <optional>
 #include <ostream>
+#include <regex>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -82,6 +83,35 @@ inline std::int32_t LenientInteger(const std::string& text) {
   return static_cast<std::int32_t>(std::clamp<long>(value, Limits::min(), Limits::max()));
 }
 
+/// The scan numbers of one file. Those that records cannot hold are still told apart, up to 64 bits.
+class ReferenceScanNumbers {
+ public:
+  explicit ReferenceScanNumbers(std::string path) : m_path(std::move(path)) {}
+
+  /// What tells scans apart: the number, or a text that no other scan has.
+  std::string KeyOf(const std::string& written) {
+    errno = 0;
+    const long long value = std::strtoll(written.c_str(), nullptr, 10);
+    const bool is_lost = errno == ERANGE;
+    const std::int32_t held = LenientInteger(written);
+    if (is_lost || value != held) Warn(held);
+    return is_lost ? "lost " + std::to_string(++m_lost) : std::to_string(value);
+  }
+  [[nodiscard]] const std::string& Warnings() const { return m_warnings; }
+
+ private:
+  void Warn(std::int32_t held) {
+    if (m_warnings.empty())
+      m_warnings = "[Tarvek] <WARN> - " + m_path +
+                   " has scan numbers that are too large: each such scan gets the number " +
+                   std::to_string(held) + ", and which survey belongs to it is not known.\n";
+  }
+
+  std::string m_path;
+  std::string m_warnings;
+  int m_lost = 0;
+};
+
 inline std::string From(const std::string& line, std::size_t start) {
   return start < line.size() ? line.substr(start) : "";
 }
@@ -108,26 +138,33 @@ inline void FinaliseReference(MS2Spectrum& scan, std::string& warnings) {
 /// .ms1 and .ms2 text. It fills the wider record for both kinds.
 class ReferenceTextReader {
  public:
-  ReferenceTextReader(const std::string& content, bool is_ms2)
-      : m_lines(PiecesOf(content)), m_is_ms2(is_ms2) {}
+  ReferenceTextReader(const std::string& content, const std::string& path, bool is_ms2)
+      : m_lines(PiecesOf(content)), m_is_ms2(is_ms2), m_numbers(path) {}
 
   Reading ReadAll() {
     Reading reading;
     MS2Spectrum scan;
     while (Next(scan)) {
+      TakeNumberWarning(reading);
       FinaliseReference(scan, reading.m_warnings);
       reading.m_records +=
           m_is_ms2 ? Describe(scan)
                    : Describe(MS1Spectrum{scan.m_scan_no, scan.m_rt, scan.m_ion_injection_time,
                                           scan.m_instrument_type, scan.m_peaks});
     }
+    TakeNumberWarning(reading);
     return reading;
   }
 
  private:
+  void TakeNumberWarning(Reading& reading) {
+    if (m_takes_warning) reading.m_warnings += m_numbers.Warnings();
+    m_takes_warning = m_takes_warning && m_numbers.Warnings().empty();
+  }
+
   bool Next(MS2Spectrum& scan) {
     scan = MS2Spectrum();
-    bool seen_scan_line = false;
+    std::string key;  // of the scan; empty before its "S" line
     bool repeat = false;
     for (; m_at < m_lines.size(); ++m_at) {
       const std::string& line = m_lines[m_at];
@@ -140,14 +177,15 @@ class ReferenceTextReader {
       if (line[0] == 'I') Attribute(line, repeat, scan);
       if (line[0] == 'Z' && m_is_ms2) Charge(line, scan);
       if (line[0] != 'S') continue;
-      const std::int32_t number = LenientInteger(Fields(line, '\t')[1]);
-      if (seen_scan_line && number == scan.m_scan_no) {
+      const std::string written = Fields(line, '\t')[1];
+      const std::string read = m_numbers.KeyOf(written);
+      if (read == key) {
         repeat = true;
       } else if (!scan.m_peaks.empty()) {
         return true;  // m_at stays on the "S" line, which starts the next scan
       } else {
-        scan.m_scan_no = number;
-        seen_scan_line = true;
+        scan.m_scan_no = LenientInteger(written);
+        key = read;
         repeat = false;
       }
     }
@@ -183,18 +221,30 @@ class ReferenceTextReader {
   std::vector<std::string> m_lines;
   std::size_t m_at = 0;
   bool m_is_ms2;
+  ReferenceScanNumbers m_numbers;
+  bool m_takes_warning = true;
 };
+
+/// The scan number of a title, as text: N of an ending ".N.N.charge.index.dta" or ".N.N.charge.dta",
+/// else what is between the first two points.
+inline std::string ReferenceTitleNumber(const std::string& title) {
+  static const std::regex ending(R"([\s\S]*\.([0-9]+)\.\1\.-?[0-9]+(\.[0-9]+)?\.dta[ \n\r\t]*)");
+  std::smatch match;
+  return std::regex_match(title, match, ending) ? match[1].str() : Fields(title, '.')[1];
+}
 
 /// .mgf text.
 class ReferenceMgfReader {
  public:
-  explicit ReferenceMgfReader(const std::string& content) : m_lines(PiecesOf(content)) {}
+  ReferenceMgfReader(const std::string& content, const std::string& path)
+      : m_lines(PiecesOf(content)), m_numbers(path) {}
 
   Reading ReadAll() {
     Reading reading;
     try {
       MS2Spectrum scan;
       while (Next(scan)) {
+        TakeNumberWarning(reading);
         FinaliseReference(scan, reading.m_warnings);
         reading.m_records += Describe(scan);
       }
@@ -204,27 +254,37 @@ class ReferenceMgfReader {
           "correct format should be: \tRAWName.scan.scan.charge.dta\ne.g:\t\t"
           "human_SILAC.2345.2345.2.dta";
     }
+    TakeNumberWarning(reading);
     return reading;
   }
 
  private:
+  void TakeNumberWarning(Reading& reading) {
+    if (m_takes_warning) reading.m_warnings += m_numbers.Warnings();
+    m_takes_warning = m_takes_warning && m_numbers.Warnings().empty();
+  }
+
   static bool Has(const std::string& line, const std::string& key) {
     return line.compare(0, key.size(), key) == 0;
   }
 
   bool Next(MS2Spectrum& scan) {
     scan = MS2Spectrum();
-    std::optional<int> scan_no;
+    std::string key;  // of the scan; empty before its title
     bool repeat = false;
     int charge = 0;  // of the latest block with a charge in this call
     for (; m_at < m_lines.size(); ++m_at) {
       const std::string& line = m_lines[m_at];
       if (Has(line, "TITLE=")) {
-        const int number = std::stoi(Fields(line.substr(6), '.')[1]);
-        repeat = scan_no == number;
+        const std::string written = ReferenceTitleNumber(line.substr(6));
+        const std::string read = m_numbers.KeyOf(written);
+        char* end_of_number = nullptr;
+        std::strtoll(written.c_str(), &end_of_number, 10);
+        if (end_of_number == written.c_str()) throw std::logic_error("no number");
+        repeat = read == key;
         if (!repeat && !scan.m_peaks.empty()) return true;  // the line is read again
-        scan_no = number;
-        scan.m_scan_no = number;
+        key = read;
+        scan.m_scan_no = LenientInteger(written);
       } else if (Has(line, "CHARGE=")) {
         const std::string value = line.substr(7);
         const std::size_t sign = value.find_first_of("+-");
@@ -238,7 +298,9 @@ class ReferenceMgfReader {
         m_block_charge.reset();
         m_block_mz = 0.0;
       } else if (!line.empty() && line[0] >= '0' && line[0] <= '9' && !repeat) {
-        const auto fields = Fields(line, ' ');
+        const std::size_t end = line.find_first_of("\t ");
+        const auto fields =
+            Fields(line, end != std::string::npos && line[end] == '\t' ? '\t' : ' ');
         if (LenientReal(fields[1]) < 1e-6) continue;
         scan.m_peaks.push_back({LenientReal(fields[0]), LenientReal(fields[1])});
       }
@@ -248,6 +310,8 @@ class ReferenceMgfReader {
 
   std::vector<std::string> m_lines;
   std::size_t m_at = 0;
+  ReferenceScanNumbers m_numbers;
+  bool m_takes_warning = true;
   std::optional<int> m_block_charge;
   double m_block_mz = 0.0;
 };

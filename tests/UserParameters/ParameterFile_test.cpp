@@ -84,6 +84,13 @@ TEST_F(ReadParameterFileTest, GivesAValidatedRecord) {
 TEST_F(ReadParameterFileTest, TakesABoolWithoutAValueAsTrue) {
   EXPECT_TRUE(Read("datanum=0\nrewrite_files =").m_rewrite_files);
 }
+TEST_F(ReadParameterFileTest, SkipsAByteOrderMarkBeforeTheFirstLine) {
+  EXPECT_EQ(Read("\xEF\xBB\xBFm/z = 3\ndatanum = 0").m_mz_digits, 3);
+  EXPECT_EQ(Read("\xEF\xBB\xBF[Basic Options]\r\nm/z = 3\r\ndatanum = 0").m_mz_digits, 3);
+}
+TEST_F(ReadParameterFileTest, SkipsNoByteOrderMarkElsewhere) {
+  EXPECT_EQ(Read("datanum = 0\n\xEF\xBB\xBFm/z = 3").m_mz_digits, 5);
+}
 TEST_F(ReadParameterFileTest, IgnoresUnknownKeys) {
   EXPECT_NO_THROW(Read("datanum = 0\ncolour = blue"));
 }

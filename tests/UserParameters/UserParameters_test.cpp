@@ -246,6 +246,23 @@ TEST_F(UserParametersTest, DataPathsKeepTheirNumberedOrder) {
 TEST_F(UserParametersTest, DataPathIsIgnoredBesideDatanum) {
   EXPECT_THAT(Apply({{"datanum", "0"}, {"datapath", m_directory.Path()}}).m_datapaths, IsEmpty());
 }
+TEST_F(UserParametersTest, DataPathsThatADatanumOfZeroHidesAreAWarning) {
+  Apply({{"datanum", "0"}, {"datapath1", "a.raw"}, {"datapath2", "b.raw"}});
+  EXPECT_EQ(m_console.m_err,
+            "[Tarvek] <WARN> - datanum is 0, so that nothing is processed of datapath1 = a.raw, "
+            "datapath2 = b.raw.\n");
+  Apply({{"datanum", "-1"}, {"datapath", "a.raw"}});
+  EXPECT_EQ(m_console.m_err,
+            "[Tarvek] <WARN> - datanum is -1, so that nothing is processed of datapath = a.raw.\n");
+}
+TEST_F(UserParametersTest, DatanumOfZeroWithoutDataPathsIsNoWarning) {
+  Apply({{"datanum", "0"}, {"datapath1", ""}});  // as the template has it
+  EXPECT_EQ(m_console.m_err, "");
+}
+TEST_F(UserParametersTest, IsotopeTableIsGivenWhenItsKeyIsThere) {
+  EXPECT_FALSE(Apply({{"datanum", "0"}}).m_ipv_file_is_given);
+  EXPECT_TRUE(Apply({{"datanum", "0"}, {"ipv_file", "IPV.txt"}}).m_ipv_file_is_given);
+}
 TEST_F(UserParametersTest, MissingDataPathIsRefused) {
   EXPECT_EQ(MessageOf([&] { Apply({}); }), "Unable to find User Defined Parameter: datapath");
   EXPECT_THROW(Apply({}), const char*);
@@ -467,6 +484,21 @@ TEST(SetCurrentFile, CutsThePathAtItsLastSeparatorAndLastDot) {
   EXPECT_EQ(record.m_current_filename, "b.c.raw");
   EXPECT_EQ(record.m_current_basename, "b.c");
   EXPECT_EQ(record.m_current_ext, "raw");
+}
+TEST(SetCurrentFile, TakesBothEndingsOfAPackedFile) {
+  UserParameters record;
+  for (const char* const ending : {"mzML.gz", "mzXML.gz", "MZML.GZ"}) {
+    SetCurrentFile(record, std::string("a/b.c.") + ending);
+    EXPECT_EQ(record.m_current_basename, "b.c");
+    EXPECT_EQ(record.m_current_ext, ending);
+  }
+}
+TEST(SetCurrentFile, TakesTheLastEndingOfOtherPackedFiles) {
+  UserParameters record;
+  SetCurrentFile(record, "b.ms1.gz");
+  EXPECT_EQ(record.m_current_basename, "b.ms1");
+  SetCurrentFile(record, "mzML.gz");
+  EXPECT_EQ(record.m_current_basename, "mzML");
 }
 TEST(SetCurrentFile, TakesTheLastSeparatorOfEitherKind) {
   EXPECT_EQ(WithCurrentFile("D:\\x/y\\1.raw").m_current_dir, "D:\\x/y");

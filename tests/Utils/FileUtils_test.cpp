@@ -208,6 +208,17 @@ TEST_F(FileUtilsTest, ListFilesKeepsTheOrderOfTheSystem) {
     expected.push_back(entry.path().string());
   EXPECT_EQ(ListFiles(m_directory.Path(), ".mgf"), expected);
 }
+TEST_F(FileUtilsTest, ListsFilesOfSeveralExtensionsOnce) {
+  for (const char* const name : {"a.mzML", "b.MZML.GZ", "c.gz", "d.mzXML"}) MakeFile(name);
+  const std::vector<std::string> extensions = {".mzml", ".mzml.gz", ".gz.gz"};
+  std::vector<std::string> files = ListFilesOfAny(m_directory.Path(), extensions);
+  std::ranges::sort(files);
+  EXPECT_THAT(files,
+              ElementsAre(Native(m_directory / "a.mzML"), Native(m_directory / "b.MZML.GZ")));
+  EXPECT_THAT(ListFilesOfAny(m_directory / "b.MZML.GZ", extensions),
+              ElementsAre(m_directory / "b.MZML.GZ"));
+  EXPECT_THAT(ListFilesOfAny(m_directory / "c.gz", extensions), IsEmpty());
+}
 
 }  // namespace
 }  // namespace tarvek

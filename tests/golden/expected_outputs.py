@@ -10,6 +10,7 @@ each candidate that passes the filters, with its score and features; README.md q
 Everything is written for plain reading: linear searches, whole lists, no caches. The sums run in the order in
 which the program has to add, because the last bits of the recalibrated m/z depend on it.
 """
+import collections
 import math
 import pathlib
 import re
@@ -338,8 +339,8 @@ def recalibrated(window, candidate):
 # ---------------------------------------------------------------- the run
 
 
-def process(ms1, ms2, isotopes, options):
-    """Yields each MS2 scan that is written, with its precursors."""
+def process(ms1, ms2, isotopes, options, left_out):
+    """Yields each MS2 scan that is written, with its precursors; counts the others by reason."""
     empty = {"no": 0, "peaks": []}
     store, unread = [empty] * STORE_LENGTH, list(ms1)
     for scan in ms2:
@@ -351,8 +352,10 @@ def process(ms1, ms2, isotopes, options):
             if survey["instrument"] == "FT":
                 store = store[1:] + [survey]
         if scan["activation"] not in ("CID", "HCD", "ETD", "ETCID", "ETHCD"):
+            left_out["activation type not known"] += 1
             continue
         if scan["instrument"] not in ("IT", "FT", "ITMS", "FTMS"):
+            left_out["analyser not known"] += 1
             continue
         precursors = scan["declared"]
         if len(store) >= 10 and precursors:
@@ -360,6 +363,7 @@ def process(ms1, ms2, isotopes, options):
         if precursors:
             yield scan, precursors
         else:
+            left_out["no usable precursor declared or determined"] += 1
             print(f"  scan {scan['no']}: no precursor, not written")
 
 
@@ -384,6 +388,30 @@ def mgf_blocks(scan, precursors, options):
     return text
 
 
+def fingerprint(isotopes):
+    """FNV-1a of the table with its 15000 rows."""
+    numbers = [number for row in isotopes for number in row]
+    value = 0xCBF29CE484222325
+    for byte in struct.pack(f"<{len(numbers)}d", *numbers):
+        value = (value ^ byte) * 0x100000001B3 % 2**64
+    return f"{value:016x}"
+
+
+def record(ms1, ms2, written, left_out, isotopes, options):
+    """The settings (those without an option here have their defaults) and what was counted."""
+    settings = {
+        "charge_range": f"{options['charge_min']}t{options['charge_max']}", "check_activationcenter": 1,
+        "co-elute": int(options["co_elute"]), "cut_similiar_mono": 1, "intensity": options["intensity_digits"],
+        "isolation_width": "2.000000", "isotope_table": fingerprint(isotopes), "m/z": options["mz_digits"],
+        "mars_model": options["model_number"], "mars_threshold": "-0.340000", "mstol": "20.000000",
+        "mstolppm": 1, "output_mgf": 1, "output_msb": 0, "output_pf": 1, "recalibrate_window": "7.000000"}
+    counts = {"ms2_exported": len(written), "ms2_read": len(ms2),
+              "precursors": sum(len(precursors) for _, precursors in written), "surveys": len(ms1)}
+    return "".join(f"{kind}\t{key}\t{value}\n"
+                   for kind, entries in (("setting", settings), ("count", counts), ("left_out", left_out))
+                   for key, value in sorted(entries.items()))
+
+
 def write_pf(path, records):
     data, index = struct.pack("<ii", len(records), 3) + b"run", b""
     for scan, precursors in records:
@@ -397,14 +425,14 @@ def write_pf(path, records):
 
 def read_options(words):
     options = {"charge_min": 2, "charge_max": 6, "co_elute": True, "mz_digits": 5, "intensity_digits": 1,
-               "model": scoring_model(4)}
+               "model": scoring_model(4), "model_number": 4}
     for letter, value in zip(words[::2], words[1::2]):
         if letter == "-c":
             options["charge_min"], options["charge_max"] = (int(word) for word in value.split("t"))
         elif letter == "-C":
             options["co_elute"] = value != "0"
         elif letter == "-M":
-            options["model"] = scoring_model(int(value))
+            options["model"], options["model_number"] = scoring_model(int(value)), int(value)
         else:
             options[{"-z": "mz_digits", "-i": "intensity_digits"}[letter]] = int(value)
     return options
@@ -415,7 +443,11 @@ def main():
     options = read_options(sys.argv[3:])
     out.mkdir(parents=True, exist_ok=True)
     ms1 = read_scans(source / "run.ms1")
-    written = list(process(ms1, read_scans(source / "run.ms2"), read_isotope_table(source / "IPV.txt"), options))
+    ms2 = read_scans(source / "run.ms2")
+    isotopes = read_isotope_table(source / "IPV.txt")
+    left_out = collections.Counter()
+    written = list(process(ms1, ms2, isotopes, options, left_out))
+    (out / "run.tarvek").write_text(record(ms1, ms2, written, left_out, isotopes, options), encoding="ascii")
     (out / "run.csv").write_text(HEADER + "".join(csv_row(*record) for record in written), encoding="ascii")
     write_pf(out / "run.pf1", [(scan, [(scan["rt"], 1)]) for scan in ms1])
     for key in sorted({scan["activation"] + scan["instrument"] for scan, _ in written}):

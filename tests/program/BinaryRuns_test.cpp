@@ -79,7 +79,9 @@ class BinaryRun : public FakeExtractorTest {
   /// What a run wrote into folder, without what the extractor left there.
   [[nodiscard]] FileMap OutputsOf(const std::string& folder) const {
     FileMap files = OutputsIn(Path(folder));
-    for (const char* name : {"run.ms1", "run.ms2", "run.morvex", "run.raw.msb", "run.raw.mscsv"})
+    EXPECT_TRUE(files.contains("run.tarvek"));  // which says how it was extracted
+    for (const char* name :
+         {"run.ms1", "run.ms2", "run.morvex", "run.raw.msb", "run.raw.mscsv", "run.tarvek"})
       files.erase(name);
     return files;
   }

@@ -88,9 +88,9 @@ TEST_F(FileSizeLimit, LeavesARunThatCanBeDoneAgain) {
 
 TEST_F(PairTest, OnAFullDeviceEndsWithAnErrorThatNamesTheFile) {
   Promise promise("each output on a full device: -1, the file is named, no final table");
-  for (const char* const name :
-       {"run.csv_unfinished", "run.pf1", "run.pf1idx", "run_HCDFT.pf2", "run_HCDFT.pf2idx",
-        "run_HCDFT.mgf", "run_CIDIT.pf2", "run_CIDIT.pf2idx", "run_CIDIT.mgf"}) {
+  for (const char* const name : {"run.csv_unfinished", "run.pf1", "run.pf1idx", "run_HCDFT.pf2",
+                                 "run_HCDFT.pf2idx", "run_HCDFT.mgf", "run_CIDIT.pf2",
+                                 "run_CIDIT.pf2idx", "run_CIDIT.mgf", "run.tarvek_unfinished"}) {
     promise.Try(name, [&] {
       fs::remove_all(Path("out"));
       MakeFolder("out");

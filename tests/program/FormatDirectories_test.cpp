@@ -194,9 +194,17 @@ INSTANTIATE_TEST_SUITE_P(Formats, SpectraDirectory, testing::Values("ms1", "mgf"
 
 class UnknownFormat : public FakeExtractorTest {
  protected:
-  [[nodiscard]] static std::string Error(const std::string& path, const std::string& format) {
-    return "[Tarvek] <ERROR> - Data path " + path + " has the format '" + format +
+  [[nodiscard]] static std::string Line(const std::string& level, const std::string& path,
+                                        const std::string& format) {
+    return "[Tarvek] <" + level + "> - Data path " + path + " has the format '" + format +
            "'. Known are ms1, mgf, raw, wiff, mzxml and mzml, in lower case.\n";
+  }
+  /// Of a run that ends there, and of one that goes on.
+  [[nodiscard]] static std::string Error(const std::string& path, const std::string& format) {
+    return Line("ERROR", path, format);
+  }
+  [[nodiscard]] static std::string Warning(const std::string& path, const std::string& format) {
+    return Line("WARN", path, format);
   }
 };
 
@@ -220,10 +228,10 @@ TEST_F(UnknownFormat, OfADirectoryIsNoErrorInLowerCase) {
   EXPECT_EQ(Run({"-D", "in", "-F", "mzxml", "-O", "out"}).m_exit_status, 0);
   EXPECT_TRUE(Exists("out/a.csv"));
 }
-TEST_F(UnknownFormat, OfAFileIsAnErrorLineAndTheRunGoesOn) {
+TEST_F(UnknownFormat, OfAFileIsAWarningAndTheRunGoesOn) {
   Write("notes.txt", "x");
   EXPECT_EQ(Run({"-D", "notes.txt", "-O", "out"}).m_exit_status, 0);
-  EXPECT_EQ(m_result.m_err, Error("notes.txt", "txt"));
+  EXPECT_EQ(m_result.m_err, Warning("notes.txt", "txt"));
 }
 TEST_F(UnknownFormat, OfAFileDoesNotStopTheOthers) {
   Write("notes.txt", "x");
@@ -235,7 +243,7 @@ TEST_F(UnknownFormat, OfAFileDoesNotStopTheOthers) {
 TEST_F(UnknownFormat, OfAFileWithoutExtensionIsItsWholePath) {
   Write("README", "x");
   EXPECT_EQ(Run({"-D", "README", "-O", "out"}).m_exit_status, 0);
-  EXPECT_EQ(m_result.m_err, Error("README", "readme"));
+  EXPECT_EQ(m_result.m_err, Warning("README", "readme"));
 }
 TEST_F(UnknownFormat, OfAFileFailsTheCheckBesideAnotherConfiguredFormat) {
   Write("notes.txt", "x");

@@ -24,6 +24,11 @@ std::vector<std::string> NamesOf(const FileMap& files) {
   return names;
 }
 
+FileMap WithoutRecord(FileMap files) {
+  EXPECT_EQ(files.erase("run.tarvek"), 1u);
+  return files;
+}
+
 class MainJob : public PairTest {
  protected:
   [[nodiscard]] FileMap Outputs() const { return OutputsIn(Path("out")); }
@@ -50,14 +55,17 @@ TEST_F(MainJob, MakesANestedOutputDirectory) {
 TEST_F(MainJob, TakesTheScoringModelOfItsNumber) {
   const auto outputs_of = [this](const char* model) {
     EXPECT_EQ(RunPair({"-M", model, "-r", "1"}).m_exit_status, 0) << m_result.m_err;
-    return Outputs();
+    EXPECT_THAT(Content("out/run.tarvek"),
+                HasSubstr("setting\tmars_model\t" + std::string(model) + "\n"));
+    return WithoutRecord(Outputs());
   };
-  const FileMap model_0 = OutputsIn(GoldenFolder() + "/model0");
-  const FileMap model_2 = OutputsIn(GoldenFolder() + "/model2");
-  ASSERT_FALSE(model_0 == Expected() || model_0 == model_2);
+  const FileMap model_0 = WithoutRecord(OutputsIn(GoldenFolder() + "/model0"));
+  const FileMap model_2 = WithoutRecord(OutputsIn(GoldenFolder() + "/model2"));
+  const FileMap model_4 = WithoutRecord(Expected());
+  ASSERT_FALSE(model_0 == model_4 || model_0 == model_2);
   EXPECT_TRUE(outputs_of("0") == model_0);
   EXPECT_TRUE(outputs_of("2") == model_2);
-  EXPECT_TRUE(outputs_of("1024") == Expected());
+  EXPECT_TRUE(outputs_of("1024") == model_4);
   EXPECT_TRUE(outputs_of("7") == model_0);
 }
 
@@ -94,15 +102,15 @@ TEST_F(MainJob, RemovesTheOldTableBeforeAnOutputIsOpened) {
 }
 TEST_F(MainJob, WritesNoPfFilesWhenTheyAreOff) {
   RunPair({"-p", "0"});
-  EXPECT_THAT(NamesOf(Outputs()),
-              ElementsAre("run.csv", "run_CIDIT.mgf", "run_ETHCDFT.mgf", "run_HCDFT.mgf"));
+  EXPECT_THAT(NamesOf(Outputs()), ElementsAre("run.csv", "run.tarvek", "run_CIDIT.mgf",
+                                              "run_ETHCDFT.mgf", "run_HCDFT.mgf"));
 }
 TEST_F(MainJob, WritesNoMgfFilesWhenTheyAreOff) {
   RunPair({"-m", "0"});
-  EXPECT_THAT(
-      NamesOf(Outputs()),
-      ElementsAre("run.csv", "run.pf1", "run.pf1idx", "run_CIDIT.pf2", "run_CIDIT.pf2idx",
-                  "run_ETHCDFT.pf2", "run_ETHCDFT.pf2idx", "run_HCDFT.pf2", "run_HCDFT.pf2idx"));
+  EXPECT_THAT(NamesOf(Outputs()),
+              ElementsAre("run.csv", "run.pf1", "run.pf1idx", "run.tarvek", "run_CIDIT.pf2",
+                          "run_CIDIT.pf2idx", "run_ETHCDFT.pf2", "run_ETHCDFT.pf2idx",
+                          "run_HCDFT.pf2", "run_HCDFT.pf2idx"));
 }
 TEST_F(MainJob, WritesTheSameTableWithoutTheOtherOutputs) {
   RunPair({"-m", "0", "-p", "0"});
@@ -241,6 +249,31 @@ TEST_F(BadInput, NoDataPathsAreNoError) {
   EXPECT_EQ(Run({"run.cfg"}).m_exit_status, 0);
   EXPECT_EQ(m_result.m_err, "");
 }
+TEST_F(BadInput, DataPathsThatDatanumHidesAreAWarning) {
+  Write("run.cfg", "datanum = 0\ndatapath1 = run.ms1\n");
+  EXPECT_EQ(Run({"run.cfg"}).m_exit_status, 0);
+  EXPECT_EQ(m_result.m_err,
+            "[Tarvek] <WARN> - datanum is 0, so that nothing is processed of datapath1 = "
+            "run.ms1.\n");
+}
+TEST_F(BadInput, DirectoryWithoutAFileOfTheFormatIsAWarningThatNamesTheFormatsInIt) {
+  MakeFolder("in");
+  for (const char* const name : {"in/a.mzML", "in/b.mzML.gz", "in/c.mzXML", "in/d.txt"})
+    Write(name, "x");
+  EXPECT_EQ(Run({"-D", "in", "-O", "out"}).m_exit_status, 0);
+  EXPECT_EQ(m_result.m_err,
+            "[Tarvek] <WARN> - No .raw file in in. It has 1 .mzxml (-F mzxml), 2 .mzml (-F "
+            "mzml).\n");
+  EXPECT_EQ(Run({"-D", "in", "-O", "out", "-F", "ms1"}).m_exit_status, 0);
+  EXPECT_THAT(m_result.m_err, HasSubstr("<WARN> - No .ms1 file in in. It has 1 .mzxml "));
+}
+TEST_F(BadInput, ParameterFileMayBeginWithAByteOrderMark) {
+  Write("run.cfg",
+        "\xEF\xBB\xBF"
+        "datapath = run.ms1\noutputpath = out\n");
+  EXPECT_EQ(Run({"run.cfg"}).m_exit_status, 0);
+  EXPECT_EQ(Outputs(), Expected());
+}
 TEST_F(BadInput, InstrumentFileWithoutAnExtractorEndsTheRun) {
   Write("run.raw", "x");
   Run({"run.raw"});
@@ -259,8 +292,10 @@ class IsotopeTableLookup : public MainJob {
     MakeFolder("installed/share/tarvek");
     fs::rename(Path("IPV.txt"), Path("installed/share/tarvek/IPV.txt"));
   }
-  const ProcessResult& RunInstalled() {
-    ProcessRequest request = Request({"-D", "run.ms1", "-O", "out"});
+  const ProcessResult& RunInstalled(const std::vector<std::string>& more = {}) {
+    std::vector<std::string> arguments = {"-D", "run.ms1", "-O", "out"};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    ProcessRequest request = Request(arguments);
     request.m_program = Path("installed/bin/tarvek");
     return RunRequest(request);
   }
@@ -277,6 +312,16 @@ TEST_F(IsotopeTableLookup, FindsTheInstalledTable) {
   Install();
   EXPECT_EQ(RunInstalled().m_exit_status, 0);
   EXPECT_EQ(Outputs(), Expected());
+}
+TEST_F(IsotopeTableLookup, DoesNotFallBackFromATableThatIsGiven) {
+  Install();
+  const std::string missing = "[Tarvek] <ERROR> - Cannot open IPV Store File, Path: IPV.txt\n";
+  EXPECT_EQ(RunInstalled({"-I", "IPV.txt"}).m_err, missing);
+  EXPECT_EQ(m_result.m_exit_status, 255);
+  Write("run.cfg", "datapath = run.ms1\noutputpath = out\nipv_file = IPV.txt\n");
+  ProcessRequest request = Request({"run.cfg"});
+  request.m_program = Path("installed/bin/tarvek");
+  EXPECT_EQ(RunRequest(request).m_err, missing);
 }
 TEST_F(IsotopeTableLookup, NamesTheInstalledTableInOneLine) {
   Install();

@@ -82,13 +82,14 @@ TEST_F(MgfRun, WarnsOnceToTheLetter) {
   EXPECT_EQ(RunMgf(Block(7)).m_exit_status, 0);
   EXPECT_EQ(m_result.m_err, kNotRecommended);
 }
-TEST_F(MgfRun, WritesOnePf2FileAndItsIndexAlone) {
+TEST_F(MgfRun, WritesOnePf2FileItsIndexAndItsRecordAlone) {
   RunMgf(Block(7) + Block(9, "CHARGE=3-\nPEPMASS=600.5\n"));
   std::string index;
   for (const int value : {7, 11, 9, 11 + 4 + 4 + 32 + 4 + 12}) PutInt32(index, value);
   const FileMap expected = {
       {"run.pf2", Header(2) + Record(7, {{500.25, 2}}) + Record(9, {{600.5, -3}})},
-      {"run.pf2idx", index}};
+      {"run.pf2idx", index},
+      {"run.tarvek", "count\tms2_exported\t2\ncount\tms2_read\t2\ncount\tprecursors\t2\n"}};
   EXPECT_EQ(OutputsIn(Path("out")), expected);
 }
 TEST_F(MgfRun, GathersTheBlocksOfAScan) {

@@ -38,6 +38,7 @@ class RealRun : public ProgramTest, public testing::WithParamInterface<SharedRun
     Run(arguments);
     ASSERT_EQ(m_result.m_exit_status, 0) << m_result.m_err;
     m_outputs = OutputsIn(Path("out"));
+    EXPECT_EQ(m_outputs.erase(run.m_name + ".tarvek"), 1u);  // tested below
   }
   [[nodiscard]] std::string Table() { return m_outputs[GetParam().m_name + ".csv"]; }
 
@@ -178,6 +179,14 @@ TEST_P(RealRunConsistency, OfTableMgfPfAndLog) {
     precursors += totals.m_precursors;
   }
   EXPECT_EQ(precursors, GetParam().m_precursors);
+
+  const auto entry = [](const char* key, std::size_t count) {
+    return "count\t" + std::string(key) + "\t" + std::to_string(count) + "\n";
+  };
+  EXPECT_THAT(Content("out/" + name + ".tarvek"),
+              HasSubstr(entry("ms2_exported", GetParam().m_rows) +
+                        entry("ms2_read", LoggedCount(log, "./" + name + ".ms2")) +
+                        entry("precursors", precursors) + entry("surveys", surveys)));
 }
 
 INSTANTIATE_TEST_SUITE_P(Shared, RealRun, testing::ValuesIn(SharedRuns()), TestName);

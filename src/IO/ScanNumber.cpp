@@ -1,0 +1,29 @@
+#include "ScanNumber.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "Logger.h"
+
+namespace tarvek {
+
+WrittenScanNumber ScanNumberReader::Read(std::string_view text, const std::string& path) {
+  return Take(ScanInteger64(text), path);
+}
+
+WrittenScanNumber ScanNumberReader::Take(const ScannedNumber<std::int64_t>& scanned,
+                                         const std::string& path) {
+  using Limits = std::numeric_limits<std::int32_t>;
+  const std::int64_t held = std::clamp<std::int64_t>(scanned.m_value, Limits::min(), Limits::max());
+  WrittenScanNumber number{static_cast<std::int32_t>(held), scanned.m_value};
+  if (scanned.m_status == NumberStatus::kOutOfRange) number.m_written.reset();
+  if (number.m_written == held || m_has_warned) return number;
+  m_has_warned = true;
+  std::string limit;
+  AppendInteger(limit, held);
+  logMessage(kWarn, path + " has scan numbers that are too large: each such scan gets the number " +
+                        limit + ", and which survey belongs to it is not known.");
+  return number;
+}
+
+}  // namespace tarvek
