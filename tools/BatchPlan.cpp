@@ -77,9 +77,17 @@ std::vector<std::string> FilesOf(const std::string& path, UserParameters& settin
   const std::string format = detectDataPathFormat(path, settings);
   if (!IsKnownFormat(format)) throw UnknownFormatText(path, format);
   settings.m_input_format = format;
-  std::vector<std::string> files = ListFiles(path, "." + format);
+  std::vector<std::string> files = ListInputFiles(path, format);
   std::ranges::sort(files);
   return files;
+}
+
+/// What the data paths have instead of inputs, to be said behind "There is no input file".
+std::string WhatIsThere(const UserParameters& settings) {
+  std::string text;
+  for (const std::string& path : settings.m_datapaths)
+    text += ". " + NoInputFileText(path, settings.m_input_format);
+  return text;
 }
 
 /// "key = value" lines. A value that does not survive being read back cannot be given in this way.
@@ -165,7 +173,7 @@ std::vector<BatchTask> PlanBatch(std::span<const std::string> words) {
                                    ? ReadParameters(words.front())
                                    : ReadOptions(words);
   UserParameters settings = SettingsOf(request);
-  FinishedRuns finished(settings.m_ipv_file);
+  FinishedRuns finished(settings);
   std::vector<BatchTask> tasks;
   for (const std::string& path : settings.m_datapaths) {
     for (const std::string& file : FilesOf(path, settings)) {
@@ -173,7 +181,7 @@ std::vector<BatchTask> PlanBatch(std::span<const std::string> words) {
       SetArguments(tasks.back(), request);
     }
   }
-  if (tasks.empty()) throw "There is no input file";
+  if (tasks.empty()) throw "There is no input file" + WhatIsThere(settings);
   RefuseMeetings(tasks);
   return tasks;
 }

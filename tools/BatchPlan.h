@@ -28,10 +28,11 @@ struct BatchTask {
   std::string m_table;   // whose presence says that the input is finished; empty when nothing does
   std::string m_record;  // of the run, beside the table
   bool m_is_finished = false;
-  bool m_has_record = false;      // before the batch
-  std::string m_other_settings;   // of a finished input: "isolation_width 2.000000, now 3.000000"
-  std::string m_refusal;          // why it fails without being started; empty for most
-  std::int64_t m_size_bytes = 0;  // of the input, as a measure of the work
+  bool m_has_record = false;     // before the batch
+  std::string m_other_settings;  // of a finished input: "isolation_width 2.000000, now 3.000000"
+  RunRecord m_wanted;     // settings that the record must have afterwards; none where any will do
+  std::string m_refusal;  // why it fails without being started; empty for most
+  std::int64_t m_size_bytes = 0;         // of the input, as a measure of the work
   std::vector<std::string> m_arguments;  // of tarvek, without the program
   std::string m_parameter_file;          // to be written to ParameterFileOf, empty for options
   std::string m_working_directory;       // of the processes; empty: that of this one

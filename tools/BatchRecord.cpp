@@ -12,10 +12,10 @@
 namespace tarvek::tools {
 namespace {
 
-std::string FingerprintOf(const std::string& ipv_file) {
+std::string FingerprintOf(const UserParameters& settings) {
   const QuietLibrary quiet;  // it says which table it takes
   return IsotopeTableFingerprint(
-      ReadIsotopeTable(IsotopeTablePath(ipv_file, InstalledTablePath())));
+      ReadIsotopeTable(IsotopeTablePath(settings, InstalledTablePath())));
 }
 
 InputKind KindOf(const UserParameters& settings) {
@@ -25,11 +25,19 @@ InputKind KindOf(const UserParameters& settings) {
 
 }  // namespace
 
+const std::string& FinishedRuns::Fingerprint() {
+  if (!m_fingerprint) m_fingerprint = FingerprintOf(m_settings);
+  return *m_fingerprint;
+}
+
+RunRecord FinishedRuns::SettingsNow(const UserParameters& settings) {
+  return SettingsOf(settings, Fingerprint(), KindOf(settings));
+}
+
 std::string FinishedRuns::OtherSettings(const UserParameters& settings) {
   if (RecordAt(RunRecordPath(settings)).m_settings.empty())
     return {};  // without asking for a table
-  if (!m_fingerprint) m_fingerprint = FingerprintOf(m_ipv_file);
-  return RecordedDifference(settings, *m_fingerprint, KindOf(settings));
+  return RecordedDifference(settings, Fingerprint(), KindOf(settings));
 }
 
 RunRecord RecordAt(const std::string& path) {

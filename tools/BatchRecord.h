@@ -15,15 +15,20 @@ namespace tarvek::tools {
 /// Compares finished runs with the settings of now.
 class FinishedRuns {
  public:
-  /// ipv_file: the isotope table of now, read when the first record is compared.
-  explicit FinishedRuns(std::string ipv_file) : m_ipv_file(std::move(ipv_file)) {}
+  /// settings: of now; their isotope table is read when it is first asked for.
+  explicit FinishedRuns(const UserParameters& settings) : m_settings(settings) {}
+
+  /// What the record of the current file would hold of its settings.
+  RunRecord SettingsNow(const UserParameters& settings);
 
   /// "isolation_width 2.000000, now 3.000000", of the current file; empty when the settings are the
   /// same or there is no record.
   std::string OtherSettings(const UserParameters& settings);
 
  private:
-  std::string m_ipv_file;
+  const std::string& Fingerprint();
+
+  UserParameters m_settings;
   std::optional<std::string> m_fingerprint;  // of the table
 };
 

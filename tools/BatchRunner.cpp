@@ -9,6 +9,7 @@
 #include "LineReader.h"
 #include "OutputFile.h"
 #include "Platform.h"
+#include "RunSummary.h"
 #include "StringUtils.h"
 
 namespace tarvek::tools {
@@ -148,11 +149,23 @@ class BatchRunner {
     try {
       result.m_record = RecordAt(m_tasks[number].m_record);
       failure = WhyNothingIsExported(result.m_record);
+      if (failure.empty() && state == BatchState::kDone) failure = OtherThanWanted(number);
     } catch (const std::string& message) {
       failure = message;
     }
     if (failure.empty()) return Note(number, state);
     Fail(number, (state == BatchState::kFinishedBefore ? "finished before, but " : "") + failure);
+  }
+
+  /// tarvek takes spectra that an earlier run has extracted, as they are.
+  [[nodiscard]] std::string OtherThanWanted(std::size_t number) const {
+    const RunRecord& wanted = m_tasks[number].m_wanted;
+    if (wanted.m_settings.empty()) return {};
+    const std::string difference = SettingsDifference(m_results[number].m_record, wanted);
+    return difference.empty()
+               ? difference
+               : "its spectra were extracted before, with other settings: " + difference +
+                     "; --again extracts them again";
   }
 
   void Fail(std::size_t task, const std::string& reason) {

@@ -6,6 +6,7 @@
 #include "FileUtils.h"
 #include "Platform.h"
 #include "RunDriver.h"
+#include "RunInputs.h"
 
 namespace tarvek::tools {
 namespace {
@@ -45,6 +46,20 @@ void SetArguments(BatchTask& task, const ParameterTable& table) {
   task.m_working_directory = AbsolutePath(task.m_log_directory);
 }
 
+UserParameters CurrentOf(UserParameters settings, const std::string& input) {
+  settings.m_outputpath_follows_input = settings.m_outputpath.empty();
+  SetCurrentFile(settings, input);
+  return settings;
+}
+
+/// MGF has no table: its record says that it is finished. tarvek would skip one that lies where its
+/// outputs go.
+void TakeMgf(BatchTask& task, bool is_again) {
+  task.m_table = task.m_record;
+  task.m_is_finished = task.m_has_record && !is_again;
+  if (!is_again) task.m_arguments.insert(task.m_arguments.end(), {"-r", "1"});
+}
+
 /// Why a finished input is not what was asked for; empty when it is.
 std::string RefusalOf(const BatchTask& task) {
   constexpr const char* kAdvice = "; --again processes it again";
@@ -74,12 +89,14 @@ std::vector<BatchTask> PlanRun(const RunRequest& request) {
   settings.m_outputpath = WithoutTrailingSeparators(request.m_output_directory);
   if (!request.m_output_directory.empty())
     table[kOutputKey] = AbsolutePath(request.m_output_directory);
-  FinishedRuns finished(settings.m_ipv_file);
+  FinishedRuns finished(settings);
   std::vector<BatchTask> tasks;
   for (const std::string& input : request.m_inputs) {
     tasks.push_back(TaskFor(input, settings, finished));
     BatchTask& task = tasks.back();
     SetArguments(task, table);
+    task.m_wanted = finished.SettingsNow(CurrentOf(settings, input));
+    if (InputFormatOf(input) == "mgf") TakeMgf(task, settings.m_rewrite_files);
     if (request.m_has_check) task.m_check = CheckArguments(input, table);
     task.m_refusal = RefusalOf(task);
   }

@@ -201,7 +201,11 @@ TEST_F(BatchPlanTest, RefusesAFormatThatTarvekDoesNotKnow) {
 }
 
 TEST_F(BatchPlanTest, RefusesADirectoryWithoutInputs) {
-  EXPECT_EQ(MessageOf([&] { Plan({m_directory.Path(), "-F", "wiff"}); }), "There is no input file");
+  EXPECT_EQ(MessageOf([&] {
+              Plan({m_directory.Path(), "-F", "wiff"});
+            }),
+            "There is no input file. No .wiff file in " + m_directory.Path() +
+                ". It has 3 .ms1 (-F ms1), 1 .mzml (-F mzml).");
 }
 
 TEST_F(BatchPlanTest, RefusesOptionsAsTarvekDoes) {
