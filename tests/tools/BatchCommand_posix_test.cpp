@@ -99,7 +99,7 @@ TEST_F(BatchCommandTest, GivesTheSameBytesAndSummaryWhateverTheJobs) {
   EXPECT_EQ(two.m_exit_status, 0) << two.m_out << two.m_err;
   EXPECT_EQ(SummaryOf(one.m_out), SummaryOf(two.m_out));
   const auto files = FilesIn("one");
-  EXPECT_EQ(files.size(), 5u * 6u) << "mgf, csv, pf1, pf1idx, pf2 and pf2idx of each";
+  EXPECT_EQ(files.size(), 5u * 7u) << "mgf, csv, pf1, pf1idx, pf2, pf2idx and tarvek of each";
   EXPECT_TRUE(files == FilesIn("two"));
   EXPECT_TRUE(files == FilesIn("many"));
 }

@@ -187,6 +187,25 @@ TEST_F(RunCommandTest, RefusesWhatWasFinishedWithOtherSettings) {
   EXPECT_EQ(Run({"in", "-o", "out", "--width", "3"}).m_exit_status, 0);
 }
 
+TEST_F(RunCommandTest, RefusesResultsOfSpectraThatWereExtractedWithOtherSettings) {
+  Simulate(1);
+  WriteProgram("cd ../..; printf 'setting\\tm/z\\t3\\n' >r1.tarvek; touch r1.csv\n");
+  const ProcessResult result = Run({"in", "-o", "out", "--tarvek", "./fake"});
+  EXPECT_EQ(result.m_exit_status, 1);
+  EXPECT_THAT(result.m_err, HasSubstr("its spectra were extracted before, with other settings"));
+  EXPECT_THAT(result.m_err, HasSubstr("m/z 3, now 5"));
+}
+
+TEST_F(RunCommandTest, TakesAnMgfForFinishedByItsRecord) {
+  WriteFile(m_directory / "a.mgf",
+            "BEGIN IONS\nTITLE=a.7.7.2.0.dta\nCHARGE=2+\nPEPMASS=500.1\n200.1 5.0\nEND IONS\n");
+  const ProcessResult first = Run({"a.mgf", "--beside-input"});
+  EXPECT_EQ(first.m_exit_status, 0) << first.m_err;
+  EXPECT_TRUE(fs::exists(m_directory / "a.pf2"));
+  EXPECT_THAT(first.m_out, HasSubstr("1 done, in "));
+  EXPECT_THAT(Run({"a.mgf", "--beside-input"}).m_out, HasSubstr("1 finished before, in "));
+}
+
 TEST_F(RunCommandTest, RefusesAFinishedInputWithoutARecord) {
   Simulate(1);
   fs::create_directory(m_directory / "out");
