@@ -9,7 +9,9 @@
 #include "FileUtils.h"
 #include "OutputSet.h"
 #include "ParameterFile.h"
+#include "Platform.h"
 #include "RunDriver.h"
+#include "RunSummary.h"
 #include "StringUtils.h"
 #include "UserParameters.h"
 
@@ -75,9 +77,17 @@ std::vector<std::string> FilesOf(const std::string& path, UserParameters& settin
   const std::string format = detectDataPathFormat(path, settings);
   if (!IsKnownFormat(format)) throw UnknownFormatText(path, format);
   settings.m_input_format = format;
-  std::vector<std::string> files = ListFiles(path, "." + format);
+  std::vector<std::string> files = ListInputFiles(path, format);
   std::ranges::sort(files);
   return files;
+}
+
+/// What the data paths have instead of inputs, to be said behind "There is no input file".
+std::string WhatIsThere(const UserParameters& settings) {
+  std::string text;
+  for (const std::string& path : settings.m_datapaths)
+    text += ". " + NoInputFileText(path, settings.m_input_format);
+  return text;
 }
 
 /// "key = value" lines. A value that does not survive being read back cannot be given in this way.
@@ -108,34 +118,16 @@ void SetArguments(BatchTask& task, const BatchRequest& request) {
   task.m_arguments.insert(task.m_arguments.end(), {"-L", task.m_log_directory});
 }
 
-BatchTask TaskOf(const std::string& input, const UserParameters& settings,
-                 const BatchRequest& request) {
-  UserParameters current = settings;
-  current.m_outputpath_follows_input = settings.m_outputpath.empty();
-  SetCurrentFile(current, input);
-  const std::string logs = settings.m_logfilepath.empty()
-                               ? JoinPath({current.m_outputpath, kBatchLogFolder})
-                               : settings.m_logfilepath;
-  BatchTask task;
-  task.m_input = input;
-  task.m_log_directory = JoinPath({logs, current.m_current_basename});
-  // Of MGF, which is only rewritten, no table tells.
-  if (ToLower(current.m_current_ext) != "mgf") task.m_table = FinishedTablePath(current);
-  task.m_is_finished =
-      !settings.m_rewrite_files && !task.m_table.empty() && FileExists(task.m_table);
-  task.m_size_bytes = File::Open(input, "r").SizeBytes();
-  SetArguments(task, request);
-  return task;
-}
-
 /// what(task): the path that no two tasks may share; nothing is refused where it is empty.
 template <class What>
-void RefuseMeetings(const std::vector<BatchTask>& tasks, What what) {
+void RefuseEqual(const std::vector<BatchTask>& tasks, What what) {
   std::map<std::string, std::string> taken;
   for (const BatchTask& task : tasks) {
     const std::string path = what(task);
     if (path.empty()) continue;
-    const auto [entry, is_new] = taken.try_emplace(CanonicalPath(path), task.m_input);
+    const std::string canonical = CanonicalPath(path);
+    const auto [entry, is_new] =
+        taken.try_emplace(kFileNamesIgnoreCase ? ToLower(canonical) : canonical, task.m_input);
     if (!is_new)
       throw entry->second + " and " + task.m_input + " would both write " + path +
           "; nothing was started";
@@ -148,18 +140,49 @@ std::string ParameterFileOf(const BatchTask& task) {
   return JoinPath({task.m_log_directory, "batch.params"});
 }
 
+BatchTask TaskFor(const std::string& input, const UserParameters& settings,
+                  FinishedRuns& finished) {
+  UserParameters current = settings;
+  current.m_outputpath_follows_input = settings.m_outputpath.empty();
+  SetCurrentFile(current, input);
+  const std::string logs = settings.m_logfilepath.empty()
+                               ? JoinPath({current.m_outputpath, kBatchLogFolder})
+                               : settings.m_logfilepath;
+  BatchTask task;
+  task.m_input = input;
+  task.m_log_directory = JoinPath({logs, current.m_current_basename});
+  // Of MGF, which is only rewritten, no table tells.
+  if (ToLower(current.m_current_ext) != "mgf") task.m_table = FinishedTablePath(current);
+  task.m_record = RunRecordPath(current);
+  task.m_has_record = FileExists(task.m_record);
+  task.m_is_finished =
+      !settings.m_rewrite_files && !task.m_table.empty() && FileExists(task.m_table);
+  if (task.m_is_finished) task.m_other_settings = finished.OtherSettings(current);
+  task.m_size_bytes = File::Open(input, "r").SizeBytes();
+  return task;
+}
+
+void RefuseMeetings(const std::vector<BatchTask>& tasks) {
+  RefuseEqual(tasks, [](const BatchTask& task) { return task.m_table; });
+  RefuseEqual(tasks, [](const BatchTask& task) { return task.m_record; });
+  RefuseEqual(tasks, [](const BatchTask& task) { return task.m_log_directory; });
+}
+
 std::vector<BatchTask> PlanBatch(std::span<const std::string> words) {
   const BatchRequest request = words.size() == 1 && IsParameterFile(words.front())
                                    ? ReadParameters(words.front())
                                    : ReadOptions(words);
   UserParameters settings = SettingsOf(request);
+  FinishedRuns finished(settings);
   std::vector<BatchTask> tasks;
-  for (const std::string& path : settings.m_datapaths)
-    for (const std::string& file : FilesOf(path, settings))
-      tasks.push_back(TaskOf(file, settings, request));
-  if (tasks.empty()) throw "There is no input file";
-  RefuseMeetings(tasks, [](const BatchTask& task) { return task.m_table; });
-  RefuseMeetings(tasks, [](const BatchTask& task) { return task.m_log_directory; });
+  for (const std::string& path : settings.m_datapaths) {
+    for (const std::string& file : FilesOf(path, settings)) {
+      tasks.push_back(TaskFor(file, settings, finished));
+      SetArguments(tasks.back(), request);
+    }
+  }
+  if (tasks.empty()) throw "There is no input file" + WhatIsThere(settings);
+  RefuseMeetings(tasks);
   return tasks;
 }
 

@@ -2,6 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <map>
+#include <optional>
+#include <set>
 #include <string_view>
 #include <utility>
 
@@ -12,7 +15,10 @@ namespace {
 
 constexpr std::size_t kBarWidth = 30;
 constexpr std::size_t kStateWidth = 17;
-constexpr std::size_t kSecondsWidth = 8;
+constexpr std::size_t kSecondsWidth = 9;
+constexpr std::size_t kReadWidth = 9;
+constexpr std::size_t kExportedWidth = 10;
+constexpr std::size_t kPrecursorsWidth = 12;
 
 constexpr std::array<std::pair<BatchState, std::string_view>, 6> kStateWords = {{
     {BatchState::kDone, "done"},
@@ -56,8 +62,68 @@ std::string Padded(std::string text, std::size_t width, bool to_the_right) {
   return to_the_right ? text.insert(0, missing, ' ') : text.append(missing, ' ');
 }
 
-std::string Failure(const BatchTask& task, const BatchResult& result) {
-  return result.m_reason + " (log: " + task.m_log_directory + ")";
+/// What follows the path of an input: why it failed, that it had other settings, or nothing.
+std::string Remark(const BatchTask& task, const BatchResult& result) {
+  if (result.m_state == BatchState::kFinishedBefore && !task.m_other_settings.empty())
+    return ": with other settings: " + task.m_other_settings;
+  if (result.m_state != BatchState::kFailed) return {};
+  return ": " + result.m_reason +
+         (result.m_has_started ? " (log: " + task.m_log_directory + ")" : "");
+}
+
+/// The codes of the warnings of a check, each once: "; check: isolation-width, dotted-name".
+std::string WarningCodes(const BatchResult& result) {
+  std::set<std::string> codes;
+  std::string text;
+  for (const CheckWarning& warning : result.m_warnings)
+    if (codes.insert(warning.m_code).second)
+      text += (text.empty() ? "; check: " : ", ") + warning.m_code;
+  return text;
+}
+
+/// Warnings of one code in all inputs.
+struct SharedWarning {
+  std::string m_first_input;
+  std::string m_meaning;  // there
+  std::size_t m_inputs = 0;
+  const BatchTask* m_last = nullptr;
+};
+
+std::string WarningLines(std::span<const BatchTask> tasks, std::span<const BatchResult> results) {
+  std::map<std::string, SharedWarning> shared;
+  for (std::size_t i = 0; i < tasks.size(); ++i) {
+    for (const CheckWarning& warning : results[i].m_warnings) {
+      SharedWarning& one = shared[warning.m_code];
+      if (one.m_inputs == 0) one = {tasks[i].m_input, warning.m_meaning, 0, nullptr};
+      if (one.m_last != &tasks[i]) ++one.m_inputs;
+      one.m_last = &tasks[i];
+    }
+  }
+  std::string text;
+  for (const auto& [code, one] : shared)
+    text += "warning: " + code + ": " + one.m_first_input +
+            (one.m_inputs > 1 ? " and " + std::to_string(one.m_inputs - 1) + " more" : "") + ": " +
+            one.m_meaning + "\n";
+  return text;
+}
+
+std::string CountText(std::optional<std::int64_t> count) {
+  return count ? std::to_string(*count) : "";
+}
+
+std::string Row(std::string_view state, const RunRecord& record, const std::string& seconds) {
+  return Padded(std::string(state), kStateWidth, false) +
+         Padded(CountText(record.Count(kCountMs2Read)), kReadWidth, true) +
+         Padded(CountText(record.Count(kCountMs2Exported)), kExportedWidth, true) +
+         Padded(CountText(record.Count(kCountPrecursors)), kPrecursorsWidth, true) +
+         Padded(seconds, kSecondsWidth, true);
+}
+
+RunRecord TotalOf(std::span<const BatchResult> results) {
+  RunRecord total;
+  for (const BatchResult& result : results)
+    for (const auto& [key, count] : result.m_record.m_counts) total.m_counts[key] += count;
+  return total;
 }
 
 /// Bytes of the inputs that this batch has done, and of those that have not ended. What was
@@ -83,11 +149,9 @@ std::string BatchLine(const BatchMoment& moment) {
   std::string line = "[" + std::to_string(CountEnded(moment.m_results)) + "/" +
                      std::to_string(moment.m_tasks.size()) + "] " +
                      std::string(WordOf(result.m_state));
-  if (result.m_state != BatchState::kFinishedBefore)
-    line += ", " + Seconds(result.m_milliseconds) + " s";
-  line += ": " + moment.m_ended->m_input;
-  if (result.m_state == BatchState::kFailed) line += ": " + Failure(*moment.m_ended, result);
-  return line;
+  if (result.m_has_started) line += ", " + Seconds(result.m_milliseconds) + " s";
+  return line + ": " + moment.m_ended->m_input + Remark(*moment.m_ended, result) +
+         WarningCodes(result);
 }
 
 std::string BatchProgressLine(const BatchMoment& moment, std::int64_t elapsed_ms) {
@@ -109,17 +173,17 @@ std::string BatchProgressLine(const BatchMoment& moment, std::int64_t elapsed_ms
 
 std::string BatchSummary(std::span<const BatchTask> tasks, std::span<const BatchResult> results,
                          std::int64_t elapsed_ms) {
-  std::string text =
-      Padded("state", kStateWidth, false) + Padded("seconds", kSecondsWidth, true) + "  input\n";
+  std::string text = WarningLines(tasks, results);
+  text += Padded("state", kStateWidth, false) + Padded("MS2 scans", kReadWidth, true) +
+          Padded("exported", kExportedWidth, true) + Padded("precursors", kPrecursorsWidth, true) +
+          Padded("seconds", kSecondsWidth, true) + "  input\n";
   for (std::size_t i = 0; i < tasks.size(); ++i) {
     const BatchResult& result = results[i];
-    text += Padded(std::string(WordOf(result.m_state)), kStateWidth, false);
-    const bool has_run = HasEnded(result.m_state) && !tasks[i].m_is_finished;
-    text += Padded(has_run ? Seconds(result.m_milliseconds) : "", kSecondsWidth, true);
-    text += "  " + tasks[i].m_input;
-    if (result.m_state == BatchState::kFailed) text += ": " + Failure(tasks[i], result);
-    text += '\n';
+    text += Row(WordOf(result.m_state), result.m_record,
+                result.m_has_started ? Seconds(result.m_milliseconds) : "") +
+            "  " + tasks[i].m_input + Remark(tasks[i], result) + '\n';
   }
+  if (tasks.size() > 1) text += Row("all", TotalOf(results), Seconds(elapsed_ms)) + "\n";
   std::string sums;
   for (const auto& [state, word] : kStateWords)
     if (const std::size_t count = CountOf(results, state); count > 0)

@@ -4,10 +4,12 @@
 #include <string_view>
 #include <utility>
 
+#include "BatchRecord.h"
 #include "FileUtils.h"
 #include "LineReader.h"
 #include "OutputFile.h"
 #include "Platform.h"
+#include "RunSummary.h"
 #include "StringUtils.h"
 
 namespace tarvek::tools {
@@ -22,6 +24,7 @@ constexpr std::string_view kErrorPrefix = "[Tarvek] <ERROR> - ";
 struct RunningTask {
   std::size_t m_task = 0;
   std::int64_t m_start_ms = 0;
+  bool m_is_check = false;  // of its input, before tarvek
 };
 
 class BatchRunner {
@@ -45,8 +48,10 @@ class BatchRunner {
   bool StartTasks() {
     while (m_next < m_tasks.size() && m_processes.size() < m_settings.m_jobs && MayStart()) {
       const std::size_t task = m_next++;
-      if (m_tasks[task].m_is_finished)
-        Note(task, BatchState::kFinishedBefore);
+      if (!m_tasks[task].m_refusal.empty())
+        Fail(task, m_tasks[task].m_refusal);
+      else if (m_tasks[task].m_is_finished)
+        TakeResults(task, BatchState::kFinishedBefore);
       else
         StartOrFail(task);
     }
@@ -73,22 +78,33 @@ class BatchRunner {
       file.Write(task.m_parameter_file);
       file.Close();
     }
-    std::vector<std::string> words{m_settings.m_program};
-    words.insert(words.end(), task.m_arguments.begin(), task.m_arguments.end());
-    BackgroundProcess process = BackgroundProcess::Start(words, ConsoleFileOf(task));
-    if (!process.IsRunning()) throw "cannot start " + m_settings.m_program;
+    RunningTask running{number, MonotonicMilliseconds(), !task.m_check.empty()};
+    StartProcess(running);
     m_results[number].m_state = BatchState::kRunning;
+    m_results[number].m_has_started = true;
+  }
+
+  void StartProcess(const RunningTask& running) {
+    const BatchTask& task = m_tasks[running.m_task];
+    const bool is_check = running.m_is_check;
+    std::vector<std::string> words{is_check ? m_settings.m_check_program : m_settings.m_program};
+    const std::vector<std::string>& arguments = is_check ? task.m_check : task.m_arguments;
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    BackgroundProcess process = BackgroundProcess::Start(
+        words, is_check ? CheckFileOf(task) : ConsoleFileOf(task), task.m_working_directory);
+    if (!process.IsRunning()) throw "cannot start " + words.front();
     m_processes.push_back(std::move(process));
-    m_running.push_back({number, MonotonicMilliseconds()});
+    m_running.push_back(running);
   }
 
   void TakeEnds() {
     std::vector<BackgroundProcess> processes;
     std::vector<RunningTask> running;
+    std::vector<std::pair<RunningTask, int>> ended;
     for (std::size_t i = 0; i < m_processes.size(); ++i) {
       const std::optional<int> status = m_processes[i].Poll();
       if (status) {
-        TakeEnd(m_running[i], *status);
+        ended.emplace_back(m_running[i], *status);
       } else {
         processes.push_back(std::move(m_processes[i]));
         running.push_back(m_running[i]);
@@ -96,18 +112,60 @@ class BatchRunner {
     }
     m_processes.swap(processes);
     m_running.swap(running);
+    for (const auto& [task, status] : ended) TakeEnd(task, status);
   }
 
   void TakeEnd(const RunningTask& running, int status) {
     const BatchTask& task = m_tasks[running.m_task];
     m_results[running.m_task].m_milliseconds = MonotonicMilliseconds() - running.m_start_ms;
-    if (status == 0 && (task.m_table.empty() || FileExists(task.m_table)))
-      Note(running.m_task, BatchState::kDone);
+    if (running.m_is_check)
+      TakeCheck(running, status);
+    else if (status == 0 && (task.m_table.empty() || FileExists(task.m_table)))
+      TakeResults(running.m_task, BatchState::kDone);
     else if (m_is_ending)
       Note(running.m_task, BatchState::kStopped);
     else
       Fail(running.m_task, status == 0 ? "ended without " + task.m_table
                                        : FailureReason(ConsoleFileOf(task), status));
+  }
+
+  void TakeCheck(RunningTask running, int status) {
+    if (m_is_ending) return Note(running.m_task, BatchState::kStopped);
+    CheckVerdict verdict = ReadCheckVerdict(CheckFileOf(m_tasks[running.m_task]), status);
+    m_results[running.m_task].m_warnings = std::move(verdict.m_warnings);
+    if (!verdict.m_defect.empty()) return Fail(running.m_task, verdict.m_defect);
+    running.m_is_check = false;
+    try {
+      StartProcess(running);
+    } catch (const std::string& message) {
+      Fail(running.m_task, message);
+    }
+  }
+
+  /// The end of a task whose outputs are there.
+  void TakeResults(std::size_t number, BatchState state) {
+    BatchResult& result = m_results[number];
+    std::string failure;
+    try {
+      result.m_record = RecordAt(m_tasks[number].m_record);
+      failure = WhyNothingIsExported(result.m_record);
+      if (failure.empty() && state == BatchState::kDone) failure = OtherThanWanted(number);
+    } catch (const std::string& message) {
+      failure = message;
+    }
+    if (failure.empty()) return Note(number, state);
+    Fail(number, (state == BatchState::kFinishedBefore ? "finished before, but " : "") + failure);
+  }
+
+  /// tarvek takes spectra that an earlier run has extracted, as they are.
+  [[nodiscard]] std::string OtherThanWanted(std::size_t number) const {
+    const RunRecord& wanted = m_tasks[number].m_wanted;
+    if (wanted.m_settings.empty()) return {};
+    const std::string difference = SettingsDifference(m_results[number].m_record, wanted);
+    return difference.empty()
+               ? difference
+               : "its spectra were extracted before, with other settings: " + difference +
+                     "; --again extracts them again";
   }
 
   void Fail(std::size_t task, const std::string& reason) {
@@ -155,6 +213,10 @@ std::vector<BatchResult> RunBatch(std::span<const BatchTask> tasks, const BatchS
 
 std::string ConsoleFileOf(const BatchTask& task) {
   return JoinPath({task.m_log_directory, "console.txt"});
+}
+
+std::string CheckFileOf(const BatchTask& task) {
+  return JoinPath({task.m_log_directory, "check.json"});
 }
 
 std::string FailureReason(const std::string& console_file, int status) {

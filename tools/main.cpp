@@ -12,6 +12,7 @@
 #include "MgfCommand.h"
 #include "Platform.h"
 #include "ReportCommand.h"
+#include "RunCommand.h"
 #include "ScoreCommand.h"
 #include "SimulateCommand.h"
 
@@ -30,6 +31,7 @@ int Run(int argc, const char* const* argv) {
     CLI::App app("Companion programs of tarvek", "tarvek-tools");
     app.require_subcommand(1);
     app.allow_windows_style_options(false);  // a path may begin with '/' on every system
+    tarvek::tools::AddRunCommand(app);
     tarvek::tools::AddCheckCommand(app);
     tarvek::tools::AddIpvCommand(app);
     tarvek::tools::AddSimulateCommand(app);

@@ -26,6 +26,9 @@ int CallMain(int argc, const char* const* argv, int (*body)(int, const char* con
 /// The value of an environment variable, nothing when there is none of this name.
 std::optional<std::string> EnvironmentVariable(const std::string& name);
 
+/// Gives this process, and those that it starts from now on, an environment variable.
+[[nodiscard]] bool SetEnvironment(const std::string& name, const std::string& value) noexcept;
+
 /// text in double quotes for the system's shell, which hands it on to a program unchanged.
 std::string QuotedForShell(std::string_view text);
 
@@ -34,6 +37,9 @@ extern const std::string_view kProgramEnding;
 
 /// Written between the parts of a path that we build; both '\' and '/' are accepted when reading.
 extern const char kPathSeparator;
+
+/// Whether two file names that differ only in the case of their letters name one file.
+extern const bool kFileNamesIgnoreCase;
 
 /// What stands between the directories of the environment variable PATH.
 extern const std::string_view kSearchPathSeparator;
@@ -110,6 +116,10 @@ bool IsDirectory(const std::string& path);
 /// The names in a directory in the order in which the system lists them, "." and ".." included or
 /// not as it pleases; nothing when the directory cannot be opened or read to its end.
 std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& path);
+
+/// path from the root on, which need not exist; links in it stay. path itself when the system
+/// cannot tell.
+std::string AbsolutePath(const std::string& path);
 
 /// Makes a directory and its missing parents; true when it exists afterwards.
 [[nodiscard]] bool MakeDirectoryTree(const std::string& path);
@@ -202,9 +212,11 @@ class BackgroundProcess {
   ~BackgroundProcess();  // forces the process to end when it runs, and waits for it
 
   /// arguments: the path of the program, then what it is given. Its standard input is empty; both
-  /// its outputs go to output_path, which is emptied first. Not running on failure.
+  /// its outputs go to output_path, which is emptied first. It works in working_directory; where
+  /// that is given, the path of the program is an absolute one. Not running on failure.
   static BackgroundProcess Start(const std::vector<std::string>& arguments,
-                                 const std::string& output_path);
+                                 const std::string& output_path,
+                                 const std::string& working_directory = {});
 
   /// Whether it was started and Poll has not yet told its end.
   [[nodiscard]] bool IsRunning() const noexcept { return m_state != nullptr; }

@@ -83,6 +83,10 @@ class SpawnSettings {
     ::posix_spawn_file_actions_adddup2(&m_actions, descriptor, STDOUT_FILENO);
     ::posix_spawn_file_actions_adddup2(&m_actions, descriptor, STDERR_FILENO);
   }
+  /// Given after the outputs, whose paths count from the directory of this process. Empty: that one.
+  void WorkIn(const std::string& directory) {
+    if (!directory.empty()) ::posix_spawn_file_actions_addchdir_np(&m_actions, directory.c_str());
+  }
   void MakeGroupWithAllSignals() {
     const sigset_t none = SignalSet({});
     ::posix_spawnattr_setflags(&m_attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
@@ -118,6 +122,7 @@ int Reap(pid_t child) noexcept {
 }  // namespace
 
 const char kPathSeparator = '/';
+const bool kFileNamesIgnoreCase = false;
 const std::string_view kSearchPathSeparator = ":";
 const std::string_view kProgramEnding;
 
@@ -129,6 +134,10 @@ int CallMain(int argc, const char* const* argv, int (*body)(int, const char* con
 std::optional<std::string> EnvironmentVariable(const std::string& name) {
   const char* const value = std::getenv(name.c_str());
   return value == nullptr ? std::nullopt : std::optional<std::string>(value);
+}
+
+bool SetEnvironment(const std::string& name, const std::string& value) noexcept {
+  return ::setenv(name.c_str(), value.c_str(), 1) == 0;
 }
 
 std::string QuotedForShell(std::string_view text) {
@@ -195,6 +204,12 @@ std::optional<FileLock> FileLock::TryTake(const std::string& path) {
   FileLock none;
   none.m_is_held_elsewhere = reason == EWOULDBLOCK;
   return none;
+}
+
+std::string AbsolutePath(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+  return error ? path : absolute.string();
 }
 
 bool IsDirectory(const std::string& path) { return Directory(::opendir(path.c_str())) != nullptr; }
@@ -319,13 +334,15 @@ BackgroundProcess::~BackgroundProcess() {
 
 // The end of a child is to wait until WaitForAny asks for it, so its signal is held back.
 BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& arguments,
-                                           const std::string& output_path) {
+                                           const std::string& output_path,
+                                           const std::string& working_directory) {
   std::signal(SIGCHLD, SIG_DFL);
   const sigset_t child_ended = SignalSet({SIGCHLD});
   ::sigprocmask(SIG_BLOCK, &child_ended, nullptr);
   std::vector<char*> words = ArgumentPointers(arguments);
   SpawnSettings settings;
   settings.SendOutputsTo(output_path);
+  settings.WorkIn(working_directory);
   settings.MakeGroupWithAllSignals();
   BackgroundProcess process;
   pid_t leader = 0;

@@ -201,8 +201,10 @@ std::wstring CommandLine(const std::vector<std::string>& arguments) {
   return Wide(line);
 }
 
+// working_directory: empty for that of this process.
 PROCESS_INFORMATION StartProcess(const std::wstring& program, std::wstring command_line,
-                                 HANDLE input, HANDLE output, DWORD flags) {
+                                 HANDLE input, HANDLE output, DWORD flags,
+                                 const std::string& working_directory) {
   STARTUPINFOW streams{};
   streams.cb = sizeof streams;
   streams.dwFlags = STARTF_USESTDHANDLES;
@@ -210,8 +212,9 @@ PROCESS_INFORMATION StartProcess(const std::wstring& program, std::wstring comma
   streams.hStdOutput = output;
   streams.hStdError = output;
   PROCESS_INFORMATION started{};
+  const std::wstring directory = SystemPath(working_directory);
   ::CreateProcessW(program.c_str(), command_line.data(), nullptr, nullptr, TRUE, flags, nullptr,
-                   nullptr, &streams, &started);
+                   working_directory.empty() ? nullptr : directory.c_str(), &streams, &started);
   return started;
 }
 
@@ -311,7 +314,7 @@ Handle StartProgram(const std::vector<std::string>& arguments, HANDLE output,
   const PROCESS_INFORMATION started =
       StartProcess(is_batch ? ShellPath() : path,
                    is_batch ? BatchCommandLine(path, arguments) : CommandLine(arguments),
-                   input.get(), output, 0);
+                   input.get(), output, 0, {});
   if (started.hProcess == nullptr) {
     failure = std::system_category().message(static_cast<int>(::GetLastError()));
     return {};
@@ -353,6 +356,7 @@ class Utf8Console {
 }  // namespace
 
 const char kPathSeparator = '\\';
+const bool kFileNamesIgnoreCase = true;
 const std::string_view kSearchPathSeparator = ";";
 const std::string_view kProgramEnding = ".exe";
 
@@ -375,6 +379,10 @@ std::optional<std::string> EnvironmentVariable(const std::string& name) {
   std::wstring value(size, L'\0');
   value.resize(::GetEnvironmentVariableW(wide_name.c_str(), value.data(), size));
   return Utf8(value);
+}
+
+bool SetEnvironment(const std::string& name, const std::string& value) noexcept {
+  return ::SetEnvironmentVariableW(Wide(name).c_str(), Wide(value).c_str()) != 0;
 }
 
 // For the shell, two '%' enclose the name of a variable even inside quotes unless a '^' outside of
@@ -464,6 +472,8 @@ std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& pa
 }
 
 // The parts one after another, from behind the drive or the host; a share is tried in vain.
+std::string AbsolutePath(const std::string& path) { return Utf8(FullPath(SystemPath(path))); }
+
 bool MakeDirectoryTree(const std::string& path) {
   if (IsDirectory(path)) return true;
   const std::wstring full = WithoutLengthLimit(Wide(path));
@@ -603,7 +613,8 @@ BackgroundProcess::~BackgroundProcess() {
 
 // A process group of its own does not see Ctrl-C.
 BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& arguments,
-                                           const std::string& output_path) {
+                                           const std::string& output_path,
+                                           const std::string& working_directory) {
   const Handle input = OpenForChild(L"NUL", GENERIC_READ, OPEN_EXISTING);
   const Handle output = OpenForChild(SystemPath(output_path), GENERIC_WRITE, CREATE_ALWAYS);
   Handle job = MakeJob();
@@ -611,7 +622,7 @@ BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& argum
   // It waits for ResumeThread: it is to start nothing before it is in its job.
   const PROCESS_INFORMATION started =
       StartProcess(SystemPath(arguments.front()), CommandLine(arguments), input.get(), output.get(),
-                   CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP);
+                   CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP, working_directory);
   if (started.hProcess == nullptr) return {};
   const Handle thread(started.hThread);
   Handle owner(started.hProcess);

@@ -60,6 +60,28 @@ TEST_F(BackgroundProcessTest, RunsAProgramOfAPathWithABlank) {
   EXPECT_EQ(StatusOf(process), 5);
 }
 
+TEST_F(BackgroundProcessTest, WorksInTheDirectoryThatItIsGiven) {
+  std::filesystem::create_directory(m_directory / "work");
+  test::WriteFile(m_directory / "work/here", "the file of that directory");
+  BackgroundProcess process = BackgroundProcess::Start({test::BackgroundChild(), "file", "here"},
+                                                       m_output, m_directory / "work");
+  EXPECT_EQ(StatusOf(process), 0);
+  EXPECT_EQ(test::ReadFile(m_output), "the file of that directory");
+}
+
+TEST_F(BackgroundProcessTest, IsNotRunningWithoutItsDirectory) {
+  const BackgroundProcess none = BackgroundProcess::Start({test::BackgroundChild(), "status", "0"},
+                                                          m_output, m_directory / "none");
+  EXPECT_FALSE(none.IsRunning());
+}
+
+TEST_F(BackgroundProcessTest, GetsTheEnvironmentOfThisProcess) {
+  ASSERT_TRUE(SetEnvironment("TARVEK_TEST_VARIABLE", "a b \xE8\xB3\xAA"));
+  BackgroundProcess process = Child({"variable", "TARVEK_TEST_VARIABLE"});
+  EXPECT_EQ(StatusOf(process), 0);
+  EXPECT_EQ(test::ReadFile(m_output), "a b \xE8\xB3\xAA");
+}
+
 TEST_F(BackgroundProcessTest, StaysWhenMoved) {
   BackgroundProcess process = Child({"status", "4"});
   BackgroundProcess moved = std::move(process);

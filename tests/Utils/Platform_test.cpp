@@ -133,6 +133,12 @@ TEST_F(FileTest, ListDirectoryNamesGivesNothingForAFile) {
   test::WriteFile(m_path, "");
   EXPECT_FALSE(ListDirectoryNames(m_path).has_value());
 }
+TEST_F(FileTest, AbsolutePathBeginsAtTheRoot) {
+  EXPECT_EQ(AbsolutePath(m_path), m_path);
+  const std::string here = AbsolutePath("none");
+  EXPECT_EQ(here, (std::filesystem::current_path() / "none").string());
+}
+
 TEST_F(FileTest, MakeDirectoryTreeMakesParents) {
   EXPECT_TRUE(MakeDirectoryTree(m_directory / "p/q"));
   EXPECT_TRUE(std::filesystem::is_directory(m_directory / "p/q"));

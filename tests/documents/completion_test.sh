@@ -26,6 +26,10 @@ expect() {
 
 expect _tarvek_tools "score simulate" "$tools" s
 expect _tarvek_tools "check" "$tools" ch
+expect _tarvek_tools "run" "$tools" ru
+expect _tarvek_tools "--activation --again --analyser" "$tools" run --a
+expect _tarvek_tools "ETCID ETD ETHCD" "$tools" run --activation ET
+expect _tarvek_tools "mzml mzxml" "$tools" run --format mz
 expect _tarvek_tools "" "$tools" nothing
 expect _tarvek_tools "--ms2" "$tools" simulate --m
 expect _tarvek_tools "--charge-range" "$tools" check --c

@@ -35,6 +35,18 @@ int PrintOnBothOutputs() {
   return 0;
 }
 
+int PrintFile(const char* path) {
+  tarvek::File file = tarvek::File::Open(path, "r");
+  char bytes[100];
+  std::fwrite(bytes, 1, file.IsOpen() ? file.Read(bytes, sizeof bytes) : 0, stdout);
+  return 0;
+}
+
+int PrintVariable(const char* name) {
+  std::fputs(tarvek::EnvironmentVariable(name).value_or("(none)").c_str(), stdout);
+  return 0;
+}
+
 /// Prints the number of this process and does not end by itself.
 int Wait() {
   std::printf("%d\n", OwnNumber());
@@ -57,6 +69,8 @@ int Run(int count, const char* const* arguments) {
   if (task == "arguments") return PrintArguments(count, arguments);
   if (task == "outputs") return PrintOnBothOutputs();
   if (task == "input") return std::getchar() == EOF ? 0 : 1;
+  if (task == "file") return PrintFile(arguments[2]);
+  if (task == "variable") return PrintVariable(arguments[2]);
   if (task == "status") return std::atoi(arguments[2]);
   if (task == "deaf") tarvek::NoteStopRequests();
   return task == "parent" ? WaitWithAnother() : Wait();

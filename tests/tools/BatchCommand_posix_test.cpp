@@ -99,7 +99,7 @@ TEST_F(BatchCommandTest, GivesTheSameBytesAndSummaryWhateverTheJobs) {
   EXPECT_EQ(two.m_exit_status, 0) << two.m_out << two.m_err;
   EXPECT_EQ(SummaryOf(one.m_out), SummaryOf(two.m_out));
   const auto files = FilesIn("one");
-  EXPECT_EQ(files.size(), 5u * 6u) << "mgf, csv, pf1, pf1idx, pf2 and pf2idx of each";
+  EXPECT_EQ(files.size(), 5u * 7u) << "mgf, csv, pf1, pf1idx, pf2, pf2idx and tarvek of each";
   EXPECT_TRUE(files == FilesIn("two"));
   EXPECT_TRUE(files == FilesIn("many"));
 }
@@ -150,6 +150,37 @@ TEST_F(BatchCommandTest, SkipsWhatIsFinishedAndDoesTheRest) {
   EXPECT_THAT(result.m_out, HasSubstr("1 done, 2 finished before, in "));
   EXPECT_EQ(FilesIn("out").at("r2.csv"), files.at("r2.csv"));
   EXPECT_EQ(FilesIn("out").at("r3_HCDFT.mgf"), "not to be touched");
+}
+
+constexpr const char* kEmptyRecord =
+    "printf 'count\\tms2_read\\t5\\ncount\\tms2_exported\\t0\\nleft_out\\tanalyser not "
+    "known\\t5\\n'";
+
+TEST_F(BatchCommandTest, TakesARunThatExportedNothingForAFailure) {
+  WriteInputs(1);
+  WriteProgram("touch in/r1.csv; " + std::string(kEmptyRecord) + " >in/r1.tarvek\n");
+  const std::vector<std::string> words{"batch", "--tarvek", "./fake", "--", "in", "-F", "ms1"};
+  const std::string reason = "none of 5 MS2 scans is exported; 5 left out: analyser not known";
+  ProcessResult result = Run(words);
+  EXPECT_EQ(result.m_exit_status, 1);
+  EXPECT_THAT(result.m_err, HasSubstr("in/r1.ms1: " + reason + " (log: in/batch_logs/r1)"));
+  EXPECT_THAT(result.m_out, HasSubstr("1 failed, in "));
+  result = Run(words);
+  EXPECT_EQ(result.m_exit_status, 1) << "again";
+  EXPECT_THAT(result.m_err, HasSubstr("in/r1.ms1: finished before, but " + reason + "\n"));
+}
+
+TEST_F(BatchCommandTest, GivesTheProcessesTheAnalyserAndTheActivation) {
+  WriteInputs(1);
+  WriteProgram("echo \"$TARVEK_ANALYSER $TARVEK_ACTIVATION\" >seen; touch in/r1.csv\n");
+  EXPECT_EQ(Run({"batch", "--tarvek", "./fake", "--analyser", "ms1=FTMS,ms2=ITMS", "--activation",
+                 "ETD", "--", "in", "-F", "ms1"})
+                .m_exit_status,
+            0);
+  EXPECT_EQ(ReadFile(m_directory / "seen"), "ms1=FTMS,ms2=ITMS ETD\n");
+  const ProcessResult wrong = Run({"batch", "--analyser", "quadrupole", "--", "in"});
+  EXPECT_GT(wrong.m_exit_status, 100);
+  EXPECT_THAT(wrong.m_err, HasSubstr("'quadrupole' is not FTMS or ITMS"));
 }
 
 TEST_F(BatchCommandTest, RefusesEqualBaseNamesBeforeAnythingStarts) {

@@ -7,7 +7,10 @@
 #include <string>
 #include <vector>
 
+#include "IsotopeTable.h"
 #include "NativePath.h"
+#include "RunRecord.h"
+#include "RunSummary.h"
 #include "TestSupport.h"
 
 namespace tarvek::tools {
@@ -150,6 +153,33 @@ TEST_F(BatchPlanTest, RefusesTwoInputsOfOneBaseNameForOneLogDirectory) {
               HasSubstr("would both write " + Native("logs/a")));
 }
 
+TEST_F(BatchPlanTest, RefusesTwoFormatsOfOneBaseNameForOneOutputDirectory) {
+  Place("a.mzML");
+  Place("b.mgf");
+  EXPECT_THAT(MessageOf([&] {
+                Plan({m_directory / "a.ms1", m_directory / "a.mzML", "-O", "out"});
+              }),
+              HasSubstr("would both write " + Native("out/a.csv")));
+  EXPECT_THAT(MessageOf([&] {
+                Plan({m_directory / "b.ms1", m_directory / "b.mgf", "-O", "out"});
+              }),
+              HasSubstr("would both write " + Native("out/b.tarvek")));
+}
+
+TEST_F(BatchPlanTest, KnowsWhichSettingsOfAFinishedInputWereOthers) {
+  const std::string table = TARVEK_SOURCE_DIR "/data/IPV.txt";
+  Place("a.csv");
+  UserParameters before;
+  before.m_isolation_width = 3.0;
+  const std::string fingerprint = IsotopeTableFingerprint(ReadIsotopeTable(table));
+  WriteFile(m_directory / "a.tarvek",
+            RunRecordText(tarvek::SettingsOf(before, fingerprint, InputKind::kSpectra)));
+  EXPECT_EQ(Plan({m_directory / "a.ms1", "-I", table}).at(0).m_other_settings,
+            "isolation_width 3.000000, now 2.000000");
+  EXPECT_EQ(Plan({m_directory / "a.ms1", "-I", table, "-W", "3"}).at(0).m_other_settings, "");
+  EXPECT_EQ(Plan({m_directory / "a.ms1", "-I", table, "-r", "1"}).at(0).m_other_settings, "");
+}
+
 TEST_F(BatchPlanTest, RefusesAMissingPath) {
   std::string message;
   const test::ConsoleText console = CaptureConsole([&] {
@@ -171,7 +201,11 @@ TEST_F(BatchPlanTest, RefusesAFormatThatTarvekDoesNotKnow) {
 }
 
 TEST_F(BatchPlanTest, RefusesADirectoryWithoutInputs) {
-  EXPECT_EQ(MessageOf([&] { Plan({m_directory.Path(), "-F", "wiff"}); }), "There is no input file");
+  EXPECT_EQ(MessageOf([&] {
+              Plan({m_directory.Path(), "-F", "wiff"});
+            }),
+            "There is no input file. No .wiff file in " + m_directory.Path() +
+                ". It has 3 .ms1 (-F ms1), 1 .mzml (-F mzml).");
 }
 
 TEST_F(BatchPlanTest, RefusesOptionsAsTarvekDoes) {

@@ -27,10 +27,21 @@ class BatchReportTest : public testing::Test {
     m_tasks = {TaskOfSize("a.ms1", 999), TaskOfSize("b.ms1", 0), TaskOfSize("c.ms1", 1999),
                TaskOfSize("d.ms1", 5)};
     m_tasks[1].m_is_finished = true;
-    m_results = {{BatchState::kDone, 1250, ""},
-                 {BatchState::kFinishedBefore, 0, ""},
-                 {BatchState::kFailed, 90, "no such scan"},
-                 {BatchState::kNotStarted, 0, ""}};
+    m_results.resize(4);
+    m_results[0] = Ended(BatchState::kDone, 1250);
+    m_results[0].m_record.m_counts = {
+        {"ms2_read", 321}, {"ms2_exported", 318}, {"precursors", 701}};
+    m_results[1].m_state = BatchState::kFinishedBefore;
+    m_results[2] = Ended(BatchState::kFailed, 90);
+    m_results[2].m_reason = "no such scan";
+  }
+
+  static BatchResult Ended(BatchState state, std::int64_t milliseconds) {
+    BatchResult result;
+    result.m_state = state;
+    result.m_milliseconds = milliseconds;
+    result.m_has_started = true;
+    return result;
   }
 
   std::vector<BatchTask> m_tasks;
@@ -45,7 +56,7 @@ TEST_F(BatchReportTest, NamesTheTaskThatEnded) {
 }
 
 TEST_F(BatchReportTest, TellsTheTimeLeftFromTheSizesOfWhatIsDone) {
-  m_results[2] = {BatchState::kRunning, 0, ""};
+  m_results[2] = Ended(BatchState::kRunning, 0);
   m_tasks[3].m_size_bytes = 999;
   // 1000 bytes took 30 s, 3000 are left: a size counts one byte more, so that empty files count.
   EXPECT_EQ(BatchProgressLine({m_tasks, m_results, nullptr}, 30'000),
@@ -53,7 +64,7 @@ TEST_F(BatchReportTest, TellsTheTimeLeftFromTheSizesOfWhatIsDone) {
 }
 
 TEST_F(BatchReportTest, TellsNoTimeLeftBeforeAnythingIsDone) {
-  m_results[0] = m_results[2] = {BatchState::kRunning, 0, ""};
+  m_results[0] = m_results[2] = Ended(BatchState::kRunning, 0);
   EXPECT_EQ(BatchProgressLine({m_tasks, m_results, nullptr}, 30'000),
             "[#######.......................] 1/4 files, 2 running");
 }
@@ -65,7 +76,7 @@ TEST_F(BatchReportTest, CountsFailuresInTheProgress) {
 }
 
 TEST_F(BatchReportTest, TellsNoTimeLeftFromAFileThatFailedAtOnce) {
-  m_results[0] = {BatchState::kRunning, 0, ""};
+  m_results[0] = Ended(BatchState::kRunning, 0);
   m_tasks[2].m_size_bytes = 2'000'000'000;
   EXPECT_EQ(BatchProgressLine({m_tasks, m_results, nullptr}, 30'000),
             "[###############...............] 2/4 files, 1 running, 1 failed");
@@ -73,12 +84,39 @@ TEST_F(BatchReportTest, TellsNoTimeLeftFromAFileThatFailedAtOnce) {
 
 TEST_F(BatchReportTest, SumsUpInTheOrderOfTheTasks) {
   EXPECT_EQ(BatchSummary(m_tasks, m_results, 61'000),
-            "state             seconds  input\n"
-            "done                  1.2  a.ms1\n"
-            "finished before            b.ms1\n"
-            "failed                0.1  c.ms1: no such scan (log: logs/c.ms1)\n"
-            "not started                d.ms1\n"
+            "state            MS2 scans  exported  precursors  seconds  input\n"
+            "done                   321       318         701      1.2  a.ms1\n"
+            "finished before                                            b.ms1\n"
+            "failed                                                0.1  c.ms1: no such scan (log: "
+            "logs/c.ms1)\n"
+            "not started                                                d.ms1\n"
+            "all                    321       318         701     61.0\n"
             "1 done, 1 finished before, 1 failed, 1 not started, in 61.0 s\n");
+}
+
+TEST_F(BatchReportTest, SaysThatAFinishedInputHadOtherSettings) {
+  m_tasks[1].m_other_settings = "isolation_width 2.000000, now 3.000000";
+  EXPECT_EQ(BatchLine({m_tasks, m_results, &m_tasks[1]}),
+            "[3/4] finished before: b.ms1: with other settings: isolation_width 2.000000, now "
+            "3.000000");
+  EXPECT_NE(BatchSummary(m_tasks, m_results, 0).find("b.ms1: with other settings: isolation"),
+            std::string::npos);
+}
+
+TEST_F(BatchReportTest, NamesNoLogOfWhatWasNotStarted) {
+  m_results[2].m_has_started = false;
+  EXPECT_EQ(BatchLine({m_tasks, m_results, &m_tasks[2]}), "[3/4] failed: c.ms1: no such scan");
+}
+
+TEST_F(BatchReportTest, GroupsTheWarningsOfTheChecks) {
+  m_results[0].m_warnings = {{"width", "It is 4."}, {"width", "Again."}, {"dots", "It has dots."}};
+  m_results[2].m_warnings = {{"width", "It is 3."}};
+  EXPECT_EQ(BatchLine({m_tasks, m_results, m_tasks.data()}),
+            "[3/4] done, 1.2 s: a.ms1; check: width, dots");
+  const std::string summary = BatchSummary(m_tasks, m_results, 0);
+  EXPECT_EQ(summary.substr(0, summary.find("state")),
+            "warning: dots: a.ms1: It has dots.\n"
+            "warning: width: a.ms1 and 1 more: It is 4.\n");
 }
 
 TEST(FailureReason, IsTheLastErrorElseTheLastLineElseTheStatus) {

@@ -15,6 +15,9 @@ NAME = "[A-Za-z0-9_][A-Za-z0-9_-]*"
 KINDS = {".mzml": "xml", ".mzxml": "xml", ".mzml.gz": "xml", ".mzxml.gz": "xml",
          ".raw": "raw", ".wiff": "wiff"}
 
+ANALYSER = "(ms[12]=)?(FTMS|ITMS)(,(ms[12]=)?(FTMS|ITMS))*"
+ACTIVATIONS = ("HCD", "CID", "ETD", "ETHCD", "ETCID")
+
 
 @dataclasses.dataclass(frozen=True)
 class Sample:
@@ -53,6 +56,17 @@ def settings_of(row, where, config):
     if not re.fullmatch(r"-?[0-9]+t-?[0-9]+", charges):
         raise SystemExit(f"{where}: charge_range is '{charges}' and not like 2t6 or -3t-1")
     return width, charges, f"--faims {faims:g}" if row["faims"] else ""
+
+
+def extraction_environment(config):
+    """What the extractor is told through its environment, as the shell takes it in front of a command."""
+    analyser, activation = (str(config[key] or "").strip() for key in ("analyser", "activation"))
+    if analyser and not re.fullmatch(ANALYSER, analyser):
+        raise SystemExit(f"analyser is '{analyser}' and not FTMS, ITMS or like ms1=FTMS,ms2=ITMS")
+    if activation and activation not in ACTIVATIONS:
+        raise SystemExit(f"activation is '{activation}' and none of {', '.join(ACTIVATIONS)}")
+    given = (("TARVEK_ANALYSER", analyser), ("TARVEK_ACTIVATION", activation))
+    return " ".join(f"{name}={value}" for name, value in given if value)
 
 
 def sample_of(row, where, directory, config):

@@ -5,7 +5,7 @@ import unittest
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).parent.parent / "scripts"))
-from sample_sheet import read_samples
+from sample_sheet import extraction_environment, read_samples
 
 CONFIG = {"isolation_width": 2.0, "charge_range": "2t6", "fasta": ""}
 
@@ -74,6 +74,21 @@ class SampleSheet(unittest.TestCase):
             self.assertIn(str(self.sheet), message)
             self.assertIn("no UTF-8 text", message)
         self.assertIn("r\u00fcn.mzML", self.read("sample\tfile\na\tr\u00fcn.mzML\n".encode("utf-8-sig"))["a"].file)
+
+
+class ExtractionEnvironment(unittest.TestCase):
+    def test_it_holds_what_the_configuration_says(self):
+        self.assertEqual(extraction_environment({"analyser": "", "activation": None}), "")
+        self.assertEqual(extraction_environment({"analyser": "ms1=FTMS,ms2=ITMS", "activation": "ETD"}),
+                         "TARVEK_ANALYSER=ms1=FTMS,ms2=ITMS TARVEK_ACTIVATION=ETD")
+        self.assertEqual(extraction_environment({"analyser": "ITMS", "activation": ""}), "TARVEK_ANALYSER=ITMS")
+
+    def test_other_words_are_refused(self):
+        for analyser in ("quadrupole", "FTMS; rm x", "ms3=FTMS", "ftms"):
+            with self.assertRaisesRegex(SystemExit, "analyser is '"):
+                extraction_environment({"analyser": analyser, "activation": ""})
+        with self.assertRaisesRegex(SystemExit, "activation is 'hcd' and none of HCD"):
+            extraction_environment({"analyser": "", "activation": "hcd"})
 
 
 if __name__ == "__main__":
