@@ -103,13 +103,6 @@ TEST(DamagedInput, UnsupportedCompression) {
               "m/z array uses a compression that is not supported: term 1003780");
 }
 
-TEST(DamagedInput, NoArrayLength) {
-  std::string xml = Mzml({Survey(5)});
-  const std::string length = "defaultArrayLength=\"2\"";
-  xml.replace(xml.find(length), length.size(), "");
-  ExpectNamed(ExtractionError(xml), "declares no array length");
-}
-
 TEST(DamagedInput, MzxmlPeaks) {
   test::TestMzxmlScan scan;
   scan.m_number = 5;
