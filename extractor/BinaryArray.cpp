@@ -82,8 +82,13 @@ void ConvertNumpress(std::string& bytes, Numpress kind, std::vector<double>& num
 }
 
 std::string LengthError(std::size_t found, std::int64_t declared) {
+  if (declared == kUnknownLength) return "ends inside a number";
   return "holds " + std::to_string(found) + " numbers where " + std::to_string(declared) +
          " are declared";
+}
+
+std::string TooManyError() {
+  return "holds more than " + std::to_string(kMaxArrayLength) + " numbers, which cannot be";
 }
 
 void CheckNumbers(const std::vector<double>& numbers) {
@@ -103,11 +108,14 @@ void ArrayDecoder::Unpack(const ArrayEncoding& encoding, std::int64_t count,
   // numpress takes at most 5 bytes a number and two reals
   const std::size_t width = encoding.m_numpress == Numpress::kNone ? WidthOf(encoding.m_type) : 8;
   const std::size_t slack = encoding.m_numpress == Numpress::kNone ? 0 : kNumpressSlack;
-  const std::size_t max_bytes = static_cast<std::size_t>(count) * width + slack;
+  const std::int64_t most = count == kUnknownLength ? kMaxArrayLength : count;
+  const std::size_t max_bytes = static_cast<std::size_t>(most) * width + slack;
   if (!m_inflater.InflateAll(m_bytes, max_bytes, m_inflated))
     throw what + " holds damaged zlib data";
   if (m_inflated.size() > max_bytes)
-    throw what + " holds more than the " + std::to_string(count) + " numbers declared";
+    throw what + (count == kUnknownLength
+                      ? " " + TooManyError()
+                      : " holds more than the " + std::to_string(most) + " numbers declared");
   m_bytes.swap(m_inflated);
 }
 
@@ -116,7 +124,7 @@ void ArrayDecoder::Decode(std::string_view text, const ArrayEncoding& encoding, 
   const std::string name(what);
   if (!encoding.m_unsupported.empty())
     throw name + " uses a compression that is not supported: " + encoding.m_unsupported;
-  if (count < 0 || count > kMaxArrayLength)
+  if (count != kUnknownLength && (count < 0 || count > kMaxArrayLength))
     throw name + " declares " + std::to_string(count) + " numbers, which cannot be";
   if (!DecodeBase64(text, m_bytes)) throw name + " is no base64 text";
   Unpack(encoding, count, name);
@@ -128,7 +136,9 @@ void ArrayDecoder::Decode(std::string_view text, const ArrayEncoding& encoding, 
       if (m_bytes.size() % width != 0) throw LengthError(m_bytes.size() / width, count);
       ConvertPlain(m_bytes, encoding, numbers);
     }
-    if (numbers.size() != static_cast<std::size_t>(count)) throw LengthError(numbers.size(), count);
+    if (numbers.size() > static_cast<std::size_t>(kMaxArrayLength)) throw TooManyError();
+    if (count != kUnknownLength && numbers.size() != static_cast<std::size_t>(count))
+      throw LengthError(numbers.size(), count);
     CheckNumbers(numbers);
   } catch (const std::string& detail) {
     throw name + " " + detail;

@@ -29,11 +29,14 @@ struct ArrayEncoding {
 /// No spectrum has more peaks; a larger number is a damaged file.
 inline constexpr std::int64_t kMaxArrayLength = 20'000'000;
 
+/// The file does not say how many numbers an array has.
+inline constexpr std::int64_t kUnknownLength = -1;
+
 class ArrayDecoder {
  public:
-  /// Replaces numbers by the count numbers that text encodes. Throws when the text is damaged, the
-  /// compression is unknown, there are more or fewer numbers, or one is no finite number. what: the
-  /// name of the array in messages, as "m/z array".
+  /// Replaces numbers by the count numbers that text encodes; with kUnknownLength, by as many as
+  /// there are. Throws when the text is damaged, the compression is unknown, there are more or fewer
+  /// numbers, or one is no finite number. what: the name of the array in messages, as "m/z array".
   void Decode(std::string_view text, const ArrayEncoding& encoding, std::int64_t count,
               std::string_view what, std::vector<double>& numbers);
 

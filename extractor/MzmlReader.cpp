@@ -1,18 +1,25 @@
 #include "MzmlReader.h"
 
+#include <algorithm>
 #include <map>
 #include <utility>
 
+#include "ActivationWords.h"
 #include "AttributeNumber.h"
 #include "BinaryArray.h"
+#include "ElementNesting.h"
+#include "InstrumentTerms.h"
+#include "MzmlElements.h"
 #include "NumberText.h"
 
 namespace tarvek::extractor {
 namespace {
 
-/// One cvParam; its texts borrow from the parser or from a stored group.
+using namespace mzml;
+
+/// One cvParam or userParam; its texts borrow from the parser or from a stored group.
 struct Param {
-  std::int32_t m_accession = 0;  // the number of an MS: term, 0 for other vocabularies
+  std::int32_t m_accession = 0;  // the number of an MS: term, 0 for others
   std::string_view m_value;
   std::string_view m_unit;  // accession of the unit
   std::string_view m_name;
@@ -23,21 +30,6 @@ struct StoredParam {
   std::string m_value;
   std::string m_unit;
   std::string m_name;
-};
-
-/// What the cvParams of the present element speak of.
-enum class Place {
-  kOther,
-  kGroup,
-  kConfiguration,
-  kAnalyser,
-  kDetector,
-  kSpectrum,
-  kScan,
-  kWindow,
-  kIon,
-  kActivation,
-  kArray
 };
 
 enum class ArrayKind { kOther, kMz, kIntensity };
@@ -58,75 +50,19 @@ Param ParamOf(const XmlAttributes& attributes) {
   return param;
 }
 
-/// Seconds in the unit of a time; a time without unit is in minutes, as most writers have it.
+/// Seconds in a unit of time; 0 for other units and none. The MS: terms are those of old files.
 double SecondsPer(std::string_view unit) {
-  if (unit == "UO:0000010") return 1.0;
+  if (unit == "UO:0000010" || unit == "MS:1000039") return 1.0;
+  if (unit == "UO:0000031" || unit == "MS:1000038") return 60.0;
   if (unit == "UO:0000028") return 1e-3;
-  return unit == "UO:0000032" ? 3600.0 : 60.0;
+  return unit == "UO:0000032" ? 3600.0 : 0.0;
 }
 
-Analyser AnalyserOf(std::int32_t accession) {
-  switch (accession) {
-    case 1000484:  // orbitrap
-    case 1000079:  // Fourier transform ion cyclotron resonance
-    case 1003379:  // asymmetric track
-      return Analyser::kFourier;
-    case 1000084:
-      return Analyser::kTimeOfFlight;
-    case 1000264:  // ion trap
-    case 1000291:  // linear ion trap
-    case 1000082:  // quadrupole ion trap
-    case 1000083:  // radial ejection linear ion trap
-    case 1000078:  // axial ejection linear ion trap
-      return Analyser::kIonTrap;
-    case 1000080:  // magnetic sector
-    case 1000081:  // quadrupole
-    case 1000254:  // electrostatic energy analyser
-    case 1000284:  // stored waveform inverse Fourier transform
-    case 1000288:  // cyclotron
-      return Analyser::kOther;
-    default:
-      return Analyser::kUnknown;
-  }
-}
-
-/// The bit of a dissociation method; 0 for terms that are none.
-unsigned ActivationOf(std::int32_t accession) {
-  switch (accession) {
-    case 1000133:
-    case 1002472:
-    case 1002679:  // supplemental collision-induced
-      return kActivationCid;
-    case 1000422:
-    case 1002481:
-    case 1002678:  // supplemental beam-type
-      return kActivationHcd;
-    case 1000598:
-      return kActivationEtd;
-    case 1002631:
-      return kActivationEthcd;
-    case 1003182:
-      return kActivationEtcid;
-    case 1000134:  // plasma desorption
-    case 1000135:  // post-source decay
-    case 1000136:  // surface-induced
-    case 1000242:  // blackbody infrared radiative
-    case 1000250:  // electron capture
-    case 1000262:  // infrared multiphoton
-    case 1000282:  // sustained off-resonance irradiation
-    case 1000433:  // low-energy collision-induced
-    case 1000435:  // photodissociation
-    case 1000599:  // pulsed q
-    case 1001880:  // in-source collision-induced
-    case 1002000:  // LIFT
-    case 1003246:  // ultraviolet
-    case 1003247:  // negative electron transfer
-    case 1003294:  // electron activated
-      return kActivationOther;
-    default:
-      return 0;
-  }
-}
+/// The analyser of each instrument component, with its place in the order of components.
+struct OrderedAnalyser {
+  std::int32_t m_order = 0;
+  Analyser m_analyser = Analyser::kUnknown;
+};
 
 Numpress NumpressOf(std::int32_t accession) {
   switch (accession) {
@@ -175,58 +111,64 @@ class MzmlReader final : public XmlHandler {
   void OnStart(std::string_view name, const XmlAttributes& attributes) override;
   void OnEnd(std::string_view name) override;
   void OnText(std::string_view text) override {
-    if (m_collects_text) m_text += text;
+    if (m_collects_text && m_nesting.Outer(0) == kBinary) m_text += text;
   }
 
  private:
-  Place Enter(std::string_view name, const XmlAttributes& attributes);
-  Place EnterInSpectrum(std::string_view name, const XmlAttributes& attributes);
+  int Enter(std::string_view name);
+  void Start(Element element, const XmlAttributes& attributes);
+  void StartInSpectrum(Element element, const XmlAttributes& attributes);
+  void StartConfiguration(const XmlAttributes& attributes);
+  void EndConfiguration();
   void StartSpectrum(const XmlAttributes& attributes);
   void StartScan(const XmlAttributes& attributes);
   void StartPrecursor(const XmlAttributes& attributes);
   void StartArray(const XmlAttributes& attributes);
+  void StartBinary();
   void EndSpectrum();
   void EndArray();
-  void FinishAnalyser();
-  void ApplyToConfiguration(const Param& param);
 
   void Apply(const Param& param);
   void ApplyGroup(std::string_view id);
+  void ApplyToConfiguration(const Param& param);
+  void ApplyInSpectrum(const Param& param);
   void ApplyToSpectrum(const Param& param);
   void ApplyToScan(const Param& param);
+  void ApplyTime(const Param& param);
   void ApplyToWindow(const Param& param);
   void ApplyToIon(const Param& param);
   void ApplyToActivation(const Param& param);
   void ApplyToArray(const Param& param);
 
+  [[nodiscard]] std::int64_t LengthOf(std::string_view text) const;
+  const InstrumentConfiguration* ConfigurationOfScan() const;
   bool WantsPeaks();
+  void RefuseBehindArrays(const char* name) const;
   void JoinPeaks();
   [[noreturn]] void Fail(const std::string& detail) const;
 
   ScanConsumer* m_consumer;
-  std::vector<Place> m_places;
+  ElementNesting m_nesting{MzmlRules()};
   std::map<std::string, std::vector<StoredParam>, std::less<>> m_groups;
-  std::vector<StoredParam>* m_group = nullptr;
+  std::vector<StoredParam>* m_group = nullptr;  // that is being read, inside its element
 
-  // The analyser of each instrument configuration is its last one.
-  std::map<std::string, Analyser, std::less<>> m_analysers;
-  std::string m_configuration;
-  std::int32_t m_analyser_order = 0;
-  std::int32_t m_best_order = 0;
-  Analyser m_analyser = Analyser::kUnknown;
-  std::string m_default_configuration;
+  // The consumer borrows them for a call, so they must stay where they are.
   std::map<std::string, InstrumentConfiguration, std::less<>> m_configurations;
+  InstrumentConfiguration* m_configuration = nullptr;  // as m_group
+  std::vector<OrderedAnalyser> m_analysers;            // of m_configuration
+  std::string m_default_configuration;
 
   ExtractedScan m_scan;
   std::int64_t m_position = 0;
   bool m_in_spectrum = false;
-  bool m_in_product = false;
   int m_scan_elements = 0;
   std::string m_scan_configuration;
+  DeclaredActivation m_activation;
   std::optional<bool> m_wants_peaks;
 
   ArrayEncoding m_encoding;
   ArrayKind m_array_kind = ArrayKind::kOther;
+  bool m_has_own_length = false;
   std::int64_t m_array_length = 0;
   bool m_collects_text = false;
   std::string m_text;
@@ -239,96 +181,150 @@ class MzmlReader final : public XmlHandler {
 };
 
 void MzmlReader::Fail(const std::string& detail) const {
+  if (!m_in_spectrum) throw detail;
+  if (m_scan.m_id.empty())
+    throw "spectrum number " + std::to_string(m_scan.m_position + 1) +
+        ", which has no id: " + detail;
   throw "spectrum \"" + m_scan.m_id + "\": " + detail;
 }
 
+int MzmlReader::Enter(std::string_view name) {
+  try {
+    return m_nesting.Enter(name);
+  } catch (const std::string& detail) {
+    Fail(detail);
+  }
+}
+
 void MzmlReader::OnStart(std::string_view name, const XmlAttributes& attributes) {
-  if (name == "cvParam") {
-    Apply(ParamOf(attributes));
-  } else if (name == "referenceableParamGroupRef") {
-    ApplyGroup(attributes.Get("ref"));
-  } else {
-    m_places.push_back(m_in_spectrum ? EnterInSpectrum(name, attributes) : Enter(name, attributes));
+  const int element = Enter(name);
+  switch (element) {
+    case ElementNesting::kNone:
+      return;
+    case kCvParam:
+    case kUserParam:
+      return Apply(ParamOf(attributes));
+    case kReferenceableParamGroupRef:
+      return ApplyGroup(attributes.Get("ref"));
+    default:
+      break;
+  }
+  if (m_in_spectrum)
+    StartInSpectrum(static_cast<Element>(element), attributes);
+  else
+    Start(static_cast<Element>(element), attributes);
+}
+
+void MzmlReader::Start(Element element, const XmlAttributes& attributes) {
+  switch (element) {
+    case kReferenceableParamGroup:
+      m_group = &m_groups[std::string(attributes.Get("id"))];
+      m_group->clear();  // of two groups with one id the later holds
+      return;
+    case kInstrumentConfiguration:
+      return StartConfiguration(attributes);
+    case kAnalyzer:
+      m_analysers.push_back({ParseInteger(attributes.Get("order")), Analyser::kUnknown});
+      return;
+    case kRun:
+      m_default_configuration = attributes.Get("defaultInstrumentConfigurationRef");
+      return;
+    case kSpectrumList:
+      return m_consumer->OnDeclaredCount(ParseInteger(attributes.Get("count")));
+    case kSpectrum:
+      return StartSpectrum(attributes);
+    default:
+      return;
   }
 }
 
-void MzmlReader::OnEnd(std::string_view name) {
-  if (name == "cvParam" || name == "referenceableParamGroupRef") return;
-  m_places.pop_back();
-  if (name == "binary") m_collects_text = false;
-  if (name == "binaryDataArray" && m_in_spectrum) EndArray();
-  if (name == "product") m_in_product = false;
-  if (name == "spectrum") EndSpectrum();
-  if (name == "referenceableParamGroup") m_group = nullptr;
-  if (name == "analyzer") FinishAnalyser();
+// The table of elements sees to it that a selected ion, a window and an activation have a
+// precursor around them, and a binary its array.
+void MzmlReader::StartInSpectrum(Element element, const XmlAttributes& attributes) {
+  switch (element) {
+    case kScan:
+      return StartScan(attributes);
+    case kPrecursor:
+      return StartPrecursor(attributes);
+    case kSelectedIon:
+      m_scan.m_precursors.back().m_ions.emplace_back();
+      return;
+    case kBinaryDataArray:
+      return StartArray(attributes);
+    case kBinary:
+      return StartBinary();
+    default:
+      return;
+  }
 }
 
-Place MzmlReader::Enter(std::string_view name, const XmlAttributes& attributes) {
-  if (name == "spectrum") {
-    StartSpectrum(attributes);
-    return Place::kSpectrum;
+void MzmlReader::OnEnd(std::string_view) {
+  switch (m_nesting.Leave()) {
+    case kReferenceableParamGroup:
+      m_group = nullptr;
+      return;
+    case kInstrumentConfiguration:
+      return EndConfiguration();
+    case kBinary:
+      m_collects_text = false;
+      return;
+    case kBinaryDataArray:
+      if (m_in_spectrum) EndArray();
+      return;
+    case kSpectrum:
+      return EndSpectrum();
+    default:
+      return;
   }
-  if (name == "referenceableParamGroup") {
-    m_group = &m_groups[std::string(attributes.Get("id"))];
-    return Place::kGroup;
-  }
-  if (name == "instrumentConfiguration") {
-    m_configuration = attributes.Get("id");
-    m_best_order = 0;
-    return Place::kConfiguration;
-  } else if (name == "detector") {
-    return Place::kDetector;
-  } else if (name == "analyzer") {
-    m_analyser = Analyser::kUnknown;
-    m_analyser_order = ParseInteger(attributes.Get("order"));
-    return Place::kAnalyser;
-  } else if (name == "run") {
-    m_default_configuration = attributes.Get("defaultInstrumentConfigurationRef");
-  } else if (name == "spectrumList") {
-    m_consumer->OnDeclaredCount(ParseInteger(attributes.Get("count")));
-  }
-  return Place::kOther;
 }
 
-Place MzmlReader::EnterInSpectrum(std::string_view name, const XmlAttributes& attributes) {
-  if (name == "spectrum") Fail("holds another spectrum");
-  if (name == "product") m_in_product = true;
-  if (name == "binaryDataArray") {
-    StartArray(attributes);
-    return Place::kArray;
-  }
-  if (name == "binary") m_collects_text = m_array_kind != ArrayKind::kOther && WantsPeaks();
-  if (name == "scan") {
-    StartScan(attributes);
-    return m_scan_elements == 1 ? Place::kScan : Place::kOther;
-  }
-  if (name == "precursor") StartPrecursor(attributes);
-  if (m_scan.m_precursors.empty() || m_in_product) return Place::kOther;
-  if (name == "isolationWindow") return Place::kWindow;
-  if (name == "activation") return Place::kActivation;
-  if (name != "selectedIon") return Place::kOther;
-  m_scan.m_precursors.back().m_ions.emplace_back();
-  return Place::kIon;
+// Of two configurations with one id the later holds.
+void MzmlReader::StartConfiguration(const XmlAttributes& attributes) {
+  m_configuration = &m_configurations[std::string(attributes.Get("id"))];
+  *m_configuration = {};
+  m_analysers.clear();
+}
+
+void MzmlReader::EndConfiguration() {
+  std::ranges::stable_sort(m_analysers, {}, &OrderedAnalyser::m_order);
+  for (const OrderedAnalyser& one : m_analysers)
+    m_configuration->m_analysers.push_back(one.m_analyser);
+  m_configuration = nullptr;
+}
+
+// kUnknownLength where text is empty, and the arrays decide.
+std::int64_t MzmlReader::LengthOf(std::string_view text) const {
+  if (text.empty()) return kUnknownLength;
+  const auto length = ScanInteger64(text);
+  if (length.m_status != NumberStatus::kOk || length.m_value < 0)
+    Fail("declares an array length that cannot be: " + std::string(text));
+  return length.m_value;
 }
 
 void MzmlReader::StartSpectrum(const XmlAttributes& attributes) {
   m_scan = {};
   m_scan.m_id = attributes.Get("id");
   m_scan.m_position = m_position++;
-  const auto length = ScanInteger64(attributes.Get("defaultArrayLength"));
-  if (length.m_status != NumberStatus::kOk || length.m_value < 0) Fail("declares no array length");
-  m_scan.m_peak_count = length.m_value;
   m_in_spectrum = true;
+  m_scan.m_peak_count = LengthOf(attributes.Get("defaultArrayLength"));
   m_scan_elements = 0;
   m_scan_configuration.clear();
   m_wants_peaks.reset();
 }
 
+// A consumer that was asked for the peaks would have been told too little.
+void MzmlReader::RefuseBehindArrays(const char* name) const {
+  if (m_wants_peaks) Fail("element " + std::string(name) + " must not be behind the arrays");
+}
+
 void MzmlReader::StartScan(const XmlAttributes& attributes) {
+  RefuseBehindArrays("scan");
   if (++m_scan_elements == 1) m_scan_configuration = attributes.Get("instrumentConfigurationRef");
 }
 
 void MzmlReader::StartPrecursor(const XmlAttributes& attributes) {
+  RefuseBehindArrays("precursor");
+  m_activation = {};
   DeclaredPrecursor& precursor = m_scan.m_precursors.emplace_back();
   // A spectrum of another file says nothing here.
   if (attributes.Get("externalSpectrumID").empty())
@@ -339,19 +335,31 @@ void MzmlReader::StartArray(const XmlAttributes& attributes) {
   m_encoding = {};
   m_array_kind = ArrayKind::kOther;
   m_text.clear();
-  const std::string_view own_length = attributes.Get("arrayLength");
-  m_array_length = own_length.empty() ? m_scan.m_peak_count : ScanInteger64(own_length).m_value;
+  const std::int64_t own_length = LengthOf(attributes.Get("arrayLength"));
+  m_has_own_length = own_length != kUnknownLength;
+  m_array_length = m_has_own_length ? own_length : m_scan.m_peak_count;
+}
+
+void MzmlReader::StartBinary() {
+  if (m_array_kind == ArrayKind::kOther) return;
+  if (m_has_own_length && m_array_length > 0 && !m_wants_peaks)
+    m_scan.m_peak_count = m_array_length;
+  m_collects_text = WantsPeaks();
+}
+
+const InstrumentConfiguration* MzmlReader::ConfigurationOfScan() const {
+  const auto found = m_configurations.find(m_scan_configuration.empty() ? m_default_configuration
+                                                                        : m_scan_configuration);
+  if (found != m_configurations.end()) return &found->second;
+  return m_configurations.size() == 1 ? &m_configurations.begin()->second : nullptr;
 }
 
 // Known before the peaks come, so that unwanted ones cost nothing.
 bool MzmlReader::WantsPeaks() {
   if (!m_wants_peaks) {
-    const auto found = m_analysers.find(m_scan_configuration.empty() ? m_default_configuration
-                                                                     : m_scan_configuration);
-    if (found != m_analysers.end()) m_scan.m_analyser = found->second;
-    const auto configuration = m_configurations.find(
-        m_scan_configuration.empty() ? m_default_configuration : m_scan_configuration);
-    if (configuration != m_configurations.end()) m_scan.m_configuration = &configuration->second;
+    m_scan.m_configuration = ConfigurationOfScan();
+    if (m_scan.m_configuration != nullptr)
+      m_scan.m_analyser = LastKnownAnalyser(*m_scan.m_configuration);
     m_scan.m_has_own_analyser = !m_scan_configuration.empty();
     m_wants_peaks = m_consumer->WantsPeaks(m_scan);
   }
@@ -359,10 +367,14 @@ bool MzmlReader::WantsPeaks() {
 }
 
 void MzmlReader::EndArray() {
-  if (m_array_kind == ArrayKind::kOther || m_array_length == 0 || !WantsPeaks()) return;
+  if (m_array_kind == ArrayKind::kOther || m_scan.m_peak_count == 0 || !WantsPeaks()) return;
   const bool is_mz = m_array_kind == ArrayKind::kMz;
   std::optional<std::vector<double>>& numbers = is_mz ? m_mz : m_intensity;
   numbers.emplace(std::move(is_mz ? m_spare_mz : m_spare_intensity));
+  if (m_array_length == 0) {
+    numbers->clear();
+    return;
+  }
   try {
     m_decoder.Decode(m_text, m_encoding, m_array_length, is_mz ? "m/z array" : "intensity array",
                      *numbers);
@@ -382,77 +394,89 @@ void MzmlReader::JoinPeaks() {
 }
 
 void MzmlReader::EndSpectrum() {
-  m_in_spectrum = false;
   m_peaks.clear();
+  // A spectrum that says nothing of arrays and has none is empty.
+  if (m_scan.m_peak_count == kUnknownLength && !m_wants_peaks) m_scan.m_peak_count = 0;
   if (WantsPeaks() && (m_scan.m_peak_count > 0 || m_mz || m_intensity)) JoinPeaks();
-  if (m_mz) m_spare_mz = std::move(*m_mz);
+  if (m_mz) {
+    m_scan.m_peak_count = static_cast<std::int64_t>(m_mz->size());
+    m_spare_mz = std::move(*m_mz);
+  }
   if (m_intensity) m_spare_intensity = std::move(*m_intensity);
   m_mz.reset();
   m_intensity.reset();
+  m_in_spectrum = false;
   m_consumer->OnScan(m_scan, m_peaks);
 }
 
-void MzmlReader::FinishAnalyser() {
-  m_configurations[m_configuration].m_analysers.push_back(m_analyser);
-  if (m_analyser == Analyser::kUnknown || m_analyser_order < m_best_order) return;
-  m_best_order = m_analyser_order;
-  m_analysers[m_configuration] = m_analyser;
-}
-
 void MzmlReader::ApplyGroup(std::string_view id) {
+  if (m_group != nullptr)
+    throw std::string(
+        "element referenceableParamGroupRef must not be inside "
+        "referenceableParamGroup");
   const auto group = m_groups.find(id);
-  if (group == m_groups.end() || m_group != nullptr) return;
+  if (group == m_groups.end()) return;
   for (const StoredParam& param : group->second)
     Apply({param.m_accession, param.m_value, param.m_unit, param.m_name});
 }
 
+// The element of the parameter, or of the reference to its group, is the innermost.
 void MzmlReader::Apply(const Param& param) {
-  switch (m_places.empty() ? Place::kOther : m_places.back()) {
-    case Place::kOther:
-      return;
-    case Place::kGroup:
+  if (m_in_spectrum) return ApplyInSpectrum(param);
+  switch (m_nesting.Outer(1)) {
+    case kReferenceableParamGroup:
       m_group->push_back({param.m_accession, std::string(param.m_value), std::string(param.m_unit),
                           std::string(param.m_name)});
       return;
-    case Place::kAnalyser:
-      if (AnalyserOf(param.m_accession) != Analyser::kUnknown)
-        m_analyser = AnalyserOf(param.m_accession);
-      return;
-    case Place::kConfiguration:
+    case kInstrumentConfiguration:
       return ApplyToConfiguration(param);
-    case Place::kDetector:
-      if (param.m_accession == 1000624)
-        m_configurations[m_configuration].m_has_inductive_detector = true;
+    case kAnalyzer:
+      if (const Analyser analyser = AnalyserOfTerm(param.m_accession);
+          analyser != Analyser::kUnknown)
+        m_analysers.back().m_analyser = analyser;
       return;
-    case Place::kSpectrum:
-      return ApplyToSpectrum(param);
-    case Place::kScan:
-      return ApplyToScan(param);
-    case Place::kWindow:
-      return ApplyToWindow(param);
-    case Place::kIon:
-      return ApplyToIon(param);
-    case Place::kActivation:
-      return ApplyToActivation(param);
-    case Place::kArray:
-      return ApplyToArray(param);
+    case kDetector:
+      if (IsInductiveTerm(param.m_accession) || IsInductiveWord(param.m_name))
+        m_configuration->m_has_inductive_detector = true;
+      return;
+    default:
+      return;
   }
 }
 
+// The first term that may be a model is it; without one, a text.
 void MzmlReader::ApplyToConfiguration(const Param& param) {
-  constexpr std::int32_t kSerialNumber = 1000529;
-  constexpr std::int32_t kModel = 1000031;
-  constexpr std::int32_t kCustomization = 1000032;
-  InstrumentConfiguration& configuration = m_configurations[m_configuration];
-  if (param.m_accession == 0 || param.m_accession == kSerialNumber ||
-      param.m_accession == kCustomization)
-    return;
-  if (param.m_accession == kModel) {
-    if (!param.m_value.empty()) configuration.m_model_name = param.m_value;
+  if (m_configuration->m_model_accession != 0) return;
+  if (MayBeModel(param.m_accession, param.m_name)) {
+    m_configuration->m_model_accession = param.m_accession;
+    m_configuration->m_model_name = param.m_name;
     return;
   }
-  configuration.m_model_accession = param.m_accession;
-  configuration.m_model_name = param.m_name;
+  if (HasModelValue(param.m_accession, param.m_name) && !param.m_value.empty())
+    m_configuration->m_model_name = param.m_value;
+}
+
+void MzmlReader::ApplyInSpectrum(const Param& param) {
+  switch (m_nesting.Outer(1)) {
+    case kSpectrum:
+    case kSpectrumDescription:
+      ApplyToSpectrum(param);
+      return ApplyToScan(param);
+    case kScan:
+      if (m_scan_elements == 1) ApplyToScan(param);
+      return;
+    case kIsolationWindow:
+      if (m_nesting.Outer(2) == kPrecursor) ApplyToWindow(param);
+      return;
+    case kSelectedIon:
+      return ApplyToIon(param);
+    case kActivation:
+      return ApplyToActivation(param);
+    case kBinaryDataArray:
+      return ApplyToArray(param);
+    default:
+      return;
+  }
 }
 
 void MzmlReader::ApplyToSpectrum(const Param& param) {
@@ -468,31 +492,25 @@ void MzmlReader::ApplyToSpectrum(const Param& param) {
     case 1000806:  // absorption spectrum
       m_scan.m_is_mass_spectrum = false;
       break;
-    case 1000129:
-      m_scan.m_polarity = Polarity::kNegative;
-      break;
-    case 1000130:
-      m_scan.m_polarity = Polarity::kPositive;
-      break;
     case 1000127:
       m_scan.m_mode = PeakMode::kCentroid;
       break;
     case 1000128:
       m_scan.m_mode = PeakMode::kProfile;
       break;
-    case 1001581:
-      m_scan.m_faims_volts = FiniteReal(param.m_value);
-      break;
     default:
       break;
   }
 }
 
+// What files say of the scan, and some of the spectrum.
 void MzmlReader::ApplyToScan(const Param& param) {
   switch (param.m_accession) {
-    case 1000016:
-      if (const auto time = FiniteReal(param.m_value))
-        m_scan.m_rt_seconds = *time * SecondsPer(param.m_unit);
+    case 1000129:
+      m_scan.m_polarity = Polarity::kNegative;
+      break;
+    case 1000130:
+      m_scan.m_polarity = Polarity::kPositive;
       break;
     case 1000927:
       m_scan.m_injection_ms = FiniteReal(param.m_value).value_or(0.0);
@@ -504,8 +522,23 @@ void MzmlReader::ApplyToScan(const Param& param) {
       m_scan.m_faims_volts = FiniteReal(param.m_value);
       break;
     default:
+      ApplyTime(param);
       break;
   }
+}
+
+// A scan start time without unit is in minutes, as most writers mean it. The other terms count
+// where there is none, and with a unit only.
+void MzmlReader::ApplyTime(const Param& param) {
+  constexpr std::int32_t kStartTime = 1000016;
+  constexpr std::int32_t kElutionTime = 1000826;
+  constexpr std::int32_t kRetentionTime = 1000894;
+  const bool is_start = param.m_accession == kStartTime;
+  if (!is_start && param.m_accession != kElutionTime && param.m_accession != kRetentionTime) return;
+  double unit = SecondsPer(param.m_unit);
+  if (is_start && unit == 0.0) unit = 60.0;
+  if (unit == 0.0 || (!is_start && m_scan.m_rt_seconds)) return;
+  if (const auto time = FiniteReal(param.m_value)) m_scan.m_rt_seconds = *time * unit;
 }
 
 void MzmlReader::ApplyToWindow(const Param& param) {
@@ -515,23 +548,27 @@ void MzmlReader::ApplyToWindow(const Param& param) {
   if (param.m_accession == 1000829) precursor.m_upper_offset = FiniteReal(param.m_value);
 }
 
+// The term "m/z" is what some writers, and old files, give in place of "selected ion m/z".
 void MzmlReader::ApplyToIon(const Param& param) {
   SelectedIon& ion = m_scan.m_precursors.back().m_ions.back();
-  if (param.m_accession == 1000744) ion.m_mz = FiniteReal(param.m_value).value_or(0.0);
+  const double mz = FiniteReal(param.m_value).value_or(0.0);
+  if (param.m_accession == 1000744) ion.m_mz = mz;
+  if (param.m_accession == 1000040 && ion.m_mz == 0.0) ion.m_mz = mz;
   if (param.m_accession == 1000041) ion.m_charge = ParseInteger(param.m_value);
   if (param.m_accession == 1000633) ion.m_possible_charges.push_back(ParseInteger(param.m_value));
 }
 
 void MzmlReader::ApplyToActivation(const Param& param) {
-  DeclaredPrecursor& precursor = m_scan.m_precursors.back();
-  const unsigned bit = ActivationOf(param.m_accession);
-  precursor.m_activation |= bit;
-  if (bit == kActivationOther) precursor.m_other_activation = param.m_name;
+  m_activation.Add(param.m_accession, param.m_name, param.m_value);
+  m_scan.m_precursors.back().m_activation = m_activation.Bits();
+  m_scan.m_precursors.back().m_other_activation = m_activation.OtherName();
 }
 
 void MzmlReader::ApplyToArray(const Param& param) {
   if (param.m_accession == 1000514) m_array_kind = ArrayKind::kMz;
   if (param.m_accession == 1000515) m_array_kind = ArrayKind::kIntensity;
+  if (IsMobilityArray(param.m_accession, param.m_name, param.m_value))
+    m_scan.m_has_mobility_array = true;
   ApplyEncoding(param, m_encoding);
 }
 

@@ -5,16 +5,21 @@
 #include <map>
 #include <utility>
 
+#include "ActivationWords.h"
 #include "AttributeNumber.h"
 #include "BinaryArray.h"
+#include "ElementNesting.h"
+#include "InstrumentTerms.h"
+#include "MzxmlElements.h"
 #include "NumberText.h"
 #include "StringUtils.h"
 
 namespace tarvek::extractor {
 namespace {
 
+using namespace mzxml;
+
 constexpr std::size_t kMaxNesting = 64;
-constexpr std::int64_t kUnknownCount = -1;
 
 /// "PT12.5S", "PT0.2M", "PT1H2M3S" or a plain number of seconds.
 std::optional<double> SecondsOf(std::string_view duration) {
@@ -33,30 +38,6 @@ std::optional<double> SecondsOf(std::string_view duration) {
   }
   if (!has_part || !std::isfinite(seconds)) return std::nullopt;
   return seconds;
-}
-
-Analyser AnalyserOf(std::string_view text) {
-  const std::string name = ToLower(text);
-  const auto has = [&](const char* word) { return name.find(word) != std::string::npos; };
-  if (has("orbitrap") || has("ftms") || has("fourier") || has("icr") || has("asymmetric track") ||
-      has("astms"))
-    return Analyser::kFourier;
-  if (has("itms") || has("ion trap") || has("iontrap") || name == "it") return Analyser::kIonTrap;
-  if (has("tof") || has("time-of-flight") || has("time of flight")) return Analyser::kTimeOfFlight;
-  if (has("quad") || has("sector") || name == "tqms" || name == "sqms") return Analyser::kOther;
-  return Analyser::kUnknown;
-}
-
-/// The bits of an activationMethod; supplemental activation without another word is collisional.
-unsigned ActivationOf(std::string_view method) {
-  const std::string name = ToLower(Trim(method));
-  static const std::map<std::string, unsigned, std::less<>> kWords = {
-      {"cid", kActivationCid},       {"hcd", kActivationHcd},       {"etd", kActivationEtd},
-      {"ethcd", kActivationEthcd},   {"etd+hcd", kActivationEthcd}, {"etcid", kActivationEtcid},
-      {"etd+cid", kActivationEtcid}, {"etd+sa", kActivationEtcid},  {"etd_sa", kActivationEtcid}};
-  if (name.empty()) return 0;
-  const auto word = kWords.find(name);
-  return word == kWords.end() ? static_cast<unsigned>(kActivationOther) : word->second;
 }
 
 /// The number of a scan in the form of a nativeID; empty when there is none.
@@ -106,10 +87,17 @@ class MzxmlReader final : public XmlHandler {
   void OnStart(std::string_view name, const XmlAttributes& attributes) override;
   void OnEnd(std::string_view name) override;
   void OnText(std::string_view text) override {
-    if (m_collects_text) m_text += text;
+    if (m_collects_text && m_nesting.Outer(0) != ElementNesting::kNone) m_text += text;
   }
 
  private:
+  int Enter(std::string_view name);
+  void StartInstrument(std::string_view id);
+  void StartOldInstrument(const XmlAttributes& attributes);
+  void AddAnalyser(std::string_view word);
+  void AddModel(std::string_view name);
+  const InstrumentConfiguration* ConfigurationOf(std::string_view id) const;
+  static std::int64_t PeakCountOf(const OpenScan& open, std::string_view text);
   void StartScan(const XmlAttributes& attributes);
   void StartPrecursor(const XmlAttributes& attributes);
   void StartPeaks(const XmlAttributes& attributes);
@@ -120,11 +108,11 @@ class MzxmlReader final : public XmlHandler {
   [[noreturn]] static void Fail(const OpenScan& open, const std::string& detail);
 
   ScanConsumer* m_consumer;
-  std::map<std::string, Analyser, std::less<>> m_analysers;
+  ElementNesting m_nesting{MzxmlRules()};
+  // The consumer borrows them for a call, so they must stay where they are.
   std::map<std::string, InstrumentConfiguration, std::less<>> m_configurations;
-  std::string m_default_instrument;
-  std::string m_instrument;
-  Analyser m_default_analyser = Analyser::kUnknown;
+  InstrumentConfiguration* m_configuration = nullptr;                // the latest
+  const InstrumentConfiguration* m_default_configuration = nullptr;  // the first of the file
   PeakMode m_default_mode = PeakMode::kUnknown;
   std::int64_t m_position = 0;
   std::vector<OpenScan> m_open;  // the innermost last
@@ -136,46 +124,98 @@ class MzxmlReader final : public XmlHandler {
 };
 
 void MzxmlReader::Fail(const OpenScan& open, const std::string& detail) {
+  if (open.m_scan.m_id.empty())
+    throw "spectrum number " + std::to_string(open.m_scan.m_position + 1) +
+        ", which has no id: " + detail;
   throw "spectrum \"" + open.m_scan.m_id + "\": " + detail;
 }
 
-void MzxmlReader::OnStart(std::string_view name, const XmlAttributes& attributes) {
-  if (name == "scan") {
-    StartScan(attributes);
-  } else if (name == "precursorMz") {
-    StartPrecursor(attributes);
-  } else if (name == "peaks") {
-    StartPeaks(attributes);
-  } else if (name == "msRun") {
-    m_consumer->OnDeclaredCount(ParseInteger(attributes.Get("scanCount")));
-  } else if (name == "msInstrument") {
-    m_instrument = attributes.Get("msInstrumentID");
-    if (m_instrument.empty()) m_instrument = attributes.Get("id");
-    if (m_configurations.empty()) m_default_instrument = m_instrument;
-    m_configurations[m_instrument];
-  } else if (name == "msModel") {
-    m_configurations[m_instrument].m_model_name = attributes.Get("value");
-  } else if (name == "msDetector") {
-    m_configurations[m_instrument].m_has_inductive_detector =
-        attributes.Get("value") == "inductive detector";
-  } else if (name == "msMassAnalyzer") {
-    const Analyser analyser = AnalyserOf(attributes.Get("value"));
-    m_analysers[m_instrument] = analyser;
-    m_configurations[m_instrument].m_analysers.push_back(analyser);
-    if (m_analysers.size() == 1) m_default_analyser = analyser;
-  } else if (name == "dataProcessing" && !attributes.Get("centroided").empty()) {
-    m_default_mode = attributes.Get("centroided") == "1" ? PeakMode::kCentroid : PeakMode::kUnknown;
+int MzxmlReader::Enter(std::string_view name) {
+  try {
+    return m_nesting.Enter(name);
+  } catch (const std::string& detail) {
+    if (m_open.empty()) throw;
+    Fail(m_open.back(), detail);
   }
 }
 
-void MzxmlReader::OnEnd(std::string_view name) {
-  if (name == "scan") {
-    EndScan();
-  } else if (name == "precursorMz") {
-    EndPrecursor();
-  } else if (name == "peaks") {
-    EndPeaks();
+void MzxmlReader::OnStart(std::string_view name, const XmlAttributes& attributes) {
+  switch (Enter(name)) {
+    case kScan:
+      return StartScan(attributes);
+    case kPrecursorMz:
+      return StartPrecursor(attributes);
+    case kPeaks:
+      return StartPeaks(attributes);
+    case kMsRun:
+      return m_consumer->OnDeclaredCount(ParseInteger(attributes.Get("scanCount")));
+    case kMsInstrument:
+      return StartInstrument(attributes.Get("msInstrumentID").empty()
+                                 ? attributes.Get("id")
+                                 : attributes.Get("msInstrumentID"));
+    case kOldInstrument:
+      return StartOldInstrument(attributes);
+    case kMsMassAnalyzer:
+      return AddAnalyser(attributes.Get("value"));
+    case kMsDetector:
+      if (IsInductiveWord(attributes.Get("value")))
+        m_configuration->m_has_inductive_detector = true;
+      return;
+    case kMsManufacturer:
+      if (m_configuration->m_model_name.empty()) AddModel(attributes.Get("value"));
+      return;
+    case kMsModel:
+      return AddModel(attributes.Get("value"));
+    case kDataProcessing:
+      if (!attributes.Get("centroided").empty())
+        m_default_mode =
+            attributes.Get("centroided") == "1" ? PeakMode::kCentroid : PeakMode::kUnknown;
+      return;
+    default:
+      return;
   }
+}
+
+void MzxmlReader::OnEnd(std::string_view) {
+  switch (m_nesting.Leave()) {
+    case kScan:
+      return EndScan();
+    case kPrecursorMz:
+      return EndPrecursor();
+    case kPeaks:
+      return EndPeaks();
+    default:
+      return;
+  }
+}
+
+// Of two instruments with one id the later holds.
+void MzxmlReader::StartInstrument(std::string_view id) {
+  m_configuration = &m_configurations[std::string(id)];
+  *m_configuration = {};
+  if (m_configurations.size() == 1) m_default_configuration = m_configuration;
+}
+
+void MzxmlReader::StartOldInstrument(const XmlAttributes& attributes) {
+  StartInstrument({});
+  AddModel(attributes.Get("model").empty() ? attributes.Get("manufacturer")
+                                           : attributes.Get("model"));
+  AddAnalyser(attributes.Get("msType"));
+  m_configuration->m_has_inductive_detector = IsInductiveWord(attributes.Get("detector"));
+}
+
+void MzxmlReader::AddAnalyser(std::string_view word) {
+  m_configuration->m_analysers.push_back(AnalyserOfWord(word));
+}
+
+void MzxmlReader::AddModel(std::string_view name) {
+  if (!Trim(name).empty()) m_configuration->m_model_name = Trim(name);
+}
+
+const InstrumentConfiguration* MzxmlReader::ConfigurationOf(std::string_view id) const {
+  if (id.empty()) return m_default_configuration;
+  const auto found = m_configurations.find(id);
+  return found == m_configurations.end() ? m_default_configuration : &found->second;
 }
 
 Polarity PolarityOf(std::string_view text) {
@@ -196,8 +236,7 @@ void MzxmlReader::StartScan(const XmlAttributes& attributes) {
   scan.m_id = IdOf(attributes.Get("num"));
   scan.m_position = m_position++;
   scan.m_ms_level = ParseInteger(attributes.Get("msLevel"));
-  const auto count = ScanInteger64(attributes.Get("peaksCount"));
-  scan.m_peak_count = count.m_status == NumberStatus::kOk ? count.m_value : kUnknownCount;
+  scan.m_peak_count = PeakCountOf(m_open.back(), attributes.Get("peaksCount"));
   scan.m_rt_seconds = SecondsOf(attributes.Get("retentionTime"));
   scan.m_injection_ms = FiniteReal(attributes.Get("ionInjectionTime")).value_or(0.0);
   scan.m_faims_volts = FiniteReal(attributes.Get("compensationVoltage"));
@@ -205,20 +244,25 @@ void MzxmlReader::StartScan(const XmlAttributes& attributes) {
   scan.m_polarity = PolarityOf(attributes.Get("polarity"));
   scan.m_mode = ModeOf(attributes.Get("centroided"), m_default_mode);
   const std::string_view instrument = attributes.Get("msInstrumentID");
-  const auto analyser = m_analysers.find(instrument);
-  scan.m_has_own_analyser = !instrument.empty() && analyser != m_analysers.end();
-  scan.m_analyser = scan.m_has_own_analyser ? analyser->second : m_default_analyser;
-  auto configuration = m_configurations.find(instrument);
-  if (configuration == m_configurations.end() || instrument.empty())
-    configuration = m_configurations.find(m_default_instrument);
-  if (configuration != m_configurations.end()) scan.m_configuration = &configuration->second;
+  scan.m_configuration = ConfigurationOf(instrument);
+  scan.m_has_own_analyser = !instrument.empty() && m_configurations.contains(instrument);
+  if (scan.m_configuration != nullptr) scan.m_analyser = LastKnownAnalyser(*scan.m_configuration);
+}
+
+// kUnknownLength where text is empty, and the peaks decide.
+std::int64_t MzxmlReader::PeakCountOf(const OpenScan& open, std::string_view text) {
+  if (text.empty()) return kUnknownLength;
+  const auto count = ScanInteger64(text);
+  if (count.m_status != NumberStatus::kOk || count.m_value < 0 ||
+      count.m_value > kMaxArrayLength / 2)
+    Fail(open, "declares a peak count that cannot be: " + std::string(text));
+  return count.m_value;
 }
 
 void MzxmlReader::StartPrecursor(const XmlAttributes& attributes) {
-  if (m_open.empty()) return;
   DeclaredPrecursor& precursor = m_open.back().m_scan.m_precursors.emplace_back();
   precursor.m_scan_ref = IdOf(attributes.Get("precursorScanNum"));
-  precursor.m_activation = ActivationOf(attributes.Get("activationMethod"));
+  precursor.m_activation = ActivationOfWords(attributes.Get("activationMethod"));
   if (precursor.m_activation == kActivationOther)
     precursor.m_other_activation = attributes.Get("activationMethod");
   if (const auto width = FiniteReal(attributes.Get("windowWideness")); width && *width > 0.0)
@@ -233,38 +277,40 @@ void MzxmlReader::StartPrecursor(const XmlAttributes& attributes) {
 
 void MzxmlReader::EndPrecursor() {
   m_collects_text = false;
-  if (m_open.empty() || m_open.back().m_scan.m_precursors.empty()) return;
   m_open.back().m_scan.m_precursors.back().m_ions.front().m_mz = FiniteReal(m_text).value_or(0.0);
 }
 
 void MzxmlReader::StartPeaks(const XmlAttributes& attributes) {
-  if (m_open.empty()) return;
   OpenScan& open = m_open.back();
   if (open.m_has_peaks) Fail(open, "has several peaks elements, which is not supported");
   open.m_has_peaks = true;
   open.m_wants_peaks = m_consumer->WantsPeaks(open.m_scan);
   m_format = FormatOf(attributes);
   m_text.clear();
-  if (open.m_wants_peaks && open.m_scan.m_peak_count < 0) Fail(open, "declares no peak count");
-  m_collects_text = open.m_wants_peaks && open.m_scan.m_peak_count > 0;
+  m_collects_text = open.m_wants_peaks && open.m_scan.m_peak_count != 0;
 }
 
 void MzxmlReader::EndPeaks() {
   if (!std::exchange(m_collects_text, false)) return;
   OpenScan& open = m_open.back();
   if (!m_format.m_error.empty()) Fail(open, m_format.m_error);
+  const std::int64_t peaks = open.m_scan.m_peak_count;
   try {
-    m_decoder.Decode(m_text, m_format.m_encoding, 2 * open.m_scan.m_peak_count, "peaks", m_numbers);
+    m_decoder.Decode(m_text, m_format.m_encoding,
+                     peaks == kUnknownLength ? kUnknownLength : 2 * peaks, "peaks", m_numbers);
   } catch (const std::string& detail) {
     Fail(open, detail);
   }
+  if (m_numbers.size() % 2 != 0) Fail(open, "peaks holds an m/z without its intensity");
   open.m_peaks.resize(m_numbers.size() / 2);
   for (std::size_t i = 0; i < open.m_peaks.size(); ++i)
     open.m_peaks[i] = {m_numbers[2 * i], m_numbers[2 * i + 1]};
+  open.m_scan.m_peak_count = static_cast<std::int64_t>(open.m_peaks.size());
 }
 
 void MzxmlReader::HandOn(OpenScan& open) {
   if (std::exchange(open.m_handed_on, true)) return;
+  if (!open.m_has_peaks && open.m_scan.m_peak_count == kUnknownLength) open.m_scan.m_peak_count = 0;
   const bool lacks_peaks = !open.m_has_peaks && open.m_scan.m_peak_count > 0;
   if (lacks_peaks && m_consumer->WantsPeaks(open.m_scan)) Fail(open, "has no peaks element");
   m_consumer->OnScan(open.m_scan, open.m_peaks);

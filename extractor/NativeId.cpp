@@ -25,7 +25,8 @@ std::optional<std::int32_t> NumberAfter(std::string_view text, std::string_view 
 }  // namespace
 
 std::optional<std::int32_t> ScanNumberOf(std::string_view native_id) {
-  std::vector<std::string_view> parts = Split(Trim(native_id), " ");
+  std::vector<std::string_view> parts = Split(Trim(native_id), kBlanks);
+  std::erase(parts, std::string_view());  // of several blanks in a row
   if (parts.size() == 1) {
     const auto number = NumberAfter(parts[0], "scan=");
     return number ? number : NumberAfter(parts[0], "scanId=");

@@ -13,9 +13,10 @@ import re
 import sys
 from pathlib import Path
 
-# Files whose texts are explained elsewhere: parameter template, headers of text spectra, makers' names, models of
-# instruments.
+# Files whose texts are explained elsewhere or are words of instrument files: parameter template, headers of text
+# spectra, makers' names; elements of mzML and mzXML, words for analysers and arrays, models of instruments.
 OTHER_FILES = {"src/UserParameters/ParameterText.cpp", "src/IO/MsTextHeader.cpp", "src/Utils/ProductTexts.h",
+               "extractor/MzmlElements.cpp", "extractor/MzxmlElements.cpp", "extractor/InstrumentTerms.cpp",
                "extractor/InstrumentModels.cpp"}
 
 # Beginnings of literals, escapes as written.
@@ -27,7 +28,6 @@ NO_MESSAGES = (
     "Usage: ", " [options] FILE\\n\\nExtracts", " for Tarvek.\\n", "mzML and mzXML files, plain",
     "raw files (through", "WIFF files (through",
     "peakPicking vendor", "cmd.exe /d", "All spectra of ", " were extracted.\\n",  # commands, the marker
-    "asymmetric track", "ion trap", "time of flight",  # analysers as mzXML files name them
 )
 
 LITERAL = r'"(?:[^"\\\n]|\\.)*"'

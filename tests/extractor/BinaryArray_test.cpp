@@ -113,6 +113,18 @@ TEST(ArrayDecoder, StopsInflatingBehindTheDeclaredLength) {
   EXPECT_EQ(ErrorOf(huge, encoding, 3), "m/z array holds more than the 3 numbers declared");
 }
 
+TEST(ArrayDecoder, TakesAsManyNumbersAsThereAreWhereTheLengthIsUnknown) {
+  ArrayEncoding encoding = Encoding(NumberType::kFloat64);
+  EXPECT_EQ(Decoded(test::Reals64(kNumbers), encoding, kUnknownLength), kNumbers);
+  EXPECT_EQ(ErrorOf(test::Reals64(kNumbers).substr(1), encoding, kUnknownLength),
+            "m/z array ends inside a number");
+  encoding.m_zlib = true;
+  EXPECT_EQ(Decoded(Deflated(test::Reals64(kNumbers)), encoding, kUnknownLength), kNumbers);
+  const std::string huge = Deflated(std::string(8 * (kMaxArrayLength + 1), '\0'));
+  EXPECT_EQ(ErrorOf(huge, encoding, kUnknownLength),
+            "m/z array holds more than 20000000 numbers, which cannot be");
+}
+
 TEST(ArrayDecoder, RefusesDamagedZlib) {
   ArrayEncoding encoding = Encoding(NumberType::kFloat64);
   encoding.m_zlib = true;

@@ -2,8 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <limits>
-#include <regex>
 #include <string>
 #include <vector>
 
@@ -50,8 +50,9 @@ TEST(TruncatedInput, FailsInsideAGzipFile) {
 TEST(TruncatedInput, SaysThatItIsTruncatedAndWhere) {
   const std::string xml = Mzml({Survey(1)});
   const std::string error = ExtractionError(xml.substr(0, xml.size() - 8));
-  const std::regex place("run\\.mzML: line [0-9]+, byte [0-9]+: the file is truncated");
-  EXPECT_TRUE(std::regex_search(error, place)) << error;
+  const std::string last_line = std::to_string(std::ranges::count(xml, '\n'));
+  EXPECT_THAT(error, HasSubstr("run.mzML: line " + last_line + ", byte "));
+  EXPECT_THAT(error, HasSubstr(": the file is truncated"));
 }
 
 /// The message for a spectrum whose arrays are these.
@@ -101,13 +102,6 @@ TEST(DamagedInput, NotANumber) {
 TEST(DamagedInput, UnsupportedCompression) {
   ExpectNamed(ErrorOfArrays({{Cv(1000514) + Cv(1000523) + Cv(1003780), "", ""}, kIntensity}),
               "m/z array uses a compression that is not supported: term 1003780");
-}
-
-TEST(DamagedInput, NoArrayLength) {
-  std::string xml = Mzml({Survey(5)});
-  const std::string length = "defaultArrayLength=\"2\"";
-  xml.replace(xml.find(length), length.size(), "");
-  ExpectNamed(ExtractionError(xml), "declares no array length");
 }
 
 TEST(DamagedInput, MzxmlPeaks) {
