@@ -279,10 +279,5 @@ TEST(UnknownElements, MayNotBeNestedWithoutEnd) {
   EXPECT_THAT(ReadingError(scans), HasSubstr("scans are nested too deep"));
 }
 
-TEST(DuplicateAttributes, AreNotWellFormed) {
-  EXPECT_THAT(ReadingError("<mzML><run id=\"a\" id=\"b\"/></mzML>"),
-              HasSubstr("not well-formed XML: duplicate attribute"));
-}
-
 }  // namespace
 }  // namespace tarvek::extractor

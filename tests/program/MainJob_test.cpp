@@ -318,10 +318,15 @@ TEST_F(IsotopeTableLookup, DoesNotFallBackFromATableThatIsGiven) {
   const std::string missing = "[Tarvek] <ERROR> - Cannot open IPV Store File, Path: IPV.txt\n";
   EXPECT_EQ(RunInstalled({"-I", "IPV.txt"}).m_err, missing);
   EXPECT_EQ(m_result.m_exit_status, 255);
+}
+// The template names the default.
+TEST_F(IsotopeTableLookup, TakesTheDefaultNameInAParameterFileForNoChoice) {
+  Install();
   Write("run.cfg", "datapath = run.ms1\noutputpath = out\nipv_file = IPV.txt\n");
   ProcessRequest request = Request({"run.cfg"});
   request.m_program = Path("installed/bin/tarvek");
-  EXPECT_EQ(RunRequest(request).m_err, missing);
+  EXPECT_EQ(RunRequest(request).m_exit_status, 0);
+  EXPECT_THAT(m_result.m_out, HasSubstr("share/tarvek/IPV.txt"));
 }
 TEST_F(IsotopeTableLookup, NamesTheInstalledTableInOneLine) {
   Install();

@@ -101,7 +101,7 @@ TEST_F(ReportBrowser, ShowsEveryPictureAndItsWords) {
   ASSERT_TRUE(Browse(Page(), "--dump-dom", dom_path));
   const std::string dom = ReadFile(dom_path);
   EXPECT_THAT(dom, HasSubstr("<h1>run</h1>"));
-  EXPECT_THAT(dom, HasSubstr("400 HCD FT scans; isolation width 2 m/z (as the log says)"));
+  EXPECT_THAT(dom, HasSubstr("400 HCD FT scans; isolation width 2 m/z (as the record says)"));
   for (const char* title :
        {"Precursors per scan", "Monoisotopic peak against the declared one",
         "Declared against determined charge", "m/z difference over retention time",
