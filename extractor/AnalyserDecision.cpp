@@ -33,13 +33,14 @@ Analyser AnalyserOfConfiguration(const ExtractedScan& scan) {
   return last == analysers.rend() ? scan.m_analyser : *last;
 }
 
-// The default of the run describes the surveys of a trap hybrid, not its fragment scans.
-Analyser AnalyserOfDetector(const ExtractedScan& scan, const InstrumentModel* model) {
-  if (scan.m_configuration == nullptr || !scan.m_configuration->m_has_inductive_detector)
-    return Analyser::kUnknown;
-  const bool is_hybrid = model != nullptr && model->m_kind == ModelKind::kTrapHybrid;
-  const bool is_foreign = is_hybrid && scan.m_ms_level == 2 && !scan.m_has_own_analyser;
-  return is_foreign ? Analyser::kUnknown : Analyser::kFourier;
+bool HasInductiveDetector(const ExtractedScan& scan) {
+  return scan.m_configuration != nullptr && scan.m_configuration->m_has_inductive_detector;
+}
+
+// What a converter names without an analyser of the scan's own, often the first configuration for
+// all scans, describes the surveys of a trap hybrid, not its fragment scans.
+bool IsOpen(const ExtractedScan& scan, const InstrumentModel* model) {
+  return scan.m_ms_level == 2 && model != nullptr && model->m_kind == ModelKind::kTrapHybrid;
 }
 
 Analyser AnalyserOfModel(const ExtractedScan& scan, const InstrumentModel* model) {
@@ -58,11 +59,19 @@ Analyser AnalyserOfModel(const ExtractedScan& scan, const InstrumentModel* model
   return Analyser::kUnknown;
 }
 
+AnalyserDecision OfConfiguration(const ExtractedScan& scan) {
+  if (const Analyser found = AnalyserOfConfiguration(scan); ResolvesMasses(found))
+    return {WordOf(found), AnalyserStep::kConfiguration};
+  if (HasInductiveDetector(scan)) return {"FTMS", AnalyserStep::kDetector};
+  return {};
+}
+
+// otherwise: what is taken when the peaks do not tell.
 AnalyserDecision OfPeaks(const ExtractedScan& scan, std::string_view activation,
-                         const ExtractionPlan& plan) {
+                         const ExtractionPlan& plan, AnalyserDecision otherwise) {
   if (!plan.m_has_looked) return {};
   const Resolution resolution = plan.LookOf(LookGroupOf(scan.m_ms_level, activation));
-  if (resolution == Resolution::kUnclear) return {"FTMS", AnalyserStep::kAssumed};
+  if (resolution == Resolution::kUnclear) return otherwise;
   return {resolution == Resolution::kHigh ? "FTMS" : "ITMS", AnalyserStep::kPeaks};
 }
 
@@ -77,14 +86,14 @@ AnalyserDecision AnalyserDecider::Decide(const ExtractedScan& scan, std::string_
     return {WordOf(scan.m_analyser), AnalyserStep::kScan};
   if (const Analyser found = AnalyserOfFilter(scan.m_filter); ResolvesMasses(found))
     return {WordOf(found), AnalyserStep::kFilter};
-  if (const Analyser found = AnalyserOfConfiguration(scan); ResolvesMasses(found))
-    return {WordOf(found), AnalyserStep::kConfiguration};
   const InstrumentModel* const model = ModelOf(scan);
-  if (const Analyser found = AnalyserOfDetector(scan, model); ResolvesMasses(found))
-    return {WordOf(found), AnalyserStep::kDetector};
+  AnalyserDecision decision = OfConfiguration(scan);
+  const bool is_decided = !decision.m_word.empty();
+  if (is_decided && !IsOpen(scan, model)) return decision;
   if (const Analyser found = AnalyserOfModel(scan, model); ResolvesMasses(found))
     return {WordOf(found), AnalyserStep::kModel};
-  return OfPeaks(scan, activation, plan);
+  if (!is_decided) decision = {"FTMS", AnalyserStep::kAssumed};
+  return OfPeaks(scan, activation, plan, decision);
 }
 
 // Names repeat from scan to scan, and the table is long.

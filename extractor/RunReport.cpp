@@ -26,6 +26,7 @@ std::string Megabytes(std::int64_t bytes) {
 
 // "2.00" from the offsets; empty when the file does not say.
 std::string IsolationWidth(const ExtractedScan& scan) {
+  if (scan.m_precursors.empty()) return {};
   const DeclaredPrecursor& precursor = scan.m_precursors.front();
   if (!precursor.m_lower_offset || !precursor.m_upper_offset) return {};
   if (*precursor.m_lower_offset < 0.0 || *precursor.m_upper_offset < 0.0) return {};

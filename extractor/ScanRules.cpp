@@ -6,6 +6,7 @@
 #include <functional>
 #include <limits>
 
+#include "AttributeNumber.h"
 #include "NativeId.h"
 #include "NumberText.h"
 
@@ -46,6 +47,14 @@ std::int32_t ChargeOf(const SelectedIon& ion) {
   return charge >= -kMaxCharge && charge <= kMaxCharge ? std::abs(charge) : 0;
 }
 
+// "ITMS + c NSI d Full ms2 413.26@cid35.00 [...]": the first number behind the level.
+double CentreOfFilter(std::string_view filter) {
+  constexpr std::string_view kLevel = " ms2 ";
+  const std::size_t level = filter.find(kLevel);
+  if (level == std::string_view::npos) return 0.0;
+  return std::max(FiniteReal(filter.substr(level + kLevel.size())).value_or(0.0), 0.0);
+}
+
 }  // namespace
 
 std::vector<DeclaredIon> DeclaredIons(const ExtractedScan& scan) {
@@ -61,10 +70,13 @@ std::vector<DeclaredIon> DeclaredIons(const ExtractedScan& scan) {
 }
 
 double ActivationCentre(const ExtractedScan& scan) {
-  if (scan.m_precursors.empty()) return 0.0;
-  const DeclaredPrecursor& precursor = scan.m_precursors.front();
-  if (precursor.m_target_mz && *precursor.m_target_mz > 0.0) return *precursor.m_target_mz;
-  return precursor.m_ions.empty() ? 0.0 : std::max(precursor.m_ions.front().m_mz, 0.0);
+  if (!scan.m_precursors.empty()) {
+    const DeclaredPrecursor& precursor = scan.m_precursors.front();
+    if (precursor.m_target_mz && *precursor.m_target_mz > 0.0) return *precursor.m_target_mz;
+    if (!precursor.m_ions.empty() && precursor.m_ions.front().m_mz > 0.0)
+      return precursor.m_ions.front().m_mz;
+  }
+  return CentreOfFilter(scan.m_filter);
 }
 
 // Empty when the spectrum is used.
@@ -142,9 +154,8 @@ const ScanRules::Seen* ScanRules::ClimbToSurvey(std::uint64_t key) const {
 }
 
 std::int32_t ScanRules::PrecursorScan(const ExtractedScan& scan) const {
-  const std::string& reference = scan.m_precursors.front().m_scan_ref;
-  if (!reference.empty()) {
-    const Seen* const survey = ClimbToSurvey(KeyOf(reference));
+  if (!scan.m_precursors.empty() && !scan.m_precursors.front().m_scan_ref.empty()) {
+    const Seen* const survey = ClimbToSurvey(KeyOf(scan.m_precursors.front().m_scan_ref));
     if (survey != nullptr && SamePolarity(survey->m_polarity, scan.m_polarity) &&
         SameVoltage(survey->m_faims_volts, scan.m_faims_volts))
       return survey->m_scan_no;

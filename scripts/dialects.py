@@ -142,6 +142,7 @@ class Run:
     def __init__(self, base):
         self.surveys = read_spectra(base.with_name(base.name + ".ms1"))
         self.scans = read_spectra(base.with_name(base.name + ".ms2"))
+        self.left_out = left_out_reasons(base.with_name(base.name + ".morvex"))
         self.survey_numbers = [s.number for s in self.surveys]
         by_number = {s.number: s for s in self.scans}
         table = base.with_name(base.name + ".csv").read_text().splitlines()[1:]
@@ -154,6 +155,12 @@ class Run:
     def around(self, scan):
         at = bisect.bisect_left(self.survey_numbers, scan.survey)
         return self.surveys[max(0, at - SURVEYS_AROUND):at + SURVEYS_AROUND + 1]
+
+
+def left_out_reasons(marker):
+    """Reason to number of the MS2 scans that the extractor left out."""
+    entries = (line.split("\t") for line in marker.read_text().splitlines())
+    return {e[1]: int(e[2]) for e in entries if e[0] == "left_out"}
 
 
 def read_spectra(path):
@@ -220,11 +227,11 @@ def reason(original, a, copy, b):
         return f"activation {a.activation} is {b.activation} in the copy"
     if a.analyser != b.analyser:
         return f"analyser {a.analyser} is {b.analyser} in the copy"
-    if not near(a.centre, b.centre):
+    if abs(a.centre - b.centre) > 1.5e-5:  # one in the last digit is rounding
         return "the copy declares another isolation target, or none"
     if [z for z, _ in a.declared] != [z for z, _ in b.declared]:
         return "the copy declares other charges"
-    if not all(near(x, y) for (_, x), (_, y) in zip(a.declared, b.declared)):
+    if not all(abs(x - y) < 1e-4 for (_, x), (_, y) in zip(a.declared, b.declared)):
         return "the copy declares another selected ion"
     surveys, others = original.around(a), copy.around(b)
     if len(surveys) != len(others) or not all(abs(x.seconds - y.seconds) < SAME_SECONDS for x, y in zip(surveys, others)):
@@ -274,13 +281,13 @@ class Row:
 def compare(name, original, copies, copy, row):
     row.scans += copies * len(original.scans)
     pool = copy.scans
+    missing = []
     for _ in range(copies):
         pairs, pool = match(original.scans, pool)
         pool.sort(key=lambda s: s.number)
         for a, b in pairs:
             if b is None:
-                row.reasons["MISSING"] += 1
-                row.unexplained.append(f"{name}: scan {a.number} is missing")
+                missing.append(f"{name}: scan {a.number} is missing")
             elif same_precursors(a.precursors, b.precursors):
                 row.equal += 1
             else:
@@ -289,6 +296,12 @@ def compare(name, original, copies, copy, row):
                 if not why:
                     row.unexplained.append(f"{name}: scan {a.number} has {a.precursors}, its copy {b.number} {b.precursors}")
     row.more += len(pool)
+    more_left_out = {why: n - copies * original.left_out.get(why, 0) for why, n in copy.left_out.items()}
+    if missing and len(missing) == sum(more_left_out.values()):
+        row.reasons.update({f"left out: {why}": n for why, n in more_left_out.items() if n > 0})
+    elif missing:
+        row.reasons["MISSING"] += len(missing)
+        row.unexplained += missing
 
 
 def is_profile(path):

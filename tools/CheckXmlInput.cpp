@@ -23,6 +23,7 @@ using extractor::ScanKind;
 
 /// The full width of the isolation window, where the file tells it.
 std::optional<double> IsolationWidth(const ExtractedScan& scan) {
+  if (scan.m_precursors.empty()) return std::nullopt;
   const extractor::DeclaredPrecursor& precursor = scan.m_precursors.front();
   const double lower = precursor.m_lower_offset.value_or(-1.0);
   const double upper = precursor.m_upper_offset.value_or(-1.0);

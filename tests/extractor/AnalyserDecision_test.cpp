@@ -72,10 +72,21 @@ TEST(AnalyserDecider, LeavesTheFragmentScansOfATrapHybridOpen) {
   Case fragment(2);
   fragment.m_configuration.m_model_accession = 1001742;
   ExpectDecision(fragment.Decide(), "", AnalyserStep::kUndecided);
-  fragment.m_configuration.m_has_inductive_detector = true;  // of the run's default
+  fragment.m_configuration.m_has_inductive_detector = true;  // of the configuration for surveys
   ExpectDecision(fragment.Decide(), "", AnalyserStep::kUndecided);
-  fragment.m_scan.m_has_own_analyser = true;
-  ExpectDecision(fragment.Decide(), "FTMS", AnalyserStep::kDetector);
+  fragment.m_scan.m_has_own_analyser = true;  // as converters name the first one for all scans
+  ExpectDecision(fragment.Decide(), "", AnalyserStep::kUndecided);
+  ExtractionPlan plan;
+  plan.m_has_looked = true;
+  plan.m_looks["ms2 "] = Resolution::kUnit;
+  ExpectDecision(fragment.Decide({}, plan), "ITMS", AnalyserStep::kPeaks);
+  plan.m_looks["ms2 "] = Resolution::kUnclear;
+  ExpectDecision(fragment.Decide({}, plan), "FTMS", AnalyserStep::kDetector);
+  fragment.m_configuration.m_analysers = {Analyser::kFourier};
+  fragment.m_scan.m_has_own_analyser = false;
+  ExpectDecision(fragment.Decide({}, plan), "FTMS", AnalyserStep::kConfiguration);
+  plan.m_looks["ms2 "] = Resolution::kUnit;
+  ExpectDecision(fragment.Decide({}, plan), "ITMS", AnalyserStep::kPeaks);
 }
 
 TEST(AnalyserDecider, CopesWithoutAConfiguration) {

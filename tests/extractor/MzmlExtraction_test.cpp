@@ -33,9 +33,13 @@ Extracted ExtractScans(const std::vector<TestScan>& scans, const Lines& options 
 }
 
 /// The one line of key in an .ms2 with one scan.
-std::string InfoOf(const TestPrecursor& precursor, const std::string& key) {
-  const Lines lines = LinesFrom(ExtractScans({Fragment(1, precursor)}).m_ms2, "I\t" + key + "\t");
+std::string InfoOf(const TestScan& scan, const std::string& key) {
+  const Lines lines = LinesFrom(ExtractScans({scan}).m_ms2, "I\t" + key + "\t");
   return lines.size() == 1 ? lines.front().substr(key.size() + 3) : "";
+}
+
+std::string InfoOf(const TestPrecursor& precursor, const std::string& key) {
+  return InfoOf(Fragment(1, precursor), key);
 }
 
 TestScan WithId(TestScan scan, const std::string& id) {
@@ -207,6 +211,17 @@ TEST(MzmlExtraction, CentresOnTheSelectedIonOnlyWithoutATarget) {
   TestPrecursor precursor;
   precursor.m_target = "";
   EXPECT_EQ(InfoOf(precursor, "ActivationCenter"), "500.50000");
+}
+
+TEST(MzmlExtraction, CentresOnTheFilterLineWithoutTargetAndIon) {
+  TestPrecursor precursor;
+  precursor.m_target = "";
+  precursor.m_ions = {};
+  TestScan scan = Fragment(1, precursor);
+  scan.m_scan_params += Cv(1000512, "FTMS + c NSI d Full ms2 413.26@hcd28.00 [100.00-840.00]");
+  EXPECT_EQ(InfoOf(scan, "ActivationCenter"), "413.26000");
+  scan.m_precursors.clear();
+  EXPECT_EQ(InfoOf(scan, "ActivationCenter"), "413.26000");
 }
 
 TEST(MzmlExtraction, LeavesOutFragmentScansOfNoPlace) {
