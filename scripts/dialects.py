@@ -236,6 +236,8 @@ def reason(original, a, copy, b):
     surveys, others = original.around(a), copy.around(b)
     if len(surveys) != len(others) or not all(abs(x.seconds - y.seconds) < SAME_SECONDS for x, y in zip(surveys, others)):
         return "other surveys around the scan"
+    if [x.analyser for x in surveys] != [x.analyser for x in others]:
+        return "another analyser of the surveys in the copy"
     if not all(same_peaks(x.peaks, y.peaks) for x, y in zip(surveys, others)):
         return "other peaks in the surveys of the copy"
     if not all(same_digits(x.peaks, y.peaks) for x, y in zip(surveys, others)):
@@ -250,15 +252,14 @@ def match(original, copy):
         waiting[round(scan.seconds)].append(scan)
     pairs = []
     for scan in original:
-        found = None
-        for second in (round(scan.seconds), round(scan.seconds) - 1, round(scan.seconds) + 1):
-            for other in waiting[second]:
-                if abs(other.seconds - scan.seconds) < SAME_SECONDS and len(other.peaks) > 0 and is_same_spectrum(scan, other):
-                    found = other
-                    break
-            if found:
-                waiting[second].remove(found)
-                break
+        seconds = round(scan.seconds)
+        near_in_time = [other for second in (seconds - 1, seconds, seconds + 1) for other in waiting[second]
+                        if abs(other.seconds - scan.seconds) < SAME_SECONDS and is_same_spectrum(scan, other)]
+        found = min(near_in_time, default=None,
+                    key=lambda other: (other.activation != scan.activation, other.analyser != scan.analyser,
+                                       abs(len(other.peaks) - len(scan.peaks)), other.number))
+        if found:
+            waiting[round(found.seconds)].remove(found)
         pairs.append((scan, found))
     return pairs, [scan for rest in waiting.values() for scan in rest]
 
