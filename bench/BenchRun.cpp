@@ -6,9 +6,9 @@
 #include <stdexcept>
 
 #include "IsotopeTable.h"
-#include "SimulateAcquisition.h"
-#include "SimulateMsbSink.h"
-#include "SimulateTextSink.h"
+#include "simulate/Acquisition.h"
+#include "simulate/MsbSink.h"
+#include "simulate/TextSink.h"
 
 namespace tarvek::bench {
 namespace {

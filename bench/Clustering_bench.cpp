@@ -11,8 +11,8 @@
 #include "BenchRun.h"
 #include "ClusterMs2.h"
 #include "IO.h"
-#include "SimulateAcquisition.h"
-#include "SimulateTextSink.h"
+#include "simulate/Acquisition.h"
+#include "simulate/TextSink.h"
 
 namespace tarvek::bench {
 namespace {

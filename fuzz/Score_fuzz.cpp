@@ -1,5 +1,5 @@
 // Any bytes as a precursor table, a NUL byte, and the truth table that it is compared with.
-#include "Score.h"
+#include "score/Score.h"
 
 #include "FuzzSupport.h"
 

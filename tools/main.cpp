@@ -5,16 +5,16 @@
 #include <iostream>
 #include <string>
 
-#include "BatchCommand.h"
-#include "CheckCommand.h"
-#include "FeaturesCommand.h"
-#include "IpvCommand.h"
-#include "MgfCommand.h"
+#include "batch/Command.h"
+#include "check/Command.h"
+#include "features/Command.h"
+#include "ipv/Command.h"
+#include "mgf/Command.h"
 #include "Platform.h"
-#include "ReportCommand.h"
-#include "RunCommand.h"
-#include "ScoreCommand.h"
-#include "SimulateCommand.h"
+#include "report/Command.h"
+#include "batch/RunCommand.h"
+#include "score/Command.h"
+#include "simulate/Command.h"
 
 namespace {
 

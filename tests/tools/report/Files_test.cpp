@@ -1,0 +1,405 @@
+#include "report/Files.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "ReportTestRun.h"
+
+namespace tarvek::tools {
+namespace {
+
+using test::MessageOf;
+using test::TemporaryDirectory;
+using test::WriteFile;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::Pair;
+
+// The separators that are put into a path differ between systems.
+std::string Slashed(std::string path) {
+  std::ranges::replace(path, '\\', '/');
+  return path;
+}
+
+TEST(FindRunFiles, TakesNoFileOfARunWhoseNameBeginsAlike) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.csv", kTableHeader);
+  WriteFile(directory / "a_HCDFT.mgf", "");
+  WriteFile(directory / "a_ETHCDIT.pf2", "");
+  WriteFile(directory / "a_b_HCDFT.mgf", "");
+  WriteFile(directory / "ab.pf1", "");
+  const RunFiles files = FindRunFiles(directory / "a", "");
+  EXPECT_EQ(files.m_name, "a");
+  EXPECT_THAT(files.m_mgf, ElementsAre(directory / "a_HCDFT.mgf"));
+  EXPECT_THAT(files.m_pf2, ElementsAre(directory / "a_ETHCDIT.pf2"));
+  EXPECT_EQ(files.m_pf1, "");
+  EXPECT_EQ(files.m_ms2, "");
+}
+
+TEST(FindRunFiles, TakesTheTableItselfForTheRun) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.csv", kTableHeader);
+  EXPECT_EQ(FindRunFiles(directory / "a.csv", "").m_name, "a");
+}
+
+TEST(FindRunFiles, LooksForTheInputWhereItIsSaidToBe) {
+  const TemporaryDirectory directory;
+  const TemporaryDirectory input;
+  WriteFile(directory / "a.csv", kTableHeader);
+  WriteFile(input / "a.ms2", "");
+  EXPECT_EQ(FindRunFiles(directory / "a", "").m_ms2, "");
+  EXPECT_EQ(Slashed(FindRunFiles(directory / "a", input.Path()).m_ms2), Slashed(input / "a.ms2"));
+}
+
+TEST(FindRunFiles, FindsTheScanTableWhateverFormatItCameFrom) {
+  const TemporaryDirectory directory;
+  for (const char* name : {"a.csv", "b.csv", "c.csv"}) WriteFile(directory / name, kTableHeader);
+  WriteFile(directory / "a.mzml.mscsv", "");
+  WriteFile(directory / "b.mscsv", "");
+  WriteFile(directory / "c.2.mzml.mscsv", "");  // of the run "c.2"
+  EXPECT_EQ(Slashed(FindRunFiles(directory / "a", "").m_scan_table),
+            Slashed(directory / "a.mzml.mscsv"));
+  EXPECT_EQ(Slashed(FindRunFiles(directory / "b", "").m_scan_table),
+            Slashed(directory / "b.mscsv"));
+  EXPECT_EQ(FindRunFiles(directory / "c", "").m_scan_table, "");
+}
+
+TEST(FindRunFiles, TakesNoScanTableOfARunWhoseNameGoesOnBehindAPoint) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.csv", kTableHeader);
+  WriteFile(directory / "a.2.mscsv", "");
+  EXPECT_EQ(FindRunFiles(directory / "a", "").m_scan_table, "");
+  WriteFile(directory / "a.mzml.mscsv", "");
+  WriteFile(directory / "a.mscsv", "");
+  EXPECT_EQ(Slashed(FindRunFiles(directory / "a", "").m_scan_table),
+            Slashed(directory / "a.mscsv"));
+}
+
+TEST(FindRunFiles, PrefersTheLogThatABatchWroteForTheRun) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.csv", kTableHeader);
+  WriteFile(directory / "TarvekPlusLog.txt", "");
+  EXPECT_EQ(Slashed(FindRunFiles(directory / "a", "").m_log),
+            Slashed(directory / "TarvekPlusLog.txt"));
+  std::filesystem::create_directories(directory / "batch_logs/a");
+  WriteFile(directory / "batch_logs/a/TarvekPlusLog.txt", "");
+  EXPECT_EQ(Slashed(FindRunFiles(directory / "a", "").m_log),
+            Slashed(directory / "batch_logs/a/TarvekPlusLog.txt"));
+}
+
+TEST(FindRunFiles, NamesTheTableThatIsMissingAndSaysWhenTheRunDidNotFinish) {
+  const TemporaryDirectory directory;
+  EXPECT_EQ(MessageOf([&] { FindRunFiles(directory / "a", ""); }),
+            directory / "a.csv is not there.");
+  WriteFile(directory / "a.csv_unfinished", kTableHeader);
+  EXPECT_THAT(MessageOf([&] { FindRunFiles(directory / "a", ""); }), HasSubstr("did not finish"));
+}
+
+TEST(FindRuns, TellsPrecursorTablesFromOtherFilesAndFinishedOnesFromOthers) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "b.csv", kTableHeader);
+  WriteFile(directory / "a.csv", kTableHeader);
+  WriteFile(directory / "plan.csv", "sample,day\n");
+  WriteFile(directory / "c.csv_unfinished", kTableHeader);
+  WriteFile(directory / "d.txt", kTableHeader);
+  WriteFile(directory / ".e.csv", kTableHeader);
+  const FoundRuns runs = FindRuns(directory.Path());
+  ASSERT_EQ(runs.m_finished.size(), 2u);
+  EXPECT_EQ(Slashed(runs.m_finished[0]), Slashed(directory / "a"));
+  EXPECT_EQ(Slashed(runs.m_finished[1]), Slashed(directory / "b"));
+  ASSERT_EQ(runs.m_unfinished.size(), 1u);
+  EXPECT_EQ(Slashed(runs.m_unfinished[0]), Slashed(directory / "c"));
+}
+
+TEST(FindRuns, TakesTheTableOfACrashedRunHoweverShort) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.csv_unfinished", "");
+  WriteFile(directory / "b.csv_unfinished", kTableHeader);
+  WriteFile(directory / "c.csv_unfinished", "x,y\n");
+  WriteFile(directory / "d.csv", "");
+  const FoundRuns found = FindRuns(directory.Path());
+  EXPECT_THAT(found.m_finished, testing::IsEmpty());
+  ASSERT_EQ(found.m_unfinished.size(), 2u);
+  EXPECT_EQ(Slashed(found.m_unfinished[0]), Slashed(directory / "a"));
+  EXPECT_EQ(Slashed(found.m_unfinished[1]), Slashed(directory / "b"));
+}
+
+TEST(ReadReportRows, ReadsDeclaredAndDeterminedWithoutSigns) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.csv", std::string(kTableHeader) +
+                                     "HCD, FT, 6, 700.500000, 2, 2, 1, -710.250000, -2, 2, "
+                                     "-720.125000, -3, \n" +
+                                     "CID, ITMS, 7, -1.000000, -1, 0, \n");
+  const auto rows = ReadReportRows(directory / "a.csv");
+  ASSERT_EQ(rows.size(), 2u);
+  EXPECT_EQ(rows[0].m_scan_no, 6);
+  EXPECT_EQ(rows[0].m_kind, "HCD FT");
+  EXPECT_EQ(rows[0].m_declared.m_mz, 700.5);
+  ASSERT_EQ(rows[0].m_determined.size(), 2u);
+  EXPECT_EQ(rows[0].m_determined[1].m_mz, 720.125);
+  EXPECT_EQ(rows[0].m_determined[1].m_charge, 3);
+  EXPECT_EQ(rows[1].m_declared.m_charge, 0);
+  EXPECT_TRUE(rows[1].m_determined.empty());
+}
+
+TEST(ReadReportRows, NamesFileAndLineOfABadRow) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "a.csv";
+  for (const std::string row :
+       {"HCD, FT, 6\n", "HCD, FT, six, 700.5, 2, 0, \n", "HCD, FT, 6, 700.5, 2, 1, \n",
+        "HCD, FT, 6, 700.5, 2, 0, 1, 700.5, 2, \n"}) {
+    WriteFile(path, std::string(kTableHeader) + row);
+    EXPECT_THAT(MessageOf([&] { ReadReportRows(path); }), HasSubstr(path + ", line 2: ")) << row;
+  }
+  WriteFile(path, "sample,day\n");
+  EXPECT_EQ(MessageOf([&] { ReadReportRows(path); }),
+            path + " is not a precursor table of tarvek.");
+}
+
+TEST(PfScans, ReadsWhatTheWriterWrote) {
+  const TemporaryDirectory directory;
+  WriteHandSurveys(directory / "hand.pf1");
+  PfScans scans(directory / "hand.pf1", PfKind::kSurveys);
+  PfScan scan;
+  ASSERT_TRUE(scans.Next(scan));
+  EXPECT_EQ(scan.m_scan_no, 1);
+  EXPECT_EQ(scan.m_rt_s, 60.0);
+  ASSERT_EQ(scan.m_peaks.size(), 5u);
+  EXPECT_EQ(scan.m_peaks[1].m_mz, 500.501675);
+  EXPECT_EQ(scan.m_peaks[4].m_intensity, 30.0);
+  ASSERT_TRUE(scans.Next(scan));
+  EXPECT_EQ(scan.m_scan_no, 5);
+  EXPECT_FALSE(scans.Next(scan));
+}
+
+TEST(PfScans, ReadsFragmentScansWithAnyNumberOfPrecursors) {
+  const TemporaryDirectory directory;
+  test::CaptureConsole([&] {
+    PfWriter writer(directory / "a.pf2", "wb+", "a");
+    MS2Spectrum scan;
+    scan.m_scan_no = 2;
+    scan.m_peaks = {{100.0, 1.0}};
+    writer.WriteMs2(scan);
+    scan.m_scan_no = 3;
+    scan.m_precursors = {{500.0, 2}, {501.0, 3}};
+    writer.WriteMs2(scan);
+    writer.Close();
+  });
+  PfScans scans(directory / "a.pf2", PfKind::kFragments);
+  PfScan scan;
+  ASSERT_TRUE(scans.Next(scan));
+  ASSERT_TRUE(scans.Next(scan));
+  EXPECT_EQ(scan.m_scan_no, 3);
+  EXPECT_EQ(scan.m_peaks.size(), 1u);
+  EXPECT_FALSE(scans.Next(scan));
+}
+
+TEST(PfScans, NamesAFileThatIsCutAnywhere) {
+  const TemporaryDirectory directory;
+  WriteHandSurveys(directory / "hand.pf1");
+  const std::string whole = test::ReadFile(directory / "hand.pf1");
+  const std::string path = directory / "cut.pf1";
+  for (std::size_t size = 0; size < whole.size(); ++size) {
+    WriteFile(path, whole.substr(0, size));
+    const std::string message = MessageOf([&] {
+      PfScans scans(path, PfKind::kSurveys);
+      for (PfScan scan; scans.Next(scan);) {
+      }
+    });
+    ASSERT_THAT(message, HasSubstr(path + " is damaged or cut short at byte ")) << size;
+  }
+}
+
+TEST(PfScans, NamesAFileWhoseCountIsNotThatOfItsScans) {
+  const TemporaryDirectory directory;
+  WriteHandSurveys(directory / "hand.pf1");
+  std::string bytes = test::ReadFile(directory / "hand.pf1");
+  const auto message_with_count = [&](char count) {
+    bytes[0] = count;
+    WriteFile(directory / "bad.pf1", bytes);
+    return MessageOf([&] {
+      PfScans scans(directory / "bad.pf1", PfKind::kSurveys);
+      for (PfScan scan; scans.Next(scan);) {
+      }
+    });
+  };
+  EXPECT_THAT(message_with_count(0), HasSubstr("bad.pf1 counts no scans but holds some"));
+  EXPECT_THAT(message_with_count(1), HasSubstr("bad.pf1 holds more scans than it counts"));
+  EXPECT_THAT(message_with_count(3), HasSubstr("bad.pf1 is damaged or cut short"));
+}
+
+TEST(AppendMgfTimes, TakesTheScanNumberFromTheEndOfTheTitle) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.mgf",
+            "BEGIN IONS\nTITLE=my.run.1.17.17.2.0.dta\nCHARGE=2+\nRTINSECONDS=61.5000000\n"
+            "PEPMASS=500.0\n100.0 1.0\nEND IONS\nBEGIN IONS\nTITLE=my.run.1.17.17.3.1.dta\n"
+            "RTINSECONDS=61.5000000\nEND IONS\nBEGIN IONS\nTITLE=my.run.1.18.18.-2.0.dta\n"
+            "RTINSECONDS=62.0000000\nEND IONS\n");
+  std::vector<ScanTime> times;
+  AppendMgfTimes(directory / "a.mgf", times);
+  EXPECT_THAT(times, ElementsAre(Pair(17, 61.5), Pair(18, 62.0)));
+}
+
+TEST(AppendMgfTimes, NamesATitleWithoutScanNumber) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.mgf", "BEGIN IONS\nTITLE=scan 17\n");
+  std::vector<ScanTime> times;
+  EXPECT_THAT(MessageOf([&] { AppendMgfTimes(directory / "a.mgf", times); }),
+              HasSubstr("a.mgf, line 2: "));
+}
+
+TEST(AppendMgfTimes, NamesATimeThatIsNoNumber) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "a.mgf";
+  WriteFile(path, "BEGIN IONS\nTITLE=run.17.17.2.0.dta\nRTINSECONDS=abc\n");
+  std::vector<ScanTime> times;
+  EXPECT_EQ(MessageOf([&] { AppendMgfTimes(path, times); }),
+            path + ", line 3: 'abc' is not a number.");
+}
+
+LogFacts FactsOf(const std::string& log_path, const std::string& run_name) {
+  RunFiles files;
+  files.m_name = run_name;
+  files.m_log = log_path;
+  LogBook logs;
+  return logs.FactsOf(files);
+}
+
+TEST(LogBook, NamesASettingAndAScanThatAreNoNumbers) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "log.txt";
+  WriteFile(path, "\n[Tarvek] <INFO> - 11: isolation_width = x\n");
+  EXPECT_EQ(MessageOf([&] { FactsOf(path, "a"); }), path + ", line 2: 'x' is not a number.");
+  WriteFile(path,
+            "[Tarvek] <INFO> - Start to process a.ms1\n"
+            "[Tarvek] <WARN> - Cannot find precursor information for scan \n");
+  EXPECT_EQ(MessageOf([&] { FactsOf(path, "a"); }), path + ", line 2: '' is not a number.");
+}
+
+TEST(LogBook, KeepsToTheLatestProcessingOfTheRun) {
+  const TemporaryDirectory directory;
+  const std::string start = "[Tarvek] <INFO> - Start to process ";
+  const std::string warning = "[Tarvek] <WARN> - Cannot find precursor information for scan ";
+  WriteFile(directory / "log.txt",
+            "[Tarvek] <INFO> - 11: isolation_width = 2.000000\n" + start + "in/a.ms1\n" + warning +
+                "3.\n" + start + "in/a.ms2\n" +  // the first time
+                "[Tarvek] <INFO> - 11: isolation_width = 4.000000\n" + start + "in/a.ms1\n" +
+                warning + "17.\n" + warning + "19.\n" + start + "out/a.pf1\n" +  // the latest
+                start + "in/b.ms1\n" + warning + "5.\n" +                        // another run
+                "[Tarvek] <INFO> - 11: isolation_width = 1.000000\n" + start + "in/c.ms1\n");
+  const LogFacts facts = FactsOf(directory / "log.txt", "a");
+  EXPECT_TRUE(facts.m_has_run);
+  EXPECT_EQ(facts.m_isolation_width, 4.0);
+  EXPECT_THAT(facts.m_without_precursor, ElementsAre(17, 19));
+  EXPECT_FALSE(FactsOf(directory / "log.txt", "d").m_has_run);
+}
+
+TEST(LogBook, TellsApartRunsWhoseNamesGoOnBehindAPoint) {
+  const TemporaryDirectory directory;
+  const std::string start = "[Tarvek] <INFO> - Start to process ";
+  const std::string warning = "[Tarvek] <WARN> - Cannot find precursor information for scan ";
+  WriteFile(directory / "log.txt",
+            "[Tarvek] <INFO> - 11: isolation_width = 2.000000\n" + start + "in/a.ms1\n" + warning +
+                "3.\n" + "[Tarvek] <INFO> - 11: isolation_width = 4.000000\n" + start +
+                "in/a.2.ms1\n" + warning + "17.\n" + start + "in/a.mzml.ms1\n" + start +
+                "in/a.2.raw.msb\n" + warning + "18.\n");
+  const LogFacts facts = FactsOf(directory / "log.txt", "a");
+  EXPECT_EQ(facts.m_isolation_width, 2.0);
+  EXPECT_THAT(facts.m_without_precursor, ElementsAre(3));
+  EXPECT_THAT(FactsOf(directory / "log.txt", "a.2").m_without_precursor, ElementsAre(18));
+}
+
+TEST(LogBook, KnowsTheWidthOfMostScansOfTheExtraction) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "log",
+            "[Tarvek] <INFO> -   Isolation widths (Th): 2.0 (3 scans); 4.0 (318 scans)\n"
+            "[Tarvek] <INFO> - Start to process in/run.ms1\n"
+            "[Tarvek] <INFO> - Start to process in/other.ms1\n");
+  LogBook logs;
+  RunFiles run;
+  run.m_log = directory / "log";
+  run.m_name = "run";
+  EXPECT_EQ(logs.FactsOf(run).m_declared_width, 4.0);
+  run.m_name = "other";  // was extracted before, by another program start
+  EXPECT_EQ(logs.FactsOf(run).m_declared_width, std::nullopt);
+}
+
+TEST(LogBook, ReadsALogOnce) {
+  const TemporaryDirectory directory;
+  RunFiles files;
+  files.m_log = directory / "log.txt";
+  WriteFile(files.m_log,
+            "[Tarvek] <INFO> - Start to process a.ms1\n[Tarvek] <INFO> - Start to process b.ms1\n");
+  LogBook logs;
+  files.m_name = "a";
+  EXPECT_TRUE(logs.FactsOf(files).m_has_run);
+  std::filesystem::remove(files.m_log);
+  files.m_name = "b";
+  EXPECT_TRUE(logs.FactsOf(files).m_has_run);
+  EXPECT_FALSE(LogBook().FactsOf(RunFiles{}).m_has_run);
+}
+
+TEST(LogBook, KnowsARunByItsBinaryInput) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "log.txt",
+            "[Tarvek] <INFO> - 11: isolation_width = 3.000000\n"
+            "[Tarvek] <INFO> - Start to process out/a.mzml.msb\n"
+            "[Tarvek] <INFO> - Start to process out/a.mzml.mscsv\n");
+  EXPECT_EQ(FactsOf(directory / "log.txt", "a").m_isolation_width, 3.0);
+}
+
+TEST(ReadTextInput, SaysWhatEachScanDeclares) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.ms2",
+            Ms2Text(3, 1, 62.0, "PQD", "TOFMS", 2) + Ms2Text(2, 1, 61.0, "HCD", "FTMS", 0));
+  const auto scans = ReadTextInput(directory / "a.ms2");
+  ASSERT_EQ(scans.size(), 2u);
+  EXPECT_EQ(scans[0].m_scan_no, 2);  // sorted
+  EXPECT_EQ(scans[0].m_rt_s, 61.0);
+  EXPECT_EQ(scans[0].m_centre_mz, 500.4);
+  EXPECT_TRUE(scans[0].m_declared.empty());
+  EXPECT_EQ(scans[1].m_activation, "PQD");
+  EXPECT_EQ(scans[1].m_analyser, "Unknown");
+  EXPECT_EQ(scans[1].m_survey, 1);
+  EXPECT_FALSE(scans[1].m_declared.empty());
+}
+
+TEST(ReadTextInput, TellsAnAssumedChargeFromADeclaredOne) {
+  const TemporaryDirectory directory;
+  const auto scan = [](int number, const std::string& charges) {
+    const std::string text = std::to_string(number);
+    return "S\t" + text + "\t" + text + "\nI\tActivationCenter\t500.4\n" + charges + "100.5 10.0\n";
+  };
+  WriteFile(directory / "run.ms2", scan(2, "Z\t0\t0.0\n") + scan(3, "Z\t2\t999.0\n") +
+                                       scan(4, "Z\t0\t999.0\nZ\t3\t999.0\n") + scan(5, ""));
+  const auto scans = ReadTextInput(directory / "run.ms2");
+  ASSERT_EQ(scans.size(), 4u);
+  EXPECT_FALSE(scans[0].m_has_charge);
+  EXPECT_TRUE(scans[1].m_has_charge);
+  EXPECT_FALSE(scans[2].m_has_charge);
+  EXPECT_TRUE(scans[3].m_declared.empty());  // nothing is declared, so nothing is assumed
+}
+
+TEST(ReadTableInput, TakesTheFragmentScansOfTheTable) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "a.mscsv",
+            "ScanNo\tPrecursorScan\tactivationCenter\tRetTime\tIonInjectionTime\tactivationType\t"
+            "InstrumentType\tNumberofPeaks\tStartPos\tEndPos\tlowerCharge\tmonoIsotopicMz\n"
+            "1\t-1\t0\t60\t1\t\tFTMS\t5\t0\t80\t0\t0\n"
+            "2\t1\t500.4\t61.5\t1\tHCD\tFTMS\t1\t80\t96\t2\t500.0\n"
+            "3\t1\t501.4\t62.5\t1\tCID\tITMS\t1\t96\t112\t0\t0\n");
+  const auto scans = ReadTableInput(directory / "a.mscsv");
+  ASSERT_EQ(scans.size(), 2u);
+  EXPECT_EQ(scans[0].m_scan_no, 2);
+  EXPECT_EQ(scans[0].m_rt_s, 61.5);
+  EXPECT_FALSE(scans[0].m_declared.empty());
+  EXPECT_EQ(scans[1].m_centre_mz, 501.4);
+  EXPECT_EQ(scans[1].m_analyser, "ITMS");
+  EXPECT_TRUE(scans[1].m_declared.empty());
+}
+
+}  // namespace
+}  // namespace tarvek::tools

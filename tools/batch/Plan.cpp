@@ -1,0 +1,189 @@
+#include "batch/Plan.h"
+
+#include <algorithm>
+#include <map>
+#include <string_view>
+
+#include "outputs/CanonicalPath.h"
+#include "CommandLine.h"
+#include "FileUtils.h"
+#include "OutputSet.h"
+#include "ParameterFile.h"
+#include "Platform.h"
+#include "RunDriver.h"
+#include "RunSummary.h"
+#include "StringUtils.h"
+#include "UserParameters.h"
+
+namespace tarvek::tools {
+namespace {
+
+/// The arguments of a batch, understood.
+struct BatchRequest {
+  ParameterTable m_table;              // all settings; the data paths numbered
+  std::vector<std::string> m_options;  // those handed on to each process, without -D and -L
+  bool m_is_parameter_file = false;
+};
+
+bool IsOption(const std::string& word) {
+  return word.size() == 2 && word[0] == '-' && (word[1] < '0' || word[1] > '9');
+}
+
+BatchRequest ReadOptions(std::span<const std::string> words) {
+  BatchRequest request;
+  std::vector<std::string> paths;
+  std::vector<const char*> pairs{"tarvek"};
+  bool takes_paths = true;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (words[i] == "-D") {
+      takes_paths = true;
+    } else if (takes_paths && !IsOption(words[i])) {
+      paths.push_back(words[i]);
+    } else {
+      takes_paths = false;
+      pairs.push_back(words[i].c_str());
+      if (++i == words.size()) throw "The option " + words.back() + " has no value";
+      pairs.push_back(words[i].c_str());
+      if (words[i - 1] != "-L")
+        request.m_options.insert(request.m_options.end(), {words[i - 1], words[i]});
+    }
+  }
+  request.m_table = ParseCommandLine(static_cast<int>(pairs.size()), pairs.data());
+  request.m_table["datanum"] = std::to_string(paths.size());
+  for (std::size_t i = 0; i < paths.size(); ++i)
+    request.m_table["datapath" + std::to_string(i + 1)] = paths[i];
+  return request;
+}
+
+BatchRequest ReadParameters(const std::string& path) {
+  BatchRequest request;
+  request.m_is_parameter_file = true;
+  request.m_table = ReadParameterTable(path);
+  return request;
+}
+
+/// The settings with their data paths; one that is missing ends the batch before it starts.
+UserParameters SettingsOf(const BatchRequest& request) {
+  UserParameters settings;
+  ApplyParameterTable(settings, request.m_table);
+  if (settings.m_datapaths.size() != DataPathCandidates(request.m_table).size())
+    throw "Not every data path is there; nothing was started";
+  return settings;
+}
+
+/// The files of a data path, as tarvek would process them; the format of a file becomes that of the
+/// directories behind it.
+std::vector<std::string> FilesOf(const std::string& path, UserParameters& settings) {
+  const std::string format = detectDataPathFormat(path, settings);
+  if (!IsKnownFormat(format)) throw UnknownFormatText(path, format);
+  settings.m_input_format = format;
+  std::vector<std::string> files = ListInputFiles(path, format);
+  std::ranges::sort(files);
+  return files;
+}
+
+/// What the data paths have instead of inputs, to be said behind "There is no input file".
+std::string WhatIsThere(const UserParameters& settings) {
+  std::string text;
+  for (const std::string& path : settings.m_datapaths)
+    text += ". " + NoInputFileText(path, settings.m_input_format);
+  return text;
+}
+
+/// "key = value" lines. A value that does not survive being read back cannot be given in this way.
+std::string ParameterText(ParameterTable table, const BatchTask& task) {
+  std::erase_if(table, [](const auto& entry) { return entry.first.starts_with("data"); });
+  table["datapath"] = task.m_input;
+  table["logfilepath"] = task.m_log_directory;
+  std::string text;
+  for (const auto& [key, value] : table) {
+    const std::string line = key + " = " + value;
+    ParameterTable read;
+    AddParameterLine(line, read);
+    if (read[key] != value) throw "A parameter file cannot hold '" + value + "'; give options";
+    text += line + "\n";
+  }
+  return text;
+}
+
+void SetArguments(BatchTask& task, const BatchRequest& request) {
+  if (request.m_is_parameter_file) {
+    task.m_parameter_file = ParameterText(request.m_table, task);
+    task.m_arguments = {ParameterFileOf(task)};
+    return;
+  }
+  task.m_arguments = {"-D", task.m_input};
+  task.m_arguments.insert(task.m_arguments.end(), request.m_options.begin(),
+                          request.m_options.end());
+  task.m_arguments.insert(task.m_arguments.end(), {"-L", task.m_log_directory});
+}
+
+/// what(task): the path that no two tasks may share; nothing is refused where it is empty.
+template <class What>
+void RefuseEqual(const std::vector<BatchTask>& tasks, What what) {
+  std::map<std::string, std::string> taken;
+  for (const BatchTask& task : tasks) {
+    const std::string path = what(task);
+    if (path.empty()) continue;
+    const std::string canonical = CanonicalPath(path);
+    const auto [entry, is_new] =
+        taken.try_emplace(kFileNamesIgnoreCase ? ToLower(canonical) : canonical, task.m_input);
+    if (!is_new)
+      throw entry->second + " and " + task.m_input + " would both write " + path +
+          "; nothing was started";
+  }
+}
+
+}  // namespace
+
+std::string ParameterFileOf(const BatchTask& task) {
+  return JoinPath({task.m_log_directory, "batch.params"});
+}
+
+BatchTask TaskFor(const std::string& input, const UserParameters& settings,
+                  FinishedRuns& finished) {
+  UserParameters current = settings;
+  current.m_outputpath_follows_input = settings.m_outputpath.empty();
+  SetCurrentFile(current, input);
+  const std::string logs = settings.m_logfilepath.empty()
+                               ? JoinPath({current.m_outputpath, kBatchLogFolder})
+                               : settings.m_logfilepath;
+  BatchTask task;
+  task.m_input = input;
+  task.m_log_directory = JoinPath({logs, current.m_current_basename});
+  // Of MGF, which is only rewritten, no table tells.
+  if (ToLower(current.m_current_ext) != "mgf") task.m_table = FinishedTablePath(current);
+  task.m_record = RunRecordPath(current);
+  task.m_has_record = FileExists(task.m_record);
+  task.m_is_finished =
+      !settings.m_rewrite_files && !task.m_table.empty() && FileExists(task.m_table);
+  if (task.m_is_finished) task.m_other_settings = finished.OtherSettings(current);
+  task.m_size_bytes = File::Open(input, "r").SizeBytes();
+  return task;
+}
+
+void RefuseMeetings(const std::vector<BatchTask>& tasks) {
+  RefuseEqual(tasks, [](const BatchTask& task) { return task.m_table; });
+  RefuseEqual(tasks, [](const BatchTask& task) { return task.m_record; });
+  RefuseEqual(tasks, [](const BatchTask& task) { return task.m_log_directory; });
+}
+
+std::vector<BatchTask> PlanBatch(std::span<const std::string> words) {
+  const BatchRequest request = words.size() == 1 && IsParameterFile(words.front())
+                                   ? ReadParameters(words.front())
+                                   : ReadOptions(words);
+  UserParameters settings = SettingsOf(request);
+  FinishedRuns finished(settings);
+  std::vector<BatchTask> tasks;
+  for (const std::string& path : settings.m_datapaths) {
+    for (const std::string& file : FilesOf(path, settings)) {
+      tasks.push_back(TaskFor(file, settings, finished));
+      SetArguments(tasks.back(), request);
+    }
+  }
+  if (tasks.empty()) throw "There is no input file" + WhatIsThere(settings);
+  RefuseMeetings(tasks);
+  return tasks;
+}
+
+}  // namespace tarvek::tools

@@ -1,0 +1,107 @@
+#include "batch/RunPlan.h"
+
+#include <algorithm>
+
+#include "CommandLine.h"
+#include "FileUtils.h"
+#include "Platform.h"
+#include "RunDriver.h"
+#include "batch/RunInputs.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr const char* kOutputKey = "outputpath";
+constexpr const char* kTableKey = "ipv_file";
+
+std::string OptionOf(const std::string& key) {
+  const auto found = std::ranges::find(OptionLetters, key, &OptionLetter::m_key);
+  return {'-', found->m_letter};
+}
+
+/// The settings without data paths, which are the inputs.
+UserParameters SettingsOf(ParameterTable table) {
+  table["datanum"] = "0";
+  UserParameters settings;
+  ApplyParameterTable(settings, table);
+  return settings;
+}
+
+/// The settings that a check compares with its input.
+std::vector<std::string> CheckArguments(const std::string& input, const ParameterTable& table) {
+  std::vector<std::string> words{"check", "--json", "-I", table.at(kTableKey)};
+  if (const auto width = table.find("isolation_width"); width != table.end())
+    words.push_back("--isolation-width=" + width->second);
+  if (const auto charges = table.find("charge_range"); charges != table.end())
+    words.push_back("--charge-range=" + charges->second);
+  words.push_back(AbsolutePath(input));
+  return words;
+}
+
+void SetArguments(BatchTask& task, const ParameterTable& table) {
+  task.m_arguments = {"-D", AbsolutePath(task.m_input)};
+  for (const auto& [key, value] : table)
+    task.m_arguments.insert(task.m_arguments.end(), {OptionOf(key), value});
+  task.m_arguments.insert(task.m_arguments.end(), {"-L", AbsolutePath(task.m_log_directory)});
+  task.m_working_directory = AbsolutePath(task.m_log_directory);
+}
+
+UserParameters CurrentOf(UserParameters settings, const std::string& input) {
+  settings.m_outputpath_follows_input = settings.m_outputpath.empty();
+  SetCurrentFile(settings, input);
+  return settings;
+}
+
+/// MGF has no table: its record says that it is finished. tarvek would skip one that lies where its
+/// outputs go.
+void TakeMgf(BatchTask& task, bool is_again) {
+  task.m_table = task.m_record;
+  task.m_is_finished = task.m_has_record && !is_again;
+  if (!is_again) task.m_arguments.insert(task.m_arguments.end(), {"-r", "1"});
+}
+
+/// Why a finished input is not what was asked for; empty when it is.
+std::string RefusalOf(const BatchTask& task) {
+  constexpr const char* kAdvice = "; --again processes it again";
+  if (!task.m_is_finished) return {};
+  if (!task.m_other_settings.empty())
+    return "finished before, with other settings: " + task.m_other_settings + kAdvice;
+  if (!task.m_has_record)
+    return "finished before, and there is no " + task.m_record + " that says with which settings" +
+           kAdvice;
+  return {};
+}
+
+}  // namespace
+
+std::string InstalledIsotopeTable() {
+  const std::string path = InstalledTablePath();
+  if (!FileExists(path))
+    throw "There is no isotope table " + path + "; name one with --isotope-table";
+  return path;
+}
+
+std::vector<BatchTask> PlanRun(const RunRequest& request) {
+  ParameterTable table = request.m_settings;
+  table[kTableKey] = AbsolutePath(request.m_isotope_table.empty() ? InstalledIsotopeTable()
+                                                                  : request.m_isotope_table);
+  UserParameters settings = SettingsOf(table);
+  settings.m_outputpath = WithoutTrailingSeparators(request.m_output_directory);
+  if (!request.m_output_directory.empty())
+    table[kOutputKey] = AbsolutePath(request.m_output_directory);
+  FinishedRuns finished(settings);
+  std::vector<BatchTask> tasks;
+  for (const std::string& input : request.m_inputs) {
+    tasks.push_back(TaskFor(input, settings, finished));
+    BatchTask& task = tasks.back();
+    SetArguments(task, table);
+    task.m_wanted = finished.SettingsNow(CurrentOf(settings, input));
+    if (InputFormatOf(input) == "mgf") TakeMgf(task, settings.m_rewrite_files);
+    if (request.m_has_check) task.m_check = CheckArguments(input, table);
+    task.m_refusal = RefusalOf(task);
+  }
+  RefuseMeetings(tasks);
+  return tasks;
+}
+
+}  // namespace tarvek::tools

@@ -1,0 +1,240 @@
+#include "batch/Runner.h"
+
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "batch/Record.h"
+#include "FileUtils.h"
+#include "LineReader.h"
+#include "OutputFile.h"
+#include "Platform.h"
+#include "RunSummary.h"
+#include "StringUtils.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr int kLookMs = 200;
+constexpr std::int64_t kPatienceMs = 3000;  // with a process that was asked to end
+
+constexpr std::string_view kErrorPrefix = "[Tarvek] <ERROR> - ";
+
+/// A running task; its process is in the same place of a list of its own.
+struct RunningTask {
+  std::size_t m_task = 0;
+  std::int64_t m_start_ms = 0;
+  bool m_is_check = false;  // of its input, before tarvek
+};
+
+class BatchRunner {
+ public:
+  BatchRunner(std::span<const BatchTask> tasks, const BatchSettings& settings,
+              const BatchObserver& observer)
+      : m_tasks(tasks), m_settings(settings), m_observer(observer), m_results(tasks.size()) {}
+
+  std::vector<BatchResult> Run() {
+    while (StartTasks() || !m_processes.empty()) {
+      BackgroundProcess::WaitForAny(m_processes, kLookMs);
+      TakeEnds();
+      m_observer({m_tasks, m_results, nullptr});
+      if (StopRequested()) EndAll();
+    }
+    return std::move(m_results);
+  }
+
+ private:
+  /// Starts what may be started; false when nothing is left to start or to look at.
+  bool StartTasks() {
+    while (m_next < m_tasks.size() && m_processes.size() < m_settings.m_jobs && MayStart()) {
+      const std::size_t task = m_next++;
+      if (!m_tasks[task].m_refusal.empty())
+        Fail(task, m_tasks[task].m_refusal);
+      else if (m_tasks[task].m_is_finished)
+        TakeResults(task, BatchState::kFinishedBefore);
+      else
+        StartOrFail(task);
+    }
+    return !m_processes.empty();
+  }
+
+  [[nodiscard]] bool MayStart() const noexcept {
+    return !StopRequested() && (m_settings.m_keep_going || !m_has_failed);
+  }
+
+  void StartOrFail(std::size_t number) {
+    try {
+      StartTask(number);
+    } catch (const std::string& message) {  // of the file helpers
+      Fail(number, message);
+    }
+  }
+
+  void StartTask(std::size_t number) {
+    const BatchTask& task = m_tasks[number];
+    MakeDirectory(task.m_log_directory);
+    if (!task.m_parameter_file.empty()) {
+      OutputFile file(ParameterFileOf(task), "wb", "parameter");
+      file.Write(task.m_parameter_file);
+      file.Close();
+    }
+    RunningTask running{number, MonotonicMilliseconds(), !task.m_check.empty()};
+    StartProcess(running);
+    m_results[number].m_state = BatchState::kRunning;
+    m_results[number].m_has_started = true;
+  }
+
+  void StartProcess(const RunningTask& running) {
+    const BatchTask& task = m_tasks[running.m_task];
+    const bool is_check = running.m_is_check;
+    std::vector<std::string> words{is_check ? m_settings.m_check_program : m_settings.m_program};
+    const std::vector<std::string>& arguments = is_check ? task.m_check : task.m_arguments;
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    BackgroundProcess process = BackgroundProcess::Start(
+        words, is_check ? CheckFileOf(task) : ConsoleFileOf(task), task.m_working_directory);
+    if (!process.IsRunning()) throw "cannot start " + words.front();
+    m_processes.push_back(std::move(process));
+    m_running.push_back(running);
+  }
+
+  void TakeEnds() {
+    std::vector<BackgroundProcess> processes;
+    std::vector<RunningTask> running;
+    std::vector<std::pair<RunningTask, int>> ended;
+    for (std::size_t i = 0; i < m_processes.size(); ++i) {
+      const std::optional<int> status = m_processes[i].Poll();
+      if (status) {
+        ended.emplace_back(m_running[i], *status);
+      } else {
+        processes.push_back(std::move(m_processes[i]));
+        running.push_back(m_running[i]);
+      }
+    }
+    m_processes.swap(processes);
+    m_running.swap(running);
+    for (const auto& [task, status] : ended) TakeEnd(task, status);
+  }
+
+  void TakeEnd(const RunningTask& running, int status) {
+    const BatchTask& task = m_tasks[running.m_task];
+    m_results[running.m_task].m_milliseconds = MonotonicMilliseconds() - running.m_start_ms;
+    if (running.m_is_check)
+      TakeCheck(running, status);
+    else if (status == 0 && (task.m_table.empty() || FileExists(task.m_table)))
+      TakeResults(running.m_task, BatchState::kDone);
+    else if (m_is_ending)
+      Note(running.m_task, BatchState::kStopped);
+    else
+      Fail(running.m_task, status == 0 ? "ended without " + task.m_table
+                                       : FailureReason(ConsoleFileOf(task), status));
+  }
+
+  void TakeCheck(RunningTask running, int status) {
+    if (m_is_ending) return Note(running.m_task, BatchState::kStopped);
+    CheckVerdict verdict = ReadCheckVerdict(CheckFileOf(m_tasks[running.m_task]), status);
+    m_results[running.m_task].m_warnings = std::move(verdict.m_warnings);
+    if (!verdict.m_defect.empty()) return Fail(running.m_task, verdict.m_defect);
+    running.m_is_check = false;
+    try {
+      StartProcess(running);
+    } catch (const std::string& message) {
+      Fail(running.m_task, message);
+    }
+  }
+
+  /// The end of a task whose outputs are there.
+  void TakeResults(std::size_t number, BatchState state) {
+    BatchResult& result = m_results[number];
+    std::string failure;
+    try {
+      result.m_record = RecordAt(m_tasks[number].m_record);
+      failure = WhyNothingIsExported(result.m_record);
+      if (failure.empty() && state == BatchState::kDone) failure = OtherThanWanted(number);
+    } catch (const std::string& message) {
+      failure = message;
+    }
+    if (failure.empty()) return Note(number, state);
+    Fail(number, (state == BatchState::kFinishedBefore ? "finished before, but " : "") + failure);
+  }
+
+  /// tarvek takes spectra that an earlier run has extracted, as they are.
+  [[nodiscard]] std::string OtherThanWanted(std::size_t number) const {
+    const RunRecord& wanted = m_tasks[number].m_wanted;
+    if (wanted.m_settings.empty()) return {};
+    const std::string difference = SettingsDifference(m_results[number].m_record, wanted);
+    return difference.empty()
+               ? difference
+               : "its spectra were extracted before, with other settings: " + difference +
+                     "; --again extracts them again";
+  }
+
+  void Fail(std::size_t task, const std::string& reason) {
+    m_has_failed = true;
+    m_results[task].m_reason = reason;
+    Note(task, BatchState::kFailed);
+  }
+
+  void Note(std::size_t task, BatchState state) {
+    m_results[task].m_state = state;
+    m_observer({m_tasks, m_results, &m_tasks[task]});
+  }
+
+  /// Asks the running processes to end, later makes them, and takes their ends.
+  void EndAll() {
+    m_is_ending = true;
+    for (BackgroundProcess& process : m_processes) process.End(BackgroundProcess::Ending::kAsked);
+    const std::int64_t deadline_ms = MonotonicMilliseconds() + kPatienceMs;
+    while (!m_processes.empty()) {
+      if (MonotonicMilliseconds() >= deadline_ms)
+        for (BackgroundProcess& process : m_processes)
+          process.End(BackgroundProcess::Ending::kForced);
+      BackgroundProcess::WaitForAny(m_processes, kLookMs);
+      TakeEnds();
+    }
+  }
+
+  std::span<const BatchTask> m_tasks;
+  const BatchSettings& m_settings;
+  const BatchObserver& m_observer;
+  std::vector<BatchResult> m_results;
+  std::vector<BackgroundProcess> m_processes;
+  std::vector<RunningTask> m_running;
+  std::size_t m_next = 0;
+  bool m_has_failed = false;
+  bool m_is_ending = false;
+};
+
+}  // namespace
+
+std::vector<BatchResult> RunBatch(std::span<const BatchTask> tasks, const BatchSettings& settings,
+                                  const BatchObserver& observer) {
+  return BatchRunner(tasks, settings, observer).Run();
+}
+
+std::string ConsoleFileOf(const BatchTask& task) {
+  return JoinPath({task.m_log_directory, "console.txt"});
+}
+
+std::string CheckFileOf(const BatchTask& task) {
+  return JoinPath({task.m_log_directory, "check.json"});
+}
+
+std::string FailureReason(const std::string& console_file, int status) {
+  std::string last_error;
+  std::string last_line;
+  File file = File::Open(console_file, "r");
+  if (file.IsOpen()) {
+    LineReader lines(file);
+    std::string_view line;
+    while (lines.ReadPiece(line)) {
+      const std::string_view text = Trim(line);
+      if (text.starts_with(kErrorPrefix)) last_error = text.substr(kErrorPrefix.size());
+      if (!text.empty()) last_line = text;
+    }
+  }
+  if (!last_error.empty()) return last_error;
+  const std::string ending = "ended with status " + std::to_string(status);
+  return last_line.empty() ? ending : ending + ": " + last_line;
+}
+
+}  // namespace tarvek::tools

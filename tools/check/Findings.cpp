@@ -1,0 +1,115 @@
+#include "check/Findings.h"
+
+#include <algorithm>
+#include <nlohmann/json.hpp>
+
+namespace tarvek::tools {
+namespace {
+
+using nlohmann::ordered_json;
+
+std::string PlaceText(const Finding& finding) {
+  std::string text = finding.m_file;
+  if (finding.m_place.m_scan_no) text += ", scan " + std::to_string(*finding.m_place.m_scan_no);
+  if (finding.m_place.m_line) text += ", line " + std::to_string(*finding.m_place.m_line);
+  return text;
+}
+
+std::string ItemText(const CheckedItem& item) {
+  std::string text = item.m_path + " (" + item.m_kind + ")";
+  const char* separator = ": ";
+  for (const CheckedFact& fact : item.m_facts) {
+    text.append(separator).append(std::to_string(fact.m_count)).append(" ").append(fact.m_label);
+    separator = ", ";
+  }
+  text += "\n";
+  for (const auto& [reason, left_out] : item.m_left_out)
+    text += "  left out: " + std::to_string(left_out.m_count) + ", " + reason +
+            (left_out.m_first_scan == 0
+                 ? "\n"
+                 : " (first: scan " + std::to_string(left_out.m_first_scan) + ")\n");
+  return text;
+}
+
+std::string Plural(std::size_t count, const std::string& thing) {
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
+}
+
+// File names may hold bytes that are no UTF-8, which JSON cannot show.
+std::string Dumped(const ordered_json& json) {
+  return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
+}
+
+ordered_json ItemJson(const CheckedItem& item) {
+  ordered_json facts = ordered_json::object();
+  for (const CheckedFact& fact : item.m_facts) facts[fact.m_key] = fact.m_count;
+  ordered_json left_out = ordered_json::array();
+  for (const auto& [reason, scans] : item.m_left_out)
+    left_out.push_back(
+        {{"reason", reason}, {"scans", scans.m_count}, {"first_scan", scans.m_first_scan}});
+  return {{"path", item.m_path}, {"kind", item.m_kind}, {"counts", facts}, {"left_out", left_out}};
+}
+
+ordered_json FindingJson(const Finding& finding) {
+  ordered_json json = {{"severity", SeverityWord(finding.m_severity)},
+                       {"code", finding.m_code},
+                       {"file", finding.m_file}};
+  if (finding.m_place.m_scan_no) json["scan"] = *finding.m_place.m_scan_no;
+  if (finding.m_place.m_line) json["line"] = *finding.m_place.m_line;
+  json["meaning"] = finding.m_meaning;
+  json["advice"] = finding.m_advice;
+  return json;
+}
+
+}  // namespace
+
+std::size_t CheckReport::Count(Severity severity) const {
+  return static_cast<std::size_t>(std::ranges::count(m_findings, severity, &Finding::m_severity));
+}
+
+std::string SeverityWord(Severity severity) {
+  switch (severity) {
+    case Severity::kDefect:
+      return "defect";
+    case Severity::kWarning:
+      return "warning";
+    case Severity::kNote:
+      break;
+  }
+  return "note";
+}
+
+std::string ShareText(std::int64_t part, std::int64_t whole, const std::string& things) {
+  if (part == whole)
+    return (whole == 1 ? "the one " : "all " + std::to_string(whole) + " ") + things;
+  return std::to_string(part) + " of " + std::to_string(whole) + " " + things;
+}
+
+std::string CheckText(const CheckReport& report) {
+  std::string text;
+  for (const CheckedItem& item : report.Items()) text += ItemText(item);
+  for (const Severity severity : {Severity::kDefect, Severity::kWarning, Severity::kNote}) {
+    for (const Finding& finding : report.Findings()) {
+      if (finding.m_severity != severity) continue;
+      text += SeverityWord(severity) + ": " + PlaceText(finding) + ": " + finding.m_meaning +
+              "\n  " + finding.m_advice + "\n";
+    }
+  }
+  return text + Plural(report.Count(Severity::kDefect), "defect") + ", " +
+         Plural(report.Count(Severity::kWarning), "warning") + ", " +
+         Plural(report.Count(Severity::kNote), "note") + "\n";
+}
+
+std::string CheckJson(const CheckReport& report) {
+  ordered_json items = ordered_json::array();
+  for (const CheckedItem& item : report.Items()) items.push_back(ItemJson(item));
+  ordered_json findings = ordered_json::array();
+  for (const Finding& finding : report.Findings()) findings.push_back(FindingJson(finding));
+  return Dumped({{"checked", items},
+                 {"findings", findings},
+                 {"defects", report.Count(Severity::kDefect)},
+                 {"warnings", report.Count(Severity::kWarning)},
+                 {"notes", report.Count(Severity::kNote)}});
+}
+
+}  // namespace tarvek::tools

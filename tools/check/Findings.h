@@ -1,0 +1,97 @@
+// tools/check/Findings.h: what "tarvek-tools check" has to say.
+// Does:     collects findings and what is known of each file; gives them as text and as JSON.
+// Owns:     its texts.
+// Throws:   nothing but std::bad_alloc.
+// Not here: what is looked for (the other Check*.h).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tarvek::tools {
+
+enum class Severity {
+  kDefect,   // the file cannot be used, or results are missing or contradict each other
+  kWarning,  // the run works, but probably not as its user expects
+  kNote      // good to know
+};
+
+/// Where in a file, as far as it is known.
+struct FindingPlace {
+  std::optional<std::int64_t> m_scan_no;
+  std::optional<std::int64_t> m_line;
+};
+
+struct Finding {
+  Severity m_severity = Severity::kNote;
+  std::string m_code;  // a word that stays the same, for programs
+  std::string m_file;
+  FindingPlace m_place;
+  std::string m_meaning;  // one sentence
+  std::string m_advice;   // one sentence
+};
+
+/// Scans that a run would not use, for one reason.
+struct LeftOut {
+  std::int64_t m_count = 0;
+  std::int64_t m_first_scan = 0;  // 0: not known
+};
+using LeftOutScans = std::map<std::string, LeftOut>;  // by reason
+
+/// A count, for programs under its key and for people under its label.
+struct CheckedFact {
+  std::string m_key;
+  std::string m_label;
+  std::int64_t m_count = 0;
+};
+
+/// One thing that was looked at: a file, or files that belong together.
+struct CheckedItem {
+  std::string m_path;
+  std::string m_kind;                // "mzML", "text pair", "outputs", ...
+  std::vector<CheckedFact> m_facts;  // in the order in which they are shown
+  LeftOutScans m_left_out;
+};
+
+class CheckReport {
+ public:
+  void Add(Finding finding) { m_findings.push_back(std::move(finding)); }
+  void Defect(const std::string& code, const std::string& file, const std::string& meaning,
+              const std::string& advice, FindingPlace place = {}) {
+    Add({Severity::kDefect, code, file, place, meaning, advice});
+  }
+  void Warning(const std::string& code, const std::string& file, const std::string& meaning,
+               const std::string& advice, FindingPlace place = {}) {
+    Add({Severity::kWarning, code, file, place, meaning, advice});
+  }
+  void Note(const std::string& code, const std::string& file, const std::string& meaning,
+            const std::string& advice, FindingPlace place = {}) {
+    Add({Severity::kNote, code, file, place, meaning, advice});
+  }
+  void AddItem(CheckedItem item) { m_items.push_back(std::move(item)); }
+
+  [[nodiscard]] const std::vector<Finding>& Findings() const { return m_findings; }
+  [[nodiscard]] const std::vector<CheckedItem>& Items() const { return m_items; }
+  [[nodiscard]] std::size_t Count(Severity severity) const;
+
+ private:
+  std::vector<Finding> m_findings;
+  std::vector<CheckedItem> m_items;
+};
+
+/// "defect", "warning" or "note".
+std::string SeverityWord(Severity severity);
+
+/// "3 of 20 MS2 scans", for the sentences.
+std::string ShareText(std::int64_t part, std::int64_t whole, const std::string& things);
+
+/// The report for people, and as one JSON object.
+std::string CheckText(const CheckReport& report);
+std::string CheckJson(const CheckReport& report);
+
+}  // namespace tarvek::tools

@@ -1,0 +1,31 @@
+// tools/check/Mgf.h: the blocks of an MGF file.
+// Does:     reads the blocks, reports those that are not whole, that have no peaks, or whose titles
+//           do not tell their scan.
+// Throws:   a std::string when the file cannot be read.
+// Not here: whether the blocks agree with other files (check/Outputs.h).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "check/Findings.h"
+#include "SpectrumRecords.h"
+
+namespace tarvek::tools {
+
+struct CheckedBlock {
+  std::int32_t m_scan_no = 0;
+  Precursor m_precursor;    // m/z without sign
+  std::int64_t m_line = 0;  // of BEGIN IONS
+};
+
+struct MgfContent {
+  std::vector<CheckedBlock> m_blocks;
+  std::string m_run_name;  // in the first title
+  bool m_is_whole = true;  // no defect was found
+};
+
+MgfContent CheckMgf(CheckReport& report, const std::string& path);
+
+}  // namespace tarvek::tools

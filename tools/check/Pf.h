@@ -1,0 +1,31 @@
+// tools/check/Pf.h: one .pf1 or .pf2 file with its index.
+// Does:     walks the records from the header to the end of the file and compares header, index and
+//           records with each other; peaks are stepped over.
+// Throws:   a std::string when a file cannot be opened or read.
+// Not here: whether the records agree with other files (check/Outputs.h). Format: docs/formats/pf.md.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "check/Findings.h"
+#include "SpectrumRecords.h"
+
+namespace tarvek::tools {
+
+struct PfRecord {
+  std::int32_t m_scan_no = 0;
+  std::vector<Precursor> m_precursors;  // of a .pf1 file: retention time and charge 1
+};
+
+struct PfContent {
+  std::string m_title;
+  std::vector<PfRecord> m_records;
+  bool m_is_whole = true;  // no defect was found
+};
+
+/// path: that of the data file; the index is path + "idx".
+PfContent CheckPf(CheckReport& report, const std::string& path);
+
+}  // namespace tarvek::tools

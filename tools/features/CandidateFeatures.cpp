@@ -1,0 +1,188 @@
+#include "features/CandidateFeatures.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdlib>
+#include <functional>
+
+#include "Ms1Feed.h"
+#include "Ms2Loop.h"
+#include "NumberText.h"
+#include "OutputFile.h"
+#include "PrecursorDetermination.h"
+#include "ScoringModels.h"
+#include "StringUtils.h"
+#include "outputs/TableReader.h"
+#include "TextSpectrumSource.h"
+#include "UnfinishedFile.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr int kDecimals = 6;
+
+struct FeatureColumn {
+  const char* m_name;
+  double (*m_value)(FeaturesExtractor& candidate);
+};
+
+constexpr std::array<FeatureColumn, 12> kFeatureColumns = {{
+    {"ipv_similarity_0", [](FeaturesExtractor& c) { return c.ipv_similarity_0(); }},
+    {"ipv_similarity_m1", [](FeaturesExtractor& c) { return c.ipv_similarity_m1(); }},
+    {"ipv_similarity_m2", [](FeaturesExtractor& c) { return c.ipv_similarity_m2(); }},
+    {"xic_correlation_0_1", [](FeaturesExtractor& c) { return c.xic_correlation_0_1(); }},
+    {"xic_correlation_m1_0", [](FeaturesExtractor& c) { return c.xic_correlation_m1_0(); }},
+    {"elution_share", [](FeaturesExtractor& c) { return c.elution_share(); }},
+    {"window_intensity_ratio", [](FeaturesExtractor& c) { return c.window_intensity_ratio(); }},
+    {"isotope_count", [](FeaturesExtractor& c) { return double(c.isotope_count()); }},
+    {"window_isotope_count", [](FeaturesExtractor& c) { return double(c.window_isotope_count()); }},
+    {"mz_spread_ppm", [](FeaturesExtractor& c) { return c.mz_spread_ppm(); }},
+    {"charge_times_mz", [](FeaturesExtractor& c) { return c.charge_times_mz(); }},
+    {"abs_charge", [](FeaturesExtractor& c) { return c.abs_charge(); }},
+}};
+
+const char* LabelText(CandidateLabel label) {
+  switch (label) {
+    case CandidateLabel::kTrue:
+      return "1";
+    case CandidateLabel::kFalse:
+      return "0";
+    case CandidateLabel::kDoubtful:
+      break;
+  }
+  return "NA";
+}
+
+void AppendHeader(std::string& text, bool with_scores) {
+  text += "scan\tmz\tcharge";
+  for (const FeatureColumn& column : kFeatureColumns) text.append("\t").append(column.m_name);
+  text += "\tlabel";
+  if (with_scores)
+    for (const std::int32_t model : kMarsModels) {
+      text += "\tscore_";
+      AppendInteger(text, model);
+    }
+  text += '\n';
+}
+
+void AppendReal(std::string& text, double value) {
+  text += '\t';
+  AppendFixed(text, value, kDecimals);
+}
+
+void AppendRow(std::string& text, std::int32_t scan_no, FeaturesExtractor& candidate,
+               CandidateLabel label, bool with_scores) {
+  AppendInteger(text, scan_no);
+  AppendReal(text, candidate.GetPrecursor().m_mz);
+  text += '\t';
+  AppendInteger(text, candidate.GetPrecursor().m_charge);
+  for (const FeatureColumn& column : kFeatureColumns) AppendReal(text, column.m_value(candidate));
+  text.append("\t").append(LabelText(label));
+  if (with_scores)
+    for (const std::int32_t model : kMarsModels) AppendReal(text, Score(candidate, model));
+  text += '\n';
+}
+
+/// Gives a candidate of a scan its label.
+using Labeller = std::function<CandidateLabel(std::int32_t scan_no, const Precursor& candidate)>;
+
+template <class Table>
+auto OfScan(const Table& table, std::int32_t scan_no) {
+  const auto rows = table.find(scan_no);
+  using Rows = std::span<const typename Table::mapped_type::value_type>;
+  return rows == table.end() ? Rows() : Rows(rows->second);
+}
+
+Labeller MakeLabeller(const FeatureTableOptions& options) {
+  const double tol_ppm = options.m_tol_ppm;
+  if (!options.m_truth_path.empty())
+    return [truth = ReadTruthTable(options.m_truth_path), tol_ppm, min_share = options.m_min_share](
+               std::int32_t scan_no, const Precursor& candidate) {
+      return LabelByTruth(candidate, OfScan(truth, scan_no), tol_ppm, min_share);
+    };
+  return [identified = ReadIdentifiedPrecursors(options.m_identified_path), tol_ppm](
+             std::int32_t scan_no, const Precursor& candidate) {
+    return LabelByPeptides(candidate, OfScan(identified, scan_no), tol_ppm);
+  };
+}
+
+// Walks the run in the order and under the conditions in which tarvek determines precursors.
+void WriteRows(const UserParameters& parameters, const FeatureTableOptions& options,
+               OutputFile& out) {
+  const Labeller label = MakeLabeller(options);
+  TextSpectrumSource source(options.m_ms1_path, Ms2Path(parameters));
+  Ms1Feed feed(source, nullptr);
+  PrecursorDetermination determination(parameters);
+  MS2Spectrum scan;
+  while (source.NextMs2(scan)) {
+    feed.AdvanceTo(scan.m_precursor_scan);
+    if (!IsProcessed(scan) || !CanDetermine(source, feed.Store(), scan)) continue;
+    std::string rows;
+    determination.WithCandidates(
+        feed.Store(), scan, [&](std::span<FeaturesExtractor* const> candidates) {
+          for (FeaturesExtractor* const candidate : candidates)
+            AppendRow(rows, scan.m_scan_no, *candidate,
+                      label(scan.m_scan_no, candidate->GetPrecursor()), options.m_with_scores);
+        });
+    out.Write(rows);
+  }
+}
+
+}  // namespace
+
+IdentifiedPrecursors ReadIdentifiedPrecursors(const std::string& path) {
+  TableReader reader(path);
+  const auto [scan, mz, charge] = reader.ReadHeader<3>({"scan", "mz", "charge"});
+  IdentifiedPrecursors identified;
+  while (reader.NextRow())
+    identified[reader.Integer(scan)].push_back({reader.Real(mz), reader.Integer(charge)});
+  return identified;
+}
+
+CandidateLabel LabelByTruth(const Precursor& candidate, std::span<const TruePrecursor> truths,
+                            double tol_ppm, double min_share) {
+  CandidateLabel label = CandidateLabel::kFalse;
+  for (const TruePrecursor& truth : truths) {
+    const Precursor& precursor = truth.m_precursor;
+    if (precursor.m_charge != candidate.m_charge) continue;
+    if (!WithinPpm(candidate.m_mz, precursor.m_mz, 2.0 * tol_ppm)) continue;
+    if (truth.m_share >= min_share && WithinPpm(candidate.m_mz, precursor.m_mz, tol_ppm))
+      return CandidateLabel::kTrue;
+    label = CandidateLabel::kDoubtful;
+  }
+  return label;
+}
+
+CandidateLabel LabelByPeptides(const Precursor& candidate, std::span<const Precursor> identified,
+                               double tol_ppm) {
+  CandidateLabel label = CandidateLabel::kDoubtful;
+  for (const Precursor& peptide : identified) {
+    const bool same_charge = peptide.m_charge == candidate.m_charge;
+    if (WithinPpm(candidate.m_mz, peptide.m_mz, tol_ppm)) {
+      if (same_charge) return CandidateLabel::kTrue;
+      label = CandidateLabel::kFalse;
+    }
+    const double spacing_mz = kIsotopeDifferenceDa / std::abs(peptide.m_charge);
+    for (int isotope = 1; isotope <= kMaxShift && same_charge; ++isotope)
+      for (const double shift_mz : {-isotope * spacing_mz, isotope * spacing_mz})
+        if (WithinPpm(candidate.m_mz, std::fabs(peptide.m_mz) + shift_mz, tol_ppm))
+          label = CandidateLabel::kFalse;
+  }
+  return label;
+}
+
+void WriteFeatureTable(const UserParameters& parameters, const FeatureTableOptions& options) {
+  if (!EndsWithIgnoreCase(options.m_ms1_path, ".ms1"))
+    throw options.m_ms1_path + " is not an .ms1 file.";
+  UserParameters working = parameters;
+  SetCurrentFile(working, options.m_ms1_path);
+  UnfinishedFile out(options.m_out_path, "feature table");
+  std::string header;
+  AppendHeader(header, options.m_with_scores);
+  out.File().Write(header);
+  WriteRows(working, options, out.File());
+  out.TakeName();
+}
+
+}  // namespace tarvek::tools

@@ -1,0 +1,28 @@
+// tools/ipv/Command.h: "tarvek-tools ipv", which writes the isotope table.
+// Does:     declares the subcommand's options and checks them; writes the table as text.
+// Owns:     nothing; the options live as long as the App.
+// Throws:   while parsing, a CLI::ParseError naming the option; when writing, a std::string of the
+//           file helpers naming the path.
+// Not here: the numbers (ipv/AveragineTable.h).
+#pragma once
+
+#include <CLI/CLI.hpp>
+#include <span>
+#include <string>
+
+#include "ipv/AveragineTable.h"
+
+namespace tarvek::tools {
+
+/// Adds the subcommand to app; it runs while app parses its arguments.
+void AddIpvCommand(CLI::App& app);
+
+/// The table as the file holds it: a row a line, five numbers of six decimals, single blanks
+/// between them, every line ended by a line feed. Empty for no rows.
+std::string IsotopeTableText(std::span<const IsotopeEnvelope> rows);
+
+/// Writes the table to path + "_unfinished" and renames it to path when complete, replacing an
+/// existing file. On failure the unfinished file is removed and path is left as it was.
+void WriteIsotopeTable(const std::string& path, std::span<const IsotopeEnvelope> rows);
+
+}  // namespace tarvek::tools

@@ -1,0 +1,57 @@
+// tools/mgf/Blocks.h: the blocks of an MGF file as tarvek writes it, each as it stands.
+// Does:     delivers one block per call, its peak lines as the bytes that they are; writes a block
+//           with new lines before the peaks.
+// Owns:     the open file and what was read ahead of it.
+// Throws:   a std::string: "Cannot open MGF File, Path: ..."; PATH:LINE: and what is wrong there;
+//           what File::Read throws.
+// Not here: spectra as numbers (MgfReader of src/IO, which would print the peaks anew and does not
+//           keep retention times); what an engine wants (mgf/Profiles.h).
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "Platform.h"
+#include "ReadAhead.h"
+
+namespace tarvek::tools {
+
+/// One spectrum with one precursor. The texts are those behind the "=", without end of line.
+struct MgfBlock {
+  std::string m_run;
+  std::int32_t m_scan_no = 0;
+  std::int32_t m_charge = 0;  // signed, from the TITLE
+  std::int32_t m_index = 0;  // of the precursor within its scan, from 0, in the order of the scores
+  std::string m_charge_text;
+  std::string m_rt_text;
+  std::string m_pepmass_text;
+  std::string m_peaks;  // the peak lines with their ends
+};
+
+class MgfBlockReader {
+ public:
+  explicit MgfBlockReader(const std::string& path);
+
+  /// Refills block with the next one; false at the end of the file. A file cut inside a block is an
+  /// error.
+  bool ReadNext(MgfBlock& block);
+
+  [[nodiscard]] const std::string& Path() const noexcept { return m_path; }
+
+ private:
+  bool ReadLine(std::string_view& line);
+  bool FindBlock();
+  void ReadHeader(std::string_view line, MgfBlock& block);
+  void ReadTitle(std::string_view text, MgfBlock& block);
+  void CheckComplete(const MgfBlock& block) const;
+  [[noreturn]] void Fail(const std::string& what) const;
+
+  std::string m_path;
+  File m_file;
+  ReadAhead m_bytes{m_file};
+  std::size_t m_last_line_bytes = 0;  // of the view, to be consumed before the next line
+  std::int64_t m_line_no = 0;
+};
+
+}  // namespace tarvek::tools

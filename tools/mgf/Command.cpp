@@ -1,0 +1,244 @@
+#include "mgf/Command.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "outputs/CanonicalPath.h"
+#include "FileUtils.h"
+#include "mgf/Blocks.h"
+#include "mgf/Output.h"
+#include "mgf/Profiles.h"
+#include "outputs/OutputNames.h"
+#include "outputs/RunOutcome.h"
+#include "StringUtils.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr std::string_view kEnding = ".mgf";
+
+struct MgfOptions {
+  std::string m_engine;
+  std::vector<std::string> m_inputs;
+  std::string m_out;
+  std::int32_t m_top = 0;  // 0 keeps all
+  bool m_merge = false;
+  bool m_gzip = false;
+  std::uint64_t m_split_bytes = 0;
+};
+
+/// The input files of one output.
+struct MgfJob {
+  std::string m_base;  // path of the output without ending
+  std::vector<std::string> m_inputs;
+};
+
+std::string Stem(const std::string& path) {
+  const std::string_view name = FileNameOf(path);
+  return std::string(name.substr(0, name.size() - kEnding.size()));
+}
+
+/// name in the folder of input, the same however that folder is spelt.
+std::string InCanonicalFolder(const std::string& input, std::string_view name) {
+  return JoinPath({CanonicalPath(FolderOf(input)), name});
+}
+
+/// Directories give their MGF files in the order of their names.
+std::vector<std::string> InputFiles(const std::vector<std::string>& paths) {
+  std::vector<std::string> files;
+  for (const std::string& path : paths) {
+    std::vector<std::string> found = ListFiles(path, kEnding);
+    if (found.empty()) throw "No MGF file: " + path;
+    std::ranges::sort(found);
+    files.insert(files.end(), found.begin(), found.end());
+  }
+  return files;
+}
+
+/// A file reached twice, as by its name and by its directory, would double its blocks.
+void RefuseRepeatedInputs(const std::vector<std::string>& inputs) {
+  std::set<std::string> taken;
+  for (const std::string& input : inputs)
+    if (!taken.insert(InCanonicalFolder(input, FileNameOf(input))).second)
+      throw "The input " + input + " is given twice";
+}
+
+/// The MGF of a run that was stopped is cut, and that of a run that exported nothing is empty. A
+/// file that is not called after a run is no output of tarvek and says nothing of one.
+void RefuseUnfinishedRuns(const std::vector<std::string>& inputs) {
+  for (const std::string& input : inputs) {
+    const std::string stem = Stem(input);
+    const SplitName name = SplitOutputName(stem);
+    if (name.m_words.empty()) continue;
+    const std::string base = JoinPath({FolderOf(input), name.m_run});
+    if (IsUnfinishedRun(base))
+      throw "The run of " + input + " did not finish: there is only " + base +
+          std::string(kUnfinishedTableEnding) + ". Process it again";
+    const auto record = ReadRecordOf(base);
+    if (record && ExportedNothing(*record))
+      throw "The run of " + input + " exported nothing, as " + base +
+          std::string(kRunRecordEnding) + " says: " + ReasonsText(*record, 1);
+  }
+}
+
+/// One job for each input, or for each run of a directory when merging; ordered as the inputs.
+std::vector<MgfJob> JobsOf(const std::vector<std::string>& inputs, const MgfOptions& options) {
+  std::vector<MgfJob> jobs;
+  std::map<std::string, std::size_t> job_of_run;
+  for (const std::string& input : inputs) {
+    const std::string stem = Stem(input);
+    const std::string run = options.m_merge ? std::string(SplitOutputName(stem).m_run) : stem;
+    const std::string place = options.m_merge ? InCanonicalFolder(input, run) : input;
+    const auto [entry, is_new] = job_of_run.try_emplace(place, jobs.size());
+    if (is_new) jobs.push_back({JoinPath({options.m_out, WithoutDots(run)}), {}});
+    jobs[entry->second].m_inputs.push_back(input);
+  }
+  return jobs;
+}
+
+void RefuseEqualOutputs(const std::vector<MgfJob>& jobs) {
+  std::map<std::string, std::string> taken;  // output to its first input
+  for (const MgfJob& job : jobs) {
+    const auto [entry, is_new] = taken.try_emplace(job.m_base, job.m_inputs.front());
+    if (!is_new)
+      throw entry->second + " and " + job.m_inputs.front() + " would both become " + job.m_base +
+          std::string(kEnding);
+  }
+}
+
+void RefuseToReplaceInputs(const std::vector<std::string>& inputs, const std::string& out) {
+  for (const std::string& input : inputs) {
+    std::error_code error;
+    if (std::filesystem::equivalent(FolderOf(input), out, error))
+      throw "The output directory " + out + " holds the input " + input + "; choose another";
+  }
+}
+
+/// An input file with its next scan.
+class ScanSource {
+ public:
+  explicit ScanSource(const std::string& path) : m_reader(path), m_name(FileNameOf(path)) {
+    m_has_next = m_reader.ReadNext(m_next);
+    Advance();
+  }
+
+  [[nodiscard]] bool HasScan() const noexcept { return !m_scan.empty(); }
+  [[nodiscard]] std::int32_t ScanNo() const { return m_scan.front().m_scan_no; }
+  [[nodiscard]] std::vector<MgfBlock>& Scan() noexcept { return m_scan; }
+  [[nodiscard]] const std::string& Name() const noexcept { return m_name; }
+
+  /// Takes the blocks that follow each other with one scan number of one run.
+  void Advance() {
+    m_scan.clear();
+    while (m_has_next && (m_scan.empty() || (m_next.m_scan_no == m_scan.front().m_scan_no &&
+                                             m_next.m_run == m_scan.front().m_run))) {
+      m_scan.push_back(std::move(m_next));
+      m_has_next = m_reader.ReadNext(m_next);
+    }
+  }
+
+ private:
+  MgfBlockReader m_reader;
+  std::string m_name;
+  MgfBlock m_next;
+  bool m_has_next = false;
+  std::vector<MgfBlock> m_scan;
+};
+
+/// The source of the smallest next scan number, the first of equal ones; null when all are done.
+ScanSource* NextSource(std::vector<std::unique_ptr<ScanSource>>& sources) {
+  ScanSource* next = nullptr;
+  for (const auto& source : sources)
+    if (source->HasScan() && (next == nullptr || source->ScanNo() < next->ScanNo()))
+      next = source.get();
+  return next;
+}
+
+/// Drops all but the top precursors of a scan; 0 keeps them all.
+void KeepBest(std::vector<MgfBlock>& scan, std::int32_t top) {
+  if (top > 0) std::erase_if(scan, [top](const MgfBlock& block) { return block.m_index >= top; });
+}
+
+/// An output that is complete and waits for its names until the others are complete too.
+struct WrittenJob {
+  std::unique_ptr<MgfOutput> m_output;
+  std::int64_t m_scans = 0;
+};
+
+WrittenJob WriteJob(const MgfJob& job, const MgfOptions& options) {
+  std::vector<std::unique_ptr<ScanSource>> sources;
+  for (const std::string& input : job.m_inputs)
+    sources.push_back(std::make_unique<ScanSource>(input));
+  const MgfOutputForm form{FindMgfProfile(options.m_engine), options.m_gzip, options.m_split_bytes};
+  WrittenJob written{std::make_unique<MgfOutput>(job.m_base, form)};
+  while (ScanSource* source = NextSource(sources)) {
+    KeepBest(source->Scan(), options.m_top);
+    written.m_output->WriteScan(source->Scan(), source->Name());
+    ++written.m_scans;
+    source->Advance();
+  }
+  written.m_output->Close();
+  return written;
+}
+
+void FinishJob(const WrittenJob& written) {
+  for (const std::string& path : written.m_output->Finish()) std::cout << path << '\n';
+  std::cout << written.m_scans << " scans, " << written.m_output->BlockCount() << " precursors\n";
+}
+
+void RunMgf(const MgfOptions& options) {
+  const std::vector<std::string> inputs = InputFiles(options.m_inputs);
+  RefuseRepeatedInputs(inputs);
+  RefuseUnfinishedRuns(inputs);
+  const std::vector<MgfJob> jobs = JobsOf(inputs, options);
+  RefuseEqualOutputs(jobs);
+  MakeDirectory(options.m_out);
+  RefuseToReplaceInputs(inputs, options.m_out);
+  if (options.m_gzip && !FindMgfProfile(options.m_engine)->m_reads_gzip)
+    std::cerr << "tarvek-tools: " << options.m_engine
+              << " does not read compressed MGF; unpack it before the search\n";
+  std::vector<WrittenJob> written;
+  for (const MgfJob& job : jobs) written.push_back(WriteJob(job, options));
+  for (const WrittenJob& job : written) FinishJob(job);
+}
+
+std::vector<std::string> EngineNames() {
+  std::vector<std::string> names;
+  for (const MgfProfile& profile : MgfProfiles()) names.emplace_back(profile.m_engine);
+  return names;
+}
+
+}  // namespace
+
+void AddMgfCommand(CLI::App& app) {
+  const auto options = std::make_shared<MgfOptions>();
+  CLI::App* mgf = app.add_subcommand("mgf", "Rewrite MGF of tarvek for one search engine");
+  mgf->add_option("INPUT", options->m_inputs, "MGF files of tarvek, or directories of them")
+      ->required();
+  mgf->add_option("--engine", options->m_engine, "The engine that is to read it")
+      ->required()
+      ->check(CLI::IsMember(EngineNames()));
+  mgf->add_option("--out", options->m_out, "Output directory; not that of the inputs")->required();
+  mgf->add_option("--top", options->m_top, "Keep the N best-scored precursors of each scan")
+      ->check(CLI::PositiveNumber);
+  mgf->add_flag("--merge", options->m_merge,
+                "One output for each run, its activation and instrument types in order of scans");
+  mgf->add_option("--split", options->m_split_bytes,
+                  "Largest size of an output before compression, such as 500MB")
+      ->transform(CLI::AsSizeValue(false))
+      ->check(CLI::PositiveNumber);
+  mgf->add_flag("--gzip", options->m_gzip, "Compress the outputs");
+  mgf->callback([options] { RunMgf(*options); });
+}
+
+}  // namespace tarvek::tools

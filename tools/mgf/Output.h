@@ -1,0 +1,71 @@
+// tools/mgf/Output.h: the rewritten MGF of one run: one file or several parts, and their id map.
+// Does:     writes the blocks in the form of an engine, splits by size between scans, compresses,
+//           and notes for each block where it came from.
+// Owns:     the open files, all under their names with "_unfinished" behind until Finish; what is
+//           not finished is removed.
+// Throws:   a std::string of the file helpers naming the path, or "Cannot compress " + path.
+// Not here: which blocks, and in which order (mgf/Command.h).
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "mgf/Blocks.h"
+#include "mgf/Profiles.h"
+#include "UnfinishedFile.h"
+
+namespace tarvek::tools {
+
+struct MgfOutputForm {
+  const MgfProfile* m_profile = nullptr;  // never null
+  bool m_gzip = false;
+  std::uint64_t m_split_bytes = 0;  // largest part before compression; 0 for one file
+};
+
+class MgfOutput {
+ public:
+  /// base: the path without ending. Files: base.mgf, or base_part1.mgf, base_part2.mgf, ... when
+  /// the form splits; ".gz" behind them when it compresses; and the map base.ids.tsv.
+  MgfOutput(std::string base, const MgfOutputForm& form);
+  MgfOutput(const MgfOutput&) = delete;
+  ~MgfOutput();
+
+  /// The blocks of one scan, which stay in one part, however small that may be; source: name of the
+  /// file that they came from, for the map.
+  void WriteScan(std::span<const MgfBlock> blocks, const std::string& source);
+
+  /// Completes all files, which keep their unfinished names: nothing more can be written, and what
+  /// may fail for want of space has been done.
+  void Close();
+
+  /// Closes and gives all files their names, the map last; an old map is deleted first. What
+  /// an earlier output of the same base left in another form is deleted: further parts, the parts
+  /// of one that was split, or its only file, packed or not. A part with a map of its own is the
+  /// output of another run. Returns the paths of the parts.
+  std::vector<std::string> Finish();
+
+  /// Blocks written so far.
+  [[nodiscard]] std::int64_t BlockCount() const noexcept { return m_block_count; }
+
+ private:
+  class Part;
+
+  [[nodiscard]] std::string PartPath(std::size_t number) const;
+  void OpenPart();
+  void RenderScan(std::span<const MgfBlock> blocks);
+  void NoteScan(std::span<const MgfBlock> blocks, const std::string& source);
+  void RemoveOldOutputs(const std::vector<std::string>& written) const;
+
+  std::string m_base;
+  MgfOutputForm m_form;
+  UnfinishedFile m_map;
+  std::vector<std::unique_ptr<Part>> m_parts;  // only the last is open
+  std::int64_t m_place = 0;                    // of the last block within its part
+  std::int64_t m_block_count = 0;
+  std::string m_text;  // reused from scan to scan
+};
+
+}  // namespace tarvek::tools

@@ -1,0 +1,72 @@
+#include "mgf/Profiles.h"
+
+#include <algorithm>
+#include <array>
+
+#include "NumberText.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr std::array<MgfProfile, 7> kProfiles = {{
+    {"comet", MgfTitleForm::kDta, MgfScans::kScan, false},
+    {"xtandem", MgfTitleForm::kDta, MgfScans::kNone, false},
+    {"msgf", MgfTitleForm::kDta, MgfScans::kScan, false},
+    {"msfragger", MgfTitleForm::kPlaceAsScan, MgfScans::kPlace, false},
+    {"sage", MgfTitleForm::kDta, MgfScans::kNone, true},
+    {"metamorpheus", MgfTitleForm::kDta, MgfScans::kPlace, false},
+    {"mascot", MgfTitleForm::kDta, MgfScans::kScan, true},
+}};
+
+void AppendFields(std::string& text, std::initializer_list<std::int64_t> fields) {
+  for (const std::int64_t field : fields) {
+    text += '.';
+    AppendInteger(text, field);
+  }
+}
+
+void AppendTitle(std::string& text, const MgfBlock& block, MgfTitleForm form, std::int64_t place) {
+  text.append("TITLE=").append(WithoutDots(block.m_run));
+  if (form == MgfTitleForm::kPlaceAsScan) {
+    AppendFields(text, {place, place, block.m_charge});
+  } else {
+    AppendFields(text, {block.m_scan_no, block.m_scan_no, block.m_charge, block.m_index});
+    text += ".dta";
+  }
+  text += '\n';
+}
+
+void AppendLine(std::string& text, std::string_view key, std::string_view value) {
+  text.append(key).append("=").append(value).append("\n");
+}
+
+}  // namespace
+
+std::span<const MgfProfile> MgfProfiles() { return kProfiles; }
+
+const MgfProfile* FindMgfProfile(std::string_view engine) {
+  const auto profile = std::ranges::find(kProfiles, engine, &MgfProfile::m_engine);
+  return profile == kProfiles.end() ? nullptr : &*profile;
+}
+
+std::string WithoutDots(std::string_view text) {
+  std::string safe(text);
+  std::ranges::replace(safe, '.', '_');
+  return safe;
+}
+
+void AppendMgfBlock(std::string& text, const MgfBlock& block, const MgfProfile& profile,
+                    std::int64_t place) {
+  text += "BEGIN IONS\n";
+  AppendTitle(text, block, profile.m_title, place);
+  if (profile.m_scans != MgfScans::kNone)
+    AppendLine(text, "SCANS",
+               std::to_string(profile.m_scans == MgfScans::kScan ? block.m_scan_no : place));
+  AppendLine(text, "CHARGE", block.m_charge_text);
+  AppendLine(text, "RTINSECONDS", block.m_rt_text);
+  AppendLine(text, "PEPMASS", block.m_pepmass_text);
+  text += block.m_peaks;
+  text += "END IONS\n";
+}
+
+}  // namespace tarvek::tools

@@ -1,0 +1,81 @@
+#include "outputs/PrecursorTableReader.h"
+
+#include <iterator>
+#include <span>
+#include <string_view>
+
+#include "FileUtils.h"
+#include "NumberText.h"
+#include "StringUtils.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr std::string_view kHeaderStart = "ActivationType, InstrumentType, MS2Scan, OrigMZ, ";
+
+// Fields of a row before those of the determined precursors, and of each precursor.
+constexpr std::size_t kFixedFields = 6;
+constexpr std::size_t kPrecursorFields = 3;
+
+// Every field is followed by a comma and a blank, the last one too.
+std::vector<std::string_view> FieldsOf(std::string_view line) {
+  std::vector<std::string_view> fields;
+  for (const std::string_view field : Split(line, ",")) fields.push_back(Trim(field));
+  if (!fields.empty() && fields.back().empty()) fields.pop_back();
+  return fields;
+}
+
+// Of the numbers, which begin with the third field, those of m/z are real ones.
+bool IsNumber(std::span<const std::string_view> fields, std::size_t i) {
+  const bool is_mz = i < kFixedFields ? i == 3 : (i - kFixedFields) % kPrecursorFields == 1;
+  return (is_mz ? ScanReal(fields[i]).m_status : ScanInteger(fields[i]).m_status) ==
+         NumberStatus::kOk;
+}
+
+std::string FaultOf(std::span<const std::string_view> fields) {
+  if (fields.size() < kFixedFields) return "The row is cut off or has too few fields.";
+  for (std::size_t i = 2; i < fields.size(); ++i)
+    if (!IsNumber(fields, i)) return "'" + std::string(fields[i]) + "' is not a number.";
+  const std::int64_t given = std::ssize(fields) - std::int64_t{kFixedFields};
+  const std::int32_t count = ParseInteger(fields[5]);
+  if (count >= 0 && given == std::int64_t{kPrecursorFields} * count) return {};
+  return "The row counts " + std::to_string(count) + " precursors and has " +
+         std::to_string(given) + " fields for them.";
+}
+
+}  // namespace
+
+PrecursorTableReader::PrecursorTableReader(const std::string& path)
+    : m_lines(path), m_has_header(NextLine() && m_line.starts_with(kHeaderStart)) {}
+
+bool PrecursorTableReader::Next(PrecursorRow& row) {
+  if (!m_has_header) m_lines.Fail("not a precursor table.");
+  if (!NextLine()) return false;
+  const std::string fault = ReadRow(row);
+  if (!fault.empty()) m_lines.Fail(fault);
+  return true;
+}
+
+std::string PrecursorTableReader::ReadRow(PrecursorRow& row) const {
+  const std::vector<std::string_view> fields = FieldsOf(m_line);
+  std::string fault = FaultOf(fields);
+  if (!fault.empty()) return fault;
+  row.m_activation = fields[0];
+  row.m_analyser = fields[1];
+  row.m_scan_no = ParseInteger(fields[2]);
+  row.m_declared = {ParseReal(fields[3]), ParseInteger(fields[4])};
+  row.m_determined.clear();
+  for (std::size_t i = kFixedFields; i < fields.size(); i += kPrecursorFields)
+    row.m_determined.push_back({ParseReal(fields[i + 1]), ParseInteger(fields[i + 2])});
+  return {};
+}
+
+bool IsPrecursorTable(const std::string& path) {
+  if (!FileExists(path)) return false;
+  File file = OpenFile(path, "r", "table");
+  LineReader lines(file);
+  std::string_view piece;
+  return lines.ReadPiece(piece) && piece.starts_with(kHeaderStart);
+}
+
+}  // namespace tarvek::tools

@@ -1,0 +1,36 @@
+// tools/outputs/RunOutcome.h: how a run ended, told by the files that it left.
+// Does:     tells a run that was stopped from one that came to its end; reads the record of a run and
+//           says in words what was left out of its outputs.
+// Throws:   ReadRecordOf what ReadRunRecord throws; the rest nothing.
+// Not here: the record itself (RunRecord.h), what is made of the outcome (each command).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "RunRecord.h"
+
+namespace tarvek::tools {
+
+/// What the name of the table of a run ends in, until it is complete.
+inline constexpr std::string_view kUnfinishedTableEnding = ".csv_unfinished";
+
+/// Whether the run with this path of its base name left a table that is not complete, maybe empty,
+/// and none that is.
+bool IsUnfinishedRun(const std::string& base_path);
+
+/// The record of the run; nothing for a run without one, as an older program leaves it.
+std::optional<RunRecord> ReadRecordOf(const std::string& base_path);
+
+/// Whether MS2 scans were read and none of them was exported.
+bool ExportedNothing(const RunRecord& record);
+
+/// The MS2 scans that were left out, for all reasons.
+std::int64_t CountLeftOutScans(const RunRecord& record);
+
+/// The reasons with their numbers of scans, the largest first: "12 activation not known, 3 no peaks".
+/// Not more than most of them. Empty without reasons.
+std::string ReasonsText(const RunRecord& record, std::size_t most);
+
+}  // namespace tarvek::tools

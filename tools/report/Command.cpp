@@ -1,0 +1,172 @@
+#include "report/Command.h"
+
+#include <iostream>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "FileUtils.h"
+#include "outputs/PositiveReal.h"
+#include "report/Data.h"
+#include "report/Page.h"
+#include "report/Summary.h"
+#include "outputs/RunOutcome.h"
+#include "UnfinishedFile.h"
+
+namespace tarvek::tools {
+namespace {
+
+struct ReportOptions {
+  std::string m_path;
+  std::string m_out_folder;
+  double m_isolation_width = 0.0;  // 0: not given
+  ReportSettings m_settings;
+};
+
+void WriteReport(const std::string& path, const std::string& content) {
+  WriteWhole(path, content, "report");
+}
+
+void WriteForMultiQc(const std::string& start, std::span<const BatchRun> runs) {
+  WriteReport(start + "_mqc.json", FiguresForMultiQc(runs));
+  WriteReport(start + "_isotopes_mqc.json", IsotopesForMultiQc(runs));
+  WriteReport(start + "_precursors_mqc.json", PrecursorsForMultiQc(runs));
+}
+
+// Writes page and summary of one run and returns what a batch keeps of it.
+BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
+                   const ReportSettings& settings, LogBook& logs) {
+  const RunReport report =
+      ReadRunReport(FindRunFiles(base_path, settings.m_input_folder), settings, logs);
+  const std::string page = report.m_name + ".report.html";
+  const std::string path = JoinPath({out_folder, page});
+  WriteReport(path, RunPage(report));
+  WriteReport(JoinPath({out_folder, report.m_name + ".report.json"}), RunJson(report));
+  std::cout << path << '\n';
+  return BatchRunOf(report, page);
+}
+
+// Where a page of an earlier processing must not stay as if it were of this run.
+BatchRun ReportUnfinished(const std::string& base_path, const std::string& out_folder) {
+  BatchRun run = UnfinishedRun(std::string(FileNameOf(base_path)));
+  const std::string path = JoinPath({out_folder, run.m_name + ".report.html"});
+  WriteReport(path, UnfinishedPage(run.m_name));
+  WriteReport(JoinPath({out_folder, run.m_name + ".report.json"}), UnfinishedJson(run.m_name));
+  std::cout << path << '\n';
+  return run;
+}
+
+// The run that a path means: itself, or its table without the ending.
+std::string BasePathOf(const std::string& path) {
+  for (const std::string_view ending : {std::string_view(".csv"), kUnfinishedTableEnding})
+    if (path.ends_with(ending)) return path.substr(0, path.size() - ending.size());
+  return path;
+}
+
+void ReportOne(const ReportOptions& options) {
+  const std::string out_folder =
+      options.m_out_folder.empty() ? FolderOf(options.m_path) : options.m_out_folder;
+  const std::string base_path = BasePathOf(options.m_path);
+  if (IsUnfinishedRun(base_path)) {
+    const BatchRun run = ReportUnfinished(base_path, out_folder);
+    WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
+  }
+  LogBook logs;
+  const BatchRun run = ReportRun(base_path, out_folder, options.m_settings, logs);
+  WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
+}
+
+BatchRun WithoutReport(const std::string& base_path, const std::string& why) {
+  BatchRun run;
+  run.m_name = FileNameOf(base_path);
+  run.m_error = why;
+  return run;
+}
+
+// A run that cannot be read is named on standard error and in the batch; the others go on.
+BatchRun TryRun(const std::string& base_path, const std::string& out_folder,
+                const ReportSettings& settings, LogBook& logs) {
+  std::string why;
+  try {
+    return ReportRun(base_path, out_folder, settings, logs);
+  } catch (const std::string& message) {  // of the file helpers
+    why = message;
+  } catch (const std::exception& error) {
+    why = error.what();
+  }
+  std::cerr << "tarvek-tools: " << why << '\n';
+  return WithoutReport(base_path, why);
+}
+
+std::string BatchTitle(const std::string& folder) {
+  const std::string trimmed = WithoutTrailingSeparators(folder);
+  const std::string name(FileNameOf(trimmed));
+  return name.empty() || name == "." || name == ".." ? "Batch" : name;
+}
+
+void ReportBatch(const ReportOptions& options) {
+  const std::string& folder = options.m_path;
+  const std::string out_folder = options.m_out_folder.empty() ? folder : options.m_out_folder;
+  const FoundRuns found = FindRuns(folder);
+  if (found.m_finished.empty() && found.m_unfinished.empty())
+    throw "There is no precursor table of tarvek (.csv) in " + folder;
+  std::vector<BatchRun> runs;
+  LogBook logs;
+  for (const std::string& base_path : found.m_finished)
+    runs.push_back(TryRun(base_path, out_folder, options.m_settings, logs));
+  std::size_t failed = 0;
+  for (const BatchRun& run : runs) failed += run.m_page.empty() ? 1U : 0U;
+  for (const std::string& base_path : found.m_unfinished)
+    if (!FileExists(base_path + ".csv")) runs.push_back(ReportUnfinished(base_path, out_folder));
+
+  const std::string page = JoinPath({out_folder, "tarvek_report.html"});
+  WriteReport(page, BatchPage(BatchTitle(folder), runs));
+  WriteReport(JoinPath({out_folder, "tarvek_report.json"}), BatchJson(runs));
+  WriteForMultiQc(JoinPath({out_folder, "tarvek"}), runs);
+  std::cout << page << '\n';
+  if (failed > 0)
+    throw std::to_string(failed) + " of " + std::to_string(found.m_finished.size()) +
+        " runs could not be reported.";
+}
+
+void RunReportCommand(ReportOptions options) {
+  if (options.m_isolation_width > 0.0)
+    options.m_settings.m_isolation_width = options.m_isolation_width;
+  if (!options.m_out_folder.empty()) MakeDirectory(options.m_out_folder);
+  if (IsDirectory(options.m_path))
+    ReportBatch(options);
+  else
+    ReportOne(options);
+}
+
+}  // namespace
+
+void AddReportCommand(CLI::App& app) {
+  const auto options = std::make_shared<ReportOptions>();
+  CLI::App* report =
+      app.add_subcommand("report", "Show the outputs of a run, or of a folder of runs, as a page");
+  report
+      ->add_option("PATH", options->m_path,
+                   "Folder of outputs, or the outputs of one run without their endings")
+      ->required();
+  report->add_option("-o,--out", options->m_out_folder, "Folder of the pages, if another one");
+  report
+      ->add_option("--input", options->m_settings.m_input_folder,
+                   "Folder of the .ms2 or .mscsv files, if another one")
+      ->check(CLI::ExistingDirectory);
+  report
+      ->add_option(
+          "-W,--isolation-width", options->m_isolation_width,
+          "Width of the isolation window in m/z; without it the record or the log tells it, "
+          "else 2")
+      ->check(PositiveReal());
+  report
+      ->add_option("--tol", options->m_settings.m_tol_ppm,
+                   "Largest m/z difference of peaks that belong together, ppm")
+      ->check(PositiveReal())
+      ->capture_default_str();
+  report->callback([options] { RunReportCommand(*options); });
+}
+
+}  // namespace tarvek::tools

@@ -1,0 +1,15 @@
+// tools/report/Command.h: "tarvek-tools report", which shows what is in the outputs of a run.
+// Does:     options; which runs; the files that are written, each under a temporary name until it is
+//           complete.
+// Throws:   while parsing, a CLI::ParseError; a std::string naming the file that cannot be read or
+//           written. In a batch the other runs are finished first.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+namespace tarvek::tools {
+
+/// Adds the subcommand to app; it runs while app parses its arguments.
+void AddReportCommand(CLI::App& app);
+
+}  // namespace tarvek::tools

@@ -1,0 +1,56 @@
+// tools/report/Content.h: what was read of a run but its peaks.
+// Does:     reads the rows of the table and the scans of the input; finds them by scan number.
+// Owns:     what it read.
+// Throws:   the constructor what report/Files.h throws; the rest nothing.
+// Not here: peaks (report/Data.h), what the numbers mean (report/Data.h and the like).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+#include "report/Files.h"
+#include "RunRecord.h"
+
+namespace tarvek::tools {
+
+/// What the scans of the input were read from.
+enum class InputKind { kNone, kText, kTable };
+
+class RunContent {
+ public:
+  RunContent(const RunFiles& files, LogFacts log);
+
+  /// Ascending by scan number, as is the input.
+  [[nodiscard]] std::span<const ReportRow> Rows() const noexcept { return m_rows; }
+  [[nodiscard]] std::span<const InputScan> Input() const noexcept { return m_input; }
+  [[nodiscard]] const LogFacts& Log() const noexcept { return m_log; }
+  /// What the run says of itself; nothing without its record.
+  [[nodiscard]] const std::optional<RunRecord>& Record() const noexcept { return m_record; }
+
+  [[nodiscard]] InputKind Kind() const noexcept { return m_kind; }
+  [[nodiscard]] bool HasInput() const noexcept { return m_kind != InputKind::kNone; }
+
+  /// The input in words; where there is one.
+  [[nodiscard]] std::string InputText() const;
+
+  /// What the input says of a scan; null without it.
+  [[nodiscard]] const InputScan* InputOf(std::int32_t scan_no) const noexcept;
+
+  /// Whether the scan has a row in the table.
+  [[nodiscard]] bool IsExported(std::int32_t scan_no) const noexcept;
+
+  /// Whether the log says that the scan has no precursor.
+  [[nodiscard]] bool IsWarnedOf(std::int32_t scan_no) const noexcept;
+
+ private:
+  std::vector<ReportRow> m_rows;
+  InputKind m_kind = InputKind::kNone;
+  std::vector<InputScan> m_input;
+  std::optional<RunRecord> m_record;
+  LogFacts m_log;  // its scan numbers ascending
+};
+
+}  // namespace tarvek::tools

@@ -1,0 +1,149 @@
+// tools/report/Data.h: the numbers of a run's report.
+// Does:     counts and measures what the pictures show, from the files of a finished run.
+// Owns:     a RunReport owns its numbers; peaks are looked at scan by scan and not kept.
+// Throws:   ReadRunReport what report/Files.h throws; the rest nothing.
+// Not here: the windows (report/Purity.h), scans left out (report/LeftOut.h); what is normal
+//           (report/Findings.h), pictures (report/Svg.h), pages (report/Page.h).
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+#include "score/IsotopeShift.h"
+#include "report/Files.h"
+#include "SpectrumRecords.h"
+#include "UserParameters.h"
+
+namespace tarvek::tools {
+
+struct ReportSettings {
+  std::string m_input_folder;               // empty: beside the outputs
+  std::optional<double> m_isolation_width;  // m/z, both edges included
+  double m_tol_ppm = 20.0;                  // as tarvek's own mass tolerance
+};
+
+inline constexpr std::size_t kPrecursorCounts = 12;  // 0 .. 10, and more
+inline constexpr std::size_t kPurityBins = 20;       // from 0 to 1
+
+/// The determined precursor that stands for the declared one.
+struct DeclaredMatch {
+  std::size_t m_index = 0;  // in the list of the determined ones
+  int m_shift = 0;          // isotopes: -1 means that the determined peak is one below
+};
+
+/// The determined precursor of the declared charge that is 0 to 3 isotopes from the declared m/z,
+/// the smallest shift before others, then the first; without one, the first of another charge at
+/// the declared m/z itself. Nothing when none is within tol_ppm.
+std::optional<DeclaredMatch> MatchDeclared(const Precursor& declared,
+                                           std::span<const Precursor> determined, double tol_ppm);
+
+/// Whether the declared precursors were exported as they were, because none was determined: as many,
+/// in their order, with their charges, and m/z that agree in the decimals of the table.
+bool IsKeptAsDeclared(std::span<const Precursor> exported, std::span<const Precursor> declared);
+
+/// The time at scan_no on the line between its neighbours in knots, which ascend by scan number;
+/// the nearest one's outside; nothing without knots.
+std::optional<double> TimeOfScan(std::span<const ScanTime> knots, std::int32_t scan_no);
+
+/// The value that half of values are not above, between the two middle ones of an even number;
+/// nothing for none.
+std::optional<double> Median(std::vector<double> values);
+
+struct TimedValue {
+  double m_rt_s = 0.0;
+  double m_value = 0.0;
+};
+
+struct LeftOutScan {
+  std::int32_t m_scan_no = 0;
+  std::optional<double> m_rt_s;
+  std::string_view m_reason;  // one of a few texts that live as long as the program
+};
+
+/// One of the files that a report draws from.
+struct ReportSource {
+  std::string m_file;  // what it is called
+  std::string m_use;
+  bool m_is_there = false;
+};
+
+struct RunReport {
+  std::string m_name;
+  std::vector<ReportSource> m_sources;
+  std::string m_width_source;
+  double m_isolation_width = UserParameters{}.m_isolation_width;  // of tarvek, until it is known
+  bool m_knows_width = false;              // false: the width is only assumed
+  std::optional<double> m_declared_width;  // by the instrument file, of most MS2 scans; m/z
+  std::string m_declared_width_source;
+  double m_tol_ppm = 0.0;
+
+  std::int64_t m_scans = 0;
+  std::int64_t m_precursors = 0;
+  std::map<std::string, std::int64_t> m_scans_by_kind;
+  std::array<std::int64_t, kPrecursorCounts> m_by_count{};  // scans with 0, 1, .. 10, more
+
+  std::int64_t m_undeclared = 0;                   // scans without a declared m/z or charge
+  std::int64_t m_without_charge = 0;               // of these: a charge of 2 was only assumed
+  std::int64_t m_kept = 0;                         // scans whose declared precursor was kept
+  std::int64_t m_unmatched = 0;                    // whose declared one is near no determined one
+  std::array<std::int64_t, kShifts> m_by_shift{};  // -3 .. 3; without the kept ones
+  std::map<std::pair<int, int>, std::int64_t> m_charges;  // declared, determined (0: none); no kept
+
+  std::vector<TimedValue> m_ppm;  // of those at shift 0 with the declared charge; with known times
+  std::optional<double> m_median_ppm;
+  std::optional<double> m_absolute_ppm_95;
+
+  std::array<std::int64_t, kPurityBins> m_main_share{};
+  std::array<std::int64_t, kPurityBins> m_all_share{};
+  std::int64_t m_windows = 0;        // that hold current
+  std::int64_t m_empty_windows = 0;  // that hold none
+  bool m_declared_centres = false;   // centres unknown, the declared m/z was used
+  std::optional<double> m_median_main_share;
+  std::optional<double> m_median_all_share;
+
+  std::vector<TimedValue> m_surveys;  // total ion current
+  std::vector<double> m_ms2_times_s;  // ascending
+  std::string m_time_source;          // empty when times are unknown
+  std::optional<double> m_median_ms2_peaks;
+
+  std::vector<LeftOutScan> m_left_out;  // ascending; not more than kMaxLeftOut
+  std::int64_t m_left_out_count = 0;
+  std::map<std::string, std::int64_t> m_left_out_reasons;
+  std::string m_left_out_source;  // empty when it cannot be known
+};
+
+inline constexpr std::size_t kMaxLeftOut = 200000;
+
+/// Share of left-out scans among all MS2 scans; nothing when it cannot be known.
+std::optional<double> LeftOutShare(const RunReport& report);
+
+/// Whether MS2 scans were read and none was exported.
+bool ExportedNothing(const RunReport& report);
+
+/// Scans whose declared precursor was compared with a determined one, at whatever shift.
+std::int64_t MatchedScans(const RunReport& report);
+
+/// logs: those that were read for other runs serve this one too.
+RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings, LogBook& logs);
+
+/// A number that sums up a run, for tiles, tables and other programs.
+struct KeyFigure {
+  std::string m_id;     // for programs
+  std::string m_label;  // for people
+  std::string m_unit;   // "%", "ppm" or nothing
+  int m_decimals = 0;
+  std::optional<double> m_value;
+};
+
+/// Always the same figures in the same order.
+std::vector<KeyFigure> KeyFigures(const RunReport& report);
+
+}  // namespace tarvek::tools

@@ -1,0 +1,138 @@
+// tools/report/Files.h: the files of a finished run, read for its report.
+// Does:     finds what belongs to a run; reads its table, its PF files, the input scans beside them,
+//           the times in its MGF files and what the log says of it.
+// Owns:     a PfScans its open file; the rest returns values.
+// Throws:   a std::string naming the file, for a text also the line, that cannot be read or is
+//           damaged.
+// Not here: what the numbers mean (report/Data.h).
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Platform.h"
+#include "ReadAhead.h"
+#include "SpectrumRecords.h"
+
+namespace tarvek::tools {
+
+/// Paths of the files of one run; empty where a file is not there.
+struct RunFiles {
+  std::string m_name;  // base name
+  std::string m_table;
+  std::string m_pf1;
+  std::vector<std::string> m_pf2;  // by activation and analyser
+  std::vector<std::string> m_mgf;
+  std::string m_ms1;
+  std::string m_ms2;
+  std::string m_scan_table;  // .mscsv, named "run1.mzml.mscsv" when it came from an mzML file
+  std::string m_log;
+  std::string m_record;
+  std::string m_instrument;  // .mzML or .mzXML, packed or not, beside the input scans
+};
+
+/// base_path: folder and base name, with or without ".csv". The input scans are looked for in
+/// input_folder, or beside the outputs when that is empty. Throws when there is no finished table.
+RunFiles FindRunFiles(const std::string& base_path, const std::string& input_folder);
+
+/// Base paths, ascending.
+struct FoundRuns {
+  std::vector<std::string> m_finished;
+  std::vector<std::string> m_unfinished;
+};
+
+/// The runs in a folder, told by their tables; other .csv files are passed over. A table that is not
+/// finished may be cut anywhere, even before its first byte. Folders below it are not looked into.
+FoundRuns FindRuns(const std::string& folder);
+
+/// One row of a precursor table. m/z and charges are without the sign of negative ions.
+struct ReportRow {
+  std::int32_t m_scan_no = 0;
+  std::string m_kind;                   // activation and analyser, "HCD FT"
+  Precursor m_declared;                 // all 0 when the input declared none
+  std::vector<Precursor> m_determined;  // best score first
+};
+
+/// The rows in the order of the table.
+std::vector<ReportRow> ReadReportRows(const std::string& path);
+
+struct PfScan {
+  std::int32_t m_scan_no = 0;
+  double m_rt_s = 0.0;  // of a .pf1 file
+  std::vector<Peak> m_peaks;
+};
+
+enum class PfKind { kSurveys, kFragments };
+
+/// The scans of a .pf1 or .pf2 file from front to back; needs no index, so files beyond 2 GiB are
+/// like others.
+class PfScans {
+ public:
+  PfScans(const std::string& path, PfKind kind);
+
+  /// Refills scan; false behind the last one. Throws also when the number of scans is not that of
+  /// the header.
+  bool Next(PfScan& scan);
+
+ private:
+  std::string_view Bytes(std::int64_t count);
+  std::int32_t Integer();
+  double Real();
+
+  std::string m_path;
+  PfKind m_kind;
+  File m_file;
+  ReadAhead m_bytes{m_file};
+  std::int64_t m_size_bytes = 0;
+  std::int64_t m_left = 0;  // scans
+};
+
+/// What the input says of one MS2 scan.
+struct InputScan {
+  std::int32_t m_scan_no = 0;
+  std::int32_t m_survey = 0;  // precursor scan; 0 when unknown
+  double m_centre_mz = 0.0;   // of the isolation window
+  double m_rt_s = 0.0;
+  std::string m_activation;
+  std::string m_analyser;
+  std::vector<Precursor> m_declared;  // those with m/z and charge, without signs
+  bool m_has_charge = true;           // false: the charge of the first is assumed, not declared
+};
+
+/// The MS2 scans of a .ms2 file, or of a .mscsv table, ascending by scan number.
+std::vector<InputScan> ReadTextInput(const std::string& ms2_path);
+std::vector<InputScan> ReadTableInput(const std::string& mscsv_path);
+
+using ScanTime = std::pair<std::int32_t, double>;  // scan number and seconds
+
+/// Appends the time of every block of an MGF file that tarvek wrote.
+void AppendMgfTimes(const std::string& path, std::vector<ScanTime>& times);
+
+/// What the log says of the latest processing of a run.
+struct LogFacts {
+  std::optional<double> m_isolation_width;
+  std::optional<double> m_declared_width;  // of most scans, where the run began with an extraction
+  std::vector<std::int32_t> m_without_precursor;  // scan numbers
+  bool m_has_run = false;
+};
+
+/// The logs of a batch, which may have one for all its runs: each is read once.
+class LogBook {
+ public:
+  /// Nothing known for a run without a log, or that its log does not name.
+  LogFacts FactsOf(const RunFiles& files);
+
+ private:
+  using Log = std::map<std::string, LogFacts, std::less<>>;  // by run
+
+  static Log Read(const std::string& path);
+
+  std::map<std::string, Log> m_logs;  // by path
+};
+
+}  // namespace tarvek::tools

@@ -1,0 +1,43 @@
+// tools/report/Findings.h: what the pictures of a run's report tell.
+// Does:     says for each picture what the run shows, whether that is usual, what is normal and what
+//           to do otherwise.
+// Throws:   nothing but std::bad_alloc.
+// Not here: the numbers (report/Data.h), the pictures (report/Pictures.h). The limits between usual
+//           and unusual stand at the top of the source file; docs/report.md explains them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "report/Data.h"
+
+namespace tarvek::tools {
+
+enum class Verdict {
+  kUsual,
+  kLook,
+  kNoData,
+  kDefect  // of remarks alone: the outputs are none
+};
+
+struct ReportFinding {
+  std::string m_id;  // of the picture, for anchors and other programs
+  std::string m_title;
+  Verdict m_verdict = Verdict::kNoData;
+  std::string m_seen;  // in this run; without data: what is missing
+  std::string m_normal;
+  std::string m_otherwise;
+};
+
+/// Always the same seven in the same order: precursors, isotopes, charges, ppm, purity, current,
+/// left-out.
+std::vector<ReportFinding> ReportFindings(const RunReport& report);
+
+/// What has no picture, each only where there is something to say: nothing-exported (a defect), empty,
+/// isolation-width.
+std::vector<ReportFinding> ReportRemarks(const RunReport& report);
+
+/// "usual", "look", "no data" or "defect".
+std::string VerdictWord(Verdict verdict);
+
+}  // namespace tarvek::tools

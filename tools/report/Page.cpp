@@ -1,0 +1,460 @@
+#include "report/Page.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <string_view>
+
+#include "NumberText.h"
+#include "report/Pictures.h"
+#include "report/Style.h"
+#include "report/Svg.h"
+
+namespace tarvek::tools {
+namespace {
+
+constexpr std::size_t kScansNamed = 8;     // of one reason, in the table of scans left out
+constexpr std::size_t kRunsToCompare = 5;  // fewer have no outliers
+constexpr double kOutlierLimit = 3.5;      // scaled median absolute deviations
+constexpr double kNormalScale = 1.4826;    // of a median absolute deviation
+constexpr double kLeastDeviation = 0.02;   // of the median
+constexpr double kLeastPercentDeviation = 1.0;
+constexpr double kLeastPpmDeviation = 0.3;
+
+std::string Element(std::string_view name, std::string_view text) {
+  std::string html = "<";
+  html.append(name).append(">").append(Escaped(text)).append("</");
+  return html.append(name).append(">");
+}
+
+bool IsLetterOrDigit(char character) {
+  return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+         (character >= '0' && character <= '9');
+}
+
+// Escaped, with the options of tarvek in it, such as "-W", kept in one piece.
+std::string WithOptions(std::string_view text) {
+  std::string html;
+  for (std::size_t at = 0; at < text.size();) {
+    const bool starts = text[at] == '-' && at > 0 && !IsLetterOrDigit(text[at - 1]) &&
+                        at + 1 < text.size() && IsLetterOrDigit(text[at + 1]);
+    std::size_t end = at + 1;
+    while (starts && end < text.size() && IsLetterOrDigit(text[end])) ++end;
+    html += starts ? Element("code", text.substr(at, end - at)) : Escaped(text.substr(at, 1));
+    at = end;
+  }
+  return html;
+}
+
+std::string PageStart(const std::string& title) {
+  return "<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
+         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n" +
+         Element("title", title) + "\n<style>" + kReportStyle +
+         "</style>\n</head>\n<body>\n<main>\n";
+}
+
+std::string PageEnd() {
+  return "<footer>Written by tarvek-tools " TARVEK_VERSION
+         ". The page is complete in itself: it needs no network.</footer>\n</main>\n</body>\n"
+         "</html>\n";
+}
+
+std::string Badge(Verdict verdict) {
+  switch (verdict) {
+    case Verdict::kUsual:
+      return "<span class=\"badge usual\">\u2713 as usual</span>";
+    case Verdict::kLook:
+      return "<span class=\"badge look\">\u25b2 look here</span>";
+    case Verdict::kDefect:
+      return "<span class=\"badge look\">\u2717 defect</span>";
+    case Verdict::kNoData:
+      break;
+  }
+  return "<span class=\"badge\">\u2013 no data</span>";
+}
+
+std::string Card(const ReportFinding& finding, const std::string& picture) {
+  std::string html = "<section class=\"card";
+  html += finding.m_verdict == Verdict::kLook ? " look" : "";
+  html += "\" id=\"" + finding.m_id + "-card\">\n<div class=\"head\">" +
+          Element("h2", finding.m_title) + Badge(finding.m_verdict) + "</div>\n";
+  if (finding.m_verdict == Verdict::kNoData)
+    html += "<p class=\"nodata\">Not drawn. " + Escaped(finding.m_seen) + "</p>\n";
+  else
+    html += Element("p", finding.m_seen) + "\n" + picture;
+  html += "<dl>" + Element("dt", "Normal") + "<dd>" + WithOptions(finding.m_normal) + "</dd>" +
+          Element("dt", "Otherwise") + "<dd>" + WithOptions(finding.m_otherwise) +
+          "</dd></dl>\n</section>\n";
+  return html;
+}
+
+// What has no picture, above the others.
+std::string RemarkCard(const ReportFinding& remark) {
+  return "<section class=\"card look\" id=\"" + remark.m_id + "-card\">\n<div class=\"head\">" +
+         Element("h2", remark.m_title) + Badge(remark.m_verdict) + "</div>\n" +
+         Element("p", remark.m_seen) + "\n<dl>" + Element("dt", "Normal") + "<dd>" +
+         WithOptions(remark.m_normal) + "</dd>" + Element("dt", "Otherwise") + "<dd>" +
+         WithOptions(remark.m_otherwise) + "</dd></dl>\n</section>\n";
+}
+
+std::string Listed(const std::vector<std::string>& words) {
+  std::string text;
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    if (i > 0) text += i + 1 == words.size() ? " and " : ", ";
+    text += words[i];
+  }
+  return text;
+}
+
+std::vector<std::string> TitlesOf(std::span<const ReportFinding> findings, Verdict verdict) {
+  std::vector<std::string> titles;
+  for (const ReportFinding& finding : findings)
+    if (finding.m_verdict == verdict) titles.push_back("\u201c" + finding.m_title + "\u201d");
+  return titles;
+}
+
+std::string SummaryOf(std::span<const ReportFinding> findings,
+                      std::span<const ReportFinding> remarks) {
+  const auto defects = TitlesOf(remarks, Verdict::kDefect);
+  auto look = TitlesOf(remarks, Verdict::kLook);
+  std::ranges::copy(TitlesOf(findings, Verdict::kLook), std::back_inserter(look));
+  const auto missing = TitlesOf(findings, Verdict::kNoData);
+  std::string text = defects.empty() ? "" : "Defect: " + Listed(defects) + ".";
+  if (!look.empty()) text += (text.empty() ? "" : " ") + ("Worth a look: " + Listed(look) + ".");
+  if (text.empty()) text = "Nothing stands out.";
+  if (!missing.empty()) text += " Not drawn for want of data: " + Listed(missing) + ".";
+  return text;
+}
+
+std::string TileNumber(const KeyFigure& figure) {
+  if (!figure.m_value || figure.m_unit.empty()) return Element("b", FigureText(figure));
+  return "<b>" + Escaped(GroupedNumber(*figure.m_value, figure.m_decimals)) + " " +
+         Element("small", figure.m_unit) + "</b>";
+}
+
+std::string Tiles(std::span<const KeyFigure> figures) {
+  std::string html = "<ul class=\"tiles\">\n";
+  for (const KeyFigure& figure : figures)
+    html += "<li>" + TileNumber(figure) + Element("span", figure.m_label) + "</li>\n";
+  return html + "</ul>\n";
+}
+
+std::string KindsOf(const RunReport& report) {
+  std::vector<std::string> kinds;
+  for (const auto& [kind, scans] : report.m_scans_by_kind)
+    kinds.push_back(GroupedNumber(static_cast<double>(scans), 0) + " " + kind);
+  return kinds.empty() ? "no MS2 scans" : Listed(kinds) + " scans";
+}
+
+std::string ExactText(double value) {
+  std::string text;
+  AppendExactReal(text, value);
+  return text;
+}
+
+std::string SettingsText(const RunReport& report) {
+  std::string text = KindsOf(report) + "; isolation width " + ExactText(report.m_isolation_width) +
+                     " m/z (" + report.m_width_source + "), peaks compared within " +
+                     ExactText(report.m_tol_ppm) + " ppm.";
+  if (report.m_declared_centres)
+    text +=
+        " Without the input the centres of the isolation windows are unknown: the declared m/z "
+        "stands for them.";
+  const std::int64_t without_precursor = report.m_undeclared - report.m_without_charge;
+  if (without_precursor > 0)
+    text += " " + GroupedNumber(static_cast<double>(without_precursor), 0) +
+            " scans declare no precursor and are not compared.";
+  if (report.m_without_charge > 0)
+    text += " " + GroupedNumber(static_cast<double>(report.m_without_charge), 0) +
+            " scans declare no charge, for which 2 was only assumed, and are not compared.";
+  return text;
+}
+
+std::string LeftOutTable(const RunReport& report) {
+  if (report.m_left_out_count == 0) return {};
+  std::string html =
+      "<section class=\"section\"><h2>Why scans were left out</h2>\n<div class=\"wide\"><table>\n"
+      "<thead><tr><th>reason</th><th class=\"number\">scans</th><th>the first of them</th></tr>"
+      "</thead>\n<tbody>\n";
+  for (const auto& [reason, scans] : report.m_left_out_reasons) {
+    std::string first;
+    std::size_t named = 0;
+    for (const LeftOutScan& scan : report.m_left_out) {
+      if (scan.m_reason != reason) continue;
+      if (named++ == kScansNamed) break;
+      first += (first.empty() ? "" : ", ") + std::to_string(scan.m_scan_no);
+    }
+    html +=
+        "<tr>" + Element("td", reason) + "<td class=\"number\">" +
+        GroupedNumber(static_cast<double>(scans), 0) + "</td>" +
+        Element("td", first.empty() ? "\u2013" : first + (named > kScansNamed ? " \u2026" : "")) +
+        "</tr>\n";
+  }
+  return html + "</tbody></table></div></section>\n";
+}
+
+std::string SourceTable(const RunReport& report) {
+  std::string html =
+      "<section class=\"section\"><h2>Where the numbers come from</h2>\n<div "
+      "class=\"wide\"><table>\n"
+      "<thead><tr><th>file</th><th>used for</th><th>state</th></tr></thead>\n<tbody>\n";
+  for (const ReportSource& source : report.m_sources)
+    html += "<tr>" + Element("td", source.m_file) + Element("td", source.m_use) +
+            Element("td", source.m_is_there ? "read" : "not there") + "</tr>\n";
+  html += "</tbody></table></div>\n";
+  if (!report.m_time_source.empty())
+    html += "<p class=\"lead\">Times of the MS2 scans come from " + Escaped(report.m_time_source) +
+            ".</p>\n";
+  return html + "</section>\n";
+}
+
+// The characters that a URL within a page may hold as they are; others as %XX.
+std::string UrlOf(std::string_view file_name) {
+  constexpr std::string_view kPlain =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
+  std::string url;
+  for (const char character : file_name) {
+    const auto byte = static_cast<unsigned char>(character);
+    if (kPlain.find(character) != std::string_view::npos)
+      url += character;
+    else
+      url.append("%").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 15U]);
+  }
+  return url;
+}
+
+// The known values of one figure in all runs.
+std::vector<double> ValuesOf(std::span<const BatchRun> runs, std::size_t figure) {
+  std::vector<double> values;
+  for (const BatchRun& run : runs)
+    if (figure < run.m_figures.size() && run.m_figures[figure].m_value)
+      values.push_back(*run.m_figures[figure].m_value);
+  return values;
+}
+
+// A smaller one is no news, however alike the runs are.
+double LeastDeviation(const KeyFigure& figure, double median) {
+  if (figure.m_unit == "%") return kLeastPercentDeviation;
+  if (figure.m_unit == "ppm") return kLeastPpmDeviation;
+  return kLeastDeviation * std::fabs(median);
+}
+
+/// What one figure is in all runs of a batch.
+struct FigureScale {
+  double m_largest = 0.0;  // without sign
+  double m_median = 0.0;
+  double m_reach = std::numeric_limits<double>::infinity();  // farther from the median stands out
+};
+
+FigureScale ScaleOf(std::span<const BatchRun> runs, const KeyFigure& named, std::size_t figure) {
+  std::vector<double> values = ValuesOf(runs, figure);
+  FigureScale scale;
+  for (const double value : values) scale.m_largest = std::max(scale.m_largest, std::fabs(value));
+  if (values.size() < kRunsToCompare) return scale;
+  scale.m_median = *Median(values);
+  for (double& value : values) value = std::fabs(value - scale.m_median);
+  scale.m_reach = kOutlierLimit * std::max(kNormalScale * *Median(std::move(values)),
+                                           LeastDeviation(named, scale.m_median));
+  return scale;
+}
+
+bool IsFar(const KeyFigure& figure, const FigureScale& scale) {
+  return figure.m_value && std::fabs(*figure.m_value - scale.m_median) > scale.m_reach;
+}
+
+std::string FigureCell(const KeyFigure& shown, const FigureScale& scale) {
+  std::string html =
+      IsFar(shown, scale) ? "<td class=\"number out\">\u25b2 " : "<td class=\"number\">";
+  html += Escaped(FigureText(shown));
+  if (shown.m_value && scale.m_largest > 0.0)
+    html += "<span class=\"bar\" style=\"width:" +
+            std::to_string(std::lround(100.0 * std::fabs(*shown.m_value) / scale.m_largest)) +
+            "%\"></span>";
+  return html + "</td>";
+}
+
+// The pictures of a run that ask for a look, each a link to it.
+std::string LooksOf(const BatchRun& run) {
+  std::string html;
+  const auto add = [&](const ReportFinding& finding) {
+    if (finding.m_verdict != Verdict::kLook && finding.m_verdict != Verdict::kDefect) return;
+    html += (html.empty() ? "" : ", ") +
+            std::string(finding.m_verdict == Verdict::kDefect ? "\u2717 " : "") + "<a href=\"" +
+            UrlOf(run.m_page) + "#" + finding.m_id + "-card\">" + Escaped(finding.m_id) + "</a>";
+  };
+  std::ranges::for_each(run.m_remarks, add);
+  std::ranges::for_each(run.m_findings, add);
+  return html.empty() ? Badge(Verdict::kUsual) : html;
+}
+
+std::string BatchRow(const BatchRun& shown, std::span<const FigureScale> scales) {
+  std::string html = "<tr><td class=\"name\">";
+  html += shown.m_page.empty()
+              ? Escaped(shown.m_name)
+              : "<a href=\"" + UrlOf(shown.m_page) + "\">" + Escaped(shown.m_name) + "</a>";
+  html += "</td>";
+  if (shown.m_page.empty())
+    return html + "<td colspan=\"" + std::to_string(scales.size() + 1) + "\">" +
+           "<span class=\"badge look\">" +
+           (shown.m_is_unfinished ? "\u2717 unfinished" : "\u25b2 no report") + "</span> " +
+           Escaped(shown.m_error) + "</td></tr>\n";
+  for (std::size_t figure = 0; figure < scales.size(); ++figure)
+    html += FigureCell(shown.m_figures[figure], scales[figure]);
+  html += "<td>" + LooksOf(shown);
+  return html + "</td></tr>\n";
+}
+
+std::string BatchTable(std::span<const BatchRun> runs) {
+  std::string html =
+      "<section class=\"section\"><h2>The runs</h2>\n<div class=\"wide\"><table>\n<thead><tr>"
+      "<th>run</th>";
+  std::vector<FigureScale> scales;
+  for (const KeyFigure& figure : KeyFigures({})) {
+    html += "<th class=\"number\">" + Escaped(figure.m_label) + "</th>";
+    scales.push_back(ScaleOf(runs, figure, scales.size()));
+  }
+  html += "<th>worth a look</th></tr></thead>\n<tbody>\n";
+  for (const BatchRun& run : runs) html += BatchRow(run, scales);
+  return html + "</tbody></table></div></section>\n";
+}
+
+// One figure over the runs in the order of the table; nothing when it is the same in all of them.
+std::string FigureCard(std::span<const BatchRun> runs, std::size_t figure) {
+  const KeyFigure named = KeyFigures({})[figure];
+  const std::vector<double> values = ValuesOf(runs, figure);
+  const auto median = Median(values);
+  if (!median) return {};
+  const auto [low, high] = std::ranges::minmax(values);
+  if (!(high > low)) return {};
+  std::vector<ChartDot> dots;
+  for (std::size_t run = 0; run < runs.size(); ++run) {
+    const auto& figures = runs[run].m_figures;
+    if (figure < figures.size() && figures[figure].m_value)
+      dots.push_back({{static_cast<double>(run) + 1.0, *figures[figure].m_value},
+                      runs[run].m_name + ": " + FigureText(figures[figure])});
+  }
+  KeyFigure middle = named;
+  middle.m_value = median;
+  const std::string seen = "Median of " + std::to_string(values.size()) +
+                           " runs: " + FigureText(middle) + " (the line).";
+  const double room = 0.1 * (high - low);
+  const ChartRange x{0.0, static_cast<double>(runs.size()) + 1.0};
+  const ChartRange y{low < 0.0 ? low - room : std::max(0.0, low - room), high + room};
+  const std::string unit = named.m_unit.empty() ? "" : ", " + named.m_unit;
+  return "<section class=\"card\"><div class=\"head\">" + Element("h2", named.m_label) +
+         "</div>\n" + Element("p", seen) + "\n" +
+         DotChart({"batch-" + named.m_id, named.m_label, seen, "run, in the order of the table",
+                   named.m_label + unit},
+                  x, y, dots, *median) +
+         "</section>\n";
+}
+
+std::size_t CountOfState(std::span<const BatchRun> runs, std::string_view state) {
+  return static_cast<std::size_t>(
+      std::ranges::count_if(runs, [&](const BatchRun& run) { return StateWord(run) == state; }));
+}
+
+std::string BatchSummary(std::span<const BatchRun> runs) {
+  const auto failed = static_cast<std::size_t>(
+      std::ranges::count_if(runs, [](const BatchRun& run) { return run.m_page.empty(); }));
+  const auto look = static_cast<std::size_t>(std::ranges::count_if(runs, [](const BatchRun& run) {
+    return !run.m_remarks.empty() || !TitlesOf(run.m_findings, Verdict::kLook).empty();
+  }));
+  const std::size_t unfinished = CountOfState(runs, "unfinished");
+  const std::size_t empty = CountOfState(runs, "nothing exported");
+  std::string defects;
+  if (unfinished > 0) defects += " Unfinished: " + std::to_string(unfinished) + ".";
+  if (empty > 0) defects += " Without an exported scan: " + std::to_string(empty) + ".";
+  return std::to_string(runs.size()) + (runs.size() == 1 ? " run; " : " runs; ") +
+         std::to_string(look) + " with something worth a look, " + std::to_string(failed) +
+         " without a report." + defects +
+         " \u25b2 marks a figure that stands out from the other runs.";
+}
+
+}  // namespace
+
+BatchRun UnfinishedRun(const std::string& name) {
+  BatchRun run;
+  run.m_name = name;
+  run.m_error = "the run did not finish";
+  run.m_is_unfinished = true;
+  return run;
+}
+
+std::string StateWord(const BatchRun& run) {
+  if (run.m_is_unfinished) return "unfinished";
+  if (run.m_page.empty()) return "no report";
+  return TitlesOf(run.m_remarks, Verdict::kDefect).empty() ? "finished" : "nothing exported";
+}
+
+BatchRun BatchRunOf(const RunReport& report, const std::string& page) {
+  BatchRun run;
+  run.m_name = report.m_name;
+  run.m_page = page;
+  run.m_figures = KeyFigures(report);
+  run.m_findings = ReportFindings(report);
+  run.m_remarks = ReportRemarks(report);
+  run.m_by_shift = report.m_by_shift;
+  run.m_unmatched = report.m_unmatched;
+  run.m_kept = report.m_kept;
+  run.m_by_count = report.m_by_count;
+  return run;
+}
+
+bool StandsOut(std::span<const BatchRun> runs, std::size_t run, std::size_t figure) {
+  if (run >= runs.size() || figure >= runs[run].m_figures.size()) return false;
+  const KeyFigure& shown = runs[run].m_figures[figure];
+  return IsFar(shown, ScaleOf(runs, shown, figure));
+}
+
+std::string FigureText(const KeyFigure& figure) {
+  if (!figure.m_value) return "\u2013";
+  const std::string number = GroupedNumber(*figure.m_value, figure.m_decimals);
+  return figure.m_unit.empty() ? number : number + " " + figure.m_unit;
+}
+
+std::string RunPage(const RunReport& report) {
+  const std::vector<ReportFinding> findings = ReportFindings(report);
+  const std::vector<ReportFinding> remarks = ReportRemarks(report);
+  std::string html = PageStart(report.m_name + " \u2013 tarvek report");
+  html += "<header>" + Element("h1", report.m_name) + "\n<p class=\"lead\">" +
+          Escaped(SettingsText(report)) + "</p>\n<p class=\"summary\"><strong>" +
+          Escaped(SummaryOf(findings, remarks)) + "</strong></p></header>\n" +
+          Tiles(KeyFigures(report)) + "<div class=\"story cards\">\n";
+  for (const ReportFinding& remark : remarks) html += RemarkCard(remark);
+  for (const ReportFinding& finding : findings) html += Card(finding, PictureOf(finding, report));
+  html += "</div>\n" + LeftOutTable(report) + SourceTable(report);
+  return html + PageEnd();
+}
+
+std::string UnfinishedPage(const std::string& name) {
+  const ReportFinding remark{
+      "unfinished",
+      "The run did not finish",
+      Verdict::kDefect,
+      "Its table still ends in _unfinished: the run was stopped before its end, or is still going "
+      "on. What lies beside that table is cut somewhere.",
+      "The table has its own name.",
+      "Run tarvek again with the same command: it processes this input from the start."};
+  return PageStart(name + " \u2013 tarvek report") + "<header>" + Element("h1", name) +
+         "\n<p class=\"summary\"><strong>" + Element("span", "Defect: the run did not finish.") +
+         "</strong></p></header>\n<div class=\"story cards\">\n" + RemarkCard(remark) + "</div>\n" +
+         PageEnd();
+}
+
+std::string BatchPage(const std::string& title, std::span<const BatchRun> runs) {
+  std::string html = PageStart(title + " \u2013 tarvek report");
+  html += "<header>" + Element("h1", title) + "\n<p class=\"lead\">" + Escaped(BatchSummary(runs)) +
+          "</p></header>\n" + BatchTable(runs);
+  std::string cards;
+  for (std::size_t figure = 0; figure < KeyFigures({}).size(); ++figure)
+    cards += FigureCard(runs, figure);
+  if (!cards.empty())
+    html += "<section class=\"section\"><h2>Over the batch</h2>\n<div class=\"small cards\">\n" +
+            cards + "</div></section>\n";
+  return html + PageEnd();
+}
+
+}  // namespace tarvek::tools

@@ -1,0 +1,121 @@
+#include "simulate/Instrument.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarvek::tools {
+namespace {
+
+// Charges that a peak needs to stand out of the noise of the image current, or of the multiplier of
+// an ion trap.
+constexpr double kOrbitrapLimitCharges = 45.0;
+constexpr double kIonTrapLimitCharges = 10.0;
+
+constexpr double kIonTrapWidthMz = 0.5;
+constexpr double kReferenceMz = 400.0;
+
+// A peak ten times as large hides a neighbour at this many more widths.
+constexpr double kWidthsPerDecade = 0.3;
+constexpr double kMaxHidingWidths = 2.5;
+
+constexpr double kBestErrorPpm = 0.4;
+constexpr double kLimitErrorPpm = 3.0;  // of a peak at the detection limit
+constexpr double kIonTrapErrorMz = 0.05;
+constexpr double kBestIntensityError = 0.03;
+constexpr double kLimitIntensityError = 0.25;
+
+constexpr double kNoiseAboveLimit = 0.35;  // mean height above the limit, in limits
+
+/// Sums the ions that the analyser cannot tell apart; the largest names the peak.
+void Merge(const std::vector<Emission>& emissions, const Analyser& analyser,
+           std::vector<Centroid>& centroids) {
+  double largest = 0.0;  // share of the last centroid
+  for (const Emission& emission : emissions) {
+    if (!centroids.empty()) {
+      Centroid& last = centroids.back();
+      const double width = analyser.PeakWidth(last.m_mz);
+      const double gap = emission.m_mz - last.m_mz;
+      if (gap < width * kMaxHidingWidths) {
+        const double decades = std::abs(std::log10(emission.m_current / last.m_intensity));
+        if (gap < width * std::min(kMaxHidingWidths, 1.0 + kWidthsPerDecade * decades)) {
+          const double sum = last.m_intensity + emission.m_current;
+          last.m_mz += gap * emission.m_current / sum;
+          last.m_intensity = sum;
+          if (emission.m_current > largest) {
+            largest = emission.m_current;
+            last.m_source = emission.m_source;
+            last.m_isotope = emission.m_isotope;
+          }
+          continue;
+        }
+      }
+    }
+    largest = emission.m_current;
+    centroids.push_back({emission.m_mz, emission.m_current, emission.m_source, emission.m_isotope});
+  }
+}
+
+void AddErrors(const Analyser& analyser, const Exposure& exposure, double limit, Random& random,
+               std::vector<Centroid>& centroids) {
+  for (Centroid& centroid : centroids) {
+    const double root = std::sqrt(limit / centroid.m_intensity);
+    const double error_ppm = exposure.m_calibration_ppm +
+                             std::hypot(kBestErrorPpm, kLimitErrorPpm * root) * random.Normal();
+    centroid.m_mz += analyser.m_is_ion_trap ? kIonTrapErrorMz * random.Normal()
+                                            : centroid.m_mz * error_ppm / 1e6;
+    centroid.m_intensity *=
+        1.0 + std::hypot(kBestIntensityError, kLimitIntensityError * root) * random.Normal();
+  }
+}
+
+void AddNoise(const Exposure& exposure, double limit, Random& random,
+              std::vector<Centroid>& centroids) {
+  const std::size_t count = random.Poisson(exposure.m_noise_peaks);
+  const double ratio = exposure.m_high_mz / exposure.m_low_mz;
+  for (std::size_t i = 0; i < count; ++i) {
+    const double mz = exposure.m_low_mz * std::pow(ratio, random.Uniform());
+    centroids.push_back({mz, limit * (1.0 + random.Exponential(kNoiseAboveLimit)), kNoSource, 0});
+  }
+}
+
+/// Of centroids nearer than a peak width the larger one stays.
+void Thin(const Analyser& analyser, std::vector<Centroid>& centroids) {
+  std::size_t kept = 0;
+  for (const Centroid& centroid : centroids) {
+    const bool is_near =
+        kept > 0 && centroid.m_mz - centroids[kept - 1].m_mz < analyser.PeakWidth(centroid.m_mz);
+    if (!is_near) {
+      centroids[kept++] = centroid;
+    } else if (centroid.m_intensity > centroids[kept - 1].m_intensity) {
+      centroids[kept - 1] = centroid;
+    }
+  }
+  centroids.resize(kept);
+}
+
+}  // namespace
+
+double Analyser::PeakWidth(double mz) const {
+  if (m_is_ion_trap) return kIonTrapWidthMz;
+  return mz / (m_resolution * std::sqrt(kReferenceMz / mz));
+}
+
+double DetectionLimit(const Analyser& analyser, double injection_s) {
+  return (analyser.m_is_ion_trap ? kIonTrapLimitCharges : kOrbitrapLimitCharges) / injection_s;
+}
+
+void Measure(const std::vector<Emission>& emissions, const Analyser& analyser,
+             const Exposure& exposure, Random& random, std::vector<Centroid>& centroids) {
+  const double limit = DetectionLimit(analyser, exposure.m_injection_s);
+  centroids.clear();
+  Merge(emissions, analyser, centroids);
+  // Far below the limit no error lifts a peak above it.
+  std::erase_if(centroids, [&](const Centroid& peak) { return peak.m_intensity < 0.3 * limit; });
+  AddErrors(analyser, exposure, limit, random, centroids);
+  std::erase_if(centroids, [&](const Centroid& peak) { return peak.m_intensity < limit; });
+  AddNoise(exposure, limit, random, centroids);
+  std::ranges::stable_sort(centroids, {}, &Centroid::m_mz);
+  Thin(analyser, centroids);
+}
+
+}  // namespace tarvek::tools
