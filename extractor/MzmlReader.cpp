@@ -360,7 +360,8 @@ bool MzmlReader::WantsPeaks() {
     m_scan.m_configuration = ConfigurationOfScan();
     if (m_scan.m_configuration != nullptr)
       m_scan.m_analyser = LastKnownAnalyser(*m_scan.m_configuration);
-    m_scan.m_has_own_analyser = !m_scan_configuration.empty();
+    m_scan.m_has_own_analyser =
+        !m_scan_configuration.empty() && m_configurations.contains(m_scan_configuration);
     m_wants_peaks = m_consumer->WantsPeaks(m_scan);
   }
   return *m_wants_peaks;
