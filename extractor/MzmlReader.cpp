@@ -230,7 +230,9 @@ void MzmlReader::Start(Element element, const XmlAttributes& attributes) {
       m_default_configuration = attributes.Get("defaultInstrumentConfigurationRef");
       return;
     case kSpectrumList:
-      return m_consumer->OnDeclaredCount(ParseInteger(attributes.Get("count")));
+      if (const std::string_view count = attributes.Get("count"); !count.empty())
+        m_consumer->OnDeclaredCount(ParseInteger(count));
+      return;
     case kSpectrum:
       return StartSpectrum(attributes);
     default:
