@@ -12,7 +12,9 @@
 namespace tarvek::extractor {
 namespace {
 
-// Spectra of one group that are looked at, and of the file that are passed to find them.
+// Spectra of one group that are looked at, and of the file that are passed to find them. The file
+// may be sorted by level, or begin with another run: the look goes on while it has met no spectrum
+// that it is for, or those of one level alone.
 constexpr std::int64_t kEnoughSpectra = 50;
 constexpr std::int64_t kMinPassed = 2'000;
 constexpr std::int64_t kMaxPassed = 20'000;
@@ -49,6 +51,7 @@ class LookConsumer final : public ScanConsumer {
     m_group.clear();
     if (!scan.m_is_mass_spectrum || scan.m_peak_count == 0) return false;
     if (scan.m_ms_level < 1 || scan.m_ms_level > 2) return false;
+    (scan.m_ms_level == 1 ? m_has_surveys : m_has_fragments) = true;
     const std::string activation = scan.m_ms_level == 2 ? ActivationOf(scan).m_word : std::string();
     if (m_decider.Decide(scan, activation, {}).m_step != AnalyserStep::kUndecided) return false;
     std::string group = LookGroupOf(scan.m_ms_level, activation);
@@ -64,11 +67,7 @@ class LookConsumer final : public ScanConsumer {
       m_group.clear();
     }
     ++m_passed;
-    const bool has_enough =
-        m_passed >= kMinPassed && std::ranges::all_of(m_counters, [](const auto& counter) {
-          return counter.second.HasEnough();
-        });
-    if (has_enough || m_passed >= kMaxPassed) throw LookIsDone();
+    if (IsDone()) throw LookIsDone();
   }
 
   void Complete(ExtractionPlan& plan) const {
@@ -77,11 +76,21 @@ class LookConsumer final : public ScanConsumer {
   }
 
  private:
+  [[nodiscard]] bool IsDone() const {
+    if (m_passed < kMinPassed || !m_has_surveys || !m_has_fragments || m_counters.empty())
+      return false;
+    return m_passed >= kMaxPassed || std::ranges::all_of(m_counters, [](const auto& counter) {
+             return counter.second.HasEnough();
+           });
+  }
+
   AnalyserDecider m_decider;
   std::map<std::string, SparseCounter> m_counters;
   std::map<std::string, ResolutionLook> m_looks;
   std::string m_group;  // of the spectrum whose peaks come; empty: not looked at
   std::int64_t m_passed = 0;
+  bool m_has_surveys = false;  // that were met, whatever tells their analyser
+  bool m_has_fragments = false;
 };
 
 void LookAtPeaks(const std::string& path, const ScanOverrides& overrides,

@@ -230,7 +230,9 @@ void MzmlReader::Start(Element element, const XmlAttributes& attributes) {
       m_default_configuration = attributes.Get("defaultInstrumentConfigurationRef");
       return;
     case kSpectrumList:
-      return m_consumer->OnDeclaredCount(ParseInteger(attributes.Get("count")));
+      if (const std::string_view count = attributes.Get("count"); !count.empty())
+        m_consumer->OnDeclaredCount(ParseInteger(count));
+      return;
     case kSpectrum:
       return StartSpectrum(attributes);
     default:
@@ -360,7 +362,8 @@ bool MzmlReader::WantsPeaks() {
     m_scan.m_configuration = ConfigurationOfScan();
     if (m_scan.m_configuration != nullptr)
       m_scan.m_analyser = LastKnownAnalyser(*m_scan.m_configuration);
-    m_scan.m_has_own_analyser = !m_scan_configuration.empty();
+    m_scan.m_has_own_analyser =
+        !m_scan_configuration.empty() && m_configurations.contains(m_scan_configuration);
     m_wants_peaks = m_consumer->WantsPeaks(m_scan);
   }
   return *m_wants_peaks;

@@ -92,6 +92,7 @@ class MzxmlReader final : public XmlHandler {
 
  private:
   int Enter(std::string_view name);
+  void DeclareCount(std::string_view text);
   void StartInstrument(std::string_view id);
   void StartOldInstrument(const XmlAttributes& attributes);
   void AddAnalyser(std::string_view word);
@@ -148,7 +149,7 @@ void MzxmlReader::OnStart(std::string_view name, const XmlAttributes& attributes
     case kPeaks:
       return StartPeaks(attributes);
     case kMsRun:
-      return m_consumer->OnDeclaredCount(ParseInteger(attributes.Get("scanCount")));
+      return DeclareCount(attributes.Get("scanCount"));
     case kMsInstrument:
       return StartInstrument(attributes.Get("msInstrumentID").empty()
                                  ? attributes.Get("id")
@@ -187,6 +188,10 @@ void MzxmlReader::OnEnd(std::string_view) {
     default:
       return;
   }
+}
+
+void MzxmlReader::DeclareCount(std::string_view text) {
+  if (!text.empty()) m_consumer->OnDeclaredCount(ParseInteger(text));
 }
 
 // Of two instruments with one id the later holds.
@@ -284,7 +289,9 @@ void MzxmlReader::StartPeaks(const XmlAttributes& attributes) {
   OpenScan& open = m_open.back();
   if (open.m_has_peaks) Fail(open, "has several peaks elements, which is not supported");
   open.m_has_peaks = true;
-  open.m_wants_peaks = m_consumer->WantsPeaks(open.m_scan);
+  // The precursor may come behind the peaks, and the consumer want them then.
+  const bool lacks_precursor = open.m_scan.m_ms_level == 2 && open.m_scan.m_precursors.empty();
+  open.m_wants_peaks = m_consumer->WantsPeaks(open.m_scan) || lacks_precursor;
   m_format = FormatOf(attributes);
   m_text.clear();
   m_collects_text = open.m_wants_peaks && open.m_scan.m_peak_count != 0;

@@ -84,7 +84,7 @@ class ScanRules {
     std::optional<double> m_faims_volts;
     std::int32_t m_latest_scan_no = 0;  // in the order of the file
     double m_latest_rt_seconds = 0.0;
-    std::vector<std::pair<double, std::int32_t>> m_by_time;  // ascending; retention time, scan
+    std::deque<std::pair<double, std::int32_t>> m_by_time;  // ascending; retention time, scan
   };
 
   [[nodiscard]] std::string WhyUnused(const ExtractedScan& scan,

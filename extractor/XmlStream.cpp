@@ -29,6 +29,7 @@ class Callbacks {
     XML_SetElementHandler(parser, &OnStart, &OnEnd);
     XML_SetCharacterDataHandler(parser, &OnText);
     XML_SetEntityDeclHandler(parser, &OnEntity);
+    XML_SetUnknownEncodingHandler(parser, &OnEncoding, nullptr);
   }
   Callbacks(const Callbacks&) = delete;
   Callbacks& operator=(const Callbacks&) = delete;
@@ -67,6 +68,16 @@ class Callbacks {
                                const XML_Char*, const XML_Char*, const XML_Char*, const XML_Char*) {
     Callbacks& self = Of(user);
     self.Run([] { throw std::string("declares XML entities, which are not supported"); });
+  }
+  // Windows-1252, GB2312 and the like: bytes below 0x80 are ASCII wherever markup may begin or end,
+  // and nothing else has a meaning here.
+  static int XMLCALL OnEncoding(void*, const XML_Char*, XML_Encoding* encoding) {
+    constexpr int kReplacement = 0xFFFD;
+    for (int byte = 0; byte < 256; ++byte) encoding->map[byte] = byte < 128 ? byte : kReplacement;
+    encoding->data = nullptr;
+    encoding->convert = nullptr;
+    encoding->release = nullptr;
+    return XML_STATUS_OK;
   }
 
   XML_Parser m_parser;

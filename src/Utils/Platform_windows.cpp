@@ -471,9 +471,9 @@ std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& pa
   return names;
 }
 
-// The parts one after another, from behind the drive or the host; a share is tried in vain.
 std::string AbsolutePath(const std::string& path) { return Utf8(FullPath(SystemPath(path))); }
 
+// The parts one after another, from behind the drive or the host; a share is tried in vain.
 bool MakeDirectoryTree(const std::string& path) {
   if (IsDirectory(path)) return true;
   const std::wstring full = WithoutLengthLimit(Wide(path));

@@ -88,9 +88,24 @@ Format MzmlFormat() {
   format.Add("run", "sourceFileRefList");
   format.Add("scanSettings", "softwareRef");
   // a list left out
-  format.Add("spectrum", "scan precursor binaryDataArray");
-  format.Add("chromatogram", "binaryDataArray");
+  format.Add("indexedmzML", "index");
+  format.Add("mzML",
+             "cv referenceableParamGroup sample software scanSettings instrumentConfiguration "
+             "dataProcessing");
+  format.Add("fileDescription", "sourceFile");
+  format.Add("scanSettings", "sourceFileRef target");
+  format.Add("instrumentConfiguration", "source analyzer detector");
+  format.Add("run", "sourceFileRef spectrum chromatogram");
+  format.Add("spectrum", "scan precursor product binaryDataArray");
+  format.Add("spectrumDescription", "product");
+  format.Add("scan", "scanWindow");
   format.Add("precursor", "selectedIon");
+  format.Add("chromatogram", "binaryDataArray");
+  // the others that mean nothing here
+  format.Add("mzML", "indexList indexListOffset fileChecksum");
+  format.Add("dataProcessing", "softwareRef");
+  format.Add("processingMethod", "softwareRef");
+  format.Add("chromatogram", "precursorList productList");
   format.m_leaf = "cvParam";
   const Names parameters = {"cvParam", "userParam", "referenceableParamGroupRef"};
   for (const std::string& name : parameters) format.m_children[name];
@@ -104,20 +119,20 @@ Format MzmlFormat() {
   return format;
 }
 
-// mzXML 3, and the instrument of mzXML 1.
+// mzXML 3, the instrument of mzXML 1, and who and what did it in more places.
 Format MzxmlFormat() {
   Format format;
   format.m_roots = {"mzXML", "msRun"};
   format.Add("mzXML", "msRun index indexOffset sha1");
   format.Add("msRun",
              "parentFile instrument msInstrument operator dataProcessing separation spotting scan "
-             "index indexOffset sha1");
+             "index indexOffset sha1 software");
   format.Add("msInstrument",
              "msManufacturer msModel msIonisation msMassAnalyzer msDetector msResolution software "
              "operator");
   format.Add("instrument", "software operator");
-  format.Add("dataProcessing", "software processingOperation");
-  format.Add("separation", "separationTechnique");
+  format.Add("dataProcessing", "software processingOperation operator");
+  format.Add("separation", "separationTechnique operator");
   format.Add("spotting", "plate robot");
   format.Add("plate", "pattern spot");
   format.Add("pattern", "orientation");

@@ -14,6 +14,7 @@ using test::Mzxml;
 using test::TestMzxmlScan;
 using testing::ElementsAre;
 using testing::HasSubstr;
+using testing::Not;
 
 TestMzxmlScan Survey(int number) {
   TestMzxmlScan scan;
@@ -135,6 +136,34 @@ TEST(MzxmlExtraction, TakesNoPeaksFromAScanThatDeclaresNone) {
   scan.m_peaks.clear();  // some writers put one pair of zeros there
   scan.m_peaks_element = "<peaks precision=\"32\">AAAAAAAAAAA=</peaks>";
   EXPECT_THAT(ExtractXml(Mzxml({scan})).m_report, HasSubstr("Left out: 1 empty"));
+}
+
+TEST(MzxmlExtraction, TakesAPrecursorBehindThePeaks) {
+  const TestMzxmlScan scan = Fragment(2, "activationMethod=\"HCD\"");
+  const std::string plain = Mzxml({Survey(1), scan});
+  std::string late = plain;
+  late.erase(late.find(scan.m_precursor), scan.m_precursor.size());
+  late.insert(late.rfind("</peaks>") + 8, scan.m_precursor);
+  EXPECT_EQ(ExtractXml(late).m_ms2, ExtractXml(plain).m_ms2);
+  EXPECT_THAT(LinesFrom(ExtractXml(late).m_ms2, "S"), ElementsAre("S\t2\t2\t500.50000"));
+}
+
+TEST(MzxmlExtraction, SaysNothingOfACountThatIsNotDeclared) {
+  std::string xml = Mzxml({Survey(1)});
+  xml.replace(xml.find("scanCount=\"1\""), 13, "");
+  EXPECT_THAT(ExtractXml(xml).m_report, Not(HasSubstr("declared")));
+}
+
+// Whatever the encoding, what counts is ASCII; other bytes are in names of files and persons.
+TEST(MzxmlExtraction, ReadsEncodingsOfItsSystem) {
+  const std::string xml = Mzxml({Survey(1)});
+  const std::string plain = ExtractXml(xml).m_ms1;
+  for (const std::string encoding : {"windows-1252", "GB2312", "Shift_JIS"}) {
+    std::string other = xml;
+    other.replace(other.find("ISO-8859-1"), 10, encoding);
+    other.insert(other.find("<scan "), "<parentFile fileName=\"\x93\xB0\\\xFF.raw\"/>");
+    EXPECT_EQ(ExtractXml(other).m_ms1, plain) << encoding;
+  }
 }
 
 }  // namespace

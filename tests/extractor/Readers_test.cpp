@@ -65,6 +65,25 @@ TEST(MzmlConfiguration, ListsItsAnalysersByTheirOrder) {
                                              Analyser::kIonTrap, Analyser::kUnknown));
 }
 
+// The only configuration stands in for one that is missing, but it is not the scan's own.
+TEST(MzmlConfiguration, ThatAScanNamesButTheFileLacksIsNotItsOwn) {
+  const auto scan_naming = [](const std::string& id) {
+    return ReadScans(
+               "<mzML><instrumentConfigurationList><instrumentConfiguration id=\"A\">"
+               "<componentList>" +
+               AnalyserXml(1, 1000484) +
+               "</componentList></instrumentConfiguration></instrumentConfigurationList>"
+               "<run><spectrumList><spectrum><scanList><scan "
+               "instrumentConfigurationRef=\"" +
+               id + "\"/></scanList></spectrum></spectrumList></run></mzML>")
+        .at(0)
+        .m_scan;
+  };
+  EXPECT_TRUE(scan_naming("A").m_has_own_analyser);
+  EXPECT_FALSE(scan_naming("B").m_has_own_analyser);
+  EXPECT_EQ(scan_naming("B").m_analyser, Analyser::kFourier);
+}
+
 TEST(MzmlConfiguration, KnowsAnInductiveDetector) {
   const auto is_inductive = [](const std::string& params) {
     return Configured("<componentList><detector order=\"3\">" + params +

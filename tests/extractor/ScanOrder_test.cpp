@@ -257,5 +257,41 @@ TEST(Look, ReadsTheFileAgainWithWhatThePeaksTell) {
   EXPECT_THAT(out.m_report, HasSubstr("12 spectra in "));
 }
 
+/// A scan of the quadrupole alone, so that its peaks must tell: pairs an isotope apart, or m/z to one
+/// decimal as traps have them.
+TestScan Untold(TestScan scan, bool is_fine) {
+  scan.m_scan_attributes = "instrumentConfigurationRef=\"IC4\"";
+  std::vector<Peak> peaks;
+  for (int i = 0; i < 20; ++i) {
+    const double mz = is_fine ? 300.1234 + 7.3771 * i : 300.1 + 7.3 * i;
+    peaks.push_back({mz, 100.0});
+    peaks.push_back({is_fine ? mz + 1.00335 : mz + 2.6, 50.0});
+  }
+  SetPeaks(scan, peaks);
+  return scan;
+}
+
+constexpr int kMoreThanALook = 2100;
+
+TEST(Look, GoesOnToTheFragmentScansOfAFileSortedByLevel) {
+  std::vector<TestScan> scans;
+  for (int number = 1; number <= kMoreThanALook; ++number)
+    scans.push_back(Untold(Survey(number), true));
+  for (int i = 1; i <= 20; ++i) scans.push_back(Untold(Fragment(kMoreThanALook + i), false));
+  const Extracted out = ExtractXml(Mzml(scans));
+  EXPECT_THAT(out.m_report,
+              HasSubstr("Analyser: MS1 FTMS from the look of the peaks; MS2 ITMS from "
+                        "the look of the peaks\n"));
+}
+
+TEST(Look, GoesOnToTheScansThatItIsFor) {
+  std::vector<TestScan> scans;
+  for (int number = 1; number <= kMoreThanALook; ++number)
+    scans.push_back(number % 2 == 1 ? Survey(number) : Fragment(number));
+  for (int i = 1; i <= 20; ++i) scans.push_back(Untold(Fragment(kMoreThanALook + i), false));
+  const Extracted out = ExtractXml(Mzml(scans));
+  EXPECT_THAT(out.m_report, HasSubstr("20 ITMS from the look of the peaks\n"));
+}
+
 }  // namespace
 }  // namespace tarvek::extractor
