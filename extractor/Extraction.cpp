@@ -155,6 +155,8 @@ void ReadInto(const ExtractorOptions& options, const std::string& path, RunRepor
 
 RunRecord RecordOf(const ExtractorOptions& options, const RunReport& report) {
   RunRecord record = report.Counted();
+  record.m_settings["m/z"] = std::to_string(options.m_mz_digits);
+  record.m_settings["intensity"] = std::to_string(options.m_intensity_digits);
   const std::string analyser = AnalyserOverrideText(options.m_overrides);
   if (!analyser.empty()) record.m_settings["analyser"] = analyser;
   if (!options.m_overrides.m_activation.empty())

@@ -33,6 +33,8 @@ constexpr std::array<const char*, 14> kShapingKeys = {"check_activationcenter",
                                                       "output_pf",
                                                       "recalibrate_window"};
 
+constexpr std::array<const char*, 2> kDigitsKeys = {"intensity", "m/z"};
+
 std::string IntegerText(std::int64_t value) {
   std::string text;
   AppendInteger(text, value);
@@ -52,6 +54,33 @@ void AddEnvironment(RunRecord& record, std::string_view key, const char* variabl
 std::string ValueText(const std::map<std::string, std::string>& settings, const std::string& key) {
   const auto found = settings.find(key);
   return found == settings.end() ? "not set" : found->second;
+}
+
+void AppendDifference(std::string& text, const std::string& key, const RunRecord& before,
+                      const RunRecord& now) {
+  text += (text.empty() ? "" : "; ") + key + " " + ValueText(before.m_settings, key) + ", now " +
+          ValueText(now.m_settings, key);
+}
+
+// The decimals of written peaks, which the extractor writes and the outputs are written with.
+bool IsDigitsKey(std::string_view key) {
+  return std::ranges::find(kDigitsKeys, key) != kDigitsKeys.end();
+}
+
+// The settings of an extraction that are other ones now. A marker of an older program does not say
+// some of them; letter case makes no difference.
+std::vector<std::string> KeysThatDiffer(const RunRecord& extraction, const RunRecord& now) {
+  std::vector<std::string_view> told;
+  if (extraction.Count(kCountMs2Read)) told = {kSettingActivation, kSettingAnalyser};
+  for (const char* const key : kDigitsKeys)
+    if (extraction.m_settings.contains(key)) told.emplace_back(key);
+  std::vector<std::string> keys;
+  for (const std::string_view name : told) {
+    const std::string key(name);
+    if (ToLower(ValueText(extraction.m_settings, key)) != ToLower(ValueText(now.m_settings, key)))
+      keys.push_back(key);
+  }
+  return keys;
 }
 
 std::int64_t SumOf(const std::map<std::string, std::int64_t>& counts) {
@@ -127,10 +156,8 @@ std::string SettingsDifference(const RunRecord& recorded, const RunRecord& now) 
     for (const auto& entry : *settings) keys.insert(entry.first);
   std::string text;
   for (const std::string& key : keys) {
-    const std::string before = ValueText(recorded.m_settings, key);
-    const std::string after = ValueText(now.m_settings, key);
-    if (before == after) continue;
-    text += (text.empty() ? "" : "; ") + key + " " + before + ", now " + after;
+    if (ValueText(recorded.m_settings, key) == ValueText(now.m_settings, key)) continue;
+    AppendDifference(text, key, recorded, now);
   }
   return text;
 }
@@ -164,14 +191,22 @@ RunRecord WithExtraction(RunRecord record, const RunRecord& extraction) {
   return record;
 }
 
+std::string ExtractionDifference(const RunRecord& extraction, const RunRecord& now) {
+  std::string text;
+  for (const std::string& key : KeysThatDiffer(extraction, now))
+    AppendDifference(text, key, extraction, now);
+  return text;
+}
+
 RunRecord WithSettingsOfExtraction(RunRecord record, const RunRecord& extraction) {
-  if (!extraction.Count(kCountMs2Read)) return record;
-  for (const std::string_view name : {kSettingAnalyser, kSettingActivation}) {
-    const std::string key(name);
-    const std::string before = ValueText(extraction.m_settings, key);
-    if (ToLower(before) == ToLower(ValueText(record.m_settings, key))) continue;
-    record.m_settings.erase(key);
-    if (extraction.m_settings.contains(key)) record.m_settings[key] = before;
+  for (const std::string& key : KeysThatDiffer(extraction, record)) {
+    const auto before = extraction.m_settings.find(key);
+    if (IsDigitsKey(key))
+      record.m_settings[key] += " (extracted with " + before->second + ")";
+    else if (before == extraction.m_settings.end())
+      record.m_settings.erase(key);
+    else
+      record.m_settings[key] = before->second;
   }
   return record;
 }

@@ -64,8 +64,12 @@ void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isot
 /// A record with the counts of an extraction and its reasons in place of its own.
 RunRecord WithExtraction(RunRecord record, const RunRecord& extraction);
 
-/// A record with those settings of an earlier extraction that concern it in place of its own, where
-/// the marker of that counts scans; an older marker does not say. Letter case makes no difference.
+/// In which settings that concern it an earlier extraction differs from a run of now, worded as by
+/// SettingsDifference. Where its marker does not say, as one of an older program, in none.
+std::string ExtractionDifference(const RunRecord& extraction, const RunRecord& now);
+
+/// A record of now with those settings of an earlier extraction in place of its own. Decimals, which
+/// shape both the spectra and the outputs, get both values: "5 (extracted with 3)".
 RunRecord WithSettingsOfExtraction(RunRecord record, const RunRecord& extraction);
 
 /// The record of a whole run. begun: its settings and, of an instrument file, what the extraction
