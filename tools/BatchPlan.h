@@ -13,7 +13,7 @@
 #include <string_view>
 #include <vector>
 
-#include "BatchRecord.h"
+#include "FinishedRuns.h"
 #include "UserParameters.h"
 
 namespace tarvek::tools {

@@ -4,11 +4,11 @@
 #include <string_view>
 #include <utility>
 
-#include "BatchRecord.h"
 #include "FileUtils.h"
 #include "LineReader.h"
 #include "OutputFile.h"
 #include "Platform.h"
+#include "RunOutcome.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
 

@@ -217,6 +217,7 @@ class ParameterCheck {
     options.m_settings.m_charge_min = m_parameters.m_charge_min;
     options.m_settings.m_charge_max = m_parameters.m_charge_max;
     options.m_ipv_file = m_parameters.m_ipv_file;
+    options.m_ipv_file_is_given = m_parameters.m_ipv_file_is_given;
     options.m_outputpath = m_parameters.m_outputpath;
     options.m_is_table_planned = true;
     options.m_planned = ToParameterTable(m_parameters);

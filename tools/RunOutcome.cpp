@@ -1,10 +1,9 @@
 #include "RunOutcome.h"
 
-#include <algorithm>
-#include <utility>
 #include <vector>
 
 #include "FileUtils.h"
+#include "RunSummary.h"
 
 namespace tarvek::tools {
 
@@ -13,32 +12,31 @@ bool IsUnfinishedRun(const std::string& base_path) {
          !FileExists(base_path + ".csv");
 }
 
-std::optional<RunRecord> ReadRecordOf(const std::string& base_path) {
-  const std::string path = base_path + std::string(kRunRecordEnding);
-  if (!PathExists(path)) return std::nullopt;
-  return ReadRunRecord(path);
+RunRecord RecordAt(const std::string& path) {
+  return PathExists(path) ? ReadRunRecord(path) : RunRecord();
 }
 
-bool ExportedNothing(const RunRecord& record) {
+bool LostAllScans(const RunRecord& record) {
   return record.Count(kCountMs2Exported) == 0 && record.Count(kCountMs2Read).value_or(0) > 0;
 }
 
-std::int64_t CountLeftOutScans(const RunRecord& record) {
-  std::int64_t sum = 0;
-  for (const auto& [reason, scans] : record.m_left_out) sum += scans;
-  return sum;
-}
-
 std::string ReasonsText(const RunRecord& record, std::size_t most) {
-  std::vector<std::pair<std::string, std::int64_t>> reasons(record.m_left_out.begin(),
-                                                            record.m_left_out.end());
-  std::ranges::stable_sort(reasons, std::ranges::greater{},
-                           &std::pair<std::string, std::int64_t>::second);
+  std::vector<LeftOutReason> reasons = ReasonsByFrequency(record);
   if (reasons.size() > most) reasons.resize(most);
   std::string text;
   for (const auto& [reason, scans] : reasons)
     text += (text.empty() ? "" : ", ") + std::to_string(scans) + " " + reason;
   return text;
+}
+
+std::string WhyNothingIsExported(const RunRecord& record) {
+  if (!LostAllScans(record)) return {};
+  const std::string text =
+      "none of " + std::to_string(*record.Count(kCountMs2Read)) + " MS2 scans is exported";
+  const std::vector<LeftOutReason> reasons = ReasonsByFrequency(record);
+  if (reasons.empty()) return text;
+  return text + "; " + std::to_string(reasons.front().second) +
+         " left out: " + reasons.front().first;
 }
 
 }  // namespace tarvek::tools
