@@ -155,10 +155,13 @@ void ReadInto(const ExtractorOptions& options, const std::string& path, RunRepor
 
 RunRecord RecordOf(const ExtractorOptions& options, const RunReport& report) {
   RunRecord record = report.Counted();
+  record.m_settings[std::string(kSettingMzDigits)] = std::to_string(options.m_mz_digits);
+  record.m_settings[std::string(kSettingIntensityDigits)] =
+      std::to_string(options.m_intensity_digits);
   const std::string analyser = AnalyserOverrideText(options.m_overrides);
-  if (!analyser.empty()) record.m_settings["analyser"] = analyser;
+  if (!analyser.empty()) record.m_settings[std::string(kSettingAnalyser)] = analyser;
   if (!options.m_overrides.m_activation.empty())
-    record.m_settings["activation"] = options.m_overrides.m_activation;
+    record.m_settings[std::string(kSettingActivation)] = options.m_overrides.m_activation;
   return record;
 }
 

@@ -6,6 +6,7 @@
 
 #include "AttributeNumber.h"
 #include "FileUtils.h"
+#include "RunRecord.h"
 #include "StringUtils.h"
 
 namespace tarvek::extractor {

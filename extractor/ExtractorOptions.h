@@ -34,14 +34,10 @@ struct ExtractorOptions {
 /// arguments: without the program's name. Throws when they make no sense.
 ExtractorOptions ParseOptions(std::span<const std::string> arguments);
 
-/// The environment variables that say what --analyser and --activation say.
-inline constexpr const char* kAnalyserVariable = "TARVEK_ANALYSER";
-inline constexpr const char* kActivationVariable = "TARVEK_ACTIVATION";
-
 /// The value of an environment variable, if it is set.
 using VariableOf = std::function<std::optional<std::string>(const std::string&)>;
 
-/// Adds what the variables say where no option says anything; an empty variable says nothing.
+/// Adds what kAnalyserVariable and kActivationVariable (RunRecord.h) say where no option says anything; an empty variable says nothing.
 /// Throws when a value makes no sense, with the name of its variable.
 void AddEnvironment(const VariableOf& variable_of, ScanOverrides& overrides);
 

@@ -5,14 +5,14 @@
 #include <iostream>
 #include <string>
 
+#include "Platform.h"
 #include "batch/Command.h"
+#include "batch/RunCommand.h"
 #include "check/Command.h"
 #include "features/Command.h"
 #include "ipv/Command.h"
 #include "mgf/Command.h"
-#include "Platform.h"
 #include "report/Command.h"
-#include "batch/RunCommand.h"
 #include "score/Command.h"
 #include "simulate/Command.h"
 

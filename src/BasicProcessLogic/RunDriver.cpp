@@ -105,15 +105,14 @@ RunRecord ExtractAndBegin(const UserParameters& parameters) {
   const RunRecord now =
       SettingsOf(parameters, InstalledTableFingerprint(), InputKind::kInstrumentFile);
   const RunRecord extraction = ExtractionRecord(parameters);
-  RunRecord begun = WithExtraction(now, extraction);
+  const RunRecord begun = WithExtraction(now, extraction);
   if (is_new) return begun;
-  begun = WithSettingsOfExtraction(std::move(begun), extraction);
-  const std::string difference = SettingsDifference(begun, now);
+  const std::string difference = ExtractionDifference(extraction, now);
   if (!difference.empty())
     logMessage(kWarn, "The spectra of " + parameters.m_current_file +
                           " were extracted with other settings: " + difference +
                           ". Give -r 1 to extract it again.");
-  return begun;
+  return WithSettingsOfExtraction(begun, extraction);
 }
 
 void DeleteExtracted(const UserParameters& parameters) {

@@ -33,6 +33,8 @@ constexpr std::array<const char*, 14> kShapingKeys = {"check_activationcenter",
                                                       "output_pf",
                                                       "recalibrate_window"};
 
+constexpr std::array<std::string_view, 2> kDigitsKeys = {kSettingIntensityDigits, kSettingMzDigits};
+
 std::string IntegerText(std::int64_t value) {
   std::string text;
   AppendInteger(text, value);
@@ -54,10 +56,31 @@ std::string ValueText(const std::map<std::string, std::string>& settings, const 
   return found == settings.end() ? "not set" : found->second;
 }
 
-std::int64_t SumOf(const std::map<std::string, std::int64_t>& counts) {
-  std::int64_t sum = 0;
-  for (const auto& [key, count] : counts) sum += count;
-  return sum;
+void AppendDifference(std::string& text, const std::string& key, const RunRecord& before,
+                      const RunRecord& now) {
+  text += (text.empty() ? "" : "; ") + key + " " + ValueText(before.m_settings, key) + ", now " +
+          ValueText(now.m_settings, key);
+}
+
+// The decimals of written peaks, which the extractor writes and the outputs are written with.
+bool IsDigitsKey(std::string_view key) {
+  return std::ranges::find(kDigitsKeys, key) != kDigitsKeys.end();
+}
+
+// The settings of an extraction that are other ones now. A marker of an older program does not say
+// some of them; letter case makes no difference.
+std::vector<std::string> KeysThatDiffer(const RunRecord& extraction, const RunRecord& now) {
+  std::vector<std::string_view> told;
+  if (extraction.Count(kCountMs2Read)) told = {kSettingActivation, kSettingAnalyser};
+  for (const std::string_view key : kDigitsKeys)
+    if (extraction.m_settings.contains(std::string(key))) told.push_back(key);
+  std::vector<std::string> keys;
+  for (const std::string_view name : told) {
+    const std::string key(name);
+    if (ToLower(ValueText(extraction.m_settings, key)) != ToLower(ValueText(now.m_settings, key)))
+      keys.push_back(key);
+  }
+  return keys;
 }
 
 std::int64_t CountOrZero(const RunRecord& record, std::string_view key) {
@@ -69,18 +92,8 @@ std::string Counted(std::int64_t count, const char* thing) {
   return IntegerText(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-using Reason = std::pair<std::string, std::int64_t>;
-
-std::vector<Reason> ReasonsByFrequency(const RunRecord& record) {
-  std::vector<Reason> reasons;
-  for (const auto& [reason, count] : record.m_left_out)
-    if (count > 0) reasons.emplace_back(reason, count);
-  std::ranges::stable_sort(reasons, std::ranges::greater(), &Reason::second);
-  return reasons;
-}
-
 // ", 3 left out (2 REASON, 1 REASON)", or nothing.
-std::string LeftOutText(const std::vector<Reason>& reasons) {
+std::string LeftOutText(const std::vector<LeftOutReason>& reasons) {
   std::string list;
   std::int64_t sum = 0;
   for (const auto& [reason, count] : reasons) {
@@ -127,10 +140,8 @@ std::string SettingsDifference(const RunRecord& recorded, const RunRecord& now) 
     for (const auto& entry : *settings) keys.insert(entry.first);
   std::string text;
   for (const std::string& key : keys) {
-    const std::string before = ValueText(recorded.m_settings, key);
-    const std::string after = ValueText(now.m_settings, key);
-    if (before == after) continue;
-    text += (text.empty() ? "" : "; ") + key + " " + before + ", now " + after;
+    if (ValueText(recorded.m_settings, key) == ValueText(now.m_settings, key)) continue;
+    AppendDifference(text, key, recorded, now);
   }
   return text;
 }
@@ -164,14 +175,22 @@ RunRecord WithExtraction(RunRecord record, const RunRecord& extraction) {
   return record;
 }
 
+std::string ExtractionDifference(const RunRecord& extraction, const RunRecord& now) {
+  std::string text;
+  for (const std::string& key : KeysThatDiffer(extraction, now))
+    AppendDifference(text, key, extraction, now);
+  return text;
+}
+
 RunRecord WithSettingsOfExtraction(RunRecord record, const RunRecord& extraction) {
-  if (!extraction.Count(kCountMs2Read)) return record;
-  for (const std::string_view name : {kSettingAnalyser, kSettingActivation}) {
-    const std::string key(name);
-    const std::string before = ValueText(extraction.m_settings, key);
-    if (ToLower(before) == ToLower(ValueText(record.m_settings, key))) continue;
-    record.m_settings.erase(key);
-    if (extraction.m_settings.contains(key)) record.m_settings[key] = before;
+  for (const std::string& key : KeysThatDiffer(extraction, record)) {
+    const auto before = extraction.m_settings.find(key);
+    if (IsDigitsKey(key))
+      record.m_settings[key] += " (extracted with " + before->second + ")";
+    else if (before == extraction.m_settings.end())
+      record.m_settings.erase(key);
+    else
+      record.m_settings[key] = before->second;
   }
   return record;
 }
@@ -180,13 +199,27 @@ RunRecord WholeRecord(RunRecord begun, const RunRecord& loop) {
   RunRecord record = std::move(begun);
   const std::int64_t read = CountOrZero(loop, kCountMs2Read);
   const std::int64_t before_extraction = CountOrZero(record, kCountMs2Read);
-  const std::int64_t lost = before_extraction - SumOf(record.m_left_out) - read;
+  const std::int64_t lost = before_extraction - CountLeftOut(record) - read;
   if (lost > 0) record.m_left_out[std::string(kLostAfterExtraction)] += lost;
   for (const auto& [reason, count] : loop.m_left_out) record.m_left_out[reason] += count;
   for (const auto& [key, count] : loop.m_counts) record.m_counts[key] = count;
   record.m_counts[std::string(kCountMs2Read)] =
-      CountOrZero(loop, kCountMs2Exported) + SumOf(record.m_left_out);
+      CountOrZero(loop, kCountMs2Exported) + CountLeftOut(record);
   return record;
+}
+
+std::int64_t CountLeftOut(const RunRecord& record) {
+  std::int64_t sum = 0;
+  for (const auto& [reason, count] : record.m_left_out) sum += count;
+  return sum;
+}
+
+std::vector<LeftOutReason> ReasonsByFrequency(const RunRecord& record) {
+  std::vector<LeftOutReason> reasons;
+  for (const auto& [reason, count] : record.m_left_out)
+    if (count > 0) reasons.emplace_back(reason, count);
+  std::ranges::stable_sort(reasons, std::ranges::greater(), &LeftOutReason::second);
+  return reasons;
 }
 
 bool ExportedNothing(const RunRecord& record) {
@@ -195,7 +228,7 @@ bool ExportedNothing(const RunRecord& record) {
 
 std::string SummaryText(const std::string& input, const RunRecord& record,
                         std::int64_t elapsed_ms) {
-  const std::vector<Reason> reasons = ReasonsByFrequency(record);
+  const std::vector<LeftOutReason> reasons = ReasonsByFrequency(record);
   std::string text = input + ": " + Counted(CountOrZero(record, kCountMs2Read), "MS2 scan") +
                      " read, " + IntegerText(CountOrZero(record, kCountMs2Exported)) +
                      " exported with " +

@@ -10,6 +10,8 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "RunRecord.h"
 #include "UserParameters.h"
@@ -24,14 +26,8 @@ inline constexpr std::string_view kNoUsablePrecursor = "no usable precursor decl
 inline constexpr std::string_view kPfIsOff = "output_pf is 0";
 inline constexpr std::string_view kLostAfterExtraction = "extracted and not in the spectra read";
 
-/// Keys of settings that no parameter has.
+/// Key of a setting that no parameter has.
 inline constexpr std::string_view kSettingIsotopeTable = "isotope_table";
-inline constexpr std::string_view kSettingAnalyser = "analyser";
-inline constexpr std::string_view kSettingActivation = "activation";
-
-/// The environment variables that the extractor takes those two from.
-inline constexpr const char* kAnalyserVariable = "TARVEK_ANALYSER";
-inline constexpr const char* kActivationVariable = "TARVEK_ACTIVATION";
 
 /// Where the spectra of a run come from.
 enum class InputKind { kInstrumentFile, kSpectra };
@@ -64,14 +60,25 @@ void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isot
 /// A record with the counts of an extraction and its reasons in place of its own.
 RunRecord WithExtraction(RunRecord record, const RunRecord& extraction);
 
-/// A record with those settings of an earlier extraction that concern it in place of its own, where
-/// the marker of that counts scans; an older marker does not say. Letter case makes no difference.
+/// In which settings that concern it an earlier extraction differs from a run of now, worded as by
+/// SettingsDifference. Where its marker does not say, as one of an older program, in none.
+std::string ExtractionDifference(const RunRecord& extraction, const RunRecord& now);
+
+/// A record of now with those settings of an earlier extraction in place of its own. Decimals, which
+/// shape both the spectra and the outputs, get both values: "5 (extracted with 3)".
 RunRecord WithSettingsOfExtraction(RunRecord record, const RunRecord& extraction);
 
 /// The record of a whole run. begun: its settings and, of an instrument file, what the extraction
 /// counted; loop: what the MS2 loop counted. MS2 scans that were extracted and never read are left
 /// out for kLostAfterExtraction, so that all scans are accounted for.
 RunRecord WholeRecord(RunRecord begun, const RunRecord& loop);
+
+/// The MS2 scans that were left out, for all reasons.
+std::int64_t CountLeftOut(const RunRecord& record);
+
+/// The reasons that took scans, the commonest first, equal ones by the alphabet.
+using LeftOutReason = std::pair<std::string, std::int64_t>;
+std::vector<LeftOutReason> ReasonsByFrequency(const RunRecord& record);
 
 /// Whether a run exported no MS2 scan, for want of any or because all were left out.
 bool ExportedNothing(const RunRecord& record);

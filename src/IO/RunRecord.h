@@ -36,6 +36,16 @@ inline constexpr std::string_view kCountMs2Read = "ms2_read";          // MS2 sc
 inline constexpr std::string_view kCountMs2Exported = "ms2_exported";  // written to the outputs
 inline constexpr std::string_view kCountPrecursors = "precursors";     // of the exported scans
 
+/// Keys of m_settings that an extraction has too: decimals of written peaks, and what its user says.
+inline constexpr std::string_view kSettingMzDigits = "m/z";
+inline constexpr std::string_view kSettingIntensityDigits = "intensity";
+inline constexpr std::string_view kSettingAnalyser = "analyser";
+inline constexpr std::string_view kSettingActivation = "activation";
+
+/// The environment variables that say the last two to an extractor.
+inline constexpr const char* kAnalyserVariable = "TARVEK_ANALYSER";
+inline constexpr const char* kActivationVariable = "TARVEK_ACTIVATION";
+
 /// What the name of the record of a run ends in, after the base name.
 inline constexpr std::string_view kRunRecordEnding = ".tarvek";
 

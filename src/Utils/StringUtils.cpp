@@ -34,6 +34,12 @@ bool EndsWithIgnoreCase(std::string_view text, std::string_view suffix) {
   return ToLower(text.substr(text.size() - suffix.size())) == ToLower(suffix);
 }
 
+bool CutEnding(std::string_view& text, std::string_view ending) {
+  if (!text.ends_with(ending)) return false;
+  text.remove_suffix(ending.size());
+  return true;
+}
+
 std::vector<std::string_view> Split(std::string_view text, std::string_view delims) {
   std::vector<std::string_view> tokens;
   for (std::size_t p = text.find_first_of(delims); p != std::string_view::npos;

@@ -25,6 +25,9 @@ std::string ToLower(std::string_view text);
 /// always matches.
 bool EndsWithIgnoreCase(std::string_view text, std::string_view suffix);
 
+/// Takes ending off text, letter case counting; false, and text as it was, when it ends otherwise.
+bool CutEnding(std::string_view& text, std::string_view ending);
+
 /// The tokens between single characters of delims; empty tokens are kept, except a last one:
 /// "a,,b," gives "a", "", "b", and "" gives nothing. The tokens borrow from text.
 std::vector<std::string_view> Split(std::string_view text, std::string_view delims);

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
+#include <utility>
 
 #include "FileUtils.h"
 #include "IsotopeTable.h"
@@ -170,6 +172,37 @@ TEST(WholeRecord, BelievesItsOwnCountWhenMoreWasReadThanExtracted) {
   RunRecord extraction;
   extraction.m_counts = {{"ms2_read", 3}};
   EXPECT_EQ(WholeRecord(extraction, Record(5, 5, 5)), Record(5, 5, 5));
+}
+
+// ------------------------------------------------------------ an earlier extraction
+
+RunRecord WithSettings(std::map<std::string, std::string> settings, bool counts_scans = true) {
+  RunRecord record;
+  record.m_settings = std::move(settings);
+  if (counts_scans) record.m_counts = {{"ms2_read", 10}};
+  return record;
+}
+
+TEST(ExtractionDifference, NamesDecimalsAndWhatTheEnvironmentSays) {
+  const RunRecord extraction = WithSettings({{"m/z", "3"}, {"intensity", "1"}});
+  const RunRecord now = WithSettings(
+      {{"m/z", "5"}, {"intensity", "1"}, {"analyser", "ITMS"}, {"isolation_width", "2"}});
+  EXPECT_EQ(ExtractionDifference(extraction, now), "analyser not set, now ITMS; m/z 3, now 5");
+  EXPECT_EQ(ExtractionDifference(now, now), "");
+}
+TEST(ExtractionDifference, IsNoneInWhatAMarkerDoesNotSay) {
+  const RunRecord now = WithSettings({{"m/z", "5"}, {"intensity", "1"}, {"analyser", "ITMS"}});
+  EXPECT_EQ(ExtractionDifference({}, now), "");
+  EXPECT_EQ(ExtractionDifference(WithSettings({{"analyser", "itms"}}), now), "");
+}
+TEST(WithSettingsOfExtraction, HasBothValuesOfDecimals) {
+  const RunRecord now = WithSettings({{"m/z", "5"}, {"intensity", "1"}, {"analyser", "ITMS"}});
+  const RunRecord extraction = WithSettings({{"m/z", "3"}, {"intensity", "1"}});
+  const RunRecord record = WithSettingsOfExtraction(now, extraction);
+  EXPECT_EQ(record, WithSettings({{"m/z", "5 (extracted with 3)"}, {"intensity", "1"}}));
+  EXPECT_EQ(SettingsDifference(record, now),
+            "analyser not set, now ITMS; m/z 5 (extracted with 3), now 5");
+  EXPECT_EQ(WithSettingsOfExtraction(now, now), now);
 }
 
 // ------------------------------------------------------------ the line

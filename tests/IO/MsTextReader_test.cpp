@@ -64,11 +64,11 @@ std::string Peaks(const std::vector<Peak>& peaks) { return Describe(peaks); }
 
 TEST(Ms2TextReader, TellsScansApartWhoseNumbersAreTooLarge) {
   std::string warnings;
-  const std::vector<MS2Spectrum> scans =
-      ReadMs2("S\t3000000000\t3000000000\nZ\t2\t1001.5\n1 1\n"
-              "S\t3000000000\t3000000000\nZ\t3\t1001.5\n2 2\n"
-              "S\t3000000001\t3000000001\n3 3\nS\t2147483647\t1\n4 4\n",
-              &warnings);
+  const std::vector<MS2Spectrum> scans = ReadMs2(
+      "S\t3000000000\t3000000000\nZ\t2\t1001.5\n1 1\n"
+      "S\t3000000000\t3000000000\nZ\t3\t1001.5\n2 2\n"
+      "S\t3000000001\t3000000001\n3 3\nS\t2147483647\t1\n4 4\n",
+      &warnings);
   ASSERT_EQ(scans.size(), 3u);
   for (const MS2Spectrum& scan : scans) EXPECT_EQ(scan.m_scan_no, 2147483647);
   EXPECT_EQ(scans[0].m_precursors.size(), 2u);

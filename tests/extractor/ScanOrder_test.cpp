@@ -162,19 +162,23 @@ TEST(MarkerRecord, CountsSurveysAndWhyFragmentScansWereLeftOut) {
   empty.m_arrays.clear();
   empty.m_length = 0;
   EXPECT_EQ(Record({Survey(1), Survey(2), Fragment(3), Fragment(4, ecd), third_level, empty}),
+            "setting\tintensity\t1\nsetting\tm/z\t5\n"
             "count\tms2_read\t3\ncount\tsurveys\t2\n"
             "left_out\tactivation without a word: term 1000250\t1\nleft_out\tempty\t1\n");
 }
 
 TEST(MarkerRecord, CountsOnceWhenTheFileIsReadAgain) {
   EXPECT_EQ(Record({Survey(2), Fragment(3), Survey(1), Fragment(4)}),
+            "setting\tintensity\t1\nsetting\tm/z\t5\n"
             "count\tms2_read\t2\ncount\tsurveys\t2\n");
 }
 
 TEST(MarkerRecord, HoldsWhatTheUserSays) {
-  EXPECT_EQ(Record({Survey(1)}, {"--analyser", "ms2=ITMS", "--activation", "cid"}),
-            "setting\tactivation\tCID\nsetting\tanalyser\tms2=ITMS\n"
-            "count\tms2_read\t0\ncount\tsurveys\t1\n");
+  EXPECT_EQ(
+      Record({Survey(1)}, {"--analyser", "ms2=ITMS", "--activation", "cid", "-m", "3", "-i", "2"}),
+      "setting\tactivation\tCID\nsetting\tanalyser\tms2=ITMS\n"
+      "setting\tintensity\t2\nsetting\tm/z\t3\n"
+      "count\tms2_read\t0\ncount\tsurveys\t1\n");
 }
 
 TEST(Overrides, WinOverEverythingInTheFile) {

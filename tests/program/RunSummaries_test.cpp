@@ -292,6 +292,19 @@ TEST_F(ExtractedRun, RecordsTheSettingsOfTheTimeOfTheExtraction) {
   EXPECT_THAT(record, HasSubstr("setting\tanalyser\tFTMS\n"));
   EXPECT_THAT(record, Not(HasSubstr("setting\tactivation\t")));
 }
+TEST_F(ExtractedRun, NoticesOtherDecimalsOfAnEarlierExtraction) {
+  PlaceWithMarker(kCountsOfAll + "setting\tm/z\t5\nsetting\tintensity\t1\n");
+  RunRaw();
+  EXPECT_THAT(m_result.m_err, Not(HasSubstr("other settings")));
+  fs::remove(Path("out/run.csv"));
+  RunRaw({"-z", "3"});
+  EXPECT_THAT(m_result.m_err,
+              HasSubstr("[Tarvek] <WARN> - The spectra of run.raw were extracted with other "
+                        "settings: m/z 5, now 3. Give -r 1 to extract it again.\n"));
+  EXPECT_EQ(Starts(), 1);
+  EXPECT_THAT(Content("out/run.tarvek"), HasSubstr("setting\tm/z\t3 (extracted with 5)\n"));
+  EXPECT_THAT(RunRaw({"-z", "3"}).m_err, HasSubstr("m/z 3 (extracted with 5), now 3. "));
+}
 TEST_F(ExtractedRun, BelievesTheEnvironmentBesideAMarkerThatDoesNotSay) {
   PlaceExtractor(kCopyTextPair);
   RunRaw();

@@ -3,10 +3,10 @@
 #include <nlohmann/json.hpp>
 #include <optional>
 
-#include "batch/Runner.h"
-#include "check/Findings.h"
 #include "FileUtils.h"
 #include "LineReader.h"
+#include "batch/Runner.h"
+#include "check/Findings.h"
 
 namespace tarvek::tools {
 namespace {
@@ -36,7 +36,8 @@ CheckVerdict VerdictOf(const json& report) {
     const std::string severity = finding.at("severity");
     const std::string meaning = PlaceOf(finding) + finding.at("meaning").get<std::string>();
     if (severity == SeverityWord(Severity::kWarning))
-      verdict.m_warnings.push_back({finding.at("code"), meaning});
+      verdict.m_warnings.push_back(
+          {finding.at("code"), meaning + " " + finding.at("advice").get<std::string>()});
     if (severity == SeverityWord(Severity::kDefect) && defects++ == 0) verdict.m_defect = meaning;
   }
   if (defects > 1) verdict.m_defect += " And " + std::to_string(defects - 1) + " more.";

@@ -1,22 +1,19 @@
 #include "batch/Console.h"
 
 #include <algorithm>
-#include <array>
 #include <iostream>
 #include <string_view>
 #include <thread>
 
-#include "batch/Report.h"
 #include "FileUtils.h"
 #include "Logger.h"
 #include "Platform.h"
-#include "RunSummary.h"
-#include "StringUtils.h"
+#include "RunRecord.h"
+#include "ScanOverrides.h"
+#include "batch/Report.h"
 
 namespace tarvek::tools {
 namespace {
-
-constexpr std::array<std::string_view, 2> kLevels = {"ms1=", "ms2="};
 
 /// The program of this name that is installed with this one.
 std::string OwnProgram(std::string_view name) {
@@ -27,14 +24,16 @@ bool IsDone(const BatchResult& result) {
   return result.m_state == BatchState::kDone || result.m_state == BatchState::kFinishedBefore;
 }
 
-/// What is wrong with the value of --analyser; empty when nothing is.
-std::string AnalyserMistake(const std::string& value) {
-  for (std::string_view word : Split(value, ",")) {
-    for (const std::string_view level : kLevels)
-      if (word.starts_with(level)) word.remove_prefix(level.size());
-    if (word != "FTMS" && word != "ITMS")
-      return "'" + value + "' is not FTMS or ITMS, nor like ms2=ITMS or ms1=FTMS,ms2=ITMS";
+/// What is wrong with the value of --analyser; empty when nothing is. A good one becomes what the
+/// extractors record, so that equal ones are equal texts.
+std::string AnalyserMistake(std::string& value) {
+  extractor::ScanOverrides overrides;
+  try {
+    extractor::AddAnalyserOverride(value, overrides);
+  } catch (const std::string&) {
+    return "'" + value + "' is not FTMS or ITMS, nor like ms2=ITMS or ms1=FTMS,ms2=ITMS";
   }
+  value = extractor::AnalyserOverrideText(overrides);
   return {};
 }
 
@@ -104,7 +103,7 @@ void AddBatchOptions(CLI::App& command, BatchOptions& options) {
   command
       .add_option("--analyser", options.m_analyser,
                   "Analyser of all scans, whatever the files say: FTMS, ITMS, ms2=ITMS, ...")
-      ->check(CLI::Validator(AnalyserMistake, ""));
+      ->transform(CLI::Validator(AnalyserMistake, ""));
   command
       .add_option("--activation", options.m_activation,
                   "Activation of all MS2 scans, whatever the files say")

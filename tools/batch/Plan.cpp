@@ -4,7 +4,6 @@
 #include <map>
 #include <string_view>
 
-#include "outputs/CanonicalPath.h"
 #include "CommandLine.h"
 #include "FileUtils.h"
 #include "OutputSet.h"
@@ -14,6 +13,7 @@
 #include "RunSummary.h"
 #include "StringUtils.h"
 #include "UserParameters.h"
+#include "outputs/CanonicalPath.h"
 
 namespace tarvek::tools {
 namespace {

@@ -13,8 +13,8 @@
 #include <string_view>
 #include <vector>
 
-#include "batch/Record.h"
 #include "UserParameters.h"
+#include "batch/FinishedRuns.h"
 
 namespace tarvek::tools {
 

@@ -7,11 +7,11 @@
 #include <utility>
 #include <vector>
 
-#include "batch/Console.h"
 #include "Platform.h"
+#include "UserParameters.h"
+#include "batch/Console.h"
 #include "batch/RunInputs.h"
 #include "batch/RunPlan.h"
-#include "UserParameters.h"
 
 namespace tarvek::tools {
 namespace {

@@ -8,11 +8,11 @@
 #include <tuple>
 #include <utility>
 
-#include "outputs/CanonicalPath.h"
 #include "FileUtils.h"
-#include "outputs/OutputNames.h"
 #include "Platform.h"
 #include "StringUtils.h"
+#include "outputs/CanonicalPath.h"
+#include "outputs/OutputNames.h"
 
 namespace tarvek::tools {
 namespace {

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "batch/Plan.h"
 #include "UserParameters.h"
+#include "batch/Plan.h"
 
 namespace tarvek::tools {
 

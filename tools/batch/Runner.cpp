@@ -4,13 +4,13 @@
 #include <string_view>
 #include <utility>
 
-#include "batch/Record.h"
 #include "FileUtils.h"
 #include "LineReader.h"
 #include "OutputFile.h"
 #include "Platform.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
+#include "outputs/RunOutcome.h"
 
 namespace tarvek::tools {
 namespace {

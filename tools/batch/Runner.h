@@ -14,9 +14,9 @@
 #include <string>
 #include <vector>
 
+#include "RunRecord.h"
 #include "batch/Check.h"
 #include "batch/Plan.h"
-#include "RunRecord.h"
 
 namespace tarvek::tools {
 

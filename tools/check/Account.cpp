@@ -6,11 +6,11 @@
 #include <limits>
 #include <utility>
 
-#include "outputs/DeclaredWidth.h"
 #include "FeaturesExtractor.h"
 #include "Ms2Loop.h"
 #include "NumberText.h"
 #include "PeakPicker.h"
+#include "outputs/DeclaredWidth.h"
 
 namespace tarvek::tools {
 namespace {

@@ -13,10 +13,10 @@
 #include <string>
 #include <unordered_set>
 
-#include "check/Findings.h"
 #include "IsotopeTable.h"
 #include "SpectrumRecords.h"
 #include "UserParameters.h"
+#include "check/Findings.h"
 
 namespace tarvek::tools {
 

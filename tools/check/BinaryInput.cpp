@@ -1,9 +1,9 @@
 #include <string>
 
-#include "check/Account.h"
-#include "check/Inputs.h"
 #include "FileUtils.h"
 #include "MsbReader.h"
+#include "check/Account.h"
+#include "check/Inputs.h"
 #include "outputs/OutputNames.h"
 #include "outputs/QuietLibrary.h"
 

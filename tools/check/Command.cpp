@@ -3,10 +3,10 @@
 #include <iostream>
 #include <memory>
 
-#include "check/Parameters.h"
-#include "check/Targets.h"
 #include "NumberText.h"
 #include "UserParameters.h"
+#include "check/Parameters.h"
+#include "check/Targets.h"
 
 namespace tarvek::tools {
 namespace {
@@ -43,6 +43,7 @@ void NotePlanned(const CLI::App& check, CheckArguments& arguments) {
     planned["charge_range"] = std::to_string(arguments.m_options.m_settings.m_charge_min) + "t" +
                               std::to_string(arguments.m_options.m_settings.m_charge_max);
   arguments.m_options.m_is_table_planned = is_given("-I");
+  arguments.m_options.m_ipv_file_is_given = is_given("-I");
 }
 
 void RunCheck(const CLI::App& check, CheckArguments arguments) {
@@ -60,7 +61,7 @@ bool HasInputs(const CheckTargets& targets) {
 
 void CheckAll(CheckReport& report, const CheckTargets& targets, CheckOptions options) {
   if (HasInputs(targets) || options.m_is_table_planned) {
-    const CheckedTable table = CheckIsotopeTable(report, options.m_ipv_file);
+    const CheckedTable table = CheckIsotopeTable(report, options);
     options.m_settings.m_table_end_da = table.m_end_da;
     if (options.m_is_table_planned && !table.m_fingerprint.empty())
       options.m_planned["isotope_table"] = table.m_fingerprint;

@@ -1,17 +1,16 @@
 #include "check/Inputs.h"
 
 #include <algorithm>
-#include <bit>
 #include <filesystem>
 #include <iterator>
 #include <string_view>
 #include <system_error>
 
-#include "check/Account.h"
 #include "FileUtils.h"
 #include "IsotopeTable.h"
-#include "outputs/QuietLibrary.h"
 #include "RunDriver.h"
+#include "check/Account.h"
+#include "outputs/QuietLibrary.h"
 
 namespace tarvek::tools {
 namespace {
@@ -74,14 +73,17 @@ FragmentFacts FactsOf(const MS2Spectrum& scan) {
   return facts;
 }
 
-CheckedTable CheckIsotopeTable(CheckReport& report, const std::string& ipv_file) {
+CheckedTable CheckIsotopeTable(CheckReport& report, const CheckOptions& options) {
   constexpr const char* kAdvice =
       "Name a table with -I, or write one with tarvek-tools ipv IPV.txt.";
-  std::string path = ipv_file;
+  UserParameters parameters;
+  parameters.m_ipv_file = options.m_ipv_file;
+  parameters.m_ipv_file_is_given = options.m_ipv_file_is_given;
+  std::string path = options.m_ipv_file;
   try {
     {
       const QuietLibrary quiet;
-      path = IsotopeTablePath(ipv_file, InstalledTablePath());
+      path = IsotopeTablePath(parameters, InstalledTablePath());
     }
     const IsotopeTable table = ReadIsotopeTable(path);
     if (std::ranges::any_of(table, IsEmptyRow))
@@ -90,27 +92,13 @@ CheckedTable CheckIsotopeTable(CheckReport& report, const std::string& ipv_file)
                     "masses.",
                     kAdvice);
     const auto last = std::ranges::find_if_not(table.rbegin(), table.rend(), IsEmptyRow);
-    return {std::distance(last, table.rend()), FingerprintOf(table)};
+    return {std::distance(last, table.rend()), IsotopeTableFingerprint(table)};
   } catch (const std::string& message) {
     report.Defect("isotope-table", path,
                   "The isotope table cannot be read, and without one no run starts: " + message,
                   kAdvice);
   }
   return {};
-}
-
-std::string FingerprintOf(const IsotopeTable& table) {
-  std::uint64_t hash = 0xcbf29ce484222325U;
-  const auto add = [&hash](double value) {
-    const auto bits = std::bit_cast<std::uint64_t>(value);
-    for (unsigned shift = 0; shift < 64; shift += 8)
-      hash = (hash ^ ((bits >> shift) & 0xFFU)) * 0x100000001b3U;
-  };
-  for (const IsotopeRow& row : table) std::ranges::for_each(row, add);
-  std::string digits;
-  for (unsigned shift = 64; shift > 0; shift -= 4)
-    digits += "0123456789abcdef"[(hash >> (shift - 4)) & 0xFU];
-  return digits;
 }
 
 }  // namespace tarvek::tools

@@ -7,11 +7,11 @@
 #include <functional>
 #include <string>
 
-#include "check/Account.h"
-#include "check/Findings.h"
 #include "IsotopeTable.h"
 #include "SpectrumRecords.h"
 #include "UserParameters.h"
+#include "check/Account.h"
+#include "check/Findings.h"
 
 namespace tarvek::tools {
 
@@ -19,6 +19,7 @@ namespace tarvek::tools {
 struct CheckOptions {
   RunSettings m_settings;
   std::string m_ipv_file = kDefaultIpvFile;
+  bool m_ipv_file_is_given = false;  // only the unnamed default may be the installed table
   /// What was said of the run, by the keys of a parameter file: outputs that are there were made with
   /// these settings, or a finding says so.
   ParameterTable m_planned;
@@ -46,13 +47,9 @@ struct CheckedTable {
   std::string m_fingerprint;                  // as a record has it; empty when it cannot be read
 };
 
-/// The isotope table that a run would take: ipv_file, or the installed one when ipv_file has its
-/// default value and is not there. One that cannot be read is a finding.
-CheckedTable CheckIsotopeTable(CheckReport& report, const std::string& ipv_file);
-
-/// 16 hexadecimal digits that tell tables with other numbers apart: FNV-1a over the values, the bytes
-/// of each the lowest first.
-std::string FingerprintOf(const IsotopeTable& table);
+/// The isotope table that a run would take: the one that is named, else the default one, or the
+/// installed one when that is not there. One that cannot be read is a finding.
+CheckedTable CheckIsotopeTable(CheckReport& report, const CheckOptions& options);
 
 // What the inputs share:
 

@@ -4,8 +4,8 @@
 #include <set>
 #include <string_view>
 
-#include "mgf/Title.h"
 #include "NumberText.h"
+#include "mgf/Title.h"
 #include "outputs/TableReader.h"
 
 namespace tarvek::tools {

@@ -8,12 +8,12 @@
 #include <string_view>
 #include <unordered_set>
 
-#include "check/Inputs.h"
 #include "MgfReader.h"
-#include "mgf/Title.h"
 #include "NumberText.h"
-#include "outputs/QuietLibrary.h"
 #include "StringUtils.h"
+#include "check/Inputs.h"
+#include "mgf/Title.h"
+#include "outputs/QuietLibrary.h"
 #include "outputs/TableReader.h"
 
 namespace tarvek::tools {

@@ -4,12 +4,13 @@
 #include <optional>
 #include <utility>
 
+#include "FileUtils.h"
+#include "NumberText.h"
+#include "RunSummary.h"
 #include "check/Account.h"
 #include "check/Mgf.h"
 #include "check/Pf.h"
 #include "check/Table.h"
-#include "FileUtils.h"
-#include "NumberText.h"
 #include "outputs/RunOutcome.h"
 
 namespace tarvek::tools {
@@ -65,7 +66,7 @@ class OutputsCheck {
 
   void CheckFinished() {
     if (m_outputs->m_has_unfinished)
-      m_report->Defect("unfinished", m_outputs->Path(".csv_unfinished"),
+      m_report->Defect("unfinished", m_outputs->Path(std::string(kUnfinishedTableEnding)),
                        "The run was stopped before its end, or is still going on.",
                        "Run tarvek again: it processes this input from the start.");
     if (m_outputs->m_has_unfinished_record)
@@ -255,8 +256,8 @@ class OutputsCheck {
   void ReportLosses() {
     const std::string path = m_outputs->Path(std::string(kRunRecordEnding));
     const std::int64_t read = m_record->Count(kCountMs2Read).value_or(0);
-    const std::int64_t left_out = CountLeftOutScans(*m_record);
-    if (ExportedNothing(*m_record))
+    const std::int64_t left_out = CountLeftOut(*m_record);
+    if (LostAllScans(*m_record))
       m_report->Defect(
           "nothing-exported", path,
           "The run read " + std::to_string(read) + " MS2 scans and exported none" +
@@ -276,7 +277,7 @@ class OutputsCheck {
   // Each kind of file is there for all pairs of words of the table or, switched off, for none.
   void CheckSets() {
     if (!m_table || !m_table->m_is_whole) return;
-    const bool is_told_by_record = m_record && ExportedNothing(*m_record);
+    const bool is_told_by_record = m_record && LostAllScans(*m_record);
     if (m_table->m_rows == 0 && !is_told_by_record)
       m_report->Warning("empty-run", m_outputs->Path(".csv"), "The run exported no scan.",
                         "Check the input: tarvek-tools check says which scans are left out and "

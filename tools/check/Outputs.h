@@ -9,8 +9,8 @@
 #include <set>
 #include <string>
 
-#include "check/Findings.h"
 #include "UserParameters.h"
+#include "check/Findings.h"
 
 namespace tarvek::tools {
 

@@ -13,10 +13,10 @@
 #include "FileUtils.h"
 #include "NumberText.h"
 #include "ParameterFile.h"
-#include "outputs/QuietLibrary.h"
 #include "RunDriver.h"
 #include "ScoringModels.h"
 #include "StringUtils.h"
+#include "outputs/QuietLibrary.h"
 #include "outputs/TableReader.h"
 
 namespace tarvek::tools {
@@ -217,6 +217,7 @@ class ParameterCheck {
     options.m_settings.m_charge_min = m_parameters.m_charge_min;
     options.m_settings.m_charge_max = m_parameters.m_charge_max;
     options.m_ipv_file = m_parameters.m_ipv_file;
+    options.m_ipv_file_is_given = m_parameters.m_ipv_file_is_given;
     options.m_outputpath = m_parameters.m_outputpath;
     options.m_is_table_planned = true;
     options.m_planned = ToParameterTable(m_parameters);

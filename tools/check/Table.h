@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "SpectrumRecords.h"
 #include "check/Findings.h"
 #include "outputs/PrecursorTableReader.h"
-#include "SpectrumRecords.h"
 
 namespace tarvek::tools {
 

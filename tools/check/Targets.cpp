@@ -6,14 +6,14 @@
 #include <string_view>
 #include <vector>
 
-#include "check/Table.h"
 #include "FileUtils.h"
-#include "outputs/OutputNames.h"
 #include "ParameterFile.h"
 #include "Platform.h"
 #include "RunDriver.h"
 #include "RunRecord.h"
 #include "StringUtils.h"
+#include "check/Table.h"
+#include "outputs/OutputNames.h"
 
 namespace tarvek::tools {
 namespace {

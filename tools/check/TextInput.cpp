@@ -9,13 +9,13 @@
 #include <unordered_set>
 #include <vector>
 
-#include "check/Account.h"
-#include "check/Inputs.h"
 #include "FileUtils.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
-#include "outputs/QuietLibrary.h"
 #include "StringUtils.h"
+#include "check/Account.h"
+#include "check/Inputs.h"
+#include "outputs/QuietLibrary.h"
 #include "outputs/TableReader.h"
 
 namespace tarvek::tools {

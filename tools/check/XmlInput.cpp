@@ -4,14 +4,14 @@
 #include <string>
 #include <vector>
 
-#include "check/Account.h"
-#include "check/Inputs.h"
 #include "ExtractionPlan.h"
 #include "ExtractorOptions.h"
 #include "NumberText.h"
 #include "PeakPreparation.h"
 #include "Platform.h"
 #include "ScanRules.h"
+#include "check/Account.h"
+#include "check/Inputs.h"
 
 namespace tarvek::tools {
 namespace {
@@ -36,7 +36,9 @@ class XmlAccount final : public extractor::ScanConsumer {
  public:
   XmlAccount(const std::string& path, const extractor::ScanOverrides& overrides,
              const extractor::ExtractionPlan& plan)
-      : m_path(path), m_rules({std::nullopt, overrides}, plan) {}
+      : m_path(path),
+        m_rules({std::nullopt, overrides}, plan),
+        m_numbers_by_position(plan.m_numbers_by_position) {}
 
   void SetFormat(const std::string& format) {
     AccountRules rules;
@@ -65,6 +67,7 @@ class XmlAccount final : public extractor::ScanConsumer {
     ReportCount(report);
     ReportVoltages(report);
     ReportPolarity(report);
+    ReportAssumed(report);
     ReportNotes(report);
   }
 
@@ -89,6 +92,8 @@ class XmlAccount final : public extractor::ScanConsumer {
       m_account->LeaveOut(output.m_why_left_out, output.m_scan_no, scan.m_ms_level == 2);
       return;
     }
+    ++m_used;
+    if (output.m_analyser_step == extractor::AnalyserStep::kAssumed) ++m_assumed;
     SortByMz(peaks);
     if (scan.m_polarity == Polarity::kNegative) ++m_negative;
     if (scan.m_polarity == Polarity::kPositive) ++m_positive;
@@ -146,7 +151,22 @@ class XmlAccount final : public extractor::ScanConsumer {
                      "Split it by polarity when you convert the raw file.");
   }
 
+  void ReportAssumed(CheckReport& report) const {
+    if (m_assumed == 0) return;
+    report.Warning("analyser-assumed", m_path,
+                   "Nothing tells the analyser of " + ShareText(m_assumed, m_used, "scans") +
+                       ", neither the file nor its peaks; FTMS is assumed.",
+                   "If that is wrong, say it with --analyser of tarvek-tools run or batch, or with "
+                   "the variable TARVEK_ANALYSER, as ITMS or ms2=ITMS.");
+  }
+
   void ReportNotes(CheckReport& report) const {
+    if (m_numbers_by_position)
+      report.Note(
+          "numbered-by-position", m_path,
+          "Its scan numbers do not ascend or are too large, so that every scan gets its "
+          "position in the file as its number.",
+          "The .nativeid.tsv file that the run makes says which id each number stands for.");
     if (m_several_windows > 0)
       report.Note("several-windows", m_path,
                   ShareText(m_several_windows, m_fragments, "MS2 scans") +
@@ -167,6 +187,9 @@ class XmlAccount final : public extractor::ScanConsumer {
   std::int64_t m_positive = 0;
   std::int64_t m_negative = 0;
   std::int64_t m_several_windows = 0;
+  std::int64_t m_used = 0;
+  std::int64_t m_assumed = 0;  // of these, those whose analyser nothing tells
+  bool m_numbers_by_position;
   std::map<std::int64_t, std::int64_t> m_voltages;  // in tenths of a volt
 };
 

@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "score/Score.h"
 #include "SpectrumRecords.h"
 #include "UserParameters.h"
+#include "score/Score.h"
 
 namespace tarvek::tools {
 

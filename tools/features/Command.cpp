@@ -5,10 +5,10 @@
 #include <tuple>
 #include <utility>
 
-#include "features/CandidateFeatures.h"
 #include "IsotopeTable.h"
-#include "outputs/PositiveReal.h"
 #include "RunDriver.h"
+#include "features/CandidateFeatures.h"
+#include "outputs/PositiveReal.h"
 
 namespace tarvek::tools {
 namespace {
@@ -31,7 +31,7 @@ void RunFeatures(FeaturesOptions& options) {
   UserParameters& parameters = options.m_parameters;
   std::tie(parameters.m_charge_min, parameters.m_charge_max) = options.m_charges;
   DeriveHalfWidths(parameters);
-  LoadIsotopeTable(IsotopeTablePath(parameters.m_ipv_file, InstalledTablePath()));
+  LoadIsotopeTable(IsotopeTablePath(parameters, InstalledTablePath()));
   WriteFeatureTable(parameters, options.m_table);
 }
 
@@ -80,7 +80,10 @@ void AddFeaturesCommand(CLI::App& app) {
   AddLabelOptions(*features, table);
   AddRunOptions(*features, *options);
   features->add_flag("--scores", table.m_with_scores, "Add a column for each scoring model");
-  features->callback([options] { RunFeatures(*options); });
+  features->callback([options, features] {
+    options->m_parameters.m_ipv_file_is_given = features->count("-I") > 0;
+    RunFeatures(*options);
+  });
 }
 
 }  // namespace tarvek::tools

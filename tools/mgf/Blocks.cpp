@@ -1,8 +1,8 @@
 #include "mgf/Blocks.h"
 
 #include "FileUtils.h"
-#include "mgf/Title.h"
 #include "StringUtils.h"
+#include "mgf/Title.h"
 
 namespace tarvek::tools {
 namespace {

@@ -13,14 +13,15 @@
 #include <utility>
 #include <vector>
 
-#include "outputs/CanonicalPath.h"
 #include "FileUtils.h"
+#include "RunSummary.h"
+#include "StringUtils.h"
 #include "mgf/Blocks.h"
 #include "mgf/Output.h"
 #include "mgf/Profiles.h"
+#include "outputs/CanonicalPath.h"
 #include "outputs/OutputNames.h"
 #include "outputs/RunOutcome.h"
-#include "StringUtils.h"
 
 namespace tarvek::tools {
 namespace {
@@ -53,11 +54,32 @@ std::string InCanonicalFolder(const std::string& input, std::string_view name) {
   return JoinPath({CanonicalPath(FolderOf(input)), name});
 }
 
+/// Why a finished run left no MGF, as its record tells.
+std::string WhyWithoutMgf(const std::string& base) {
+  const std::string why = WhyNothingIsExported(RecordAt(base + std::string(kRunRecordEnding)));
+  return why.empty() ? "it exported none, or its files were moved" : why;
+}
+
+/// A run of a directory that is in no MGF file of it would be missed only in the search.
+void SayRunsWithoutMgf(const std::string& directory, const std::vector<std::string>& files) {
+  std::set<std::string> runs;
+  for (const std::string& file : files) runs.emplace(SplitOutputName(Stem(file)).m_run);
+  const auto say = [&](const std::string& base, const std::string& why) {
+    if (!runs.contains(std::string(FileNameOf(base))))
+      std::cerr << "tarvek-tools: the run " << base << " has no MGF: " << why << '\n';
+  };
+  const FoundRuns found = FindRuns(directory);
+  for (const std::string& base : found.m_finished) say(base, WhyWithoutMgf(base));
+  for (const std::string& base : found.m_unfinished)
+    if (IsUnfinishedRun(base)) say(base, "it did not finish");
+}
+
 /// Directories give their MGF files in the order of their names.
 std::vector<std::string> InputFiles(const std::vector<std::string>& paths) {
   std::vector<std::string> files;
   for (const std::string& path : paths) {
     std::vector<std::string> found = ListFiles(path, kEnding);
+    if (IsDirectory(path)) SayRunsWithoutMgf(path, found);
     if (found.empty()) throw "No MGF file: " + path;
     std::ranges::sort(found);
     files.insert(files.end(), found.begin(), found.end());
@@ -84,10 +106,9 @@ void RefuseUnfinishedRuns(const std::vector<std::string>& inputs) {
     if (IsUnfinishedRun(base))
       throw "The run of " + input + " did not finish: there is only " + base +
           std::string(kUnfinishedTableEnding) + ". Process it again";
-    const auto record = ReadRecordOf(base);
-    if (record && ExportedNothing(*record))
-      throw "The run of " + input + " exported nothing, as " + base +
-          std::string(kRunRecordEnding) + " says: " + ReasonsText(*record, 1);
+    const std::string record = RunRecordPath(FolderOf(input), name.m_run);
+    if (const std::string why = WhyNothingIsExported(RecordAt(record)); !why.empty())
+      throw "The run of " + input + " exported nothing, as " + record + " says: " + why;
   }
 }
 

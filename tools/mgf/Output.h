@@ -13,9 +13,9 @@
 #include <string>
 #include <vector>
 
+#include "UnfinishedFile.h"
 #include "mgf/Blocks.h"
 #include "mgf/Profiles.h"
-#include "UnfinishedFile.h"
 
 namespace tarvek::tools {
 

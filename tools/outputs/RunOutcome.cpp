@@ -1,44 +1,75 @@
 #include "outputs/RunOutcome.h"
 
 #include <algorithm>
-#include <utility>
 #include <vector>
 
 #include "FileUtils.h"
+#include "Platform.h"
+#include "RunSummary.h"
+#include "StringUtils.h"
+#include "outputs/PrecursorTableReader.h"
 
 namespace tarvek::tools {
+namespace {
+
+// Whether the file may be what a stopped run left of its table.
+bool MayBeUnfinishedTable(const std::string& path) {
+  if (!FileExists(path)) return false;
+  File file = OpenFile(path, "rb", "table");
+  return file.SizeBytes() == 0 || IsPrecursorTable(path);
+}
+
+}  // namespace
 
 bool IsUnfinishedRun(const std::string& base_path) {
   return FileExists(base_path + std::string(kUnfinishedTableEnding)) &&
          !FileExists(base_path + ".csv");
 }
 
-std::optional<RunRecord> ReadRecordOf(const std::string& base_path) {
-  const std::string path = base_path + std::string(kRunRecordEnding);
-  if (!PathExists(path)) return std::nullopt;
-  return ReadRunRecord(path);
+FoundRuns FindRuns(const std::string& folder) {
+  const auto names = ListDirectoryNames(folder);
+  if (!names) throw "Cannot list the folder " + folder;
+  FoundRuns runs;
+  for (const std::string& name : *names) {
+    const std::string path = JoinPath({folder, name});
+    // By the ending first: anything may lie in the folder, a pipe for one.
+    std::string_view base = path;
+    const bool is_finished = CutEnding(base, kTableEnding);
+    const bool is_table = is_finished || CutEnding(base, kUnfinishedTableEnding);
+    if (name.starts_with('.') || !is_table) continue;
+    if (!(is_finished ? IsPrecursorTable(path) : MayBeUnfinishedTable(path))) continue;
+    (is_finished ? runs.m_finished : runs.m_unfinished).emplace_back(base);
+  }
+  std::ranges::sort(runs.m_finished);
+  std::ranges::sort(runs.m_unfinished);
+  return runs;
 }
 
-bool ExportedNothing(const RunRecord& record) {
+RunRecord RecordAt(const std::string& path) {
+  return PathExists(path) ? ReadRunRecord(path) : RunRecord();
+}
+
+bool LostAllScans(const RunRecord& record) {
   return record.Count(kCountMs2Exported) == 0 && record.Count(kCountMs2Read).value_or(0) > 0;
 }
 
-std::int64_t CountLeftOutScans(const RunRecord& record) {
-  std::int64_t sum = 0;
-  for (const auto& [reason, scans] : record.m_left_out) sum += scans;
-  return sum;
-}
-
 std::string ReasonsText(const RunRecord& record, std::size_t most) {
-  std::vector<std::pair<std::string, std::int64_t>> reasons(record.m_left_out.begin(),
-                                                            record.m_left_out.end());
-  std::ranges::stable_sort(reasons, std::ranges::greater{},
-                           &std::pair<std::string, std::int64_t>::second);
+  std::vector<LeftOutReason> reasons = ReasonsByFrequency(record);
   if (reasons.size() > most) reasons.resize(most);
   std::string text;
   for (const auto& [reason, scans] : reasons)
     text += (text.empty() ? "" : ", ") + std::to_string(scans) + " " + reason;
   return text;
+}
+
+std::string WhyNothingIsExported(const RunRecord& record) {
+  if (!LostAllScans(record)) return {};
+  const std::string text =
+      "none of " + std::to_string(*record.Count(kCountMs2Read)) + " MS2 scans is exported";
+  const std::vector<LeftOutReason> reasons = ReasonsByFrequency(record);
+  if (reasons.empty()) return text;
+  return text + "; " + std::to_string(reasons.front().second) +
+         " left out: " + reasons.front().first;
 }
 
 }  // namespace tarvek::tools

@@ -1,13 +1,15 @@
 // tools/outputs/RunOutcome.h: how a run ended, told by the files that it left.
-// Does:     tells a run that was stopped from one that came to its end; reads the record of a run and
+// Does:     finds the runs of a folder; tells one that was stopped from one that came to its end; reads the record of a run and
 //           says in words what was left out of its outputs.
-// Throws:   ReadRecordOf what ReadRunRecord throws; the rest nothing.
+// Throws:   RecordAt what ReadRunRecord throws, FindRuns a std::string that names the folder; the rest
+//           nothing.
 // Not here: the record itself (RunRecord.h), what is made of the outcome (each command).
 #pragma once
 
-#include <cstdint>
-#include <optional>
+#include <cstddef>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "RunRecord.h"
 
@@ -20,17 +22,30 @@ inline constexpr std::string_view kUnfinishedTableEnding = ".csv_unfinished";
 /// and none that is.
 bool IsUnfinishedRun(const std::string& base_path);
 
-/// The record of the run; nothing for a run without one, as an older program leaves it.
-std::optional<RunRecord> ReadRecordOf(const std::string& base_path);
+/// What the name of a complete table ends in.
+inline constexpr std::string_view kTableEnding = ".csv";
+
+/// Base paths, ascending.
+struct FoundRuns {
+  std::vector<std::string> m_finished;
+  std::vector<std::string> m_unfinished;
+};
+
+/// The runs in a folder, told by their tables; other .csv files are passed over. A table that is not
+/// finished may be cut anywhere, even before its first byte. Folders below it are not looked into.
+FoundRuns FindRuns(const std::string& folder);
+
+/// The record at path; an empty one when there is none, as an older program leaves it.
+RunRecord RecordAt(const std::string& path);
 
 /// Whether MS2 scans were read and none of them was exported.
-bool ExportedNothing(const RunRecord& record);
-
-/// The MS2 scans that were left out, for all reasons.
-std::int64_t CountLeftOutScans(const RunRecord& record);
+bool LostAllScans(const RunRecord& record);
 
 /// The reasons with their numbers of scans, the largest first: "12 activation not known, 3 no peaks".
 /// Not more than most of them. Empty without reasons.
 std::string ReasonsText(const RunRecord& record, std::size_t most);
+
+/// Why a run that lost all scans is no success, with the largest reason; empty for any other record.
+std::string WhyNothingIsExported(const RunRecord& record);
 
 }  // namespace tarvek::tools

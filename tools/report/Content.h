@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "report/Files.h"
 #include "RunRecord.h"
+#include "report/Files.h"
 
 namespace tarvek::tools {
 

@@ -6,10 +6,10 @@
 #include <iterator>
 #include <utility>
 
-#include "outputs/DeclaredWidth.h"
 #include "FileUtils.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
+#include "outputs/DeclaredWidth.h"
 #include "outputs/QuietLibrary.h"
 #include "report/Content.h"
 #include "report/LeftOut.h"

@@ -6,25 +6,24 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "batch/Plan.h"
 #include "FileUtils.h"
 #include "Logger.h"
-#include "mgf/Title.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
+#include "RunDriver.h"
+#include "ScanTable.h"
+#include "StringUtils.h"
+#include "batch/Plan.h"
+#include "mgf/Title.h"
 #include "outputs/OutputNames.h"
 #include "outputs/PrecursorTableReader.h"
 #include "outputs/QuietLibrary.h"
-#include "RunDriver.h"
 #include "outputs/RunOutcome.h"
-#include "ScanTable.h"
-#include "StringUtils.h"
 #include "outputs/TableReader.h"
 
 namespace tarvek::tools {
 namespace {
 
-constexpr std::string_view kTableEnding = ".csv";
 constexpr std::int64_t kPeakBytes = 16;
 constexpr std::int64_t kPfPrecursorBytes = 12;
 
@@ -65,13 +64,6 @@ std::uint64_t LittleEndian(std::string_view bytes) {
   return value;
 }
 
-// Takes ending off text; false, and text as it was, when it ends otherwise.
-bool CutEnding(std::string_view& text, std::string_view ending) {
-  if (!text.ends_with(ending)) return false;
-  text.remove_suffix(ending.size());
-  return true;
-}
-
 // The text behind start in line, when it is there.
 std::optional<std::string_view> TextBehind(std::string_view line, std::string_view start) {
   const std::size_t at = line.find(start);
@@ -108,13 +100,6 @@ std::string InstrumentFileOf(const std::string& input) {
   for (const char* ending : {".mzML", ".mzXML", ".mzML.gz", ".mzXML.gz"})
     if (FileExists(input + ending)) return input + ending;
   return {};
-}
-
-// Whether the file may be what a stopped run left of its table.
-bool MayBeUnfinishedTable(const std::string& path) {
-  if (!FileExists(path)) return false;
-  File file = OpenFile(path, "rb", "table");
-  return file.SizeBytes() == 0 || IsPrecursorTable(path);
 }
 
 // The scans whose first "Z" line holds no charge, ascending. The reader of these files puts 2 in its
@@ -195,25 +180,6 @@ RunFiles FindRunFiles(const std::string& base_path, const std::string& input_fol
   files.m_record = IfThere(base + std::string(kRunRecordEnding));
   files.m_instrument = InstrumentFileOf(input);
   return files;
-}
-
-FoundRuns FindRuns(const std::string& folder) {
-  const auto names = ListDirectoryNames(folder);
-  if (!names) throw "Cannot list the folder " + folder;
-  FoundRuns runs;
-  for (const std::string& name : *names) {
-    const std::string path = JoinPath({folder, name});
-    // By the ending first: anything may lie in the folder, a pipe for one.
-    std::string_view base = path;
-    const bool is_finished = CutEnding(base, kTableEnding);
-    const bool is_table = is_finished || CutEnding(base, kUnfinishedTableEnding);
-    if (name.starts_with('.') || !is_table) continue;
-    if (!(is_finished ? IsPrecursorTable(path) : MayBeUnfinishedTable(path))) continue;
-    (is_finished ? runs.m_finished : runs.m_unfinished).emplace_back(base);
-  }
-  std::ranges::sort(runs.m_finished);
-  std::ranges::sort(runs.m_unfinished);
-  return runs;
 }
 
 std::vector<ReportRow> ReadReportRows(const std::string& path) {

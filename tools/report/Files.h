@@ -40,16 +40,6 @@ struct RunFiles {
 /// input_folder, or beside the outputs when that is empty. Throws when there is no finished table.
 RunFiles FindRunFiles(const std::string& base_path, const std::string& input_folder);
 
-/// Base paths, ascending.
-struct FoundRuns {
-  std::vector<std::string> m_finished;
-  std::vector<std::string> m_unfinished;
-};
-
-/// The runs in a folder, told by their tables; other .csv files are passed over. A table that is not
-/// finished may be cut anywhere, even before its first byte. Folders below it are not looked into.
-FoundRuns FindRuns(const std::string& folder);
-
 /// One row of a precursor table. m/z and charges are without the sign of negative ions.
 struct ReportRow {
   std::int32_t m_scan_no = 0;

@@ -7,10 +7,10 @@
 #include <optional>
 #include <string_view>
 
-#include "outputs/DeclaredWidth.h"
 #include "NumberText.h"
-#include "report/Svg.h"
+#include "outputs/DeclaredWidth.h"
 #include "outputs/RunOutcome.h"
+#include "report/Svg.h"
 
 namespace tarvek::tools {
 namespace {

@@ -6,14 +6,12 @@
 #include <string_view>
 #include <vector>
 
+#include "RunSummary.h"
 #include "SpectrumRecords.h"
 
 namespace tarvek::tools {
 namespace {
 
-constexpr std::string_view kActivationReason = "activation type not known";
-constexpr std::string_view kAnalyserReason = "analyser not known";
-constexpr std::string_view kPrecursorReason = "no usable precursor declared or determined";
 constexpr std::string_view kOtherReason = "not exported for another reason";
 constexpr std::string_view kGapReason = "number in no output";
 
@@ -51,7 +49,7 @@ class LeftOutCounter {
           break;
         }
         const auto scan_no = static_cast<std::int32_t>(number);
-        Add(scan_no, m_content.IsWarnedOf(scan_no) ? kPrecursorReason : kGapReason);
+        Add(scan_no, m_content.IsWarnedOf(scan_no) ? kNoUsablePrecursor : kGapReason);
       }
   }
 
@@ -69,10 +67,10 @@ class LeftOutCounter {
 
   [[nodiscard]] std::string_view ReasonOf(const InputScan& scan) const {
     if (std::ranges::find(kActivationTypes, scan.m_activation) == kActivationTypes.end())
-      return kActivationReason;
+      return kActivationNotKnown;
     if (std::ranges::find(kInstrumentTypes, scan.m_analyser) == kInstrumentTypes.end())
-      return kAnalyserReason;
-    return scan.m_declared.empty() || m_content.IsWarnedOf(scan.m_scan_no) ? kPrecursorReason
+      return kAnalyserNotKnown;
+    return scan.m_declared.empty() || m_content.IsWarnedOf(scan.m_scan_no) ? kNoUsablePrecursor
                                                                            : kOtherReason;
   }
 

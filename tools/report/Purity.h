@@ -11,9 +11,9 @@
 #include <span>
 #include <vector>
 
+#include "SpectrumRecords.h"
 #include "report/Content.h"
 #include "report/Data.h"
-#include "SpectrumRecords.h"
 
 namespace tarvek::tools {
 

@@ -11,8 +11,8 @@
 #include <string>
 #include <vector>
 
-#include "score/IsotopeShift.h"
 #include "SpectrumRecords.h"
+#include "score/IsotopeShift.h"
 
 namespace tarvek::tools {
 

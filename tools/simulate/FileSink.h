@@ -10,8 +10,8 @@
 #include <span>
 #include <string>
 
-#include "simulate/Sink.h"
 #include "UnfinishedFile.h"
+#include "simulate/Sink.h"
 
 namespace tarvek::tools {
 

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "Check.h"
-#include "simulate/Encoding.h"
 #include "FileUtils.h"
 #include "NumberText.h"
+#include "simulate/Encoding.h"
 
 namespace tarvek::tools {
 namespace {

@@ -173,11 +173,12 @@ TEST_F(BatchCommandTest, TakesARunThatExportedNothingForAFailure) {
 TEST_F(BatchCommandTest, GivesTheProcessesTheAnalyserAndTheActivation) {
   WriteInputs(1);
   WriteProgram("echo \"$TARVEK_ANALYSER $TARVEK_ACTIVATION\" >seen; touch in/r1.csv\n");
-  EXPECT_EQ(Run({"batch", "--tarvek", "./fake", "--analyser", "ms1=FTMS,ms2=ITMS", "--activation",
+  EXPECT_EQ(Run({"batch", "--tarvek", "./fake", "--analyser", "ms2=ITMS,ms1=ftms", "--activation",
                  "ETD", "--", "in", "-F", "ms1"})
                 .m_exit_status,
             0);
   EXPECT_EQ(ReadFile(m_directory / "seen"), "ms1=FTMS,ms2=ITMS ETD\n");
+  EXPECT_GT(Run({"batch", "--analyser", "ms1=ms2=FTMS", "--", "in"}).m_exit_status, 100);
   const ProcessResult wrong = Run({"batch", "--analyser", "quadrupole", "--", "in"});
   EXPECT_GT(wrong.m_exit_status, 100);
   EXPECT_THAT(wrong.m_err, HasSubstr("'quadrupole' is not FTMS or ITMS"));

@@ -128,6 +128,7 @@ TEST_F(RunCommandTest, WarnsOnceOfWhatTheCheckSaw) {
   Simulate(2, "mzml");
   const ProcessResult result = Run({"in", "-o", "out", "--width", "1"});
   EXPECT_THAT(result.m_out, HasSubstr("warning: isolation-width: in/r1.mzML and 1 more: all"));
+  EXPECT_THAT(result.m_out, HasSubstr("are missed. Run tarvek with -W "));
 }
 
 TEST_F(RunCommandTest, TakesTheInstalledProgramsAndTable) {

@@ -10,13 +10,15 @@
 #include <vector>
 
 #include "BinaryPair.h"
+#include "ExtractorTestSupport.h"
+#include "Platform.h"
+#include "RunRecord.h"
+#include "TestSupport.h"
 #include "check/Account.h"
 #include "check/Command.h"
 #include "check/Mgf.h"
 #include "check/Pf.h"
 #include "check/Table.h"
-#include "ExtractorTestSupport.h"
-#include "TestSupport.h"
 
 namespace tarvek::tools {
 namespace {
@@ -31,6 +33,7 @@ using tarvek::test::PutInt32;
 using tarvek::test::PutReal;
 using tarvek::test::TemporaryDirectory;
 using tarvek::test::WriteFile;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -163,7 +166,8 @@ TEST(CheckXmlInput, ScansWithoutAWordForTheirActivationAreLeftOutWithTheReason) 
 TEST(CheckXmlInput, ScansAreTakenAsTheExtractorTakesThemFromAMergedFile) {
   const std::vector<TestScan> scans = {Survey(1), Fragment(2), Survey(1), Fragment(2)};
   const CheckReport report = CheckScans(scans);
-  EXPECT_THAT(Codes(report), IsEmpty());
+  EXPECT_THAT(Codes(report), ElementsAre("numbered-by-position"));
+  EXPECT_EQ(report.Findings().front().m_severity, Severity::kNote);
   EXPECT_THAT(report.Items().front().m_left_out, IsEmpty());
   EXPECT_THAT(extractor::test::ExtractXml(Mzml(scans)).m_ms2, HasSubstr("S\t4\t4\t"));
 }
@@ -185,6 +189,29 @@ TEST(CheckXmlInput, ChargesOutsideTheRangeAreNamed) {
   CheckOptions options;
   options.m_settings.m_charge_min = 1;
   EXPECT_THAT(Codes(CheckScans(scans, options)), IsEmpty());
+}
+
+TEST(CheckXmlInput, AnAssumedAnalyserIsAWarningUnlessTheEnvironmentSaysIt) {
+  const TemporaryDirectory directory;
+  std::vector<extractor::test::TestMzxmlScan> scans(2);
+  scans[1].m_number = 2;
+  WriteFile(directory / "run.mzXML", extractor::test::Mzxml(scans, "Quadrupole"));
+  const auto check = [&](const std::string& analyser) {
+    EXPECT_TRUE(SetEnvironment(kAnalyserVariable, analyser));
+    CheckReport report;
+    CheckXmlInput(report, directory / "run.mzXML", {});
+    EXPECT_TRUE(SetEnvironment(kAnalyserVariable, ""));
+    return report;
+  };
+  for (const char* says_nothing_of_ms1 : {"", "ms2=ITMS"}) {
+    const CheckReport assumed = check(says_nothing_of_ms1);
+    EXPECT_THAT(Codes(assumed, false), Contains("analyser-assumed"));
+    EXPECT_THAT(CheckText(assumed), HasSubstr("the analyser of all 2 scans"));
+  }
+  EXPECT_THAT(Codes(check("ms1=FTMS")), Not(Contains("analyser-assumed")));
+  const std::vector<std::string> codes = Codes(check("ITMS"));
+  EXPECT_THAT(codes, Not(Contains("analyser-assumed")));
+  EXPECT_THAT(codes, Contains("no-high-resolution-ms1"));
 }
 
 TEST(CheckXmlInput, SeveralIsolationWindowsAreANote) {
@@ -683,16 +710,6 @@ TEST(CheckOutputs, SettingsOfThePlannedRunAreComparedWithThoseOfTheRecord) {
   const CheckReport report = CheckPaths({directory / "run"}, options);
   EXPECT_THAT(report.Findings().back().m_meaning, HasSubstr("isolation_width = 2.000000"));
   EXPECT_THAT(report.Findings().back().m_meaning, HasSubstr("has 4"));
-}
-
-// FNV-1a of no bytes, and of the table as a few lines of Python count it.
-TEST(FingerprintOf, TellsTablesApart) {
-  EXPECT_EQ(FingerprintOf({}), "cbf29ce484222325");
-  const IsotopeTable table = ReadIsotopeTable(TARVEK_SOURCE_DIR "/data/IPV.txt");
-  EXPECT_EQ(FingerprintOf(table), "6b259932296adbda");
-  IsotopeTable other = table;
-  other[1000][2] += 1e-9;
-  EXPECT_NE(FingerprintOf(other), FingerprintOf(table));
 }
 
 TEST(CheckOutputs, TheIsotopeTableOfThePlannedRunIsComparedByItsNumbers) {

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "check/Command.h"
 #include "ExtractorTestSupport.h"
 #include "ParameterText.h"
 #include "TestSupport.h"
+#include "check/Command.h"
 
 namespace tarvek::tools {
 namespace {

@@ -225,6 +225,15 @@ TEST_F(FeaturesCommand, TakesTheInstalledIsotopeTableWhereTheDirectoryHasNone) {
             0)
       << Console();
   EXPECT_TRUE(ReadFile(m_directory / "again.tsv") == expected);
+  // A table that is named is the one to read, also by that name.
+  EXPECT_NE(Tools("features \"" + (m_directory / "run.ms1") + "\" \"" + (m_directory / "no.tsv") +
+                      "\" -I IPV.txt " + Truth(),
+                  installed),
+            0);
+  const std::string check = "check \"" + (m_directory / "run.ms1") + "\"";
+  EXPECT_EQ(Tools(check, installed), 0) << Console();
+  EXPECT_NE(Tools(check + " -I IPV.txt", installed), 0);
+  EXPECT_THAT(Console(), HasSubstr("defect: IPV.txt: The isotope table cannot be read"));
 }
 
 TEST_F(FeaturesCommand, NeedsExactlyOneSourceOfLabels) {

@@ -361,8 +361,28 @@ TEST_F(MgfCommandTest, RefusesTheMgfOfARunThatExportedNothing) {
     RunMgf({"--engine", "comet", "--out", Out(), In("run_HCDFT.mgf")});
   });
   EXPECT_THAT(message, HasSubstr("The run of " + In("run_HCDFT.mgf") + " exported nothing"));
-  EXPECT_THAT(message, HasSubstr("5 analyser not known"));
+  EXPECT_THAT(message, HasSubstr("5 left out: analyser not known"));
   EXPECT_THAT(OutNames(), ElementsAre());
+}
+
+TEST_F(MgfCommandTest, NamesTheRunsOfAFolderThatHaveNoMgf) {
+  const std::string table =
+      "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, TotleNumOfPrecursor\n";
+  WriteFile(In("good_HCDFT.mgf"), SmallRun("good"));
+  for (const char* name : {"good.csv", "lost.csv", "bare.csv", "late.csv_unfinished"})
+    WriteFile(In(name), table);
+  WriteFile(In("other.csv"), "a,b\n");
+  WriteFile(In("lost.tarvek"),
+            "count\tms2_exported\t0\ncount\tms2_read\t7\nleft_out\tanalyser not known\t7\n");
+  const test::ConsoleText console =
+      RunMgf({"--engine", "comet", "--out", Out(), m_directory / "in"});
+  const std::string start = "tarvek-tools: the run ";
+  EXPECT_EQ(console.m_err,
+            start + In("bare") + " has no MGF: it exported none, or its files were moved\n" +
+                start + In("lost") +
+                " has no MGF: none of 7 MS2 scans is exported; 7 left out: analyser not known\n" +
+                start + In("late") + " has no MGF: it did not finish\n");
+  EXPECT_THAT(OutNames(), ElementsAre("good_HCDFT.ids.tsv", "good_HCDFT.mgf"));
 }
 
 TEST_F(MgfCommandTest, TakesAnMgfThatIsNoOutputWhateverRunLiesBesideIt) {

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "TestSupport.h"
 #include "features/Command.h"
 #include "report/Command.h"
 #include "score/Command.h"
-#include "TestSupport.h"
 
 namespace tarvek::tools {
 namespace {

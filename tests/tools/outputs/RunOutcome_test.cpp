@@ -22,14 +22,14 @@ TEST(IsUnfinishedRun, NeedsAnUnfinishedTableAndNoFinishedOne) {
   EXPECT_FALSE(IsUnfinishedRun(base));
 }
 
-TEST(ReadRecordOf, IsNothingWithoutARecordAndNamesABadOne) {
+TEST(RecordAt, IsEmptyWithoutARecordAndNamesABadOne) {
   const TemporaryDirectory directory;
-  const std::string base = directory / "run";
-  EXPECT_FALSE(ReadRecordOf(base).has_value());
-  WriteFile(base + ".tarvek", "count\tms2_read\t7\n");
-  EXPECT_EQ(ReadRecordOf(base)->Count(kCountMs2Read), 7);
-  WriteFile(base + ".tarvek", "count\tms2_read\tseven\n");
-  EXPECT_THROW(ReadRecordOf(base), std::string);
+  const std::string path = directory / "run.tarvek";
+  EXPECT_EQ(RecordAt(path), RunRecord());
+  WriteFile(path, "count\tms2_read\t7\n");
+  EXPECT_EQ(RecordAt(path).Count(kCountMs2Read), 7);
+  WriteFile(path, "count\tms2_read\tseven\n");
+  EXPECT_THROW(RecordAt(path), std::string);
 }
 
 RunRecord Record(std::int64_t read, std::int64_t exported) {
@@ -39,11 +39,11 @@ RunRecord Record(std::int64_t read, std::int64_t exported) {
   return record;
 }
 
-TEST(ExportedNothing, IsToldOnlyWhereScansWereRead) {
-  EXPECT_TRUE(ExportedNothing(Record(7, 0)));
-  EXPECT_FALSE(ExportedNothing(Record(7, 1)));
-  EXPECT_FALSE(ExportedNothing(Record(0, 0)));
-  EXPECT_FALSE(ExportedNothing(RunRecord()));
+TEST(LostAllScans, IsToldOnlyWhereScansWereRead) {
+  EXPECT_TRUE(LostAllScans(Record(7, 0)));
+  EXPECT_FALSE(LostAllScans(Record(7, 1)));
+  EXPECT_FALSE(LostAllScans(Record(0, 0)));
+  EXPECT_FALSE(LostAllScans(RunRecord()));
 }
 
 TEST(ReasonsText, HasTheLargestFirst) {
@@ -51,7 +51,26 @@ TEST(ReasonsText, HasTheLargestFirst) {
   EXPECT_EQ(ReasonsText(record, 3), "");
   record.m_left_out = {{"a", 2}, {"b", 5}, {"c", 1}};
   EXPECT_EQ(ReasonsText(record, 2), "5 b, 2 a");
-  EXPECT_EQ(CountLeftOutScans(record), 8);
+  record.m_left_out["d"] = 0;
+  EXPECT_EQ(ReasonsText(record, 9), "5 b, 2 a, 1 c");
+}
+
+TEST(WhyNothingIsExported, NamesTheLargestReason) {
+  RunRecord record = Record(10, 0);
+  record.m_left_out = {{"analyser not known", 4}, {"no precursor", 6}};
+  EXPECT_EQ(WhyNothingIsExported(record),
+            "none of 10 MS2 scans is exported; 6 left out: no precursor");
+  record.m_left_out["analyser not known"] = 6;
+  EXPECT_EQ(WhyNothingIsExported(record),
+            "none of 10 MS2 scans is exported; 6 left out: analyser not known");
+  record.m_left_out.clear();
+  EXPECT_EQ(WhyNothingIsExported(record), "none of 10 MS2 scans is exported");
+}
+
+TEST(WhyNothingIsExported, IsEmptyWhereSomethingIsOrNothingWasRead) {
+  EXPECT_EQ(WhyNothingIsExported(Record(10, 1)), "");
+  EXPECT_EQ(WhyNothingIsExported(Record(0, 0)), "");
+  EXPECT_EQ(WhyNothingIsExported(RunRecord()), "");
 }
 
 }  // namespace

@@ -7,12 +7,12 @@
 #include <string>
 #include <vector>
 
-#include "outputs/DeclaredWidth.h"
 #include "ExtractorTestSupport.h"
+#include "ReportTestRun.h"
+#include "outputs/DeclaredWidth.h"
 #include "report/Findings.h"
 #include "report/Page.h"
 #include "report/Purity.h"
-#include "ReportTestRun.h"
 
 namespace tarvek::tools {
 namespace {

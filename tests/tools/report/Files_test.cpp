@@ -1,4 +1,5 @@
 #include "report/Files.h"
+#include "outputs/RunOutcome.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

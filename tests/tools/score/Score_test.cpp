@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "score/Command.h"
 #include "TestSupport.h"
+#include "score/Command.h"
 
 namespace tarvek::tools {
 namespace {

@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "MsTextReader.h"
+#include "TestSupport.h"
 #include "simulate/Acquisition.h"
 #include "simulate/Peptide.h"
 #include "simulate/TextSink.h"
-#include "TestSupport.h"
 
 namespace tarvek::tools {
 namespace {

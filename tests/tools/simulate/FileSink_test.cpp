@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "simulate/Command.h"
 #include "TestSupport.h"
+#include "simulate/Command.h"
 
 namespace tarvek::tools {
 namespace {

@@ -11,9 +11,9 @@
 #include "MsTextReader.h"
 #include "MsbReader.h"
 #include "ScanTable.h"
+#include "TestSupport.h"
 #include "simulate/Acquisition.h"
 #include "simulate/TextSink.h"
-#include "TestSupport.h"
 
 namespace tarvek::tools {
 namespace {

@@ -5,9 +5,9 @@
 #include <array>
 #include <string>
 
+#include "TestSupport.h"
 #include "simulate/Acquisition.h"
 #include "simulate/MzmlSink.h"
-#include "TestSupport.h"
 
 namespace tarvek::tools {
 namespace {

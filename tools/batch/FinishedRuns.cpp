@@ -1,13 +1,11 @@
-#include "batch/Record.h"
+#include "batch/FinishedRuns.h"
 
-#include <algorithm>
-
-#include "FileUtils.h"
 #include "IsotopeTable.h"
-#include "outputs/QuietLibrary.h"
 #include "RunDriver.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
+#include "outputs/QuietLibrary.h"
+#include "outputs/RunOutcome.h"
 
 namespace tarvek::tools {
 namespace {
@@ -38,20 +36,6 @@ std::string FinishedRuns::OtherSettings(const UserParameters& settings) {
   if (RecordAt(RunRecordPath(settings)).m_settings.empty())
     return {};  // without asking for a table
   return RecordedDifference(settings, Fingerprint(), KindOf(settings));
-}
-
-RunRecord RecordAt(const std::string& path) {
-  return FileExists(path) ? ReadRunRecord(path) : RunRecord();
-}
-
-std::string WhyNothingIsExported(const RunRecord& record) {
-  const std::int64_t read = record.Count(kCountMs2Read).value_or(0);
-  if (read == 0 || record.Count(kCountMs2Exported).value_or(1) > 0) return {};
-  std::string text = "none of " + std::to_string(read) + " MS2 scans is exported";
-  const auto largest = std::ranges::max_element(record.m_left_out, {},
-                                                [](const auto& entry) { return entry.second; });
-  if (largest == record.m_left_out.end()) return text;
-  return text + "; " + std::to_string(largest->second) + " left out: " + largest->first;
 }
 
 }  // namespace tarvek::tools

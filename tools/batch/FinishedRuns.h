@@ -1,7 +1,9 @@
-// tools/batch/Record.h: what a batch makes of the record of a run.
-// Does:     tells whether a finished run had other settings, and whether a run exported nothing.
+// tools/FinishedRuns.h: finished runs compared with the settings of now.
+// Does:     tells the settings that the record of a run would have now, and whether those of its
+//           record are others.
 // Throws:   what ReadRunRecord and ReadIsotopeTable throw.
-// Not here: what is in a record (RunRecord.h) and which settings count (RunSummary.h).
+// Not here: what is in a record (RunRecord.h), which settings count (RunSummary.h), how a run ended
+//           (outputs/RunOutcome.h).
 #pragma once
 
 #include <optional>
@@ -31,12 +33,5 @@ class FinishedRuns {
   UserParameters m_settings;
   std::optional<std::string> m_fingerprint;  // of the table
 };
-
-/// The record at path; an empty one when there is none.
-RunRecord RecordAt(const std::string& path);
-
-/// Why a run that read MS2 scans and exported none is no success, with the largest reason, of equal
-/// ones the first in the alphabet; empty for any other record.
-std::string WhyNothingIsExported(const RunRecord& record);
 
 }  // namespace tarvek::tools
