@@ -10,13 +10,13 @@
 #include <vector>
 
 #include "BinaryPair.h"
+#include "ExtractorTestSupport.h"
+#include "TestSupport.h"
 #include "check/Account.h"
 #include "check/Command.h"
 #include "check/Mgf.h"
 #include "check/Pf.h"
 #include "check/Table.h"
-#include "ExtractorTestSupport.h"
-#include "TestSupport.h"
 
 namespace tarvek::tools {
 namespace {
@@ -270,9 +270,9 @@ TEST(CheckXmlInput, AFileOfAnotherKindIsADefect) {
   EXPECT_THAT(report.Findings().front().m_meaning, HasSubstr("neither mzML nor mzXML"));
 }
 
-TEST(CheckXmlInput, TheNameOfAFileDoesNotSayThatItIsTruncated) {
+TEST(CheckXmlInput, TheWordDoesNotSayThatAFileIsTruncated) {
   const TemporaryDirectory directory;
-  WriteFile(directory / "truncated_run.mzML", "<html></html>");
+  WriteFile(directory / "truncated_run.mzML", "<truncated></truncated>");
   CheckReport report;
   CheckXmlInput(report, directory / "truncated_run.mzML", {});
   EXPECT_THAT(Codes(report), ElementsAre("unreadable"));

@@ -192,23 +192,31 @@ TEST_F(ReportCommand, RefusesAWidthOfNothing) {
   EXPECT_EQ(json::parse(ReadFile(m_directory / "hand.report.json"))["isolation_width"], 3.5);
 }
 
-TEST_F(ReportCommand, KnowsTheIsolationWidthAndTheWarningsOfABatch) {
+TEST_F(ReportCommand, KnowsBothIsolationWidthsOfARunFromItsRecordAlone) {
   const auto tools = fs::path(TARVEK_TOOLS_PROGRAM).string();
   const std::string here = "cd '" + m_directory.Path() + "' && '" + tools + "' ";
-  ASSERT_EQ(std::system((here + "simulate --seed 1 --ms2 20 run >/dev/null").c_str()), 0);
-  ASSERT_EQ(std::system((here + "batch -- -D run.ms1 -O out -W 4 -I '" TARVEK_SOURCE_DIR
+  ASSERT_EQ(std::system((here + "simulate --seed 1 --ms2 20 --format mzml run >/dev/null").c_str()),
+            0);
+  ASSERT_EQ(std::system((here + "batch -- -D run.mzML -F mzml -O out -W 4 -I '" TARVEK_SOURCE_DIR
                                 "/data/IPV.txt' >/dev/null 2>&1")
                             .c_str()),
             0);
-  const auto source = [&] {
+  fs::remove(m_directory / "out/run.morvex");
+  fs::remove_all(m_directory / "out/batch_logs");
+  const auto summary = [&] {
     EXPECT_EQ(Run("out"), 0) << Err();
-    const json summary = json::parse(ReadFile(m_directory / "out/run.report.json"));
-    EXPECT_EQ(summary["isolation_width"], 4.0);
-    return summary["isolation_width_source"];
+    return json::parse(ReadFile(m_directory / "out/run.report.json"));
   };
-  EXPECT_EQ(source(), "as the record says");
+  const json known = summary();
+  EXPECT_EQ(known["isolation_width"], 4.0);
+  EXPECT_EQ(known["isolation_width_source"], "as the record says");
+  EXPECT_EQ(known["declared_isolation_width"], 2.0);
+  EXPECT_EQ(known["declared_isolation_width_source"], "run.tarvek");
+  EXPECT_TRUE(known["remarks"].contains("isolation-width"));
   fs::remove(m_directory / "out/run.tarvek");
-  EXPECT_EQ(source(), "as the log says");
+  const json unknown = summary();
+  EXPECT_EQ(unknown["isolation_width_source"], "not known, so tarvek's default");
+  EXPECT_TRUE(unknown["declared_isolation_width"].is_null());
 }
 
 // A HEK293 run from an LTQ Orbitrap Velos (MetaMorpheus test data); its numbers of scans and of
