@@ -8,6 +8,7 @@
 
 #include "FileUtils.h"
 #include "MsTextReader.h"
+#include "NumberText.h"
 #include "RunDriver.h"
 #include "ScanTable.h"
 #include "StringUtils.h"

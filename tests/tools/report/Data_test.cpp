@@ -220,7 +220,7 @@ TEST(RunReport, TakesTheIsolationWidthOfTheRecordAndKnowsNoneWithout) {
   const RunReport without = ReportOf(directory);
   EXPECT_FALSE(without.m_knows_width);
   EXPECT_EQ(without.m_isolation_width, 2.0);
-  EXPECT_THAT(RunPage(without), testing::HasSubstr("2 m/z (not known, so tarvek's default)"));
+  EXPECT_THAT(RunPage(without), testing::HasSubstr("2 m/z (not known, so tarvek&#39;s default)"));
   WriteFile(directory / "hand.tarvek", "setting\tisolation_width\t4.000000\n");
   EXPECT_EQ(ReportOf(directory).m_isolation_width, 4.0);
 }
