@@ -41,7 +41,7 @@ std::size_t ByteSource::Read(char* bytes, std::size_t size) {
 std::size_t ByteSource::ReadInflated(char* bytes, std::size_t size) {
   while (!m_at_end) {
     if (m_ahead.empty() && !Refill())
-      throw m_path + ": the compressed file is truncated; nothing was extracted";
+      throw TruncatedFile(m_path + ": the compressed file is truncated; nothing was extracted");
     std::size_t written = size;
     const auto status = m_inflater->InflateSome(m_ahead, bytes, written);
     if (status == Inflater::Status::kDamaged)

@@ -1,8 +1,8 @@
 // extractor/ByteSource.h: the bytes of a plain or gzip file.
 // Does:     delivers them from front to back; a file that begins as gzip does is inflated.
 // Owns:     the open file and a block of it.
-// Throws:   std::string: OpenFile's message, File::Read's, or path + ": ..." for a damaged or
-//           truncated gzip file.
+// Throws:   std::string: OpenFile's message, File::Read's, or path + ": ..." for a damaged gzip file;
+//           a TruncatedFile for one that is cut off.
 // Not here: XML.
 #pragma once
 
@@ -11,12 +11,19 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "Inflater.h"
 #include "Platform.h"
 
 namespace tarvek::extractor {
+
+/// The message of a file that ends too early; caught as any other by those who do not ask why.
+class TruncatedFile : public std::string {
+ public:
+  explicit TruncatedFile(std::string message) : std::string(std::move(message)) {}
+};
 
 class ByteSource {
  public:

@@ -128,7 +128,7 @@ void RunReport::CountAnalyser(const ExtractedScan& scan, const OutputScan& outpu
 void RunReport::CountFragment(const ExtractedScan& scan, const OutputScan& output) {
   Add(m_tally.m_fragments, output.m_activation + " " + output.m_instrument, 1);
   const std::string width = IsolationWidth(scan);
-  Add(m_tally.m_widths, width.empty() ? "not declared" : width, 1);
+  Add(m_tally.m_widths, width.empty() ? std::string(kWidthNotDeclared) : width, 1);
   if (output.m_is_activation_assumed)
     Note("MS2 scans without a declared activation, taken for " + output.m_activation);
   if (output.m_has_several_activations)
@@ -227,6 +227,7 @@ RunRecord RunReport::Counted() const {
   record.m_counts[std::string(kCountSurveys)] = m_tally.m_ms1.m_written;
   record.m_counts[std::string(kCountMs2Read)] =
       m_tally.m_ms2.m_written + SumOf(m_tally.m_ms2.m_left_out);
+  record.m_widths = m_tally.m_widths;
   record.m_left_out = m_tally.m_ms2.m_left_out;
   return record;
 }

@@ -41,7 +41,8 @@ class RunReport {
 
   [[nodiscard]] std::int64_t WrittenScans() const { return m_tally.m_written; }
 
-  /// The counts of the marker: written surveys, MS2 scans of the file, why those were left out.
+  /// The counts of the marker: written surveys, MS2 scans of the file with the widths that the
+  /// written ones declare, why the others were left out.
   [[nodiscard]] RunRecord Counted() const;
 
   /// The compensation voltages found, as "-40, -60"; empty when there are none.

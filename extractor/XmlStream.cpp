@@ -90,12 +90,13 @@ std::string Place(const std::string& path, XML_Parser parser) {
          std::to_string(XML_GetCurrentByteIndex(parser)) + ": ";
 }
 
-std::string ParserError(const std::string& path, XML_Parser parser) {
+[[noreturn]] void ThrowParserError(const std::string& path, XML_Parser parser) {
   const XML_Error code = XML_GetErrorCode(parser);
   const bool is_cut = code == XML_ERROR_NO_ELEMENTS || code == XML_ERROR_UNCLOSED_TOKEN ||
                       code == XML_ERROR_PARTIAL_CHAR || code == XML_ERROR_UNCLOSED_CDATA_SECTION;
-  return Place(path, parser) + (is_cut ? "the file is truncated: " : "not well-formed XML: ") +
-         XML_ErrorString(code);
+  const std::string what = XML_ErrorString(code);
+  if (is_cut) throw TruncatedFile(Place(path, parser) + "the file is truncated: " + what);
+  throw Place(path, parser) + "not well-formed XML: " + what;
 }
 
 void ParseBlock(const std::string& path, XML_Parser parser, Callbacks& callbacks, int size) {
@@ -106,7 +107,7 @@ void ParseBlock(const std::string& path, XML_Parser parser, Callbacks& callbacks
   } catch (const std::string& detail) {
     throw Place(path, parser) + detail;
   }
-  if (status != XML_STATUS_OK) throw ParserError(path, parser);
+  if (status != XML_STATUS_OK) ThrowParserError(path, parser);
 }
 
 }  // namespace

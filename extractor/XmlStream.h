@@ -2,8 +2,8 @@
 // Does:     hands elements and text to a handler as they come; the file must be well-formed to its
 //           end, so a truncated one is an error.
 // Owns:     the parser; borrows the handler for one call.
-// Throws:   std::string "PATH: line L, byte B: ..."; what the handler throws; what ByteSource
-//           throws.
+// Throws:   std::string "PATH: line L, byte B: ...", as a TruncatedFile (ByteSource.h) when the file
+//           ends too early; what the handler throws; what ByteSource throws.
 // Not here: what the elements mean (MzmlReader.h, MzxmlReader.h).
 #pragma once
 

@@ -56,7 +56,7 @@ class Ms2Loop {
       m_feed.AdvanceTo(scan.m_precursor_scan);
       const std::string_view reason = ReasonLeftOut(scan);
       if (!reason.empty()) {
-        LeaveOut(reason);
+        LeaveOut(scan, reason);
         continue;
       }
       ReportProgress(kMs2Progress, m_read);
@@ -73,6 +73,7 @@ class Ms2Loop {
                        {std::string(kCountMs2Exported), m_exported},
                        {std::string(kCountPrecursors), m_precursors}};
     for (const auto& [reason, count] : m_left_out) counts.m_left_out[std::string(reason)] = count;
+    counts.m_left_out_scans.insert(m_left_out_scans.begin(), m_left_out_scans.end());
     return counts;
   }
 
@@ -82,7 +83,11 @@ class Ms2Loop {
     return reason.empty() && !IsAccepted(scan) ? kNotSelected : reason;
   }
 
-  void LeaveOut(std::string_view reason) { ++m_left_out[reason]; }
+  void LeaveOut(const MS2Spectrum& scan, std::string_view reason) {
+    ++m_left_out[reason];
+    if (m_left_out_scans.size() < kMaxLeftOutScans)
+      m_left_out_scans.insert_or_assign(scan.m_scan_no, reason);
+  }
 
   [[nodiscard]] bool IsAccepted(const MS2Spectrum& scan) const {
     return !*m_accepted || (*m_accepted)->contains(scan.m_scan_no);
@@ -93,7 +98,7 @@ class Ms2Loop {
     DropUnusablePrecursors(scan);
     if (scan.m_precursors.empty()) {
       WarnWithoutPrecursor(scan);
-      LeaveOut(kNoUsablePrecursor);
+      LeaveOut(scan, kNoUsablePrecursor);
       return;
     }
     m_outputs->WriteMs2(scan, m_source->WritesPf2First());
@@ -115,7 +120,8 @@ class Ms2Loop {
   std::int64_t m_read = 0;
   std::int64_t m_exported = 0;
   std::int64_t m_precursors = 0;
-  std::map<std::string_view, std::int64_t> m_left_out;  // by reason, a constant
+  std::map<std::string_view, std::int64_t> m_left_out;        // by reason, a constant
+  std::map<std::int32_t, std::string_view> m_left_out_scans;  // the same reasons
 };
 
 RunRecord ProcessSource(const UserParameters& parameters, const AcceptedScans& accepted,

@@ -171,6 +171,7 @@ void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isot
 
 RunRecord WithExtraction(RunRecord record, const RunRecord& extraction) {
   record.m_counts = extraction.m_counts;
+  record.m_widths = extraction.m_widths;
   record.m_left_out = extraction.m_left_out;
   return record;
 }
@@ -202,6 +203,7 @@ RunRecord WholeRecord(RunRecord begun, const RunRecord& loop) {
   const std::int64_t lost = before_extraction - CountLeftOut(record) - read;
   if (lost > 0) record.m_left_out[std::string(kLostAfterExtraction)] += lost;
   for (const auto& [reason, count] : loop.m_left_out) record.m_left_out[reason] += count;
+  record.m_left_out_scans = loop.m_left_out_scans;
   for (const auto& [key, count] : loop.m_counts) record.m_counts[key] = count;
   record.m_counts[std::string(kCountMs2Read)] =
       CountOrZero(loop, kCountMs2Exported) + CountLeftOut(record);

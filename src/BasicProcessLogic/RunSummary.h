@@ -57,7 +57,7 @@ std::string RecordedDifference(const UserParameters& parameters, std::string_vie
 void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isotope_table,
                          InputKind kind);
 
-/// A record with the counts of an extraction and its reasons in place of its own.
+/// A record with the counts, reasons and declared widths of an extraction in place of its own.
 RunRecord WithExtraction(RunRecord record, const RunRecord& extraction);
 
 /// In which settings that concern it an earlier extraction differs from a run of now, worded as by

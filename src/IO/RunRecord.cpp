@@ -14,7 +14,9 @@ namespace {
 
 constexpr std::string_view kSetting = "setting";
 constexpr std::string_view kCount = "count";
+constexpr std::string_view kWidth = "width";
 constexpr std::string_view kLeftOut = "left_out";
+constexpr std::string_view kLeftOutScan = "left_out_scan";
 
 void AppendField(std::string& text, std::string_view field) {
   const std::size_t start = text.size();
@@ -33,23 +35,28 @@ void AppendEntry(std::string& text, std::string_view kind, std::string_view key,
   text += '\n';
 }
 
-void AppendCounts(std::string& text, std::string_view kind,
-                  const std::map<std::string, std::int64_t>& counts) {
-  for (const auto& [key, count] : counts) {
-    std::string number;
-    AppendInteger(number, count);
-    AppendEntry(text, kind, key, number);
-  }
+std::string NumberText(std::int64_t number) {
+  std::string text;
+  AppendInteger(text, number);
+  return text;
 }
 
-std::int64_t CountOf(std::string_view text) {
-  std::int64_t count = 0;
-  const char* const last = text.data() + text.size();
-  const auto result = std::from_chars(text.data(), last, count);
-  if (text.empty() || result.ec != std::errc() || result.ptr != last || count < 0)
-    throw "\"" + std::string(text) + "\" is no count";
-  return count;
+void AppendCounts(std::string& text, std::string_view kind,
+                  const std::map<std::string, std::int64_t>& counts) {
+  for (const auto& [key, count] : counts) AppendEntry(text, kind, key, NumberText(count));
 }
+
+template <class Number>
+Number NumberOf(std::string_view text, const char* what) {
+  Number number = 0;
+  const char* const last = text.data() + text.size();
+  const auto result = std::from_chars(text.data(), last, number);
+  if (text.empty() || result.ec != std::errc() || result.ptr != last || number < 0)
+    throw "\"" + std::string(text) + "\" is no " + what;
+  return number;
+}
+
+std::int64_t CountOf(std::string_view text) { return NumberOf<std::int64_t>(text, "count"); }
 
 }  // namespace
 
@@ -59,11 +66,27 @@ std::optional<std::int64_t> RunRecord::Count(std::string_view key) const {
   return found->second;
 }
 
+std::optional<double> RunRecord::CommonestWidth() const {
+  std::optional<double> commonest;
+  std::int64_t most = 0;
+  for (const auto& [key, scans] : m_widths) {
+    const auto width = ScanReal(key);
+    if (width.m_status != NumberStatus::kOk || !(width.m_value > 0.0) || scans < most) continue;
+    if (scans == most && commonest && *commonest < width.m_value) continue;
+    commonest = width.m_value;
+    most = scans;
+  }
+  return commonest;
+}
+
 std::string RunRecordText(const RunRecord& record) {
   std::string text;
   for (const auto& [key, value] : record.m_settings) AppendEntry(text, kSetting, key, value);
   AppendCounts(text, kCount, record.m_counts);
+  AppendCounts(text, kWidth, record.m_widths);
   AppendCounts(text, kLeftOut, record.m_left_out);
+  for (const auto& [scan_no, reason] : record.m_left_out_scans)
+    AppendEntry(text, kLeftOutScan, NumberText(scan_no), reason);
   return text;
 }
 
@@ -78,8 +101,12 @@ bool AddRunRecordLine(std::string_view line, RunRecord& record) {
     record.m_settings[std::move(key)] = value;
   else if (kind == kCount)
     record.m_counts[std::move(key)] = CountOf(value);
+  else if (kind == kWidth)
+    record.m_widths[std::move(key)] = CountOf(value);
   else if (kind == kLeftOut)
     record.m_left_out[std::move(key)] = CountOf(value);
+  else if (kind == kLeftOutScan)
+    record.m_left_out_scans[NumberOf<std::int32_t>(key, "scan number")] = value;
   else
     return false;
   return true;

@@ -1,16 +1,19 @@
 // IO/RunRecord.h: what a run says of itself, for programs and for the next run.
-// Does:     holds the settings that shape the outputs, what was counted, and why MS2 scans were left
-//           out; gives it as text and reads that text again.
+// Does:     holds the settings that shape the outputs, what was counted, which MS2 scans were left
+//           out and why, and the isolation widths that the instrument file declares; gives it as
+//           text and reads that text again.
 // Owns:     its texts.
 // Throws:   ReadRunRecord a std::string: what OpenFile throws, or PATH + ": line N: ..." for a line
 //           that is no entry; WriteRunRecord what WriteWhole throws.
 // Not here: when a record is written and what is in it.
 //
-// Text: one entry a line, three fields separated by tabs: kind ("setting", "count" or "left_out"),
-// key, value. Other lines that hold no tab are for people and are passed over; other kinds are
-// passed over too, so that a newer program may add some. A key that repeats counts once, the last.
+// Text: one entry a line, three fields separated by tabs: kind ("setting", "count", "width",
+// "left_out" or "left_out_scan"), key, value. Other lines that hold no tab are for people and are
+// passed over; other kinds are passed over too, so that a newer program may add some. A key that
+// repeats counts once, the last.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -22,10 +25,15 @@ namespace tarvek {
 struct RunRecord {
   std::map<std::string, std::string> m_settings;   // key to value as text
   std::map<std::string, std::int64_t> m_counts;    // kCount... to number
+  std::map<std::string, std::int64_t> m_widths;    // declared full width to number of MS2 scans
   std::map<std::string, std::int64_t> m_left_out;  // reason to number of MS2 scans
+  std::map<std::int32_t, std::string> m_left_out_scans;  // scan number to reason; not of all scans
 
   /// A count; nothing when the record does not say.
   [[nodiscard]] std::optional<std::int64_t> Count(std::string_view key) const;
+
+  /// The width in m/z that most MS2 scans declare, the smallest of equals; nothing when none is told.
+  [[nodiscard]] std::optional<double> CommonestWidth() const;
 
   bool operator==(const RunRecord&) const = default;
 };
@@ -45,6 +53,12 @@ inline constexpr std::string_view kSettingActivation = "activation";
 /// The environment variables that say the last two to an extractor.
 inline constexpr const char* kAnalyserVariable = "TARVEK_ANALYSER";
 inline constexpr const char* kActivationVariable = "TARVEK_ACTIVATION";
+
+/// Key of m_widths for scans that declare none; the others are the width with two decimals.
+inline constexpr std::string_view kWidthNotDeclared = "not declared";
+
+/// Scans that m_left_out_scans names at most, the first that were read; all are counted.
+inline constexpr std::size_t kMaxLeftOutScans = 10'000;
 
 /// What the name of the record of a run ends in, after the base name.
 inline constexpr std::string_view kRunRecordEnding = ".tarvek";

@@ -22,8 +22,7 @@ Logger::Logger() : m_buffer(AsctimeText(CurrentLocalTime())) {}
 
 void Logger::Message(std::string_view level, std::string_view text) {
   std::string line(text);
-  if (level != kSubprocess)
-    line = "[Tarvek] <" + std::string(level) + "> - " + std::string(text) + "\n";
+  if (level != kSubprocess) line = LinePrefix(level) + line + "\n";
   ShowStatus({});
   std::ostream& console = level == kWarn || level == kError ? std::cerr : std::cout;
   console << line << std::flush;
@@ -55,6 +54,10 @@ void Logger::Dump() {
   if (!m_file.IsOpen()) m_file = OpenFile(m_path, "a+", std::string(kPurpose));
   static_cast<void>(m_file.Write(m_buffer));
   m_buffer.clear();
+}
+
+std::string LinePrefix(std::string_view level) {
+  return "[Tarvek] <" + std::string(level) + "> - ";
 }
 
 Logger& GlobalLogger() {

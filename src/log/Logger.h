@@ -23,6 +23,10 @@ inline constexpr std::string_view kExit = "EXIT";
 /// Lines of a child process: shown and stored unchanged, with their own end of line.
 inline constexpr std::string_view kSubprocess = "SUBPROCESS";
 
+/// What a line of this level begins with, "[Tarvek] <ERROR> - ", to write it and to know it again.
+/// Lines of a child process have no such start.
+std::string LinePrefix(std::string_view level);
+
 class Logger {
  public:
   /// Starts the buffer with the time stamp line, e.g. "Sat Nov 14 23:38:05 2026\n".

@@ -167,7 +167,19 @@ TEST_F(ProcessTextSpectra, CountsEachReason) {
   expected.m_left_out = {{"activation type not known", 2},
                          {"analyser not known", 1},
                          {"no usable precursor declared or determined", 1}};
+  expected.m_left_out_scans = {{3, "activation type not known"},
+                               {4, "activation type not known"},
+                               {6, "analyser not known"},
+                               {7, "no usable precursor declared or determined"}};
   EXPECT_EQ(m_record, expected);
+}
+TEST_F(ProcessTextSpectra, NamesTheFirstTenThousandScansThatAreLeftOutAndCountsAll) {
+  std::string ms2;
+  for (int scan_no = 2; scan_no <= 10'003; ++scan_no) ms2 += FragmentScan(scan_no, "PQD");
+  Process(ms2);
+  EXPECT_EQ(m_record.m_left_out.at("activation type not known"), 10'002);
+  ASSERT_EQ(m_record.m_left_out_scans.size(), 10'000u);
+  EXPECT_EQ(m_record.m_left_out_scans.rbegin()->first, 10'001);
 }
 TEST_F(ProcessTextSpectra, CountsWhatClusteringDidNotSelect) {
   m_parameters.m_cluster_ms2 = true;

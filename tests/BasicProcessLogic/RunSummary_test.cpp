@@ -154,6 +154,15 @@ TEST(WholeRecord, CountsTheScansOfTheInstrumentFile) {
   RunRecord expected = Record(100, 90, 150, {{"empty", 8}, {"analyser not known", 2}});
   EXPECT_EQ(WholeRecord(extraction, Record(92, 90, 150, {{"analyser not known", 2}})), expected);
 }
+TEST(WholeRecord, HasTheWidthsOfTheExtractionAndTheScansOfTheLoop) {
+  RunRecord extraction;
+  extraction.m_widths = {{"2.00", 5}};
+  RunRecord loop = Record(5, 4, 5, {{"analyser not known", 1}});
+  loop.m_left_out_scans = {{7, "analyser not known"}};
+  RunRecord expected = loop;
+  expected.m_widths = extraction.m_widths;
+  EXPECT_EQ(WholeRecord(WithExtraction({}, extraction), loop), expected);
+}
 TEST(WholeRecord, AddsUpAReasonOfBoth) {
   RunRecord extraction;
   extraction.m_counts = {{"ms2_read", 10}};

@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
+#include <optional>
+#include <string>
+#include <utility>
+
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -15,7 +20,9 @@ RunRecord Example() {
   RunRecord record;
   record.m_settings = {{"isolation_width", "2.000000"}, {"charge_range", "2t6"}};
   record.m_counts = {{"ms2_read", 321}, {"ms2_exported", 318}};
+  record.m_widths = {{"not declared", 1}, {"2.00", 320}};
   record.m_left_out = {{"no usable precursor", 3}};
+  record.m_left_out_scans = {{9, "no usable precursor"}, {10, "a reason"}};
   return record;
 }
 
@@ -35,7 +42,11 @@ TEST(RunRecord, IsOneEntryALineWithTabsBetweenItsFields) {
             "setting\tisolation_width\t2.000000\n"
             "count\tms2_exported\t318\n"
             "count\tms2_read\t321\n"
-            "left_out\tno usable precursor\t3\n");
+            "width\t2.00\t320\n"
+            "width\tnot declared\t1\n"
+            "left_out\tno usable precursor\t3\n"
+            "left_out_scan\t9\tno usable precursor\n"
+            "left_out_scan\t10\ta reason\n");
 }
 
 TEST(RunRecord, ReadsWhatItWrote) { EXPECT_EQ(Read(RunRecordText(Example())), Example()); }
@@ -69,6 +80,28 @@ TEST(RunRecord, RefusesACountThatIsNone) {
     SCOPED_TRACE(count);
     EXPECT_THROW(AddRunRecordLine("count\tms2_read\t" + std::string(count), record), std::string);
   }
+}
+
+TEST(RunRecord, RefusesAScanNumberThatIsNone) {
+  RunRecord record;
+  for (const char* const number : {"", "x", "-1", "2147483648"}) {
+    SCOPED_TRACE(number);
+    EXPECT_THROW(AddRunRecordLine("left_out_scan\t" + std::string(number) + "\ta reason", record),
+                 std::string);
+  }
+}
+
+std::optional<double> CommonestOf(std::map<std::string, std::int64_t> widths) {
+  RunRecord record;
+  record.m_widths = std::move(widths);
+  return record.CommonestWidth();
+}
+
+TEST(RunRecord, TellsTheWidthThatMostScansDeclare) {
+  EXPECT_EQ(CommonestOf({}), std::nullopt);
+  EXPECT_EQ(CommonestOf({{"not declared", 9}, {"other", 9}, {"0.00", 9}}), std::nullopt);
+  EXPECT_EQ(CommonestOf({{"2.00", 3}, {"4.00", 318}, {"not declared", 900}}), 4.0);
+  EXPECT_EQ(CommonestOf({{"10.00", 5}, {"2.00", 5}, {"1.00", 1}}), 2.0);  // the smallest of equals
 }
 
 TEST(RunRecord, AFileWithABadCountIsNamedWithItsLine) {

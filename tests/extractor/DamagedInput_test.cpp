@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "ByteSource.h"
 #include "ExtractorTestSupport.h"
 
 namespace tarvek::extractor {
@@ -14,6 +15,7 @@ namespace {
 
 using test::Cv;
 using test::ExtractionError;
+using test::ExtractXml;
 using test::Mzml;
 using test::Survey;
 using test::TestScan;
@@ -53,6 +55,26 @@ TEST(TruncatedInput, SaysThatItIsTruncatedAndWhere) {
   const std::string last_line = std::to_string(std::ranges::count(xml, '\n'));
   EXPECT_THAT(error, HasSubstr("run.mzML: line " + last_line + ", byte "));
   EXPECT_THAT(error, HasSubstr(": the file is truncated"));
+}
+
+TEST(TruncatedInput, HasATypeOfItsOwnAndDamageHasNot) {
+  const std::string xml = Mzml({Survey(1)});
+  const std::string packed = test::Gzipped(xml);
+  EXPECT_THROW(ExtractXml(xml.substr(0, xml.size() - 8)), TruncatedFile);
+  EXPECT_THROW(ExtractXml(""), TruncatedFile);
+  EXPECT_THROW(ExtractXml(packed.substr(0, packed.size() / 2), {}, "run.mzML.gz"), TruncatedFile);
+  for (const std::string& text : {std::string("<mzML></mzXML>"), std::string("<truncated/>")}) {
+    SCOPED_TRACE(text);
+    EXPECT_NO_THROW({
+      try {
+        ExtractXml(text);
+        ADD_FAILURE() << "nothing was thrown";
+      } catch (const TruncatedFile&) {
+        throw;
+      } catch (const std::string&) {
+      }
+    });
+  }
 }
 
 /// The message for a spectrum whose arrays are these.

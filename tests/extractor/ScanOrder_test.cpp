@@ -163,14 +163,26 @@ TEST(MarkerRecord, CountsSurveysAndWhyFragmentScansWereLeftOut) {
   empty.m_length = 0;
   EXPECT_EQ(Record({Survey(1), Survey(2), Fragment(3), Fragment(4, ecd), third_level, empty}),
             "setting\tintensity\t1\nsetting\tm/z\t5\n"
-            "count\tms2_read\t3\ncount\tsurveys\t2\n"
+            "count\tms2_read\t3\ncount\tsurveys\t2\nwidth\t2.00\t1\n"
             "left_out\tactivation without a word: term 1000250\t1\nleft_out\tempty\t1\n");
 }
 
 TEST(MarkerRecord, CountsOnceWhenTheFileIsReadAgain) {
   EXPECT_EQ(Record({Survey(2), Fragment(3), Survey(1), Fragment(4)}),
             "setting\tintensity\t1\nsetting\tm/z\t5\n"
-            "count\tms2_read\t2\ncount\tsurveys\t2\n");
+            "count\tms2_read\t2\ncount\tsurveys\t2\nwidth\t2.00\t2\n");
+}
+
+TEST(MarkerRecord, CountsTheDeclaredIsolationWidths) {
+  TestPrecursor wide;
+  wide.m_lower = "1.25";
+  wide.m_upper = "2.75";
+  TestPrecursor unknown;
+  unknown.m_lower = unknown.m_upper = "-1";
+  EXPECT_EQ(Record({Fragment(1, wide), Fragment(2), Fragment(3, wide), Fragment(4, unknown)}),
+            "setting\tintensity\t1\nsetting\tm/z\t5\n"
+            "count\tms2_read\t4\ncount\tsurveys\t0\n"
+            "width\t2.00\t1\nwidth\t4.00\t2\nwidth\tnot declared\t1\n");
 }
 
 TEST(MarkerRecord, HoldsWhatTheUserSays) {

@@ -340,7 +340,7 @@ def recalibrated(window, candidate):
 
 
 def process(ms1, ms2, isotopes, options, left_out):
-    """Yields each MS2 scan that is written, with its precursors; counts the others by reason."""
+    """Yields each MS2 scan that is written, with its precursors; gives the others their reason by number."""
     empty = {"no": 0, "peaks": []}
     store, unread = [empty] * STORE_LENGTH, list(ms1)
     for scan in ms2:
@@ -352,10 +352,10 @@ def process(ms1, ms2, isotopes, options, left_out):
             if survey["instrument"] == "FT":
                 store = store[1:] + [survey]
         if scan["activation"] not in ("CID", "HCD", "ETD", "ETCID", "ETHCD"):
-            left_out["activation type not known"] += 1
+            left_out[scan["no"]] = "activation type not known"
             continue
         if scan["instrument"] not in ("IT", "FT", "ITMS", "FTMS"):
-            left_out["analyser not known"] += 1
+            left_out[scan["no"]] = "analyser not known"
             continue
         precursors = scan["declared"]
         if len(store) >= 10 and precursors:
@@ -363,7 +363,7 @@ def process(ms1, ms2, isotopes, options, left_out):
         if precursors:
             yield scan, precursors
         else:
-            left_out["no usable precursor declared or determined"] += 1
+            left_out[scan["no"]] = "no usable precursor declared or determined"
             print(f"  scan {scan['no']}: no precursor, not written")
 
 
@@ -408,7 +408,8 @@ def record(ms1, ms2, written, left_out, isotopes, options):
     counts = {"ms2_exported": len(written), "ms2_read": len(ms2),
               "precursors": sum(len(precursors) for _, precursors in written), "surveys": len(ms1)}
     return "".join(f"{kind}\t{key}\t{value}\n"
-                   for kind, entries in (("setting", settings), ("count", counts), ("left_out", left_out))
+                   for kind, entries in (("setting", settings), ("count", counts),
+                                         ("left_out", collections.Counter(left_out.values())), ("left_out_scan", left_out))
                    for key, value in sorted(entries.items()))
 
 
@@ -445,7 +446,7 @@ def main():
     ms1 = read_scans(source / "run.ms1")
     ms2 = read_scans(source / "run.ms2")
     isotopes = read_isotope_table(source / "IPV.txt")
-    left_out = collections.Counter()
+    left_out = {}
     written = list(process(ms1, ms2, isotopes, options, left_out))
     (out / "run.tarvek").write_text(record(ms1, ms2, written, left_out, isotopes, options), encoding="ascii")
     (out / "run.csv").write_text(HEADER + "".join(csv_row(*record) for record in written), encoding="ascii")

@@ -36,6 +36,10 @@ class LoggerTest : public testing::Test {
   Logger m_logger;
 };
 
+TEST(LinePrefix, IsWhatALineOfTheLevelBeginsWith) {
+  EXPECT_EQ(LinePrefix(kError), "[Tarvek] <ERROR> - ");
+  EXPECT_EQ(LinePrefix("x"), "[Tarvek] <x> - ");
+}
 TEST_F(LoggerTest, ShowsInfoOnStandardOutput) {
   const ConsoleText text = CaptureConsole([&] { m_logger.Message(kInfo, "Start to process a"); });
   EXPECT_EQ(text.m_out, "[Tarvek] <INFO> - Start to process a\n");

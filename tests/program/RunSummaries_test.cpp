@@ -208,7 +208,7 @@ class ExtractedRun : public FakeExtractorTest {
 
 const std::string kCountsOfAll =
     "All spectra of run were extracted.\ncount\tsurveys\t14\ncount\tms2_read\t12\n"
-    "left_out\tempty\t2\nleft_out\tanalyser not known\t1\n";
+    "width\t2.00\t9\nleft_out\tempty\t2\nleft_out\tanalyser not known\t1\n";
 
 TEST_F(ExtractedRun, CountsTheScansOfTheInstrumentFile) {
   PlaceWithMarker(kCountsOfAll);
@@ -217,10 +217,11 @@ TEST_F(ExtractedRun, CountsTheScansOfTheInstrumentFile) {
               ElementsAre("INFO: run.raw: 12 MS2 scans read, 6 exported with 13 precursors, 6 "
                           "left out (2 analyser not known, 2 empty, 1 activation type not known, "
                           "1 no usable precursor declared or determined), in T s"));
-  EXPECT_THAT(Content("out/run.tarvek"),
-              HasSubstr("count\tms2_exported\t6\ncount\tms2_read\t12\ncount\tprecursors\t13\n"
-                        "count\tsurveys\t13\nleft_out\tactivation type not known\t1\n"
-                        "left_out\tanalyser not known\t2\nleft_out\tempty\t2\n"));
+  EXPECT_THAT(
+      Content("out/run.tarvek"),
+      HasSubstr("count\tms2_exported\t6\ncount\tms2_read\t12\ncount\tprecursors\t13\n"
+                "count\tsurveys\t13\nwidth\t2.00\t9\nleft_out\tactivation type not known\t1\n"
+                "left_out\tanalyser not known\t2\nleft_out\tempty\t2\n"));
 }
 TEST_F(ExtractedRun, CountsThemAlsoWhenTheMarkerIsDeleted) {
   PlaceWithMarker(kCountsOfAll);

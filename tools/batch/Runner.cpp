@@ -6,6 +6,7 @@
 
 #include "FileUtils.h"
 #include "LineReader.h"
+#include "Logger.h"
 #include "OutputFile.h"
 #include "Platform.h"
 #include "RunSummary.h"
@@ -17,8 +18,6 @@ namespace {
 
 constexpr int kLookMs = 200;
 constexpr std::int64_t kPatienceMs = 3000;  // with a process that was asked to end
-
-constexpr std::string_view kErrorPrefix = "[Tarvek] <ERROR> - ";
 
 /// A running task; its process is in the same place of a list of its own.
 struct RunningTask {
@@ -222,13 +221,14 @@ std::string CheckFileOf(const BatchTask& task) {
 std::string FailureReason(const std::string& console_file, int status) {
   std::string last_error;
   std::string last_line;
+  const std::string prefix = LinePrefix(kError);
   File file = File::Open(console_file, "r");
   if (file.IsOpen()) {
     LineReader lines(file);
     std::string_view line;
     while (lines.ReadPiece(line)) {
       const std::string_view text = Trim(line);
-      if (text.starts_with(kErrorPrefix)) last_error = text.substr(kErrorPrefix.size());
+      if (text.starts_with(prefix)) last_error = text.substr(prefix.size());
       if (!text.empty()) last_line = text;
     }
   }

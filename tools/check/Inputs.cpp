@@ -6,6 +6,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "ByteSource.h"
 #include "FileUtils.h"
 #include "IsotopeTable.h"
 #include "RunDriver.h"
@@ -21,18 +22,13 @@ bool IsEmptyRow(const IsotopeRow& row) {
 
 /// The finding for a file that its reader gave up. Messages of the readers begin with the path that
 /// is shown anyway, and may go on below a line of their own.
-void AddUnreadable(CheckReport& report, const std::string& path, const std::string& message,
-                   const std::string& advice) {
+void AddUnreadable(CheckReport& report, const char* code, const std::string& path,
+                   const std::string& message, const std::string& advice) {
   const std::string start = path + ": ";
   std::string detail = message.substr(0, message.find('\n'));
   if (detail.starts_with(start)) detail.erase(0, start.size());
-  std::string without_path = detail;
-  if (const std::size_t at = detail.find(path); at != std::string::npos)
-    without_path.erase(at, path.size());
-  const bool is_cut = without_path.find("truncated") != std::string::npos;
   const bool has_end = detail.ends_with('.') || detail.ends_with('!');
-  report.Defect(is_cut ? "truncated" : "unreadable", path,
-                "A run would stop here: " + detail + (has_end ? "" : "."), advice);
+  report.Defect(code, path, "A run would stop here: " + detail + (has_end ? "" : "."), advice);
 }
 
 }  // namespace
@@ -42,10 +38,12 @@ bool ReadOrReport(CheckReport& report, const std::string& path, const std::strin
   try {
     action();
     return true;
+  } catch (const extractor::TruncatedFile& message) {
+    AddUnreadable(report, "truncated", path, message, advice);
   } catch (const std::string& message) {
-    AddUnreadable(report, path, message, advice);
-    return false;
+    AddUnreadable(report, "unreadable", path, message, advice);
   }
+  return false;
 }
 
 bool HasBothHalves(CheckReport& report, const std::string& first, const std::string& second) {

@@ -36,9 +36,9 @@ void WriteForMultiQc(const std::string& start, std::span<const BatchRun> runs) {
 
 // Writes page and summary of one run and returns what a batch keeps of it.
 BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
-                   const ReportSettings& settings, LogBook& logs) {
+                   const ReportSettings& settings) {
   const RunReport report =
-      ReadRunReport(FindRunFiles(base_path, settings.m_input_folder), settings, logs);
+      ReadRunReport(FindRunFiles(base_path, settings.m_input_folder), settings);
   const std::string page = report.m_name + ".report.html";
   const std::string path = JoinPath({out_folder, page});
   WriteReport(path, RunPage(report));
@@ -72,8 +72,7 @@ void ReportOne(const ReportOptions& options) {
     const BatchRun run = ReportUnfinished(base_path, out_folder);
     WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
   }
-  LogBook logs;
-  const BatchRun run = ReportRun(base_path, out_folder, options.m_settings, logs);
+  const BatchRun run = ReportRun(base_path, out_folder, options.m_settings);
   WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
 }
 
@@ -86,10 +85,10 @@ BatchRun WithoutReport(const std::string& base_path, const std::string& why) {
 
 // A run that cannot be read is named on standard error and in the batch; the others go on.
 BatchRun TryRun(const std::string& base_path, const std::string& out_folder,
-                const ReportSettings& settings, LogBook& logs) {
+                const ReportSettings& settings) {
   std::string why;
   try {
-    return ReportRun(base_path, out_folder, settings, logs);
+    return ReportRun(base_path, out_folder, settings);
   } catch (const std::string& message) {  // of the file helpers
     why = message;
   } catch (const std::exception& error) {
@@ -112,9 +111,8 @@ void ReportBatch(const ReportOptions& options) {
   if (found.m_finished.empty() && found.m_unfinished.empty())
     throw "There is no precursor table of tarvek (.csv) in " + folder;
   std::vector<BatchRun> runs;
-  LogBook logs;
   for (const std::string& base_path : found.m_finished)
-    runs.push_back(TryRun(base_path, out_folder, options.m_settings, logs));
+    runs.push_back(TryRun(base_path, out_folder, options.m_settings));
   std::size_t failed = 0;
   for (const BatchRun& run : runs) failed += run.m_page.empty() ? 1U : 0U;
   for (const std::string& base_path : found.m_unfinished)
@@ -156,10 +154,8 @@ void AddReportCommand(CLI::App& app) {
                    "Folder of the .ms2 or .mscsv files, if another one")
       ->check(CLI::ExistingDirectory);
   report
-      ->add_option(
-          "-W,--isolation-width", options->m_isolation_width,
-          "Width of the isolation window in m/z; without it the record or the log tells it, "
-          "else 2")
+      ->add_option("-W,--isolation-width", options->m_isolation_width,
+                   "Width of the isolation window in m/z; without it the record tells it, else 2")
       ->check(PositiveReal());
   report
       ->add_option("--tol", options->m_settings.m_tol_ppm,

@@ -1,14 +1,11 @@
 #include "report/Content.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace tarvek::tools {
 
-RunContent::RunContent(const RunFiles& files, LogFacts log)
-    : m_rows(ReadReportRows(files.m_table)), m_log(std::move(log)) {
+RunContent::RunContent(const RunFiles& files) : m_rows(ReadReportRows(files.m_table)) {
   std::ranges::stable_sort(m_rows, {}, &ReportRow::m_scan_no);
-  std::ranges::sort(m_log.m_without_precursor);
   if (!files.m_record.empty()) m_record = ReadRunRecord(files.m_record);
   // The text is preferred: it tells all precursors that were declared.
   if (!files.m_ms2.empty()) {
@@ -31,10 +28,6 @@ const InputScan* RunContent::InputOf(std::int32_t scan_no) const noexcept {
 
 bool RunContent::IsExported(std::int32_t scan_no) const noexcept {
   return std::ranges::binary_search(m_rows, scan_no, {}, &ReportRow::m_scan_no);
-}
-
-bool RunContent::IsWarnedOf(std::int32_t scan_no) const noexcept {
-  return std::ranges::binary_search(m_log.m_without_precursor, scan_no);
 }
 
 }  // namespace tarvek::tools

@@ -21,12 +21,11 @@ enum class InputKind { kNone, kText, kTable };
 
 class RunContent {
  public:
-  RunContent(const RunFiles& files, LogFacts log);
+  explicit RunContent(const RunFiles& files);
 
   /// Ascending by scan number, as is the input.
   [[nodiscard]] std::span<const ReportRow> Rows() const noexcept { return m_rows; }
   [[nodiscard]] std::span<const InputScan> Input() const noexcept { return m_input; }
-  [[nodiscard]] const LogFacts& Log() const noexcept { return m_log; }
   /// What the run says of itself; nothing without its record.
   [[nodiscard]] const std::optional<RunRecord>& Record() const noexcept { return m_record; }
 
@@ -42,15 +41,11 @@ class RunContent {
   /// Whether the scan has a row in the table.
   [[nodiscard]] bool IsExported(std::int32_t scan_no) const noexcept;
 
-  /// Whether the log says that the scan has no precursor.
-  [[nodiscard]] bool IsWarnedOf(std::int32_t scan_no) const noexcept;
-
  private:
   std::vector<ReportRow> m_rows;
   InputKind m_kind = InputKind::kNone;
   std::vector<InputScan> m_input;
   std::optional<RunRecord> m_record;
-  LogFacts m_log;  // its scan numbers ascending
 };
 
 }  // namespace tarvek::tools

@@ -50,8 +50,8 @@ std::optional<DeclaredMatch> MatchWhere(const Precursor& declared,
 /// Builds a report step by step; each step fills in its part.
 class ReportBuilder {
  public:
-  ReportBuilder(const RunFiles& files, const ReportSettings& settings, LogFacts log)
-      : m_files(files), m_settings(settings), m_content(files, std::move(log)) {
+  ReportBuilder(const RunFiles& files, const ReportSettings& settings)
+      : m_files(files), m_settings(settings), m_content(files) {
     m_report.m_name = files.m_name;
     m_report.m_tol_ppm = settings.m_tol_ppm;
     m_report.m_scans = std::ssize(m_content.Rows());
@@ -80,12 +80,9 @@ class ReportBuilder {
     } else if (const auto width = RecordedWidth()) {
       m_report.m_isolation_width = *width;
       m_report.m_width_source = "as the record says";
-    } else if (m_content.Log().m_isolation_width) {
-      m_report.m_isolation_width = *m_content.Log().m_isolation_width;
-      m_report.m_width_source = "as the log says";
     } else {
       m_report.m_knows_width = false;
-      m_report.m_width_source = "tarvek's default, since no log tells it";
+      m_report.m_width_source = "not known, so tarvek's default";
     }
   }
 
@@ -101,14 +98,16 @@ class ReportBuilder {
   }
 
   void FindDeclaredWidth() {
-    if (!m_files.m_instrument.empty())
-      m_report.m_declared_width = DeclaredWidthOf(m_files.m_instrument);
-    if (m_report.m_declared_width) {
-      m_report.m_declared_width_source = FileNameOf(m_files.m_instrument);
-    } else if (m_content.Log().m_declared_width) {
-      m_report.m_declared_width = m_content.Log().m_declared_width;
-      m_report.m_declared_width_source = "the log";
-    }
+    if (m_content.Record()) TakeDeclared(m_content.Record()->CommonestWidth(), m_files.m_record);
+    if (!m_report.m_declared_width && !m_files.m_marker.empty())
+      TakeDeclared(ReadRunRecord(m_files.m_marker).CommonestWidth(), m_files.m_marker);
+    if (!m_report.m_declared_width && !m_files.m_instrument.empty())
+      TakeDeclared(DeclaredWidthOf(m_files.m_instrument), m_files.m_instrument);
+  }
+
+  void TakeDeclared(std::optional<double> width, const std::string& path) {
+    m_report.m_declared_width = width;
+    if (width) m_report.m_declared_width_source = FileNameOf(path);
   }
 
   // Where the charge is not declared, the table says 2. With the input the scans are known; the
@@ -270,9 +269,11 @@ class ReportBuilder {
       AddSource(".ms2", of_input, m_content.HasInput());
     if (!m_content.HasInput())
       AddSource("_*.mgf", "times of the MS2 scans", !m_files.m_mgf.empty());
-    AddSource(std::string(kRunRecordEnding), "isolation width, scans left out and why",
+    AddSource(std::string(kRunRecordEnding), "isolation widths, scans left out and why",
               m_content.Record().has_value());
-    AddSourceFile("log", "isolation width, warnings of this run", m_content.Log().m_has_run);
+    const std::string& declares_width = m_report.m_declared_width_source;
+    if (!declares_width.empty() && declares_width != FileNameOf(m_files.m_record))
+      AddSourceFile(declares_width, "declared isolation width", true);
   }
 
   const RunFiles& m_files;
@@ -352,8 +353,8 @@ std::int64_t MatchedScans(const RunReport& report) {
   return sum;
 }
 
-RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings, LogBook& logs) {
-  return ReportBuilder(files, settings, logs.FactsOf(files)).Build();
+RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings) {
+  return ReportBuilder(files, settings).Build();
 }
 
 std::vector<KeyFigure> KeyFigures(const RunReport& report) {

@@ -65,7 +65,7 @@ struct TimedValue {
 struct LeftOutScan {
   std::int32_t m_scan_no = 0;
   std::optional<double> m_rt_s;
-  std::string_view m_reason;  // one of a few texts that live as long as the program
+  std::string m_reason;
 };
 
 /// One of the files that a report draws from.
@@ -131,8 +131,7 @@ bool ExportedNothing(const RunReport& report);
 /// Scans whose declared precursor was compared with a determined one, at whatever shift.
 std::int64_t MatchedScans(const RunReport& report);
 
-/// logs: those that were read for other runs serve this one too.
-RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings, LogBook& logs);
+RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings);
 
 /// A number that sums up a run, for tiles, tables and other programs.
 struct KeyFigure {

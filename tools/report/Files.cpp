@@ -7,13 +7,11 @@
 #include <string_view>
 
 #include "FileUtils.h"
-#include "Logger.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
 #include "RunDriver.h"
 #include "ScanTable.h"
 #include "StringUtils.h"
-#include "batch/Plan.h"
 #include "mgf/Title.h"
 #include "outputs/OutputNames.h"
 #include "outputs/PrecursorTableReader.h"
@@ -64,24 +62,6 @@ std::uint64_t LittleEndian(std::string_view bytes) {
   return value;
 }
 
-// The text behind start in line, when it is there.
-std::optional<std::string_view> TextBehind(std::string_view line, std::string_view start) {
-  const std::size_t at = line.find(start);
-  if (at == std::string_view::npos) return std::nullopt;
-  return line.substr(at + start.size());
-}
-
-// The run whose input the line "Start to process PATH" names; nothing for any other line. Borrows
-// from line.
-std::optional<std::string_view> StartedRun(std::string_view line) {
-  const auto path = TextBehind(line, "Start to process ");
-  if (!path) return std::nullopt;
-  std::string_view name = FileNameOf(*path);
-  if (CutEnding(name, ".ms1")) return name;
-  if (!CutEnding(name, ".msb")) return std::nullopt;
-  return RunOfBinaryPair(name);
-}
-
 // The .mscsv table of an input, whose name may go on with the format that it was extracted from;
 // empty without one.
 std::string ScanTableOf(const std::string& input) {
@@ -123,24 +103,6 @@ std::vector<std::int32_t> ScansWithoutCharge(const std::string& ms2_path) {
   return scans;
 }
 
-// The width of most scans in "2.0 (300 scans); 4.0 (20 scans)"; nothing when it is not of this form.
-std::optional<double> CommonestWidth(std::string_view text) {
-  std::optional<double> commonest;
-  std::int32_t most = 0;
-  for (std::size_t at = 0; at < text.size();) {
-    const std::string_view part = text.substr(at, text.find(';', at) - at);
-    at += part.size() + 1;
-    const std::size_t open = part.find('(');
-    if (open == std::string_view::npos) continue;
-    const auto width = ScanReal(Trim(part.substr(0, open)));
-    const std::int32_t scans = ParseInteger(part.substr(open + 1));
-    if (width.m_status != NumberStatus::kOk || scans <= most) continue;
-    commonest = width.m_value;
-    most = scans;
-  }
-  return commonest;
-}
-
 // Those that can be exported as they are.
 std::vector<Precursor> UsableOf(const std::vector<Precursor>& declared) {
   std::vector<Precursor> usable;
@@ -166,8 +128,7 @@ RunFiles FindRunFiles(const std::string& base_path, const std::string& input_fol
     throw files.m_table + " is not there" +
         (IsUnfinishedRun(base) ? ": the run did not finish, its table still ends in _unfinished."
                                : ".");
-  const std::string folder = FolderOf(base);
-  const std::string inputs = input_folder.empty() ? folder : input_folder;
+  const std::string inputs = input_folder.empty() ? FolderOf(base) : input_folder;
   const std::string input = JoinPath({inputs, files.m_name});
   files.m_pf1 = IfThere(base + ".pf1");
   files.m_pf2 = KeyedFiles(base, ".pf2");
@@ -175,9 +136,8 @@ RunFiles FindRunFiles(const std::string& base_path, const std::string& input_fol
   files.m_ms1 = IfThere(input + ".ms1");
   files.m_ms2 = IfThere(input + ".ms2");
   files.m_scan_table = ScanTableOf(input);
-  files.m_log = IfThere(JoinPath({folder, kBatchLogFolder, files.m_name, kLogFileName}));
-  if (files.m_log.empty()) files.m_log = IfThere(JoinPath({folder, kLogFileName}));
   files.m_record = IfThere(base + std::string(kRunRecordEnding));
+  files.m_marker = IfThere(input + ".morvex");
   files.m_instrument = InstrumentFileOf(input);
   return files;
 }
@@ -280,34 +240,6 @@ void AppendMgfTimes(const std::string& path, std::vector<ScanTime>& times) {
       is_titled = false;
     }
   }
-}
-
-LogBook::Log LogBook::Read(const std::string& path) {
-  Log log;
-  std::optional<double> width;
-  std::optional<double> declared;  // by the file that was extracted last
-  LogFacts* facts = nullptr;       // of the run that is being processed
-  TextLines lines(path);
-  for (std::string line; lines.Next(line);) {
-    if (const auto value = TextBehind(line, ": isolation_width = ")) width = lines.Real(*value);
-    if (const auto value = TextBehind(line, "Isolation widths (Th):"))
-      declared = CommonestWidth(*value);
-    if (const auto run = StartedRun(line)) {
-      facts = &log[std::string(*run)];
-      *facts = {width, std::exchange(declared, std::nullopt), {}, true};
-    }
-    const auto warned = TextBehind(line, "Cannot find precursor information for scan ");
-    if (facts != nullptr && warned) facts->m_without_precursor.push_back(lines.Integer(*warned));
-  }
-  return log;
-}
-
-LogFacts LogBook::FactsOf(const RunFiles& files) {
-  if (files.m_log.empty()) return {};
-  auto log = m_logs.find(files.m_log);
-  if (log == m_logs.end()) log = m_logs.emplace(files.m_log, Read(files.m_log)).first;
-  const auto facts = log->second.find(files.m_name);
-  return facts == log->second.end() ? LogFacts{} : facts->second;
 }
 
 }  // namespace tarvek::tools

@@ -1,6 +1,6 @@
 // tools/report/Files.h: the files of a finished run, read for its report.
-// Does:     finds what belongs to a run; reads its table, its PF files, the input scans beside them,
-//           the times in its MGF files and what the log says of it.
+// Does:     finds what belongs to a run; reads its table, its PF files, the input scans beside them
+//           and the times in its MGF files.
 // Owns:     a PfScans its open file; the rest returns values.
 // Throws:   a std::string naming the file, for a text also the line, that cannot be read or is
 //           damaged.
@@ -8,9 +8,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
-#include <map>
-#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,8 +28,8 @@ struct RunFiles {
   std::string m_ms1;
   std::string m_ms2;
   std::string m_scan_table;  // .mscsv, named "run1.mzml.mscsv" when it came from an mzML file
-  std::string m_log;
   std::string m_record;
+  std::string m_marker;      // of the extraction, beside the input scans
   std::string m_instrument;  // .mzML or .mzXML, packed or not, beside the input scans
 };
 
@@ -102,27 +99,5 @@ using ScanTime = std::pair<std::int32_t, double>;  // scan number and seconds
 
 /// Appends the time of every block of an MGF file that tarvek wrote.
 void AppendMgfTimes(const std::string& path, std::vector<ScanTime>& times);
-
-/// What the log says of the latest processing of a run.
-struct LogFacts {
-  std::optional<double> m_isolation_width;
-  std::optional<double> m_declared_width;  // of most scans, where the run began with an extraction
-  std::vector<std::int32_t> m_without_precursor;  // scan numbers
-  bool m_has_run = false;
-};
-
-/// The logs of a batch, which may have one for all its runs: each is read once.
-class LogBook {
- public:
-  /// Nothing known for a run without a log, or that its log does not name.
-  LogFacts FactsOf(const RunFiles& files);
-
- private:
-  using Log = std::map<std::string, LogFacts, std::less<>>;  // by run
-
-  static Log Read(const std::string& path);
-
-  std::map<std::string, Log> m_logs;  // by path
-};
 
 }  // namespace tarvek::tools

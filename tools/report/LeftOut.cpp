@@ -26,9 +26,12 @@ class LeftOutCounter {
       if (!m_content.IsExported(scan.m_scan_no)) Add(scan.m_scan_no, ReasonOf(scan));
   }
 
-  // The program itself knows best, and knows also what its extractor left out. Which scans they are
-  // is for the others to tell.
-  void TakeRecord(const RunRecord& record) {
+  void CountRecorded(const RunRecord& record) {
+    for (const auto& [scan_no, reason] : record.m_left_out_scans) Add(scan_no, reason);
+  }
+
+  // The program itself knows best how many there are, and knows also what its extractor left out.
+  void TakeCounts(const RunRecord& record) {
     const auto read = record.Count(kCountMs2Read);
     const auto exported = record.Count(kCountMs2Exported);
     if (!read || !exported) return;
@@ -48,8 +51,7 @@ class LeftOutCounter {
           Count(kGapReason, known[i] - number);
           break;
         }
-        const auto scan_no = static_cast<std::int32_t>(number);
-        Add(scan_no, m_content.IsWarnedOf(scan_no) ? kNoUsablePrecursor : kGapReason);
+        Add(static_cast<std::int32_t>(number), kGapReason);
       }
   }
 
@@ -62,16 +64,19 @@ class LeftOutCounter {
   void Add(std::int32_t scan_no, std::string_view reason) {
     Count(reason, 1);
     if (m_report.m_left_out.size() < kMaxLeftOut)
-      m_report.m_left_out.push_back({scan_no, TimeOfScan(m_times, scan_no), reason});
+      m_report.m_left_out.push_back({scan_no, TimeOfScan(m_times, scan_no), std::string(reason)});
   }
 
   [[nodiscard]] std::string_view ReasonOf(const InputScan& scan) const {
+    if (m_content.Record()) {
+      const auto recorded = m_content.Record()->m_left_out_scans.find(scan.m_scan_no);
+      if (recorded != m_content.Record()->m_left_out_scans.end()) return recorded->second;
+    }
     if (std::ranges::find(kActivationTypes, scan.m_activation) == kActivationTypes.end())
       return kActivationNotKnown;
     if (std::ranges::find(kInstrumentTypes, scan.m_analyser) == kInstrumentTypes.end())
       return kAnalyserNotKnown;
-    return scan.m_declared.empty() || m_content.IsWarnedOf(scan.m_scan_no) ? kNoUsablePrecursor
-                                                                           : kOtherReason;
+    return scan.m_declared.empty() ? kNoUsablePrecursor : kOtherReason;
   }
 
   // Of surveys and exported scans, ascending.
@@ -95,9 +100,11 @@ void CountLeftOut(const RunContent& content, std::span<const ScanTime> times, bo
   LeftOutCounter counter(content, times, report);
   if (content.HasInput())
     counter.CountInput();
-  else if (has_surveys && !times.empty() && !content.Record())
+  else if (content.Record())
+    counter.CountRecorded(*content.Record());
+  else if (has_surveys && !times.empty())
     counter.CountGaps();
-  if (content.Record()) counter.TakeRecord(*content.Record());
+  if (content.Record()) counter.TakeCounts(*content.Record());
 }
 
 }  // namespace tarvek::tools

@@ -297,9 +297,9 @@ TEST(CheckXmlInput, AFileOfAnotherKindIsADefect) {
   EXPECT_THAT(report.Findings().front().m_meaning, HasSubstr("neither mzML nor mzXML"));
 }
 
-TEST(CheckXmlInput, TheNameOfAFileDoesNotSayThatItIsTruncated) {
+TEST(CheckXmlInput, TheWordDoesNotSayThatAFileIsTruncated) {
   const TemporaryDirectory directory;
-  WriteFile(directory / "truncated_run.mzML", "<html></html>");
+  WriteFile(directory / "truncated_run.mzML", "<truncated></truncated>");
   CheckReport report;
   CheckXmlInput(report, directory / "truncated_run.mzML", {});
   EXPECT_THAT(Codes(report), ElementsAre("unreadable"));

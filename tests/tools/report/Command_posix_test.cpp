@@ -192,23 +192,32 @@ TEST_F(ReportCommand, RefusesAWidthOfNothing) {
   EXPECT_EQ(json::parse(ReadFile(m_directory / "hand.report.json"))["isolation_width"], 3.5);
 }
 
-TEST_F(ReportCommand, KnowsTheIsolationWidthAndTheWarningsOfABatch) {
-  const auto tools = fs::path(TARVEK_TOOLS_PROGRAM).string();
-  const std::string here = "cd '" + m_directory.Path() + "' && '" + tools + "' ";
-  ASSERT_EQ(std::system((here + "simulate --seed 1 --ms2 20 run >/dev/null").c_str()), 0);
-  ASSERT_EQ(std::system((here + "batch -- -D run.ms1 -O out -W 4 -I '" TARVEK_SOURCE_DIR
-                                "/data/IPV.txt' >/dev/null 2>&1")
-                            .c_str()),
-            0);
-  const auto source = [&] {
-    EXPECT_EQ(Run("out"), 0) << Err();
-    const json summary = json::parse(ReadFile(m_directory / "out/run.report.json"));
-    EXPECT_EQ(summary["isolation_width"], 4.0);
-    return summary["isolation_width_source"];
+TEST_F(ReportCommand, KnowsBothIsolationWidthsOfARunFromItsRecordAlone) {
+  const fs::path programs = fs::path(TARVEK_TOOLS_PROGRAM).parent_path();
+  fs::create_symlink(programs / "morvex_xml.exe", m_directory / "morvex_xml.exe");
+  const auto run = [&](const std::string& command) {
+    const std::string here = "cd '" + m_directory.Path() + "' && '" + programs.string() + "/";
+    return std::system((here + command + " >/dev/null 2>&1").c_str());
   };
-  EXPECT_EQ(source(), "as the record says");
+  ASSERT_EQ(run("tarvek-tools' simulate --seed 1 --ms2 20 --format mzml run"), 0);
+  ASSERT_EQ(
+      run("tarvek' -D run.mzML -F mzml -O out -L . -W 4 -I '" TARVEK_SOURCE_DIR "/data/IPV.txt'"),
+      0);
+  fs::remove(m_directory / "out/run.morvex");
+  const auto summary = [&] {
+    EXPECT_EQ(Run("out"), 0) << Err();
+    return json::parse(ReadFile(m_directory / "out/run.report.json"));
+  };
+  const json known = summary();
+  EXPECT_EQ(known["isolation_width"], 4.0);
+  EXPECT_EQ(known["isolation_width_source"], "as the record says");
+  EXPECT_EQ(known["declared_isolation_width"], 2.0);
+  EXPECT_EQ(known["declared_isolation_width_source"], "run.tarvek");
+  EXPECT_TRUE(known["remarks"].contains("isolation-width"));
   fs::remove(m_directory / "out/run.tarvek");
-  EXPECT_EQ(source(), "as the log says");
+  const json unknown = summary();
+  EXPECT_EQ(unknown["isolation_width_source"], "not known, so tarvek's default");
+  EXPECT_TRUE(unknown["declared_isolation_width"].is_null());
 }
 
 // A HEK293 run from an LTQ Orbitrap Velos (MetaMorpheus test data); its numbers of scans and of

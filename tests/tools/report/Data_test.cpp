@@ -24,8 +24,7 @@ using testing::ElementsAre;
 using testing::Pair;
 
 RunReport ReportOf(const TemporaryDirectory& directory, const ReportSettings& settings = {}) {
-  LogBook logs;
-  return ReadRunReport(FindRunFiles(directory / "hand", ""), settings, logs);
+  return ReadRunReport(FindRunFiles(directory / "hand", ""), settings);
 }
 
 RunReport HandReport() {
@@ -212,13 +211,18 @@ TEST(RunReport, TakesTheIsolationWidthThatItIsGiven) {
   EXPECT_EQ(HandReport().m_isolation_width, 2.0);
 }
 
-TEST(RunReport, TakesTheIsolationWidthOfTheLog) {
+TEST(RunReport, TakesTheIsolationWidthOfTheRecordAndKnowsNoneWithout) {
   const TemporaryDirectory directory;
   WriteHandRun(directory);
   WriteFile(directory / "TarvekPlusLog.txt",
             "[Tarvek] <INFO> - 11: isolation_width = 3.000000\n"
             "[Tarvek] <INFO> - Start to process in/hand.ms1\n");
-  EXPECT_EQ(ReportOf(directory).m_isolation_width, 3.0);
+  const RunReport without = ReportOf(directory);
+  EXPECT_FALSE(without.m_knows_width);
+  EXPECT_EQ(without.m_isolation_width, 2.0);
+  EXPECT_THAT(RunPage(without), testing::HasSubstr("2 m/z (not known, so tarvek&#39;s default)"));
+  WriteFile(directory / "hand.tarvek", "setting\tisolation_width\t4.000000\n");
+  EXPECT_EQ(ReportOf(directory).m_isolation_width, 4.0);
 }
 
 TEST(RunReport, SumsTheIonCurrentOfEachSurvey) {
@@ -235,14 +239,9 @@ TEST(RunReport, TakesMissingNumbersForScansLeftOutWhereTheInputIsNotThere) {
   WriteHandRun(directory);
   EXPECT_EQ(ReportOf(directory).m_left_out_count, 0);
   WriteFile(directory / "hand.csv", std::string(kTableHeader) + kRowAtDeclared);
-  WriteFile(directory / "TarvekPlusLog.txt",
-            "[Tarvek] <INFO> - Start to process in/hand.ms1\n"
-            "[Tarvek] <WARN> - Cannot find precursor information for scan 4.\n");
   const RunReport report = ReportOf(directory);
   EXPECT_EQ(report.m_left_out_count, 2);
-  EXPECT_THAT(report.m_left_out_reasons,
-              ElementsAre(Pair("no usable precursor declared or determined", 1),
-                          Pair("number in no output", 1)));
+  EXPECT_THAT(report.m_left_out_reasons, ElementsAre(Pair("number in no output", 2)));
   EXPECT_EQ(report.m_left_out[0].m_scan_no, 3);
   EXPECT_EQ(report.m_left_out[0].m_rt_s, 90.0);
   EXPECT_EQ(LeftOutShare(report), 2.0 / 3.0);
@@ -364,6 +363,27 @@ TEST(RunReport, TakesTheReasonsOfTheRecordForThoseOfTheInput) {
   EXPECT_THAT(RunPage(report), testing::HasSubstr("MS level above 2"));
 }
 
+// Scan 9 has a declared precursor, which the run could not use: its record alone says so.
+TEST(RunReport, NamesTheScansOfTheRecordWithTheInputAndWithout) {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);
+  WriteFile(directory / "hand.tarvek",
+            "count\tms2_exported\t6\ncount\tms2_read\t10\nleft_out\tempty\t3\n"
+            "left_out\tno usable precursor declared or determined\t1\n"
+            "left_out_scan\t9\tno usable precursor declared or determined\n");
+  for (const bool has_input : {false, true}) {
+    SCOPED_TRACE(has_input);
+    if (has_input) WriteFile(directory / "hand.ms2", Ms2Text(9, 5, 130.0, "HCD", "FTMS", 2));
+    const RunReport report = ReportOf(directory);
+    EXPECT_EQ(report.m_left_out_count, 4);
+    ASSERT_EQ(report.m_left_out.size(), 1u);
+    EXPECT_EQ(report.m_left_out[0].m_scan_no, 9);
+    EXPECT_EQ(report.m_left_out[0].m_reason, "no usable precursor declared or determined");
+    EXPECT_EQ(report.m_left_out[0].m_rt_s, has_input ? 130.0 : 120.0);  // of the last survey
+    EXPECT_THAT(RunPage(report), testing::HasSubstr("<td class=\"number\">1</td><td>9</td>"));
+  }
+}
+
 std::vector<std::string> RemarksOf(const RunReport& report) {
   std::vector<std::string> remarks;
   for (const ReportFinding& remark : ReportRemarks(report)) remarks.push_back(remark.m_id);
@@ -387,6 +407,20 @@ TEST(RunReport, ComparesTheWidthWithThatOfTheInstrumentFile) {
   EXPECT_THAT(remarks_of_width("2.500000"), testing::ElementsAre("isolation-width"));
   EXPECT_THAT(RunPage(ReportOf(directory)),
               testing::HasSubstr("declares a width of 2.2 m/z (hand.mzML)"));
+}
+
+TEST(RunReport, PrefersTheDeclaredWidthOfTheRecordToThatOfTheMarkerAndThatToTheInstrumentFile) {
+  const TemporaryDirectory directory;
+  WriteHandRun(directory);
+  WriteFile(directory / "hand.mzML", extractor::test::Mzml({extractor::test::Fragment(2)}));
+  EXPECT_EQ(ReportOf(directory).m_declared_width, 2.0);
+  WriteFile(directory / "hand.morvex", "All spectra of hand were extracted.\nwidth\t3.00\t1\n");
+  EXPECT_EQ(ReportOf(directory).m_declared_width, 3.0);
+  EXPECT_EQ(ReportOf(directory).m_declared_width_source, "hand.morvex");
+  EXPECT_THAT(ReadSources(ReportOf(directory)), ElementsAre("hand.csv", "hand.pf1", "hand.morvex"));
+  WriteFile(directory / "hand.tarvek", "width\t3.00\t9\nwidth\t4.00\t10\n");
+  EXPECT_EQ(ReportOf(directory).m_declared_width, 4.0);
+  EXPECT_EQ(ReportOf(directory).m_declared_width_source, "hand.tarvek");
 }
 
 TEST(RunReport, NeverFindsAnEmptyTableAsUsual) {

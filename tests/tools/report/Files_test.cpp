@@ -79,18 +79,6 @@ TEST(FindRunFiles, TakesNoScanTableOfARunWhoseNameGoesOnBehindAPoint) {
             Slashed(directory / "a.mscsv"));
 }
 
-TEST(FindRunFiles, PrefersTheLogThatABatchWroteForTheRun) {
-  const TemporaryDirectory directory;
-  WriteFile(directory / "a.csv", kTableHeader);
-  WriteFile(directory / "TarvekPlusLog.txt", "");
-  EXPECT_EQ(Slashed(FindRunFiles(directory / "a", "").m_log),
-            Slashed(directory / "TarvekPlusLog.txt"));
-  std::filesystem::create_directories(directory / "batch_logs/a");
-  WriteFile(directory / "batch_logs/a/TarvekPlusLog.txt", "");
-  EXPECT_EQ(Slashed(FindRunFiles(directory / "a", "").m_log),
-            Slashed(directory / "batch_logs/a/TarvekPlusLog.txt"));
-}
-
 TEST(FindRunFiles, NamesTheTableThatIsMissingAndSaysWhenTheRunDidNotFinish) {
   const TemporaryDirectory directory;
   EXPECT_EQ(MessageOf([&] { FindRunFiles(directory / "a", ""); }),
@@ -259,97 +247,6 @@ TEST(AppendMgfTimes, NamesATimeThatIsNoNumber) {
   std::vector<ScanTime> times;
   EXPECT_EQ(MessageOf([&] { AppendMgfTimes(path, times); }),
             path + ", line 3: 'abc' is not a number.");
-}
-
-LogFacts FactsOf(const std::string& log_path, const std::string& run_name) {
-  RunFiles files;
-  files.m_name = run_name;
-  files.m_log = log_path;
-  LogBook logs;
-  return logs.FactsOf(files);
-}
-
-TEST(LogBook, NamesASettingAndAScanThatAreNoNumbers) {
-  const TemporaryDirectory directory;
-  const std::string path = directory / "log.txt";
-  WriteFile(path, "\n[Tarvek] <INFO> - 11: isolation_width = x\n");
-  EXPECT_EQ(MessageOf([&] { FactsOf(path, "a"); }), path + ", line 2: 'x' is not a number.");
-  WriteFile(path,
-            "[Tarvek] <INFO> - Start to process a.ms1\n"
-            "[Tarvek] <WARN> - Cannot find precursor information for scan \n");
-  EXPECT_EQ(MessageOf([&] { FactsOf(path, "a"); }), path + ", line 2: '' is not a number.");
-}
-
-TEST(LogBook, KeepsToTheLatestProcessingOfTheRun) {
-  const TemporaryDirectory directory;
-  const std::string start = "[Tarvek] <INFO> - Start to process ";
-  const std::string warning = "[Tarvek] <WARN> - Cannot find precursor information for scan ";
-  WriteFile(directory / "log.txt",
-            "[Tarvek] <INFO> - 11: isolation_width = 2.000000\n" + start + "in/a.ms1\n" + warning +
-                "3.\n" + start + "in/a.ms2\n" +  // the first time
-                "[Tarvek] <INFO> - 11: isolation_width = 4.000000\n" + start + "in/a.ms1\n" +
-                warning + "17.\n" + warning + "19.\n" + start + "out/a.pf1\n" +  // the latest
-                start + "in/b.ms1\n" + warning + "5.\n" +                        // another run
-                "[Tarvek] <INFO> - 11: isolation_width = 1.000000\n" + start + "in/c.ms1\n");
-  const LogFacts facts = FactsOf(directory / "log.txt", "a");
-  EXPECT_TRUE(facts.m_has_run);
-  EXPECT_EQ(facts.m_isolation_width, 4.0);
-  EXPECT_THAT(facts.m_without_precursor, ElementsAre(17, 19));
-  EXPECT_FALSE(FactsOf(directory / "log.txt", "d").m_has_run);
-}
-
-TEST(LogBook, TellsApartRunsWhoseNamesGoOnBehindAPoint) {
-  const TemporaryDirectory directory;
-  const std::string start = "[Tarvek] <INFO> - Start to process ";
-  const std::string warning = "[Tarvek] <WARN> - Cannot find precursor information for scan ";
-  WriteFile(directory / "log.txt",
-            "[Tarvek] <INFO> - 11: isolation_width = 2.000000\n" + start + "in/a.ms1\n" + warning +
-                "3.\n" + "[Tarvek] <INFO> - 11: isolation_width = 4.000000\n" + start +
-                "in/a.2.ms1\n" + warning + "17.\n" + start + "in/a.mzml.ms1\n" + start +
-                "in/a.2.raw.msb\n" + warning + "18.\n");
-  const LogFacts facts = FactsOf(directory / "log.txt", "a");
-  EXPECT_EQ(facts.m_isolation_width, 2.0);
-  EXPECT_THAT(facts.m_without_precursor, ElementsAre(3));
-  EXPECT_THAT(FactsOf(directory / "log.txt", "a.2").m_without_precursor, ElementsAre(18));
-}
-
-TEST(LogBook, KnowsTheWidthOfMostScansOfTheExtraction) {
-  const TemporaryDirectory directory;
-  WriteFile(directory / "log",
-            "[Tarvek] <INFO> -   Isolation widths (Th): 2.0 (3 scans); 4.0 (318 scans)\n"
-            "[Tarvek] <INFO> - Start to process in/run.ms1\n"
-            "[Tarvek] <INFO> - Start to process in/other.ms1\n");
-  LogBook logs;
-  RunFiles run;
-  run.m_log = directory / "log";
-  run.m_name = "run";
-  EXPECT_EQ(logs.FactsOf(run).m_declared_width, 4.0);
-  run.m_name = "other";  // was extracted before, by another program start
-  EXPECT_EQ(logs.FactsOf(run).m_declared_width, std::nullopt);
-}
-
-TEST(LogBook, ReadsALogOnce) {
-  const TemporaryDirectory directory;
-  RunFiles files;
-  files.m_log = directory / "log.txt";
-  WriteFile(files.m_log,
-            "[Tarvek] <INFO> - Start to process a.ms1\n[Tarvek] <INFO> - Start to process b.ms1\n");
-  LogBook logs;
-  files.m_name = "a";
-  EXPECT_TRUE(logs.FactsOf(files).m_has_run);
-  std::filesystem::remove(files.m_log);
-  files.m_name = "b";
-  EXPECT_TRUE(logs.FactsOf(files).m_has_run);
-  EXPECT_FALSE(LogBook().FactsOf(RunFiles{}).m_has_run);
-}
-
-TEST(LogBook, KnowsARunByItsBinaryInput) {
-  const TemporaryDirectory directory;
-  WriteFile(directory / "log.txt",
-            "[Tarvek] <INFO> - 11: isolation_width = 3.000000\n"
-            "[Tarvek] <INFO> - Start to process out/a.mzml.msb\n"
-            "[Tarvek] <INFO> - Start to process out/a.mzml.mscsv\n");
-  EXPECT_EQ(FactsOf(directory / "log.txt", "a").m_isolation_width, 3.0);
 }
 
 TEST(ReadTextInput, SaysWhatEachScanDeclares) {
