@@ -6,7 +6,7 @@
 
 #include "mgf/Title.h"
 #include "NumberText.h"
-#include "outputs/TableReader.h"
+#include "TableReader.h"
 
 namespace tarvek::tools {
 namespace {

@@ -17,7 +17,7 @@
 #include "RunDriver.h"
 #include "ScoringModels.h"
 #include "StringUtils.h"
-#include "outputs/TableReader.h"
+#include "TableReader.h"
 
 namespace tarvek::tools {
 namespace {

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "check/Findings.h"
-#include "outputs/PrecursorTableReader.h"
+#include "PrecursorTableReader.h"
 #include "SpectrumRecords.h"
 
 namespace tarvek::tools {

@@ -16,7 +16,7 @@
 #include "NumberText.h"
 #include "outputs/QuietLibrary.h"
 #include "StringUtils.h"
-#include "outputs/TableReader.h"
+#include "TableReader.h"
 
 namespace tarvek::tools {
 namespace {

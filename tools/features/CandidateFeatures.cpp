@@ -13,7 +13,7 @@
 #include "PrecursorDetermination.h"
 #include "ScoringModels.h"
 #include "StringUtils.h"
-#include "outputs/TableReader.h"
+#include "TableReader.h"
 #include "TextSpectrumSource.h"
 #include "UnfinishedFile.h"
 

@@ -17,10 +17,10 @@
 #include <utility>
 #include <vector>
 
-#include "score/IsotopeShift.h"
-#include "report/Files.h"
 #include "SpectrumRecords.h"
 #include "UserParameters.h"
+#include "report/Files.h"
+#include "score/IsotopeShift.h"
 
 namespace tarvek::tools {
 

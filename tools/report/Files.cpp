@@ -1,32 +1,29 @@
 #include "report/Files.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <string_view>
 
-#include "batch/Plan.h"
 #include "FileUtils.h"
 #include "Logger.h"
-#include "mgf/Title.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
-#include "outputs/OutputNames.h"
-#include "outputs/PrecursorTableReader.h"
-#include "outputs/QuietLibrary.h"
+#include "PrecursorTableReader.h"
 #include "RunDriver.h"
-#include "outputs/RunOutcome.h"
 #include "ScanTable.h"
 #include "StringUtils.h"
-#include "outputs/TableReader.h"
+#include "TableReader.h"
+#include "batch/Plan.h"
+#include "mgf/Title.h"
+#include "outputs/OutputNames.h"
+#include "outputs/QuietLibrary.h"
+#include "outputs/RunOutcome.h"
 
 namespace tarvek::tools {
 namespace {
 
 constexpr std::string_view kTableEnding = ".csv";
-constexpr std::int64_t kPeakBytes = 16;
-constexpr std::int64_t kPfPrecursorBytes = 12;
 
 std::string IfThere(std::string path) { return FileExists(path) ? std::move(path) : std::string(); }
 
@@ -56,13 +53,6 @@ ReportRow WithoutSigns(const PrecursorRow& read) {
   for (const Precursor& precursor : read.m_determined)
     row.m_determined.push_back(WithoutSigns(precursor));
   return row;
-}
-
-std::uint64_t LittleEndian(std::string_view bytes) {
-  std::uint64_t value = 0;
-  for (std::size_t i = bytes.size(); i-- > 0;)
-    value = value << 8U | static_cast<unsigned char>(bytes[i]);
-  return value;
 }
 
 // Takes ending off text; false, and text as it was, when it ends otherwise.
@@ -223,53 +213,6 @@ std::vector<ReportRow> ReadReportRows(const std::string& path) {
   for (PrecursorRow row; reader.Next(row);) rows.push_back(WithoutSigns(row));
   return rows;
 }
-
-PfScans::PfScans(const std::string& path, PfKind kind)
-    : m_path(path),
-      m_kind(kind),
-      m_file(OpenFile(path, "rb", "PF")),
-      m_size_bytes(m_file.SizeBytes()) {
-  m_left = Integer();
-  Bytes(Integer());  // the title
-  if (m_left == 0 && m_bytes.ConsumedBytes() < m_size_bytes)
-    throw m_path + " counts no scans but holds some: it was not closed.";
-}
-
-bool PfScans::Next(PfScan& scan) {
-  scan.m_peaks.clear();
-  if (m_left <= 0) {
-    if (m_bytes.ConsumedBytes() < m_size_bytes) throw m_path + " holds more scans than it counts.";
-    return false;
-  }
-  --m_left;
-  scan.m_scan_no = Integer();
-  const std::string_view peaks = Bytes(kPeakBytes * Integer());
-  scan.m_peaks.reserve(peaks.size() / kPeakBytes);
-  for (std::size_t at = 0; at < peaks.size(); at += kPeakBytes)
-    scan.m_peaks.push_back({std::bit_cast<double>(LittleEndian(peaks.substr(at, 8))),
-                            std::bit_cast<double>(LittleEndian(peaks.substr(at + 8, 8)))});
-  const std::int32_t precursors = Integer();
-  if (m_kind == PfKind::kSurveys) {
-    scan.m_rt_s = Real();
-    Integer();
-  } else {
-    Bytes(kPfPrecursorBytes * precursors);
-  }
-  return true;
-}
-
-std::string_view PfScans::Bytes(std::int64_t count) {
-  if (count < 0 || count > m_size_bytes - m_bytes.ConsumedBytes())
-    throw m_path + " is damaged or cut short at byte " + std::to_string(m_bytes.ConsumedBytes()) +
-        ".";
-  return m_bytes.Take(static_cast<std::size_t>(count));
-}
-
-std::int32_t PfScans::Integer() {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(LittleEndian(Bytes(4))));
-}
-
-double PfScans::Real() { return std::bit_cast<double>(LittleEndian(Bytes(8))); }
 
 std::vector<InputScan> ReadTextInput(const std::string& ms2_path) {
   const QuietLibrary quiet;
