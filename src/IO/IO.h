@@ -2,6 +2,7 @@
 #pragma once
 
 #include "MgfReader.h"
+#include "MgfText.h"
 #include "MgfWriter.h"
 #include "MsTextHeader.h"
 #include "MsTextReader.h"

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "check/Findings.h"
 #include "SpectrumRecords.h"
+#include "check/Findings.h"
 
 namespace tarvek::tools {
 

@@ -7,6 +7,7 @@
 
 #include "FileUtils.h"
 #include "Logger.h"
+#include "MgfText.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
 #include "PrecursorTableReader.h"
@@ -15,7 +16,6 @@
 #include "StringUtils.h"
 #include "TableReader.h"
 #include "batch/Plan.h"
-#include "mgf/Title.h"
 #include "outputs/OutputNames.h"
 #include "outputs/QuietLibrary.h"
 #include "outputs/RunOutcome.h"
@@ -246,14 +246,15 @@ void AppendMgfTimes(const std::string& path, std::vector<ScanTime>& times) {
   std::int32_t scan_no = 0;
   bool is_titled = false;
   for (std::string line; lines.Next(line);) {
-    if (line.starts_with("TITLE=")) {
-      const auto title = ParseMgfTitle(std::string_view(line).substr(6));
+    const auto [token, text] = ReadMgfLine(line);
+    if (token == MgfToken::kTitle) {
+      const auto title = ParseMgfTitle(text);
       if (!title) lines.Fail("no scan number in the title.");
       scan_no = title->m_scan_no;
       is_titled = true;
-    } else if (is_titled && line.starts_with("RTINSECONDS=")) {
+    } else if (is_titled && token == MgfToken::kTime) {
       if (times.empty() || times.back().first != scan_no)
-        times.emplace_back(scan_no, lines.Real(std::string_view(line).substr(12)));
+        times.emplace_back(scan_no, lines.Real(text));
       is_titled = false;
     }
   }
