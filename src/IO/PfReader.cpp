@@ -22,8 +22,7 @@ PfReader::PfReader(const std::string& path)
 
 bool PfReader::ReadHeader() {
   const auto count = Integer();
-  const auto title_bytes = count ? Integer() : std::nullopt;
-  const auto title = title_bytes ? Bytes(*title_bytes) : std::nullopt;
+  const auto title = count ? Items(1) : std::nullopt;
   if (!title) return false;
   m_count = *count;
   m_title = *title;
@@ -43,10 +42,9 @@ bool PfReader::ReadNext(PfRecord& record, PfPeaks peaks) {
 }
 
 bool PfReader::ReadPeaks(std::vector<Peak>& peaks) {
-  const auto count = Integer();
-  const auto bytes = count ? Bytes(*count * kPeakBytes) : std::nullopt;
+  const auto bytes = Items(kPeakBytes);
   if (!bytes) return false;
-  peaks.reserve(static_cast<std::size_t>(*count));
+  peaks.reserve(bytes->size() / kPeakBytes);
   const char* const end = bytes->data() + bytes->size();
   for (const char* at = bytes->data(); at != end; at += kPeakBytes)
     peaks.push_back({RealAt(at), RealAt(at + kRealBytes)});
@@ -61,8 +59,7 @@ bool PfReader::StepOverPeaks() {
 }
 
 bool PfReader::ReadPrecursors(std::vector<Precursor>& precursors) {
-  const auto count = Integer();
-  const auto bytes = count ? Bytes(*count * kPrecursorBytes) : std::nullopt;
+  const auto bytes = Items(kPrecursorBytes);
   if (!bytes) return false;
   const char* const end = bytes->data() + bytes->size();
   for (const char* at = bytes->data(); at != end; at += kPrecursorBytes)
@@ -114,6 +111,12 @@ std::optional<std::string_view> PfReader::Bytes(std::int64_t count) {
   const std::string_view bytes = m_bytes.Take(static_cast<std::size_t>(count));
   if (bytes.size() < static_cast<std::size_t>(count)) return std::nullopt;
   return bytes;
+}
+
+/// As many items as the integer before them says.
+std::optional<std::string_view> PfReader::Items(std::int64_t item_bytes) {
+  const auto count = Integer();
+  return count ? Bytes(*count * item_bytes) : std::nullopt;
 }
 
 std::optional<std::int32_t> PfReader::Integer() {

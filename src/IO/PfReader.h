@@ -57,6 +57,7 @@ class PfReader {
     return m_size_bytes - m_bytes.ConsumedBytes();
   }
   std::optional<std::string_view> Bytes(std::int64_t count);
+  std::optional<std::string_view> Items(std::int64_t item_bytes);
   std::optional<std::int32_t> Integer();
   bool ReadHeader();
   bool ReadPeaks(std::vector<Peak>& peaks);

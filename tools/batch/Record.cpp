@@ -4,7 +4,6 @@
 
 #include "FileUtils.h"
 #include "IsotopeTable.h"
-#include "outputs/QuietLibrary.h"
 #include "RunDriver.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
@@ -13,7 +12,6 @@ namespace tarvek::tools {
 namespace {
 
 std::string FingerprintOf(const UserParameters& settings) {
-  const QuietLibrary quiet;  // it says which table it takes
   return IsotopeTableFingerprint(
       ReadIsotopeTable(IsotopeTablePath(settings, InstalledTablePath())));
 }

@@ -7,11 +7,10 @@
 #include <string_view>
 #include <system_error>
 
-#include "check/Account.h"
 #include "FileUtils.h"
 #include "IsotopeTable.h"
-#include "outputs/QuietLibrary.h"
 #include "RunDriver.h"
+#include "check/Account.h"
 
 namespace tarvek::tools {
 namespace {
@@ -77,12 +76,8 @@ FragmentFacts FactsOf(const MS2Spectrum& scan) {
 CheckedTable CheckIsotopeTable(CheckReport& report, const std::string& ipv_file) {
   constexpr const char* kAdvice =
       "Name a table with -I, or write one with tarvek-tools ipv IPV.txt.";
-  std::string path = ipv_file;
+  const std::string path = IsotopeTablePath(ipv_file, InstalledTablePath());
   try {
-    {
-      const QuietLibrary quiet;
-      path = IsotopeTablePath(ipv_file, InstalledTablePath());
-    }
     const IsotopeTable table = ReadIsotopeTable(path);
     if (std::ranges::any_of(table, IsEmptyRow))
       report.Defect("isotope-table", path,
