@@ -123,7 +123,7 @@ void DeleteExtracted(const UserParameters& parameters) {
 
 void runAllDataPaths(const UserParameters& parameters) {
   SetPeakLineFormat(parameters.m_peak_format);
-  LoadIsotopeTable(IsotopeTablePath(parameters, InstalledTablePath()));
+  LoadIsotopeTable(SayIsotopeTablePath(parameters, InstalledTablePath()));
   DataPathWalk walk(parameters);
   for (const std::string& path : parameters.m_datapaths) walk.Process(path);
 }
@@ -190,15 +190,20 @@ std::string InstalledTablePath() {
 }
 
 std::string IsotopeTablePath(const std::string& ipv_file, const std::string& installed_table) {
-  if (ipv_file != kDefaultIpvFile || FileExists(ipv_file) || !FileExists(installed_table))
-    return ipv_file;
-  logInfo("Uses the installed isotope table " + installed_table);
-  return installed_table;
+  const bool is_given = ipv_file != kDefaultIpvFile || FileExists(ipv_file);
+  return is_given || !FileExists(installed_table) ? ipv_file : installed_table;
 }
 
 std::string IsotopeTablePath(const UserParameters& parameters, const std::string& installed_table) {
   return parameters.m_ipv_file_is_given ? parameters.m_ipv_file
                                         : IsotopeTablePath(parameters.m_ipv_file, installed_table);
+}
+
+std::string SayIsotopeTablePath(const UserParameters& parameters,
+                                const std::string& installed_table) {
+  std::string path = IsotopeTablePath(parameters, installed_table);
+  if (path != parameters.m_ipv_file) logInfo("Uses the installed isotope table " + path);
+  return path;
 }
 
 }  // namespace tarvek

@@ -54,4 +54,8 @@ std::string IsotopeTablePath(const std::string& ipv_file, const std::string& ins
 /// default one.
 std::string IsotopeTablePath(const UserParameters& parameters, const std::string& installed_table);
 
+/// The same; the log says so when it is the installed one.
+std::string SayIsotopeTablePath(const UserParameters& parameters,
+                                const std::string& installed_table);
+
 }  // namespace tarvek

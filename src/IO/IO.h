@@ -2,13 +2,17 @@
 #pragma once
 
 #include "MgfReader.h"
+#include "MgfText.h"
 #include "MgfWriter.h"
 #include "MsTextHeader.h"
 #include "MsTextReader.h"
 #include "MsbReader.h"
 #include "PeakLineFormat.h"
+#include "PfReader.h"
 #include "PfWriter.h"
 #include "PrecursorCsvWriter.h"
+#include "PrecursorTable.h"
+#include "PrecursorTableReader.h"
 #include "RunRecord.h"
 #include "ScanCompletion.h"
 #include "ScanNumber.h"
@@ -16,3 +20,4 @@
 #include "SpectrumFile.h"
 #include "SpectrumRecords.h"
 #include "SpectrumWriterGroup.h"
+#include "TableReader.h"

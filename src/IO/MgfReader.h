@@ -3,7 +3,7 @@
 // Owns:     the open file, and what was read of the block that comes next.
 // Throws:   a std::string: "Cannot open MGF File, Path: ..."; kMgfTitleError for a block whose scan
 //           number, charge or m/z cannot be read; what File::Read throws.
-// Not here: keys other than TITLE, CHARGE and PEPMASS, which are passed over.
+// Not here: the lines (MgfText.h); keys other than TITLE, CHARGE and PEPMASS are passed over.
 #pragma once
 
 #include <cstdint>

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "MgfText.h"
 #include "NumberText.h"
 #include "PeakLineFormat.h"
 
@@ -30,7 +31,8 @@ void MgfWriter::WriteMs2(const MS2Spectrum& scan) {
     AppendBlockStart(scan, i);
     Stream().Write(m_block_start);
     Stream().Write(m_peak_lines);
-    Stream().Write("END IONS\n");
+    Stream().Write(kMgfEnd);
+    Stream().Write("\n");
   }
 }
 
@@ -39,17 +41,14 @@ void MgfWriter::AppendBlockStart(const MS2Spectrum& scan, std::size_t precursor_
   const Precursor& precursor = scan.m_precursors[precursor_index];
   const std::int64_t charge = precursor.m_charge;
   std::string& text = m_block_start;
-  text.append("BEGIN IONS\nTITLE=").append(m_title);
-  for (const std::int64_t field : {std::int64_t{scan.m_scan_no}, std::int64_t{scan.m_scan_no},
-                                   charge, static_cast<std::int64_t>(precursor_index)}) {
-    text.push_back('.');
-    AppendInteger(text, field);
-  }
-  text.append(".dta\nCHARGE=");
+  text.append(kMgfBegin).push_back('\n');
+  AppendMgfTitle(text, {m_title, scan.m_scan_no, precursor.m_charge,
+                        static_cast<std::int32_t>(precursor_index)});
+  text.append(kMgfCharge);
   AppendInteger(text, std::abs(charge));
-  text.append(charge < 0 ? "-\nRTINSECONDS=" : "+\nRTINSECONDS=");
+  text.append(charge < 0 ? "-\n" : "+\n").append(kMgfTime);
   AppendFixed(text, scan.m_rt, kRetentionTimeDecimals);
-  text.append("\nPEPMASS=");
+  text.append("\n").append(kMgfPepmass);
   AppendFixed(text, std::fabs(precursor.m_mz), kMzDecimals);
   text.push_back('\n');
 }

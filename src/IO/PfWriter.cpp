@@ -2,6 +2,8 @@
 
 #include <bit>
 
+#include "PfReader.h"
+
 namespace tarvek {
 namespace {
 
@@ -26,7 +28,7 @@ void WritePeaks(OutputFile& stream, std::span<const Peak> peaks, std::string& sc
 }  // namespace
 
 PfWriter::PfWriter(const std::string& path, std::string_view mode, const std::string& title)
-    : SpectrumWriter(path, mode, "PF"), m_index(path + "idx", mode, "PF index") {
+    : SpectrumWriter(path, mode, "PF"), m_index(PfIndexPath(path), mode, "PF index") {
   // Changes nothing in an empty file, but a file whose start cannot be reached again, such as a
   // pipe, is refused now instead of at the end of the run.
   Stream().OverwriteStart({});
@@ -61,8 +63,7 @@ void PfWriter::StartRecord(std::int32_t scan_no, std::span<const Peak> peaks) {
   CountRecord();
   m_bytes.clear();
   PutInt32(m_bytes, scan_no);
-  // Offsets have 32 bits in this format; beyond 2^31 - 1 they wrap.
-  PutInt32(m_bytes, static_cast<std::int32_t>(Stream().PositionBytes()));
+  PutInt32(m_bytes, PfIndexOffset(Stream().PositionBytes()));
   m_index.Write(m_bytes);
 
   m_bytes.clear();

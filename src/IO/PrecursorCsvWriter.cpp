@@ -5,22 +5,13 @@
 #include "FileUtils.h"
 #include "NumberText.h"
 #include "OutputFile.h"
+#include "PrecursorTable.h"
 #include "UnfinishedFile.h"
 
 namespace tarvek {
 namespace {
 
 constexpr int kMzDecimals = 6;
-
-// What a row says of the declared precursor of a scan that has none.
-constexpr Precursor kNoPrecursor = {-1.0, -1};
-
-// Five slots are named; rows hold as many as there are. "Totle" is part of the format.
-constexpr std::string_view kHeader =
-    "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, TotleNumOfPrecursor, "
-    "PrecursorIdentifier, MZ, Charge, PrecursorIdentifier, MZ, Charge, "
-    "PrecursorIdentifier, MZ, Charge, PrecursorIdentifier, MZ, Charge, "
-    "PrecursorIdentifier, MZ, Charge\n";
 
 // Every field of a row, the last one too, is followed by a comma and a blank.
 void AppendField(std::string& row, std::string_view field) { row.append(field).append(", "); }
@@ -41,7 +32,7 @@ void AppendFields(std::string& row, const Precursor& precursor) {
 PrecursorCsvWriter::PrecursorCsvWriter(const std::string& final_path, std::string_view mode)
     : SpectrumWriter(final_path, mode, OutputFile(TemporaryPathOf(final_path), mode, "CSV")),
       m_temporary_path(TemporaryPathOf(final_path)) {
-  Stream().Write(kHeader);
+  Stream().Write(kPrecursorTableHeader);
 }
 
 std::string PrecursorCsvWriter::TemporaryPathOf(const std::string& final_path) {
@@ -55,7 +46,7 @@ void PrecursorCsvWriter::WriteRow(const MS2Spectrum& scan) {
   AppendField(m_row, scan.m_instrument_type);
   AppendField(m_row, std::int64_t{scan.m_scan_no});
   AppendFields(m_row,
-               scan.m_orig_precursors.empty() ? kNoPrecursor : scan.m_orig_precursors.front());
+               scan.m_orig_precursors.empty() ? kNothingDeclared : scan.m_orig_precursors.front());
   AppendField(m_row, static_cast<std::int64_t>(scan.m_precursors.size()));
   for (std::size_t i = 0; i < scan.m_precursors.size(); ++i) {
     AppendField(m_row, static_cast<std::int64_t>(i + 1));

@@ -31,4 +31,15 @@ std::string_view ReadAhead::Take(std::size_t size) {
   return taken;
 }
 
+bool ReadAhead::Skip(std::int64_t size) {
+  const std::int64_t behind_view = size - static_cast<std::int64_t>(m_end - m_begin);
+  if (behind_view <= 0) {
+    Consume(static_cast<std::size_t>(size));
+    return true;
+  }
+  m_begin = m_end = 0;
+  m_read_bytes += behind_view;
+  return m_file->Seek(m_read_bytes);
+}
+
 }  // namespace tarvek

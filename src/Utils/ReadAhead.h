@@ -33,6 +33,10 @@ class ReadAhead {
   /// or Take.
   std::string_view Take(std::size_t size);
 
+  /// Consumes the next size bytes, which the file has, without reading them all; false when it cannot
+  /// be repositioned. For a file that was at its start when this began to read.
+  bool Skip(std::int64_t size);
+
   [[nodiscard]] std::int64_t ConsumedBytes() const noexcept {
     return m_read_bytes - static_cast<std::int64_t>(m_end - m_begin);
   }

@@ -93,12 +93,17 @@ TEST_F(RunDriver, UsesTheTableThatIsNamed) {
 TEST_F(RunDriver, UsesTheInstalledTableWhenTheDefaultOneIsMissing) {
   const std::string installed = MakeFile("installed.txt");
   ASSERT_FALSE(std::filesystem::exists("IPV.txt")) << "in the current directory";
-  CaptureConsole([&] { EXPECT_EQ(IsotopeTablePath("IPV.txt", installed), installed); });
+  EXPECT_EQ(IsotopeTablePath("IPV.txt", installed), installed);
 }
 TEST_F(RunDriver, SaysWhichInstalledTableItUses) {
   const std::string installed = MakeFile("installed.txt");
-  const std::string out = CaptureConsole([&] { IsotopeTablePath("IPV.txt", installed); }).m_out;
-  EXPECT_EQ(out, "[Tarvek] <INFO> - Uses the installed isotope table " + installed + "\n");
+  UserParameters parameters;
+  const auto said = [&] {
+    return CaptureConsole([&] { SayIsotopeTablePath(parameters, installed); }).m_out;
+  };
+  EXPECT_EQ(said(), "[Tarvek] <INFO> - Uses the installed isotope table " + installed + "\n");
+  parameters.m_ipv_file = "other.txt";
+  EXPECT_EQ(said(), "");
 }
 TEST_F(RunDriver, KeepsTheDefaultNameWhenNoTableIsInstalled) {
   EXPECT_EQ(IsotopeTablePath("IPV.txt", m_directory / "none.txt"), "IPV.txt");
@@ -110,7 +115,7 @@ TEST_F(RunDriver, KeepsTheDefaultNameWhenThePlaceOfTheProgramIsUnknown) {
 TEST_F(RunDriver, KeepsTheDefaultNameThatIsGiven) {
   UserParameters parameters;
   const std::string installed = MakeFile("installed.txt");
-  CaptureConsole([&] { EXPECT_EQ(IsotopeTablePath(parameters, installed), installed); });
+  EXPECT_EQ(IsotopeTablePath(parameters, installed), installed);
   parameters.m_ipv_file_is_given = true;
   EXPECT_EQ(IsotopeTablePath(parameters, installed), "IPV.txt");
 }

@@ -11,7 +11,6 @@ namespace tarvek::tools {
 namespace {
 
 std::string FingerprintOf(const UserParameters& settings) {
-  const QuietLibrary quiet;  // it says which table it takes
   return IsotopeTableFingerprint(
       ReadIsotopeTable(IsotopeTablePath(settings, InstalledTablePath())));
 }

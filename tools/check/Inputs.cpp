@@ -77,12 +77,8 @@ CheckedTable CheckIsotopeTable(CheckReport& report, const CheckOptions& options)
   UserParameters parameters;
   parameters.m_ipv_file = options.m_ipv_file;
   parameters.m_ipv_file_is_given = options.m_ipv_file_is_given;
-  std::string path = options.m_ipv_file;
+  const std::string path = IsotopeTablePath(parameters, InstalledTablePath());
   try {
-    {
-      const QuietLibrary quiet;
-      path = IsotopeTablePath(parameters, InstalledTablePath());
-    }
     const IsotopeTable table = ReadIsotopeTable(path);
     if (std::ranges::any_of(table, IsEmptyRow))
       report.Defect("isotope-table", path,

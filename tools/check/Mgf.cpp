@@ -4,9 +4,9 @@
 #include <set>
 #include <string_view>
 
+#include "MgfText.h"
 #include "NumberText.h"
-#include "mgf/Title.h"
-#include "outputs/TableReader.h"
+#include "TableReader.h"
 
 namespace tarvek::tools {
 namespace {
@@ -21,7 +21,7 @@ class MgfLooker {
     TextLines lines(m_path);
     for (std::string line; lines.Next(line);) {
       m_line = lines.Number();
-      Take(line);
+      Take(ReadMgfLine(line));
     }
     if (m_in_block)
       Defect("mgf-end", "The file ends inside the block that begins in line " +
@@ -33,14 +33,15 @@ class MgfLooker {
   }
 
  private:
-  void Take(std::string_view line) {
-    if (line == "BEGIN IONS") return Begin();
-    if (line == "END IONS") return End();
-    if (!m_in_block || line.empty()) return;
-    if (line.front() >= '0' && line.front() <= '9') ++m_peaks;
-    if (line.starts_with("TITLE=")) TakeTitle(line.substr(6));
-    if (line.starts_with("PEPMASS=")) m_block.m_precursor.m_mz = ParseReal(line.substr(8));
-    if (line.starts_with("CHARGE=")) TakeCharge(line.substr(7));
+  void Take(const MgfLine& line) {
+    if (line.m_token == MgfToken::kBegin) return Begin();
+    if (line.m_token == MgfToken::kEnd) return End();
+    if (!m_in_block) return;
+    if (line.m_token == MgfToken::kPeak) ++m_peaks;
+    if (line.m_token == MgfToken::kTitle) TakeTitle(line.m_text);
+    if (line.m_token == MgfToken::kPepmass) m_block.m_precursor.m_mz = ParseReal(line.m_text);
+    if (line.m_token == MgfToken::kCharge)
+      m_block.m_precursor.m_charge = ScanMgfCharge(line.m_text).m_value;
   }
 
   void Begin() {
@@ -69,12 +70,6 @@ class MgfLooker {
     m_has_title = true;
     m_block.m_scan_no = title->m_scan_no;
     if (m_content.m_blocks.empty()) m_content.m_run_name = title->m_run;
-  }
-
-  void TakeCharge(std::string_view text) {
-    m_block.m_precursor.m_charge = ParseInteger(text);
-    if (text.find('-') != std::string_view::npos)
-      m_block.m_precursor.m_charge = -m_block.m_precursor.m_charge;
   }
 
   // One finding of each kind; the others of a damaged file say the same.

@@ -9,12 +9,12 @@
 #include <unordered_set>
 
 #include "MgfReader.h"
+#include "MgfText.h"
 #include "NumberText.h"
 #include "StringUtils.h"
+#include "TableReader.h"
 #include "check/Inputs.h"
-#include "mgf/Title.h"
 #include "outputs/QuietLibrary.h"
-#include "outputs/TableReader.h"
 
 namespace tarvek::tools {
 namespace {
@@ -49,7 +49,7 @@ class MgfLooker {
  public:
   MgfLook Look(const std::string& path) {
     TextLines lines(path);
-    for (std::string line; lines.Next(line);) Take(line, lines.Number());
+    for (std::string line; lines.Next(line);) Take(ReadMgfLine(line), lines.Number());
     return std::move(m_look);
   }
 
@@ -62,18 +62,23 @@ class MgfLooker {
     std::size_t m_hash = 0;  // of the peak lines
   };
 
-  void Take(std::string_view line, std::int64_t number) {
-    constexpr std::string_view kTitle = "TITLE=";
-    if (!line.empty() && line.front() >= '0' && line.front() <= '9') return TakePeak(line);
-    if (line.starts_with("BEGIN IONS")) {
-      m_look.m_ends_inside = true;
-    } else if (line.starts_with(kTitle)) {
-      m_look.m_ends_inside = true;
-      TakeTitle(line.substr(kTitle.size()), number);
-    } else if (line.starts_with("CHARGE=")) {
-      m_block.m_has_charge = ParseInteger(line.substr(7)) != 0;
-    } else if (line.starts_with("END IONS")) {
-      End(number);
+  void Take(const MgfLine& line, std::int64_t number) {
+    switch (line.m_token) {
+      case MgfToken::kPeak:
+        return TakePeak(line.m_text);
+      case MgfToken::kBegin:
+        m_look.m_ends_inside = true;
+        return;
+      case MgfToken::kTitle:
+        m_look.m_ends_inside = true;
+        return TakeTitle(line.m_text, number);
+      case MgfToken::kCharge:
+        m_block.m_has_charge = ScanMgfCharge(line.m_text).m_value != 0;
+        return;
+      case MgfToken::kEnd:
+        return End(number);
+      default:
+        return;
     }
   }
 
@@ -84,23 +89,14 @@ class MgfLooker {
     m_block.m_hash = m_block.m_hash * 31 + std::hash<std::string_view>()(line);
   }
 
-  // A run reads the scan number of a title that ends as ours do from the right, and takes the second
-  // field of any other.
   void TakeTitle(std::string_view text, std::int64_t number) {
-    const auto title = ParseMgfTitle(text);
-    const auto second = ScanInteger(TokenAt(text, '.', 1));
-    if (title && m_look.m_run.empty()) m_look.m_run = title->m_run;
-    if (title && EndsLikeOurs(text, title->m_scan_no))
-      m_block.m_scan_no = title->m_scan_no;
-    else if (second.m_status == NumberStatus::kOk)
-      m_block.m_scan_no = second.m_value;
+    if (m_look.m_run.empty())
+      if (const auto title = ParseMgfTitle(text)) m_look.m_run = title->m_run;
+    const auto scan_no = ScanMgfScanNumber(text);
+    if (scan_no.m_status == NumberStatus::kOk)
+      m_block.m_scan_no = scan_no.m_value;
     else
       m_look.m_bad_titles.Add(number);
-  }
-
-  static bool EndsLikeOurs(std::string_view text, std::int32_t scan_no) {
-    const std::string field = "." + std::to_string(scan_no);
-    return text.ends_with(".dta") && text.find(field + field + ".") != std::string_view::npos;
   }
 
   void End(std::int64_t number) {

@@ -111,8 +111,8 @@ class OutputsCheck {
   void CheckPf1() {
     const auto content = ReadPf(".pf1");
     if (!content || !content->m_is_whole) return;
-    m_surveys = static_cast<std::int64_t>(content->m_records.size());
-    for (const PfRecord& record : content->m_records) {
+    m_surveys = static_cast<std::int64_t>(content->m_scans.size());
+    for (const CheckedPfScan& record : content->m_scans) {
       if (record.m_precursors.size() == 1 && record.m_precursors.front().m_charge == 1) continue;
       m_report->Defect("pf1-shape", m_outputs->Path(".pf1"),
                        "A survey has no retention time, as if it were a fragment scan.", kRunAgain,
@@ -137,13 +137,13 @@ class OutputsCheck {
 
   void ComparePf2(const std::string& path, const PfContent& content,
                   const std::vector<ExportedScan>& rows) {
-    if (content.m_records.size() != rows.size()) {
-      Disagree(path, std::to_string(content.m_records.size()) + " scans stand against " +
+    if (content.m_scans.size() != rows.size()) {
+      Disagree(path, std::to_string(content.m_scans.size()) + " scans stand against " +
                          std::to_string(rows.size()) + " rows of the table.");
       return;
     }
     for (std::size_t i = 0; i < rows.size(); ++i) {
-      const PfRecord& record = content.m_records[i];
+      const CheckedPfScan& record = content.m_scans[i];
       if (record.m_scan_no == rows[i].m_scan_no && SameList(record.m_precursors, rows[i])) continue;
       Disagree(path, "The table has other precursors for this scan, or another scan in its place.",
                record.m_scan_no);

@@ -16,8 +16,8 @@
 #include "RunDriver.h"
 #include "ScoringModels.h"
 #include "StringUtils.h"
+#include "TableReader.h"
 #include "outputs/QuietLibrary.h"
-#include "outputs/TableReader.h"
 
 namespace tarvek::tools {
 namespace {

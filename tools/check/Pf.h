@@ -1,8 +1,9 @@
 // tools/check/Pf.h: one .pf1 or .pf2 file with its index.
 // Does:     walks the records from the header to the end of the file and compares header, index and
-//           records with each other; peaks are stepped over.
+//           records with each other; peaks are not kept.
 // Throws:   a std::string when a file cannot be opened or read.
-// Not here: whether the records agree with other files (check/Outputs.h). Format: docs/formats/pf.md.
+// Not here: the format (PfReader of src/IO); whether the records agree with other files
+//           (check/Outputs.h).
 #pragma once
 
 #include <cstdint>
@@ -14,14 +15,14 @@
 
 namespace tarvek::tools {
 
-struct PfRecord {
+struct CheckedPfScan {
   std::int32_t m_scan_no = 0;
   std::vector<Precursor> m_precursors;  // of a .pf1 file: retention time and charge 1
 };
 
 struct PfContent {
   std::string m_title;
-  std::vector<PfRecord> m_records;
+  std::vector<CheckedPfScan> m_scans;
   bool m_is_whole = true;  // no defect was found
 };
 

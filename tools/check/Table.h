@@ -9,9 +9,9 @@
 #include <string>
 #include <vector>
 
+#include "PrecursorTableReader.h"
 #include "SpectrumRecords.h"
 #include "check/Findings.h"
-#include "outputs/PrecursorTableReader.h"
 
 namespace tarvek::tools {
 

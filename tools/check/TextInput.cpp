@@ -13,10 +13,10 @@
 #include "MsTextReader.h"
 #include "NumberText.h"
 #include "StringUtils.h"
+#include "TableReader.h"
 #include "check/Account.h"
 #include "check/Inputs.h"
 #include "outputs/QuietLibrary.h"
-#include "outputs/TableReader.h"
 
 namespace tarvek::tools {
 namespace {

@@ -13,9 +13,9 @@
 #include "PrecursorDetermination.h"
 #include "ScoringModels.h"
 #include "StringUtils.h"
+#include "TableReader.h"
 #include "TextSpectrumSource.h"
 #include "UnfinishedFile.h"
-#include "outputs/TableReader.h"
 
 namespace tarvek::tools {
 namespace {

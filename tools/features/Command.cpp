@@ -31,7 +31,7 @@ void RunFeatures(FeaturesOptions& options) {
   UserParameters& parameters = options.m_parameters;
   std::tie(parameters.m_charge_min, parameters.m_charge_max) = options.m_charges;
   DeriveHalfWidths(parameters);
-  LoadIsotopeTable(IsotopeTablePath(parameters, InstalledTablePath()));
+  LoadIsotopeTable(SayIsotopeTablePath(parameters, InstalledTablePath()));
   WriteFeatureTable(parameters, options.m_table);
 }
 

@@ -1,21 +1,14 @@
 #include "mgf/Blocks.h"
 
 #include "FileUtils.h"
+#include "MgfText.h"
 #include "StringUtils.h"
-#include "mgf/Title.h"
 
 namespace tarvek::tools {
 namespace {
 
-constexpr std::string_view kBegin = "BEGIN IONS";
-constexpr std::string_view kEnd = "END IONS";
-
 // No line of ours comes near; a file of something else is not read into memory as one line.
 constexpr std::size_t kMaxLineBytes = std::size_t{1} << 20;
-
-bool IsPeakLine(std::string_view line) {
-  return !line.empty() && line.front() >= '0' && line.front() <= '9';
-}
 
 }  // namespace
 
@@ -29,16 +22,17 @@ bool MgfBlockReader::ReadNext(MgfBlock& block) {
   block.m_rt_text.clear();
   block.m_pepmass_text.clear();
   block.m_peaks.clear();
-  std::string_view line;
-  while (ReadLine(line)) {
-    if (IsPeakLine(line)) {
-      if (!line.ends_with('\n')) Fail("the file ends inside a block");
-      block.m_peaks += line;
-    } else if (TrimRight(line) == kEnd) {
+  std::string_view bytes;
+  while (ReadLine(bytes)) {
+    const MgfLine line = ReadMgfLine(bytes);
+    if (line.m_token == MgfToken::kPeak) {
+      if (!bytes.ends_with('\n')) Fail("the file ends inside a block");
+      block.m_peaks += bytes;
+    } else if (line.m_token == MgfToken::kEnd && line.m_text.empty()) {
       CheckComplete(block);
       return true;
     } else {
-      ReadHeader(TrimRight(line), block);
+      TakeHeader(line, block);
     }
   }
   Fail("the file ends inside a block");
@@ -46,11 +40,11 @@ bool MgfBlockReader::ReadNext(MgfBlock& block) {
 
 /// Goes behind the next BEGIN IONS; false at the end of the file.
 bool MgfBlockReader::FindBlock() {
-  std::string_view line;
-  while (ReadLine(line)) {
-    const std::string_view text = TrimRight(line);
-    if (text == kBegin) return true;
-    if (!text.empty()) Fail("expected BEGIN IONS");
+  std::string_view bytes;
+  while (ReadLine(bytes)) {
+    const MgfLine line = ReadMgfLine(bytes);
+    if (line.m_token == MgfToken::kBegin && line.m_text.empty()) return true;
+    if (!TrimRight(bytes).empty()) Fail("expected BEGIN IONS");
   }
   return false;
 }
@@ -72,24 +66,31 @@ bool MgfBlockReader::ReadLine(std::string_view& line) {
   return !line.empty();
 }
 
-void MgfBlockReader::ReadHeader(std::string_view line, MgfBlock& block) {
-  const std::size_t equals = line.find('=');
-  if (equals == std::string_view::npos) Fail("a line that is neither a key nor a peak");
-  const std::string_view key = line.substr(0, equals);
-  const std::string_view value = line.substr(equals + 1);
-  if (key == "TITLE")
-    ReadTitle(value, block);
-  else if (key == "CHARGE")
-    block.m_charge_text = value;
-  else if (key == "RTINSECONDS")
-    block.m_rt_text = value;
-  else if (key == "PEPMASS")
-    block.m_pepmass_text = value;
-  else
-    Fail("the key " + std::string(key) + " is none of those that tarvek writes");
+void MgfBlockReader::TakeHeader(const MgfLine& line, MgfBlock& block) const {
+  switch (line.m_token) {
+    case MgfToken::kTitle:
+      return TakeTitle(line.m_text, block);
+    case MgfToken::kCharge:
+      block.m_charge_text = line.m_text;
+      return;
+    case MgfToken::kTime:
+      block.m_rt_text = line.m_text;
+      return;
+    case MgfToken::kPepmass:
+      block.m_pepmass_text = line.m_text;
+      return;
+    default:
+      RefuseLine(line.m_text);
+  }
 }
 
-void MgfBlockReader::ReadTitle(std::string_view text, MgfBlock& block) {
+void MgfBlockReader::RefuseLine(std::string_view text) const {
+  const std::size_t equals = text.find('=');
+  if (equals == std::string_view::npos) Fail("a line that is neither a key nor a peak");
+  Fail("the key " + std::string(text.substr(0, equals)) + " is none of those that tarvek writes");
+}
+
+void MgfBlockReader::TakeTitle(std::string_view text, MgfBlock& block) const {
   const auto title = ParseMgfTitle(text);
   if (!title || !title->m_is_whole)
     Fail("the title is not of the form run.scan.scan.charge.index.dta");

@@ -12,6 +12,7 @@
 #include <string>
 #include <string_view>
 
+#include "MgfText.h"
 #include "Platform.h"
 #include "ReadAhead.h"
 
@@ -42,8 +43,9 @@ class MgfBlockReader {
  private:
   bool ReadLine(std::string_view& line);
   bool FindBlock();
-  void ReadHeader(std::string_view line, MgfBlock& block);
-  void ReadTitle(std::string_view text, MgfBlock& block);
+  void TakeHeader(const MgfLine& line, MgfBlock& block) const;
+  [[noreturn]] void RefuseLine(std::string_view text) const;
+  void TakeTitle(std::string_view text, MgfBlock& block) const;
   void CheckComplete(const MgfBlock& block) const;
   [[noreturn]] void Fail(const std::string& what) const;
 

@@ -18,26 +18,22 @@ constexpr std::array<MgfProfile, 7> kProfiles = {{
     {"mascot", MgfTitleForm::kDta, MgfScans::kScan, true},
 }};
 
-void AppendFields(std::string& text, std::initializer_list<std::int64_t> fields) {
-  for (const std::int64_t field : fields) {
+void AppendTitle(std::string& text, const MgfBlock& block, MgfTitleForm form, std::int64_t place) {
+  const std::string run = WithoutDots(block.m_run);
+  if (form == MgfTitleForm::kDta) {
+    AppendMgfTitle(text, {run, block.m_scan_no, block.m_charge, block.m_index});
+    return;
+  }
+  text.append(kMgfTitle).append(run);
+  for (const std::int64_t field : {place, place, std::int64_t{block.m_charge}}) {
     text += '.';
     AppendInteger(text, field);
-  }
-}
-
-void AppendTitle(std::string& text, const MgfBlock& block, MgfTitleForm form, std::int64_t place) {
-  text.append("TITLE=").append(WithoutDots(block.m_run));
-  if (form == MgfTitleForm::kPlaceAsScan) {
-    AppendFields(text, {place, place, block.m_charge});
-  } else {
-    AppendFields(text, {block.m_scan_no, block.m_scan_no, block.m_charge, block.m_index});
-    text += ".dta";
   }
   text += '\n';
 }
 
-void AppendLine(std::string& text, std::string_view key, std::string_view value) {
-  text.append(key).append("=").append(value).append("\n");
+void AppendLine(std::string& text, std::string_view beginning, std::string_view value) {
+  text.append(beginning).append(value).append("\n");
 }
 
 }  // namespace
@@ -57,16 +53,16 @@ std::string WithoutDots(std::string_view text) {
 
 void AppendMgfBlock(std::string& text, const MgfBlock& block, const MgfProfile& profile,
                     std::int64_t place) {
-  text += "BEGIN IONS\n";
+  AppendLine(text, kMgfBegin, {});
   AppendTitle(text, block, profile.m_title, place);
   if (profile.m_scans != MgfScans::kNone)
-    AppendLine(text, "SCANS",
+    AppendLine(text, "SCANS=",
                std::to_string(profile.m_scans == MgfScans::kScan ? block.m_scan_no : place));
-  AppendLine(text, "CHARGE", block.m_charge_text);
-  AppendLine(text, "RTINSECONDS", block.m_rt_text);
-  AppendLine(text, "PEPMASS", block.m_pepmass_text);
+  AppendLine(text, kMgfCharge, block.m_charge_text);
+  AppendLine(text, kMgfTime, block.m_rt_text);
+  AppendLine(text, kMgfPepmass, block.m_pepmass_text);
   text += block.m_peaks;
-  text += "END IONS\n";
+  AppendLine(text, kMgfEnd, {});
 }
 
 }  // namespace tarvek::tools

@@ -5,9 +5,9 @@
 
 #include "FileUtils.h"
 #include "Platform.h"
+#include "PrecursorTableReader.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
-#include "outputs/PrecursorTableReader.h"
 
 namespace tarvek::tools {
 namespace {

@@ -9,6 +9,7 @@
 #include "FileUtils.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
+#include "PfReader.h"
 #include "outputs/DeclaredWidth.h"
 #include "outputs/QuietLibrary.h"
 #include "report/Content.h"
@@ -171,9 +172,9 @@ class ReportBuilder {
 
   void ReadSurveys() {
     PurityMeter purity(m_content, m_report);
-    ForEachSurvey([&](PfScan& survey) {
-      m_report.m_surveys.push_back({survey.m_rt_s, TotalIntensity(survey.m_peaks)});
-      m_survey_times.emplace_back(survey.m_scan_no, survey.m_rt_s);
+    ForEachSurvey([&](MS1Spectrum& survey) {
+      m_report.m_surveys.push_back({survey.m_rt, TotalIntensity(survey.m_peaks)});
+      m_survey_times.emplace_back(survey.m_scan_no, survey.m_rt);
       purity.TakeSurvey(survey);
     });
     purity.Finish();
@@ -184,23 +185,20 @@ class ReportBuilder {
   template <class Action>
   void ForEachSurvey(Action action) const {
     if (!m_files.m_pf1.empty()) {
-      PfScans surveys(m_files.m_pf1, PfKind::kSurveys);
-      for (PfScan survey; surveys.Next(survey);) action(survey);
+      PfReader surveys(m_files.m_pf1);
+      for (MS1Spectrum survey; surveys.ReadMs1(survey);) action(survey);
     } else if (!m_files.m_ms1.empty()) {
       const QuietLibrary quiet;
       Ms1TextReader surveys(m_files.m_ms1, "r");
-      for (MS1Spectrum scan; surveys.ReadNext(scan);) {
-        PfScan survey{scan.m_scan_no, scan.m_rt, scan.m_peaks};
-        action(survey);
-      }
+      for (MS1Spectrum survey; surveys.ReadNext(survey);) action(survey);
     }
   }
 
   void ReadFragments() {
     std::vector<double> peak_counts;
     for (const std::string& path : m_files.m_pf2) {
-      PfScans scans(path, PfKind::kFragments);
-      for (PfScan scan; scans.Next(scan);)
+      PfReader scans(path);
+      for (MS2Spectrum scan; scans.ReadMs2(scan);)
         peak_counts.push_back(static_cast<double>(scan.m_peaks.size()));
     }
     m_report.m_median_ms2_peaks = Median(std::move(peak_counts));

@@ -1,29 +1,25 @@
 #include "report/Files.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 #include <cstdlib>
 #include <string_view>
 
 #include "FileUtils.h"
+#include "MgfText.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
+#include "PrecursorTableReader.h"
 #include "RunDriver.h"
 #include "ScanTable.h"
 #include "StringUtils.h"
-#include "mgf/Title.h"
+#include "TableReader.h"
 #include "outputs/OutputNames.h"
-#include "outputs/PrecursorTableReader.h"
 #include "outputs/QuietLibrary.h"
 #include "outputs/RunOutcome.h"
-#include "outputs/TableReader.h"
 
 namespace tarvek::tools {
 namespace {
-
-constexpr std::int64_t kPeakBytes = 16;
-constexpr std::int64_t kPfPrecursorBytes = 12;
 
 std::string IfThere(std::string path) { return FileExists(path) ? std::move(path) : std::string(); }
 
@@ -53,13 +49,6 @@ ReportRow WithoutSigns(const PrecursorRow& read) {
   for (const Precursor& precursor : read.m_determined)
     row.m_determined.push_back(WithoutSigns(precursor));
   return row;
-}
-
-std::uint64_t LittleEndian(std::string_view bytes) {
-  std::uint64_t value = 0;
-  for (std::size_t i = bytes.size(); i-- > 0;)
-    value = value << 8U | static_cast<unsigned char>(bytes[i]);
-  return value;
 }
 
 // The .mscsv table of an input, whose name may go on with the format that it was extracted from;
@@ -150,53 +139,6 @@ std::vector<ReportRow> ReadReportRows(const std::string& path) {
   return rows;
 }
 
-PfScans::PfScans(const std::string& path, PfKind kind)
-    : m_path(path),
-      m_kind(kind),
-      m_file(OpenFile(path, "rb", "PF")),
-      m_size_bytes(m_file.SizeBytes()) {
-  m_left = Integer();
-  Bytes(Integer());  // the title
-  if (m_left == 0 && m_bytes.ConsumedBytes() < m_size_bytes)
-    throw m_path + " counts no scans but holds some: it was not closed.";
-}
-
-bool PfScans::Next(PfScan& scan) {
-  scan.m_peaks.clear();
-  if (m_left <= 0) {
-    if (m_bytes.ConsumedBytes() < m_size_bytes) throw m_path + " holds more scans than it counts.";
-    return false;
-  }
-  --m_left;
-  scan.m_scan_no = Integer();
-  const std::string_view peaks = Bytes(kPeakBytes * Integer());
-  scan.m_peaks.reserve(peaks.size() / kPeakBytes);
-  for (std::size_t at = 0; at < peaks.size(); at += kPeakBytes)
-    scan.m_peaks.push_back({std::bit_cast<double>(LittleEndian(peaks.substr(at, 8))),
-                            std::bit_cast<double>(LittleEndian(peaks.substr(at + 8, 8)))});
-  const std::int32_t precursors = Integer();
-  if (m_kind == PfKind::kSurveys) {
-    scan.m_rt_s = Real();
-    Integer();
-  } else {
-    Bytes(kPfPrecursorBytes * precursors);
-  }
-  return true;
-}
-
-std::string_view PfScans::Bytes(std::int64_t count) {
-  if (count < 0 || count > m_size_bytes - m_bytes.ConsumedBytes())
-    throw m_path + " is damaged or cut short at byte " + std::to_string(m_bytes.ConsumedBytes()) +
-        ".";
-  return m_bytes.Take(static_cast<std::size_t>(count));
-}
-
-std::int32_t PfScans::Integer() {
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(LittleEndian(Bytes(4))));
-}
-
-double PfScans::Real() { return std::bit_cast<double>(LittleEndian(Bytes(8))); }
-
 std::vector<InputScan> ReadTextInput(const std::string& ms2_path) {
   const QuietLibrary quiet;
   const std::vector<std::int32_t> without_charge = ScansWithoutCharge(ms2_path);
@@ -229,14 +171,15 @@ void AppendMgfTimes(const std::string& path, std::vector<ScanTime>& times) {
   std::int32_t scan_no = 0;
   bool is_titled = false;
   for (std::string line; lines.Next(line);) {
-    if (line.starts_with("TITLE=")) {
-      const auto title = ParseMgfTitle(std::string_view(line).substr(6));
+    const auto [token, text] = ReadMgfLine(line);
+    if (token == MgfToken::kTitle) {
+      const auto title = ParseMgfTitle(text);
       if (!title) lines.Fail("no scan number in the title.");
       scan_no = title->m_scan_no;
       is_titled = true;
-    } else if (is_titled && line.starts_with("RTINSECONDS=")) {
+    } else if (is_titled && token == MgfToken::kTime) {
       if (times.empty() || times.back().first != scan_no)
-        times.emplace_back(scan_no, lines.Real(std::string_view(line).substr(12)));
+        times.emplace_back(scan_no, lines.Real(text));
       is_titled = false;
     }
   }

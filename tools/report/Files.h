@@ -1,10 +1,9 @@
 // tools/report/Files.h: the files of a finished run, read for its report.
-// Does:     finds what belongs to a run; reads its table, its PF files, the input scans beside them
-//           and the times in its MGF files.
-// Owns:     a PfScans its open file; the rest returns values.
+// Does:     finds what belongs to a run; reads its table, the input scans beside it and the times in
+//           its MGF files.
 // Throws:   a std::string naming the file, for a text also the line, that cannot be read or is
 //           damaged.
-// Not here: what the numbers mean (report/Data.h).
+// Not here: PF files (PfReader of src/IO); what the numbers mean (report/Data.h).
 #pragma once
 
 #include <cstdint>
@@ -12,8 +11,6 @@
 #include <utility>
 #include <vector>
 
-#include "Platform.h"
-#include "ReadAhead.h"
 #include "SpectrumRecords.h"
 
 namespace tarvek::tools {
@@ -47,37 +44,6 @@ struct ReportRow {
 
 /// The rows in the order of the table.
 std::vector<ReportRow> ReadReportRows(const std::string& path);
-
-struct PfScan {
-  std::int32_t m_scan_no = 0;
-  double m_rt_s = 0.0;  // of a .pf1 file
-  std::vector<Peak> m_peaks;
-};
-
-enum class PfKind { kSurveys, kFragments };
-
-/// The scans of a .pf1 or .pf2 file from front to back; needs no index, so files beyond 2 GiB are
-/// like others.
-class PfScans {
- public:
-  PfScans(const std::string& path, PfKind kind);
-
-  /// Refills scan; false behind the last one. Throws also when the number of scans is not that of
-  /// the header.
-  bool Next(PfScan& scan);
-
- private:
-  std::string_view Bytes(std::int64_t count);
-  std::int32_t Integer();
-  double Real();
-
-  std::string m_path;
-  PfKind m_kind;
-  File m_file;
-  ReadAhead m_bytes{m_file};
-  std::int64_t m_size_bytes = 0;
-  std::int64_t m_left = 0;  // scans
-};
 
 /// What the input says of one MS2 scan.
 struct InputScan {

@@ -83,7 +83,7 @@ void PurityMeter::PlaceRows(const RunContent& content) {
   std::ranges::stable_sort(m_placed, {}, &PlacedRow::m_key);
 }
 
-void PurityMeter::TakeSurvey(PfScan& survey) {
+void PurityMeter::TakeSurvey(MS1Spectrum& survey) {
   MeasureUntil(survey.m_scan_no);
   if (!m_survey) m_survey.emplace();
   std::swap(*m_survey, survey);

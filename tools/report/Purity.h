@@ -40,7 +40,7 @@ class PurityMeter {
   PurityMeter(const RunContent& content, RunReport& report);
 
   /// The surveys in the order of their numbers. Keeps survey and leaves an older one in its place.
-  void TakeSurvey(PfScan& survey);
+  void TakeSurvey(MS1Spectrum& survey);
 
   /// Measures the scans behind the last survey and fills in the medians.
   void Finish();
@@ -61,7 +61,7 @@ class PurityMeter {
   RunReport& m_report;
   std::vector<PlacedRow> m_placed;  // by key
   std::size_t m_next = 0;           // of these
-  std::optional<PfScan> m_survey;
+  std::optional<MS1Spectrum> m_survey;
   std::vector<double> m_main_shares;
   std::vector<double> m_all_shares;
 };

@@ -6,8 +6,8 @@
 #include <optional>
 #include <span>
 
-#include "outputs/PrecursorTableReader.h"
-#include "outputs/TableReader.h"
+#include "PrecursorTableReader.h"
+#include "TableReader.h"
 
 namespace tarvek::tools {
 namespace {

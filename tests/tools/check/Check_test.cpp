@@ -426,8 +426,8 @@ TEST(CheckPf, WrappedOffsetsAreANoteAndNoDefect) {
   CheckReport report;
   const PfContent content = CheckPf(report, directory / "big.pf2");
   EXPECT_TRUE(content.m_is_whole);
-  ASSERT_EQ(content.m_records.size(), 3U);
-  EXPECT_EQ(content.m_records[2].m_precursors.front().m_charge, 2);
+  ASSERT_EQ(content.m_scans.size(), 3U);
+  EXPECT_EQ(content.m_scans[2].m_precursors.front().m_charge, 2);
   ASSERT_THAT(Codes(report), ElementsAre("pf-wrapped"));
   EXPECT_EQ(report.Findings().front().m_severity, Severity::kNote);
   EXPECT_EQ(report.Findings().front().m_place.m_scan_no, 2);

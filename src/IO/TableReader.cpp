@@ -1,4 +1,4 @@
-#include "outputs/TableReader.h"
+#include "TableReader.h"
 
 #include <algorithm>
 
@@ -6,7 +6,7 @@
 #include "NumberText.h"
 #include "StringUtils.h"
 
-namespace tarvek::tools {
+namespace tarvek {
 
 TextLines::TextLines(const std::string& path)
     : m_path(path), m_file(OpenFile(path, "r", "table")), m_lines(m_file) {}
@@ -58,4 +58,4 @@ std::size_t TableReader::ColumnPlace(std::string_view name) const {
   return static_cast<std::size_t>(place - m_fields.begin());
 }
 
-}  // namespace tarvek::tools
+}  // namespace tarvek

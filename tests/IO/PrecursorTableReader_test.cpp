@@ -1,4 +1,4 @@
-#include "outputs/PrecursorTableReader.h"
+#include "PrecursorTableReader.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 
 #include "TestSupport.h"
 
-namespace tarvek::tools {
+namespace tarvek {
 namespace {
 
 using test::MessageOf;
@@ -90,4 +90,4 @@ TEST(IsPrecursorTable, LooksAtTheBeginningOfAFile) {
 }
 
 }  // namespace
-}  // namespace tarvek::tools
+}  // namespace tarvek

@@ -1,4 +1,4 @@
-// tools/outputs/PrecursorTableReader.h: the rows of a precursor table (.csv) as tarvek writes it.
+// IO/PrecursorTableReader.h: the rows of a precursor table (.csv) as tarvek writes it.
 // Does:     tells such a table from other files; gives its rows in their order, and for a damaged
 //           one what is wrong.
 // Owns:     the open file and the current line.
@@ -12,9 +12,9 @@
 #include <vector>
 
 #include "SpectrumRecords.h"
-#include "outputs/TableReader.h"
+#include "TableReader.h"
 
-namespace tarvek::tools {
+namespace tarvek {
 
 /// One row, m/z and charges with the signs that they have in the table.
 struct PrecursorRow {
@@ -58,4 +58,4 @@ class PrecursorTableReader {
 /// no more than a block of it is read. False when it cannot be opened.
 bool IsPrecursorTable(const std::string& path);
 
-}  // namespace tarvek::tools
+}  // namespace tarvek

@@ -1,4 +1,4 @@
-// tools/outputs/TableReader.h: text tables, line by line, with errors that name file and line.
+// IO/TableReader.h: text tables, line by line, with errors that name file and line.
 // Does:     TextLines gives lines however long; TableReader finds the columns of a tab-separated
 //           table by the names in its first line.
 // Owns:     the open file and the current line.
@@ -14,7 +14,7 @@
 #include "LineReader.h"
 #include "Platform.h"
 
-namespace tarvek::tools {
+namespace tarvek {
 
 class TextLines {
  public:
@@ -76,4 +76,4 @@ class TableReader {
   std::vector<std::string_view> m_fields;  // of m_line
 };
 
-}  // namespace tarvek::tools
+}  // namespace tarvek

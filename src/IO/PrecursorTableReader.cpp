@@ -1,4 +1,4 @@
-#include "outputs/PrecursorTableReader.h"
+#include "PrecursorTableReader.h"
 
 #include <iterator>
 #include <span>
@@ -6,16 +6,15 @@
 
 #include "FileUtils.h"
 #include "NumberText.h"
+#include "PrecursorTable.h"
 #include "StringUtils.h"
 
-namespace tarvek::tools {
+namespace tarvek {
 namespace {
 
-constexpr std::string_view kHeaderStart = "ActivationType, InstrumentType, MS2Scan, OrigMZ, ";
-
-// Fields of a row before those of the determined precursors, and of each precursor.
-constexpr std::size_t kFixedFields = 6;
-constexpr std::size_t kPrecursorFields = 3;
+// Enough of the header to tell it from other tables.
+constexpr std::string_view kHeaderStart =
+    kPrecursorTableHeader.substr(0, kPrecursorTableHeader.find("OrigCharge"));
 
 // Every field is followed by a comma and a blank, the last one too.
 std::vector<std::string_view> FieldsOf(std::string_view line) {
@@ -27,18 +26,21 @@ std::vector<std::string_view> FieldsOf(std::string_view line) {
 
 // Of the numbers, which begin with the third field, those of m/z are real ones.
 bool IsNumber(std::span<const std::string_view> fields, std::size_t i) {
-  const bool is_mz = i < kFixedFields ? i == 3 : (i - kFixedFields) % kPrecursorFields == 1;
+  const bool is_mz = i < kPrecursorTableFixedFields
+                         ? i == 3
+                         : (i - kPrecursorTableFixedFields) % kPrecursorTableSlotFields == 1;
   return (is_mz ? ScanReal(fields[i]).m_status : ScanInteger(fields[i]).m_status) ==
          NumberStatus::kOk;
 }
 
 std::string FaultOf(std::span<const std::string_view> fields) {
-  if (fields.size() < kFixedFields) return "The row is cut off or has too few fields.";
+  if (fields.size() < kPrecursorTableFixedFields)
+    return "The row is cut off or has too few fields.";
   for (std::size_t i = 2; i < fields.size(); ++i)
     if (!IsNumber(fields, i)) return "'" + std::string(fields[i]) + "' is not a number.";
-  const std::int64_t given = std::ssize(fields) - std::int64_t{kFixedFields};
+  const std::int64_t given = std::ssize(fields) - std::int64_t{kPrecursorTableFixedFields};
   const std::int32_t count = ParseInteger(fields[5]);
-  if (count >= 0 && given == std::int64_t{kPrecursorFields} * count) return {};
+  if (count >= 0 && given == std::int64_t{kPrecursorTableSlotFields} * count) return {};
   return "The row counts " + std::to_string(count) + " precursors and has " +
          std::to_string(given) + " fields for them.";
 }
@@ -65,7 +67,8 @@ std::string PrecursorTableReader::ReadRow(PrecursorRow& row) const {
   row.m_scan_no = ParseInteger(fields[2]);
   row.m_declared = {ParseReal(fields[3]), ParseInteger(fields[4])};
   row.m_determined.clear();
-  for (std::size_t i = kFixedFields; i < fields.size(); i += kPrecursorFields)
+  for (std::size_t i = kPrecursorTableFixedFields; i < fields.size();
+       i += kPrecursorTableSlotFields)
     row.m_determined.push_back({ParseReal(fields[i + 1]), ParseInteger(fields[i + 2])});
   return {};
 }
@@ -78,4 +81,4 @@ bool IsPrecursorTable(const std::string& path) {
   return lines.ReadPiece(piece) && piece.starts_with(kHeaderStart);
 }
 
-}  // namespace tarvek::tools
+}  // namespace tarvek
