@@ -3,10 +3,11 @@
 
 #include "MgfReader.h"
 #include "MgfWriter.h"
-#include "MsTextHeader.h"
 #include "MsTextReader.h"
+#include "MsTextWriter.h"
 #include "MsbReader.h"
-#include "PeakLineFormat.h"
+#include "MsbWriter.h"
+#include "PeakDigits.h"
 #include "PfWriter.h"
 #include "PrecursorCsvWriter.h"
 #include "RunRecord.h"

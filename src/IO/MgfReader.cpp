@@ -12,8 +12,6 @@ constexpr std::string_view kCharge = "CHARGE=";
 constexpr std::string_view kPepmass = "PEPMASS=";
 constexpr std::string_view kEnd = "END IONS";
 
-constexpr std::int32_t kAssumedCharge = 2;
-
 template <class Number>
 Number Readable(const ScannedNumber<Number>& scanned) {
   if (scanned.m_status != NumberStatus::kOk) throw std::string(kMgfTitleError);

@@ -1,38 +1,16 @@
 #include "MsbReader.h"
 
-#include <bit>
-#include <cstring>
 #include <limits>
 #include <string_view>
 #include <utility>
 
 #include "Check.h"
+#include "LittleEndian.h"
 
 namespace tarvek {
 namespace {
 
 constexpr std::size_t kRecordHeadBytes = 8;
-
-template <class Unsigned>
-Unsigned LittleEndianAt(const char* bytes) {
-  if constexpr (std::endian::native == std::endian::little) {
-    Unsigned value;
-    std::memcpy(&value, bytes, sizeof value);
-    return value;
-  }
-  Unsigned value = 0;
-  for (std::size_t i = sizeof value; i-- > 0;)
-    value = static_cast<Unsigned>(value << 8 | static_cast<unsigned char>(bytes[i]));
-  return value;
-}
-
-std::int32_t Int32At(const char* bytes) {
-  return static_cast<std::int32_t>(LittleEndianAt<std::uint32_t>(bytes));
-}
-
-double RealAt(const char* bytes) {
-  return std::bit_cast<double>(LittleEndianAt<std::uint64_t>(bytes));
-}
 
 }  // namespace
 
@@ -57,7 +35,7 @@ bool MsbReader::ReadNext() {
   TARVEK_CHECK(entry != nullptr && entry->m_scan_no == scan_no, "ans.m_scan_no == scanNo",
                "MsbReader");
   if (peak_count != entry->m_peak_num) throw std::string("The peak num is not equal!");
-  if (entry->m_precursor_scan != -1)
+  if (entry->m_precursor_scan != kNoPrecursorScan)
     QueueMs2(*entry, std::move(peaks));
   else
     QueueMs1(*entry, std::move(peaks));

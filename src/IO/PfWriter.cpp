@@ -2,6 +2,8 @@
 
 #include <bit>
 
+#include "LittleEndian.h"
+
 namespace tarvek {
 namespace {
 

@@ -11,6 +11,7 @@
 #include "Check.h"
 #include "simulate/Encoding.h"
 #include "FileUtils.h"
+#include "LittleEndian.h"
 #include "NumberText.h"
 
 namespace tarvek::tools {

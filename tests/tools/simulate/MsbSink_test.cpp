@@ -1,4 +1,4 @@
-#include "simulate/MsbSink.h"
+#include "simulate/FileSink.h"
 
 #include <gtest/gtest.h>
 
@@ -11,9 +11,8 @@
 #include "MsTextReader.h"
 #include "MsbReader.h"
 #include "ScanTable.h"
-#include "simulate/Acquisition.h"
-#include "simulate/TextSink.h"
 #include "TestSupport.h"
+#include "simulate/Acquisition.h"
 
 namespace tarvek::tools {
 namespace {

@@ -12,9 +12,9 @@
 #include <string_view>
 #include <vector>
 
-#include "simulate/Acquisition.h"
-#include "simulate/TextSink.h"
 #include "TestSupport.h"
+#include "simulate/Acquisition.h"
+#include "simulate/FileSink.h"
 
 namespace tarvek::tools {
 namespace {
