@@ -7,8 +7,7 @@
 
 #include "IsotopeTable.h"
 #include "simulate/Acquisition.h"
-#include "simulate/MsbSink.h"
-#include "simulate/TextSink.h"
+#include "simulate/FileSink.h"
 
 namespace tarvek::bench {
 namespace {

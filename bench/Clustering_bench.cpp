@@ -12,7 +12,7 @@
 #include "ClusterMs2.h"
 #include "IO.h"
 #include "simulate/Acquisition.h"
-#include "simulate/TextSink.h"
+#include "simulate/FileSink.h"
 
 namespace tarvek::bench {
 namespace {

@@ -55,7 +55,7 @@ void BM_WriteMgf(benchmark::State& state) {
   const QuietLog quiet;
   const BenchRun& run = SharedRun();
   for ([[maybe_unused]] auto _ : state) {
-    MgfGroup group(OutputPath("run_.mgf"), "w+", "run");
+    MgfGroup group(OutputPath("run_.mgf"), "w+", "run", {});
     for (const MS2Spectrum& scan : run.m_fragments) group.Write(scan);
     group.Close();
   }

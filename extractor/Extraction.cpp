@@ -13,7 +13,6 @@
 #include "RunReport.h"
 #include "ScanRules.h"
 #include "ScanSinks.h"
-#include "TemporaryOutput.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -23,7 +22,7 @@ std::string BasePath(const ExtractorOptions& options) {
 }
 
 std::unique_ptr<ScanSink> MakeSink(const ExtractorOptions& options, const std::string& format) {
-  const DigitCounts digits{options.m_mz_digits, options.m_intensity_digits};
+  const PeakDigits digits{options.m_mz_digits, options.m_intensity_digits};
   if (options.m_mgf) return MakeMgfSink(BasePath(options), options.m_base_name, digits);
   if (!options.m_msb) return MakeTextSink(BasePath(options), digits);
   const std::string& named = options.m_format.empty() ? format : options.m_format;
@@ -171,15 +170,14 @@ std::string MarkerPath(const ExtractorOptions& options) { return BasePath(option
 
 Marker::Marker(const ExtractorOptions& options)
     : m_text("All spectra of " + options.m_base_name + " were extracted.\n"),
-      m_file(PreparedMarkerPath(options)) {
+      m_file(PreparedMarkerPath(options), "output", {.m_is_locked = true}) {
   const std::string old = MarkerPath(options);
   if (!DeleteFileAt(old) && FileExists(old)) throw "Cannot delete file: " + old;
 }
 
 void Marker::Complete(const RunRecord& record) {
-  m_file.Write(m_text + RunRecordText(record));
-  m_file.Close();
-  m_file.Commit();
+  m_file.File().Write(m_text + RunRecordText(record));
+  m_file.TakeName();
 }
 
 void Extract(const ExtractorOptions& options, const std::string& path, Marker& marker,

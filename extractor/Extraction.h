@@ -11,7 +11,7 @@
 
 #include "ExtractorOptions.h"
 #include "RunRecord.h"
-#include "TemporaryOutput.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek::extractor {
 
@@ -31,7 +31,7 @@ class Marker {
 
  private:
   std::string m_text;
-  TemporaryOutput m_file;
+  UnfinishedFile m_file;
 };
 
 /// Extracts path, which is options.m_input or what that was converted to. marker: that of options.

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "StringUtils.h"
+
 namespace tarvek::extractor {
 namespace {
 
@@ -312,7 +314,6 @@ constexpr auto kModels = std::to_array<InstrumentModel>({
 
 bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
 bool IsLower(char c) { return c >= 'a' && c <= 'z'; }
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 /// A name without what does not count, and where its words begin.
 struct PlainName {

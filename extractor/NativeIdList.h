@@ -2,7 +2,7 @@
 // Does:     writes BASE.nativeid.tsv, a line for each written scan that is numbered by its position;
 //           for every one when the whole file is numbered so; no file when there is none.
 // Owns:     the file, which has its final name once Commit has returned.
-// Throws:   what TemporaryOutput throws.
+// Throws:   what UnfinishedFile throws.
 // Not here: the numbers (ScanRules.h).
 #pragma once
 
@@ -12,7 +12,7 @@
 #include <string_view>
 #include <utility>
 
-#include "TemporaryOutput.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek::extractor {
 
@@ -33,7 +33,7 @@ class NativeIdList {
  private:
   std::string m_path;
   bool m_takes_all;
-  std::optional<TemporaryOutput> m_file;
+  std::optional<UnfinishedFile> m_file;
 };
 
 }  // namespace tarvek::extractor

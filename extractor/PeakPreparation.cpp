@@ -1,6 +1,6 @@
 #include "PeakPreparation.h"
 
-#include "ScanSinks.h"
+#include "NumberText.h"
 
 namespace tarvek::extractor {
 namespace {

@@ -14,12 +14,6 @@ namespace {
 constexpr std::size_t kMaxKeys = 100;
 constexpr std::int64_t kBytesPerMb = 1'000'000;
 
-std::string Fixed(double value, int decimals) {
-  std::string text;
-  AppendFixed(text, value, decimals);
-  return text;
-}
-
 std::string Megabytes(std::int64_t bytes) {
   return Fixed(static_cast<double>(bytes) / static_cast<double>(kBytesPerMb), 1) + " MB";
 }

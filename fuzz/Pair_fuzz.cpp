@@ -5,7 +5,6 @@
 #include "IsotopeTable.h"
 #include "Ms2Loop.h"
 #include "OutputSet.h"
-#include "PeakLineFormat.h"
 
 namespace tarvek::fuzz {
 namespace {
@@ -20,7 +19,6 @@ UserParameters Prepare() {
                                                   {"logfilepath", ScratchDirectory()},
                                                   {"outputpath", ScratchDirectory()},
                                                   {"rewrite_files", "1"}});
-  SetPeakLineFormat(parameters.m_peak_format);
   SetCurrentFile(parameters, ScratchPath("run.ms1"));
   return parameters;
 }

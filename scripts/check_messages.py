@@ -15,13 +15,13 @@ from pathlib import Path
 
 # Files whose texts are explained elsewhere or are words of instrument files: parameter template, headers of text
 # spectra, makers' names; elements of mzML and mzXML, words for analysers and arrays, models of instruments.
-OTHER_FILES = {"src/UserParameters/ParameterText.cpp", "src/IO/MsTextHeader.cpp", "src/Utils/ProductTexts.h",
+OTHER_FILES = {"src/UserParameters/ParameterText.cpp", "src/IO/MsTextWriter.cpp", "src/Utils/ProductTexts.h",
                "extractor/MzmlElements.cpp", "extractor/MzxmlElements.cpp", "extractor/InstrumentTerms.cpp",
                "extractor/InstrumentModels.cpp"}
 
 # Beginnings of literals, escapes as written.
 NO_MESSAGES = (
-    "BEGIN IONS", "END IONS", "ActivationType, ", "%.5f %.1f", "%.Nf %.Mf",  # file formats
+    "BEGIN IONS", "END IONS", "ActivationType, ", "%.5f %.1f",  # file formats
     " -a -i ",  # the extractor's command line
     "\\t |       E-mail: ", "\\t |       Web: ", "\\t /       Tarvek2.0 (",  # banner
     "\\nUSAGE:\\n", "\\t\\tdefault: ",  # usage text

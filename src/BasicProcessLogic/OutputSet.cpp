@@ -3,6 +3,7 @@
 #include "FileUtils.h"
 #include "Logger.h"
 #include "RunSummary.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek {
 namespace {
@@ -17,7 +18,7 @@ std::string RemoveOldTable(const UserParameters& parameters) {
 }
 
 std::string TemporaryTablePath(const UserParameters& parameters) {
-  return PrecursorCsvWriter::TemporaryPathOf(FinishedTablePath(parameters));
+  return UnfinishedPathOf(FinishedTablePath(parameters));
 }
 
 void DeleteWhenEmpty(const std::string& path) {
@@ -78,7 +79,9 @@ OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim)
     m_pf1.emplace(OutputPath(parameters, ".pf1"), "wb+", title);
     m_pf2.emplace(OutputPath(parameters, "_.pf2"), "wb+", title);
   }
-  if (parameters.m_output_mgf) m_mgf.emplace(OutputPath(parameters, "_.mgf"), "w+", title);
+  if (parameters.m_output_mgf)
+    m_mgf.emplace(OutputPath(parameters, "_.mgf"), "w+", title,
+                  PeakDigits{parameters.m_mz_digits, parameters.m_intensity_digits});
 }
 
 void OutputSet::WriteMs2(const MS2Spectrum& scan, bool pf2_first) {

@@ -122,7 +122,6 @@ void DeleteExtracted(const UserParameters& parameters) {
 }  // namespace
 
 void runAllDataPaths(const UserParameters& parameters) {
-  SetPeakLineFormat(parameters.m_peak_format);
   LoadIsotopeTable(SayIsotopeTablePath(parameters, InstalledTablePath()));
   DataPathWalk walk(parameters);
   for (const std::string& path : parameters.m_datapaths) walk.Process(path);

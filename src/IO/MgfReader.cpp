@@ -8,8 +8,6 @@
 namespace tarvek {
 namespace {
 
-constexpr std::int32_t kAssumedCharge = 2;
-
 template <class Number>
 Number Readable(const ScannedNumber<Number>& scanned) {
   if (scanned.m_status != NumberStatus::kOk) throw std::string(kMgfTitleError);

@@ -1,13 +1,11 @@
 #include "MgfWriter.h"
 
 #include <cmath>
-#include <cstdint>
 #include <cstdlib>
 #include <utility>
 
 #include "MgfText.h"
 #include "NumberText.h"
-#include "PeakLineFormat.h"
 
 namespace tarvek {
 namespace {
@@ -17,39 +15,44 @@ constexpr int kMzDecimals = 6;
 
 }  // namespace
 
-MgfWriter::MgfWriter(const std::string& path, std::string_view mode, std::string title)
-    : SpectrumWriter(path, mode, "MGF"), m_title(std::move(title)) {}
+MgfWriter::MgfWriter(const std::string& path, std::string_view mode, std::string title,
+                     PeakDigits digits)
+    : SpectrumWriter(path, mode, "MGF"), m_title(std::move(title)), m_digits(digits) {}
 
 void MgfWriter::WriteMs2(const MS2Spectrum& scan) {
   CountRecord();
   if (scan.m_precursors.empty()) return;
   // The same for every precursor, and by far the largest part of a block.
   m_peak_lines.clear();
-  AppendPeakLines(m_peak_lines, scan.m_peaks);
+  AppendPeakLines(m_peak_lines, scan.m_peaks, m_digits);
   for (std::size_t i = 0; i < scan.m_precursors.size(); ++i) {
     m_block_start.clear();
-    AppendBlockStart(scan, i);
+    AppendMgfStart(m_block_start, {.m_title = m_title,
+                                   .m_scan_no = scan.m_scan_no,
+                                   .m_index = i,
+                                   .m_precursor = scan.m_precursors[i],
+                                   .m_rt = scan.m_rt});
     Stream().Write(m_block_start);
     Stream().Write(m_peak_lines);
-    Stream().Write(kMgfEnd);
-    Stream().Write("\n");
+    Stream().Write(kMgfBlockEnd);
   }
 }
 
-// The lines before the peaks. A negative ion shows its sign in the TITLE and after CHARGE only.
-void MgfWriter::AppendBlockStart(const MS2Spectrum& scan, std::size_t precursor_index) {
-  const Precursor& precursor = scan.m_precursors[precursor_index];
-  const std::int64_t charge = precursor.m_charge;
-  std::string& text = m_block_start;
+// A negative ion shows its sign in the TITLE and after CHARGE only.
+void AppendMgfStart(std::string& text, const MgfBlockStart& start) {
+  const std::int64_t charge = start.m_precursor.m_charge;
   text.append(kMgfBegin).push_back('\n');
-  AppendMgfTitle(text, {m_title, scan.m_scan_no, precursor.m_charge,
-                        static_cast<std::int32_t>(precursor_index)});
-  text.append(kMgfCharge);
-  AppendInteger(text, std::abs(charge));
-  text.append(charge < 0 ? "-\n" : "+\n").append(kMgfTime);
-  AppendFixed(text, scan.m_rt, kRetentionTimeDecimals);
+  AppendMgfTitle(text, {start.m_title, start.m_scan_no, start.m_precursor.m_charge,
+                        static_cast<std::int32_t>(start.m_index)});
+  if (start.m_has_charge) {
+    text.append(kMgfCharge);
+    AppendInteger(text, std::abs(charge));
+    text.append(charge < 0 ? "-\n" : "+\n");
+  }
+  text.append(kMgfTime);
+  AppendFixed(text, start.m_rt, kRetentionTimeDecimals);
   text.append("\n").append(kMgfPepmass);
-  AppendFixed(text, std::fabs(precursor.m_mz), kMzDecimals);
+  AppendFixed(text, std::fabs(start.m_precursor.m_mz), kMzDecimals);
   text.push_back('\n');
 }
 

@@ -12,8 +12,6 @@
 namespace tarvek {
 namespace {
 
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-
 /// Character number index (from 0) of line, NUL when it is shorter.
 char CharAt(std::string_view line, std::size_t index) {
   return index < line.size() ? line[index] : '\0';
@@ -95,17 +93,17 @@ void ReadChargeLine(std::string_view, MS1Spectrum&) {}
 
 // "Z charge M+H", the mass that of the singly protonated ion in Da.
 void ReadChargeLine(std::string_view line, MS2Spectrum& scan) {
-  constexpr std::int32_t kAssumedCharge = 2;  // the commonest charge of tryptic peptides
-  std::int32_t charge = ParseInteger(TokenAt(line, '\t', 1));
-  if (charge < 1) charge = kAssumedCharge;
-  const double mass_da = ParseReal(TokenAt(line, '\t', 2));
-  const double mz = std::fabs(mass_da) < kZeroTolerance
-                        ? scan.m_activation_center
-                        : (mass_da + (charge - 1) * kProtonMass) / charge;
-  scan.m_precursors.push_back({mz, charge});
+  scan.m_precursors.push_back(PrecursorOfChargeLine(ParseInteger(TokenAt(line, '\t', 1)),
+                                                    ParseReal(TokenAt(line, '\t', 2)),
+                                                    scan.m_activation_center));
 }
 
 }  // namespace
+
+Precursor PrecursorOfChargeLine(std::int32_t charge, double mass_da, double center_mz) {
+  if (charge < 1) charge = kAssumedCharge;
+  return {std::fabs(mass_da) < kZeroTolerance ? center_mz : MzOfMass(mass_da, charge), charge};
+}
 
 template <class Spectrum>
 bool MsTextReader<Spectrum>::ReadNext(Spectrum& scan) {

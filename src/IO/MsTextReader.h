@@ -44,7 +44,7 @@ extern template class MsTextReader<MS2Spectrum>;
 /// Reads scan numbers, the attributes common to all scans, and peaks.
 class Ms1TextReader final : public MsTextReader<MS1Spectrum> {
  public:
-  /// mode "r". The format's header block (MsTextHeader.h) is for files that are written: a stream
+  /// mode "r". The format's header block (MsTextWriter.h) is for files that are written: a stream
   /// that is read takes none.
   Ms1TextReader(const std::string& path, std::string_view mode) : MsTextReader(path, mode, "MS1") {}
 };
@@ -56,5 +56,9 @@ class Ms2TextReader final : public MsTextReader<MS2Spectrum> {
   /// mode "r"; no header block, as for Ms1TextReader.
   Ms2TextReader(const std::string& path, std::string_view mode) : MsTextReader(path, mode, "MS2") {}
 };
+
+/// What the numbers of a "Z" line say of a precursor: a charge below 1 is unknown, and a mass of 0
+/// stands for the centre of the isolation window.
+Precursor PrecursorOfChargeLine(std::int32_t charge, double mass_da, double center_mz);
 
 }  // namespace tarvek

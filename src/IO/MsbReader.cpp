@@ -35,7 +35,7 @@ bool MsbReader::ReadNext() {
   TARVEK_CHECK(entry != nullptr && entry->m_scan_no == scan_no, "ans.m_scan_no == scanNo",
                "MsbReader");
   if (peak_count != entry->m_peak_num) throw std::string("The peak num is not equal!");
-  if (entry->m_precursor_scan != -1)
+  if (entry->m_precursor_scan != kNoPrecursorScan)
     QueueMs2(*entry, std::move(peaks));
   else
     QueueMs1(*entry, std::move(peaks));

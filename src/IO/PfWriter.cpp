@@ -2,6 +2,7 @@
 
 #include <bit>
 
+#include "LittleEndian.h"
 #include "PfReader.h"
 
 namespace tarvek {

@@ -30,13 +30,10 @@ void AppendFields(std::string& row, const Precursor& precursor) {
 }  // namespace
 
 PrecursorCsvWriter::PrecursorCsvWriter(const std::string& final_path, std::string_view mode)
-    : SpectrumWriter(final_path, mode, OutputFile(TemporaryPathOf(final_path), mode, "CSV")),
-      m_temporary_path(TemporaryPathOf(final_path)) {
-  Stream().Write(kPrecursorTableHeader);
-}
-
-std::string PrecursorCsvWriter::TemporaryPathOf(const std::string& final_path) {
-  return UnfinishedPathOf(final_path);
+    : SpectrumFile(final_path, mode, Announce::kNo),
+      m_file(final_path, "CSV", {.m_mode = mode, .m_is_kept = true}) {
+  MarkOpen();
+  m_file.File().Write(kPrecursorTableHeader);
 }
 
 void PrecursorCsvWriter::WriteRow(const MS2Spectrum& scan) {
@@ -53,13 +50,13 @@ void PrecursorCsvWriter::WriteRow(const MS2Spectrum& scan) {
     AppendFields(m_row, scan.m_precursors[i]);
   }
   m_row.push_back('\n');
-  Stream().Write(m_row);
+  m_file.File().Write(m_row);
 }
 
 void PrecursorCsvWriter::Complete() {
   Finish();
   RemoveFile(Path());
-  if (FileExists(m_temporary_path)) RenameFile(m_temporary_path, Path());
+  if (FileExists(m_file.TemporaryPath())) m_file.TakeName();
 }
 
 }  // namespace tarvek

@@ -13,10 +13,11 @@
 
 #include "SpectrumFile.h"
 #include "SpectrumRecords.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek {
 
-class PrecursorCsvWriter final : public SpectrumWriter {
+class PrecursorCsvWriter final : public SpectrumFile {
  public:
   /// mode "w+". Opens final_path + "_unfinished" and writes the header line. The log names
   /// final_path throughout; the start of the file is not announced.
@@ -27,13 +28,10 @@ class PrecursorCsvWriter final : public SpectrumWriter {
   /// Finishes the file and moves it to the final path, replacing a file of that name.
   void Complete();
 
-  /// Where the table that ends at final_path is written.
-  static std::string TemporaryPathOf(const std::string& final_path);
-
-  [[nodiscard]] const std::string& TemporaryPath() const noexcept { return m_temporary_path; }
-
  private:
-  std::string m_temporary_path;
+  void CloseStream() override { m_file.Close(); }
+
+  UnfinishedFile m_file;
   std::string m_row;  // reused from row to row
 };
 

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <limits>
 #include <string_view>
 #include <utility>
 
 #include "NumberText.h"
 #include "NumericUtils.h"
+#include "PeakDigits.h"
 #include "SpectrumFile.h"
 #include "StringUtils.h"
 
@@ -81,6 +83,13 @@ class RowFields {
   std::vector<std::string_view> m_fields;
   const std::array<std::size_t, kColumnCount>* m_positions;
 };
+
+// The shortest text without exponent that reads back as value.
+void AppendExactFixed(std::string& text, double value) {
+  char field[kMaxFixedText];
+  text.append(field,
+              std::to_chars(field, field + sizeof field, value, std::chars_format::fixed).ptr);
+}
 
 std::int32_t TruncateToInt32(double value) {
   using Limits = std::numeric_limits<std::int32_t>;
@@ -179,6 +188,37 @@ const ScanTableEntry* ScanTable::Find(std::int32_t scan_no) const {
   }
   const auto row = std::ranges::lower_bound(m_rows, scan_no, {}, &ScanTableEntry::m_scan_no);
   return row->m_scan_no == scan_no ? &*row : &kDefaultEntry;
+}
+
+std::string ScanTableHeader() {
+  std::string header;
+  for (const std::string_view name : kColumnNames) header.append(name) += '\t';
+  header.back() = '\n';
+  return header;
+}
+
+// In the order of kColumnNames.
+void AppendScanTableRow(std::string& text, const ScanTableEntry& entry, int mz_decimals) {
+  const auto integer = [&text](std::int64_t value) {
+    AppendInteger(text, value);
+    text += '\t';
+  };
+  const auto real = [&text](double value, int decimals) {
+    AppendFixed(text, value, decimals);
+    text += '\t';
+  };
+  integer(entry.m_scan_no);
+  integer(entry.m_precursor_scan);
+  real(entry.m_activation_center, mz_decimals);
+  real(entry.m_rt, kTimeDecimals);
+  real(entry.m_ion_injection_time, kTimeDecimals);
+  text.append(entry.m_activation_type).append("\t").append(entry.m_instrument_type) += '\t';
+  integer(entry.m_peak_num);
+  integer(entry.m_start_pos);
+  integer(entry.m_end_pos);
+  integer(entry.m_lower_charge);
+  AppendExactFixed(text, entry.m_mono_mz);
+  text += '\n';
 }
 
 ScanTable LoadScanTable(const std::string& path) {

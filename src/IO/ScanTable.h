@@ -1,5 +1,5 @@
 // IO/ScanTable.h: the .mscsv table that accompanies a binary spectrum file.
-// Does:     reads one row of attributes per scan and finds it by scan number.
+// Does:     reads one row of attributes per scan and finds it by scan number; writes the same.
 // Owns:     its entries.
 // Throws:   a std::string: "Cannot open MSCSV File, Path: ...", "mscsv file is empty!", "mscsv file
 //           has no column " + name + "!", "invalid stoi argument" and its kind, or a message naming
@@ -39,6 +39,13 @@ class ScanTable {
  private:
   std::vector<ScanTableEntry> m_rows;  // ascending in scan number, each number once
 };
+
+/// The line of column names.
+std::string ScanTableHeader();
+
+/// Appends the row of a scan, its line feed included. m/z have these decimals, except that of the
+/// precursor, which is exact: outputs round it once.
+void AppendScanTableRow(std::string& text, const ScanTableEntry& entry, int mz_decimals);
 
 /// Reads the table at path, announcing it in the log like every spectrum file.
 ScanTable LoadScanTable(const std::string& path);

@@ -59,11 +59,6 @@ SpectrumWriter::SpectrumWriter(const std::string& path, std::string_view mode,
   MarkOpen();
 }
 
-SpectrumWriter::SpectrumWriter(const std::string& path, std::string_view mode, OutputFile&& stream)
-    : SpectrumFile(path, mode, Announce::kNo), m_stream(std::move(stream)) {
-  MarkOpen();
-}
-
 void SpectrumWriter::CloseStream() { m_stream.Close(); }
 
 }  // namespace tarvek

@@ -100,10 +100,6 @@ class SpectrumWriter : public SpectrumFile {
  protected:
   SpectrumWriter(const std::string& path, std::string_view mode, const std::string& kind);
 
-  /// For a file that is not announced and is written under another name than path, under which it
-  /// is logged.
-  SpectrumWriter(const std::string& path, std::string_view mode, OutputFile&& stream);
-
   [[nodiscard]] OutputFile& Stream() noexcept { return m_stream; }
 
  private:

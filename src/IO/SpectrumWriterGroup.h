@@ -2,7 +2,8 @@
 // Does:     opens one writer per pair of types when its first scan comes and hands scans to it.
 // Owns:     the writers.
 // Throws:   what the writers throw.
-// Not here: a format. Writer is constructed from path, mode and title, and has WriteMs2 and Close.
+// Not here: a format. Writer is constructed from path, mode, title and what else it carries (More),
+//           and has WriteMs2 and Close.
 #pragma once
 
 #include <cstddef>
@@ -10,19 +11,23 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 #include "SpectrumRecords.h"
 
 namespace tarvek {
 
-template <class Writer>
+template <class Writer, class... More>
 class SpectrumWriterGroup {
  public:
   /// base_path ends in an extension of four characters, before which the types are inserted:
   /// "run1_.mgf" gives "run1_HCDFTMS.mgf".
-  SpectrumWriterGroup(std::string base_path, std::string_view mode, std::string title)
-      : m_base_path(std::move(base_path)), m_mode(mode), m_title(std::move(title)) {}
+  SpectrumWriterGroup(std::string base_path, std::string_view mode, std::string title, More... more)
+      : m_base_path(std::move(base_path)),
+        m_mode(mode),
+        m_title(std::move(title)),
+        m_more(std::move(more)...) {}
 
   void Write(const MS2Spectrum& scan) { WriterFor(scan).WriteMs2(scan); }
 
@@ -31,7 +36,11 @@ class SpectrumWriterGroup {
     m_key.assign(scan.m_activation_type).append(scan.m_instrument_type);
     const auto found = m_writers.find(m_key);
     if (found != m_writers.end()) return *found->second;
-    auto writer = std::make_unique<Writer>(PathFor(m_key), m_mode, m_title);
+    auto writer = std::apply(
+        [this](const More&... more) {
+          return std::make_unique<Writer>(PathFor(m_key), m_mode, m_title, more...);
+        },
+        m_more);
     return *m_writers.emplace(m_key, std::move(writer)).first->second;
   }
 
@@ -55,6 +64,7 @@ class SpectrumWriterGroup {
   std::string m_base_path;
   std::string m_mode;
   std::string m_title;
+  std::tuple<More...> m_more;
   std::string m_key;  // reused from scan to scan
   std::map<std::string, std::unique_ptr<Writer>> m_writers;
 };

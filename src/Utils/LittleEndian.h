@@ -1,23 +1,41 @@
-// Utils/LittleEndian.h: fields of binary files, little-endian on any machine.
-// Does:     reads what PutInt32 and PutReal of OutputFile.h write. The bytes of the field are there.
-// Throws:   nothing.
+// Utils/LittleEndian.h: numbers as bytes, lowest first, on every machine.
+// Does:     appends and reads 32-bit integers and binary64 reals.
+// Throws:   nothing but std::bad_alloc.
+// Not here: record layouts.
 #pragma once
 
 #include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 
 namespace tarvek {
 
 template <class Unsigned>
+void PutLittleEndian(std::string& bytes, Unsigned bits) {
+  char field[sizeof bits];
+  for (std::size_t i = 0; i < sizeof bits; ++i)
+    field[i] = static_cast<char>(bits >> (8 * i) & 0xFFu);
+  bytes.append(field, sizeof bits);
+}
+
+inline void PutInt32(std::string& bytes, std::int32_t value) {
+  PutLittleEndian(bytes, static_cast<std::uint32_t>(value));
+}
+
+inline void PutReal(std::string& bytes, double value) {
+  PutLittleEndian(bytes, std::bit_cast<std::uint64_t>(value));
+}
+
+/// The number that begins at bytes; as many bytes are there as it has.
+template <class Unsigned>
 Unsigned LittleEndianAt(const char* bytes) {
+  Unsigned value = 0;
   if constexpr (std::endian::native == std::endian::little) {
-    Unsigned value;
     std::memcpy(&value, bytes, sizeof value);
     return value;
   }
-  Unsigned value = 0;
   for (std::size_t i = sizeof value; i-- > 0;)
     value = static_cast<Unsigned>(value << 8 | static_cast<unsigned char>(bytes[i]));
   return value;

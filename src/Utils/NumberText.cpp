@@ -9,10 +9,10 @@
 #include <limits>
 #include <system_error>
 
+#include "StringUtils.h"
+
 namespace tarvek {
 namespace {
-
-bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 
 bool IsHexDigit(char c) { return IsDigit(c) || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
 
@@ -247,6 +247,18 @@ char* WriteFixed(char* out, double value, int decimals) {
 void AppendFixed(std::string& text, double value, int decimals) {
   char field[kMaxFixedText];
   text.append(field, WriteFixed(field, value, decimals));
+}
+
+std::string Fixed(double value, int decimals) {
+  std::string text;
+  AppendFixed(text, value, decimals);
+  return text;
+}
+
+double Rounded(double value, int decimals) {
+  char field[kMaxFixedText];
+  const char* const last = WriteFixed(field, value, decimals);
+  return ParseReal({field, static_cast<std::size_t>(last - field)});
 }
 
 void AppendExactReal(std::string& text, double value) {

@@ -55,6 +55,12 @@ char* WriteFixed(char* out, double value, int decimals);
 /// Appends what WriteFixed writes.
 void AppendFixed(std::string& text, double value, int decimals);
 
+/// What WriteFixed writes.
+std::string Fixed(double value, int decimals);
+
+/// The number that reading what WriteFixed writes gives.
+double Rounded(double value, int decimals);
+
 /// Appends the shortest decimal text that reads back as value, which is finite.
 void AppendExactReal(std::string& text, double value);
 

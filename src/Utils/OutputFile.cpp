@@ -1,8 +1,5 @@
 #include "OutputFile.h"
 
-#include <bit>
-#include <cstring>
-
 #include "FileUtils.h"
 
 namespace tarvek {
@@ -10,14 +7,6 @@ namespace {
 
 // Large enough that the cost of a system call vanishes, small enough for a dozen open files.
 constexpr std::size_t kFlushBytes = std::size_t{1} << 18;
-
-template <class Unsigned>
-void PutLittleEndian(std::string& bytes, Unsigned bits) {
-  char field[sizeof bits];
-  for (std::size_t i = 0; i < sizeof bits; ++i)
-    field[i] = static_cast<char>(bits >> (8 * i) & 0xFFu);
-  bytes.append(field, sizeof bits);
-}
 
 }  // namespace
 
@@ -52,13 +41,5 @@ void OutputFile::Close() {
 }
 
 void OutputFile::Fail() const { throw "Cannot write " + m_path; }
-
-void PutInt32(std::string& bytes, std::int32_t value) {
-  PutLittleEndian(bytes, static_cast<std::uint32_t>(value));
-}
-
-void PutReal(std::string& bytes, double value) {
-  PutLittleEndian(bytes, std::bit_cast<std::uint64_t>(value));
-}
 
 }  // namespace tarvek

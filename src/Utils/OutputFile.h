@@ -3,7 +3,7 @@
 // Owns:     the open file and the bytes not yet written.
 // Throws:   a std::string: the message of OpenFile, or "Cannot write " + path as soon as a write, a
 //           flush or the close fails. The destructor writes what it can and throws nothing.
-// Not here: formats; PutInt32 and PutReal only give the byte order of the binary ones.
+// Not here: formats; the byte order of the binary ones (LittleEndian.h).
 #pragma once
 
 #include <cstdint>
@@ -48,9 +48,5 @@ class OutputFile {
   std::string m_buffer;
   std::int64_t m_flushed_bytes = 0;
 };
-
-/// Append a 32-bit integer or a binary64 real, little-endian on every machine.
-void PutInt32(std::string& bytes, std::int32_t value);
-void PutReal(std::string& bytes, double value);
 
 }  // namespace tarvek

@@ -13,6 +13,9 @@ namespace tarvek {
 /// The characters that count as blank around values: blank, line feed, carriage return, tab.
 inline constexpr std::string_view kBlanks = " \n\r\t";
 
+/// Whether c is a decimal digit, whatever the locale.
+constexpr bool IsDigit(char c) noexcept { return c >= '0' && c <= '9'; }
+
 /// text without its leading (trailing, both) characters that are in chars; borrows from text.
 std::string_view TrimLeft(std::string_view text, std::string_view chars = kBlanks);
 std::string_view TrimRight(std::string_view text, std::string_view chars = kBlanks);

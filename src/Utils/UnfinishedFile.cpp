@@ -8,12 +8,16 @@ namespace tarvek {
 
 std::string UnfinishedPathOf(const std::string& path) { return path + "_unfinished"; }
 
-UnfinishedFile::UnfinishedFile(std::string path, const std::string& kind)
-    : m_path(std::move(path)), m_file(std::in_place, TemporaryPath(), "wb", kind) {}
+UnfinishedFile::UnfinishedFile(std::string path, const std::string& kind,
+                               const UnfinishedForm& form)
+    : m_path(std::move(path)),
+      m_lock(form.m_is_locked ? LockFile(TemporaryPath()) : FileLock()),
+      m_file(std::in_place, TemporaryPath(), form.m_mode, kind),
+      m_is_kept(form.m_is_kept) {}
 
 UnfinishedFile::~UnfinishedFile() {
   m_file.reset();
-  if (!m_has_name) static_cast<void>(DeleteFileAt(TemporaryPath()));
+  if (!m_is_kept) static_cast<void>(DeleteFileAt(TemporaryPath()));
 }
 
 void UnfinishedFile::Close() {
@@ -25,7 +29,7 @@ void UnfinishedFile::Close() {
 void UnfinishedFile::TakeName() {
   Close();
   RenameFile(TemporaryPath(), m_path);
-  m_has_name = true;
+  m_is_kept = true;
 }
 
 void WriteWhole(const std::string& path, std::string_view content, const std::string& kind) {

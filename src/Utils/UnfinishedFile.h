@@ -1,11 +1,12 @@
 // Utils/UnfinishedFile.h: a file that gets its name when it is complete.
 // Does:     writes under a temporary name beside the final one, renames at the end, and removes what
-//           did not come that far.
-// Owns:     the open file.
-// Throws:   a std::string: what OutputFile throws, or "Cannot rename file: " + temporary path. The
-//           destructor removes the temporary file when it can and throws nothing, so that the error
-//           that led there stays the one that is told.
-// Not here: locks on the temporary file; which of several files is named last.
+//           did not come that far; on request keeps that, or locks the temporary file.
+// Owns:     the open file, the lock.
+// Throws:   a std::string: what OutputFile throws, "Cannot rename file: " + temporary path, or, of a
+//           locked one, "Another run is writing ..." while another holder has it. The destructor
+//           removes the temporary file when it can and throws nothing, so that the error that led
+//           there stays the one that is told.
+// Not here: which of several files is named last.
 #pragma once
 
 #include <optional>
@@ -13,16 +14,24 @@
 #include <string_view>
 
 #include "OutputFile.h"
+#include "Platform.h"
 
 namespace tarvek {
 
 /// The name of a file until it is complete: path + "_unfinished".
 std::string UnfinishedPathOf(const std::string& path);
 
+/// How an UnfinishedFile treats its temporary file.
+struct UnfinishedForm {
+  std::string_view m_mode = "wb";
+  bool m_is_locked = false;  // as long as the object lives: see LockFile
+  bool m_is_kept = false;    // when it never takes its name
+};
+
 class UnfinishedFile {
  public:
   /// kind is the purpose word of OpenFile's message.
-  UnfinishedFile(std::string path, const std::string& kind);
+  UnfinishedFile(std::string path, const std::string& kind, const UnfinishedForm& form = {});
   ~UnfinishedFile();
   UnfinishedFile(const UnfinishedFile&) = delete;
   UnfinishedFile& operator=(const UnfinishedFile&) = delete;
@@ -40,8 +49,9 @@ class UnfinishedFile {
 
  private:
   std::string m_path;
+  FileLock m_lock;
   std::optional<OutputFile> m_file;  // closed before it is renamed or deleted, as Windows needs it
-  bool m_has_name = false;
+  bool m_is_kept;                    // or has its name
 };
 
 /// Writes a small file in one go: path is complete, or as it was before.

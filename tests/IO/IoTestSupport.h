@@ -1,5 +1,4 @@
-// tests/IO/IoTestSupport.h: records as text, little-endian bytes by hand, the peak-line format put
-//           back after a test.
+// tests/IO/IoTestSupport.h: records as text, little-endian bytes by hand.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +7,6 @@
 #include <string>
 #include <vector>
 
-#include "PeakLineFormat.h"
 #include "SpectrumRecords.h"
 
 namespace tarvek::test {
@@ -60,19 +58,5 @@ inline std::string RealBytes(std::uint64_t bit_pattern) {
   for (int i = 0; i < 8; ++i) bytes.push_back(static_cast<char>((bit_pattern >> (8 * i)) & 0xFF));
   return bytes;
 }
-
-/// Installs a peak-line format and puts the former one back.
-class ScopedPeakLineFormat {
- public:
-  explicit ScopedPeakLineFormat(const std::string& format) : m_former(GetPeakLineFormat()) {
-    SetPeakLineFormat(format);
-  }
-  ~ScopedPeakLineFormat() { SetPeakLineFormat(m_former); }
-  ScopedPeakLineFormat(const ScopedPeakLineFormat&) = delete;
-  ScopedPeakLineFormat& operator=(const ScopedPeakLineFormat&) = delete;
-
- private:
-  std::string m_former;
-};
 
 }  // namespace tarvek::test

@@ -16,13 +16,13 @@ namespace {
 using test::CaptureConsole;
 using test::MessageOf;
 using test::ReadFile;
-using test::ScopedPeakLineFormat;
 using test::TemporaryDirectory;
 
-std::string MgfOf(const std::vector<MS2Spectrum>& scans, const std::string& title = "run1") {
+std::string MgfOf(const std::vector<MS2Spectrum>& scans, const std::string& title = "run1",
+                  PeakDigits digits = {}) {
   const TemporaryDirectory directory;
   CaptureConsole([&] {
-    MgfWriter writer(directory / "a.mgf", "w+", title);
+    MgfWriter writer(directory / "a.mgf", "w+", title, digits);
     for (const MS2Spectrum& scan : scans) writer.WriteMs2(scan);
     writer.Close();
   });
@@ -65,9 +65,8 @@ TEST(MgfWriter, WritesTheLowestChargeThereIs) {
             std::string::npos);
 }
 
-TEST(MgfWriter, WritesPeaksInTheInstalledFormat) {
-  const ScopedPeakLineFormat format("%.3f %.0f\n");
-  EXPECT_NE(MgfOf({Scan(7, 0.0, {{650.3, 2}}, {{100.123456, 2000.6}})})
+TEST(MgfWriter, WritesPeaksWithItsDigits) {
+  EXPECT_NE(MgfOf({Scan(7, 0.0, {{650.3, 2}}, {{100.123456, 2000.6}})}, "run1", {3, 0})
                 .find("\n100.123 2001\nEND IONS\n"),
             std::string::npos);
 }
@@ -165,6 +164,19 @@ TEST(MgfWriter, WritesWhatCanBeReadBackAsOneRecordPerScan) {
   ASSERT_EQ(read.size(), 2u);
   EXPECT_EQ(test::Describe(read[0]), test::Describe(written[0]));
   EXPECT_EQ(test::Describe(read[1]), test::Describe(written[1]));
+}
+
+TEST(AppendMgfStart, LeavesOutTheChargeLineThatIsNotWanted) {
+  std::string text = "before\n";
+  AppendMgfStart(text, {.m_title = "run1",
+                        .m_scan_no = 7,
+                        .m_index = 1,
+                        .m_precursor = {650.25, 0},
+                        .m_has_charge = false,
+                        .m_rt = 1.5});
+  EXPECT_EQ(text,
+            "before\nBEGIN IONS\nTITLE=run1.7.7.0.1.dta\nRTINSECONDS=1.5000000\n"
+            "PEPMASS=650.250000\n");
 }
 
 }  // namespace

@@ -200,12 +200,6 @@ TEST(StringToDouble, RefusesAnOverflow) {
             "cannot turn param: <name:n> <value:1e999> into an double.");
 }
 
-std::string Fixed(double value, int decimals) {
-  std::string text;
-  AppendFixed(text, value, decimals);
-  return text;
-}
-
 void ExpectLikePrintf(double value) {
   for (int decimals = 0; decimals <= 9; ++decimals) {
     char expected[400];
@@ -290,6 +284,13 @@ TEST(AppendInteger, WritesTheLimits) {
   AppendInteger(text, 0);
   AppendInteger(text, std::numeric_limits<std::int64_t>::max());
   EXPECT_EQ(text, "x-922337203685477580809223372036854775807");
+}
+
+TEST(Rounded, IsTheNumberThatTheTextGives) {
+  EXPECT_EQ(Rounded(650.2499975, 5), 650.25);
+  EXPECT_EQ(Rounded(3.25, 1), 3.2);  // a tie, which goes to the even digit
+  EXPECT_EQ(Rounded(0.04, 1), 0.0);
+  EXPECT_EQ(Rounded(-1.6, 0), -2.0);
 }
 
 TEST(AppendExactReal, GivesBackTheSameNumber) {

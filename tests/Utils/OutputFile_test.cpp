@@ -135,21 +135,5 @@ TEST(OutputFileOnAFullDevice, IsDestroyedInSilence) {
   EXPECT_NO_THROW({ OutputFile("/dev/full", "w", "").Write("abc"); });
 }
 
-TEST(PutInt32, WritesTheLowestByteFirst) {
-  std::string bytes = "x";
-  PutInt32(bytes, 0x12345678);
-  EXPECT_EQ(bytes, "x\x78\x56\x34\x12");
-}
-TEST(PutInt32, WritesNegativeNumbersInTwosComplement) {
-  std::string bytes;
-  PutInt32(bytes, -2);
-  EXPECT_EQ(bytes, "\xFE\xFF\xFF\xFF");
-}
-TEST(PutReal, WritesTheLowestByteFirst) {
-  std::string bytes;
-  PutReal(bytes, -2.5);  // sign 1, exponent 0x400, fraction 0x4000000000000
-  EXPECT_EQ(bytes, "\0\0\0\0\0\0\x04\xC0"s);
-}
-
 }  // namespace
 }  // namespace tarvek

@@ -65,6 +65,29 @@ TEST(UnfinishedFile, NamesTheTemporaryPathThatItCannotOpen) {
             "Cannot open test File, Path: /nowhere/a_unfinished");
 }
 
+TEST(UnfinishedFile, ThatIsKeptStaysUnderItsTemporaryName) {
+  const TemporaryDirectory directory;
+  { UnfinishedFile(directory / "a", "test", {.m_is_kept = true}).File().Write("new"); }
+  EXPECT_EQ(ReadFile(directory / "a_unfinished"), "new");
+  EXPECT_FALSE(fs::exists(directory / "a"));
+}
+TEST(UnfinishedFile, ThatIsLockedKeepsAnotherHolderOutUntilItsEnd) {
+  const TemporaryDirectory directory;
+  {
+    UnfinishedFile file(directory / "a", "test", {.m_is_locked = true});
+    file.File().Write("new");
+    file.Close();
+    EXPECT_EQ(MessageOf([&] { UnfinishedFile(directory / "a", "test", {.m_is_locked = true}); }),
+              "Another run is writing " + directory / "a_unfinished" +
+                  ". Wait until it has ended, or choose another output directory.");
+    EXPECT_EQ(ReadFile(directory / "a_unfinished"), "new");
+    file.TakeName();
+  }
+  EXPECT_EQ(ReadFile(directory / "a"), "new");
+  UnfinishedFile(directory / "a", "test", {.m_is_locked = true}).TakeName();
+  EXPECT_EQ(ReadFile(directory / "a"), "");
+}
+
 TEST(WriteWhole, ReplacesAFile) {
   const TemporaryDirectory directory;
   WriteFile(directory / "a", "old");

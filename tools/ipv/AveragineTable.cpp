@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "Check.h"
+#include "SpectrumRecords.h"
 
 namespace tarvek::tools {
 namespace {
@@ -25,9 +26,6 @@ constexpr std::array<IsotopeAbundances, kElementCount> kNaturalAbundances{{
 // 229 (1995). Order of Element.
 constexpr AtomCounts kAveragine{4.9384, 7.7583, 1.3577, 1.4773, 0.0417};
 constexpr double kAveragineMassDa = 111.1254;
-
-// Proton mass in Da: CODATA 1.00727647, at the six decimals that the table's readers use.
-constexpr double kProtonMassDa = 1.007276;
 
 // 15.000109 - 14.003074, the atomic masses of 15N and 14N in Da.
 constexpr double kN15ShiftDa = 0.997035;
@@ -132,7 +130,7 @@ class GrowingMolecule {
 
 AtomCounts AveragineCounts(double protonated_mass_da, std::optional<double> n15_enrichment) {
   const double label_shift_da = n15_enrichment ? kAveragine[kNitrogen] * kN15ShiftDa : 0.0;
-  const double neutral_mass_da = std::max(0.0, protonated_mass_da - kProtonMassDa);
+  const double neutral_mass_da = std::max(0.0, protonated_mass_da - kProtonMass);
   const double residues = neutral_mass_da / (kAveragineMassDa + label_shift_da);
   AtomCounts counts = kAveragine;
   for (double& count : counts) count *= residues;

@@ -31,13 +31,6 @@ std::string Place(double value) {
   return text == "-0" ? "0" : text;
 }
 
-/// Text of a number within a fixed number of decimals.
-std::string Fixed(double value, int decimals) {
-  std::string text;
-  AppendFixed(text, value, decimals);
-  return text;
-}
-
 /// A straight scale from numbers to the drawing.
 struct Scale {
   ChartRange m_from;

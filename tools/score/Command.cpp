@@ -24,12 +24,6 @@ struct ScoreOptions {
 constexpr std::size_t kLabelWidth = 44;
 constexpr std::size_t kCellWidth = 24;
 
-std::string Fixed(double value, int decimals) {
-  std::string text;
-  AppendFixed(text, value, decimals);
-  return text;
-}
-
 std::string RatioText(const Ratio& ratio) {
   return Fixed(100.0 * ratio.Value(), 1) + " % (" + std::to_string(ratio.m_part) + "/" +
          std::to_string(ratio.m_whole) + ")";

@@ -7,9 +7,8 @@
 
 #include "NumberText.h"
 #include "simulate/Acquisition.h"
-#include "simulate/MsbSink.h"
+#include "simulate/FileSink.h"
 #include "simulate/MzmlSink.h"
-#include "simulate/TextSink.h"
 
 namespace tarvek::tools {
 namespace {

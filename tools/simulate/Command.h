@@ -3,8 +3,7 @@
 // Owns:     nothing; the options live as long as the App.
 // Throws:   while parsing, a CLI::ParseError naming the option; when writing, a std::string of the
 //           file helpers naming the path.
-// Not here: the run (simulate/Acquisition.h), the files (simulate/TextSink.h, simulate/MsbSink.h,
-//           simulate/MzmlSink.h).
+// Not here: the run (simulate/Acquisition.h), the files (simulate/FileSink.h, simulate/MzmlSink.h).
 #pragma once
 
 #include <CLI/CLI.hpp>

@@ -10,6 +10,7 @@
 
 #include "Check.h"
 #include "FileUtils.h"
+#include "LittleEndian.h"
 #include "NumberText.h"
 #include "simulate/Encoding.h"
 

@@ -1,7 +1,7 @@
 // tools/simulate/Sink.h: where the scans of a simulated run and their truth go.
 // Does:     the interface between the simulator and the formats that it is written in.
 // Throws:   what an implementation says.
-// Not here: a format (simulate/TextSink.h).
+// Not here: a format (simulate/FileSink.h).
 #pragma once
 
 #include <cstdint>

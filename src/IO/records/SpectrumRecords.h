@@ -54,7 +54,7 @@ struct MS2Spectrum {
 /// One row of the scan table that accompanies a binary spectrum file.
 struct ScanTableEntry {
   std::int32_t m_scan_no = 0;
-  std::int32_t m_precursor_scan = 0;  // -1 marks an MS1 scan
+  std::int32_t m_precursor_scan = 0;  // kNoPrecursorScan marks an MS1 scan
   double m_activation_center = 0.0;
   double m_rt = 0.0;
   double m_ion_injection_time = 0.0;
@@ -76,11 +76,25 @@ inline constexpr std::array<std::string_view, 4> kInstrumentTypes = {"IT", "FT",
 /// this rounding.
 inline constexpr double kProtonMass = 1.007276;
 
+/// Taken where none is declared: the commonest charge of tryptic peptides.
+inline constexpr std::int32_t kAssumedCharge = 2;
+
+/// In a scan table: marks an MS1 scan.
+inline constexpr std::int32_t kNoPrecursorScan = -1;
+
 /// An m/z or mass of smaller absolute value counts as absent; so does an intensity not above it.
 inline constexpr double kZeroTolerance = 1e-6;
 
 /// Largest number of peaks in one record of a binary spectrum file.
 inline constexpr std::int32_t kMaxMsbPeaks = 10000;
+
+/// M+H, the singly protonated mass in Da of an ion by m/z and charge, which is 1 or more; and back.
+inline double SinglyProtonatedMass(double mz, std::int32_t charge) {
+  return mz * charge - (charge - 1) * kProtonMass;
+}
+inline double MzOfMass(double singly_protonated_da, std::int32_t charge) {
+  return (singly_protonated_da + (charge - 1) * kProtonMass) / charge;
+}
 
 /// A precursor without m/z or without charge says nothing and is never exported.
 inline bool IsUsable(const Precursor& precursor) {

@@ -12,7 +12,6 @@
 
 #include "MgfWriter.h"
 #include "NativePath.h"
-#include "PeakLineFormat.h"
 #include "TestSupport.h"
 
 namespace tarvek::tools {
@@ -138,7 +137,6 @@ TEST_F(MgfCommandTest, ReadsWhatTheWriterWrites) {
   scan.m_rt = 3.5;
   scan.m_precursors = {{-400.5, -3}, {300.25, 2}};
   scan.m_peaks = {{100.123456, 2000.66}, {150.0, 1.0}};
-  SetPeakLineFormat("%.5f %.1f\n");
   CaptureConsole([&] {
     MgfWriter writer(In("run_ETDFT.mgf"), "w+", "run");
     writer.WriteMs2(scan);

@@ -14,8 +14,8 @@
 #include "MsTextReader.h"
 #include "TestSupport.h"
 #include "simulate/Acquisition.h"
+#include "simulate/FileSink.h"
 #include "simulate/Peptide.h"
-#include "simulate/TextSink.h"
 
 namespace tarvek::tools {
 namespace {
@@ -411,33 +411,6 @@ TEST(TextSink, ReplacesTheFilesOfAFormerRunAndLeavesNoUnfinishedOnes) {
   EXPECT_EQ(ReadFile(directory / "run.truth.tsv").substr(0, 5), "scan\t");
   for (const auto& entry : std::filesystem::directory_iterator(directory.Path()))
     EXPECT_EQ(entry.path().string().find("_unfinished"), std::string::npos);
-}
-
-TEST(FragmentsText, HoldsTheAttributesBeforeThePeaks) {
-  MS2Spectrum scan;
-  scan.m_scan_no = 1500;
-  scan.m_precursor_scan = 1498;
-  scan.m_activation_center = 650.32;
-  scan.m_rt = 1234.5;
-  scan.m_ion_injection_time = 12.75;
-  scan.m_activation_type = "HCD";
-  scan.m_instrument_type = "FTMS";
-  scan.m_orig_precursors = {{650.32, -2}};
-  scan.m_peaks = {{175.118952, 20431.54}};
-  std::string text;
-  AppendFragmentsText(text, scan);
-  EXPECT_EQ(text,
-            "S\t1500\t1500\t650.32000\nI\tRetTime\t1234.5000\nI\tIonInjectionTime\t12.7500\n"
-            "I\tInstrumentType\tFTMS\nI\tActivationType\tHCD\nI\tActivationCenter\t650.32000\n"
-            "I\tPrecursorScan\t1498\nZ\t2\t1299.63272\n175.11895 20431.5\n");
-}
-
-TEST(FragmentsText, AnUnknownChargeIsAPrecursorLineOfZeros) {
-  MS2Spectrum scan;
-  scan.m_orig_precursors = {{650.32, 0}};
-  std::string text;
-  AppendFragmentsText(text, scan);
-  EXPECT_NE(text.find("\nZ\t0\t0\n"), std::string::npos);
 }
 
 TEST(GradientSeconds, IsAnHourUnlessSomethingIsAskedFor) { EXPECT_EQ(GradientSeconds({}), 3600.0); }

@@ -1,4 +1,4 @@
-#include "simulate/MsbSink.h"
+#include "simulate/FileSink.h"
 
 #include <gtest/gtest.h>
 
@@ -13,7 +13,6 @@
 #include "ScanTable.h"
 #include "TestSupport.h"
 #include "simulate/Acquisition.h"
-#include "simulate/TextSink.h"
 
 namespace tarvek::tools {
 namespace {

@@ -14,7 +14,7 @@
 
 #include "TestSupport.h"
 #include "simulate/Acquisition.h"
-#include "simulate/TextSink.h"
+#include "simulate/FileSink.h"
 
 namespace tarvek::tools {
 namespace {
