@@ -7,7 +7,6 @@
 
 #include "ExtractionPlan.h"
 #include "FileUtils.h"
-#include "Interruption.h"
 #include "NativeIdList.h"
 #include "PeakPreparation.h"
 #include "RunReport.h"
@@ -191,6 +190,10 @@ void Extract(const ExtractorOptions& options, const std::string& path, Marker& m
   ThrowIfInterrupted();
   report.PrintSummary();
   marker.Complete(RecordOf(options, report));
+}
+
+void ThrowIfInterrupted() {
+  if (StopRequested()) throw std::string("interrupted; nothing was extracted");
 }
 
 }  // namespace tarvek::extractor

@@ -4,8 +4,9 @@
 #include <charconv>
 #include <cstddef>
 
-#include "AttributeNumber.h"
 #include "FileUtils.h"
+#include "InputFormats.h"
+#include "NumberText.h"
 #include "StringUtils.h"
 
 namespace tarvek::extractor {
@@ -23,9 +24,8 @@ std::string_view WithoutGz(std::string_view name) {
 std::string FormatOf(std::string_view path) {
   const std::string_view name = WithoutGz(FileNameOf(path));
   std::string extension = ToLower(name.substr(std::min(name.rfind('.') + 1, name.size())));
-  for (const char* const known : {"mzml", "mzxml", "raw", "wiff"})
-    if (extension == known) return extension;
-  return {};
+  const InputFormat* const format = FindInputFormat(extension);
+  return format != nullptr && IsInstrumentFormat(*format) ? extension : std::string();
 }
 
 // Puts the name of what gave the value before the message.

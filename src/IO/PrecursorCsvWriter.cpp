@@ -15,7 +15,7 @@ constexpr int kMzDecimals = 6;
 // What a row says of the declared precursor of a scan that has none.
 constexpr Precursor kNoPrecursor = {-1.0, -1};
 
-// Five slots are named; rows hold as many as there are. "Totle" is part of the format.
+// Five slots are named; rows hold as many as there are. "Totle": frozen, see docs/frozen-names.md.
 constexpr std::string_view kHeader =
     "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, TotleNumOfPrecursor, "
     "PrecursorIdentifier, MZ, Charge, PrecursorIdentifier, MZ, Charge, "

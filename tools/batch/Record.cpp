@@ -3,11 +3,12 @@
 #include <algorithm>
 
 #include "FileUtils.h"
+#include "InputFormats.h"
 #include "IsotopeTable.h"
-#include "outputs/QuietLibrary.h"
 #include "RunDriver.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
+#include "outputs/QuietLibrary.h"
 
 namespace tarvek::tools {
 namespace {
@@ -19,8 +20,9 @@ std::string FingerprintOf(const UserParameters& settings) {
 }
 
 InputKind KindOf(const UserParameters& settings) {
-  const std::string ending = ToLower(settings.m_current_ext);
-  return ending == "ms1" || ending == "mgf" ? InputKind::kSpectra : InputKind::kInstrumentFile;
+  const InputFormat* const format = FindInputFormat(ToLower(settings.m_current_ext));
+  const bool is_spectra = format != nullptr && !IsInstrumentFormat(*format);
+  return is_spectra ? InputKind::kSpectra : InputKind::kInstrumentFile;
 }
 
 }  // namespace

@@ -7,11 +7,12 @@
 #include <utility>
 #include <vector>
 
-#include "batch/Console.h"
+#include "InputFormats.h"
 #include "Platform.h"
+#include "UserParameters.h"
+#include "batch/Console.h"
 #include "batch/RunInputs.h"
 #include "batch/RunPlan.h"
-#include "UserParameters.h"
 
 namespace tarvek::tools {
 namespace {
@@ -83,16 +84,15 @@ void AddSettings(CLI::App& run, ParameterTable& settings) {
 }
 
 void AddPlaces(CLI::App& run, RunArguments& arguments) {
-  run.add_option(
-         "INPUT", arguments.m_words,
-         "Files, folders, or patterns like 'runs/*.mzML'; mzML, mzXML (also .gz), raw, wiff, "
-         "ms1, mgf")
+  run.add_option("INPUT", arguments.m_words,
+                 std::string("Files, folders, or patterns like 'runs/*.mzML'; ") + kInputNames)
       ->required();
   run.add_option("-o,--out", arguments.m_request.m_output_directory, "Folder of the results");
   run.add_flag("--beside-input", arguments.m_is_beside_input,
                "Put the results of each input into its own folder, in place of -o");
   run.add_option("--format", arguments.m_format, "Take only inputs of this format")
-      ->transform(CLI::IsMember({"mzml", "mzxml", "raw", "wiff", "ms1", "mgf"}, CLI::ignore_case));
+      ->transform(CLI::IsMember(std::vector<std::string>(kInputWords.begin(), kInputWords.end()),
+                                CLI::ignore_case));
   run.add_option("--isotope-table", arguments.m_request.m_isotope_table,
                  "Table of expected isotope patterns; default: the installed one")
       ->check(CLI::ExistingFile);

@@ -1,56 +1,31 @@
 #include "batch/RunInputs.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <optional>
 #include <set>
 #include <tuple>
 #include <utility>
 
-#include "outputs/CanonicalPath.h"
 #include "FileUtils.h"
-#include "outputs/OutputNames.h"
+#include "InputFormats.h"
 #include "Platform.h"
 #include "StringUtils.h"
+#include "outputs/OutputNames.h"
 
 namespace tarvek::tools {
 namespace {
 
 constexpr std::string_view kWildcards = "*?[";
-constexpr std::string_view kKnownFormats =
-    "Known are mzML and mzXML (also .gz), raw, wiff, ms1 and mgf.";
-
-struct InputEnding {
-  std::string_view m_ending;
-  std::string_view m_format;
-};
-
-// Longer endings before those that they end in.
-constexpr std::array<InputEnding, 8> kInputEndings = {{{".mzml.gz", "mzml"},
-                                                       {".mzxml.gz", "mzxml"},
-                                                       {".mzml", "mzml"},
-                                                       {".mzxml", "mzxml"},
-                                                       {".raw", "raw"},
-                                                       {".wiff", "wiff"},
-                                                       {".ms1", "ms1"},
-                                                       {".mgf", "mgf"}}};
-
-const InputEnding* EndingOf(std::string_view name) {
-  const auto found = std::ranges::find_if(kInputEndings, [name](const InputEnding& ending) {
-    return name.size() > ending.m_ending.size() && EndsWithIgnoreCase(name, ending.m_ending);
-  });
-  return found == kInputEndings.end() ? nullptr : &*found;
-}
 
 /// name of an input without its ending.
 std::string_view BaseOf(std::string_view name) {
-  const InputEnding* const ending = EndingOf(name);
-  return ending == nullptr ? name : name.substr(0, name.size() - ending->m_ending.size());
+  return name.substr(0, name.size() - FormatOfName(name).m_ending_size);
 }
 
 bool IsInstrument(std::string_view format) {
-  return !format.empty() && format != "ms1" && format != "mgf";
+  const InputFormat* const known = FindInputFormat(format);
+  return known != nullptr && IsInstrumentFormat(*known);
 }
 
 /// As the system compares file names.
@@ -175,7 +150,7 @@ class InputFinder {
   void TakeNamed(const std::string& path) {
     const std::string_view format = InputFormatOf(path);
     if (format.empty())
-      throw path + " has an ending that tarvek does not take. " + std::string(kKnownFormats);
+      throw path + " has an ending that tarvek does not take. " + std::string(kKnownInputs);
     if (!m_format.empty() && format != m_format) throw path + " is not of the format " + m_format;
     Add(path);
   }
@@ -254,7 +229,7 @@ class InputFinder {
     std::string text = "There is no input file in " + word;
     if (!IsDirectory(word)) text = "No input file fits " + word;
     if (!m_format.empty()) throw text + " of the format " + m_format;
-    text += ". " + std::string(kKnownFormats);
+    text += ". " + std::string(kKnownInputs);
     for (const std::string& note : Finish().m_notes) text += " " + note + ".";
     throw text;
   }
@@ -273,8 +248,8 @@ class InputFinder {
 }  // namespace
 
 std::string_view InputFormatOf(std::string_view name) {
-  const InputEnding* const ending = EndingOf(name);
-  return ending == nullptr ? std::string_view() : ending->m_format;
+  const InputFormat* const format = FormatOfName(name).m_format;
+  return format == nullptr ? std::string_view() : format->m_word;
 }
 
 RunInputs FindRunInputs(std::span<const std::string> words, std::string_view format) {

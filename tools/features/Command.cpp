@@ -5,10 +5,10 @@
 #include <tuple>
 #include <utility>
 
-#include "features/CandidateFeatures.h"
 #include "IsotopeTable.h"
-#include "outputs/PositiveReal.h"
 #include "RunDriver.h"
+#include "features/CandidateFeatures.h"
+#include "score/Command.h"
 
 namespace tarvek::tools {
 namespace {

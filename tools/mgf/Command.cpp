@@ -13,14 +13,13 @@
 #include <utility>
 #include <vector>
 
-#include "outputs/CanonicalPath.h"
 #include "FileUtils.h"
+#include "StringUtils.h"
 #include "mgf/Blocks.h"
 #include "mgf/Output.h"
 #include "mgf/Profiles.h"
 #include "outputs/OutputNames.h"
 #include "outputs/RunOutcome.h"
-#include "StringUtils.h"
 
 namespace tarvek::tools {
 namespace {

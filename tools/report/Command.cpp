@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "FileUtils.h"
-#include "outputs/PositiveReal.h"
+#include "UnfinishedFile.h"
+#include "outputs/RunOutcome.h"
 #include "report/Data.h"
 #include "report/Page.h"
 #include "report/Summary.h"
-#include "outputs/RunOutcome.h"
-#include "UnfinishedFile.h"
+#include "score/Command.h"
 
 namespace tarvek::tools {
 namespace {

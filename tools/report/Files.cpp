@@ -6,19 +6,19 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "batch/Plan.h"
 #include "FileUtils.h"
+#include "InputFormats.h"
 #include "Logger.h"
-#include "mgf/Title.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
+#include "ScanTable.h"
+#include "StringUtils.h"
+#include "batch/Plan.h"
+#include "mgf/Title.h"
 #include "outputs/OutputNames.h"
 #include "outputs/PrecursorTableReader.h"
 #include "outputs/QuietLibrary.h"
-#include "RunDriver.h"
 #include "outputs/RunOutcome.h"
-#include "ScanTable.h"
-#include "StringUtils.h"
 #include "outputs/TableReader.h"
 
 namespace tarvek::tools {
