@@ -39,8 +39,7 @@ inline constexpr std::array<InputFormat, 6> kInputFormats = {{
 }};
 
 /// The same for people who start `tarvek-tools run`: the words, and two sentences of them.
-inline constexpr std::array<const char*, kInputFormats.size()> kInputWords = {
-    "mzml", "mzxml", "raw", "wiff", "ms1", "mgf"};
+inline constexpr std::array kInputWords = {"mzml", "mzxml", "raw", "wiff", "ms1", "mgf"};
 inline constexpr const char* kInputNames = "mzML, mzXML (also .gz), raw, wiff, ms1, mgf";
 inline constexpr const char* kKnownInputs =
     "Known are mzML and mzXML (also .gz), raw, wiff, ms1 and mgf.";
