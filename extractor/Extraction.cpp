@@ -12,6 +12,7 @@
 #include "RunReport.h"
 #include "ScanRules.h"
 #include "ScanSinks.h"
+#include "StringUtils.h"
 #include "TemporaryOutput.h"
 
 namespace tarvek::extractor {
@@ -96,8 +97,6 @@ class ScanPipeline final : public ScanConsumer {
   ScanSink* m_sink = nullptr;
 };
 
-std::string LowerFormat(const std::string& format) { return format == "mzXML" ? "mzxml" : "mzml"; }
-
 // The path of the marker in a directory that exists.
 std::string PreparedMarkerPath(const ExtractorOptions& options) {
   MakeDirectory(options.m_output_directory);
@@ -116,7 +115,7 @@ class Reading {
   ScanConsumer& Consumer() { return m_pipeline; }
 
   void SetFormat(const std::string& format) {
-    m_sink = MakeSink(*m_options, LowerFormat(format));
+    m_sink = MakeSink(*m_options, ToLower(format));
     m_pipeline.SetSink(*m_sink);
   }
 
