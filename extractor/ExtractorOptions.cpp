@@ -24,8 +24,7 @@ std::string_view WithoutGz(std::string_view name) {
 std::string FormatOf(std::string_view path) {
   const std::string_view name = WithoutGz(FileNameOf(path));
   std::string extension = ToLower(name.substr(std::min(name.rfind('.') + 1, name.size())));
-  const InputFormat* const format = FindInputFormat(extension);
-  return format != nullptr && IsInstrumentFormat(*format) ? extension : std::string();
+  return IsInstrumentFormat(extension) ? extension : std::string();
 }
 
 // Puts the name of what gave the value before the message.

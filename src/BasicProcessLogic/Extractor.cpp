@@ -71,8 +71,7 @@ RunRecord ExtractionRecord(const UserParameters& parameters) {
 }
 
 std::string_view ExtractorName(std::string_view input_format) {
-  const InputFormat* const format = FindInputFormat(input_format);
-  return format != nullptr && IsInstrumentFormat(*format) ? format->m_extractor : "morvex_raw.exe";
+  return FindInputFormat(IsInstrumentFormat(input_format) ? input_format : "raw")->m_extractor;
 }
 
 std::string ExtractorProgram(std::string_view name, const std::string& installed_directory) {

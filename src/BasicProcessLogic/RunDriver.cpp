@@ -33,8 +33,6 @@ void ProcessTextFile(UserParameters& parameters) {
   LogSummary(parameters.m_current_file, record, start_ms);
 }
 
-void ProcessMgf(UserParameters& parameters) { processMgfFile(parameters); }
-
 // Where the outputs of the current file begin, so that equal texts are the same files. Windows does
 // not tell upper case from lower case.
 std::string OutputKey(const UserParameters& parameters) {
@@ -54,10 +52,9 @@ class DataPathWalk {
     if (known != nullptr && known->m_road == InputRoad::kText) {
       ForEachFile(path, format, ProcessTextFile);
     } else if (known != nullptr && known->m_road == InputRoad::kMgf) {
-      ForEachFile(path, format, ProcessMgf);
+      ForEachFile(path, format, [](UserParameters& parameters) { processMgfFile(parameters); });
     } else {
-      const InputFormat* const taken = FindInputFormat(m_parameters.m_input_format);
-      const bool goes_on = taken != nullptr && IsInstrumentFormat(*taken);
+      const bool goes_on = IsInstrumentFormat(m_parameters.m_input_format);
       if (known == nullptr) logMessage(goes_on ? kWarn : kError, UnknownFormatText(path, format));
       TARVEK_CHECK(goes_on,
                    "m_input_format == \"raw\" || m_input_format == \"wiff\" || "

@@ -18,21 +18,21 @@ namespace {
 constexpr const char* kChargeRange = "charge_range";
 
 // The parameters that shape outputs; not those that say where files are and what is done again.
-constexpr std::array<const char*, 14> kShapingKeys = {
-    "check_activationcenter",
-    "co-elute",
-    "cut_similiar_mono",  // frozen, see docs/frozen-names.md
-    "intensity",
-    "isolation_width",
-    "m/z",
-    "mars_model",
-    "mars_threshold",
-    "mstol",
-    "mstolppm",
-    "output_mgf",
-    "output_msb",
-    "output_pf",
-    "recalibrate_window"};
+// Keys: frozen, see docs/frozen-names.md.
+constexpr std::array<const char*, 14> kShapingKeys = {"check_activationcenter",
+                                                      "co-elute",
+                                                      "cut_similiar_mono",
+                                                      "intensity",
+                                                      "isolation_width",
+                                                      "m/z",
+                                                      "mars_model",
+                                                      "mars_threshold",
+                                                      "mstol",
+                                                      "mstolppm",
+                                                      "output_mgf",
+                                                      "output_msb",
+                                                      "output_pf",
+                                                      "recalibrate_window"};
 
 std::string IntegerText(std::int64_t value) {
   std::string text;

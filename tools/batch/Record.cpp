@@ -21,7 +21,7 @@ std::string FingerprintOf(const UserParameters& settings) {
 
 InputKind KindOf(const UserParameters& settings) {
   const InputFormat* const format = FindInputFormat(ToLower(settings.m_current_ext));
-  const bool is_spectra = format != nullptr && !IsInstrumentFormat(*format);
+  const bool is_spectra = format != nullptr && format->m_extractor.empty();
   return is_spectra ? InputKind::kSpectra : InputKind::kInstrumentFile;
 }
 

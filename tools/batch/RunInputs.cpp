@@ -23,11 +23,6 @@ std::string_view BaseOf(std::string_view name) {
   return name.substr(0, name.size() - FormatOfName(name).m_ending_size);
 }
 
-bool IsInstrument(std::string_view format) {
-  const InputFormat* const known = FindInputFormat(format);
-  return known != nullptr && IsInstrumentFormat(*known);
-}
-
 /// As the system compares file names.
 std::string Comparable(std::string_view name) {
   return kFileNamesIgnoreCase ? ToLower(name) : std::string(name);
@@ -201,7 +196,7 @@ class InputFinder {
 
   bool IsExtracted(const std::string& ms1) {
     return FileExists(std::string(BaseOf(ms1)) + ".morvex") ||
-           std::ranges::any_of(FormatsBeside(ms1), IsInstrument);
+           std::ranges::any_of(FormatsBeside(ms1), IsInstrumentFormat);
   }
 
   bool IsWritten(const std::string& mgf) {

@@ -64,16 +64,9 @@ constexpr std::array<Ending, 13> kEndings = {{{".csv_unfinished", FileKind::kUnf
                                               {".morvex", FileKind::kMarker}}};
 
 FileKind KindOf(InputRoad road) {
-  switch (road) {
-    case InputRoad::kText:
-      return FileKind::kText;
-    case InputRoad::kMgf:
-      return FileKind::kMgf;
-    case InputRoad::kXml:
-      return FileKind::kXml;
-    default:
-      return FileKind::kVendor;
-  }
+  if (road == InputRoad::kText) return FileKind::kText;
+  if (road == InputRoad::kMgf) return FileKind::kMgf;
+  return road == InputRoad::kXml ? FileKind::kXml : FileKind::kVendor;
 }
 
 FileName TakeApart(const std::string& name) {

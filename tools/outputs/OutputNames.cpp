@@ -22,8 +22,7 @@ SplitName SplitOutputName(std::string_view stem) {
 std::string_view RunOfBinaryPair(std::string_view stem) {
   const std::size_t dot = stem.rfind('.');
   if (dot == std::string_view::npos) return stem;
-  const InputFormat* const format = FindInputFormat(stem.substr(dot + 1));
-  return format != nullptr && IsInstrumentFormat(*format) ? stem.substr(0, dot) : stem;
+  return IsInstrumentFormat(stem.substr(dot + 1)) ? stem.substr(0, dot) : stem;
 }
 
 std::string CanonicalPath(const std::string& path) {

@@ -46,22 +46,29 @@ inline constexpr const char* kKnownInputs =
 /// And for those who name one that is not known.
 inline constexpr const char* kInputWordList = "ms1, mgf, raw, wiff, mzxml and mzml";
 
-constexpr bool IsInstrumentFormat(const InputFormat& format) { return !format.m_extractor.empty(); }
-
-/// The words of the formats that an extractor converts first.
-inline constexpr auto kInstrumentFormats = [] {
-  std::array<std::string_view, std::ranges::count_if(kInputFormats, IsInstrumentFormat)> words;
-  auto next = words.begin();
-  for (const InputFormat& format : kInputFormats)
-    if (IsInstrumentFormat(format)) *next++ = format.m_word;
-  return words;
-}();
-
 /// The format of a word in lower case; null when there is none.
 constexpr const InputFormat* FindInputFormat(std::string_view word) {
   const auto found = std::ranges::find(kInputFormats, word, &InputFormat::m_word);
   return found == kInputFormats.end() ? nullptr : &*found;
 }
+
+/// Whether a word is that of a format that an extractor converts first.
+constexpr bool IsInstrumentFormat(std::string_view word) {
+  const InputFormat* const format = FindInputFormat(word);
+  return format != nullptr && !format->m_extractor.empty();
+}
+
+/// The words of these formats.
+inline constexpr auto kInstrumentFormats = [] {
+  constexpr auto takes = [](const InputFormat& format) {
+    return IsInstrumentFormat(format.m_word);
+  };
+  std::array<std::string_view, std::ranges::count_if(kInputFormats, takes)> words;
+  auto next = words.begin();
+  for (const InputFormat& format : kInputFormats)
+    if (takes(format)) *next++ = format.m_word;
+  return words;
+}();
 
 /// The format of a packed file by its name; null when it is none.
 inline const InputFormat* PackedFormatOf(std::string_view name) {
