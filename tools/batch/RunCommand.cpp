@@ -9,6 +9,7 @@
 
 #include "InputFormats.h"
 #include "Platform.h"
+#include "ScoringModels.h"
 #include "UserParameters.h"
 #include "batch/Console.h"
 #include "batch/RunInputs.h"
@@ -16,6 +17,13 @@
 
 namespace tarvek::tools {
 namespace {
+
+std::vector<std::string> ModelNumbers() {
+  std::vector<std::string> numbers;
+  for (const MarsModel& model : kMarsModels) numbers.push_back(std::to_string(model.m_number));
+  numbers.push_back(std::to_string(kOtherNumberOfE));
+  return numbers;
+}
 
 struct RunArguments {
   BatchOptions m_options;
@@ -72,7 +80,7 @@ void AddSettings(CLI::App& run, ParameterTable& settings) {
              "Score from which a candidate is a precursor: a higher one keeps fewer")
       ->check(CLI::Number);
   AddSetting(run, settings, "--model", "mars_model", "Scoring model; 5 for 15N-labelled samples")
-      ->check(CLI::IsMember({"0", "1", "2", "3", "4", "5", "15", "250", "1024"}));
+      ->check(CLI::IsMember(ModelNumbers()));
   AddSetting(run, settings, "--mz-digits", "m/z", "Decimals of m/z in written peaks")
       ->check(CLI::Range(0, 9));
   AddSetting(run, settings, "--intensity-digits", "intensity",
