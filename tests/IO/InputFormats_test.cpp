@@ -56,7 +56,8 @@ TEST(FormatOfName, IsThatOfTheEnding) {
     EXPECT_EQ(found.m_format->m_word, sample.m_word);
     EXPECT_EQ(found.m_ending_size, sample.m_ending_size);
   }
-  for (const char* other : {"a.ms2", "a.ms1.gz", "a.gz", "a", "", ".mzML", ".mzML.gz", "raw"})
+  for (const char* other :
+       {"a.ms2", "a.ms1.gz", "a.gz", "a", "", ".mzML", ".mzML.gz", "raw", "raw  "})
     EXPECT_EQ(FormatOfName(other).m_format, nullptr) << other;
 }
 

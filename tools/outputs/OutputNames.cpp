@@ -21,8 +21,8 @@ SplitName SplitOutputName(std::string_view stem) {
 
 std::string_view RunOfBinaryPair(std::string_view stem) {
   const std::size_t dot = stem.rfind('.');
-  if (dot == std::string_view::npos) return stem;
-  return IsInstrumentFormat(stem.substr(dot + 1)) ? stem.substr(0, dot) : stem;
+  const bool has_dot = dot != std::string_view::npos;
+  return has_dot && IsInstrumentFormat(stem.substr(dot + 1)) ? stem.substr(0, dot) : stem;
 }
 
 std::string CanonicalPath(const std::string& path) {

@@ -90,12 +90,10 @@ inline NamedFormat FormatOfName(std::string_view name) {
   if (packed != nullptr && name.size() > packed->m_packed_ending.size())
     return {packed, packed->m_packed_ending.size()};
   const std::string_view trimmed = TrimRight(name);
-  const std::size_t dot = trimmed.rfind('.');
-  if (dot == std::string_view::npos) return {};
-  const std::string_view ending = trimmed.substr(dot);
-  const InputFormat* const format = FindInputFormat(ToLower(ending.substr(1)));
-  if (format == nullptr || name.size() <= ending.size()) return {};
-  return {format, ending.size()};
+  const std::string_view word = trimmed.substr(trimmed.rfind('.') + 1);  // all without a dot
+  const InputFormat* const format = FindInputFormat(ToLower(word));
+  if (format == nullptr || trimmed.size() <= word.size() + 1) return {};
+  return {format, word.size() + 1};
 }
 
 }  // namespace tarvek
