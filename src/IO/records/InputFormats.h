@@ -38,12 +38,11 @@ inline constexpr std::array<InputFormat, 6> kInputFormats = {{
     {"mzml", InputRoad::kXml, "morvex_xml.exe", ".mzml.gz"},
 }};
 
-/// The same for people who start `tarvek-tools run`: the words, and two sentences of them.
+/// The same for people: the words of `tarvek-tools run --format`, two texts of it, one of messages.
 inline constexpr std::array kInputWords = {"mzml", "mzxml", "raw", "wiff", "ms1", "mgf"};
 inline constexpr const char* kInputNames = "mzML, mzXML (also .gz), raw, wiff, ms1, mgf";
 inline constexpr const char* kKnownInputs =
     "Known are mzML and mzXML (also .gz), raw, wiff, ms1 and mgf.";
-/// And for those who name one that is not known.
 inline constexpr const char* kInputWordList = "ms1, mgf, raw, wiff, mzxml and mzml";
 
 /// The format of a word in lower case; null when there is none.
