@@ -5,8 +5,8 @@
 #include <system_error>
 #include <vector>
 
+#include "Extraction.h"
 #include "FileUtils.h"
-#include "Interruption.h"
 #include "Platform.h"
 #include "StringUtils.h"
 

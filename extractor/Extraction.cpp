@@ -7,12 +7,12 @@
 
 #include "ExtractionPlan.h"
 #include "FileUtils.h"
-#include "Interruption.h"
 #include "NativeIdList.h"
 #include "PeakPreparation.h"
 #include "RunReport.h"
 #include "ScanRules.h"
 #include "ScanSinks.h"
+#include "StringUtils.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -96,8 +96,6 @@ class ScanPipeline final : public ScanConsumer {
   ScanSink* m_sink = nullptr;
 };
 
-std::string LowerFormat(const std::string& format) { return format == "mzXML" ? "mzxml" : "mzml"; }
-
 // The path of the marker in a directory that exists.
 std::string PreparedMarkerPath(const ExtractorOptions& options) {
   MakeDirectory(options.m_output_directory);
@@ -116,7 +114,7 @@ class Reading {
   ScanConsumer& Consumer() { return m_pipeline; }
 
   void SetFormat(const std::string& format) {
-    m_sink = MakeSink(*m_options, LowerFormat(format));
+    m_sink = MakeSink(*m_options, ToLower(format));
     m_pipeline.SetSink(*m_sink);
   }
 
@@ -192,6 +190,10 @@ void Extract(const ExtractorOptions& options, const std::string& path, Marker& m
   ThrowIfInterrupted();
   report.PrintSummary();
   marker.Complete(RecordOf(options, report));
+}
+
+void ThrowIfInterrupted() {
+  if (StopRequested()) throw std::string("interrupted; nothing was extracted");
 }
 
 }  // namespace tarvek::extractor

@@ -39,4 +39,8 @@ class Marker {
 void Extract(const ExtractorOptions& options, const std::string& path, Marker& marker,
              std::ostream& report);
 
+/// Throws "interrupted" when a stop was requested (NoteStopRequests in Platform.h); asked between two
+/// blocks of the work, so that unfinished files are removed on the way out.
+void ThrowIfInterrupted();
+
 }  // namespace tarvek::extractor

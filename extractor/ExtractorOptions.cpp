@@ -4,8 +4,9 @@
 #include <charconv>
 #include <cstddef>
 
-#include "AttributeNumber.h"
 #include "FileUtils.h"
+#include "InputFormats.h"
+#include "NumberText.h"
 #include "RunRecord.h"
 #include "StringUtils.h"
 
@@ -24,9 +25,7 @@ std::string_view WithoutGz(std::string_view name) {
 std::string FormatOf(std::string_view path) {
   const std::string_view name = WithoutGz(FileNameOf(path));
   std::string extension = ToLower(name.substr(std::min(name.rfind('.') + 1, name.size())));
-  for (const char* const known : {"mzml", "mzxml", "raw", "wiff"})
-    if (extension == known) return extension;
-  return {};
+  return IsInstrumentFormat(extension) ? extension : std::string();
 }
 
 // Puts the name of what gave the value before the message.

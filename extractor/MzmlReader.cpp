@@ -5,7 +5,6 @@
 #include <utility>
 
 #include "ActivationWords.h"
-#include "AttributeNumber.h"
 #include "BinaryArray.h"
 #include "ElementNesting.h"
 #include "InstrumentTerms.h"

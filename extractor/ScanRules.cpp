@@ -6,7 +6,6 @@
 #include <functional>
 #include <limits>
 
-#include "AttributeNumber.h"
 #include "NativeId.h"
 #include "NumberText.h"
 

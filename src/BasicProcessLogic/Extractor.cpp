@@ -3,6 +3,7 @@
 #include <stdexcept>
 
 #include "FileUtils.h"
+#include "InputFormats.h"
 #include "Logger.h"
 #include "NumberText.h"
 #include "OutputSet.h"
@@ -16,6 +17,7 @@ std::string InstalledDirectory() {
   return directory.empty() ? directory : JoinPath({directory, "..", "libexec", "tarvek"});
 }
 
+// The text is frozen, see docs/frozen-names.md.
 std::string PipeError(const std::string& command, const char* what) {
   return "popen(\"" + command + "\",\"r\") " + what;
 }
@@ -69,8 +71,7 @@ RunRecord ExtractionRecord(const UserParameters& parameters) {
 }
 
 std::string_view ExtractorName(std::string_view input_format) {
-  if (input_format == "mzxml" || input_format == "mzml") return "morvex_xml.exe";
-  return input_format == "wiff" ? "morvex_wiff.exe" : "morvex_raw.exe";
+  return FindInputFormat(IsInstrumentFormat(input_format) ? input_format : "raw")->m_extractor;
 }
 
 std::string ExtractorProgram(std::string_view name, const std::string& installed_directory) {

@@ -29,6 +29,7 @@ RunRecord RecordOf(std::int64_t read, std::int64_t precursors, bool are_exported
 void processMgfFile(const UserParameters& parameters) {
   const std::int64_t start_ms = MonotonicMilliseconds();
   if (SkipsExisting(parameters, OutputPath(parameters, ".mgf"))) return;
+  // The text is frozen, see docs/frozen-names.md.
   logMessage(kWarn,
              "We DO NOT RECOMMAND you to use [MGF] as input!! Tarvek cannot utilize MS1 Message.");
   MgfReader reader(parameters.m_current_file, "r");

@@ -1,6 +1,5 @@
 #include "Ms2Loop.h"
 
-#include <algorithm>
 #include <map>
 #include <optional>
 #include <set>
@@ -143,14 +142,10 @@ RunRecord ProcessSource(const UserParameters& parameters, const AcceptedScans& a
 }  // namespace
 
 std::string_view ReasonNotProcessed(const MS2Spectrum& scan) {
-  if (std::ranges::find(kActivationTypes, scan.m_activation_type) == kActivationTypes.end())
-    return kActivationNotKnown;
-  if (std::ranges::find(kInstrumentTypes, scan.m_instrument_type) == kInstrumentTypes.end())
-    return kAnalyserNotKnown;
+  if (!IsKnownActivation(scan.m_activation_type)) return kActivationNotKnown;
+  if (!IsKnownInstrument(scan.m_instrument_type)) return kAnalyserNotKnown;
   return {};
 }
-
-bool IsProcessed(const MS2Spectrum& scan) { return ReasonNotProcessed(scan).empty(); }
 
 bool CanDetermine(const SpectrumSource& source, const Ms1Store& store, const MS2Spectrum& scan) {
   return store.size() >= kMinStoredScans && source.AllowsDetermination(scan);
@@ -161,6 +156,7 @@ void DropUnusablePrecursors(MS2Spectrum& scan) {
   for (std::size_t i = precursors.size(); i-- > 0;) {
     if (IsUsable(precursors[i])) continue;
     precursors.erase(precursors.begin() + static_cast<std::ptrdiff_t>(i));
+    // The text is frozen, see docs/frozen-names.md.
     WarnScan("Scan ", scan.m_scan_no, " has incorrect precursor infomation, skipping...");
   }
 }

@@ -37,11 +37,8 @@ std::string Ms2Path(const UserParameters& parameters);
 /// Warns that a scan has no usable precursor.
 void WarnWithoutPrecursor(const MS2Spectrum& scan);
 
-/// Whether activation and instrument type are ones that are processed.
-bool IsProcessed(const MS2Spectrum& scan);
-
 /// Why a scan is not processed; of several reasons the one that is tested first. Empty for one that
-/// is.
+/// is (IsProcessed).
 std::string_view ReasonNotProcessed(const MS2Spectrum& scan);
 
 /// Whether the precursors of a scan can be looked for in the MS1 scans read so far.

@@ -1,6 +1,5 @@
 #include "RunDriver.h"
 
-#include <algorithm>
 #include <map>
 #include <optional>
 #include <utility>
@@ -9,6 +8,7 @@
 #include "Extractor.h"
 #include "FileUtils.h"
 #include "IO.h"
+#include "InputFormats.h"
 #include "IsotopeTable.h"
 #include "Logger.h"
 #include "MgfInput.h"
@@ -21,13 +21,6 @@
 namespace tarvek {
 namespace {
 
-constexpr std::array<std::string_view, 6> kKnownFormats = {"ms1",  "mgf",   "raw",
-                                                           "wiff", "mzxml", "mzml"};
-
-bool IsInstrumentFormat(std::string_view format) {
-  return std::ranges::find(kInstrumentFormats, format) != kInstrumentFormats.end();
-}
-
 void ProcessTextFile(UserParameters& parameters) {
   const std::int64_t start_ms = MonotonicMilliseconds();
   std::optional<OutputClaim> claim = ClaimUnlessFinished(parameters);
@@ -39,8 +32,6 @@ void ProcessTextFile(UserParameters& parameters) {
       parameters, *claim, SettingsOf(parameters, InstalledTableFingerprint(), InputKind::kSpectra));
   LogSummary(parameters.m_current_file, record, start_ms);
 }
-
-void ProcessMgf(UserParameters& parameters) { processMgfFile(parameters); }
 
 // Where the outputs of the current file begin, so that equal texts are the same files. Windows does
 // not tell upper case from lower case.
@@ -56,15 +47,15 @@ class DataPathWalk {
 
   void Process(const std::string& path) {
     const std::string format = detectDataPathFormat(path, m_parameters);
-    if (IsKnownFormat(format)) m_parameters.m_input_format = format;
-    if (format == "ms1") {
+    const InputFormat* known = FindInputFormat(format);
+    if (known != nullptr) m_parameters.m_input_format = format;
+    if (known != nullptr && known->m_road == InputRoad::kText) {
       ForEachFile(path, format, ProcessTextFile);
-    } else if (format == "mgf") {
-      ForEachFile(path, format, ProcessMgf);
+    } else if (known != nullptr && known->m_road == InputRoad::kMgf) {
+      ForEachFile(path, format, [](UserParameters& parameters) { processMgfFile(parameters); });
     } else {
       const bool goes_on = IsInstrumentFormat(m_parameters.m_input_format);
-      if (!IsKnownFormat(format))
-        logMessage(goes_on ? kWarn : kError, UnknownFormatText(path, format));
+      if (known == nullptr) logMessage(goes_on ? kWarn : kError, UnknownFormatText(path, format));
       TARVEK_CHECK(goes_on,
                    "m_input_format == \"raw\" || m_input_format == \"wiff\" || "
                    "m_input_format == \"mzxml\" || m_input_format == \"mzml\"",
@@ -129,27 +120,22 @@ void runAllDataPaths(const UserParameters& parameters) {
 
 std::string detectDataPathFormat(const std::string& path, const UserParameters& parameters) {
   if (!FileExists(path)) return parameters.m_input_format;
-  for (const std::string_view ending : kPackedEndings)
-    if (EndsWithIgnoreCase(path, ending))
-      return std::string(ending.substr(1, ending.rfind('.') - 1));
+  if (const InputFormat* const packed = PackedFormatOf(path)) return std::string(packed->m_word);
   return ToLower(path.substr(path.rfind('.') + 1));
-}
-
-bool IsKnownFormat(std::string_view format) {
-  return std::ranges::find(kKnownFormats, format) != kKnownFormats.end();
 }
 
 std::vector<std::string> ListInputFiles(const std::string& path, const std::string& format) {
   std::vector<std::string> endings = {"." + format};
-  const std::string packed = endings.front() + std::string(kPackedEnding);
-  if (std::ranges::find(kPackedEndings, packed) != kPackedEndings.end()) endings.push_back(packed);
+  if (const InputFormat* const known = FindInputFormat(format);
+      known != nullptr && !known->m_packed_ending.empty())
+    endings.emplace_back(known->m_packed_ending);
   return ListFilesOfAny(path, endings);
 }
 
 std::string NoInputFileText(const std::string& path, const std::string& format) {
   std::string found;
-  for (const std::string_view known : kKnownFormats) {
-    const std::string word(known);
+  for (const InputFormat& known : kInputFormats) {
+    const std::string word(known.m_word);
     const auto count = static_cast<std::int64_t>(ListInputFiles(path, word).size());
     if (count == 0) continue;
     if (!found.empty()) found += ", ";
@@ -161,8 +147,8 @@ std::string NoInputFileText(const std::string& path, const std::string& format) 
 }
 
 std::string UnknownFormatText(const std::string& path, const std::string& format) {
-  return "Data path " + path + " has the format '" + format +
-         "'. Known are ms1, mgf, raw, wiff, mzxml and mzml, in lower case.";
+  return "Data path " + path + " has the format '" + format + "'. Known are " + kInputWordList +
+         ", in lower case.";
 }
 
 void processInstrumentFile(UserParameters& parameters) {

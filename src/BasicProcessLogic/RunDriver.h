@@ -5,18 +5,12 @@
 // Throws:   whatever ends the run.
 #pragma once
 
-#include <array>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "UserParameters.h"
 
 namespace tarvek {
-
-/// Formats that an extractor converts first.
-inline constexpr std::array<std::string_view, 4> kInstrumentFormats = {"raw", "wiff", "mzxml",
-                                                                       "mzml"};
 
 /// The whole run after configuration.
 void runAllDataPaths(const UserParameters& parameters);
@@ -25,11 +19,8 @@ void runAllDataPaths(const UserParameters& parameters);
 /// the configured input format.
 std::string detectDataPathFormat(const std::string& path, const UserParameters& parameters);
 
-/// Whether a road leads from a format, in lower case, to the outputs.
-bool IsKnownFormat(std::string_view format);
-
-/// The files that a data path stands for in a format: ListFiles with its ending, and with that of
-/// packed files for "mzml" and "mzxml".
+/// The files that a data path stands for in a format: ListFiles with its ending, and with that of its
+/// packed files.
 std::vector<std::string> ListInputFiles(const std::string& path, const std::string& format);
 
 /// What is said of a data path without a file of the format: which known ones it has instead.

@@ -18,6 +18,7 @@ namespace {
 constexpr const char* kChargeRange = "charge_range";
 
 // The parameters that shape outputs; not those that say where files are and what is done again.
+// Keys: frozen, see docs/frozen-names.md.
 constexpr std::array<const char*, 14> kShapingKeys = {"check_activationcenter",
                                                       "co-elute",
                                                       "cut_similiar_mono",

@@ -46,7 +46,7 @@ bool MsbReader::ReadNext() {
 void MsbReader::ReadPeaks(std::size_t count, std::vector<Peak>& peaks) {
   const std::string_view arrays = m_bytes.Take(2 * sizeof(double) * count);
   if (arrays.size() < 2 * sizeof(double) * count)
-    throw std::string("The MSB terminated unexpectly!");
+    throw std::string("The MSB terminated unexpectly!");  // frozen, see docs/frozen-names.md
   const char* const mz = arrays.data();
   const char* const intensity = arrays.data() + sizeof(double) * count;
   peaks.resize(count);

@@ -9,7 +9,7 @@
 
 namespace tarvek {
 
-/// Five slots are named; rows hold as many as there are. "Totle" is part of the format.
+/// Five slots are named; rows hold as many as there are. "Totle": frozen, see docs/frozen-names.md.
 inline constexpr std::string_view kPrecursorTableHeader =
     "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, TotleNumOfPrecursor, "
     "PrecursorIdentifier, MZ, Charge, PrecursorIdentifier, MZ, Charge, "

@@ -15,7 +15,7 @@ void CompleteScan(MS2Spectrum& scan) {
   const auto removed = std::erase_if(
       scan.m_precursors, [](const Precursor& precursor) { return !IsUsable(precursor); });
   for (std::size_t i = 0; i < removed; ++i) {
-    // "infomation" is how this message has always been spelled; users search their logs for it.
+    // "infomation": frozen, see docs/frozen-names.md.
     logMessage(kWarn, "Scan " + std::to_string(scan.m_scan_no) +
                           " has incorrect precursor infomation, skipping this precursor...");
   }

@@ -11,6 +11,7 @@ namespace {
 
 constexpr std::string_view kAdvice = "! Please check the options or the *.cfg files.";
 
+// Texts and blanks: frozen, see docs/frozen-names.md.
 constexpr std::string_view kUsageHead =
     "\n"
     "USAGE:\n"

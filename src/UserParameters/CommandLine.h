@@ -18,7 +18,7 @@ struct OptionLetter {
   std::string_view m_key;
 };
 
-/// The options in byte order of their letters; letter case matters.
+/// The options in byte order of their letters; letter case matters. Keys: frozen, see docs/frozen-names.md.
 inline constexpr std::array<OptionLetter, 20> OptionLetters = {{
     {'C', "co-elute"},
     {'D', "datapath"},

@@ -21,7 +21,8 @@ void AddParameterLine(std::string_view line, ParameterTable& table) {
   line = Trim(line.substr(0, line.find('#')));
   if (line.empty() || line.front() == ';' || line.front() == '[') return;
   const std::size_t equals = line.find('=');
-  if (equals == std::string_view::npos) throw "Unexpected INI format!";
+  if (equals == std::string_view::npos)
+    throw "Unexpected INI format!";  // frozen, see docs/frozen-names.md
   const std::string key = ToLower(Trim(line.substr(0, equals)));
   table[key] = std::string(Trim(line.substr(equals + 1)));
 }

@@ -46,7 +46,7 @@ std::set<std::string> AdvancedKeys() {
 
 }  // namespace
 
-// Tabs, blanks and spellings are as users' files have them.
+// Tabs, blanks and spellings: frozen, see docs/frozen-names.md.
 constexpr std::array<KeyComment, 20> ParameterComments = {{
     {"check_activationcenter", "\t\t# 0 Do Not check;\n\t\t# 1 Check(Recommended)."},
     {"charge_range",

@@ -5,6 +5,7 @@
 
 #include "Check.h"
 #include "FileUtils.h"
+#include "InputFormats.h"
 #include "Logger.h"
 #include "NumberText.h"
 #include "ParameterText.h"
@@ -22,6 +23,7 @@ struct KeyField {
 
 constexpr const char* kIpvFileKey = "ipv_file";
 
+// The keys are frozen, see docs/frozen-names.md.
 constexpr std::array<KeyField<bool>, 9> kBoolFields = {{
     {"rewrite_files", &UserParameters::m_rewrite_files},
     {"co-elute", &UserParameters::m_co_elute},
@@ -90,6 +92,7 @@ void ForEachGiven(const Fields& fields, const ParameterTable& table, Apply apply
 
 std::int32_t ChargeLimit(std::string_view text) {
   const auto scanned = ScanInteger(text);
+  // The texts are frozen, see docs/frozen-names.md.
   if (scanned.m_status == NumberStatus::kNoDigits) throw std::string("invalid stoi argument");
   if (scanned.m_status == NumberStatus::kOutOfRange)
     throw std::string("stoi argument out of range");
@@ -134,8 +137,8 @@ void ApplyDataPaths(UserParameters& record, const ParameterTable& table) {
 
 // Where the ending of a file name begins. A packed file has two, "mzML.gz".
 std::size_t EndingOf(const std::string& name) {
-  for (const std::string_view ending : kPackedEndings)
-    if (EndsWithIgnoreCase(name, ending)) return TrimRight(name).size() - ending.size();
+  if (const InputFormat* const packed = PackedFormatOf(name))
+    return TrimRight(name).size() - packed->m_packed_ending.size();
   return name.find_last_of('.');
 }
 
@@ -143,9 +146,8 @@ void CheckDigits(std::int32_t digits, const char* message) {
   if (digits < 0 || digits > kMaxDigits) throw message;
 }
 
-std::string PeakFormat(const UserParameters& record) {
-  return "%." + IntegerText(record.m_mz_digits) + "f %." + IntegerText(record.m_intensity_digits) +
-         "f\n";
+std::string PeakFormat(std::int32_t mz_digits, std::int32_t intensity_digits) {
+  return "%." + IntegerText(mz_digits) + "f %." + IntegerText(intensity_digits) + "f\n";
 }
 
 // path without its trailing separators; a root stays one.
@@ -164,21 +166,6 @@ std::string LogDirectory(const UserParameters& record) {
   if (record.m_datapaths.empty()) return ".";
   const std::string& input = record.m_datapaths.front();
   return IsDirectory(input) ? input : FolderOf(input);
-}
-
-void PrepareOutputDirectory(UserParameters& record) {
-  if (record.m_outputpath.empty()) {
-    record.m_outputpath_follows_input = true;
-    return;
-  }
-  record.m_outputpath = DirectoryText(record.m_outputpath);
-  MakeMissingDirectory(record.m_outputpath);
-}
-
-void OpenLog(UserParameters& record) {
-  record.m_logfilepath = LogDirectory(record);
-  MakeMissingDirectory(record.m_logfilepath);
-  setLogDirectory(record.m_logfilepath);
 }
 
 }  // namespace
@@ -226,7 +213,7 @@ ParameterTable ToParameterTable(const UserParameters& record) {
   for (const auto& field : kIntegerFields) table[field.m_key] = IntegerText(record.*field.m_field);
   for (const auto& field : kRealFields) table[field.m_key] = RealText(record.*field.m_field);
   for (const auto& field : kTextFields) table[field.m_key] = record.*field.m_field;
-  // Users' echoes and templates show a "2" between the limits, not the "t" of the input form.
+  // A "2" between the limits, not the "t" of the input form: frozen, see docs/frozen-names.md.
   table[kChargeRangeKey] =
       IntegerText(record.m_charge_min) + "2" + IntegerText(record.m_charge_max);
   table[kDataNumberKey] = IntegerText(static_cast<std::int64_t>(record.m_datapaths.size()));
@@ -235,13 +222,14 @@ ParameterTable ToParameterTable(const UserParameters& record) {
   return table;
 }
 
-void Validate(UserParameters& record) {
+void Validate(const UserParameters& record) {
   CheckDigits(record.m_mz_digits, "Argument m/z(-z) invalid: m/z should be integer in [0, 9]");
   CheckDigits(record.m_intensity_digits,
               "Argument Intensity(-i) invalid: Intensity should be integer in [0, 9]");
-  record.m_peak_format = PeakFormat(record);
-  PrepareOutputDirectory(record);
-  OpenLog(record);
+}
+
+void DeriveValues(UserParameters& record) {
+  record.m_peak_format = PeakFormat(record.m_mz_digits, record.m_intensity_digits);
   DeriveHalfWidths(record);
 }
 
@@ -251,11 +239,27 @@ void DeriveHalfWidths(UserParameters& record) {
       record.m_candidate_halfwidth + ToleranceMz(record, kWidestToleranceMz);
 }
 
+void MakeOutputDirectory(UserParameters& record) {
+  record.m_outputpath_follows_input = record.m_outputpath.empty();
+  if (record.m_outputpath_follows_input) return;
+  record.m_outputpath = DirectoryText(record.m_outputpath);
+  MakeMissingDirectory(record.m_outputpath);
+}
+
+void OpenLog(UserParameters& record) {
+  record.m_logfilepath = LogDirectory(record);
+  MakeMissingDirectory(record.m_logfilepath);
+  setLogDirectory(record.m_logfilepath);
+}
+
 UserParameters CompleteParameters(const ParameterTable& table) {
   UserParameters record;
   ApplyParameterTable(record, table);
   EchoParameters(record);
   Validate(record);
+  DeriveValues(record);
+  MakeOutputDirectory(record);
+  OpenLog(record);
   return record;
 }
 

@@ -1,6 +1,6 @@
 // UserParameters/UserParameters.h: every setting of a run in one record.
-// Does:     defaults, a key-to-value table applied or taken, range checks and derived values, and
-//           the fields of the file now being processed.
+// Does:     defaults, a key-to-value table applied or taken, range checks, derived values, the
+//           directories of outputs and log, and the fields of the file now being processed.
 // Owns:     its texts; it is copied by value.
 // Throws:   a character string (charge range, missing data path, digit ranges) or a std::string
 //           (missing numbered data path, conversions, directories); each is the whole message.
@@ -8,11 +8,9 @@
 //           (ParameterText.h).
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <map>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace tarvek {
@@ -22,14 +20,11 @@ using ParameterTable = std::map<std::string, std::string>;
 
 inline constexpr const char* kDefaultIpvFile = "IPV.txt";
 
-/// Endings, in lower case, of files that are packed with gzip and read as they are.
-inline constexpr std::array<std::string_view, 2> kPackedEndings = {".mzml.gz", ".mzxml.gz"};
-inline constexpr std::string_view kPackedEnding = ".gz";
-
 struct UserParameters {
+  // Settings: the keys that ApplyParameterTable knows, with their defaults.
   bool m_rewrite_files = false;
   bool m_co_elute = true;
-  bool m_cut_similiar_mono = true;
+  bool m_cut_similiar_mono = true;  // frozen, see docs/frozen-names.md
   bool m_delete_msn = false;
   bool m_check_activationcenter = true;
   bool m_output_pf = true;
@@ -45,32 +40,26 @@ struct UserParameters {
   double m_isolation_width = 2.0;     // m/z
   double m_recalibrate_window = 7.0;  // ppm
   double m_mstol = 20.0;              // ppm, or m/z when m_mstolppm is false
-  std::string m_logfilepath;
+  std::string m_logfilepath;          // OpenLog makes it the directory of the log
   std::string m_ipv_file = kDefaultIpvFile;
+  bool m_ipv_file_is_given = false;  // by the table, be it the default one
   std::string m_input_format = "raw";
-  std::string m_outputpath;  // empty: beside each input file
+  std::string m_outputpath;  // empty: that of each input file, which SetCurrentFile puts here
   std::vector<std::string> m_datapaths;
+  bool m_cluster_ms2 = false;  // groups near-identical MS2 scans first; no key sets it
 
-  // Derived by Validate.
-  bool m_outputpath_follows_input = false;
-  std::string m_peak_format;  // printf format of one written peak line
+  // Derived from the settings.
+  std::string m_peak_format;                // printf format of one written peak line; DeriveValues
+  double m_candidate_halfwidth = 3.0;       // m/z; DeriveValues, DeriveHalfWidths
+  double m_extended_halfwidth = 3.5;        // m/z, widened by the mass tolerance; likewise
+  bool m_outputpath_follows_input = false;  // MakeOutputDirectory
 
-  // The input file now being processed, set by SetCurrentFile.
+  // The file in work, set by SetCurrentFile.
   std::string m_current_file;
   std::string m_current_dir;
   std::string m_current_filename;
   std::string m_current_basename;
   std::string m_current_ext;  // without the dot; "mzML.gz" of a packed file
-
-  // Derived by Validate.
-  double m_candidate_halfwidth = 3.0;  // m/z
-  double m_extended_halfwidth = 3.5;   // m/z, widened by the mass tolerance
-
-  // Whether the table named an isotope table, be it the default one.
-  bool m_ipv_file_is_given = false;
-
-  // Groups near-identical MS2 scans before processing. No key sets it.
-  bool m_cluster_ms2 = false;
 };
 
 /// Overwrites every field whose key is in table; unknown keys are ignored. Data paths that name
@@ -84,15 +73,24 @@ std::vector<std::string> DataPathCandidates(const ParameterTable& table);
 /// The text form of every setting, as the echo, the template and the usage text show it.
 ParameterTable ToParameterTable(const UserParameters& record);
 
-/// Checks ranges, makes the output and log directories, computes the derived fields and opens the
-/// log file.
-void Validate(UserParameters& record);
+/// Throws when digits are out of their range.
+void Validate(const UserParameters& record);
 
-/// Computes m_candidate_halfwidth and m_extended_halfwidth from the settings; part of Validate.
+/// Computes m_peak_format and the half-widths from settings that are valid.
+void DeriveValues(UserParameters& record);
+
+/// Computes m_candidate_halfwidth and m_extended_halfwidth; part of DeriveValues.
 void DeriveHalfWidths(UserParameters& record);
 
-/// The record of a run: the defaults with table applied, echoed into the log, then validated.
-/// Throws what those steps throw.
+/// Makes the output directory where the settings name one; else the outputs follow the input.
+void MakeOutputDirectory(UserParameters& record);
+
+/// Decides on the directory of the log, makes it, and opens the log there, which writes what was
+/// kept for it.
+void OpenLog(UserParameters& record);
+
+/// The record of a run: the defaults with table applied, echoed into the log, then the steps above
+/// in their order. Throws what those steps throw.
 UserParameters CompleteParameters(const ParameterTable& table);
 
 /// Fills the m_current_* fields from path, and m_outputpath when it follows the input. The file

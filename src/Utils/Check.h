@@ -19,6 +19,6 @@ CheckFailureHandler SetCheckFailureHandler(CheckFailureHandler handler) noexcept
 
 }  // namespace tarvek
 
-/// Stops the process unless condition holds. expression and module are the texts that are shown.
+/// Shows both texts (frozen, see docs/frozen-names.md) and stops unless condition holds.
 #define TARVEK_CHECK(condition, expression, module) \
   ((condition) ? static_cast<void>(0) : ::tarvek::FailCheck((expression), (module)))

@@ -67,6 +67,7 @@ void MakeDirectory(std::string_view path) {
   const std::string directory = WithoutTrailingSeparators(trimmed);
   if (IsDirectory(directory)) return;
   if (directory.empty() && !trimmed.empty()) return;  // a root
+  // The text is frozen, see docs/frozen-names.md.
   if (!MakeDirectoryTree(directory)) throw "Can not make the directory: " + directory;
 }
 

@@ -220,6 +220,13 @@ ScannedNumber<std::int64_t> ScanInteger64(std::string_view text) {
   return ScanIntegerAs<std::int64_t>(text);
 }
 
+std::optional<double> FiniteReal(std::string_view text) {
+  const auto scanned = ScanReal(text);
+  if (scanned.m_status == NumberStatus::kNoDigits || !std::isfinite(scanned.m_value))
+    return std::nullopt;
+  return scanned.m_value;
+}
+
 double ParseReal(std::string_view text) { return ScanReal(text).m_value; }
 
 std::int32_t ParseInteger(std::string_view text) { return ScanInteger(text).m_value; }

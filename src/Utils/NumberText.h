@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -35,6 +36,9 @@ ScannedNumber<std::int64_t> ScanInteger64(std::string_view text);
 /// the text there has another form or more digits than are exact this way; ScanReal reads every
 /// form.
 const char* ReadPlainDecimal(const char* first, const char* last, double& value);
+
+/// What ScanReal reads; nothing when there are no digits or the number is not finite.
+std::optional<double> FiniteReal(std::string_view text);
 
 /// Lenient forms: a text that is no number reads as 0.
 double ParseReal(std::string_view text);

@@ -16,7 +16,7 @@ namespace tarvek {
 
 class ElutionGrid {
  public:
-  static constexpr std::size_t kRows = 10;  // m_ki_r_num
+  static constexpr std::size_t kRows = 10;  // m_ki_r_num: frozen, see docs/frozen-names.md
   using RowSums = std::array<double, kRows>;
   using RowSet = std::uint16_t;  // bit r for row r
 

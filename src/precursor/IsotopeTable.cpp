@@ -17,6 +17,7 @@ namespace {
 
 constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
 
+// The names are frozen, see docs/frozen-names.md.
 IsotopeTable m_h_IPV_Matrix;
 bool m_h_is_IPV_inited = false;
 std::string m_h_IPV_fingerprint;

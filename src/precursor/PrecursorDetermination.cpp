@@ -20,6 +20,7 @@ constexpr int kIsotopesAgainstCentre = 4;  // positions 0 to 3
 constexpr std::size_t kCandidateLimit = 1000;
 
 void ReportMissingPrecursorScan(const MS2Spectrum& ms2) {
+  // The text is frozen, see docs/frozen-names.md.
   std::string text = "Cannot found the precurosr scan of MS2: ";
   AppendInteger(text, ms2.m_precursor_scan);
   logInfo(text);

@@ -5,26 +5,10 @@
 namespace tarvek {
 namespace {
 
-constexpr std::int32_t kLargerOfGAndF = 15;
-
-const ScoringModel& FindModel(std::int32_t mars_model) {
-  switch (mars_model) {
-    case 1:
-      return kModelB;
-    case 2:
-      return kModelC;
-    case 3:
-      return kModelD;
-    case 4:
-    case 1024:
-      return kModelE;
-    case 5:
-      return kModelF;
-    case 250:
-      return kModelG;
-    default:
-      return kModelA;
-  }
+const MarsModel& FindModel(std::int32_t mars_model) {
+  const std::int32_t number = mars_model == kOtherNumberOfE ? 4 : mars_model;
+  const auto row = std::ranges::find(kMarsModels, number, &MarsModel::m_number);
+  return row == kMarsModels.end() ? kMarsModels.front() : *row;
 }
 
 double PlusHinge(const Hinge& h, double x) {
@@ -61,9 +45,10 @@ double EvaluateModel(const ScoringModel& model, FeaturesExtractor& candidate) {
 }
 
 double Score(FeaturesExtractor& candidate, std::int32_t mars_model) {
-  if (mars_model == kLargerOfGAndF)
-    return std::max(EvaluateModel(kModelG, candidate), EvaluateModel(kModelF, candidate));
-  return EvaluateModel(FindModel(mars_model), candidate);
+  const MarsModel& selected = FindModel(mars_model);
+  const double score = EvaluateModel(*selected.m_model, candidate);
+  if (selected.m_other == nullptr) return score;
+  return std::max(score, EvaluateModel(*selected.m_other, candidate));
 }
 
 }  // namespace tarvek

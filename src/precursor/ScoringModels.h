@@ -42,19 +42,36 @@ double CubicHinge(const Hinge& hinge, double x);
 /// Intercept, then the terms added in order. May be NaN when a feature is.
 double EvaluateModel(const ScoringModel& model, FeaturesExtractor& candidate);
 
-/// The score of a candidate under the model that mars_model selects: with 15 the larger of models G
-/// and F; any number that is not listed below selects model A.
+/// The score of a candidate under what mars_model selects in kMarsModels.
 double Score(FeaturesExtractor& candidate, std::int32_t mars_model);
 
-/// The numbers of mars_model that select different scores.
-inline constexpr std::array<std::int32_t, 8> kMarsModels = {0, 1, 2, 3, 4, 5, 15, 250};
+extern const ScoringModel kModelA;
+extern const ScoringModel kModelB;
+extern const ScoringModel kModelC;
+extern const ScoringModel kModelD;
+extern const ScoringModel kModelE;
+extern const ScoringModel kModelF;
+extern const ScoringModel kModelG;
 
-extern const ScoringModel kModelA;  // mars_model 0
-extern const ScoringModel kModelB;  // 1
-extern const ScoringModel kModelC;  // 2
-extern const ScoringModel kModelD;  // 3
-extern const ScoringModel kModelE;  // 4 and 1024
-extern const ScoringModel kModelF;  // 5
-extern const ScoringModel kModelG;  // 250
+/// A number of mars_model with the models that it selects: of two, the larger score counts.
+struct MarsModel {
+  std::int32_t m_number;
+  const ScoringModel* m_model;
+  const ScoringModel* m_other = nullptr;
+};
+
+/// The numbers that select different scores. The first is that of all numbers that are not listed;
+/// 1024 is another name of 4.
+inline constexpr std::array<MarsModel, 8> kMarsModels = {{
+    {0, &kModelA},
+    {1, &kModelB},
+    {2, &kModelC},
+    {3, &kModelD},
+    {4, &kModelE},
+    {5, &kModelF},
+    {15, &kModelG, &kModelF},
+    {250, &kModelG},
+}};
+inline constexpr std::int32_t kOtherNumberOfE = 1024;
 
 }  // namespace tarvek

@@ -38,8 +38,15 @@ class UserParametersTest : public testing::Test {
   std::string MessageOfOne(const std::string& key, const std::string& value) {
     return MessageOf([&] { ApplyOne(key, value); });
   }
-  static void ValidateQuietly(UserParameters& record) {
-    CaptureConsole([&] { Validate(record); });
+  /// What follows the echo when a run starts.
+  static void Complete(UserParameters& record) {
+    Validate(record);
+    DeriveValues(record);
+    MakeOutputDirectory(record);
+    OpenLog(record);
+  }
+  static void CompleteQuietly(UserParameters& record) {
+    CaptureConsole([&] { Complete(record); });
   }
   [[nodiscard]] bool LogIsIn(const std::string& directory) const {
     return std::filesystem::is_regular_file(directory + "/TarvekPlusLog.txt");
@@ -323,35 +330,50 @@ TEST_F(UserParametersTest, ValidationChecksMzBeforeIntensity) {
   record.m_intensity_digits = 10;
   EXPECT_THAT(MessageOf([&] { Validate(record); }), testing::StartsWith("Argument m/z"));
 }
-TEST_F(UserParametersTest, ValidationMakesNothingWhenADigitRangeFails) {
+TEST_F(UserParametersTest, NothingIsMadeWhenADigitRangeFails) {
+  const std::string out = m_directory / "out";
+  CaptureConsole([&] {
+    EXPECT_THROW(CompleteParameters({{"datanum", "0"}, {"outputpath", out}, {"m/z", "10"}}),
+                 const char*);
+  });
+  EXPECT_FALSE(std::filesystem::exists(out));
+}
+TEST_F(UserParametersTest, ValidationOnlyValidates) {
   UserParameters record;
-  record.m_mz_digits = 10;
   record.m_outputpath = m_directory / "out";
-  MessageOf([&] { Validate(record); });
-  EXPECT_FALSE(std::filesystem::exists(m_directory / "out"));
+  EXPECT_EQ(CaptureConsole([&] { Validate(record); }).m_out, "");
+  EXPECT_TRUE(std::filesystem::is_empty(m_directory.Path()));
+}
+TEST_F(UserParametersTest, OutputDirectoryIsMadeBeforeThatOfTheLog) {
+  UserParameters record;
+  record.m_outputpath = MakeFile("file");
+  record.m_logfilepath = m_directory / "logs";
+  EXPECT_EQ(MessageOf([&] { Complete(record); }),
+            "Can not make the directory: " + MakeFile("file"));
+  EXPECT_FALSE(std::filesystem::exists(m_directory / "logs"));
 }
 TEST_F(UserParametersTest, ValidationBuildsThePeakFormat) {
   UserParameters record;
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_peak_format, "%.5f %.1f\n");
 }
 TEST_F(UserParametersTest, ValidationBuildsThePeakFormatOfTheLimits) {
   UserParameters record;
   record.m_mz_digits = 9;
   record.m_intensity_digits = 0;
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_peak_format, "%.9f %.0f\n");
 }
 TEST_F(UserParametersTest, ValidationWidensTheDefaultHalfWidths) {
   UserParameters record;
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_candidate_halfwidth, 3.0);
   EXPECT_DOUBLE_EQ(record.m_extended_halfwidth, 3.3);
 }
 TEST_F(UserParametersTest, ValidationTakesTheToleranceInMz) {
   UserParameters record =
       Apply({{"datanum", "0"}, {"mstolppm", "0"}, {"mstol", "0.02"}, {"isolation_width", "4"}});
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_candidate_halfwidth, 5.0);
   EXPECT_DOUBLE_EQ(record.m_extended_halfwidth, 5.02);
 }
@@ -360,14 +382,14 @@ TEST_F(UserParametersTest, KeepsARootAsOutputDirectory) {
   UserParameters record;
   record.m_outputpath = "//";
   record.m_logfilepath = m_directory.Path();
-  CaptureConsole([&] { Validate(record); });
+  CaptureConsole([&] { Complete(record); });
   EXPECT_EQ(record.m_outputpath, std::string(1, kPathSeparator));
 }
 
 TEST_F(UserParametersTest, OutputDirectoryIsMadeWithItsParents) {
   UserParameters record;
   record.m_outputpath = m_directory / "out/deep//";
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_outputpath, m_directory / "out/deep");
   EXPECT_TRUE(std::filesystem::is_directory(m_directory / "out/deep"));
   EXPECT_FALSE(record.m_outputpath_follows_input);
@@ -375,12 +397,12 @@ TEST_F(UserParametersTest, OutputDirectoryIsMadeWithItsParents) {
 TEST_F(UserParametersTest, OutputDirectoryThatCannotBeMadeIsNamed) {
   UserParameters record;
   record.m_outputpath = MakeFile("file");
-  EXPECT_EQ(MessageOf([&] { Validate(record); }),
+  EXPECT_EQ(MessageOf([&] { Complete(record); }),
             "Can not make the directory: " + m_directory / "file");
 }
 TEST_F(UserParametersTest, WithoutAnOutputDirectoryTheOutputFollowsTheInput) {
   UserParameters record;
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_TRUE(record.m_outputpath_follows_input);
   EXPECT_EQ(record.m_outputpath, "");
 }
@@ -390,7 +412,7 @@ TEST_F(UserParametersTest, LogGoesIntoItsOwnDirectoryFirst) {
   record.m_logfilepath = m_directory / "logs/";
   record.m_outputpath = m_directory / "out";
   record.m_datapaths = {MakeFile("a.raw")};
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_logfilepath, m_directory / "logs");
   EXPECT_TRUE(LogIsIn(m_directory / "logs"));
   EXPECT_FALSE(LogIsIn(m_directory / "out"));
@@ -399,13 +421,13 @@ TEST_F(UserParametersTest, LogGoesIntoTheOutputDirectorySecond) {
   UserParameters record;
   record.m_outputpath = m_directory / "out/";
   record.m_datapaths = {MakeFile("a.raw")};
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_logfilepath, m_directory / "out");
   EXPECT_TRUE(LogIsIn(m_directory / "out"));
 }
 TEST_F(UserParametersTest, LogGoesIntoTheCurrentDirectoryWithoutDataPaths) {
   UserParameters record;
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_logfilepath, ".");
   EXPECT_TRUE(LogIsIn(m_directory.Path()));
 }
@@ -413,7 +435,7 @@ TEST_F(UserParametersTest, LogGoesBesideTheFirstInputFile) {
   std::filesystem::create_directory(m_directory / "in");
   UserParameters record;
   record.m_datapaths = {MakeFile("in/a.raw"), MakeFile("b.raw")};
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_logfilepath, m_directory / "in");
   EXPECT_TRUE(LogIsIn(m_directory / "in"));
 }
@@ -421,28 +443,28 @@ TEST_F(UserParametersTest, LogGoesIntoTheFirstInputDirectory) {
   std::filesystem::create_directory(m_directory / "in");
   UserParameters record;
   record.m_datapaths = {m_directory / "in"};
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_logfilepath, m_directory / "in");
 }
 TEST_F(UserParametersTest, LogGoesIntoTheInputDirectoryThatHasNoSeparator) {
   std::filesystem::create_directory(m_directory / "in");
   UserParameters record;
   record.m_datapaths = {"in"};
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_logfilepath, "in");
 }
 TEST_F(UserParametersTest, LogOfABareFileNameGoesIntoTheCurrentDirectory) {
   MakeFile("run.ms1");
   UserParameters record;
   record.m_datapaths = {"run.ms1"};
-  ValidateQuietly(record);
+  CompleteQuietly(record);
   EXPECT_EQ(record.m_logfilepath, ".");
   EXPECT_TRUE(LogIsIn(m_directory.Path()));
 }
 TEST_F(UserParametersTest, LogDirectoryThatCannotBeMadeIsNamed) {
   UserParameters record;
   record.m_logfilepath = MakeFile("file") + "/logs";
-  EXPECT_EQ(MessageOf([&] { Validate(record); }),
+  EXPECT_EQ(MessageOf([&] { Complete(record); }),
             "Can not make the directory: " + m_directory / "file/logs");
 }
 

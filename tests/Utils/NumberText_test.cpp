@@ -308,5 +308,11 @@ TEST(AppendExactReal, NeedsNoMoreDigitsThanThat) {
   EXPECT_EQ(text, "x0.1");
 }
 
+TEST(FiniteReal, IsNothingForATextThatIsNoNumberOrNoFiniteOne) {
+  EXPECT_EQ(FiniteReal("-2.5e1 Th"), -25.0);
+  for (const char* text : {"", "x", "nan", "inf", "-inf", "1e999"})
+    EXPECT_EQ(FiniteReal(text), std::nullopt) << text;
+}
+
 }  // namespace
 }  // namespace tarvek

@@ -14,6 +14,7 @@
 #include "IsotopeTable.h"
 #include "ModelFeatures.h"
 #include "NaiveDetermination.h"
+#include "ParameterText.h"
 #include "PrecursorTestSupport.h"
 #include "Scene.h"
 #include "TestSupport.h"
@@ -218,6 +219,15 @@ const std::vector<ModelShape> kShapes = {
      {&Similarity0, &Correlation01, &CorrelationM1, &ElutionShare, &WindowRatio, &ChargeTimesMz}},
     {"G", &kModelG, 17, kFeaturesOfDAndG},
 };
+
+TEST(MarsModels, HaveAShapeHereAndALineInTheHelp) {
+  for (const MarsModel& row : kMarsModels) {
+    SCOPED_TRACE(row.m_number);
+    EXPECT_TRUE(std::ranges::count(kShapes, row.m_model, &ModelShape::m_model));
+    EXPECT_NE(ParameterComment("mars_model").find("# " + std::to_string(row.m_number) + ": "),
+              std::string_view::npos);
+  }
+}
 
 class EveryModel : public testing::TestWithParam<ModelShape> {};
 INSTANTIATE_TEST_SUITE_P(ScoringModels, EveryModel, testing::ValuesIn(kShapes),

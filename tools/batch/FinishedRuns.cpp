@@ -1,5 +1,8 @@
 #include "batch/FinishedRuns.h"
 
+#include <algorithm>
+#include "FileUtils.h"
+#include "InputFormats.h"
 #include "IsotopeTable.h"
 #include "RunDriver.h"
 #include "RunSummary.h"
@@ -16,8 +19,9 @@ std::string FingerprintOf(const UserParameters& settings) {
 }
 
 InputKind KindOf(const UserParameters& settings) {
-  const std::string ending = ToLower(settings.m_current_ext);
-  return ending == "ms1" || ending == "mgf" ? InputKind::kSpectra : InputKind::kInstrumentFile;
+  const InputFormat* const format = FindInputFormat(ToLower(settings.m_current_ext));
+  const bool is_spectra = format != nullptr && format->m_extractor.empty();
+  return is_spectra ? InputKind::kSpectra : InputKind::kInstrumentFile;
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "CommandLine.h"
 #include "FileUtils.h"
+#include "InputFormats.h"
 #include "OutputSet.h"
 #include "ParameterFile.h"
 #include "Platform.h"
@@ -13,7 +14,7 @@
 #include "RunSummary.h"
 #include "StringUtils.h"
 #include "UserParameters.h"
-#include "outputs/CanonicalPath.h"
+#include "outputs/OutputNames.h"
 
 namespace tarvek::tools {
 namespace {
@@ -75,7 +76,7 @@ UserParameters SettingsOf(const BatchRequest& request) {
 /// directories behind it.
 std::vector<std::string> FilesOf(const std::string& path, UserParameters& settings) {
   const std::string format = detectDataPathFormat(path, settings);
-  if (!IsKnownFormat(format)) throw UnknownFormatText(path, format);
+  if (FindInputFormat(format) == nullptr) throw UnknownFormatText(path, format);
   settings.m_input_format = format;
   std::vector<std::string> files = ListInputFiles(path, format);
   std::ranges::sort(files);

@@ -7,7 +7,9 @@
 #include <utility>
 #include <vector>
 
+#include "InputFormats.h"
 #include "Platform.h"
+#include "ScoringModels.h"
 #include "UserParameters.h"
 #include "batch/Console.h"
 #include "batch/RunInputs.h"
@@ -15,6 +17,13 @@
 
 namespace tarvek::tools {
 namespace {
+
+std::vector<std::string> ModelNumbers() {
+  std::vector<std::string> numbers;
+  for (const MarsModel& model : kMarsModels) numbers.push_back(std::to_string(model.m_number));
+  numbers.push_back(std::to_string(kOtherNumberOfE));
+  return numbers;
+}
 
 struct RunArguments {
   BatchOptions m_options;
@@ -71,7 +80,7 @@ void AddSettings(CLI::App& run, ParameterTable& settings) {
              "Score from which a candidate is a precursor: a higher one keeps fewer")
       ->check(CLI::Number);
   AddSetting(run, settings, "--model", "mars_model", "Scoring model; 5 for 15N-labelled samples")
-      ->check(CLI::IsMember({"0", "1", "2", "3", "4", "5", "15", "250", "1024"}));
+      ->check(CLI::IsMember(ModelNumbers()));
   AddSetting(run, settings, "--mz-digits", "m/z", "Decimals of m/z in written peaks")
       ->check(CLI::Range(0, 9));
   AddSetting(run, settings, "--intensity-digits", "intensity",
@@ -83,16 +92,15 @@ void AddSettings(CLI::App& run, ParameterTable& settings) {
 }
 
 void AddPlaces(CLI::App& run, RunArguments& arguments) {
-  run.add_option(
-         "INPUT", arguments.m_words,
-         "Files, folders, or patterns like 'runs/*.mzML'; mzML, mzXML (also .gz), raw, wiff, "
-         "ms1, mgf")
+  run.add_option("INPUT", arguments.m_words,
+                 std::string("Files, folders, or patterns like 'runs/*.mzML'; ") + kInputNames)
       ->required();
   run.add_option("-o,--out", arguments.m_request.m_output_directory, "Folder of the results");
   run.add_flag("--beside-input", arguments.m_is_beside_input,
                "Put the results of each input into its own folder, in place of -o");
   run.add_option("--format", arguments.m_format, "Take only inputs of this format")
-      ->transform(CLI::IsMember({"mzml", "mzxml", "raw", "wiff", "ms1", "mgf"}, CLI::ignore_case));
+      ->transform(CLI::IsMember(std::vector<std::string>(kInputWords.begin(), kInputWords.end()),
+                                CLI::ignore_case));
   run.add_option("--isotope-table", arguments.m_request.m_isotope_table,
                  "Table of expected isotope patterns; default: the installed one")
       ->check(CLI::ExistingFile);

@@ -1,7 +1,6 @@
 #include "batch/RunInputs.h"
 
 #include <algorithm>
-#include <array>
 #include <map>
 #include <optional>
 #include <set>
@@ -9,48 +8,19 @@
 #include <utility>
 
 #include "FileUtils.h"
+#include "InputFormats.h"
 #include "Platform.h"
 #include "StringUtils.h"
-#include "outputs/CanonicalPath.h"
 #include "outputs/OutputNames.h"
 
 namespace tarvek::tools {
 namespace {
 
 constexpr std::string_view kWildcards = "*?[";
-constexpr std::string_view kKnownFormats =
-    "Known are mzML and mzXML (also .gz), raw, wiff, ms1 and mgf.";
-
-struct InputEnding {
-  std::string_view m_ending;
-  std::string_view m_format;
-};
-
-// Longer endings before those that they end in.
-constexpr std::array<InputEnding, 8> kInputEndings = {{{".mzml.gz", "mzml"},
-                                                       {".mzxml.gz", "mzxml"},
-                                                       {".mzml", "mzml"},
-                                                       {".mzxml", "mzxml"},
-                                                       {".raw", "raw"},
-                                                       {".wiff", "wiff"},
-                                                       {".ms1", "ms1"},
-                                                       {".mgf", "mgf"}}};
-
-const InputEnding* EndingOf(std::string_view name) {
-  const auto found = std::ranges::find_if(kInputEndings, [name](const InputEnding& ending) {
-    return name.size() > ending.m_ending.size() && EndsWithIgnoreCase(name, ending.m_ending);
-  });
-  return found == kInputEndings.end() ? nullptr : &*found;
-}
 
 /// name of an input without its ending.
 std::string_view BaseOf(std::string_view name) {
-  const InputEnding* const ending = EndingOf(name);
-  return ending == nullptr ? name : name.substr(0, name.size() - ending->m_ending.size());
-}
-
-bool IsInstrument(std::string_view format) {
-  return !format.empty() && format != "ms1" && format != "mgf";
+  return name.substr(0, name.size() - FormatOfName(name).m_ending_size);
 }
 
 /// As the system compares file names.
@@ -175,7 +145,7 @@ class InputFinder {
   void TakeNamed(const std::string& path) {
     const std::string_view format = InputFormatOf(path);
     if (format.empty())
-      throw path + " has an ending that tarvek does not take. " + std::string(kKnownFormats);
+      throw path + " has an ending that tarvek does not take. " + std::string(kKnownInputs);
     if (!m_format.empty() && format != m_format) throw path + " is not of the format " + m_format;
     Add(path);
   }
@@ -226,7 +196,7 @@ class InputFinder {
 
   bool IsExtracted(const std::string& ms1) {
     return FileExists(std::string(BaseOf(ms1)) + ".morvex") ||
-           std::ranges::any_of(FormatsBeside(ms1), IsInstrument);
+           std::ranges::any_of(FormatsBeside(ms1), IsInstrumentFormat);
   }
 
   bool IsWritten(const std::string& mgf) {
@@ -254,7 +224,7 @@ class InputFinder {
     std::string text = "There is no input file in " + word;
     if (!IsDirectory(word)) text = "No input file fits " + word;
     if (!m_format.empty()) throw text + " of the format " + m_format;
-    text += ". " + std::string(kKnownFormats);
+    text += ". " + std::string(kKnownInputs);
     for (const std::string& note : Finish().m_notes) text += " " + note + ".";
     throw text;
   }
@@ -273,8 +243,8 @@ class InputFinder {
 }  // namespace
 
 std::string_view InputFormatOf(std::string_view name) {
-  const InputEnding* const ending = EndingOf(name);
-  return ending == nullptr ? std::string_view() : ending->m_format;
+  const InputFormat* const format = FormatOfName(name).m_format;
+  return format == nullptr ? std::string_view() : format->m_word;
 }
 
 RunInputs FindRunInputs(std::span<const std::string> words, std::string_view format) {

@@ -7,9 +7,9 @@
 #include <utility>
 
 #include "FeaturesExtractor.h"
-#include "Ms2Loop.h"
 #include "NumberText.h"
 #include "PeakPicker.h"
+#include "SpectrumRecords.h"
 #include "outputs/DeclaredWidth.h"
 
 namespace tarvek::tools {
@@ -77,12 +77,8 @@ void CheckAccount::TakeSurvey(std::int32_t scan_no, bool is_high_resolution, dou
 
 // As the loop decides, with the reason.
 bool CheckAccount::IsProcessed(const FragmentFacts& fragment) {
-  MS2Spectrum scan;
-  scan.m_activation_type = fragment.m_activation;
-  scan.m_instrument_type = fragment.m_instrument;
-  if (!tarvek::IsProcessed(scan)) {
-    const bool knows_activation =
-        std::ranges::find(kActivationTypes, fragment.m_activation) != kActivationTypes.end();
+  const bool knows_activation = IsKnownActivation(fragment.m_activation);
+  if (!knows_activation || !IsKnownInstrument(fragment.m_instrument)) {
     LeaveOut(knows_activation ? UnknownWord("analyser", fragment.m_instrument)
                               : UnknownWord("activation", fragment.m_activation),
              fragment.m_scan_no, true);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "FileUtils.h"
+#include "InputFormats.h"
 #include "NumberText.h"
 #include "ParameterFile.h"
 #include "RunDriver.h"
@@ -101,7 +102,8 @@ std::string IntegerFault(std::string_view key, std::string_view value) {
   if (!number) return "is no whole number";
   if (Contains(kDigitKeys, key) && (*number < 0 || *number > 9)) return "is not from 0 to 9";
   if (key == kDataNumber && *number < 0) return "is below 0";
-  if (key == "mars_model" && *number != 1024 && !Contains(kMarsModels, *number))
+  const auto model = std::ranges::find(kMarsModels, *number, &MarsModel::m_number);
+  if (key == "mars_model" && *number != kOtherNumberOfE && model == kMarsModels.end())
     return "is no model, in whose place tarvek takes model 0";
   return "";
 }
@@ -301,8 +303,8 @@ std::string ValueFault(const std::string& key, const std::string& value) {
   if (Contains(kDigitKeys, key) || key == "mars_model" || key == kDataNumber)
     return IntegerFault(key, value);
   if (Contains(kPositiveKeys, key) || key == "mars_threshold") return RealFault(key, value);
-  if (key == "input_format" && !IsKnownFormat(value))
-    return "is no format that tarvek knows: ms1, mgf, raw, wiff, mzxml and mzml";
+  if (key == "input_format" && FindInputFormat(value) == nullptr)
+    return std::string("is no format that tarvek knows: ") + kInputWordList;
   if (key == "outputpath" && PathExists(value) && !IsDirectory(value)) return "is no directory";
   return "";
 }

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "FileUtils.h"
+#include "InputFormats.h"
 #include "ParameterFile.h"
 #include "Platform.h"
-#include "RunDriver.h"
 #include "RunRecord.h"
 #include "StringUtils.h"
 #include "check/Table.h"
@@ -48,31 +48,31 @@ struct Ending {
   FileKind m_kind;
 };
 
-// The first that fits counts.
-constexpr std::array<Ending, 21> kEndings = {{{".csv_unfinished", FileKind::kUnfinishedTable},
+// Of files that are no inputs, or only a part of one; the first that fits counts.
+constexpr std::array<Ending, 13> kEndings = {{{".csv_unfinished", FileKind::kUnfinishedTable},
                                               {".tarvek_unfinished", FileKind::kUnfinishedRecord},
                                               {kRunRecordEnding, FileKind::kRecord},
                                               {"_unfinished", FileKind::kUnfinished},
-                                              {".ms1", FileKind::kText},
                                               {".ms2", FileKind::kText},
                                               {".msb", FileKind::kBinary},
                                               {".mscsv", FileKind::kBinary},
-                                              {".mzml", FileKind::kXml},
-                                              {".mzml.gz", FileKind::kXml},
-                                              {".mzxml", FileKind::kXml},
-                                              {".mzxml.gz", FileKind::kXml},
-                                              {".raw", FileKind::kVendor},
-                                              {".wiff", FileKind::kVendor},
                                               {".csv", FileKind::kTable},
                                               {".pf1", FileKind::kPf1},
                                               {".pf1idx", FileKind::kPf1},
                                               {".pf2", FileKind::kPf2},
                                               {".pf2idx", FileKind::kPf2},
-                                              {".morvex", FileKind::kMarker},
-                                              {".mgf", FileKind::kMgf}}};
+                                              {".morvex", FileKind::kMarker}}};
+
+FileKind KindOf(InputRoad road) {
+  if (road == InputRoad::kText) return FileKind::kText;
+  if (road == InputRoad::kMgf) return FileKind::kMgf;
+  return road == InputRoad::kXml ? FileKind::kXml : FileKind::kVendor;
+}
 
 FileName TakeApart(const std::string& name) {
   FileName file;
+  if (const auto [format, ending_size] = FormatOfName(name); format != nullptr)
+    file = {KindOf(format->m_road), name.substr(0, name.size() - ending_size), {}};
   for (const auto& [ending, kind] : kEndings) {
     if (name.size() <= ending.size() || !EndsWithIgnoreCase(name, ending)) continue;
     file.m_kind = kind;
@@ -277,17 +277,13 @@ void AddOutputs(CheckTargets& targets, CheckReport& report, const std::string& b
 
 std::vector<NamedInput> NamedInputs(const CheckTargets& targets) {
   std::vector<NamedInput> inputs;
-  const auto add = [&](const std::string& path, std::string format) {
-    const std::string name(FileNameOf(path));
-    inputs.push_back({TakeApart(name).m_base, path, std::move(format)});
-  };
-  for (const std::string& path : targets.m_xml_files) {
-    const std::string name = ToLower(path);
-    add(path, name.ends_with(".mzxml") || name.ends_with(".mzxml.gz") ? "mzxml" : "mzml");
-  }
-  for (const std::string& path : targets.m_vendor_files)
-    add(path, ToLower(path.substr(path.rfind('.') + 1)));
-  for (const std::string& path : targets.m_ms1_files) add(path, "ms1");
+  for (const auto* files : {&targets.m_xml_files, &targets.m_vendor_files, &targets.m_ms1_files})
+    for (const std::string& path : *files) {
+      const std::string_view name = FileNameOf(path);
+      const auto [format, ending_size] = FormatOfName(name);
+      inputs.push_back({std::string(name.substr(0, name.size() - ending_size)), path,
+                        format == nullptr ? std::string() : std::string(format->m_word)});
+    }
   return inputs;
 }
 

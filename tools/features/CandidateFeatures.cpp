@@ -59,9 +59,9 @@ void AppendHeader(std::string& text, bool with_scores) {
   for (const FeatureColumn& column : kFeatureColumns) text.append("\t").append(column.m_name);
   text += "\tlabel";
   if (with_scores)
-    for (const std::int32_t model : kMarsModels) {
+    for (const MarsModel& model : kMarsModels) {
       text += "\tscore_";
-      AppendInteger(text, model);
+      AppendInteger(text, model.m_number);
     }
   text += '\n';
 }
@@ -80,7 +80,7 @@ void AppendRow(std::string& text, std::int32_t scan_no, FeaturesExtractor& candi
   for (const FeatureColumn& column : kFeatureColumns) AppendReal(text, column.m_value(candidate));
   text.append("\t").append(LabelText(label));
   if (with_scores)
-    for (const std::int32_t model : kMarsModels) AppendReal(text, Score(candidate, model));
+    for (const MarsModel& model : kMarsModels) AppendReal(text, Score(candidate, model.m_number));
   text += '\n';
 }
 

@@ -8,7 +8,7 @@
 #include "IsotopeTable.h"
 #include "RunDriver.h"
 #include "features/CandidateFeatures.h"
-#include "outputs/PositiveReal.h"
+#include "score/Command.h"
 
 namespace tarvek::tools {
 namespace {

@@ -19,7 +19,6 @@
 #include "mgf/Blocks.h"
 #include "mgf/Output.h"
 #include "mgf/Profiles.h"
-#include "outputs/CanonicalPath.h"
 #include "outputs/OutputNames.h"
 #include "outputs/RunOutcome.h"
 

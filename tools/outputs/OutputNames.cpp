@@ -1,8 +1,9 @@
 #include "outputs/OutputNames.h"
 
-#include <algorithm>
+#include <filesystem>
+#include <system_error>
 
-#include "RunDriver.h"
+#include "InputFormats.h"
 #include "SpectrumRecords.h"
 
 namespace tarvek::tools {
@@ -20,10 +21,17 @@ SplitName SplitOutputName(std::string_view stem) {
 
 std::string_view RunOfBinaryPair(std::string_view stem) {
   const std::size_t dot = stem.rfind('.');
-  const bool has_format =
-      dot != std::string_view::npos &&
-      std::ranges::find(kInstrumentFormats, stem.substr(dot + 1)) != kInstrumentFormats.end();
-  return has_format ? stem.substr(0, dot) : stem;
+  const bool has_dot = dot != std::string_view::npos;
+  return has_dot && IsInstrumentFormat(stem.substr(dot + 1)) ? stem.substr(0, dot) : stem;
+}
+
+std::string CanonicalPath(const std::string& path) {
+  std::error_code error;
+  // Of a path whose first part does not exist, weakly_canonical alone stays relative.
+  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+  if (error) return path;
+  const std::filesystem::path canonical = std::filesystem::weakly_canonical(absolute, error);
+  return error ? path : canonical.string();
 }
 
 }  // namespace tarvek::tools

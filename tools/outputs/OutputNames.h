@@ -1,9 +1,10 @@
 // tools/outputs/OutputNames.h: what the names of tarvek's files say beside the name of their run.
-// Does:     cuts names, without their endings, into run and rest.
-// Throws:   nothing. What it returns borrows from the name.
+// Does:     cuts names, without their endings, into run and rest; tells paths of one file.
+// Throws:   nothing but std::bad_alloc. A part of a name borrows from it.
 // Not here: which files there are.
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace tarvek::tools {
@@ -18,5 +19,9 @@ SplitName SplitOutputName(std::string_view stem);
 /// The run of a binary pair, whose name goes on with the format that it was extracted from:
 /// "run" of "run.mzml".
 std::string_view RunOfBinaryPair(std::string_view stem);
+
+/// One text for all spellings of the path of a file, which need not exist: absolute, without ".", ".."
+/// and links; path itself when the system cannot tell.
+std::string CanonicalPath(const std::string& path);
 
 }  // namespace tarvek::tools

@@ -8,11 +8,11 @@
 
 #include "FileUtils.h"
 #include "UnfinishedFile.h"
-#include "outputs/PositiveReal.h"
 #include "outputs/RunOutcome.h"
 #include "report/Data.h"
 #include "report/Page.h"
 #include "report/Summary.h"
+#include "score/Command.h"
 
 namespace tarvek::tools {
 namespace {

@@ -6,6 +6,8 @@
 #include <string_view>
 
 #include "FileUtils.h"
+#include "InputFormats.h"
+#include "Logger.h"
 #include "MgfText.h"
 #include "MsTextReader.h"
 #include "NumberText.h"

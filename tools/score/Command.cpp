@@ -1,12 +1,12 @@
 #include "score/Command.h"
 
+#include <cmath>
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string_view>
 
 #include "NumberText.h"
-#include "outputs/PositiveReal.h"
 
 namespace tarvek::tools {
 namespace {
@@ -83,6 +83,16 @@ void AddScoreCommand(CLI::App& app) {
       ->capture_default_str();
   score->add_flag("--json", options->m_json, "Print JSON");
   score->callback([options] { RunScore(*options); });
+}
+
+CLI::Validator PositiveReal() {
+  return {[](const std::string& text) -> std::string {
+            const auto number = ScanReal(text);
+            const bool is_positive = number.m_status == NumberStatus::kOk &&
+                                     std::isfinite(number.m_value) && number.m_value > 0.0;
+            return is_positive ? "" : "must be a number above 0, not " + text;
+          },
+          "POSITIVE"};
 }
 
 std::string ScoreText(const ScoreReport& report) {

@@ -12,6 +12,10 @@ namespace tarvek::tools {
 /// Adds the subcommand to app; it runs while app parses its arguments.
 void AddScoreCommand(CLI::App& app);
 
+/// The check of options that are a number above 0. Refuses what CLI::PositiveNumber lets pass: "nan",
+/// which is in no order with 0, and infinity, which no tolerance or width is.
+CLI::Validator PositiveReal();
+
 /// The report for people, and as one JSON object.
 std::string ScoreText(const ScoreReport& report);
 std::string ScoreJson(const ScoreReport& report);

@@ -72,6 +72,18 @@ inline constexpr std::array<std::string_view, 5> kActivationTypes = {"CID", "HCD
                                                                      "ETHCD"};
 inline constexpr std::array<std::string_view, 4> kInstrumentTypes = {"IT", "FT", "ITMS", "FTMS"};
 
+inline bool IsKnownActivation(std::string_view type) {
+  return std::ranges::find(kActivationTypes, type) != kActivationTypes.end();
+}
+inline bool IsKnownInstrument(std::string_view type) {
+  return std::ranges::find(kInstrumentTypes, type) != kInstrumentTypes.end();
+}
+
+/// Whether activation and instrument type are ones that are processed.
+inline bool IsProcessed(const MS2Spectrum& scan) {
+  return IsKnownActivation(scan.m_activation_type) && IsKnownInstrument(scan.m_instrument_type);
+}
+
 /// Proton mass in Da: CODATA 1.00727647, kept at six decimals because every exported m/z carries
 /// this rounding.
 inline constexpr double kProtonMass = 1.007276;

@@ -1,5 +1,3 @@
-#include "outputs/PositiveReal.h"
-
 #include <gtest/gtest.h>
 
 #include <ostream>
