@@ -21,7 +21,7 @@ OTHER_FILES = {"src/UserParameters/ParameterText.cpp", "src/IO/MsTextWriter.cpp"
 
 # Beginnings of literals, escapes as written.
 NO_MESSAGES = (
-    "BEGIN IONS", "END IONS", "ActivationType, ", "%.5f %.1f",  # file formats
+    "BEGIN IONS", "END IONS", "ActivationType, ",  # file formats
     " -a -i ",  # the extractor's command line
     "\\t |       E-mail: ", "\\t |       Web: ", "\\t /       Tarvek2.0 (",  # banner
     "\\nUSAGE:\\n", "\\t\\tdefault: ",  # usage text
