@@ -146,7 +146,7 @@ unsigned ActivationOfWords(std::string_view words) {
   return bits;
 }
 
-void DeclaredActivation::Add(std::int32_t accession, std::string_view name,
+void ActivationTerms::Add(std::int32_t accession, std::string_view name,
                              std::string_view value) {
   const Method* method = FindTerm(accession);
   if (method == nullptr) method = FindName(name);
@@ -168,12 +168,12 @@ void DeclaredActivation::Add(std::int32_t accession, std::string_view name,
   }
 }
 
-unsigned DeclaredActivation::Bits() const {
+unsigned ActivationTerms::Bits() const {
   return m_bits == 0 && !m_in_source_name.empty() ? static_cast<unsigned>(kActivationOther)
                                                   : m_bits;
 }
 
-const std::string& DeclaredActivation::OtherName() const {
+const std::string& ActivationTerms::OtherName() const {
   return m_bits == 0 ? m_in_source_name : m_other_name;
 }
 

@@ -19,7 +19,7 @@ namespace tarvek::extractor {
 unsigned ActivationOfWords(std::string_view words);
 
 /// Collects what the parameters of one activation say.
-class DeclaredActivation {
+class ActivationTerms {
  public:
   /// accession: the number of an MS: term, or 0. A term that is not known counts by its name. The
   /// term for methods as such ("dissociation method") counts by its value.

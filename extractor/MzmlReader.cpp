@@ -162,7 +162,7 @@ class MzmlReader final : public XmlHandler {
   bool m_in_spectrum = false;
   int m_scan_elements = 0;
   std::string m_scan_configuration;
-  DeclaredActivation m_activation;
+  ActivationTerms m_activation;
   std::optional<bool> m_wants_peaks;
 
   ArrayEncoding m_encoding;

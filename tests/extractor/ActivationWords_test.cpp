@@ -50,40 +50,40 @@ struct Added {
   std::string m_value = {};
 };
 
-DeclaredActivation Declared(const std::vector<Added>& params) {
-  DeclaredActivation activation;
+ActivationTerms Declared(const std::vector<Added>& params) {
+  ActivationTerms activation;
   for (const Added& one : params) activation.Add(one.m_accession, one.m_name, one.m_value);
   return activation;
 }
 
-TEST(DeclaredActivation, BelievesTheTermRatherThanItsName) {
+TEST(ActivationTerms, BelievesTheTermRatherThanItsName) {
   EXPECT_EQ(Declared({{1000422, "collision-induced dissociation"}}).Bits(), kActivationHcd);
   EXPECT_EQ(Declared({{1000433, "low-energy collision-induced dissociation"}}).Bits(),
             kActivationCid);
 }
 
-TEST(DeclaredActivation, TakesTheNameOfATermThatIsNotKnown) {
+TEST(ActivationTerms, TakesTheNameOfATermThatIsNotKnown) {
   EXPECT_EQ(Declared({{0, "HCD"}}).Bits(), kActivationHcd);
   EXPECT_EQ(Declared({{1009999, "Electron Transfer Dissociation"}}).Bits(), kActivationEtd);
   EXPECT_EQ(Declared({{1000045, "collision energy", "30"}, {1000509, "activation energy"}}).Bits(),
             0u);
 }
 
-TEST(DeclaredActivation, DeclaresNothingByTheTermForMethodsAsSuch) {
+TEST(ActivationTerms, DeclaresNothingByTheTermForMethodsAsSuch) {
   EXPECT_EQ(Declared({{1000044, "dissociation method"}}).Bits(), 0u);
   EXPECT_EQ(Declared({{1000044, "dissociation method", "HCD"}}).Bits(), kActivationHcd);
   EXPECT_EQ(Declared({{0, "activation method", "CID"}}).Bits(), kActivationCid);
   EXPECT_EQ(Declared({{1000044, "dissociation method"}, {1000598, "ETD"}}).Bits(), kActivationEtd);
 }
 
-TEST(DeclaredActivation, KeepsTheNameOfAMethodWithoutABit) {
-  const DeclaredActivation activation =
+TEST(ActivationTerms, KeepsTheNameOfAMethodWithoutABit) {
+  const ActivationTerms activation =
       Declared({{1002000, "LIFT"}, {1000045, "collision energy"}});
   EXPECT_EQ(activation.Bits(), kActivationOther);
   EXPECT_EQ(activation.OtherName(), "LIFT");
 }
 
-TEST(DeclaredActivation, CountsInSourceFragmentationOnlyWhereItIsAlone) {
+TEST(ActivationTerms, CountsInSourceFragmentationOnlyWhereItIsAlone) {
   const Added in_source = {1001880, "in-source collision-induced dissociation"};
   EXPECT_EQ(Declared({in_source}).Bits(), kActivationOther);
   EXPECT_EQ(Declared({in_source}).OtherName(), in_source.m_name);
