@@ -42,10 +42,10 @@ class SharedDirectory {
     std::string pattern = (std::filesystem::temp_directory_path() / "tarvek_bench_XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) throw std::runtime_error("cannot make " + pattern);
     m_path = pattern;
-    tools::TextSink text(m_path + "/run");
-    tools::SimulateRun(RunOptions(), text);
-    tools::MsbSink binary(m_path + "/run");
-    tools::SimulateRun(RunOptions(), binary);
+    const auto text = tools::MakeTextSink(m_path + "/run");
+    tools::SimulateRun(RunOptions(), *text);
+    const auto binary = tools::MakeMsbSink(m_path + "/run");
+    tools::SimulateRun(RunOptions(), *binary);
   }
   ~SharedDirectory() {
     std::error_code ignored;

@@ -35,8 +35,8 @@ int Measure(std::int64_t scans, const std::string& directory) {
   const QuietLog quiet;
   tools::SimulateOptions options;
   options.m_ms2_scans = scans;
-  tools::TextSink sink(directory + "/run");
-  tools::SimulateRun(options, sink);
+  const auto sink = tools::MakeTextSink(directory + "/run");
+  tools::SimulateRun(options, *sink);
   CountScans(directory + "/run.ms2");  // warms the page cache
 
   const auto reading = Clock::now();

@@ -146,8 +146,7 @@ unsigned ActivationOfWords(std::string_view words) {
   return bits;
 }
 
-void ActivationTerms::Add(std::int32_t accession, std::string_view name,
-                             std::string_view value) {
+void ActivationTerms::Add(std::int32_t accession, std::string_view name, std::string_view value) {
   const Method* method = FindTerm(accession);
   if (method == nullptr) method = FindName(name);
   if (method == nullptr) return;

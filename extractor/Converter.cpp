@@ -15,7 +15,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::string_view kBlanks = " \t\r\n";
 constexpr std::string_view kNoShell =
     " (the command is no shell line: nothing of a shell, such as a pipe, && or a variable, works "
     "in "

@@ -156,7 +156,6 @@ void ResolutionLook::Add(std::span<const Peak> peaks) {
   m_high += resolution == Resolution::kHigh ? 1 : 0;
   m_unit += resolution == Resolution::kUnit ? 1 : 0;
   m_counts += counts;
-  ++m_spectra;
 }
 
 Resolution ResolutionLook::Verdict() const {

@@ -56,11 +56,8 @@ class ResolutionLook {
   /// kUnclear also when some spectra are clearly of one kind and some of the other.
   [[nodiscard]] Resolution Verdict() const;
 
-  [[nodiscard]] std::int64_t SpectrumCount() const { return m_spectra; }
-
  private:
   SpacingCounts m_counts;
-  std::int64_t m_spectra = 0;
   std::int64_t m_high = 0;  // spectra that are clear by themselves
   std::int64_t m_unit = 0;
 };

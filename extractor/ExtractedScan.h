@@ -72,4 +72,19 @@ struct ExtractedScan {
   std::int64_t m_peak_count = 0;  // as declared
 };
 
+/// What is wrong with a spectrum, with the spectrum named.
+inline std::string FaultOf(const ExtractedScan& scan, const std::string& detail) {
+  if (!scan.m_id.empty()) return "spectrum \"" + scan.m_id + "\": " + detail;
+  return "spectrum number " + std::to_string(scan.m_position + 1) + ", which has no id: " + detail;
+}
+
+/// The full width of the isolation window, where the file tells it.
+inline std::optional<double> IsolationWidth(const ExtractedScan& scan) {
+  if (scan.m_precursors.empty()) return std::nullopt;
+  const double lower = scan.m_precursors.front().m_lower_offset.value_or(-1.0);
+  const double upper = scan.m_precursors.front().m_upper_offset.value_or(-1.0);
+  if (lower < 0.0 || upper < 0.0) return std::nullopt;
+  return lower + upper;
+}
+
 }  // namespace tarvek::extractor

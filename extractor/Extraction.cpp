@@ -7,7 +7,7 @@
 
 #include "ExtractionPlan.h"
 #include "FileUtils.h"
-#include "NativeIdList.h"
+#include "NativeId.h"
 #include "PeakPreparation.h"
 #include "RunReport.h"
 #include "ScanRules.h"

@@ -3,8 +3,7 @@
 #include <memory>
 #include <utility>
 
-#include "MzmlReader.h"
-#include "MzxmlReader.h"
+#include "XmlReaders.h"
 
 namespace tarvek::extractor {
 namespace {

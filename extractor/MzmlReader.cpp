@@ -1,4 +1,4 @@
-#include "MzmlReader.h"
+#include "XmlReaders.h"
 
 #include <algorithm>
 #include <map>
@@ -8,13 +8,12 @@
 #include "BinaryArray.h"
 #include "ElementNesting.h"
 #include "InstrumentTerms.h"
-#include "MzmlElements.h"
 #include "NumberText.h"
 
 namespace tarvek::extractor {
 namespace {
 
-using namespace mzml;
+using enum Element;
 
 /// One cvParam or userParam; its texts borrow from the parser or from a stored group.
 struct Param {
@@ -114,7 +113,7 @@ class MzmlReader final : public XmlHandler {
   }
 
  private:
-  int Enter(std::string_view name);
+  Element Enter(std::string_view name);
   void Start(Element element, const XmlAttributes& attributes);
   void StartInSpectrum(Element element, const XmlAttributes& attributes);
   void StartConfiguration(const XmlAttributes& attributes);
@@ -180,14 +179,10 @@ class MzmlReader final : public XmlHandler {
 };
 
 void MzmlReader::Fail(const std::string& detail) const {
-  if (!m_in_spectrum) throw detail;
-  if (m_scan.m_id.empty())
-    throw "spectrum number " + std::to_string(m_scan.m_position + 1) +
-        ", which has no id: " + detail;
-  throw "spectrum \"" + m_scan.m_id + "\": " + detail;
+  throw m_in_spectrum ? FaultOf(m_scan, detail) : detail;
 }
 
-int MzmlReader::Enter(std::string_view name) {
+Element MzmlReader::Enter(std::string_view name) {
   try {
     return m_nesting.Enter(name);
   } catch (const std::string& detail) {
@@ -196,9 +191,9 @@ int MzmlReader::Enter(std::string_view name) {
 }
 
 void MzmlReader::OnStart(std::string_view name, const XmlAttributes& attributes) {
-  const int element = Enter(name);
+  const Element element = Enter(name);
   switch (element) {
-    case ElementNesting::kNone:
+    case kPassedOver:
       return;
     case kCvParam:
     case kUserParam:
@@ -209,9 +204,9 @@ void MzmlReader::OnStart(std::string_view name, const XmlAttributes& attributes)
       break;
   }
   if (m_in_spectrum)
-    StartInSpectrum(static_cast<Element>(element), attributes);
+    StartInSpectrum(element, attributes);
   else
-    Start(static_cast<Element>(element), attributes);
+    Start(element, attributes);
 }
 
 void MzmlReader::Start(Element element, const XmlAttributes& attributes) {
@@ -482,51 +477,25 @@ void MzmlReader::ApplyInSpectrum(const Param& param) {
 }
 
 void MzmlReader::ApplyToSpectrum(const Param& param) {
-  switch (param.m_accession) {
-    case 1000511:
-      m_scan.m_ms_level = ParseInteger(param.m_value);
-      break;
-    case 1000579:  // MS1 spectrum
-      if (m_scan.m_ms_level == 0) m_scan.m_ms_level = 1;
-      break;
-    case 1000804:  // electromagnetic radiation spectrum
-    case 1000805:  // emission spectrum
-    case 1000806:  // absorption spectrum
-      m_scan.m_is_mass_spectrum = false;
-      break;
-    case 1000127:
-      m_scan.m_mode = PeakMode::kCentroid;
-      break;
-    case 1000128:
-      m_scan.m_mode = PeakMode::kProfile;
-      break;
-    default:
-      break;
-  }
+  constexpr std::int32_t kMs1 = 1000579;
+  constexpr std::int32_t kRadiation = 1000804;   // electromagnetic,
+  constexpr std::int32_t kAbsorption = 1000806;  // and emission between the two
+  if (param.m_accession == 1000511) m_scan.m_ms_level = ParseInteger(param.m_value);
+  if (param.m_accession == kMs1 && m_scan.m_ms_level == 0) m_scan.m_ms_level = 1;
+  if (param.m_accession >= kRadiation && param.m_accession <= kAbsorption)
+    m_scan.m_is_mass_spectrum = false;
+  if (param.m_accession == 1000127) m_scan.m_mode = PeakMode::kCentroid;
+  if (param.m_accession == 1000128) m_scan.m_mode = PeakMode::kProfile;
 }
 
 // What files say of the scan, and some of the spectrum.
 void MzmlReader::ApplyToScan(const Param& param) {
-  switch (param.m_accession) {
-    case 1000129:
-      m_scan.m_polarity = Polarity::kNegative;
-      break;
-    case 1000130:
-      m_scan.m_polarity = Polarity::kPositive;
-      break;
-    case 1000927:
-      m_scan.m_injection_ms = FiniteReal(param.m_value).value_or(0.0);
-      break;
-    case 1000512:
-      m_scan.m_filter = param.m_value;
-      break;
-    case 1001581:
-      m_scan.m_faims_volts = FiniteReal(param.m_value);
-      break;
-    default:
-      ApplyTime(param);
-      break;
-  }
+  if (param.m_accession == 1000129) m_scan.m_polarity = Polarity::kNegative;
+  if (param.m_accession == 1000130) m_scan.m_polarity = Polarity::kPositive;
+  if (param.m_accession == 1000927) m_scan.m_injection_ms = FiniteReal(param.m_value).value_or(0.0);
+  if (param.m_accession == 1000512) m_scan.m_filter = param.m_value;
+  if (param.m_accession == 1001581) m_scan.m_faims_volts = FiniteReal(param.m_value);
+  ApplyTime(param);
 }
 
 // A scan start time without unit is in minutes, as most writers mean it. The other terms count

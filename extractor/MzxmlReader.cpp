@@ -1,4 +1,4 @@
-#include "MzxmlReader.h"
+#include "XmlReaders.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,14 +9,13 @@
 #include "BinaryArray.h"
 #include "ElementNesting.h"
 #include "InstrumentTerms.h"
-#include "MzxmlElements.h"
 #include "NumberText.h"
 #include "StringUtils.h"
 
 namespace tarvek::extractor {
 namespace {
 
-using namespace mzxml;
+using enum Element;
 
 constexpr std::size_t kMaxNesting = 64;
 
@@ -79,6 +78,10 @@ struct OpenScan {
   bool m_wants_peaks = false;
 };
 
+[[noreturn]] void Fail(const OpenScan& open, const std::string& detail) {
+  throw FaultOf(open.m_scan, detail);
+}
+
 class MzxmlReader final : public XmlHandler {
  public:
   explicit MzxmlReader(ScanConsumer& consumer) : m_consumer(&consumer) {}
@@ -86,11 +89,11 @@ class MzxmlReader final : public XmlHandler {
   void OnStart(std::string_view name, const XmlAttributes& attributes) override;
   void OnEnd(std::string_view name) override;
   void OnText(std::string_view text) override {
-    if (m_collects_text && m_nesting.Outer(0) != ElementNesting::kNone) m_text += text;
+    if (m_collects_text && m_nesting.Outer(0) != kPassedOver) m_text += text;
   }
 
  private:
-  int Enter(std::string_view name);
+  Element Enter(std::string_view name);
   void DeclareCount(std::string_view text);
   void StartInstrument(std::string_view id);
   void StartOldInstrument(const XmlAttributes& attributes);
@@ -105,7 +108,6 @@ class MzxmlReader final : public XmlHandler {
   void EndPeaks();
   void EndScan();
   void HandOn(OpenScan& open);
-  [[noreturn]] static void Fail(const OpenScan& open, const std::string& detail);
 
   ScanConsumer* m_consumer;
   ElementNesting m_nesting{MzxmlRules()};
@@ -123,14 +125,7 @@ class MzxmlReader final : public XmlHandler {
   std::vector<double> m_numbers;
 };
 
-void MzxmlReader::Fail(const OpenScan& open, const std::string& detail) {
-  if (open.m_scan.m_id.empty())
-    throw "spectrum number " + std::to_string(open.m_scan.m_position + 1) +
-        ", which has no id: " + detail;
-  throw "spectrum \"" + open.m_scan.m_id + "\": " + detail;
-}
-
-int MzxmlReader::Enter(std::string_view name) {
+Element MzxmlReader::Enter(std::string_view name) {
   try {
     return m_nesting.Enter(name);
   } catch (const std::string& detail) {

@@ -3,6 +3,7 @@
 #include <charconv>
 #include <vector>
 
+#include "FileUtils.h"
 #include "StringUtils.h"
 
 namespace tarvek::extractor {
@@ -34,6 +35,26 @@ std::optional<std::int32_t> ScanNumberOf(std::string_view native_id) {
   const bool is_controller = parts.size() == 3 && parts[0].starts_with("controllerType=") &&
                              parts[1].starts_with("controllerNumber=");
   return is_controller ? NumberAfter(parts[2], "scan=") : std::nullopt;
+}
+
+void NativeIdList::Add(std::int32_t scan_no, std::string_view native_id) {
+  if (!m_takes_all && ScanNumberOf(native_id) == scan_no) return;
+  if (!m_file) {
+    m_file.emplace(m_path, "output", UnfinishedForm{.m_is_locked = true});
+    m_file->File().Write("scan\tnativeID\n");
+  }
+  m_file->File().Write(std::to_string(scan_no).append("\t").append(native_id).append("\n"));
+}
+
+void NativeIdList::Close() {
+  if (m_file) m_file->Close();
+}
+
+void NativeIdList::Commit() {
+  if (m_file)
+    m_file->TakeName();
+  else
+    RemoveFile(m_path);
 }
 
 }  // namespace tarvek::extractor

@@ -18,15 +18,6 @@ std::string Megabytes(std::int64_t bytes) {
   return Fixed(static_cast<double>(bytes) / static_cast<double>(kBytesPerMb), 1) + " MB";
 }
 
-// "2.00" from the offsets; empty when the file does not say.
-std::string IsolationWidth(const ExtractedScan& scan) {
-  if (scan.m_precursors.empty()) return {};
-  const DeclaredPrecursor& precursor = scan.m_precursors.front();
-  if (!precursor.m_lower_offset || !precursor.m_upper_offset) return {};
-  if (*precursor.m_lower_offset < 0.0 || *precursor.m_upper_offset < 0.0) return {};
-  return Fixed(*precursor.m_lower_offset + *precursor.m_upper_offset, 2);
-}
-
 // How the analyser of a scan is known, to follow its word.
 std::string HowKnown(const ExtractedScan& scan, AnalyserStep step) {
   switch (step) {
@@ -121,8 +112,8 @@ void RunReport::CountAnalyser(const ExtractedScan& scan, const OutputScan& outpu
 
 void RunReport::CountFragment(const ExtractedScan& scan, const OutputScan& output) {
   Add(m_tally.m_fragments, output.m_activation + " " + output.m_instrument, 1);
-  const std::string width = IsolationWidth(scan);
-  Add(m_tally.m_widths, width.empty() ? std::string(kWidthNotDeclared) : width, 1);
+  const auto width = IsolationWidth(scan);
+  Add(m_tally.m_widths, width ? Fixed(*width, 2) : std::string(kWidthNotDeclared), 1);
   if (output.m_is_activation_assumed)
     Note("MS2 scans without a declared activation, taken for " + output.m_activation);
   if (output.m_has_several_activations)

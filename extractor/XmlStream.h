@@ -4,7 +4,7 @@
 // Owns:     the parser; borrows the handler for one call.
 // Throws:   std::string "PATH: line L, byte B: ...", as a TruncatedFile (ByteSource.h) when the file
 //           ends too early; what the handler throws; what ByteSource throws.
-// Not here: what the elements mean (MzmlReader.h, MzxmlReader.h).
+// Not here: what the elements mean (XmlReaders.h).
 #pragma once
 
 #include <cstdint>

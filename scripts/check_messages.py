@@ -16,7 +16,7 @@ from pathlib import Path
 # Files whose texts are explained elsewhere or are words of instrument files: parameter template, headers of text
 # spectra, makers' names; elements of mzML and mzXML, words for analysers and arrays, models of instruments.
 OTHER_FILES = {"src/UserParameters/ParameterText.cpp", "src/IO/MsTextWriter.cpp", "src/Utils/ProductTexts.h",
-               "extractor/MzmlElements.cpp", "extractor/MzxmlElements.cpp", "extractor/InstrumentTerms.cpp",
+               "extractor/XmlElements.cpp", "extractor/InstrumentTerms.cpp",
                "extractor/InstrumentModels.cpp"}
 
 # Beginnings of literals, escapes as written.

@@ -5,7 +5,6 @@
 #include <set>
 #include <string>
 
-#include "BinarySpectrumSource.h"
 #include "ClusterMs2.h"
 #include "FileUtils.h"
 #include "Logger.h"
@@ -14,7 +13,6 @@
 #include "PrecursorDetermination.h"
 #include "ProgressBar.h"
 #include "RunSummary.h"
-#include "TextSpectrumSource.h"
 
 namespace tarvek {
 namespace {

@@ -16,14 +16,6 @@ constexpr std::size_t kBarWidth = 30;
 // A time left that is guessed from less than this says nothing.
 constexpr double kMinFraction = 0.01;
 
-std::string MinutesAndSeconds(std::int64_t seconds) {
-  std::string text;
-  AppendInteger(text, seconds / 60);
-  text += seconds % 60 < 10 ? ":0" : ":";
-  AppendInteger(text, seconds % 60);
-  return text;
-}
-
 }  // namespace
 
 ProgressBar::ProgressBar(bool enabled) : m_enabled(enabled) {
@@ -57,6 +49,11 @@ std::string ProgressLine(double fraction, std::int64_t scans, std::int64_t elaps
   if (share < kMinFraction) return line;
   const double left_ms = static_cast<double>(elapsed_ms) * (1.0 - share) / share;
   return line + ", " + MinutesAndSeconds(static_cast<std::int64_t>(left_ms / 1000.0)) + " left";
+}
+
+std::string MinutesAndSeconds(std::int64_t seconds) {
+  return std::to_string(seconds / 60) + (seconds % 60 < 10 ? ":0" : ":") +
+         std::to_string(seconds % 60);
 }
 
 }  // namespace tarvek

@@ -32,4 +32,7 @@ class ProgressBar {
 /// and seconds. elapsed_ms: since the start of the file.
 std::string ProgressLine(double fraction, std::int64_t scans, std::int64_t elapsed_ms);
 
+/// "2:05".
+std::string MinutesAndSeconds(std::int64_t seconds);
+
 }  // namespace tarvek

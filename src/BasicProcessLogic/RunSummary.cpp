@@ -36,15 +36,9 @@ constexpr std::array<const char*, 14> kShapingKeys = {"check_activationcenter",
 
 constexpr std::array<std::string_view, 2> kDigitsKeys = {kSettingIntensityDigits, kSettingMzDigits};
 
-std::string IntegerText(std::int64_t value) {
-  std::string text;
-  AppendInteger(text, value);
-  return text;
-}
-
 // As it is given, not as the echo shows it, where "2212" could be 2 to 12 or 22 to 2.
 std::string ChargeRangeText(const UserParameters& parameters) {
-  return IntegerText(parameters.m_charge_min) + "t" + IntegerText(parameters.m_charge_max);
+  return std::to_string(parameters.m_charge_min) + "t" + std::to_string(parameters.m_charge_max);
 }
 
 void AddEnvironment(RunRecord& record, std::string_view key, const char* variable) {
@@ -90,7 +84,7 @@ std::int64_t CountOrZero(const RunRecord& record, std::string_view key) {
 
 // "1 precursor", "2 precursors".
 std::string Counted(std::int64_t count, const char* thing) {
-  return IntegerText(count) + " " + thing + (count == 1 ? "" : "s");
+  return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
 // ", 3 left out (2 REASON, 1 REASON)", or nothing.
@@ -98,16 +92,10 @@ std::string LeftOutText(const std::vector<LeftOutReason>& reasons) {
   std::string list;
   std::int64_t sum = 0;
   for (const auto& [reason, count] : reasons) {
-    list += (list.empty() ? "" : ", ") + IntegerText(count) + " " + reason;
+    list += (list.empty() ? "" : ", ") + std::to_string(count) + " " + reason;
     sum += count;
   }
-  return sum == 0 ? "" : ", " + IntegerText(sum) + " left out (" + list + ")";
-}
-
-std::string SecondsText(std::int64_t elapsed_ms) {
-  std::string text;
-  AppendFixed(text, static_cast<double>(elapsed_ms) / 1000.0, 1);
-  return text;
+  return sum == 0 ? "" : ", " + std::to_string(sum) + " left out (" + list + ")";
 }
 
 }  // namespace
@@ -232,11 +220,11 @@ bool ExportedNothing(const RunRecord& record) {
 std::string SummaryText(const std::string& input, const RunRecord& record,
                         std::int64_t elapsed_ms) {
   const std::vector<LeftOutReason> reasons = ReasonsByFrequency(record);
-  std::string text = input + ": " + Counted(CountOrZero(record, kCountMs2Read), "MS2 scan") +
-                     " read, " + IntegerText(CountOrZero(record, kCountMs2Exported)) +
-                     " exported with " +
-                     Counted(CountOrZero(record, kCountPrecursors), "precursor") +
-                     LeftOutText(reasons) + ", in " + SecondsText(elapsed_ms) + " s";
+  std::string text =
+      input + ": " + Counted(CountOrZero(record, kCountMs2Read), "MS2 scan") + " read, " +
+      std::to_string(CountOrZero(record, kCountMs2Exported)) + " exported with " +
+      Counted(CountOrZero(record, kCountPrecursors), "precursor") + LeftOutText(reasons) + ", in " +
+      Fixed(static_cast<double>(elapsed_ms) / 1000.0, 1) + " s";
   if (!ExportedNothing(record)) return text;
   if (reasons.empty()) return text + ". Nothing was exported: there is no MS2 scan in it.";
   return text + ". Nothing was exported; the main reason: " + reasons.front().first + ".";

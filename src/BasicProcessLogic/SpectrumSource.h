@@ -1,12 +1,14 @@
 // BasicProcessLogic/SpectrumSource.h: where the scans of one input file come from.
-// Does:     one interface over the kinds of extracted spectra, with the rules in which they differ.
-// Owns:     an implementation owns its readers.
+// Does:     one interface over the two kinds of extracted spectra, a .ms1 file with the .ms2 file
+//           beside it and a .msb file with its scan table; the rules in which they differ.
+// Owns:     each source its readers.
 // Throws:   what the readers throw.
 #pragma once
 
 #include <cstdint>
+#include <string>
 
-#include "SpectrumRecords.h"
+#include "IO.h"
 
 namespace tarvek {
 
@@ -41,6 +43,53 @@ class SpectrumSource {
   SpectrumSource() = default;
   SpectrumSource(const SpectrumSource&) = default;
   SpectrumSource& operator=(const SpectrumSource&) = default;
+};
+
+class TextSpectrumSource : public SpectrumSource {
+ public:
+  TextSpectrumSource(const std::string& ms1_path, const std::string& ms2_path)
+      : m_ms1(ms1_path, "r"), m_ms2(ms2_path, "r") {}
+
+  bool NextMs1(MS1Spectrum& scan) override { return m_ms1.ReadNext(scan); }
+  bool NextMs2(MS2Spectrum& scan) override { return m_ms2.ReadNext(scan); }
+  [[nodiscard]] bool IsHighResolution(const MS1Spectrum& scan) const override {
+    return scan.m_instrument_type == "FT";
+  }
+  [[nodiscard]] bool AllowsDetermination(const MS2Spectrum& scan) const override {
+    return !scan.m_precursors.empty() && scan.m_precursors.front().m_charge != 0;
+  }
+  [[nodiscard]] std::int32_t ReportedMs1Count() const override { return m_ms1.RecordCount(); }
+  [[nodiscard]] bool WritesPf2First() const override { return true; }
+  [[nodiscard]] double FractionRead() const override { return m_ms2.FractionRead(); }
+  void FinishMs1() override { m_ms1.Finish(); }
+  void FinishMs2() override { m_ms2.Finish(); }
+
+ private:
+  Ms1TextReader m_ms1;
+  Ms2TextReader m_ms2;
+};
+
+class BinarySpectrumSource : public SpectrumSource {
+ public:
+  /// base_path: without ".msb" and ".mscsv".
+  explicit BinarySpectrumSource(const std::string& base_path) : m_reader(base_path) {}
+
+  bool NextMs1(MS1Spectrum& scan) override { return m_reader.TakeMs1(scan); }
+  bool NextMs2(MS2Spectrum& scan) override { return m_reader.TakeMs2(scan); }
+  [[nodiscard]] bool IsHighResolution(const MS1Spectrum& scan) const override {
+    return scan.m_instrument_type.starts_with('F');
+  }
+  [[nodiscard]] bool AllowsDetermination(const MS2Spectrum& scan) const override {
+    return !scan.m_orig_precursors.empty() && scan.m_orig_precursors.front().m_charge > 0;
+  }
+  [[nodiscard]] std::int32_t ReportedMs1Count() const override { return 0; }
+  [[nodiscard]] bool WritesPf2First() const override { return false; }
+  [[nodiscard]] double FractionRead() const override { return m_reader.FractionRead(); }
+  void FinishMs1() override { m_reader.Finish(); }
+  void FinishMs2() override {}
+
+ private:
+  MsbReader m_reader;
 };
 
 }  // namespace tarvek

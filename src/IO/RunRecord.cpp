@@ -35,15 +35,9 @@ void AppendEntry(std::string& text, std::string_view kind, std::string_view key,
   text += '\n';
 }
 
-std::string NumberText(std::int64_t number) {
-  std::string text;
-  AppendInteger(text, number);
-  return text;
-}
-
 void AppendCounts(std::string& text, std::string_view kind,
                   const std::map<std::string, std::int64_t>& counts) {
-  for (const auto& [key, count] : counts) AppendEntry(text, kind, key, NumberText(count));
+  for (const auto& [key, count] : counts) AppendEntry(text, kind, key, std::to_string(count));
 }
 
 template <class Number>
@@ -86,7 +80,7 @@ std::string RunRecordText(const RunRecord& record) {
   AppendCounts(text, kWidth, record.m_widths);
   AppendCounts(text, kLeftOut, record.m_left_out);
   for (const auto& [scan_no, reason] : record.m_left_out_scans)
-    AppendEntry(text, kLeftOutScan, NumberText(scan_no), reason);
+    AppendEntry(text, kLeftOutScan, std::to_string(scan_no), reason);
   return text;
 }
 

@@ -16,10 +16,8 @@ WrittenScanNumber ScanNumberReader::Read(std::string_view text, const std::strin
   if (scanned.m_status == NumberStatus::kOutOfRange) number.m_written.reset();
   if (number.m_written == held || m_has_warned) return number;
   m_has_warned = true;
-  std::string limit;
-  AppendInteger(limit, held);
   logMessage(kWarn, path + " has scan numbers that are too large: each such scan gets the number " +
-                        limit + ", and which survey belongs to it is not known.");
+                        std::to_string(held) + ", and which survey belongs to it is not known.");
   return number;
 }
 

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <utility>
+#include <variant>
 
 #include "Check.h"
 #include "FileUtils.h"
@@ -14,17 +15,18 @@
 namespace tarvek {
 namespace {
 
-// A key with the field that it sets.
-template <class Value>
-struct KeyField {
-  const char* m_key;
-  Value UserParameters::*m_field;
-};
-
 constexpr const char* kIpvFileKey = "ipv_file";
 
+// A key with the field that it sets.
+struct KeyField {
+  const char* m_key;
+  std::variant<bool UserParameters::*, std::int32_t UserParameters::*, double UserParameters::*,
+               std::string UserParameters::*>
+      m_field;
+};
+
 // The keys are frozen, see docs/frozen-names.md.
-constexpr std::array<KeyField<bool>, 9> kBoolFields = {{
+constexpr std::array<KeyField, 20> kFields = {{
     {"rewrite_files", &UserParameters::m_rewrite_files},
     {"co-elute", &UserParameters::m_co_elute},
     {"cut_similiar_mono", &UserParameters::m_cut_similiar_mono},
@@ -34,19 +36,13 @@ constexpr std::array<KeyField<bool>, 9> kBoolFields = {{
     {"output_mgf", &UserParameters::m_output_mgf},
     {"output_msb", &UserParameters::m_output_msb},
     {"mstolppm", &UserParameters::m_mstolppm},
-}};
-constexpr std::array<KeyField<std::int32_t>, 3> kIntegerFields = {{
     {"intensity", &UserParameters::m_intensity_digits},
     {"m/z", &UserParameters::m_mz_digits},
     {"mars_model", &UserParameters::m_mars_model},
-}};
-constexpr std::array<KeyField<double>, 4> kRealFields = {{
     {"mars_threshold", &UserParameters::m_mars_threshold},
     {"isolation_width", &UserParameters::m_isolation_width},
     {"recalibrate_window", &UserParameters::m_recalibrate_window},
     {"mstol", &UserParameters::m_mstol},
-}};
-constexpr std::array<KeyField<std::string>, 4> kTextFields = {{
     {"logfilepath", &UserParameters::m_logfilepath},
     {kIpvFileKey, &UserParameters::m_ipv_file},
     {"input_format", &UserParameters::m_input_format},
@@ -68,26 +64,22 @@ constexpr double kCandidateMarginMz = 1.0;
 
 std::string ParameterName(const std::string& key) { return "User Defined Parameter: " + key; }
 
-std::string IntegerText(std::int64_t value) {
-  std::string text;
-  AppendInteger(text, value);
-  return text;
+void SetField(bool& field, const std::string& value, const char*) { field = value != "0"; }
+void SetField(std::int32_t& field, const std::string& value, const char* key) {
+  field = StringToInt(value, ParameterName(key));
 }
-
-std::string RealText(double value) {
-  std::string text;
-  AppendFixed(text, value, kTextDecimals);
-  return text;
+void SetField(double& field, const std::string& value, const char* key) {
+  field = StringToDouble(value, ParameterName(key));
 }
+void SetField(std::string& field, const std::string& value, const char*) { field = value; }
 
-std::string NumberedDataPathKey(std::int64_t number) { return kDataPathKey + IntegerText(number); }
+std::string FieldText(bool field) { return field ? "1" : "0"; }
+std::string FieldText(std::int32_t field) { return std::to_string(field); }
+std::string FieldText(double field) { return Fixed(field, kTextDecimals); }
+std::string FieldText(const std::string& field) { return field; }
 
-// Calls apply(field, value) for each field whose key is in table, in the order of fields.
-template <class Fields, class Apply>
-void ForEachGiven(const Fields& fields, const ParameterTable& table, Apply apply) {
-  for (const auto& field : fields)
-    if (const auto entry = table.find(field.m_key); entry != table.end())
-      apply(field, entry->second);
+std::string NumberedDataPathKey(std::int64_t number) {
+  return kDataPathKey + std::to_string(number);
 }
 
 std::int32_t ChargeLimit(std::string_view text) {
@@ -147,7 +139,7 @@ void CheckDigits(std::int32_t digits, const char* message) {
 }
 
 std::string PeakFormat(std::int32_t mz_digits, std::int32_t intensity_digits) {
-  return "%." + IntegerText(mz_digits) + "f %." + IntegerText(intensity_digits) + "f\n";
+  return "%." + std::to_string(mz_digits) + "f %." + std::to_string(intensity_digits) + "f\n";
 }
 
 // path without its trailing separators; a root stays one.
@@ -189,34 +181,23 @@ std::vector<std::string> DataPathCandidates(const ParameterTable& table) {
 }
 
 void ApplyParameterTable(UserParameters& record, const ParameterTable& table) {
-  ForEachGiven(kBoolFields, table, [&record](const auto& field, const std::string& value) {
-    record.*field.m_field = value != "0";
-  });
   ApplyChargeRange(record, table);
-  ForEachGiven(kIntegerFields, table, [&record](const auto& field, const std::string& value) {
-    record.*field.m_field = StringToInt(value, ParameterName(field.m_key));
-  });
-  ForEachGiven(kRealFields, table, [&record](const auto& field, const std::string& value) {
-    record.*field.m_field = StringToDouble(value, ParameterName(field.m_key));
-  });
-  ForEachGiven(kTextFields, table, [&record](const auto& field, const std::string& value) {
-    record.*field.m_field = value;
-  });
+  for (const auto& [key, member] : kFields)
+    if (const auto entry = table.find(key); entry != table.end())
+      std::visit([&, name = key](auto field) { SetField(record.*field, entry->second, name); },
+                 member);
   record.m_ipv_file_is_given = record.m_ipv_file_is_given || table.contains(kIpvFileKey);
   ApplyDataPaths(record, table);
 }
 
 ParameterTable ToParameterTable(const UserParameters& record) {
   ParameterTable table;
-  for (const auto& field : kBoolFields)
-    table[field.m_key] = std::string(1, record.*field.m_field ? '1' : '0');
-  for (const auto& field : kIntegerFields) table[field.m_key] = IntegerText(record.*field.m_field);
-  for (const auto& field : kRealFields) table[field.m_key] = RealText(record.*field.m_field);
-  for (const auto& field : kTextFields) table[field.m_key] = record.*field.m_field;
+  for (const auto& [key, member] : kFields)
+    table[key] = std::visit([&](auto field) { return FieldText(record.*field); }, member);
   // A "2" between the limits, not the "t" of the input form: frozen, see docs/frozen-names.md.
   table[kChargeRangeKey] =
-      IntegerText(record.m_charge_min) + "2" + IntegerText(record.m_charge_max);
-  table[kDataNumberKey] = IntegerText(static_cast<std::int64_t>(record.m_datapaths.size()));
+      std::to_string(record.m_charge_min) + "2" + std::to_string(record.m_charge_max);
+  table[kDataNumberKey] = std::to_string(record.m_datapaths.size());
   for (std::size_t i = 0; i < record.m_datapaths.size(); ++i)
     table[NumberedDataPathKey(static_cast<std::int64_t>(i) + 1)] = record.m_datapaths[i];
   return table;

@@ -273,6 +273,12 @@ void AppendExactReal(std::string& text, double value) {
   text.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
 }
 
+std::string ExactText(double value) {
+  std::string text;
+  AppendExactReal(text, value);
+  return text;
+}
+
 void AppendInteger(std::string& text, std::int64_t value) {
   char field[24];
   text.append(field, std::to_chars(field, field + sizeof field, value).ptr);

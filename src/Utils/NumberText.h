@@ -68,6 +68,9 @@ double Rounded(double value, int decimals);
 /// Appends the shortest decimal text that reads back as value, which is finite.
 void AppendExactReal(std::string& text, double value);
 
+/// What AppendExactReal appends.
+std::string ExactText(double value);
+
 /// Appends value in decimal.
 void AppendInteger(std::string& text, std::int64_t value);
 

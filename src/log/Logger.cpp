@@ -4,16 +4,14 @@
 #include <iostream>
 
 #include "FileUtils.h"
-#include "NumberText.h"
 
 namespace tarvek {
 namespace {
 
 constexpr std::string_view kPurpose = "Log Dump";
 
-void AppendPadded(std::string& text, int value, char pad) {
-  if (value < 10) text.push_back(pad);
-  AppendInteger(text, value);
+std::string Padded(int value, char pad) {
+  return (value < 10 ? std::string(1, pad) : std::string()) + std::to_string(value);
 }
 
 }  // namespace
@@ -78,21 +76,10 @@ std::string AsctimeText(const LocalTime& time) {
                                                        "Thu", "Fri", "Sat"};
   static constexpr std::array<const char*, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                                           "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  std::string text = kDays.at(static_cast<std::size_t>(time.m_weekday));
-  text += ' ';
-  text += kMonths.at(static_cast<std::size_t>(time.m_month - 1));
-  text += ' ';
-  AppendPadded(text, time.m_day, ' ');
-  text += ' ';
-  AppendPadded(text, time.m_hour, '0');
-  text += ':';
-  AppendPadded(text, time.m_minute, '0');
-  text += ':';
-  AppendPadded(text, time.m_second, '0');
-  text += ' ';
-  AppendInteger(text, time.m_year);
-  text += '\n';
-  return text;
+  return std::string(kDays.at(static_cast<std::size_t>(time.m_weekday))) + ' ' +
+         kMonths.at(static_cast<std::size_t>(time.m_month - 1)) + ' ' + Padded(time.m_day, ' ') +
+         ' ' + Padded(time.m_hour, '0') + ':' + Padded(time.m_minute, '0') + ':' +
+         Padded(time.m_second, '0') + ' ' + std::to_string(time.m_year) + '\n';
 }
 
 }  // namespace tarvek

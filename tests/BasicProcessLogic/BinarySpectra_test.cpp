@@ -7,11 +7,10 @@
 #include <vector>
 
 #include "BinaryPair.h"
-#include "BinarySpectrumSource.h"
 #include "Ms2Loop.h"
 #include "ProcessTestSupport.h"
 #include "TestSupport.h"
-#include "TextSpectrumSource.h"
+#include "SpectrumSource.h"
 
 namespace tarvek {
 namespace {

@@ -6,7 +6,7 @@
 
 #include "ExtractorTestSupport.h"
 #include "FileUtils.h"
-#include "NativeIdList.h"
+#include "NativeId.h"
 
 namespace tarvek::extractor {
 namespace {

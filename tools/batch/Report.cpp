@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "NumberText.h"
+#include "ProgressBar.h"
 
 namespace tarvek::tools {
 namespace {
@@ -47,14 +48,7 @@ std::size_t CountEnded(std::span<const BatchResult> results) {
 }
 
 std::string Seconds(std::int64_t milliseconds) {
-  std::string text;
-  AppendFixed(text, static_cast<double>(milliseconds) / 1000.0, 1);
-  return text;
-}
-
-std::string MinutesAndSeconds(std::int64_t seconds) {
-  std::string text = std::to_string(seconds / 60) + (seconds % 60 < 10 ? ":0" : ":");
-  return text += std::to_string(seconds % 60);
+  return Fixed(static_cast<double>(milliseconds) / 1000.0, 1);
 }
 
 std::string Padded(std::string text, std::size_t width, bool to_the_right) {

@@ -40,8 +40,7 @@ std::string UnknownWord(const std::string& kind, const std::string& word) {
 }
 
 std::string MzText(double mz) {
-  std::string text;
-  AppendFixed(text, mz, 2);
+  std::string text = Fixed(mz, 2);
   while (text.ends_with('0')) text.pop_back();
   if (text.ends_with('.')) text.pop_back();
   return text;

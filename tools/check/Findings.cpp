@@ -1,6 +1,7 @@
 #include "check/Findings.h"
 
 #include <algorithm>
+#include <array>
 #include <nlohmann/json.hpp>
 
 namespace tarvek::tools {
@@ -68,15 +69,8 @@ std::size_t CheckReport::Count(Severity severity) const {
 }
 
 std::string SeverityWord(Severity severity) {
-  switch (severity) {
-    case Severity::kDefect:
-      return "defect";
-    case Severity::kWarning:
-      return "warning";
-    case Severity::kNote:
-      break;
-  }
-  return "note";
+  constexpr std::array<const char*, 3> kWords = {"defect", "warning", "note"};
+  return kWords.at(static_cast<std::size_t>(severity));
 }
 
 std::string ShareText(std::int64_t part, std::int64_t whole, const std::string& things) {

@@ -84,6 +84,10 @@ class CheckReport {
   std::vector<CheckedItem> m_items;
 };
 
+/// The advice for an output that cannot be trusted.
+inline constexpr const char* kRunOrAskAgain =
+    "Run tarvek again with -r 1, or ask for the file again.";
+
 /// "defect", "warning" or "note".
 std::string SeverityWord(Severity severity);
 

@@ -60,15 +60,15 @@ bool HasBothHalves(CheckReport& report, const std::string& first, const std::str
 }
 
 FragmentFacts FactsOf(const MS2Spectrum& scan) {
-  FragmentFacts facts;
-  facts.m_scan_no = scan.m_scan_no;
-  facts.m_precursor_scan = scan.m_precursor_scan;
-  facts.m_centre_mz = scan.m_activation_center;
-  facts.m_activation = scan.m_activation_type;
-  facts.m_instrument = scan.m_instrument_type;
-  facts.m_has_precursor = !scan.m_orig_precursors.empty();
-  if (facts.m_has_precursor) facts.m_charge = scan.m_orig_precursors.front().m_charge;
-  return facts;
+  const bool has_precursor = !scan.m_orig_precursors.empty();
+  return {.m_scan_no = scan.m_scan_no,
+          .m_precursor_scan = scan.m_precursor_scan,
+          .m_centre_mz = scan.m_activation_center,
+          .m_activation = scan.m_activation_type,
+          .m_instrument = scan.m_instrument_type,
+          .m_has_precursor = has_precursor,
+          .m_charge = has_precursor ? scan.m_orig_precursors.front().m_charge : 0,
+          .m_isolation_mz = {}};
 }
 
 CheckedTable CheckIsotopeTable(CheckReport& report, const CheckOptions& options) {

@@ -11,8 +11,6 @@
 namespace tarvek::tools {
 namespace {
 
-constexpr const char* kRunAgain = "Run tarvek again with -r 1, or ask for the file again.";
-
 class MgfLooker {
  public:
   MgfLooker(CheckReport& report, const std::string& path) : m_report(&report), m_path(path) {}
@@ -76,7 +74,7 @@ class MgfLooker {
   void Defect(const std::string& code, const std::string& meaning) {
     m_content.m_is_whole = false;
     if (!m_reported.insert(code).second) return;
-    m_report->Defect(code, m_path, meaning, kRunAgain, {std::nullopt, m_line});
+    m_report->Defect(code, m_path, meaning, kRunOrAskAgain, {std::nullopt, m_line});
   }
 
   CheckReport* m_report;

@@ -10,8 +10,6 @@
 namespace tarvek::tools {
 namespace {
 
-constexpr const char* kRunAgain = "Run tarvek again with -r 1, or ask for the file again.";
-
 class PfWalk {
  public:
   PfWalk(CheckReport& report, const std::string& path)
@@ -100,7 +98,7 @@ class PfWalk {
 
   void Defect(const std::string& code, const std::string& meaning, FindingPlace place = {}) {
     m_content.m_is_whole = false;
-    m_report->Defect(code, m_path, meaning, kRunAgain, place);
+    m_report->Defect(code, m_path, meaning, kRunOrAskAgain, place);
   }
 
   CheckReport* m_report;

@@ -5,8 +5,6 @@
 namespace tarvek::tools {
 namespace {
 
-constexpr const char* kRunAgain = "Run tarvek again with -r 1, or ask for the file again.";
-
 // Reads the current line and says what is wrong with it; empty when nothing is. Nothing that tarvek
 // wrote whole lacks the comma and blank at its end, or the line feed.
 std::string ReadRow(const PrecursorTableReader& reader, PrecursorRow& row) {
@@ -33,7 +31,7 @@ struct RepeatedRows {
         m_count > 1 ? " So have " + std::to_string(m_count - 1) + " rows behind it." : "";
     report.Defect("csv-repeated", path,
                   "Scan " + std::to_string(m_first_scan) + " has another row already." + more,
-                  kRunAgain, {std::nullopt, m_first_line});
+                  kRunOrAskAgain, {std::nullopt, m_first_line});
   }
 };
 
@@ -46,7 +44,7 @@ TableContent CheckTable(CheckReport& report, const std::string& path) {
   PrecursorTableReader reader(path);
   const auto defect = [&](const std::string& code, const std::string& meaning) {
     content.m_is_whole = false;
-    report.Defect(code, path, meaning, kRunAgain, {std::nullopt, reader.Number()});
+    report.Defect(code, path, meaning, kRunOrAskAgain, {std::nullopt, reader.Number()});
   };
   if (!reader.HasHeader()) {
     defect("csv-header", "It does not begin with the header of a precursor table.");

@@ -21,16 +21,6 @@ using extractor::OutputScan;
 using extractor::Polarity;
 using extractor::ScanKind;
 
-/// The full width of the isolation window, where the file tells it.
-std::optional<double> IsolationWidth(const ExtractedScan& scan) {
-  if (scan.m_precursors.empty()) return std::nullopt;
-  const extractor::DeclaredPrecursor& precursor = scan.m_precursors.front();
-  const double lower = precursor.m_lower_offset.value_or(-1.0);
-  const double upper = precursor.m_upper_offset.value_or(-1.0);
-  if (lower < 0.0 || upper < 0.0 || lower + upper <= 0.0) return std::nullopt;
-  return lower + upper;
-}
-
 /// Takes the spectra as the extractor would, by its own rules, and writes nothing.
 class XmlAccount final : public extractor::ScanConsumer {
  public:
@@ -104,15 +94,16 @@ class XmlAccount final : public extractor::ScanConsumer {
     }
     ++m_fragments;
     if (scan.m_precursors.size() > 1) ++m_several_windows;
-    FragmentFacts facts;
-    facts.m_scan_no = output.m_scan_no;
-    facts.m_precursor_scan = output.m_precursor_scan;
-    facts.m_centre_mz = output.m_centre_mz;
-    facts.m_activation = output.m_activation;
-    facts.m_instrument = output.m_instrument;
-    facts.m_charge = output.m_ions.front().m_charge;
-    facts.m_isolation_mz = IsolationWidth(scan);
-    m_account->TakeFragment(facts, peaks);
+    std::optional<double> width = extractor::IsolationWidth(scan);
+    if (width == 0.0) width.reset();
+    m_account->TakeFragment({.m_scan_no = output.m_scan_no,
+                             .m_precursor_scan = output.m_precursor_scan,
+                             .m_centre_mz = output.m_centre_mz,
+                             .m_activation = output.m_activation,
+                             .m_instrument = output.m_instrument,
+                             .m_charge = output.m_ions.front().m_charge,
+                             .m_isolation_mz = width},
+                            peaks);
   }
 
   void ReportCount(CheckReport& report) const {
@@ -132,11 +123,8 @@ class XmlAccount final : public extractor::ScanConsumer {
   void ReportVoltages(CheckReport& report) const {
     if (m_voltages.size() < 2) return;
     std::string list;
-    for (const auto& [tenths, count] : m_voltages) {
-      std::string volts;
-      AppendFixed(volts, static_cast<double>(tenths) / 10.0, 1);
-      list += (list.empty() ? "" : ", ") + volts;
-    }
+    for (const auto& [tenths, count] : m_voltages)
+      list += (list.empty() ? "" : ", ") + Fixed(static_cast<double>(tenths) / 10.0, 1);
     report.Warning("faims", m_path,
                    "It holds surveys of several FAIMS voltages (" + list +
                        "), which would be taken for one elution.",

@@ -12,9 +12,9 @@
 #include "OutputFile.h"
 #include "PrecursorDetermination.h"
 #include "ScoringModels.h"
+#include "SpectrumSource.h"
 #include "StringUtils.h"
 #include "TableReader.h"
-#include "TextSpectrumSource.h"
 #include "UnfinishedFile.h"
 
 namespace tarvek::tools {
@@ -43,15 +43,8 @@ constexpr std::array<FeatureColumn, 12> kFeatureColumns = {{
 }};
 
 const char* LabelText(CandidateLabel label) {
-  switch (label) {
-    case CandidateLabel::kTrue:
-      return "1";
-    case CandidateLabel::kFalse:
-      return "0";
-    case CandidateLabel::kDoubtful:
-      break;
-  }
-  return "NA";
+  if (label == CandidateLabel::kDoubtful) return "NA";
+  return label == CandidateLabel::kTrue ? "1" : "0";
 }
 
 void AppendHeader(std::string& text, bool with_scores) {

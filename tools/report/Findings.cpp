@@ -265,26 +265,20 @@ ReportFinding EmptyTable() {
           "Run tarvek-tools check on the input, which says how many MS2 scans it holds."};
 }
 
-std::string WidthText(double width_mz) {
-  std::string text;
-  AppendExactReal(text, width_mz);
-  return text;
-}
-
 ReportFinding OtherWidth(const RunReport& report, double declared) {
   return {"isolation-width",
           "Isolation width",
           Verdict::kLook,
-          "The input declares a width of " + WidthText(declared) + " m/z (" +
+          "The input declares a width of " + ExactText(declared) + " m/z (" +
               report.m_declared_width_source + "), and the run took " +
-              WidthText(report.m_isolation_width) + ".",
+              ExactText(report.m_isolation_width) + ".",
           "The two differ by no more than a tenth.",
           declared > report.m_isolation_width
               ? "Precursors near the edges of the window are missed: run tarvek with -W " +
-                    WidthText(declared) + ", or with a value between the two."
+                    ExactText(declared) + ", or with a value between the two."
               : "Ions outside the window may be taken for precursors: compare with the results of "
                 "-W " +
-                    WidthText(declared) + "."};
+                    ExactText(declared) + "."};
 }
 
 ReportFinding FindingOf(const FindingTexts& texts, const RunReport& report) {

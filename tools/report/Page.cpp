@@ -1,6 +1,7 @@
 #include "report/Page.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <iterator>
 #include <limits>
@@ -61,17 +62,13 @@ std::string PageEnd() {
 }
 
 std::string Badge(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::kUsual:
-      return "<span class=\"badge usual\">\u2713 as usual</span>";
-    case Verdict::kLook:
-      return "<span class=\"badge look\">\u25b2 look here</span>";
-    case Verdict::kDefect:
-      return "<span class=\"badge look\">\u2717 defect</span>";
-    case Verdict::kNoData:
-      break;
-  }
-  return "<span class=\"badge\">\u2013 no data</span>";
+  // In the order of Verdict.
+  constexpr std::array<const char*, 4> kBadges = {
+      "<span class=\"badge usual\">\u2713 as usual</span>",
+      "<span class=\"badge look\">\u25b2 look here</span>",
+      "<span class=\"badge\">\u2013 no data</span>",
+      "<span class=\"badge look\">\u2717 defect</span>"};
+  return kBadges.at(static_cast<std::size_t>(verdict));
 }
 
 std::string Card(const ReportFinding& finding, const std::string& picture) {
@@ -145,12 +142,6 @@ std::string KindsOf(const RunReport& report) {
   for (const auto& [kind, scans] : report.m_scans_by_kind)
     kinds.push_back(GroupedNumber(static_cast<double>(scans), 0) + " " + kind);
   return kinds.empty() ? "no MS2 scans" : Listed(kinds) + " scans";
-}
-
-std::string ExactText(double value) {
-  std::string text;
-  AppendExactReal(text, value);
-  return text;
 }
 
 std::string SettingsText(const RunReport& report) {
@@ -401,12 +392,6 @@ BatchRun BatchRunOf(const RunReport& report, const std::string& page) {
   run.m_kept = report.m_kept;
   run.m_by_count = report.m_by_count;
   return run;
-}
-
-bool StandsOut(std::span<const BatchRun> runs, std::size_t run, std::size_t figure) {
-  if (run >= runs.size() || figure >= runs[run].m_figures.size()) return false;
-  const KeyFigure& shown = runs[run].m_figures[figure];
-  return IsFar(shown, ScaleOf(runs, shown, figure));
 }
 
 std::string FigureText(const KeyFigure& figure) {

@@ -37,11 +37,6 @@ std::string StateWord(const BatchRun& run);
 
 BatchRun BatchRunOf(const RunReport& report, const std::string& page);
 
-/// Whether the figure lies far from those of the other runs: more than 3.5 times the scaled median
-/// absolute deviation, which counts as at least 2 % of the median, 1 % for per cents and 0.3 ppm.
-/// Never among fewer than five, nor for a run without this figure.
-bool StandsOut(std::span<const BatchRun> runs, std::size_t run, std::size_t figure);
-
 /// A figure with its decimals and unit; a dash when it is not known.
 std::string FigureText(const KeyFigure& figure);
 
@@ -50,6 +45,9 @@ std::string RunPage(const RunReport& report);
 /// The page of a run that was stopped: that it was, and what to do.
 std::string UnfinishedPage(const std::string& name);
 
+/// Marks the figures that lie far from those of the other runs: more than 3.5 times the scaled median
+/// absolute deviation, which counts as at least 2 % of the median, 1 % for per cents and 0.3 ppm.
+/// None among fewer than five.
 std::string BatchPage(const std::string& title, std::span<const BatchRun> runs);
 
 }  // namespace tarvek::tools

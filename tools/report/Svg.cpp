@@ -17,16 +17,10 @@ constexpr double kRight = 24.0;
 constexpr double kTop = 14.0;
 constexpr double kLegendHeight = 22.0;
 constexpr double kBottom = 50.0;
-constexpr int kDensityLevels = 9;
-constexpr std::size_t kDensityColumns = 96;
-constexpr std::size_t kDensityRows = 48;
-constexpr std::size_t kMostLabels = 16;
-constexpr std::string_view kThinSpace = "\u202f";  // narrow, no break
 
 // One decimal is a tenth of a pixel or less.
 std::string Place(double value) {
-  std::string text;
-  AppendFixed(text, value, 1);
+  std::string text = Fixed(value, 1);
   if (text.ends_with(".0")) text.resize(text.size() - 2);
   return text == "-0" ? "0" : text;
 }
@@ -247,6 +241,8 @@ std::size_t CellOf(double place, ChartRange range, std::size_t cells) {
       std::clamp<std::int64_t>(cell, 0, static_cast<std::int64_t>(cells) - 1));
 }
 
+constexpr int kDensityLevels = 9;
+
 // 1 .. kDensityLevels, by the root of the share so that single points can be seen; 0 for none.
 int LevelOf(std::int64_t count, std::int64_t largest) {
   if (count <= 0) return 0;
@@ -257,6 +253,8 @@ int LevelOf(std::int64_t count, std::int64_t largest) {
 // Cells of one level make one path: the size of the picture does not grow with the points.
 void DrawDensity(Drawing& drawing, const Scale& x, const Scale& y,
                  std::span<const ChartPoint> points) {
+  constexpr std::size_t kDensityColumns = 96;
+  constexpr std::size_t kDensityRows = 48;
   std::vector<std::int64_t> counts(kDensityColumns * kDensityRows, 0);
   const ChartRange rows{y.m_to.m_high, y.m_to.m_low};  // the drawing goes downwards
   for (const ChartPoint& point : points)
@@ -337,6 +335,7 @@ std::string GroupedNumber(double value, int decimals) {
     plain.erase(0, 1);  // rounded to nothing, it has no sign
   const std::size_t point = std::min(plain.find('.'), plain.size());
   const std::size_t first = plain.starts_with('-') ? 1 : 0;
+  constexpr std::string_view kThinSpace = "\u202f";  // narrow, no break
   std::string text;
   for (std::size_t i = 0; i < plain.size(); ++i) {
     if (i > first && i < point && (point - i) % 3 == 0) text += kThinSpace;
@@ -360,6 +359,7 @@ std::string BarChart(const ChartText& text, std::span<const std::string> labels,
   DrawYAxis(drawing, y, text.m_y_label, 5);
   const double slot =
       (kWidth - kRight - kLeft) / static_cast<double>(std::max<std::size_t>(labels.size(), 1));
+  constexpr std::size_t kMostLabels = 16;
   const std::size_t every = (labels.size() + kMostLabels - 1) / kMostLabels;
   for (std::size_t i = 0; i < labels.size(); ++i) {
     const double left = kLeft + slot * static_cast<double>(i);

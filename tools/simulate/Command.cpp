@@ -54,10 +54,10 @@ void PairMethods(SimulateArguments& arguments) {
 
 std::unique_ptr<RunSink> MakeSink(const SimulateArguments& arguments) {
   const std::string& out_base = arguments.m_out_base;
-  if (arguments.m_format == "msb") return std::make_unique<MsbSink>(out_base);
+  if (arguments.m_format == "msb") return MakeMsbSink(out_base);
   if (arguments.m_format == "mzml")
     return std::make_unique<MzmlSink>(out_base, arguments.m_options);
-  return std::make_unique<TextSink>(out_base);
+  return MakeTextSink(out_base);
 }
 
 void RunSimulate(SimulateArguments arguments) {

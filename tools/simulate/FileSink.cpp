@@ -2,6 +2,7 @@
 
 #include "FileUtils.h"
 #include "MsTextWriter.h"
+#include "MsbWriter.h"
 #include "NumberText.h"
 
 namespace tarvek::tools {
@@ -18,6 +19,64 @@ constexpr PeakDigits kDigits;
 
 // The same for every run: the files of a seed never differ.
 constexpr LocalTime kCreationTime{2000, 1, 1, 0, 0, 0, 6};
+
+void AppendTruthText(std::string& text, const TruthRow& row) {
+  using std::to_string;
+  for (const std::string& field :
+       {to_string(row.m_scan_no), Fixed(row.m_mz, kMzDecimals), to_string(row.m_charge),
+        Fixed(row.m_share, 6), std::string(row.m_is_target ? "1" : "0"), row.m_peptide,
+        to_string(row.m_isotope_offset), Fixed(row.m_declared_mz, kDigits.m_mz),
+        to_string(row.m_declared_charge)})
+    text.append(field).append("\t");
+  text.append(Fixed(row.m_isolated_current, 1)).append("\n");
+}
+
+class TextSink final : public RunSink {
+ public:
+  explicit TextSink(const std::string& out_base)
+      : m_ms1(out_base + ".ms1", "MS1"), m_ms2(out_base + ".ms2", "MS2"), m_truth(out_base) {
+    for (UnfinishedFile* file : {&m_ms1, &m_ms2}) file->File().Write(MsTextHeader(kCreationTime));
+  }
+
+  void TakeSurvey(const MS1Spectrum& scan) override { Write(scan, m_ms1); }
+  void TakeFragments(const MS2Spectrum& scan, std::span<const TruthRow> truth) override {
+    Write(scan, m_ms2);
+    m_truth.Write(truth);
+  }
+  void Complete() override { m_truth.CompleteWith({&m_ms1, &m_ms2}); }
+
+ private:
+  template <class Spectrum>
+  void Write(const Spectrum& scan, UnfinishedFile& file) {
+    m_text.clear();
+    AppendMsText(m_text, scan, kDigits);
+    file.File().Write(m_text);
+  }
+
+  UnfinishedFile m_ms1;
+  UnfinishedFile m_ms2;
+  TruthFile m_truth;
+  std::string m_text;  // of one scan
+};
+
+class MsbSink final : public RunSink {
+ public:
+  explicit MsbSink(const std::string& out_base)
+      : m_msb(out_base + ".msb", "MSB"), m_table(out_base + ".mscsv", "MSCSV"), m_truth(out_base) {}
+
+  void TakeSurvey(const MS1Spectrum& scan) override { m_writer.Write(scan); }
+  void TakeFragments(const MS2Spectrum& scan, std::span<const TruthRow> truth) override {
+    m_writer.Write(scan);
+    m_truth.Write(truth);
+  }
+  void Complete() override { m_truth.CompleteWith({&m_msb, &m_table}); }
+
+ private:
+  UnfinishedFile m_msb;
+  UnfinishedFile m_table;
+  TruthFile m_truth;
+  MsbWriter m_writer{m_msb.File(), m_table.File(), kDigits};
+};
 
 }  // namespace
 
@@ -39,59 +98,12 @@ void TruthFile::CompleteWith(std::initializer_list<UnfinishedFile*> scan_files) 
   m_file.TakeName();
 }
 
-void AppendTruthText(std::string& text, const TruthRow& row) {
-  AppendInteger(text, row.m_scan_no);
-  text += '\t';
-  AppendFixed(text, row.m_mz, kMzDecimals);
-  text += '\t';
-  AppendInteger(text, row.m_charge);
-  text += '\t';
-  AppendFixed(text, row.m_share, 6);
-  text.append(row.m_is_target ? "\t1\t" : "\t0\t").append(row.m_peptide) += '\t';
-  AppendInteger(text, row.m_isotope_offset);
-  text += '\t';
-  AppendFixed(text, row.m_declared_mz, kDigits.m_mz);
-  text += '\t';
-  AppendInteger(text, row.m_declared_charge);
-  text += '\t';
-  AppendFixed(text, row.m_isolated_current, 1);
-  text += '\n';
+std::unique_ptr<RunSink> MakeTextSink(const std::string& out_base) {
+  return std::make_unique<TextSink>(out_base);
 }
 
-TextSink::TextSink(const std::string& out_base)
-    : m_ms1(out_base + ".ms1", "MS1"), m_ms2(out_base + ".ms2", "MS2"), m_truth(out_base) {
-  m_ms1.File().Write(MsTextHeader(kCreationTime));
-  m_ms2.File().Write(MsTextHeader(kCreationTime));
+std::unique_ptr<RunSink> MakeMsbSink(const std::string& out_base) {
+  return std::make_unique<MsbSink>(out_base);
 }
-
-void TextSink::TakeSurvey(const MS1Spectrum& scan) {
-  m_text.clear();
-  AppendMsText(m_text, scan, kDigits);
-  m_ms1.File().Write(m_text);
-}
-
-void TextSink::TakeFragments(const MS2Spectrum& scan, std::span<const TruthRow> truth) {
-  m_text.clear();
-  AppendMsText(m_text, scan, kDigits);
-  m_ms2.File().Write(m_text);
-  m_truth.Write(truth);
-}
-
-void TextSink::Complete() { m_truth.CompleteWith({&m_ms1, &m_ms2}); }
-
-MsbSink::MsbSink(const std::string& out_base)
-    : m_msb(out_base + ".msb", "MSB"),
-      m_table(out_base + ".mscsv", "MSCSV"),
-      m_truth(out_base),
-      m_writer(m_msb.File(), m_table.File(), kDigits) {}
-
-void MsbSink::TakeSurvey(const MS1Spectrum& scan) { m_writer.Write(scan); }
-
-void MsbSink::TakeFragments(const MS2Spectrum& scan, std::span<const TruthRow> truth) {
-  m_writer.Write(scan);
-  m_truth.Write(truth);
-}
-
-void MsbSink::Complete() { m_truth.CompleteWith({&m_msb, &m_table}); }
 
 }  // namespace tarvek::tools

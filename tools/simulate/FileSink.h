@@ -10,10 +10,10 @@
 #pragma once
 
 #include <initializer_list>
+#include <memory>
 #include <span>
 #include <string>
 
-#include "MsbWriter.h"
 #include "UnfinishedFile.h"
 #include "simulate/Sink.h"
 
@@ -35,36 +35,10 @@ class TruthFile {
   std::string m_text;
 };
 
-class TextSink final : public RunSink {
- public:
-  explicit TextSink(const std::string& out_base);
+/// OUTBASE.ms1 and OUTBASE.ms2.
+std::unique_ptr<RunSink> MakeTextSink(const std::string& out_base);
 
-  void TakeSurvey(const MS1Spectrum& scan) override;
-  void TakeFragments(const MS2Spectrum& scan, std::span<const TruthRow> truth) override;
-  void Complete() override;
-
- private:
-  UnfinishedFile m_ms1;
-  UnfinishedFile m_ms2;
-  TruthFile m_truth;
-  std::string m_text;  // of one scan
-};
-
-class MsbSink final : public RunSink {
- public:
-  explicit MsbSink(const std::string& out_base);
-
-  void TakeSurvey(const MS1Spectrum& scan) override;
-  void TakeFragments(const MS2Spectrum& scan, std::span<const TruthRow> truth) override;
-  void Complete() override;
-
- private:
-  UnfinishedFile m_msb;
-  UnfinishedFile m_table;
-  TruthFile m_truth;
-  MsbWriter m_writer;
-};
-
-void AppendTruthText(std::string& text, const TruthRow& row);
+/// OUTBASE.msb and OUTBASE.mscsv.
+std::unique_ptr<RunSink> MakeMsbSink(const std::string& out_base);
 
 }  // namespace tarvek::tools

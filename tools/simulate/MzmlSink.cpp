@@ -22,7 +22,7 @@ constexpr std::size_t kCountDigits = 10;
 constexpr std::size_t kBlockBytes = std::size_t{1} << 16;
 constexpr double kSecondsPerMinute = 60.0;
 
-// Up to the number of spectra. Nothing in it depends on the path or the time: the files of a seed
+// Up to the instrument configurations. Nothing in it depends on the path or the time: the files of a seed
 // never differ.
 constexpr std::string_view kHeadStart = R"(<?xml version="1.0" encoding="utf-8"?>
 <indexedmzML xmlns="http://psi.hupo.org/ms/mzml" xmlns:xsi="http://www.w3.org/2001/XMLSchema-instance" xsi:schemaLocation="http://psi.hupo.org/ms/mzml http://psidev.info/files/ms/mzML/xsd/mzML1.1.2_idx.xsd">
@@ -44,35 +44,10 @@ constexpr std::string_view kHeadStart = R"(<?xml version="1.0" encoding="utf-8"?
       </software>
     </softwareList>
     <instrumentConfigurationList count="2">
-      <instrumentConfiguration id="FTMS">
-        <cvParam cvRef="MS" accession="MS:1000031" name="instrument model" value="simulated"/>
-        <componentList count="3">
-          <source order="1">
-            <cvParam cvRef="MS" accession="MS:1000398" name="nanoelectrospray" value=""/>
-          </source>
-          <analyzer order="2">
-            <cvParam cvRef="MS" accession="MS:1000484" name="orbitrap" value=""/>
-          </analyzer>
-          <detector order="3">
-            <cvParam cvRef="MS" accession="MS:1000624" name="inductive detector" value=""/>
-          </detector>
-        </componentList>
-      </instrumentConfiguration>
-      <instrumentConfiguration id="ITMS">
-        <cvParam cvRef="MS" accession="MS:1000031" name="instrument model" value="simulated"/>
-        <componentList count="3">
-          <source order="1">
-            <cvParam cvRef="MS" accession="MS:1000398" name="nanoelectrospray" value=""/>
-          </source>
-          <analyzer order="2">
-            <cvParam cvRef="MS" accession="MS:1000083" name="radial ejection linear ion trap" value=""/>
-          </analyzer>
-          <detector order="3">
-            <cvParam cvRef="MS" accession="MS:1000253" name="electron multiplier" value=""/>
-          </detector>
-        </componentList>
-      </instrumentConfiguration>
-    </instrumentConfigurationList>
+)";
+
+// The rest, up to the number of spectra.
+constexpr std::string_view kHeadEnd = R"(    </instrumentConfigurationList>
     <dataProcessingList count="1">
       <dataProcessing id="simulation">
         <processingMethod order="0" softwareRef="tarvek-tools">
@@ -82,16 +57,6 @@ constexpr std::string_view kHeadStart = R"(<?xml version="1.0" encoding="utf-8"?
     </dataProcessingList>
     <run id="simulated_run" defaultInstrumentConfigurationRef="FTMS">
       <spectrumList defaultDataProcessingRef="simulation" count=")";
-
-/// The file up to its first spectrum, of the same length for every number of spectra.
-std::string Head(std::int64_t spectra) {
-  std::string text(kHeadStart);
-  const std::size_t start = text.size();
-  AppendInteger(text, spectra);
-  text += '"';
-  text.append(start + kCountDigits + 1 - text.size(), ' ');
-  return text += ">\n";
-}
 
 /// A term of the PSI-MS vocabulary, or a unit of measurement of it or of the Unit Ontology.
 struct Term {
@@ -189,16 +154,45 @@ class XmlLines {
           R"(" unitAccession=")", unit.m_accession, R"(" unitName=")", unit.m_name, R"("/>)"});
   }
 
-  void Put(const Term& term, double value, const Term& unit) {
-    std::string text;
-    AppendExactReal(text, value);
-    Put(term, text, unit);
-  }
+  void Put(const Term& term, double value, const Term& unit) { Put(term, ExactText(value), unit); }
 
  private:
   std::string& m_text;
   std::size_t m_depth;
 };
+
+void PutComponent(XmlLines& lines, const std::string& name, char order, const Term& kind) {
+  lines.Open(name + R"( order=")" + order + '"');
+  lines.Put(kind);
+  lines.Close(name);
+}
+
+void PutConfiguration(XmlLines& lines, const std::string& id, const Term& analyser,
+                      const Term& detector) {
+  lines.Open(R"(instrumentConfiguration id=")" + id + '"');
+  lines.Put({"MS:1000031", "instrument model"}, "simulated");
+  lines.Open(R"(componentList count="3")");
+  PutComponent(lines, "source", '1', {"MS:1000398", "nanoelectrospray"});
+  PutComponent(lines, "analyzer", '2', analyser);
+  PutComponent(lines, "detector", '3', detector);
+  lines.Close("componentList");
+  lines.Close("instrumentConfiguration");
+}
+
+/// The file up to its first spectrum, of the same length for every number of spectra.
+std::string Head(std::int64_t spectra) {
+  std::string text(kHeadStart);
+  XmlLines lines(text, 3);
+  PutConfiguration(lines, "FTMS", {"MS:1000484", "orbitrap"}, {"MS:1000624", "inductive detector"});
+  PutConfiguration(lines, "ITMS", {"MS:1000083", "radial ejection linear ion trap"},
+                   {"MS:1000253", "electron multiplier"});
+  text += kHeadEnd;
+  const std::size_t start = text.size();
+  AppendInteger(text, spectra);
+  text += '"';
+  text.append(start + kCountDigits + 1 - text.size(), ' ');
+  return text += ">\n";
+}
 
 constexpr std::size_t kSpectrumDepth = 4;
 

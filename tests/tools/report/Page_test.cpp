@@ -261,28 +261,27 @@ BatchRun Failed() {
   return run;
 }
 
-TEST(StandsOut, IsFarFromTheOthers) {
+/// Whether the first figure of a run, its number of scans, is marked.
+bool IsMarked(const std::vector<BatchRun>& runs, std::size_t run) {
+  const std::string page = BatchPage("week 1", runs);
+  std::size_t row = page.find("<tbody>");
+  for (std::size_t i = 0; i <= run; ++i) row = page.find("<td class=\"name\">", row + 1);
+  const std::string cell = "<td class=\"number";
+  return page.substr(page.find(cell, row)).starts_with(cell + " out\">");
+}
+
+TEST(BatchPage, MarksAFigureThatIsFarFromTheOthers) {
   // median 100, deviations 0 1 1 2 2 100, their median 1.5; 3.5 x max(1.4826 x 1.5, 2) = 7.8
-  const auto runs = Batch({100, 101, 99, 102, 98, 200});
-  for (std::size_t run = 0; run < 5; ++run) EXPECT_FALSE(StandsOut(runs, run, 0)) << run;
-  EXPECT_TRUE(StandsOut(runs, 5, 0));
-}
-
-TEST(StandsOut, IsNoRunWithoutTheFigure) {
   auto runs = Batch({100, 101, 99, 102, 98, 200});
-  runs.push_back(Failed());
-  EXPECT_FALSE(StandsOut(runs, 6, 0));
-  EXPECT_FALSE(StandsOut(runs, 5, 99));
-  EXPECT_FALSE(StandsOut(runs, 7, 0));
+  runs.push_back(Failed());  // without the figure
+  for (std::size_t run = 0; run < 5; ++run) EXPECT_FALSE(IsMarked(runs, run)) << run;
+  EXPECT_TRUE(IsMarked(runs, 5));
 }
 
-TEST(StandsOut, NeedsEnoughRunsAndMoreThanASmallDifference) {
-  const auto few = Batch({100, 100, 100, 900});
-  EXPECT_FALSE(StandsOut(few, 3, 0));
-  const auto alike = Batch({100, 100, 100, 100, 106});  // 7 is 3.5 times 2 % of 100
-  EXPECT_FALSE(StandsOut(alike, 4, 0));
-  const auto unlike = Batch({100, 100, 100, 100, 108});
-  EXPECT_TRUE(StandsOut(unlike, 4, 0));
+TEST(BatchPage, NeedsEnoughRunsAndMoreThanASmallDifferenceToMarkAFigure) {
+  EXPECT_FALSE(IsMarked(Batch({100, 100, 100, 900}), 3));
+  EXPECT_FALSE(IsMarked(Batch({100, 100, 100, 100, 106}), 4));  // 7 is 3.5 times 2 % of 100
+  EXPECT_TRUE(IsMarked(Batch({100, 100, 100, 100, 108}), 4));
 }
 
 TEST(BatchPage, LinksItsRunsAndNamesThoseWithoutReport) {

@@ -400,7 +400,7 @@ TEST(TextSink, AFullDiskIsAnErrorThatLeavesFormerFilesAlone) {
 
 TEST(TextSink, ARunThatDoesNotEndLeavesNothingBehind) {
   const TemporaryDirectory directory;
-  { const TextSink sink(directory / "run"); }
+  { const auto sink = MakeTextSink(directory / "run"); }
   EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));
 }
 

@@ -34,13 +34,13 @@ SimulateOptions MixedOptions(bool is_negative = false) {
 }
 
 void SimulateText(const SimulateOptions& options, const std::string& base) {
-  TextSink sink(base);
-  SimulateRun(options, sink);
+  const auto sink = MakeTextSink(base);
+  SimulateRun(options, *sink);
 }
 
 void SimulateMsb(const SimulateOptions& options, const std::string& base) {
-  MsbSink sink(base);
-  SimulateRun(options, sink);
+  const auto sink = MakeMsbSink(base);
+  SimulateRun(options, *sink);
 }
 
 /// What the readers of either form return.
@@ -154,10 +154,10 @@ constexpr const char* kTableHeader =
 /// The table of a sink that took one survey of two peaks and one fragment scan.
 std::string TableOf(const Precursor& declared) {
   const TemporaryDirectory directory;
-  MsbSink sink(directory / "run");
-  sink.TakeSurvey(Survey(2));
-  sink.TakeFragments(Fragments(declared), {});
-  sink.Complete();
+  const auto sink = MakeMsbSink(directory / "run");
+  sink->TakeSurvey(Survey(2));
+  sink->TakeFragments(Fragments(declared), {});
+  sink->Complete();
   return ReadFile(directory / "run.mscsv");
 }
 
@@ -178,9 +178,9 @@ TEST(MsbSink, WritesAnUnknownChargeAsTwoAtTheActivationCentre) {
 
 TEST(MsbSink, LeavesOutPeaksWhoseIntensityRoundsToNothing) {
   const TemporaryDirectory directory;
-  MsbSink sink(directory / "run");
-  sink.TakeFragments(Fragments({650.25, 2}), {});
-  sink.Complete();
+  const auto sink = MakeMsbSink(directory / "run");
+  sink->TakeFragments(Fragments({650.25, 2}), {});
+  sink->Complete();
   const std::vector<Peak> peaks = ReadMsb(directory / "run").m_fragments.at(0).m_peaks;
   ASSERT_EQ(peaks.size(), 2u);
   EXPECT_EQ(peaks[0].m_mz, 175.11895);
@@ -190,38 +190,38 @@ TEST(MsbSink, LeavesOutPeaksWhoseIntensityRoundsToNothing) {
 }
 TEST(MsbSink, LeavesOutScansWhosePeaksAllRoundToNothing) {
   const TemporaryDirectory directory;
-  MsbSink sink(directory / "run");
+  const auto sink = MakeMsbSink(directory / "run");
   MS1Spectrum survey = Survey(1);
   survey.m_peaks[0].m_intensity = 0.04;
-  sink.TakeSurvey(survey);
-  sink.Complete();
+  sink->TakeSurvey(survey);
+  sink->Complete();
   EXPECT_EQ(ReadFile(directory / "run.msb"), "");
   EXPECT_EQ(ReadFile(directory / "run.mscsv"), kTableHeader);
 }
 
 TEST(MsbSink, TakesTenThousandPeaks) {
   const TemporaryDirectory directory;
-  MsbSink sink(directory / "run");
-  sink.TakeSurvey(Survey(10000));
-  sink.Complete();
+  const auto sink = MakeMsbSink(directory / "run");
+  sink->TakeSurvey(Survey(10000));
+  sink->Complete();
   EXPECT_EQ(ReadMsb(directory / "run").m_surveys.at(0).m_peaks.size(), 10000u);
 }
 TEST(MsbSink, RefusesMorePeaksAndNamesTheScan) {
   const TemporaryDirectory directory;
-  MsbSink sink(directory / "run");
-  EXPECT_EQ(MessageOf([&] { sink.TakeSurvey(Survey(10001)); }),
+  const auto sink = MakeMsbSink(directory / "run");
+  EXPECT_EQ(MessageOf([&] { sink->TakeSurvey(Survey(10001)); }),
             "Scan 7 has 10001 peaks, but the msb format holds 10000 at most");
 }
 
 TEST(MsbSink, ARunThatDoesNotEndLeavesNothingBehind) {
   const TemporaryDirectory directory;
-  { MsbSink(directory / "run").TakeSurvey(Survey(2)); }
+  { MakeMsbSink(directory / "run")->TakeSurvey(Survey(2)); }
   EXPECT_TRUE(fs::is_empty(directory.Path()));
 }
 TEST(MsbSink, AnUnwritableTableLeavesNothingBehind) {
   const TemporaryDirectory directory;
   fs::create_directory(directory / "run.mscsv_unfinished");
-  EXPECT_EQ(MessageOf([&] { const MsbSink sink(directory / "run"); }),
+  EXPECT_EQ(MessageOf([&] { const auto sink = MakeMsbSink(directory / "run"); }),
             "Cannot open MSCSV File, Path: " + directory / "run.mscsv_unfinished");
   EXPECT_FALSE(fs::exists(directory / "run.msb_unfinished"));
 }

@@ -315,8 +315,8 @@ TEST(MzmlSink, ComesWithTheTruthOfTheText) {
   const TemporaryDirectory directory;
   MzmlSink mzml(directory / "mzml", ShortRun());
   SimulateRun(ShortRun(), mzml);
-  TextSink text(directory / "text");
-  SimulateRun(ShortRun(), text);
+  const auto text = MakeTextSink(directory / "text");
+  SimulateRun(ShortRun(), *text);
   EXPECT_TRUE(ReadFile(directory / "mzml.truth.tsv") == ReadFile(directory / "text.truth.tsv"));
 }
 TEST(MzmlSink, LeavesNoFileBesideTheSpectraAndTheTruth) {

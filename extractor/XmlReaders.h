@@ -1,6 +1,7 @@
-// extractor/MzmlReader.h: mzML to neutral scans.
-// Does:     reads mzML (indexed or not; the index is ignored) element by element.
-// Owns:     the spectrum that is being read; borrows the consumer.
+// extractor/XmlReaders.h: mzML and mzXML to neutral scans.
+// Does:     reads mzML (indexed or not; the index is ignored) and mzXML (scans may be nested) element
+//           by element.
+// Owns:     the spectra that are being read; borrows the consumer.
 // Throws:   std::string naming the spectrum; the caller adds file and place.
 // Not here: which spectra are used and how (ScanRules.h).
 #pragma once
@@ -14,5 +15,8 @@ namespace tarvek::extractor {
 
 /// A handler for a file whose root element is mzML or indexedmzML.
 std::unique_ptr<XmlHandler> MakeMzmlReader(ScanConsumer& consumer);
+
+/// A handler for a file whose root element is mzXML or, in old files, msRun.
+std::unique_ptr<XmlHandler> MakeMzxmlReader(ScanConsumer& consumer);
 
 }  // namespace tarvek::extractor
