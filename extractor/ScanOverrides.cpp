@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <array>
 
+#include "SpectrumRecords.h"
 #include "StringUtils.h"
 
 namespace tarvek::extractor {
 namespace {
 
 constexpr std::array<std::string_view, 2> kAnalysers = {"FTMS", "ITMS"};
-constexpr std::array<std::string_view, 5> kActivations = {"HCD", "CID", "ETD", "ETHCD", "ETCID"};
 
 // The word that text is in any letter case; empty when it is none.
 template <class Words>
@@ -40,7 +40,7 @@ void AddAnalyserOverride(std::string_view value, ScanOverrides& overrides) {
 }
 
 void SetActivationOverride(std::string_view value, ScanOverrides& overrides) {
-  overrides.m_activation = WordOf(kActivations, value);
+  overrides.m_activation = WordOf(kActivationTypes, value);
   if (overrides.m_activation.empty())
     throw "needs HCD, CID, ETD, ETHCD or ETCID, not \"" + std::string(value) + "\"";
 }

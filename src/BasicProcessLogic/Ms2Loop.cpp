@@ -9,7 +9,6 @@
 #include "FileUtils.h"
 #include "Logger.h"
 #include "Ms1Feed.h"
-#include "NumberText.h"
 #include "PrecursorDetermination.h"
 #include "ProgressBar.h"
 #include "RunSummary.h"
@@ -19,12 +18,6 @@ namespace {
 
 // With fewer MS1 scans in the store no window of ten can be gathered.
 constexpr std::size_t kMinStoredScans = 10;
-
-void WarnScan(const char* before, std::int32_t scan_no, const char* after) {
-  std::string text = before;
-  AppendInteger(text, scan_no);
-  logMessage(kWarn, text + after);
-}
 
 // The scan numbers that clustering selected; nothing when every scan is taken.
 using AcceptedScans = std::optional<std::set<std::int32_t>>;
@@ -150,13 +143,12 @@ bool CanDetermine(const SpectrumSource& source, const Ms1Store& store, const MS2
 }
 
 void DropUnusablePrecursors(MS2Spectrum& scan) {
-  std::vector<Precursor>& precursors = scan.m_precursors;
-  for (std::size_t i = precursors.size(); i-- > 0;) {
-    if (IsUsable(precursors[i])) continue;
-    precursors.erase(precursors.begin() + static_cast<std::ptrdiff_t>(i));
-    // The text is frozen, see docs/frozen-names.md.
-    WarnScan("Scan ", scan.m_scan_no, " has incorrect precursor infomation, skipping...");
-  }
+  const auto dropped = std::erase_if(
+      scan.m_precursors, [](const Precursor& precursor) { return !IsUsable(precursor); });
+  // The text is frozen, see docs/frozen-names.md.
+  for (std::size_t i = 0; i < dropped; ++i)
+    logMessage(kWarn, "Scan " + std::to_string(scan.m_scan_no) +
+                          " has incorrect precursor infomation, skipping...");
 }
 
 std::string Ms2Path(const UserParameters& parameters) {
@@ -167,7 +159,8 @@ std::string Ms2Path(const UserParameters& parameters) {
 }
 
 void WarnWithoutPrecursor(const MS2Spectrum& scan) {
-  WarnScan("Cannot find precursor information for scan ", scan.m_scan_no, ".");
+  logMessage(kWarn,
+             "Cannot find precursor information for scan " + std::to_string(scan.m_scan_no) + ".");
 }
 
 RunRecord processTextSpectra(const UserParameters& parameters, OutputClaim& claim,

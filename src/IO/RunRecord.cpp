@@ -27,8 +27,7 @@ void AppendField(std::string& text, std::string_view field) {
 
 void AppendEntry(std::string& text, std::string_view kind, std::string_view key,
                  std::string_view value) {
-  text += kind;
-  text += '\t';
+  text.append(kind).append("\t");
   AppendField(text, key);
   text += '\t';
   AppendField(text, value);

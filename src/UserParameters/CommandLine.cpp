@@ -63,13 +63,9 @@ void PrintUsage() {
   ParameterTable defaults = ToParameterTable(UserParameters());
   std::string text(kUsageHead);
   for (const auto& [letter, key] : OptionLetters) {
-    text += "\t-";
-    text += letter;
-    text += '\t';
-    text += key;
+    text.append("\t-").append(1, letter).append("\t").append(key);
     text += "\t\tdefault: " + defaults[std::string(key)] + "\n";
-    text += ParameterComment(key);
-    text += '\n';
+    text.append(ParameterComment(key)).append("\n");
   }
   std::cout << text;
 }

@@ -33,8 +33,7 @@ constexpr std::string_view kMarsModelComment =
 // "key = default", then the comment of the key, a line each.
 void AppendEntry(std::string& text, const std::string& key, ParameterTable& defaults) {
   text += key + " = " + defaults[key] + "\n";
-  text += ParameterComment(key);
-  text += '\n';
+  text.append(ParameterComment(key)).append("\n");
 }
 
 std::set<std::string> AdvancedKeys() {

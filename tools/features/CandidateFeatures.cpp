@@ -52,10 +52,7 @@ void AppendHeader(std::string& text, bool with_scores) {
   for (const FeatureColumn& column : kFeatureColumns) text.append("\t").append(column.m_name);
   text += "\tlabel";
   if (with_scores)
-    for (const MarsModel& model : kMarsModels) {
-      text += "\tscore_";
-      AppendInteger(text, model.m_number);
-    }
+    for (const MarsModel& model : kMarsModels) text += "\tscore_" + std::to_string(model.m_number);
   text += '\n';
 }
 
@@ -66,10 +63,9 @@ void AppendReal(std::string& text, double value) {
 
 void AppendRow(std::string& text, std::int32_t scan_no, FeaturesExtractor& candidate,
                CandidateLabel label, bool with_scores) {
-  AppendInteger(text, scan_no);
+  text += std::to_string(scan_no);
   AppendReal(text, candidate.GetPrecursor().m_mz);
-  text += '\t';
-  AppendInteger(text, candidate.GetPrecursor().m_charge);
+  text += "\t" + std::to_string(candidate.GetPrecursor().m_charge);
   for (const FeatureColumn& column : kFeatureColumns) AppendReal(text, column.m_value(candidate));
   text.append("\t").append(LabelText(label));
   if (with_scores)

@@ -72,10 +72,8 @@ class LeftOutCounter {
       const auto recorded = m_content.Record()->m_left_out_scans.find(scan.m_scan_no);
       if (recorded != m_content.Record()->m_left_out_scans.end()) return recorded->second;
     }
-    if (std::ranges::find(kActivationTypes, scan.m_activation) == kActivationTypes.end())
-      return kActivationNotKnown;
-    if (std::ranges::find(kInstrumentTypes, scan.m_analyser) == kInstrumentTypes.end())
-      return kAnalyserNotKnown;
+    if (!IsKnownActivation(scan.m_activation)) return kActivationNotKnown;
+    if (!IsKnownInstrument(scan.m_analyser)) return kAnalyserNotKnown;
     return scan.m_declared.empty() ? kNoUsablePrecursor : kOtherReason;
   }
 

@@ -34,13 +34,6 @@ ChartRange TimeRange(const RunReport& report) {
   return {low / kSecondsPerMinute, end / kSecondsPerMinute};
 }
 
-std::size_t BinOf(double minutes, ChartRange range, std::size_t bins) {
-  const double share = (minutes - range.m_low) / (range.m_high - range.m_low);
-  const auto bin = static_cast<std::int64_t>(share * static_cast<double>(bins));
-  return static_cast<std::size_t>(
-      std::clamp<std::int64_t>(bin, 0, static_cast<std::int64_t>(bins) - 1));
-}
-
 double MiddleOf(std::size_t bin, ChartRange range, std::size_t bins) {
   return range.m_low + (range.m_high - range.m_low) * (static_cast<double>(bin) + 0.5) /
                            static_cast<double>(bins);

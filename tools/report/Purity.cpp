@@ -11,12 +11,10 @@ namespace {
 
 constexpr int kIsotopesOfAnEnvelope = 8;
 
-// The peaks of mz within tol_ppm; borrows from peaks.
-std::span<const Peak> PeaksAt(std::span<const Peak> peaks, double mz, double tol_ppm) {
-  const double tol_mz = tol_ppm * mz / 1e6;
+// Both ends included; borrows from peaks.
+std::span<const Peak> PeaksWithin(std::span<const Peak> peaks, double mz, double tol_mz) {
   const auto first = std::ranges::lower_bound(peaks, mz - tol_mz, {}, &Peak::m_mz);
-  const auto last = std::ranges::upper_bound(first, peaks.end(), mz + tol_mz, {}, &Peak::m_mz);
-  return {first, last};
+  return {first, std::ranges::upper_bound(first, peaks.end(), mz + tol_mz, {}, &Peak::m_mz)};
 }
 
 template <std::size_t kBins>
@@ -36,11 +34,7 @@ double TotalIntensity(std::span<const Peak> peaks) {
 std::optional<WindowShares> SharesInWindow(std::span<const Peak> peaks, double centre_mz,
                                            double half_width_mz,
                                            std::span<const Precursor> determined, double tol_ppm) {
-  const double low_mz = centre_mz - half_width_mz;
-  const double high_mz = centre_mz + half_width_mz;
-  const auto first = std::ranges::lower_bound(peaks, low_mz, {}, &Peak::m_mz);
-  const std::span<const Peak> window = {
-      first, std::ranges::upper_bound(first, peaks.end(), high_mz, {}, &Peak::m_mz)};
+  const std::span<const Peak> window = PeaksWithin(peaks, centre_mz, half_width_mz);
   const double total = TotalIntensity(window);
   if (total <= 0.0) return std::nullopt;
 
@@ -52,7 +46,7 @@ std::optional<WindowShares> SharesInWindow(std::span<const Peak> peaks, double c
     std::span<const Peak> above = window;  // of a wide tolerance, a peak is that of one isotope
     for (int isotope = 0; isotope < kIsotopesOfAnEnvelope; ++isotope) {
       const double mz = IsotopeMz(precursor.m_mz, isotope, precursor.m_charge);
-      const std::span<const Peak> found = PeaksAt(above, mz, tol_ppm);
+      const std::span<const Peak> found = PeaksWithin(above, mz, tol_ppm * mz / 1e6);
       own += TotalIntensity(found);
       const auto place = static_cast<std::size_t>(found.data() - window.data());
       above = window.subspan(place + found.size());

@@ -234,13 +234,6 @@ void DrawPoints(Drawing& drawing, const Scale& x, const Scale& y,
   drawing.Path("dots", way);
 }
 
-std::size_t CellOf(double place, ChartRange range, std::size_t cells) {
-  const double share = (place - range.m_low) / (range.m_high - range.m_low);
-  const auto cell = static_cast<std::int64_t>(share * static_cast<double>(cells));
-  return static_cast<std::size_t>(
-      std::clamp<std::int64_t>(cell, 0, static_cast<std::int64_t>(cells) - 1));
-}
-
 constexpr int kDensityLevels = 9;
 
 // 1 .. kDensityLevels, by the root of the share so that single points can be seen; 0 for none.
@@ -258,8 +251,8 @@ void DrawDensity(Drawing& drawing, const Scale& x, const Scale& y,
   std::vector<std::int64_t> counts(kDensityColumns * kDensityRows, 0);
   const ChartRange rows{y.m_to.m_high, y.m_to.m_low};  // the drawing goes downwards
   for (const ChartPoint& point : points)
-    ++counts[CellOf(y.Clamped(point.m_y), rows, kDensityRows) * kDensityColumns +
-             CellOf(x.Clamped(point.m_x), x.m_to, kDensityColumns)];
+    ++counts[BinOf(y.Clamped(point.m_y), rows, kDensityRows) * kDensityColumns +
+             BinOf(x.Clamped(point.m_x), x.m_to, kDensityColumns)];
   const double width = (x.m_to.m_high - x.m_to.m_low) / kDensityColumns;
   const double height = (rows.m_high - rows.m_low) / kDensityRows;
   const std::int64_t largest = *std::ranges::max_element(counts);
@@ -286,6 +279,13 @@ std::string LineWay(const Scale& x, const Scale& y, std::span<const ChartPoint> 
 }
 
 }  // namespace
+
+std::size_t BinOf(double value, ChartRange range, std::size_t bins) {
+  const double share = (value - range.m_low) / (range.m_high - range.m_low);
+  const auto bin = static_cast<std::int64_t>(share * static_cast<double>(bins));
+  return static_cast<std::size_t>(
+      std::clamp<std::int64_t>(bin, 0, static_cast<std::int64_t>(bins) - 1));
+}
 
 std::string Escaped(std::string_view text) {
   std::string escaped;

@@ -41,6 +41,9 @@ struct ChartPoint {
   double m_y = 0.0;
 };
 
+/// The place of value among bins of equal width; of a value outside the range, the nearest.
+std::size_t BinOf(double value, ChartRange range, std::size_t bins);
+
 /// Text for HTML and SVG: the characters with a meaning there replaced.
 std::string Escaped(std::string_view text);
 

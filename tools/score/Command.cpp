@@ -102,22 +102,21 @@ std::string ScoreText(const ScoreReport& report) {
                      std::to_string(report.m_table_scans) + " in the table\n";
   AppendLine(text, "", "determined", "declared");
   AppendLine(text, "precursors", std::to_string(a.m_precursors), std::to_string(b.m_precursors));
-  AppendLine(text, "recall of the targeted precursor", RatioText(a.m_target_recall),
-             RatioText(b.m_target_recall));
-  AppendLine(text, "recall of those of 10 % share or more", RatioText(a.m_recall_10),
-             RatioText(b.m_recall_10));
-  AppendLine(text, "recall of those of 5 % share or more", RatioText(a.m_recall_5),
-             RatioText(b.m_recall_5));
-  AppendLine(text, "precision", RatioText(a.m_precision), RatioText(b.m_precision));
-  AppendLine(text, "wrong isotope of a true precursor", RatioText(a.m_wrong_isotope),
-             RatioText(b.m_wrong_isotope));
-  AppendLine(text, "wrong charge at the m/z of a true precursor", RatioText(a.m_wrong_charge),
-             RatioText(b.m_wrong_charge));
-  AppendLine(text, "median m/z error, ppm", Fixed(a.m_median_ppm, 3), Fixed(b.m_median_ppm, 3));
-  AppendLine(text, "median absolute m/z error, ppm", Fixed(a.m_median_absolute_ppm, 3),
-             Fixed(b.m_median_absolute_ppm, 3));
-  AppendLine(text, "95 % of absolute m/z errors below, ppm", Fixed(a.m_absolute_ppm_95, 3),
-             Fixed(b.m_absolute_ppm_95, 3));
+  const auto add_ratio = [&](std::string_view label, Ratio ScoreFigures::*figure) {
+    AppendLine(text, label, RatioText(a.*figure), RatioText(b.*figure));
+  };
+  const auto add_ppm = [&](std::string_view label, double ScoreFigures::*figure) {
+    AppendLine(text, label, Fixed(a.*figure, 3), Fixed(b.*figure, 3));
+  };
+  add_ratio("recall of the targeted precursor", &ScoreFigures::m_target_recall);
+  add_ratio("recall of those of 10 % share or more", &ScoreFigures::m_recall_10);
+  add_ratio("recall of those of 5 % share or more", &ScoreFigures::m_recall_5);
+  add_ratio("precision", &ScoreFigures::m_precision);
+  add_ratio("wrong isotope of a true precursor", &ScoreFigures::m_wrong_isotope);
+  add_ratio("wrong charge at the m/z of a true precursor", &ScoreFigures::m_wrong_charge);
+  add_ppm("median m/z error, ppm", &ScoreFigures::m_median_ppm);
+  add_ppm("median absolute m/z error, ppm", &ScoreFigures::m_median_absolute_ppm);
+  add_ppm("95 % of absolute m/z errors below, ppm", &ScoreFigures::m_absolute_ppm_95);
   return text;
 }
 

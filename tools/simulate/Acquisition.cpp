@@ -186,24 +186,23 @@ class Acquisition {
       const bool is_target = isolated.m_source == choice.m_source;
       const double share = isolated.m_current / total;
       if (source.m_peptide == nullptr || (share < kSmallestTruthShare && !is_target)) continue;
-      TruthRow row;
-      row.m_scan_no = m_scan_no;
-      row.m_mz = source.m_ion->m_mono_mz;
-      row.m_charge = sign * source.m_ion->m_charge;
-      row.m_share = share;
-      row.m_is_target = is_target;
-      row.m_peptide = source.m_peptide->m_sequence;
-      row.m_isotope_offset = NearestIsotope(*source.m_ion, choice.m_center_mz);
-      row.m_declared_mz = choice.m_declared_charges == 0 ? 0.0 : choice.m_declared_mz;
-      row.m_declared_charge = sign * choice.m_declared_charges;
-      row.m_isolated_current = isolated.m_current;
-      m_truth.push_back(std::move(row));
+      m_truth.push_back(
+          {.m_scan_no = m_scan_no,
+           .m_mz = source.m_ion->m_mono_mz,
+           .m_charge = sign * source.m_ion->m_charge,
+           .m_share = share,
+           .m_is_target = is_target,
+           .m_peptide = source.m_peptide->m_sequence,
+           .m_isotope_offset = NearestIsotope(*source.m_ion, choice.m_center_mz),
+           .m_declared_mz = choice.m_declared_charges == 0 ? 0.0 : choice.m_declared_mz,
+           .m_declared_charge = sign * choice.m_declared_charges,
+           .m_isolated_current = isolated.m_current});
     }
   }
 
   static std::int32_t NearestIsotope(const Ion& ion, double mz) {
-    constexpr double kSpacingDa = 1.00286;  // mean of peptides
-    return static_cast<std::int32_t>(std::lround((mz - ion.m_mono_mz) * ion.m_charge / kSpacingDa));
+    return static_cast<std::int32_t>(
+        std::lround((mz - ion.m_mono_mz) * ion.m_charge / kMeanSpacingDa));
   }
 
   /// m_fragments from all that is isolated; what is no peptide stays as it is.

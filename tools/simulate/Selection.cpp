@@ -7,7 +7,6 @@
 namespace tarvek::tools {
 namespace {
 
-constexpr double kSpacingDa = 1.00286;  // mean spacing of peptide isotope peaks
 constexpr int kLowestIsotopeSeen = -8;  // of bit 0
 constexpr int kIsotopeBits = 32;
 
@@ -102,7 +101,7 @@ Choice PrecursorSelector::Declare(const Centroid& peak, int charges, double limi
                                   std::span<const IonSource> sources, Random& random) const {
   Choice choice{peak.m_mz, peak.m_mz, charges, peak.m_source};
   if (charges == 0) return choice;
-  const double spacing_mz = kSpacingDa / charges;
+  const double spacing_mz = kMeanSpacingDa / charges;
   const bool is_right = charges == sources[static_cast<std::size_t>(peak.m_source)].m_ion->m_charge;
   const int isotope = peak.m_isotope;
   double chance = isotope == 0                  ? kMonoFromItself
@@ -128,7 +127,7 @@ void PrecursorSelector::Exclude(const Centroid& peak, const Choice& choice, doub
   ExcludeMz(choice.m_center_mz, until_s);
   if (choice.m_declared_charges == 0 || !random.Chance(kIsotopesExcluded)) return;
   for (int isotope = -1; isotope <= kLastExcludedIsotope; ++isotope)
-    ExcludeMz(choice.m_declared_mz + isotope * kSpacingDa / choice.m_declared_charges, until_s);
+    ExcludeMz(choice.m_declared_mz + isotope * kMeanSpacingDa / choice.m_declared_charges, until_s);
 }
 
 void PrecursorSelector::ExcludeMz(double mz, double until_s) {

@@ -17,6 +17,9 @@
 
 namespace tarvek::tools {
 
+/// Between neighbouring isotope peaks of peptides.
+inline constexpr double kMeanSpacingDa = 1.00286;
+
 /// An ion that is present: of a peptide, or of the background when m_peptide is null. The pointers
 /// borrow from PeptideStream and the background list and last until the next survey.
 struct IonSource {
