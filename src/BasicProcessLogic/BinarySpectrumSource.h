@@ -7,6 +7,7 @@
 #include <string>
 
 #include "IO.h"
+#include "Logger.h"
 #include "SpectrumSource.h"
 
 namespace tarvek {
@@ -14,7 +15,7 @@ namespace tarvek {
 class BinarySpectrumSource : public SpectrumSource {
  public:
   /// base_path: without ".msb" and ".mscsv".
-  explicit BinarySpectrumSource(const std::string& base_path) : m_reader(base_path) {}
+  explicit BinarySpectrumSource(const std::string& base_path) : m_reader(base_path, logMessage) {}
 
   bool NextMs1(MS1Spectrum& scan) override { return m_reader.TakeMs1(scan); }
   bool NextMs2(MS2Spectrum& scan) override { return m_reader.TakeMs2(scan); }

@@ -95,7 +95,7 @@ std::set<std::int32_t> Ms2Clusters::Representatives() const {
 
 std::set<std::int32_t> clusterMs2Scans(const UserParameters& parameters) {
   logInfo("Clustering MS2...");
-  Ms2TextReader reader(Ms2Path(parameters), "r");
+  Ms2TextReader reader(Ms2Path(parameters), "r", logMessage);
   Ms2Clusters clusters;
   MS2Spectrum scan;
   while (reader.ReadNext(scan)) {

@@ -1,9 +1,11 @@
 #include "TextSpectrumSource.h"
 
+#include "Logger.h"
+
 namespace tarvek {
 
 TextSpectrumSource::TextSpectrumSource(const std::string& ms1_path, const std::string& ms2_path)
-    : m_ms1(ms1_path, "r"), m_ms2(ms2_path, "r") {}
+    : m_ms1(ms1_path, "r", logMessage), m_ms2(ms2_path, "r", logMessage) {}
 
 bool TextSpectrumSource::NextMs1(MS1Spectrum& scan) { return m_ms1.ReadNext(scan); }
 

@@ -6,7 +6,6 @@
 #include "Check.h"
 #include "FileUtils.h"
 #include "InputFormats.h"
-#include "Logger.h"
 #include "NumberText.h"
 #include "ParameterText.h"
 #include "StringUtils.h"
@@ -113,26 +112,26 @@ void ApplyChargeRange(UserParameters& record, const ParameterTable& table) {
 }
 
 // datanum counts the paths that are taken; with 0 of them those that are there come to nothing.
-void WarnOfHiddenDataPaths(const ParameterTable& table) {
+void WarnOfHiddenDataPaths(const ParameterTable& table, NoticeTaker notice) {
   if (!table.contains(kDataNumberKey) || !DataPathCandidates(table).empty()) return;
   std::string paths;
   for (const auto& [key, value] : table)
     if (key.starts_with(kDataPathKey) && !value.empty())
       paths += (paths.empty() ? "" : ", ") + key + " = " + value;
   if (!paths.empty())
-    logMessage(kWarn, "datanum is " + table.at(kDataNumberKey) +
-                          ", so that nothing is processed of " + paths + ".");
+    notice(kWarn, "datanum is " + table.at(kDataNumberKey) + ", so that nothing is processed of " +
+                      paths + ".");
 }
 
-void ApplyDataPaths(UserParameters& record, const ParameterTable& table) {
+void ApplyDataPaths(UserParameters& record, const ParameterTable& table, NoticeTaker notice) {
   for (const std::string& candidate : DataPathCandidates(table)) {
     std::string path = WithoutTrailingSeparators(candidate);
     if (PathExists(path))
       record.m_datapaths.push_back(std::move(path));
     else
-      logMessage(kWarn, "Datapath: " + path + " is not a valid datapath.");
+      notice(kWarn, "Datapath: " + path + " is not a valid datapath.");
   }
-  WarnOfHiddenDataPaths(table);
+  WarnOfHiddenDataPaths(table, notice);
 }
 
 // Where the ending of a file name begins. A packed file has two, "mzML.gz".
@@ -188,7 +187,7 @@ std::vector<std::string> DataPathCandidates(const ParameterTable& table) {
   return candidates;
 }
 
-void ApplyParameterTable(UserParameters& record, const ParameterTable& table) {
+void ApplyParameterTable(UserParameters& record, const ParameterTable& table, NoticeTaker notice) {
   ForEachGiven(kBoolFields, table, [&record](const auto& field, const std::string& value) {
     record.*field.m_field = value != "0";
   });
@@ -203,7 +202,7 @@ void ApplyParameterTable(UserParameters& record, const ParameterTable& table) {
     record.*field.m_field = value;
   });
   record.m_ipv_file_is_given = record.m_ipv_file_is_given || table.contains(kIpvFileKey);
-  ApplyDataPaths(record, table);
+  ApplyDataPaths(record, table, notice);
 }
 
 ParameterTable ToParameterTable(const UserParameters& record) {
@@ -246,20 +245,19 @@ void MakeOutputDirectory(UserParameters& record) {
   MakeMissingDirectory(record.m_outputpath);
 }
 
-void OpenLog(UserParameters& record) {
+void MakeLogDirectory(UserParameters& record) {
   record.m_logfilepath = LogDirectory(record);
   MakeMissingDirectory(record.m_logfilepath);
-  setLogDirectory(record.m_logfilepath);
 }
 
-UserParameters CompleteParameters(const ParameterTable& table) {
+UserParameters CompleteParameters(const ParameterTable& table, NoticeTaker notice) {
   UserParameters record;
-  ApplyParameterTable(record, table);
-  EchoParameters(record);
+  ApplyParameterTable(record, table, notice);
+  EchoParameters(record, notice);
   Validate(record);
   DeriveValues(record);
   MakeOutputDirectory(record);
-  OpenLog(record);
+  MakeLogDirectory(record);
   return record;
 }
 

@@ -1,15 +1,23 @@
 // What is the same on every system.
 #include "Platform.h"
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <utility>
+
+#include "NumberText.h"
 
 namespace tarvek {
 namespace {
 
 constexpr std::size_t kMaxPieceBytes = 2047;  // of a line of a child's output
 constexpr int kMaxLockTries = 100;
+
+void AppendPadded(std::string& text, int value, char pad) {
+  if (value < 10) text.push_back(pad);
+  AppendInteger(text, value);
+}
 
 }  // namespace
 
@@ -34,6 +42,28 @@ FileLock FileLock::Take(const std::string& path) {
   for (int i = 0; i < kMaxLockTries; ++i)
     if (std::optional<FileLock> lock = TryTake(path)) return std::move(*lock);
   return {};
+}
+
+std::string AsctimeText(const LocalTime& time) {
+  static constexpr std::array<const char*, 7> kDays = {"Sun", "Mon", "Tue", "Wed",
+                                                       "Thu", "Fri", "Sat"};
+  static constexpr std::array<const char*, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  std::string text = kDays.at(static_cast<std::size_t>(time.m_weekday));
+  text += ' ';
+  text += kMonths.at(static_cast<std::size_t>(time.m_month - 1));
+  text += ' ';
+  AppendPadded(text, time.m_day, ' ');
+  text += ' ';
+  AppendPadded(text, time.m_hour, '0');
+  text += ':';
+  AppendPadded(text, time.m_minute, '0');
+  text += ':';
+  AppendPadded(text, time.m_second, '0');
+  text += ' ';
+  AppendInteger(text, time.m_year);
+  text += '\n';
+  return text;
 }
 
 std::int64_t MonotonicMilliseconds() {

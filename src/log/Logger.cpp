@@ -1,20 +1,13 @@
 #include "Logger.h"
 
-#include <array>
 #include <iostream>
 
 #include "FileUtils.h"
-#include "NumberText.h"
 
 namespace tarvek {
 namespace {
 
 constexpr std::string_view kPurpose = "Log Dump";
-
-void AppendPadded(std::string& text, int value, char pad) {
-  if (value < 10) text.push_back(pad);
-  AppendInteger(text, value);
-}
 
 }  // namespace
 
@@ -72,27 +65,5 @@ void logInfo(std::string_view text) { logMessage(kInfo, text); }
 void appendToLog(std::string_view text) { GlobalLogger().Append(text); }
 void setLogDirectory(const std::string& directory) { GlobalLogger().SetLogDirectory(directory); }
 void dumpLog() { GlobalLogger().Dump(); }
-
-std::string AsctimeText(const LocalTime& time) {
-  static constexpr std::array<const char*, 7> kDays = {"Sun", "Mon", "Tue", "Wed",
-                                                       "Thu", "Fri", "Sat"};
-  static constexpr std::array<const char*, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  std::string text = kDays.at(static_cast<std::size_t>(time.m_weekday));
-  text += ' ';
-  text += kMonths.at(static_cast<std::size_t>(time.m_month - 1));
-  text += ' ';
-  AppendPadded(text, time.m_day, ' ');
-  text += ' ';
-  AppendPadded(text, time.m_hour, '0');
-  text += ':';
-  AppendPadded(text, time.m_minute, '0');
-  text += ':';
-  AppendPadded(text, time.m_second, '0');
-  text += ' ';
-  AppendInteger(text, time.m_year);
-  text += '\n';
-  return text;
-}
 
 }  // namespace tarvek

@@ -7,7 +7,6 @@
 #include "RunDriver.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
-#include "outputs/QuietLibrary.h"
 #include "outputs/RunOutcome.h"
 
 namespace tarvek::tools {

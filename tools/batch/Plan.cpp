@@ -7,6 +7,7 @@
 #include "CommandLine.h"
 #include "FileUtils.h"
 #include "InputFormats.h"
+#include "Logger.h"
 #include "OutputSet.h"
 #include "ParameterFile.h"
 #include "Platform.h"
@@ -66,7 +67,7 @@ BatchRequest ReadParameters(const std::string& path) {
 /// The settings with their data paths; one that is missing ends the batch before it starts.
 UserParameters SettingsOf(const BatchRequest& request) {
   UserParameters settings;
-  ApplyParameterTable(settings, request.m_table);
+  ApplyParameterTable(settings, request.m_table, logMessage);
   if (settings.m_datapaths.size() != DataPathCandidates(request.m_table).size())
     throw "Not every data path is there; nothing was started";
   return settings;

@@ -11,7 +11,6 @@
 #include "IsotopeTable.h"
 #include "RunDriver.h"
 #include "check/Account.h"
-#include "outputs/QuietLibrary.h"
 
 namespace tarvek::tools {
 namespace {

@@ -16,7 +16,6 @@
 #include "TableReader.h"
 #include "check/Account.h"
 #include "check/Inputs.h"
-#include "outputs/QuietLibrary.h"
 
 namespace tarvek::tools {
 namespace {
@@ -200,7 +199,6 @@ void CheckTextInput(CheckReport& report, const std::string& ms1, const CheckOpti
   const auto read = [&](const std::string& path, bool is_fragments) {
     return ReadOrReport(report, path, "Check that the file is there and can be read.", [&] {
       const TextLook look = LookAtFile(report, path, is_fragments);
-      const QuietLibrary quiet;
       if (is_fragments)
         TakeFragments(account, path, look);
       else

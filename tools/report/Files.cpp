@@ -7,7 +7,6 @@
 
 #include "FileUtils.h"
 #include "InputFormats.h"
-#include "Logger.h"
 #include "MgfText.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
@@ -17,7 +16,6 @@
 #include "StringUtils.h"
 #include "TableReader.h"
 #include "outputs/OutputNames.h"
-#include "outputs/QuietLibrary.h"
 #include "outputs/RunOutcome.h"
 
 namespace tarvek::tools {
@@ -142,7 +140,6 @@ std::vector<ReportRow> ReadReportRows(const std::string& path) {
 }
 
 std::vector<InputScan> ReadTextInput(const std::string& ms2_path) {
-  const QuietLibrary quiet;
   const std::vector<std::int32_t> without_charge = ScansWithoutCharge(ms2_path);
   Ms2TextReader reader(ms2_path, "r");
   std::vector<InputScan> scans;
@@ -156,7 +153,6 @@ std::vector<InputScan> ReadTextInput(const std::string& ms2_path) {
 }
 
 std::vector<InputScan> ReadTableInput(const std::string& mscsv_path) {
-  const QuietLibrary quiet;
   const ScanTable table = LoadScanTable(mscsv_path);
   std::vector<InputScan> scans;
   for (const ScanTableEntry& entry : table.Rows()) {
