@@ -35,12 +35,12 @@ void DeleteForsakenClaim(const std::string& path) {
 
 }  // namespace
 
-std::string OutputPath(const UserParameters& parameters, const char* ending) {
-  return JoinPath({parameters.m_outputpath, parameters.m_current_basename + ending});
+std::string OutputPath(const UserParameters& parameters, std::string_view ending) {
+  return JoinPath({parameters.m_outputpath, parameters.m_current_basename + std::string(ending)});
 }
 
 std::string FinishedTablePath(const UserParameters& parameters) {
-  return OutputPath(parameters, ".csv");
+  return OutputPath(parameters, kTableEnding);
 }
 
 bool SkipsExisting(const UserParameters& parameters, const std::string& result) {

@@ -1,6 +1,5 @@
 #include "batch/FinishedRuns.h"
 
-#include <algorithm>
 #include "FileUtils.h"
 #include "InputFormats.h"
 #include "IsotopeTable.h"
@@ -13,8 +12,8 @@ namespace tarvek::tools {
 namespace {
 
 std::string FingerprintOf(const UserParameters& settings) {
-  return IsotopeTableFingerprint(
-      ReadIsotopeTable(IsotopeTablePath(settings, InstalledTablePath())));
+  return IsotopeTableFingerprint(ReadIsotopeTable(
+      IsotopeTablePath(settings.m_ipv_file, settings.m_ipv_file_is_given, InstalledTablePath())));
 }
 
 InputKind KindOf(const UserParameters& settings) {

@@ -28,7 +28,7 @@ struct BatchRequest {
 };
 
 bool IsOption(const std::string& word) {
-  return word.size() == 2 && word[0] == '-' && (word[1] < '0' || word[1] > '9');
+  return word.size() == 2 && word[0] == '-' && !IsDigit(word[1]);
 }
 
 BatchRequest ReadOptions(std::span<const std::string> words) {
@@ -76,7 +76,7 @@ UserParameters SettingsOf(const BatchRequest& request) {
 /// The files of a data path, as tarvek would process them; the format of a file becomes that of the
 /// directories behind it.
 std::vector<std::string> FilesOf(const std::string& path, UserParameters& settings) {
-  const std::string format = detectDataPathFormat(path, settings);
+  const std::string format = detectDataPathFormat(path, settings.m_input_format);
   if (FindInputFormat(format) == nullptr) throw UnknownFormatText(path, format);
   settings.m_input_format = format;
   std::vector<std::string> files = ListInputFiles(path, format);

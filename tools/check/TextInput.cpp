@@ -50,7 +50,7 @@ class TextLooker {
   void Take(std::string_view line, std::int64_t number) {
     if (line.empty()) return;
     const char kind = line.front();
-    if (kind >= '0' && kind <= '9') TakePeak(line, number);
+    if (IsDigit(kind)) TakePeak(line, number);
     if (kind == 'S') TakeScan(ParseInteger(TokenAt(line, '\t', 1)));
     if (kind == 'I') m_look.m_keys.emplace(TokenAt(line, '\t', 1));
     if (kind == 'H' && TokenAt(line, '\t', 1) == "Extractor")

@@ -10,6 +10,7 @@
 #include "MgfText.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
+#include "PrecursorTable.h"
 #include "PrecursorTableReader.h"
 #include "RunDriver.h"
 #include "ScanTable.h"
