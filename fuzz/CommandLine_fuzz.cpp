@@ -33,6 +33,7 @@ void Complete(const std::vector<std::string>& arguments) {
   KeepInsideScratch(table);
   const UserParameters record = CompleteParameters(table);
   Require(record.m_mz_digits >= 0 && record.m_mz_digits <= 9, "m/z digits are checked");
+  Require(record.m_peak_format.size() == 10, "the peak format has its form");
 }
 
 }  // namespace

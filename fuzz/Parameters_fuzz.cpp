@@ -32,6 +32,7 @@ void Complete(const std::string& path) {
   Require(record.m_mz_digits >= 0 && record.m_mz_digits <= 9, "m/z digits are checked");
   Require(record.m_intensity_digits >= 0 && record.m_intensity_digits <= 9,
           "intensity digits are checked");
+  Require(record.m_peak_format.size() == 10, "the peak format has its form");
 }
 
 }  // namespace

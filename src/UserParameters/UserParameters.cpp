@@ -145,6 +145,10 @@ void CheckDigits(std::int32_t digits, const char* message) {
   if (digits < 0 || digits > kMaxDigits) throw message;
 }
 
+std::string PeakFormat(std::int32_t mz_digits, std::int32_t intensity_digits) {
+  return "%." + IntegerText(mz_digits) + "f %." + IntegerText(intensity_digits) + "f\n";
+}
+
 // path without its trailing separators; a root stays one.
 std::string DirectoryText(const std::string& path) {
   std::string stripped = WithoutTrailingSeparators(path);
@@ -223,6 +227,11 @@ void Validate(const UserParameters& record) {
               "Argument Intensity(-i) invalid: Intensity should be integer in [0, 9]");
 }
 
+void DeriveValues(UserParameters& record) {
+  record.m_peak_format = PeakFormat(record.m_mz_digits, record.m_intensity_digits);
+  DeriveHalfWidths(record);
+}
+
 void DeriveHalfWidths(UserParameters& record) {
   record.m_candidate_halfwidth = record.m_isolation_width + kCandidateMarginMz;
   record.m_extended_halfwidth =
@@ -246,7 +255,7 @@ UserParameters CompleteParameters(const ParameterTable& table, NoticeTaker notic
   ApplyParameterTable(record, table, notice);
   EchoParameters(record, notice);
   Validate(record);
-  DeriveHalfWidths(record);
+  DeriveValues(record);
   MakeOutputDirectory(record);
   MakeLogDirectory(record);
   return record;

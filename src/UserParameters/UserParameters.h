@@ -51,7 +51,8 @@ struct UserParameters {
   bool m_cluster_ms2 = false;  // groups near-identical MS2 scans first; no key sets it
 
   // Derived from the settings.
-  double m_candidate_halfwidth = 3.0;       // m/z; DeriveHalfWidths
+  std::string m_peak_format;                // printf format of one written peak line; DeriveValues
+  double m_candidate_halfwidth = 3.0;       // m/z; DeriveValues, DeriveHalfWidths
   double m_extended_halfwidth = 3.5;        // m/z, widened by the mass tolerance; likewise
   bool m_outputpath_follows_input = false;  // MakeOutputDirectory
 
@@ -78,7 +79,10 @@ ParameterTable ToParameterTable(const UserParameters& record);
 /// Throws when digits are out of their range.
 void Validate(const UserParameters& record);
 
-/// Computes m_candidate_halfwidth and m_extended_halfwidth.
+/// Computes m_peak_format and the half-widths from settings that are valid.
+void DeriveValues(UserParameters& record);
+
+/// Computes m_candidate_halfwidth and m_extended_halfwidth; part of DeriveValues.
 void DeriveHalfWidths(UserParameters& record);
 
 /// Makes the output directory where the settings name one; else the outputs follow the input.

@@ -78,6 +78,7 @@ TEST_F(ExtractorTest, IsNotRunInVainWhenATableAppearsMeanwhile) {
                  "cp in/a.ms1 in/a.ms2 out; : > out/a.morvex; echo of nobody > out/a.csv\n");
   fs::create_directory("in");
   test::WritePair("in", "a");
+  m_parameters.m_peak_format = "%.5f %.1f\n";
   m_parameters.m_delete_msn = true;
   CaptureConsole([&] { processInstrumentFile(m_parameters); });
   EXPECT_THAT(test::ReadFile("out/a.csv"), testing::StartsWith("ActivationType, "));

@@ -12,6 +12,7 @@ namespace tarvek::test {
 /// Parameters whose outputs go to directory and whose isotope table is a small one in it.
 inline UserParameters ParametersFor(const TemporaryDirectory& directory) {
   UserParameters parameters;
+  parameters.m_peak_format = "%.5f %.1f\n";
   parameters.m_outputpath = directory.Path();
   parameters.m_ipv_file = directory / "IPV.txt";
   WriteFile(parameters.m_ipv_file, "1 2 3 4 5\n");

@@ -133,7 +133,8 @@ class ReadCommandLineTest : public testing::Test {
 };
 
 TEST_F(ReadCommandLineTest, GivesAValidatedRecord) {
-  EXPECT_EQ(Read({"-D", m_directory.Path().c_str(), "-z", "4", "-z", "6"}).m_mz_digits, 6);
+  EXPECT_EQ(Read({"-D", m_directory.Path().c_str(), "-z", "4", "-z", "6"}).m_peak_format,
+            "%.6f %.1f\n");
 }
 TEST_F(ReadCommandLineTest, WarnsOfALoneArgumentThatIsNoDataPath) {
   EXPECT_THAT(Read({"-D"}).m_datapaths, IsEmpty());

@@ -78,7 +78,7 @@ TEST_F(ReadParameterFileTest, GivesAValidatedRecord) {
       "/ # here\r\n[Advanced Options]\r\ncharge_range = 3t5\r\nm/z = 4\r\ninput_format = mzXML");
   EXPECT_THAT(record.m_datapaths, ElementsAre(m_directory.Path()));
   EXPECT_EQ(record.m_charge_min, 3);
-  EXPECT_EQ(record.m_mz_digits, 4);
+  EXPECT_EQ(record.m_peak_format, "%.4f %.1f\n");
   EXPECT_EQ(record.m_input_format, "mzXML");
 }
 TEST_F(ReadParameterFileTest, TakesABoolWithoutAValueAsTrue) {

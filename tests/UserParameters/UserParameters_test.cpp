@@ -42,7 +42,7 @@ class UserParametersTest : public testing::Test {
   /// What follows the echo when a run starts.
   static void Complete(UserParameters& record) {
     Validate(record);
-    DeriveHalfWidths(record);
+    DeriveValues(record);
     MakeOutputDirectory(record);
     MakeLogDirectory(record);
   }
@@ -346,6 +346,18 @@ TEST_F(UserParametersTest, OutputDirectoryIsMadeBeforeThatOfTheLog) {
   EXPECT_EQ(MessageOf([&] { Complete(record); }),
             "Can not make the directory: " + MakeFile("file"));
   EXPECT_FALSE(std::filesystem::exists(m_directory / "logs"));
+}
+TEST_F(UserParametersTest, ValidationBuildsThePeakFormat) {
+  UserParameters record;
+  Complete(record);
+  EXPECT_EQ(record.m_peak_format, "%.5f %.1f\n");
+}
+TEST_F(UserParametersTest, ValidationBuildsThePeakFormatOfTheLimits) {
+  UserParameters record;
+  record.m_mz_digits = 9;
+  record.m_intensity_digits = 0;
+  Complete(record);
+  EXPECT_EQ(record.m_peak_format, "%.9f %.0f\n");
 }
 TEST_F(UserParametersTest, ValidationWidensTheDefaultHalfWidths) {
   UserParameters record;
