@@ -43,10 +43,8 @@ int Measure(std::int64_t scans, const std::string& directory) {
   const std::int64_t read = CountScans(directory + "/run.ms2");
   const double reading_seconds = SecondsSince(reading);
 
-  UserParameters parameters;
-  SetCurrentFile(parameters, directory + "/run.ms1");
   const auto clustering = Clock::now();
-  const std::size_t selected = clusterMs2Scans(parameters).size();
+  const std::size_t selected = clusterMs2Scans(directory + "/run.ms2").size();
   const double clustering_seconds = SecondsSince(clustering);
   std::printf("%lld scans, %zu clusters: reading %.3f s, reading and clustering %.3f s, %.1f x\n",
               static_cast<long long>(read), selected, reading_seconds, clustering_seconds,

@@ -5,6 +5,7 @@
 #include <iostream>
 #include <string>
 
+#include "Check.h"
 #include "Platform.h"
 #include "batch/Command.h"
 #include "batch/RunCommand.h"
@@ -25,8 +26,14 @@ int Fail(const std::string& message) {
   return kFailure;
 }
 
+// Bad input can cause it in the readers of tarvek, and check makes a finding of that.
+[[noreturn]] void ThrowFailedCheck(const char* expression, const char* module) {
+  throw "internal check failed: " + std::string(expression) + ", module " + module;
+}
+
 int Run(int argc, const char* const* argv) {
   try {
+    tarvek::SetCheckFailureHandler(&ThrowFailedCheck);
     tarvek::ConnectStandardStreams();
     CLI::App app("Companion programs of tarvek", "tarvek-tools");
     app.require_subcommand(1);

@@ -93,9 +93,9 @@ std::set<std::int32_t> Ms2Clusters::Representatives() const {
   return scans;
 }
 
-std::set<std::int32_t> clusterMs2Scans(const UserParameters& parameters) {
+std::set<std::int32_t> clusterMs2Scans(const std::string& ms2_path) {
   logInfo("Clustering MS2...");
-  Ms2TextReader reader(Ms2Path(parameters), "r");
+  Ms2TextReader reader(ms2_path, "r", logMessage);
   Ms2Clusters clusters;
   MS2Spectrum scan;
   while (reader.ReadNext(scan)) {

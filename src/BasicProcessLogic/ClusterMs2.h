@@ -1,5 +1,5 @@
 // BasicProcessLogic/ClusterMs2.h: groups of near-identical MS2 spectra.
-// Does:     reads all MS2 scans of the current file and picks one of each group, so that repeated
+// Does:     reads all MS2 scans of a file and picks one of each group, so that repeated
 //           acquisitions of one precursor are processed once.
 // Owns:     all MS2 scans of the file while it runs.
 // Throws:   what reading throws.
@@ -10,16 +10,16 @@
 #include <map>
 #include <set>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "SpectrumRecords.h"
-#include "UserParameters.h"
 
 namespace tarvek {
 
 /// The scan numbers to process, one of each cluster: its scan of the largest summed intensity, the
 /// lowest scan number of equals.
-std::set<std::int32_t> clusterMs2Scans(const UserParameters& parameters);
+std::set<std::int32_t> clusterMs2Scans(const std::string& ms2_path);
 
 /// Cosine, 0 to 1, of the intensities of a and b paired by m/z within tol_ppm, peaks of a against b
 /// and then of b against a. Peaks ascend in m/z.

@@ -69,14 +69,15 @@ void StartWithoutArguments() {
 UserParameters ReadParameters(int argc, const char* const* argv) {
   if (argc == 2) {
     const std::string path(Trim(argv[1]));
-    if (IsParameterFile(path)) return ReadParameterFile(path);
+    if (IsParameterFile(path)) return ReadParameterFile(path, logMessage);
   }
-  return ReadCommandLine(argc, argv);
+  return ReadCommandLine(argc, argv, logMessage);
 }
 
 void RunWithArguments(int argc, const char* const* argv) {
   const std::int64_t start_ms = MonotonicMilliseconds();
   const UserParameters parameters = ReadParameters(argc, argv);
+  setLogDirectory(parameters.m_logfilepath);  // writes what was kept so far
   runAllDataPaths(parameters);
   std::string report = " == == == Time elapsed: ";
   AppendInteger(report, (MonotonicMilliseconds() - start_ms) / 1000);

@@ -32,14 +32,14 @@ void processMgfFile(const UserParameters& parameters) {
   // The text is frozen, see docs/frozen-names.md.
   logMessage(kWarn,
              "We DO NOT RECOMMAND you to use [MGF] as input!! Tarvek cannot utilize MS1 Message.");
-  MgfReader reader(parameters.m_current_file, "r");
+  MgfReader reader(parameters.m_current_file, "r", logMessage);
   FileLock lock;  // outlives the writer
   std::optional<PfWriter> pf2;
   if (parameters.m_output_pf) {
     const std::string path = OutputPath(parameters, ".pf2");
     lock = LockFile(path);
     RemoveFile(RunRecordPath(parameters));
-    pf2.emplace(path, "wb+", parameters.m_current_basename);
+    pf2.emplace(path, "wb+", parameters.m_current_basename, logMessage);
   }
   MS2Spectrum scan;
   std::int64_t precursors = 0;

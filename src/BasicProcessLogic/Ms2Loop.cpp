@@ -24,7 +24,7 @@ using AcceptedScans = std::optional<std::set<std::int32_t>>;
 
 AcceptedScans SelectScans(const UserParameters& parameters) {
   if (!parameters.m_cluster_ms2) return std::nullopt;
-  return clusterMs2Scans(parameters);
+  return clusterMs2Scans(Ms2Path(parameters.m_current_file));
 }
 
 class Ms2Loop {
@@ -151,11 +151,9 @@ void DropUnusablePrecursors(MS2Spectrum& scan) {
                           " has incorrect precursor infomation, skipping...");
 }
 
-std::string Ms2Path(const UserParameters& parameters) {
-  // Nothing stands before the separator of a file in the root.
-  const bool in_root = parameters.m_current_dir.empty();
-  const std::string directory = in_root ? std::string(1, kPathSeparator) : parameters.m_current_dir;
-  return JoinPath({directory, parameters.m_current_basename + ".ms2"});
+std::string Ms2Path(const std::string& ms1_path) {
+  const std::string_view name = FileNameOf(ms1_path);
+  return JoinPath({FolderOf(ms1_path), std::string(name.substr(0, name.rfind('.'))) + ".ms2"});
 }
 
 void WarnWithoutPrecursor(const MS2Spectrum& scan) {
@@ -166,15 +164,14 @@ void WarnWithoutPrecursor(const MS2Spectrum& scan) {
 RunRecord processTextSpectra(const UserParameters& parameters, OutputClaim& claim,
                              const RunRecord& begun) {
   const AcceptedScans accepted = SelectScans(parameters);
-  TextSpectrumSource source(parameters.m_current_file, Ms2Path(parameters));
+  TextSpectrumSource source(parameters.m_current_file, Ms2Path(parameters.m_current_file));
   return ProcessSource(parameters, accepted, source, claim, begun);
 }
 
 RunRecord processMsbSpectra(const UserParameters& parameters, OutputClaim& claim,
                             const RunRecord& begun) {
   const AcceptedScans accepted = SelectScans(parameters);
-  const std::string ending = "." + parameters.m_input_format;
-  BinarySpectrumSource source(OutputPath(parameters, ending.c_str()));
+  BinarySpectrumSource source(OutputPath(parameters, "." + parameters.m_input_format));
   return ProcessSource(parameters, accepted, source, claim, begun);
 }
 

@@ -31,8 +31,8 @@ RunRecord processMsbSpectra(const UserParameters& parameters, OutputClaim& claim
 /// Start of the progress message of MS2 scans; their number follows.
 inline constexpr const char* kMs2Progress = "Extracting MS2, Scan Num = ";
 
-/// The .ms2 file beside the current .ms1 file.
-std::string Ms2Path(const UserParameters& parameters);
+/// The .ms2 file beside a .ms1 file.
+std::string Ms2Path(const std::string& ms1_path);
 
 /// Warns that a scan has no usable precursor.
 void WarnWithoutPrecursor(const MS2Spectrum& scan);

@@ -35,12 +35,12 @@ void DeleteForsakenClaim(const std::string& path) {
 
 }  // namespace
 
-std::string OutputPath(const UserParameters& parameters, const char* ending) {
-  return JoinPath({parameters.m_outputpath, parameters.m_current_basename + ending});
+std::string OutputPath(const UserParameters& parameters, std::string_view ending) {
+  return JoinPath({parameters.m_outputpath, parameters.m_current_basename + std::string(ending)});
 }
 
 std::string FinishedTablePath(const UserParameters& parameters) {
-  return OutputPath(parameters, ".csv");
+  return OutputPath(parameters, kTableEnding);
 }
 
 bool SkipsExisting(const UserParameters& parameters, const std::string& result) {
@@ -72,16 +72,17 @@ std::optional<OutputClaim> ClaimUnlessFinished(const UserParameters& parameters)
 }
 
 OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim)
-    : m_record_path(RunRecordPath(parameters)), m_csv(RemoveOldTable(parameters), "w+") {
+    : m_record_path(RunRecordPath(parameters)),
+      m_csv(RemoveOldTable(parameters), "w+", logMessage) {
   claim.MarkUsed();
   const std::string& title = parameters.m_current_basename;
   if (parameters.m_output_pf) {
-    m_pf1.emplace(OutputPath(parameters, ".pf1"), "wb+", title);
-    m_pf2.emplace(OutputPath(parameters, "_.pf2"), "wb+", title);
+    m_pf1.emplace(OutputPath(parameters, ".pf1"), "wb+", title, logMessage);
+    m_pf2.emplace(OutputPath(parameters, "_.pf2"), "wb+", title, logMessage);
   }
   if (parameters.m_output_mgf)
     m_mgf.emplace(OutputPath(parameters, "_.mgf"), "w+", title,
-                  PeakDigits{parameters.m_mz_digits, parameters.m_intensity_digits});
+                  PeakDigits{parameters.m_mz_digits, parameters.m_intensity_digits}, logMessage);
 }
 
 void OutputSet::WriteMs2(const MS2Spectrum& scan, bool pf2_first) {

@@ -9,6 +9,7 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "IO.h"
 #include "Platform.h"
@@ -65,7 +66,7 @@ class OutputSet {
 };
 
 /// Path of an output of the current file: its base name and ending in the output directory.
-std::string OutputPath(const UserParameters& parameters, const char* ending);
+std::string OutputPath(const UserParameters& parameters, std::string_view ending);
 
 /// Path of the finished precursor table of the current file: its presence says that the file is
 /// done.

@@ -46,7 +46,7 @@ class DataPathWalk {
   explicit DataPathWalk(const UserParameters& parameters) : m_parameters(parameters) {}
 
   void Process(const std::string& path) {
-    const std::string format = detectDataPathFormat(path, m_parameters);
+    const std::string format = detectDataPathFormat(path, m_parameters.m_input_format);
     const InputFormat* known = FindInputFormat(format);
     if (known != nullptr) m_parameters.m_input_format = format;
     if (known != nullptr && known->m_road == InputRoad::kText) {
@@ -118,8 +118,8 @@ void runAllDataPaths(const UserParameters& parameters) {
   for (const std::string& path : parameters.m_datapaths) walk.Process(path);
 }
 
-std::string detectDataPathFormat(const std::string& path, const UserParameters& parameters) {
-  if (!FileExists(path)) return parameters.m_input_format;
+std::string detectDataPathFormat(const std::string& path, const std::string& input_format) {
+  if (!FileExists(path)) return input_format;
   if (const InputFormat* const packed = PackedFormatOf(path)) return std::string(packed->m_word);
   return ToLower(path.substr(path.rfind('.') + 1));
 }
@@ -174,19 +174,16 @@ std::string InstalledTablePath() {
                            : JoinPath({directory, "..", "share", "tarvek", kDefaultIpvFile});
 }
 
-std::string IsotopeTablePath(const std::string& ipv_file, const std::string& installed_table) {
-  const bool is_given = ipv_file != kDefaultIpvFile || FileExists(ipv_file);
-  return is_given || !FileExists(installed_table) ? ipv_file : installed_table;
-}
-
-std::string IsotopeTablePath(const UserParameters& parameters, const std::string& installed_table) {
-  return parameters.m_ipv_file_is_given ? parameters.m_ipv_file
-                                        : IsotopeTablePath(parameters.m_ipv_file, installed_table);
+std::string IsotopeTablePath(const std::string& ipv_file, bool is_given,
+                             const std::string& installed_table) {
+  const bool is_default = !is_given && ipv_file == kDefaultIpvFile && !FileExists(ipv_file);
+  return is_default && FileExists(installed_table) ? installed_table : ipv_file;
 }
 
 std::string SayIsotopeTablePath(const UserParameters& parameters,
                                 const std::string& installed_table) {
-  std::string path = IsotopeTablePath(parameters, installed_table);
+  std::string path =
+      IsotopeTablePath(parameters.m_ipv_file, parameters.m_ipv_file_is_given, installed_table);
   if (path != parameters.m_ipv_file) logInfo("Uses the installed isotope table " + path);
   return path;
 }

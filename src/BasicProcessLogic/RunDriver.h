@@ -16,8 +16,8 @@ namespace tarvek {
 void runAllDataPaths(const UserParameters& parameters);
 
 /// The lower-case extension of a path that is a file ("mzml" or "mzxml" also of a packed one), else
-/// the configured input format.
-std::string detectDataPathFormat(const std::string& path, const UserParameters& parameters);
+/// input_format, the configured one.
+std::string detectDataPathFormat(const std::string& path, const std::string& input_format);
 
 /// The files that a data path stands for in a format: ListFiles with its ending, and with that of its
 /// packed files.
@@ -36,16 +36,13 @@ void processInstrumentFile(UserParameters& parameters);
 /// own place is unknown.
 std::string InstalledTablePath();
 
-/// The isotope table to read: ipv_file, or the installed one when ipv_file has its default value
-/// and the current directory holds none. installed_table: path of the installed one, which may not
-/// exist.
-std::string IsotopeTablePath(const std::string& ipv_file, const std::string& installed_table);
+/// The isotope table to read: the installed one when ipv_file has its default value, was not given
+/// by the settings, and is not in the current directory; else ipv_file. installed_table: path of the
+/// installed one, which may not exist.
+std::string IsotopeTablePath(const std::string& ipv_file, bool is_given,
+                             const std::string& installed_table);
 
-/// The same for settings: a table that they were given is the one to read, also when its name is the
-/// default one.
-std::string IsotopeTablePath(const UserParameters& parameters, const std::string& installed_table);
-
-/// The same; the log says so when it is the installed one.
+/// The same for settings; the log says so when it is the installed one.
 std::string SayIsotopeTablePath(const UserParameters& parameters,
                                 const std::string& installed_table);
 

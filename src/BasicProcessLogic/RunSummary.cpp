@@ -115,11 +115,8 @@ RunRecord SettingsOf(const UserParameters& parameters, std::string_view isotope_
 }
 
 std::string RunRecordPath(const UserParameters& parameters) {
-  return RunRecordPath(parameters.m_outputpath, parameters.m_current_basename);
-}
-
-std::string RunRecordPath(std::string_view directory, std::string_view base_name) {
-  return JoinPath({directory, std::string(base_name) + std::string(kRunRecordEnding)});
+  return JoinPath(
+      {parameters.m_outputpath, parameters.m_current_basename + std::string(kRunRecordEnding)});
 }
 
 std::string SettingsDifference(const RunRecord& recorded, const RunRecord& now) {

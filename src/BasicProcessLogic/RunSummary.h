@@ -39,8 +39,6 @@ RunRecord SettingsOf(const UserParameters& parameters, std::string_view isotope_
 
 /// Path of the record of the current file.
 std::string RunRecordPath(const UserParameters& parameters);
-/// The same in an output directory. base_name: without ending.
-std::string RunRecordPath(std::string_view directory, std::string_view base_name);
 
 /// "isolation_width 2.000000, now 3.000000; charge_range ...": the settings in which two runs
 /// differ, by ascending key, "not set" for one that a run does not have. Empty when they are equal

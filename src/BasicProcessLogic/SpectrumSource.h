@@ -9,6 +9,7 @@
 #include <string>
 
 #include "IO.h"
+#include "Logger.h"
 
 namespace tarvek {
 
@@ -48,7 +49,7 @@ class SpectrumSource {
 class TextSpectrumSource : public SpectrumSource {
  public:
   TextSpectrumSource(const std::string& ms1_path, const std::string& ms2_path)
-      : m_ms1(ms1_path, "r"), m_ms2(ms2_path, "r") {}
+      : m_ms1(ms1_path, "r", logMessage), m_ms2(ms2_path, "r", logMessage) {}
 
   bool NextMs1(MS1Spectrum& scan) override { return m_ms1.ReadNext(scan); }
   bool NextMs2(MS2Spectrum& scan) override { return m_ms2.ReadNext(scan); }
@@ -72,7 +73,7 @@ class TextSpectrumSource : public SpectrumSource {
 class BinarySpectrumSource : public SpectrumSource {
  public:
   /// base_path: without ".msb" and ".mscsv".
-  explicit BinarySpectrumSource(const std::string& base_path) : m_reader(base_path) {}
+  explicit BinarySpectrumSource(const std::string& base_path) : m_reader(base_path, logMessage) {}
 
   bool NextMs1(MS1Spectrum& scan) override { return m_reader.TakeMs1(scan); }
   bool NextMs2(MS2Spectrum& scan) override { return m_reader.TakeMs2(scan); }

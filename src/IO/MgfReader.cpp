@@ -29,8 +29,8 @@ const char* const kMgfTitleError =
     "Sorry, Tarvek fail to parse the title of the MGF.\n[Error] Incorrect title format! correct "
     "format should be: \tRAWName.scan.scan.charge.dta\ne.g:\t\thuman_SILAC.2345.2345.2.dta";
 
-MgfReader::MgfReader(const std::string& path, std::string_view mode)
-    : SpectrumReader(path, mode, "MGF") {}
+MgfReader::MgfReader(const std::string& path, std::string_view mode, NoticeTaker notice)
+    : SpectrumReader(path, mode, "MGF", notice) {}
 
 bool MgfReader::ReadNext(MS2Spectrum& scan) {
   Clear(scan);
@@ -68,7 +68,7 @@ bool MgfReader::ReadNext(MS2Spectrum& scan) {
 }
 
 bool MgfReader::FinishRecord(MS2Spectrum& scan) {
-  CompleteScan(scan);
+  CompleteScan(scan, Notice());
   CountRecord();
   return true;
 }

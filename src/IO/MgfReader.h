@@ -21,7 +21,7 @@ extern const char* const kMgfTitleError;
 class MgfReader final : public SpectrumReader {
  public:
   /// mode "r".
-  MgfReader(const std::string& path, std::string_view mode);
+  MgfReader(const std::string& path, std::string_view mode, NoticeTaker notice = TakeSilently);
 
   /// Refills scan with the next scan that has peaks; false at the end of the file.
   bool ReadNext(MS2Spectrum& scan);

@@ -1,5 +1,6 @@
 #include "MgfText.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <utility>
@@ -21,9 +22,7 @@ constexpr std::array<std::pair<std::string_view, MgfToken>, 6> kBeginnings = {{
 
 constexpr std::string_view kTitleEnding = ".dta";
 
-bool IsDigits(std::string_view text) {
-  return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
-}
+bool IsDigits(std::string_view text) { return !text.empty() && std::ranges::all_of(text, IsDigit); }
 
 bool IsSignedDigits(std::string_view text) {
   return IsDigits(text.starts_with('-') ? text.substr(1) : text);
@@ -85,7 +84,7 @@ std::optional<TitleParts> PartsOf(std::string_view text) {
 }  // namespace
 
 MgfLine ReadMgfLine(std::string_view line) {
-  if (!line.empty() && line.front() >= '0' && line.front() <= '9') return {MgfToken::kPeak, line};
+  if (!line.empty() && IsDigit(line.front())) return {MgfToken::kPeak, line};
   for (const auto& [beginning, token] : kBeginnings)
     if (line.starts_with(beginning)) return {token, TrimRight(line.substr(beginning.size()))};
   return {MgfToken::kOther, line};

@@ -16,8 +16,8 @@ constexpr int kMzDecimals = 6;
 }  // namespace
 
 MgfWriter::MgfWriter(const std::string& path, std::string_view mode, std::string title,
-                     PeakDigits digits)
-    : SpectrumWriter(path, mode, "MGF"), m_title(std::move(title)), m_digits(digits) {}
+                     PeakDigits digits, NoticeTaker notice)
+    : SpectrumWriter(path, mode, "MGF", notice), m_title(std::move(title)), m_digits(digits) {}
 
 void MgfWriter::WriteMs2(const MS2Spectrum& scan) {
   CountRecord();

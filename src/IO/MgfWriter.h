@@ -23,7 +23,7 @@ class MgfWriter final : public SpectrumWriter {
  public:
   /// mode "w+"; title is the run name that begins every TITLE.
   MgfWriter(const std::string& path, std::string_view mode, std::string title,
-            PeakDigits digits = {});
+            PeakDigits digits = {}, NoticeTaker notice = TakeSilently);
 
   /// A scan without precursors is counted but leaves nothing in the file.
   void WriteMs2(const MS2Spectrum& scan);

@@ -119,7 +119,7 @@ bool MsTextReader<Spectrum>::ReadNext(Spectrum& scan) {
     if (IsDigit(kind)) {
       if (!is_repeat) AppendPeak(line, scan.m_peaks);
     } else if (kind == 'S') {
-      const WrittenScanNumber read = m_numbers.Read(TokenAt(line, '\t', 1), Path());
+      const WrittenScanNumber read = m_numbers.Read(TokenAt(line, '\t', 1), Path(), Notice());
       is_repeat = number && number->IsSameScan(read);
       if (!is_repeat && !scan.m_peaks.empty()) {
         m_pending_number = read;
@@ -146,7 +146,7 @@ bool MsTextReader<Spectrum>::NextLine(std::string_view& line, std::vector<Peak>*
 
 template <class Spectrum>
 bool MsTextReader<Spectrum>::FinishRecord(Spectrum& scan) {
-  CompleteScan(scan);
+  CompleteScan(scan, Notice());
   CountRecord();
   return true;
 }

@@ -27,8 +27,9 @@ class MsTextReader : public SpectrumReader {
   bool ReadNext(Spectrum& scan);
 
  protected:
-  MsTextReader(const std::string& path, std::string_view mode, const std::string& kind)
-      : SpectrumReader(path, mode, kind) {}
+  MsTextReader(const std::string& path, std::string_view mode, const std::string& kind,
+               NoticeTaker notice)
+      : SpectrumReader(path, mode, kind, notice) {}
 
  private:
   bool NextLine(std::string_view& line, std::vector<Peak>* peaks);
@@ -46,7 +47,8 @@ class Ms1TextReader final : public MsTextReader<MS1Spectrum> {
  public:
   /// mode "r". The format's header block (MsTextWriter.h) is for files that are written: a stream
   /// that is read takes none.
-  Ms1TextReader(const std::string& path, std::string_view mode) : MsTextReader(path, mode, "MS1") {}
+  Ms1TextReader(const std::string& path, std::string_view mode, NoticeTaker notice = TakeSilently)
+      : MsTextReader(path, mode, "MS1", notice) {}
 };
 
 /// Reads also activation, precursor scan and the declared precursors, which it gives twice: as
@@ -54,7 +56,8 @@ class Ms1TextReader final : public MsTextReader<MS1Spectrum> {
 class Ms2TextReader final : public MsTextReader<MS2Spectrum> {
  public:
   /// mode "r"; no header block, as for Ms1TextReader.
-  Ms2TextReader(const std::string& path, std::string_view mode) : MsTextReader(path, mode, "MS2") {}
+  Ms2TextReader(const std::string& path, std::string_view mode, NoticeTaker notice = TakeSilently)
+      : MsTextReader(path, mode, "MS2", notice) {}
 };
 
 /// What the numbers of a "Z" line say of a precursor: a charge below 1 is unknown, and a mass of 0

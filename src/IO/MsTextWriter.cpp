@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "Logger.h"
 #include "NumberText.h"
 
 namespace tarvek {

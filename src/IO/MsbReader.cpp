@@ -14,9 +14,9 @@ constexpr std::size_t kRecordHeadBytes = 8;
 
 }  // namespace
 
-MsbReader::MsbReader(const std::string& base_path)
-    : SpectrumReader(base_path + ".msb", "rb", "MSB"),
-      m_table(LoadScanTable(base_path + ".mscsv")) {}
+MsbReader::MsbReader(const std::string& base_path, NoticeTaker notice)
+    : SpectrumReader(base_path + ".msb", "rb", "MSB", notice),
+      m_table(LoadScanTable(base_path + ".mscsv", notice)) {}
 
 bool MsbReader::ReadNext() {
   if (m_at_end) return false;

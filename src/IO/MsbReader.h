@@ -23,7 +23,7 @@ namespace tarvek {
 class MsbReader final : public SpectrumReader {
  public:
   /// Opens base_path + ".msb" and loads base_path + ".mscsv".
-  explicit MsbReader(const std::string& base_path);
+  explicit MsbReader(const std::string& base_path, NoticeTaker notice = TakeSilently);
 
   /// Reads one record into the queue of its level; false at the end of the data.
   bool ReadNext();

@@ -28,8 +28,9 @@ void WritePeaks(OutputFile& stream, std::span<const Peak> peaks, std::string& sc
 
 }  // namespace
 
-PfWriter::PfWriter(const std::string& path, std::string_view mode, const std::string& title)
-    : SpectrumWriter(path, mode, "PF"), m_index(PfIndexPath(path), mode, "PF index") {
+PfWriter::PfWriter(const std::string& path, std::string_view mode, const std::string& title,
+                   NoticeTaker notice)
+    : SpectrumWriter(path, mode, "PF", notice), m_index(PfIndexPath(path), mode, "PF index") {
   // Changes nothing in an empty file, but a file whose start cannot be reached again, such as a
   // pipe, is refused now instead of at the end of the run.
   Stream().OverwriteStart({});

@@ -22,7 +22,8 @@ namespace tarvek {
 class PfWriter final : public SpectrumWriter {
  public:
   /// mode "wb+"; title is the run name of the header.
-  PfWriter(const std::string& path, std::string_view mode, const std::string& title);
+  PfWriter(const std::string& path, std::string_view mode, const std::string& title,
+           NoticeTaker notice = TakeSilently);
 
   void WriteMs1(const MS1Spectrum& scan);
   void WriteMs2(const MS2Spectrum& scan);

@@ -29,8 +29,9 @@ void AppendFields(std::string& row, const Precursor& precursor) {
 
 }  // namespace
 
-PrecursorCsvWriter::PrecursorCsvWriter(const std::string& final_path, std::string_view mode)
-    : SpectrumFile(final_path, mode, Announce::kNo),
+PrecursorCsvWriter::PrecursorCsvWriter(const std::string& final_path, std::string_view mode,
+                                       NoticeTaker notice)
+    : SpectrumFile(final_path, mode, notice, Announce::kNo),
       m_file(final_path, "CSV", {.m_mode = mode, .m_is_kept = true}) {
   MarkOpen();
   m_file.File().Write(kPrecursorTableHeader);

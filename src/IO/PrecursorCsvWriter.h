@@ -19,9 +19,10 @@ namespace tarvek {
 
 class PrecursorCsvWriter final : public SpectrumFile {
  public:
-  /// mode "w+". Opens final_path + "_unfinished" and writes the header line. The log names
-  /// final_path throughout; the start of the file is not announced.
-  PrecursorCsvWriter(const std::string& final_path, std::string_view mode);
+  /// mode "w+". Opens final_path + "_unfinished" and writes the header line. Notices name
+  /// final_path throughout; there is none of the start of the file.
+  PrecursorCsvWriter(const std::string& final_path, std::string_view mode,
+                     NoticeTaker notice = TakeSilently);
 
   void WriteRow(const MS2Spectrum& scan);
 

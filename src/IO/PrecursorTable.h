@@ -9,6 +9,9 @@
 
 namespace tarvek {
 
+/// What the name of a complete table ends in.
+inline constexpr std::string_view kTableEnding = ".csv";
+
 /// Five slots are named; rows hold as many as there are. "Totle": frozen, see docs/frozen-names.md.
 inline constexpr std::string_view kPrecursorTableHeader =
     "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, TotleNumOfPrecursor, "

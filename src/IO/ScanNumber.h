@@ -9,6 +9,8 @@
 #include <string>
 #include <string_view>
 
+#include "Notice.h"
+
 namespace tarvek {
 
 /// A scan number as it is written and as records hold it.
@@ -24,8 +26,9 @@ struct WrittenScanNumber {
 
 class ScanNumberReader {
  public:
-  /// The number at the start of text, 0 without digits. path: of the file, named in the warning.
-  WrittenScanNumber Read(std::string_view text, const std::string& path);
+  /// The number at the start of text, 0 without digits. path: of the file, named in the notice.
+  WrittenScanNumber Read(std::string_view text, const std::string& path,
+                         NoticeTaker notice = TakeSilently);
 
  private:
   bool m_has_warned = false;

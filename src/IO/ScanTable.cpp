@@ -117,7 +117,8 @@ ScanTableEntry ParseRow(const RowFields& fields) {
 
 class ScanTableReader final : public SpectrumReader {
  public:
-  explicit ScanTableReader(const std::string& path) : SpectrumReader(path, "r", "MSCSV") {}
+  ScanTableReader(const std::string& path, NoticeTaker notice)
+      : SpectrumReader(path, "r", "MSCSV", notice) {}
 
   ScanTable Read() {
     ReadHeader();
@@ -221,8 +222,8 @@ void AppendScanTableRow(std::string& text, const ScanTableEntry& entry, int mz_d
   text += '\n';
 }
 
-ScanTable LoadScanTable(const std::string& path) {
-  ScanTableReader reader(path);
+ScanTable LoadScanTable(const std::string& path, NoticeTaker notice) {
+  ScanTableReader reader(path, notice);
   ScanTable table = reader.Read();
   reader.Finish();
   return table;

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "Notice.h"
 #include "SpectrumRecords.h"
 
 namespace tarvek {
@@ -47,7 +48,7 @@ std::string ScanTableHeader();
 /// precursor, which is exact: outputs round it once.
 void AppendScanTableRow(std::string& text, const ScanTableEntry& entry, int mz_decimals);
 
-/// Reads the table at path, announcing it in the log like every spectrum file.
-ScanTable LoadScanTable(const std::string& path);
+/// Reads the table at path, with the notices of every spectrum file.
+ScanTable LoadScanTable(const std::string& path, NoticeTaker notice = TakeSilently);
 
 }  // namespace tarvek

@@ -3,19 +3,19 @@
 #include <utility>
 
 #include "FileUtils.h"
-#include "Logger.h"
 
 namespace tarvek {
 
-SpectrumFile::SpectrumFile(std::string path, std::string_view mode, Announce announce)
-    : m_path(std::move(path)), m_mode(mode) {
-  if (announce == Announce::kYes) logInfo("Start to process " + m_path);
+SpectrumFile::SpectrumFile(std::string path, std::string_view mode, NoticeTaker notice,
+                           Announce announce)
+    : m_path(std::move(path)), m_mode(mode), m_notice(notice) {
+  if (announce == Announce::kYes) m_notice(kInfo, "Start to process " + m_path);
 }
 
 SpectrumFile::~SpectrumFile() {
   if (!m_is_open) return;
   try {
-    logInfo("Closed " + m_path);
+    m_notice(kInfo, "Closed " + m_path);
   } catch (...) {
     // Without memory for the message there is nothing better to do than to go on unwinding.
   }
@@ -25,15 +25,15 @@ void SpectrumFile::Finish() {
   if (!m_is_open) return;
   CloseStream();
   m_is_open = false;
-  logInfo("Closed " + m_path);
-  logInfo("Finished Operations on " + m_path);
-  logInfo("Scan Number in " + m_path + ": " + std::to_string(m_record_count));
+  m_notice(kInfo, "Closed " + m_path);
+  m_notice(kInfo, "Finished Operations on " + m_path);
+  m_notice(kInfo, "Scan Number in " + m_path + ": " + std::to_string(m_record_count));
 }
 
 SpectrumReader::SpectrumReader(const std::string& path, std::string_view mode,
-                               const std::string& kind, std::size_t read_buffer_bytes,
-                               Announce announce)
-    : SpectrumFile(path, mode, announce),
+                               const std::string& kind, NoticeTaker notice,
+                               std::size_t read_buffer_bytes, Announce announce)
+    : SpectrumFile(path, mode, notice, announce),
       m_file(OpenFile(path, mode, kind)),
       m_size_bytes(m_file.SizeBytes()) {
   if (read_buffer_bytes > 0) m_buffered_lines.emplace(m_file, read_buffer_bytes);
@@ -54,8 +54,8 @@ void SpectrumReader::CloseStream() {
 }
 
 SpectrumWriter::SpectrumWriter(const std::string& path, std::string_view mode,
-                               const std::string& kind)
-    : SpectrumFile(path, mode, Announce::kYes), m_stream(path, mode, kind) {
+                               const std::string& kind, NoticeTaker notice)
+    : SpectrumFile(path, mode, notice, Announce::kYes), m_stream(path, mode, kind) {
   MarkOpen();
 }
 

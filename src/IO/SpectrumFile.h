@@ -1,6 +1,6 @@
 // IO/SpectrumFile.h: what every spectrum file has in common, read or written.
-// Does:     keeps path, mode and record counter; announces start, close and end of a file in the
-//           log; SpectrumReader delivers lines or bytes, SpectrumWriter takes bytes.
+// Does:     keeps path, mode and record counter; gives notice of start, close and end of a file;
+//           SpectrumReader delivers lines or bytes, SpectrumWriter takes bytes.
 // Owns:     the open file, which is closed at the latest when the object is destroyed.
 // Throws:   a std::string: "Cannot open " + kind + " File, Path: " + path when opening, "Cannot
 //           write " + path when writing or finishing, "Cannot read " + path + ": it became shorter
@@ -17,6 +17,7 @@
 
 #include "BufferedLineReader.h"
 #include "LineReader.h"
+#include "Notice.h"
 #include "OutputFile.h"
 #include "Platform.h"
 
@@ -26,10 +27,10 @@ class SpectrumFile {
  public:
   SpectrumFile(const SpectrumFile&) = delete;
   SpectrumFile& operator=(const SpectrumFile&) = delete;
-  /// Logs "Closed " + path when Finish was not reached.
+  /// Gives notice of "Closed " + path when Finish was not reached.
   virtual ~SpectrumFile();
 
-  /// Closes the file and logs "Closed " + path, "Finished Operations on " + path and
+  /// Closes the file and gives notice of "Closed " + path, "Finished Operations on " + path and
   /// "Scan Number in " + path + ": " + record count. Finishing twice is harmless.
   void Finish();
 
@@ -42,9 +43,12 @@ class SpectrumFile {
  protected:
   enum class Announce { kYes, kNo };
 
-  /// Logs "Start to process " + path when announced. The derived class opens the file and then
-  /// calls MarkOpen.
-  SpectrumFile(std::string path, std::string_view mode, Announce announce);
+  /// Gives notice of "Start to process " + path when announced. The derived class opens the file and
+  /// then calls MarkOpen.
+  SpectrumFile(std::string path, std::string_view mode, NoticeTaker notice, Announce announce);
+
+  /// Who takes the notices of the file.
+  [[nodiscard]] NoticeTaker Notice() const noexcept { return m_notice; }
 
   void MarkOpen() noexcept { m_is_open = true; }
   void CountRecord() noexcept { ++m_record_count; }
@@ -55,6 +59,7 @@ class SpectrumFile {
   std::int32_t m_record_count = 0;
   std::string m_path;
   std::string m_mode;
+  NoticeTaker m_notice;
   bool m_is_open = false;
 };
 
@@ -68,7 +73,8 @@ class SpectrumReader : public SpectrumFile {
   /// kind is the purpose word of the message when path cannot be opened. With a read buffer of more
   /// than 0 bytes the lines are read in the buffered form.
   SpectrumReader(const std::string& path, std::string_view mode, const std::string& kind,
-                 std::size_t read_buffer_bytes = 0, Announce announce = Announce::kYes);
+                 NoticeTaker notice, std::size_t read_buffer_bytes = 0,
+                 Announce announce = Announce::kYes);
 
   /// The next line, valid until the next call; false at the end of the file. Unbuffered form: with
   /// its end-of-line, in pieces of at most 1023 bytes (LineReader.h). Buffered form: without
@@ -98,7 +104,8 @@ class SpectrumReader : public SpectrumFile {
 /// A spectrum file that is written from front to back.
 class SpectrumWriter : public SpectrumFile {
  protected:
-  SpectrumWriter(const std::string& path, std::string_view mode, const std::string& kind);
+  SpectrumWriter(const std::string& path, std::string_view mode, const std::string& kind,
+                 NoticeTaker notice);
 
   [[nodiscard]] OutputFile& Stream() noexcept { return m_stream; }
 

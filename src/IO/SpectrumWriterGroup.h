@@ -2,8 +2,8 @@
 // Does:     opens one writer per pair of types when its first scan comes and hands scans to it.
 // Owns:     the writers.
 // Throws:   what the writers throw.
-// Not here: a format. Writer is constructed from path, mode, title and what else it carries (More),
-//           and has WriteMs2 and Close.
+// Not here: a format. Writer is constructed from path, mode, title, what else it carries (More) and
+//           who takes its notices, and has WriteMs2 and Close.
 #pragma once
 
 #include <cstddef>
@@ -14,6 +14,7 @@
 #include <tuple>
 #include <utility>
 
+#include "Notice.h"
 #include "SpectrumRecords.h"
 
 namespace tarvek {
@@ -23,11 +24,13 @@ class SpectrumWriterGroup {
  public:
   /// base_path ends in an extension of four characters, before which the types are inserted:
   /// "run1_.mgf" gives "run1_HCDFTMS.mgf".
-  SpectrumWriterGroup(std::string base_path, std::string_view mode, std::string title, More... more)
+  SpectrumWriterGroup(std::string base_path, std::string_view mode, std::string title, More... more,
+                      NoticeTaker notice = TakeSilently)
       : m_base_path(std::move(base_path)),
         m_mode(mode),
         m_title(std::move(title)),
-        m_more(std::move(more)...) {}
+        m_more(std::move(more)...),
+        m_notice(notice) {}
 
   void Write(const MS2Spectrum& scan) { WriterFor(scan).WriteMs2(scan); }
 
@@ -38,7 +41,7 @@ class SpectrumWriterGroup {
     if (found != m_writers.end()) return *found->second;
     auto writer = std::apply(
         [this](const More&... more) {
-          return std::make_unique<Writer>(PathFor(m_key), m_mode, m_title, more...);
+          return std::make_unique<Writer>(PathFor(m_key), m_mode, m_title, more..., m_notice);
         },
         m_more);
     return *m_writers.emplace(m_key, std::move(writer)).first->second;
@@ -65,6 +68,7 @@ class SpectrumWriterGroup {
   std::string m_mode;
   std::string m_title;
   std::tuple<More...> m_more;
+  NoticeTaker m_notice;
   std::string m_key;  // reused from scan to scan
   std::map<std::string, std::unique_ptr<Writer>> m_writers;
 };

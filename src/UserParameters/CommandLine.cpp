@@ -55,8 +55,8 @@ ParameterTable ParseCommandLine(int argc, const char* const* argv) {
   return table;
 }
 
-UserParameters ReadCommandLine(int argc, const char* const* argv) {
-  return CompleteParameters(ParseCommandLine(argc, argv));
+UserParameters ReadCommandLine(int argc, const char* const* argv, NoticeTaker notice) {
+  return CompleteParameters(ParseCommandLine(argc, argv), notice);
 }
 
 void PrintUsage() {

@@ -42,8 +42,9 @@ inline constexpr std::array<OptionLetter, 20> OptionLetters = {{
     {'z', "m/z"},
 }};
 
-/// The validated record of these arguments, echoed into the log. argc counts the program name.
-UserParameters ReadCommandLine(int argc, const char* const* argv);
+/// The validated record of these arguments, echoed as notices. argc counts the program name.
+UserParameters ReadCommandLine(int argc, const char* const* argv,
+                               NoticeTaker notice = TakeSilently);
 
 /// The table of these arguments. A lone argument is a data path, whatever it looks like; a repeated
 /// option keeps its last value; no arguments give an empty table.

@@ -48,8 +48,8 @@ ParameterTable ReadParameterTable(const std::string& path) {
   return table;
 }
 
-UserParameters ReadParameterFile(const std::string& path) {
-  return CompleteParameters(ReadParameterTable(path));
+UserParameters ReadParameterFile(const std::string& path, NoticeTaker notice) {
+  return CompleteParameters(ReadParameterTable(path), notice);
 }
 
 }  // namespace tarvek

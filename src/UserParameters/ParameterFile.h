@@ -21,8 +21,8 @@ bool IsParameterFile(std::string_view path);
 /// template names it, so that it is no choice of the user's.
 ParameterTable ReadParameterTable(const std::string& path);
 
-/// The validated record of the parameter file path, echoed into the log.
-UserParameters ReadParameterFile(const std::string& path);
+/// The validated record of the parameter file path, echoed as notices.
+UserParameters ReadParameterFile(const std::string& path, NoticeTaker notice = TakeSilently);
 
 /// Stores the key (lower-cased) and the value (case kept) of one line in table. A line of blanks, a
 /// comment or a section line adds nothing.

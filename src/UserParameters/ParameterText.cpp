@@ -6,7 +6,6 @@
 
 #include "CommandLine.h"
 #include "FileUtils.h"
-#include "Logger.h"
 #include "NumberText.h"
 #include "OutputFile.h"
 #include "ProductTexts.h"
@@ -114,16 +113,16 @@ void WriteParameterTemplate(const LocalTime& time) {
   file.Close();
 }
 
-void EchoParameters(const UserParameters& record) {
-  logInfo("--------- BEGIN PARAMETERS -----------");
+void EchoParameters(const UserParameters& record, NoticeTaker notice) {
+  notice(kInfo, "--------- BEGIN PARAMETERS -----------");
   int number = 0;
   for (const auto& [key, value] : ToParameterTable(record)) {
     ++number;
     std::string line = number < 10 ? "0" : "";
     AppendInteger(line, number);
-    logInfo(line + ": " + key + " = " + value);
+    notice(kInfo, line + ": " + key + " = " + value);
   }
-  logInfo("--------- END PARAMETERS -------------");
+  notice(kInfo, "--------- END PARAMETERS -------------");
 }
 
 }  // namespace tarvek

@@ -1,5 +1,5 @@
 // UserParameters/ParameterText.h: parameters shown to the user.
-// Does:     the comment of each key, the template parameter file, the echo into the log.
+// Does:     the comment of each key, the template parameter file, the echo.
 // Throws:   WriteParameterTemplate a std::string when the file cannot be made or written; the rest
 //           nothing.
 // Not here: the text form of a value (ToParameterTable in UserParameters.h), the usage text
@@ -36,7 +36,7 @@ std::string TemplateText();
 /// left alone.
 void WriteParameterTemplate(const LocalTime& time = CurrentLocalTime());
 
-/// Logs every parameter of record, numbered, one message a line.
-void EchoParameters(const UserParameters& record);
+/// Gives notice of every parameter of record, numbered, one notice a line.
+void EchoParameters(const UserParameters& record, NoticeTaker notice);
 
 }  // namespace tarvek

@@ -7,7 +7,6 @@
 #include "Check.h"
 #include "FileUtils.h"
 #include "InputFormats.h"
-#include "Logger.h"
 #include "NumberText.h"
 #include "ParameterText.h"
 #include "StringUtils.h"
@@ -105,26 +104,26 @@ void ApplyChargeRange(UserParameters& record, const ParameterTable& table) {
 }
 
 // datanum counts the paths that are taken; with 0 of them those that are there come to nothing.
-void WarnOfHiddenDataPaths(const ParameterTable& table) {
+void WarnOfHiddenDataPaths(const ParameterTable& table, NoticeTaker notice) {
   if (!table.contains(kDataNumberKey) || !DataPathCandidates(table).empty()) return;
   std::string paths;
   for (const auto& [key, value] : table)
     if (key.starts_with(kDataPathKey) && !value.empty())
       paths += (paths.empty() ? "" : ", ") + key + " = " + value;
   if (!paths.empty())
-    logMessage(kWarn, "datanum is " + table.at(kDataNumberKey) +
-                          ", so that nothing is processed of " + paths + ".");
+    notice(kWarn, "datanum is " + table.at(kDataNumberKey) + ", so that nothing is processed of " +
+                      paths + ".");
 }
 
-void ApplyDataPaths(UserParameters& record, const ParameterTable& table) {
+void ApplyDataPaths(UserParameters& record, const ParameterTable& table, NoticeTaker notice) {
   for (const std::string& candidate : DataPathCandidates(table)) {
     std::string path = WithoutTrailingSeparators(candidate);
     if (PathExists(path))
       record.m_datapaths.push_back(std::move(path));
     else
-      logMessage(kWarn, "Datapath: " + path + " is not a valid datapath.");
+      notice(kWarn, "Datapath: " + path + " is not a valid datapath.");
   }
-  WarnOfHiddenDataPaths(table);
+  WarnOfHiddenDataPaths(table, notice);
 }
 
 // Where the ending of a file name begins. A packed file has two, "mzML.gz".
@@ -180,14 +179,14 @@ std::vector<std::string> DataPathCandidates(const ParameterTable& table) {
   return candidates;
 }
 
-void ApplyParameterTable(UserParameters& record, const ParameterTable& table) {
+void ApplyParameterTable(UserParameters& record, const ParameterTable& table, NoticeTaker notice) {
   ApplyChargeRange(record, table);
   for (const auto& [key, member] : kFields)
     if (const auto entry = table.find(key); entry != table.end())
       std::visit([&, name = key](auto field) { SetField(record.*field, entry->second, name); },
                  member);
   record.m_ipv_file_is_given = record.m_ipv_file_is_given || table.contains(kIpvFileKey);
-  ApplyDataPaths(record, table);
+  ApplyDataPaths(record, table, notice);
 }
 
 ParameterTable ToParameterTable(const UserParameters& record) {
@@ -227,20 +226,19 @@ void MakeOutputDirectory(UserParameters& record) {
   MakeMissingDirectory(record.m_outputpath);
 }
 
-void OpenLog(UserParameters& record) {
+void MakeLogDirectory(UserParameters& record) {
   record.m_logfilepath = LogDirectory(record);
   MakeMissingDirectory(record.m_logfilepath);
-  setLogDirectory(record.m_logfilepath);
 }
 
-UserParameters CompleteParameters(const ParameterTable& table) {
+UserParameters CompleteParameters(const ParameterTable& table, NoticeTaker notice) {
   UserParameters record;
-  ApplyParameterTable(record, table);
-  EchoParameters(record);
+  ApplyParameterTable(record, table, notice);
+  EchoParameters(record, notice);
   Validate(record);
   DeriveValues(record);
   MakeOutputDirectory(record);
-  OpenLog(record);
+  MakeLogDirectory(record);
   return record;
 }
 

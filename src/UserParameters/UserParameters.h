@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "Notice.h"
+
 namespace tarvek {
 
 /// Key to value, sorted by key in byte order.
@@ -40,7 +42,7 @@ struct UserParameters {
   double m_isolation_width = 2.0;     // m/z
   double m_recalibrate_window = 7.0;  // ppm
   double m_mstol = 20.0;              // ppm, or m/z when m_mstolppm is false
-  std::string m_logfilepath;          // OpenLog makes it the directory of the log
+  std::string m_logfilepath;          // MakeLogDirectory gives it a value
   std::string m_ipv_file = kDefaultIpvFile;
   bool m_ipv_file_is_given = false;  // by the table, be it the default one
   std::string m_input_format = "raw";
@@ -63,9 +65,10 @@ struct UserParameters {
 };
 
 /// Overwrites every field whose key is in table; unknown keys are ignored. Data paths that name
-/// neither a file nor a directory are dropped with a warning; so are, together, those that a
+/// neither a file nor a directory are dropped with a notice of kWarn; so are, together, those that a
 /// datanum of 0 hides.
-void ApplyParameterTable(UserParameters& record, const ParameterTable& table);
+void ApplyParameterTable(UserParameters& record, const ParameterTable& table,
+                         NoticeTaker notice = TakeSilently);
 
 /// The data paths of table as they are given, not yet looked up.
 std::vector<std::string> DataPathCandidates(const ParameterTable& table);
@@ -85,13 +88,12 @@ void DeriveHalfWidths(UserParameters& record);
 /// Makes the output directory where the settings name one; else the outputs follow the input.
 void MakeOutputDirectory(UserParameters& record);
 
-/// Decides on the directory of the log, makes it, and opens the log there, which writes what was
-/// kept for it.
-void OpenLog(UserParameters& record);
+/// Decides on the directory of the log and makes it.
+void MakeLogDirectory(UserParameters& record);
 
-/// The record of a run: the defaults with table applied, echoed into the log, then the steps above
-/// in their order. Throws what those steps throw.
-UserParameters CompleteParameters(const ParameterTable& table);
+/// The record of a run: the defaults with table applied, echoed as notices, then the steps above in
+/// their order. Throws what those steps throw.
+UserParameters CompleteParameters(const ParameterTable& table, NoticeTaker notice = TakeSilently);
 
 /// Fills the m_current_* fields from path, and m_outputpath when it follows the input. The file
 /// name must contain a dot. The base name of a packed file is that of the file in it: "run" of

@@ -1,6 +1,7 @@
 // What is the same on every system.
 #include "Platform.h"
 
+#include <array>
 #include <cerrno>
 #include <chrono>
 #include <utility>
@@ -10,6 +11,10 @@ namespace {
 
 constexpr std::size_t kMaxPieceBytes = 2047;  // of a line of a child's output
 constexpr int kMaxLockTries = 100;
+
+std::string Padded(int value, char pad) {
+  return (value < 10 ? std::string(1, pad) : std::string()) + std::to_string(value);
+}
 
 }  // namespace
 
@@ -34,6 +39,17 @@ FileLock FileLock::Take(const std::string& path) {
   for (int i = 0; i < kMaxLockTries; ++i)
     if (std::optional<FileLock> lock = TryTake(path)) return std::move(*lock);
   return {};
+}
+
+std::string AsctimeText(const LocalTime& time) {
+  static constexpr std::array<const char*, 7> kDays = {"Sun", "Mon", "Tue", "Wed",
+                                                       "Thu", "Fri", "Sat"};
+  static constexpr std::array<const char*, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
+                                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
+  return std::string(kDays.at(static_cast<std::size_t>(time.m_weekday))) + ' ' +
+         kMonths.at(static_cast<std::size_t>(time.m_month - 1)) + ' ' + Padded(time.m_day, ' ') +
+         ' ' + Padded(time.m_hour, '0') + ':' + Padded(time.m_minute, '0') + ':' +
+         Padded(time.m_second, '0') + ' ' + std::to_string(time.m_year) + '\n';
 }
 
 std::int64_t MonotonicMilliseconds() {

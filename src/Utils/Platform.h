@@ -148,6 +148,9 @@ struct LocalTime {
 };
 LocalTime CurrentLocalTime();
 
+/// time as C's asctime writes it, with its own end of line.
+std::string AsctimeText(const LocalTime& time);
+
 /// Milliseconds on a clock that never goes back.
 std::int64_t MonotonicMilliseconds();
 

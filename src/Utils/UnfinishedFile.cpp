@@ -6,8 +6,6 @@
 
 namespace tarvek {
 
-std::string UnfinishedPathOf(const std::string& path) { return path + "_unfinished"; }
-
 UnfinishedFile::UnfinishedFile(std::string path, const std::string& kind,
                                const UnfinishedForm& form)
     : m_path(std::move(path)),

@@ -18,8 +18,13 @@
 
 namespace tarvek {
 
-/// The name of a file until it is complete: path + "_unfinished".
-std::string UnfinishedPathOf(const std::string& path);
+/// What the name of a file goes on with until it is complete.
+inline constexpr std::string_view kUnfinished = "_unfinished";
+
+/// The name of a file until it is complete: path + kUnfinished.
+inline std::string UnfinishedPathOf(std::string_view path) {
+  return std::string(path).append(kUnfinished);
+}
 
 /// How an UnfinishedFile treats its temporary file.
 struct UnfinishedForm {

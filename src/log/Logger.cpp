@@ -1,6 +1,5 @@
 #include "Logger.h"
 
-#include <array>
 #include <iostream>
 
 #include "FileUtils.h"
@@ -9,10 +8,6 @@ namespace tarvek {
 namespace {
 
 constexpr std::string_view kPurpose = "Log Dump";
-
-std::string Padded(int value, char pad) {
-  return (value < 10 ? std::string(1, pad) : std::string()) + std::to_string(value);
-}
 
 }  // namespace
 
@@ -70,16 +65,5 @@ void logInfo(std::string_view text) { logMessage(kInfo, text); }
 void appendToLog(std::string_view text) { GlobalLogger().Append(text); }
 void setLogDirectory(const std::string& directory) { GlobalLogger().SetLogDirectory(directory); }
 void dumpLog() { GlobalLogger().Dump(); }
-
-std::string AsctimeText(const LocalTime& time) {
-  static constexpr std::array<const char*, 7> kDays = {"Sun", "Mon", "Tue", "Wed",
-                                                       "Thu", "Fri", "Sat"};
-  static constexpr std::array<const char*, 12> kMonths = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                                          "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-  return std::string(kDays.at(static_cast<std::size_t>(time.m_weekday))) + ' ' +
-         kMonths.at(static_cast<std::size_t>(time.m_month - 1)) + ' ' + Padded(time.m_day, ' ') +
-         ' ' + Padded(time.m_hour, '0') + ':' + Padded(time.m_minute, '0') + ':' +
-         Padded(time.m_second, '0') + ' ' + std::to_string(time.m_year) + '\n';
-}
 
 }  // namespace tarvek

@@ -10,14 +10,14 @@
 #include <string>
 #include <string_view>
 
+#include "Notice.h"
 #include "Platform.h"
 
 namespace tarvek {
 
 inline constexpr std::string_view kLogFileName = "TarvekPlusLog.txt";
 
-inline constexpr std::string_view kInfo = "INFO";
-inline constexpr std::string_view kWarn = "WARN";
+// Further levels, beyond those of a notice.
 inline constexpr std::string_view kError = "ERROR";
 inline constexpr std::string_view kExit = "EXIT";
 /// Lines of a child process: shown and stored unchanged, with their own end of line.
@@ -64,8 +64,5 @@ void logInfo(std::string_view text);
 void appendToLog(std::string_view text);
 void setLogDirectory(const std::string& directory);
 void dumpLog();
-
-/// time as C's asctime writes it, with its own end of line.
-std::string AsctimeText(const LocalTime& time);
 
 }  // namespace tarvek

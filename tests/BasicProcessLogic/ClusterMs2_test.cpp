@@ -335,10 +335,9 @@ TEST(Ms2Clusters, TakeTwentyThousandScansInLittleTime) {
 
 class ClusterMs2Scans : public testing::Test {
  protected:
-  ClusterMs2Scans() { SetCurrentFile(m_parameters, m_directory / "run.ms1"); }
   std::string Cluster(const std::string& ms2) {
     WriteFile(m_directory / "run.ms2", ms2);
-    return CaptureConsole([&] { m_selected = clusterMs2Scans(m_parameters); }).m_out;
+    return CaptureConsole([&] { m_selected = clusterMs2Scans(m_directory / "run.ms2"); }).m_out;
   }
   [[nodiscard]] std::string ReaderLines(int scans) const {
     const std::string path = m_directory / "run.ms2";
@@ -348,7 +347,6 @@ class ClusterMs2Scans : public testing::Test {
   }
 
   TemporaryDirectory m_directory;
-  UserParameters m_parameters = test::ParametersFor(m_directory);
   std::set<std::int32_t> m_selected;
 };
 
@@ -383,7 +381,7 @@ TEST_F(ClusterMs2Scans, ReportsEveryTenThousandthScan) {
 }
 TEST_F(ClusterMs2Scans, NamesAMissingFile) {
   std::string message;
-  CaptureConsole([&] { message = MessageOf([&] { clusterMs2Scans(m_parameters); }); });
+  CaptureConsole([&] { message = MessageOf([&] { clusterMs2Scans(m_directory / "run.ms2"); }); });
   EXPECT_EQ(message, "Cannot open MS2 File, Path: " + (m_directory / "run.ms2"));
 }
 

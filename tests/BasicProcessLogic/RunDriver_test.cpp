@@ -48,15 +48,15 @@ class RunDriver : public testing::Test {
 };
 
 TEST_F(RunDriver, TakesTheFormatOfAFileFromItsExtensionInLowerCase) {
-  EXPECT_EQ(detectDataPathFormat(MakeFile("1.RAW"), m_parameters), "raw");
+  EXPECT_EQ(detectDataPathFormat(MakeFile("1.RAW"), m_parameters.m_input_format), "raw");
 }
 TEST_F(RunDriver, TakesTheLastExtension) {
-  EXPECT_EQ(detectDataPathFormat(MakeFile("a.raw.mzML"), m_parameters), "mzml");
+  EXPECT_EQ(detectDataPathFormat(MakeFile("a.raw.mzML"), m_parameters.m_input_format), "mzml");
 }
 TEST_F(RunDriver, TakesPackedFilesForWhatIsInThem) {
-  EXPECT_EQ(detectDataPathFormat(MakeFile("a.mzML.gz"), m_parameters), "mzml");
-  EXPECT_EQ(detectDataPathFormat(MakeFile("a.MZXML.GZ"), m_parameters), "mzxml");
-  EXPECT_EQ(detectDataPathFormat(MakeFile("a.ms1.gz"), m_parameters), "gz");
+  EXPECT_EQ(detectDataPathFormat(MakeFile("a.mzML.gz"), m_parameters.m_input_format), "mzml");
+  EXPECT_EQ(detectDataPathFormat(MakeFile("a.MZXML.GZ"), m_parameters.m_input_format), "mzxml");
+  EXPECT_EQ(detectDataPathFormat(MakeFile("a.ms1.gz"), m_parameters.m_input_format), "gz");
 }
 TEST_F(RunDriver, ListsPackedFilesWithTheOthers) {
   const std::string folder = MakeFolder("in");
@@ -84,16 +84,16 @@ TEST_F(RunDriver, SaysWhatADirectoryHoldsInstead) {
 }
 TEST_F(RunDriver, TakesTheFormatOfADirectoryAsItIsConfigured) {
   m_parameters.m_input_format = "mzXML";
-  EXPECT_EQ(detectDataPathFormat(MakeFolder("d.raw"), m_parameters), "mzXML");
+  EXPECT_EQ(detectDataPathFormat(MakeFolder("d.raw"), m_parameters.m_input_format), "mzXML");
 }
 
 TEST_F(RunDriver, UsesTheTableThatIsNamed) {
-  EXPECT_EQ(IsotopeTablePath("other.txt", MakeFile("installed.txt")), "other.txt");
+  EXPECT_EQ(IsotopeTablePath("other.txt", false, MakeFile("installed.txt")), "other.txt");
 }
 TEST_F(RunDriver, UsesTheInstalledTableWhenTheDefaultOneIsMissing) {
   const std::string installed = MakeFile("installed.txt");
   ASSERT_FALSE(std::filesystem::exists("IPV.txt")) << "in the current directory";
-  EXPECT_EQ(IsotopeTablePath("IPV.txt", installed), installed);
+  EXPECT_EQ(IsotopeTablePath("IPV.txt", false, installed), installed);
 }
 TEST_F(RunDriver, SaysWhichInstalledTableItUses) {
   const std::string installed = MakeFile("installed.txt");
@@ -106,18 +106,16 @@ TEST_F(RunDriver, SaysWhichInstalledTableItUses) {
   EXPECT_EQ(said(), "");
 }
 TEST_F(RunDriver, KeepsTheDefaultNameWhenNoTableIsInstalled) {
-  EXPECT_EQ(IsotopeTablePath("IPV.txt", m_directory / "none.txt"), "IPV.txt");
+  EXPECT_EQ(IsotopeTablePath("IPV.txt", false, m_directory / "none.txt"), "IPV.txt");
 }
 TEST_F(RunDriver, KeepsTheDefaultNameWhenThePlaceOfTheProgramIsUnknown) {
-  EXPECT_EQ(IsotopeTablePath("IPV.txt", ""), "IPV.txt");
+  EXPECT_EQ(IsotopeTablePath("IPV.txt", false, ""), "IPV.txt");
 }
 
 TEST_F(RunDriver, KeepsTheDefaultNameThatIsGiven) {
-  UserParameters parameters;
   const std::string installed = MakeFile("installed.txt");
-  EXPECT_EQ(IsotopeTablePath(parameters, installed), installed);
-  parameters.m_ipv_file_is_given = true;
-  EXPECT_EQ(IsotopeTablePath(parameters, installed), "IPV.txt");
+  EXPECT_EQ(IsotopeTablePath("IPV.txt", false, installed), installed);
+  EXPECT_EQ(IsotopeTablePath("IPV.txt", true, installed), "IPV.txt");
 }
 
 TEST_F(RunDriver, DoesNothingWithoutDataPaths) { EXPECT_EQ(Run(), kNothingThrown); }

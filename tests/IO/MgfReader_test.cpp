@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "IoTestSupport.h"
+#include "Logger.h"
 #include "MgfWriter.h"
 #include "TestSupport.h"
 
@@ -27,7 +28,7 @@ MgfContent ReadMgf(const std::string& text) {
   test::WriteFile(directory / "a.mgf", text);
   MgfContent content;
   const auto console = CaptureConsole([&] {
-    MgfReader reader(directory / "a.mgf", "r");
+    MgfReader reader(directory / "a.mgf", "r", logMessage);
     MS2Spectrum scan;
     while (reader.ReadNext(scan)) content.m_scans.push_back(scan);
     content.m_record_count = reader.RecordCount();
@@ -277,7 +278,7 @@ TEST(MgfReader, StaysAtTheEnd) {
   const TemporaryDirectory directory;
   test::WriteFile(directory / "a.mgf", Block(1, "1 1\n"));
   CaptureConsole([&] {
-    MgfReader reader(directory / "a.mgf", "r");
+    MgfReader reader(directory / "a.mgf", "r", logMessage);
     MS2Spectrum scan;
     EXPECT_TRUE(reader.ReadNext(scan));
     EXPECT_FALSE(reader.ReadNext(scan));

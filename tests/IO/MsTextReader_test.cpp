@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "IoTestSupport.h"
+#include "Logger.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -24,7 +25,7 @@ std::vector<Spectrum> ReadAll(const std::string& content, std::string* warnings 
   WriteFile(directory / "run", content);
   std::vector<Spectrum> scans;
   const auto console = CaptureConsole([&] {
-    Reader reader(directory / "run", "r");
+    Reader reader(directory / "run", "r", logMessage);
     Spectrum scan;
     while (reader.ReadNext(scan)) scans.push_back(scan);
     EXPECT_EQ(reader.RecordCount(), static_cast<std::int32_t>(scans.size()));

@@ -9,6 +9,7 @@
 
 #include "BinaryPair.h"
 #include "IoTestSupport.h"
+#include "Logger.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -394,7 +395,7 @@ TEST(MsbReader, AnnouncesTheSpectraBeforeTheTableAndReportsItsCountAtTheEnd) {
   const std::string msb = pair.BasePath() + ".msb\n";
   const std::string mscsv = pair.BasePath() + ".mscsv";
   const auto console = CaptureConsole([&] {
-    MsbReader reader(pair.BasePath());
+    MsbReader reader(pair.BasePath(), logMessage);
     while (reader.ReadNext()) {
     }
     reader.Finish();

@@ -7,6 +7,7 @@
 #include <random>
 
 #include "IoTestSupport.h"
+#include "Logger.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -115,7 +116,7 @@ TEST(PfWriter, LogsItsEndAfterBothFilesAreClosed) {
   const TemporaryDirectory directory;
   const std::string path = directory / "a.pf1";
   const auto console = CaptureConsole([&] {
-    PfWriter writer(path, "wb+", "run1");
+    PfWriter writer(path, "wb+", "run1", logMessage);
     writer.WriteMs1({});
     writer.Close();
     writer.Close();
@@ -156,7 +157,7 @@ TEST(PfWriter, ReportsAFailedWriteOfTheIndexBeforeItLogsTheEnd) {
   std::filesystem::create_symlink("/dev/full", directory / "a.pf1idx");
   std::string message;
   const auto console = CaptureConsole([&] {
-    PfWriter writer(directory / "a.pf1", "wb+", "run1");
+    PfWriter writer(directory / "a.pf1", "wb+", "run1", logMessage);
     writer.WriteMs1({});
     message = MessageOf([&] { writer.Close(); });
   });

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <stdexcept>
 
+#include "Logger.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -118,7 +119,7 @@ TEST(PrecursorCsvWriter, LeavesTheTemporaryFileWhenItIsAbandoned) {
   const TemporaryDirectory directory;
   const auto console = CaptureConsole([&] {
     MessageOf([&] {
-      PrecursorCsvWriter writer(directory / "run.csv", "w+");
+      PrecursorCsvWriter writer(directory / "run.csv", "w+", logMessage);
       throw std::runtime_error("elsewhere");
     });
   });
@@ -131,7 +132,7 @@ TEST(PrecursorCsvWriter, NamesTheFinalFileInTheLog) {
   const TemporaryDirectory directory;
   const std::string path = directory / "run.csv";
   const auto console = CaptureConsole([&] {
-    PrecursorCsvWriter writer(path, "w+");
+    PrecursorCsvWriter writer(path, "w+", logMessage);
     writer.WriteRow(Scan());
     writer.Complete();
   });

@@ -12,6 +12,7 @@
 
 #include "IoTestSupport.h"
 #include "IsotopeTable.h"
+#include "Logger.h"
 #include "MgfReader.h"
 #include "MsTextReader.h"
 #include "MsbReader.h"
@@ -60,7 +61,7 @@ Reading Observe(const std::function<void(std::string& records)>& read) {
 template <class Reader, class Spectrum>
 Reading ReadWith(const std::string& path) {
   return Observe([&](std::string& records) {
-    Reader reader(path, "r");
+    Reader reader(path, "r", logMessage);
     Spectrum scan;
     while (reader.ReadNext(scan)) records += Describe(scan);
   });
@@ -83,7 +84,7 @@ Reading Caught(const std::function<Reading()>& read) {
 
 Reading ReadScanTable(const std::string& path) {
   return Observe([&](std::string& records) {
-    const ScanTable table = LoadScanTable(path);
+    const ScanTable table = LoadScanTable(path, logMessage);
     records = std::to_string(table.Size()) + " entries\n";
     // No sample has larger numbers; mutated ones are seen in the size alone.
     for (std::int32_t scan_no = 0; scan_no < 2000; ++scan_no)
@@ -104,7 +105,7 @@ Reading ReadScanTableSlowly(const std::string& content, const std::string& path)
 
 Reading ReadPair(const std::string& base_path) {
   Reading reading = Observe([&](std::string& records) {
-    MsbReader reader(base_path);
+    MsbReader reader(base_path, logMessage);
     MS1Spectrum ms1;
     MS2Spectrum ms2;
     while (reader.TakeMs1(ms1)) records += Describe(ms1);
@@ -128,15 +129,15 @@ std::string RecordText(const UserParameters& record) {
 }
 
 Reading ReadParameters(const std::string& path) {
-  Reading reading =
-      Observe([&](std::string& records) { records = RecordText(ReadParameterFile(path)); });
+  Reading reading = Observe(
+      [&](std::string& records) { records = RecordText(ReadParameterFile(path, logMessage)); });
   return reading;
 }
 
 // What the table means is not the reader's work, so both sides share that part.
 Reading ReadParametersSlowly(const std::string& content, const std::string&) {
   return Observe([&](std::string& records) {
-    records = RecordText(CompleteParameters(test::ReferenceParameterTable(content)));
+    records = RecordText(CompleteParameters(test::ReferenceParameterTable(content), logMessage));
   });
 }
 

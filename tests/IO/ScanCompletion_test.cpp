@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "IoTestSupport.h"
+#include "Logger.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -12,7 +13,7 @@ using test::CaptureConsole;
 using test::Describe;
 
 std::string Complete(MS2Spectrum& scan) {
-  return CaptureConsole([&] { CompleteScan(scan); }).m_err;
+  return CaptureConsole([&] { CompleteScan(scan, logMessage); }).m_err;
 }
 
 std::vector<Precursor> Remaining(std::vector<Precursor> precursors) {

@@ -5,6 +5,7 @@
 #include <limits>
 #include <string>
 
+#include "Logger.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -19,7 +20,7 @@ class ScanNumberTest : public testing::Test {
  protected:
   WrittenScanNumber Read(const std::string& text) {
     WrittenScanNumber number;
-    m_warnings += CaptureConsole([&] { number = m_reader.Read(text, "a.ms2"); }).m_err;
+    m_warnings += CaptureConsole([&] { number = m_reader.Read(text, "a.ms2", logMessage); }).m_err;
     return number;
   }
   bool AreSame(const std::string& a, const std::string& b) { return Read(a).IsSameScan(Read(b)); }

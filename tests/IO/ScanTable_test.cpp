@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "Logger.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -242,7 +243,7 @@ TEST(ScanTable, AnnouncesItsFileFromStartToFinish) {
   const TemporaryDirectory directory;
   const std::string path = directory / "a.mscsv";
   test::WriteFile(path, kHeader + Row(1) + Row(4));
-  const auto console = CaptureConsole([&] { LoadScanTable(path); });
+  const auto console = CaptureConsole([&] { LoadScanTable(path, logMessage); });
   EXPECT_EQ(console.m_out, "[Tarvek] <INFO> - Start to process " + path +
                                "\n[Tarvek] <INFO> - Closed " + path +
                                "\n[Tarvek] <INFO> - Finished Operations on " + path +

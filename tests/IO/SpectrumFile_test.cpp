@@ -8,6 +8,7 @@
 #include <stdexcept>
 #include <vector>
 
+#include "Logger.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -22,7 +23,7 @@ class PlainReader final : public SpectrumReader {
  public:
   explicit PlainReader(const std::string& path, std::size_t read_buffer_bytes = 0,
                        Announce announce = Announce::kYes)
-      : SpectrumReader(path, "r", "Plain", read_buffer_bytes, announce) {}
+      : SpectrumReader(path, "r", "Plain", logMessage, read_buffer_bytes, announce) {}
   static PlainReader Unannounced(const std::string& path) {
     return PlainReader(path, 0, Announce::kNo);
   }
@@ -33,7 +34,8 @@ class PlainReader final : public SpectrumReader {
 
 class PlainWriter final : public SpectrumWriter {
  public:
-  explicit PlainWriter(const std::string& path) : SpectrumWriter(path, "w+", "Plain") {}
+  explicit PlainWriter(const std::string& path, NoticeTaker notice = logMessage)
+      : SpectrumWriter(path, "w+", "Plain", notice) {}
   using SpectrumFile::CountRecord;
   using SpectrumWriter::Stream;
 };
@@ -117,6 +119,23 @@ TEST(SpectrumFile, LogsClosedWhenItIsDestroyedWhileOpen) {
   CaptureConsole([&] { writer.emplace(path); });
   const auto console = CaptureConsole([&] { writer.reset(); });
   EXPECT_EQ(console.m_out, "[Tarvek] <INFO> - Closed " + path + "\n");
+}
+
+TEST(SpectrumFile, GivesItsNoticesToTheirTakerAlone) {
+  static std::string notices;
+  notices.clear();
+  const TemporaryDirectory directory;
+  const std::string path = directory / "a";
+  const auto console = CaptureConsole([&] {
+    PlainWriter writer(path, [](std::string_view level, std::string_view text) {
+      notices.append(level).append(": ").append(text) += '\n';
+    });
+    writer.Finish();
+  });
+  EXPECT_EQ(notices, "INFO: Start to process " + path + "\nINFO: Closed " + path +
+                         "\nINFO: Finished Operations on " + path + "\nINFO: Scan Number in " +
+                         path + ": 0\n");
+  EXPECT_EQ(console.m_out + console.m_err, "");
 }
 
 TEST(SpectrumFile, KnowsPathModeAndState) {

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "Logger.h"
 #include "MgfWriter.h"
 #include "PfWriter.h"
 #include "TestSupport.h"
@@ -33,7 +34,7 @@ std::string FinishLog(const std::string& path, int count) {
 TEST(SpectrumWriterGroup, InsertsTheTypesBeforeTheExtension) {
   const TemporaryDirectory directory;
   CaptureConsole([&] {
-    MgfGroup group(directory / "run1_.mgf", "w+", "run1", {});
+    MgfGroup group(directory / "run1_.mgf", "w+", "run1", {}, logMessage);
     group.Write(Scan("HCD", "FTMS"));
     group.Write(Scan("ETHCD", "FT"));
     group.Close();
@@ -45,7 +46,7 @@ TEST(SpectrumWriterGroup, InsertsTheTypesBeforeTheExtension) {
 TEST(SpectrumWriterGroup, MakesNoFileBeforeAScanComes) {
   const TemporaryDirectory directory;
   CaptureConsole([&] {
-    MgfGroup group(directory / "run1_.mgf", "w+", "run1", {});
+    MgfGroup group(directory / "run1_.mgf", "w+", "run1", {}, logMessage);
     group.Close();
   });
   EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));
@@ -53,7 +54,7 @@ TEST(SpectrumWriterGroup, MakesNoFileBeforeAScanComes) {
 
 TEST(SpectrumWriterGroup, AnnouncesAFileWhenItsFirstScanComes) {
   const TemporaryDirectory directory;
-  MgfGroup group(directory / "run1_.mgf", "w+", "run1", {});
+  MgfGroup group(directory / "run1_.mgf", "w+", "run1", {}, logMessage);
   const auto console = CaptureConsole([&] {
     group.Write(Scan("HCD", "FT"));
     group.Write(Scan("HCD", "FT"));
@@ -67,7 +68,7 @@ TEST(SpectrumWriterGroup, OpensAndCountsAFileForAScanWithoutPrecursors) {
   MS2Spectrum scan = Scan("CID", "IT");
   scan.m_precursors.clear();
   CaptureConsole([&] {
-    MgfGroup group(directory / "run1_.mgf", "w+", "run1", {});
+    MgfGroup group(directory / "run1_.mgf", "w+", "run1", {}, logMessage);
     group.Write(scan);
     EXPECT_EQ(group.WriterFor(scan).RecordCount(), 1);
     group.Close();
@@ -77,7 +78,7 @@ TEST(SpectrumWriterGroup, OpensAndCountsAFileForAScanWithoutPrecursors) {
 
 TEST(SpectrumWriterGroup, ClosesInTheOrderOfTheKeys) {
   const TemporaryDirectory directory;
-  MgfGroup group(directory / "run1_.mgf", "w+", "run1", {});
+  MgfGroup group(directory / "run1_.mgf", "w+", "run1", {}, logMessage);
   CaptureConsole([&] {
     group.Write(Scan("HCD", "FT"));
     group.Write(Scan("CID", "IT"));
@@ -92,7 +93,7 @@ TEST(SpectrumWriterGroup, ClosesInTheOrderOfTheKeys) {
 
 TEST(SpectrumWriterGroup, IsEmptyOnceClosed) {
   const TemporaryDirectory directory;
-  MgfGroup group(directory / "run1_.mgf", "w+", "run1", {});
+  MgfGroup group(directory / "run1_.mgf", "w+", "run1", {}, logMessage);
   CaptureConsole([&] {
     group.Write(Scan("HCD", "FT"));
     group.Close();

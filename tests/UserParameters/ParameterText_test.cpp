@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "Logger.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -142,7 +143,7 @@ TEST_F(WriteParameterTemplateTest, NamesAFileItCannotMake) {
 }
 
 std::string Echo(const UserParameters& record) {
-  return CaptureConsole([&] { EchoParameters(record); }).m_out;
+  return CaptureConsole([&] { EchoParameters(record, logMessage); }).m_out;
 }
 
 TEST(EchoParameters, NumbersTheDefaultsWithOneDataPath) {

@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <string>
 
+#include "Logger.h"
 #include "Platform.h"
 #include "TestSupport.h"
 
@@ -27,9 +28,9 @@ class UserParametersTest : public testing::Test {
     return m_directory / name;
   }
   /// The defaults with table applied, and what the console showed.
-  UserParameters Apply(ParameterTable table) {
+  UserParameters Apply(const ParameterTable& table) {
     UserParameters record;
-    m_console = CaptureConsole([&] { ApplyParameterTable(record, std::move(table)); });
+    m_console = CaptureConsole([&] { ApplyParameterTable(record, table, logMessage); });
     return record;
   }
   UserParameters ApplyOne(const std::string& key, const std::string& value) {
@@ -43,13 +44,7 @@ class UserParametersTest : public testing::Test {
     Validate(record);
     DeriveValues(record);
     MakeOutputDirectory(record);
-    OpenLog(record);
-  }
-  static void CompleteQuietly(UserParameters& record) {
-    CaptureConsole([&] { Complete(record); });
-  }
-  [[nodiscard]] bool LogIsIn(const std::string& directory) const {
-    return std::filesystem::is_regular_file(directory + "/TarvekPlusLog.txt");
+    MakeLogDirectory(record);
   }
 
   std::filesystem::path m_former = std::filesystem::current_path();
@@ -354,26 +349,26 @@ TEST_F(UserParametersTest, OutputDirectoryIsMadeBeforeThatOfTheLog) {
 }
 TEST_F(UserParametersTest, ValidationBuildsThePeakFormat) {
   UserParameters record;
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_peak_format, "%.5f %.1f\n");
 }
 TEST_F(UserParametersTest, ValidationBuildsThePeakFormatOfTheLimits) {
   UserParameters record;
   record.m_mz_digits = 9;
   record.m_intensity_digits = 0;
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_peak_format, "%.9f %.0f\n");
 }
 TEST_F(UserParametersTest, ValidationWidensTheDefaultHalfWidths) {
   UserParameters record;
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_candidate_halfwidth, 3.0);
   EXPECT_DOUBLE_EQ(record.m_extended_halfwidth, 3.3);
 }
 TEST_F(UserParametersTest, ValidationTakesTheToleranceInMz) {
   UserParameters record =
       Apply({{"datanum", "0"}, {"mstolppm", "0"}, {"mstol", "0.02"}, {"isolation_width", "4"}});
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_candidate_halfwidth, 5.0);
   EXPECT_DOUBLE_EQ(record.m_extended_halfwidth, 5.02);
 }
@@ -382,14 +377,14 @@ TEST_F(UserParametersTest, KeepsARootAsOutputDirectory) {
   UserParameters record;
   record.m_outputpath = "//";
   record.m_logfilepath = m_directory.Path();
-  CaptureConsole([&] { Complete(record); });
+  Complete(record);
   EXPECT_EQ(record.m_outputpath, std::string(1, kPathSeparator));
 }
 
 TEST_F(UserParametersTest, OutputDirectoryIsMadeWithItsParents) {
   UserParameters record;
   record.m_outputpath = m_directory / "out/deep//";
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_outputpath, m_directory / "out/deep");
   EXPECT_TRUE(std::filesystem::is_directory(m_directory / "out/deep"));
   EXPECT_FALSE(record.m_outputpath_follows_input);
@@ -402,7 +397,7 @@ TEST_F(UserParametersTest, OutputDirectoryThatCannotBeMadeIsNamed) {
 }
 TEST_F(UserParametersTest, WithoutAnOutputDirectoryTheOutputFollowsTheInput) {
   UserParameters record;
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_TRUE(record.m_outputpath_follows_input);
   EXPECT_EQ(record.m_outputpath, "");
 }
@@ -412,54 +407,49 @@ TEST_F(UserParametersTest, LogGoesIntoItsOwnDirectoryFirst) {
   record.m_logfilepath = m_directory / "logs/";
   record.m_outputpath = m_directory / "out";
   record.m_datapaths = {MakeFile("a.raw")};
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_logfilepath, m_directory / "logs");
-  EXPECT_TRUE(LogIsIn(m_directory / "logs"));
-  EXPECT_FALSE(LogIsIn(m_directory / "out"));
+  EXPECT_TRUE(std::filesystem::is_directory(m_directory / "logs"));
 }
 TEST_F(UserParametersTest, LogGoesIntoTheOutputDirectorySecond) {
   UserParameters record;
   record.m_outputpath = m_directory / "out/";
   record.m_datapaths = {MakeFile("a.raw")};
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_logfilepath, m_directory / "out");
-  EXPECT_TRUE(LogIsIn(m_directory / "out"));
 }
 TEST_F(UserParametersTest, LogGoesIntoTheCurrentDirectoryWithoutDataPaths) {
   UserParameters record;
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_logfilepath, ".");
-  EXPECT_TRUE(LogIsIn(m_directory.Path()));
 }
 TEST_F(UserParametersTest, LogGoesBesideTheFirstInputFile) {
   std::filesystem::create_directory(m_directory / "in");
   UserParameters record;
   record.m_datapaths = {MakeFile("in/a.raw"), MakeFile("b.raw")};
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_logfilepath, m_directory / "in");
-  EXPECT_TRUE(LogIsIn(m_directory / "in"));
 }
 TEST_F(UserParametersTest, LogGoesIntoTheFirstInputDirectory) {
   std::filesystem::create_directory(m_directory / "in");
   UserParameters record;
   record.m_datapaths = {m_directory / "in"};
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_logfilepath, m_directory / "in");
 }
 TEST_F(UserParametersTest, LogGoesIntoTheInputDirectoryThatHasNoSeparator) {
   std::filesystem::create_directory(m_directory / "in");
   UserParameters record;
   record.m_datapaths = {"in"};
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_logfilepath, "in");
 }
 TEST_F(UserParametersTest, LogOfABareFileNameGoesIntoTheCurrentDirectory) {
   MakeFile("run.ms1");
   UserParameters record;
   record.m_datapaths = {"run.ms1"};
-  CompleteQuietly(record);
+  Complete(record);
   EXPECT_EQ(record.m_logfilepath, ".");
-  EXPECT_TRUE(LogIsIn(m_directory.Path()));
 }
 TEST_F(UserParametersTest, LogDirectoryThatCannotBeMadeIsNamed) {
   UserParameters record;
@@ -468,25 +458,15 @@ TEST_F(UserParametersTest, LogDirectoryThatCannotBeMadeIsNamed) {
             "Can not make the directory: " + m_directory / "file/logs");
 }
 
-TEST_F(UserParametersTest, CompletedParametersAreEchoedBeforeTheLogIsOpened) {
-  const test::ConsoleText text = CaptureConsole([&] {
-    const UserParameters record = CompleteParameters({{"datapath", m_directory.Path()}});
-    EXPECT_EQ(record.m_peak_format, "%.5f %.1f\n");
-  });
-  const std::size_t echo = text.m_out.find("END PARAMETERS");
-  const std::size_t log = text.m_out.find("Tarvek writes logs in ");
-  ASSERT_NE(log, std::string::npos);
-  EXPECT_LT(echo, log);
-}
 TEST_F(UserParametersTest, CompletedParametersAreEchoedWithoutDerivedPaths) {
   const test::ConsoleText text = CaptureConsole([&] {
-    CompleteParameters({{"datapath", m_directory.Path()}});
+    CompleteParameters({{"datapath", m_directory.Path()}}, logMessage);
   });
   EXPECT_THAT(text.m_out, testing::HasSubstr("> - 12: logfilepath = \n"));
 }
 TEST_F(UserParametersTest, EchoIsShownEvenWhenValidationFails) {
   const test::ConsoleText text = CaptureConsole([&] {
-    MessageOf([] { CompleteParameters({{"datanum", "0"}, {"m/z", "10"}}); });
+    MessageOf([] { CompleteParameters({{"datanum", "0"}, {"m/z", "10"}}, logMessage); });
   });
   EXPECT_THAT(text.m_out, testing::HasSubstr("m/z = 10\n"));
 }

@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <ctime>
 #include <filesystem>
 #include <iostream>
 #include <string>
@@ -170,26 +169,6 @@ TEST(GlobalLogger, IsUsedByTheFreeFunctions) {
   EXPECT_EQ(text.m_err, "[Tarvek] <ERROR> - e\n");
   EXPECT_THAT(ReadFile(directory / kLogFileName),
               HasSubstr("record\n[Tarvek] <INFO> - i\n[Tarvek] <ERROR> - e\n"));
-}
-
-TEST(AsctimeText, PadsTheDayWithABlankAndTheClockWithZeros) {
-  EXPECT_EQ(AsctimeText({2024, 3, 5, 9, 7, 3, 2}), "Tue Mar  5 09:07:03 2024\n");
-}
-TEST(AsctimeText, WritesTwoDigitsWhereThereAreTwo) {
-  EXPECT_EQ(AsctimeText({2026, 11, 14, 23, 38, 5, 6}), "Sat Nov 14 23:38:05 2026\n");
-}
-TEST(AsctimeText, AgreesWithTheCLibraryThroughTheYear) {
-  for (int day = 0; day < 366; ++day) {
-    std::tm fields{};
-    fields.tm_year = 124;
-    fields.tm_mday = 1 + day;
-    fields.tm_hour = 12;
-    fields.tm_isdst = -1;
-    ASSERT_NE(std::mktime(&fields), -1);
-    EXPECT_EQ(AsctimeText({fields.tm_year + 1900, fields.tm_mon + 1, fields.tm_mday, fields.tm_hour,
-                           fields.tm_min, fields.tm_sec, fields.tm_wday}),
-              std::asctime(&fields));
-  }
 }
 
 }  // namespace

@@ -1,21 +1,19 @@
 #include "batch/FinishedRuns.h"
 
-#include <algorithm>
 #include "FileUtils.h"
 #include "InputFormats.h"
 #include "IsotopeTable.h"
 #include "RunDriver.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
-#include "outputs/QuietLibrary.h"
 #include "outputs/RunOutcome.h"
 
 namespace tarvek::tools {
 namespace {
 
 std::string FingerprintOf(const UserParameters& settings) {
-  return IsotopeTableFingerprint(
-      ReadIsotopeTable(IsotopeTablePath(settings, InstalledTablePath())));
+  return IsotopeTableFingerprint(ReadIsotopeTable(
+      IsotopeTablePath(settings.m_ipv_file, settings.m_ipv_file_is_given, InstalledTablePath())));
 }
 
 InputKind KindOf(const UserParameters& settings) {

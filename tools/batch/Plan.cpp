@@ -7,6 +7,7 @@
 #include "CommandLine.h"
 #include "FileUtils.h"
 #include "InputFormats.h"
+#include "Logger.h"
 #include "OutputSet.h"
 #include "ParameterFile.h"
 #include "Platform.h"
@@ -27,7 +28,7 @@ struct BatchRequest {
 };
 
 bool IsOption(const std::string& word) {
-  return word.size() == 2 && word[0] == '-' && (word[1] < '0' || word[1] > '9');
+  return word.size() == 2 && word[0] == '-' && !IsDigit(word[1]);
 }
 
 BatchRequest ReadOptions(std::span<const std::string> words) {
@@ -66,7 +67,7 @@ BatchRequest ReadParameters(const std::string& path) {
 /// The settings with their data paths; one that is missing ends the batch before it starts.
 UserParameters SettingsOf(const BatchRequest& request) {
   UserParameters settings;
-  ApplyParameterTable(settings, request.m_table);
+  ApplyParameterTable(settings, request.m_table, logMessage);
   if (settings.m_datapaths.size() != DataPathCandidates(request.m_table).size())
     throw "Not every data path is there; nothing was started";
   return settings;
@@ -75,7 +76,7 @@ UserParameters SettingsOf(const BatchRequest& request) {
 /// The files of a data path, as tarvek would process them; the format of a file becomes that of the
 /// directories behind it.
 std::vector<std::string> FilesOf(const std::string& path, UserParameters& settings) {
-  const std::string format = detectDataPathFormat(path, settings);
+  const std::string format = detectDataPathFormat(path, settings.m_input_format);
   if (FindInputFormat(format) == nullptr) throw UnknownFormatText(path, format);
   settings.m_input_format = format;
   std::vector<std::string> files = ListInputFiles(path, format);

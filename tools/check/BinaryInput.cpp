@@ -5,7 +5,6 @@
 #include "check/Account.h"
 #include "check/Inputs.h"
 #include "outputs/OutputNames.h"
-#include "outputs/QuietLibrary.h"
 
 namespace tarvek::tools {
 namespace {
@@ -17,7 +16,6 @@ void TakeSurveys(CheckAccount& account, MsbReader& reader) {
 }
 
 void TakeAll(CheckAccount& account, const std::string& base_path) {
-  const QuietLibrary quiet;
   MsbReader reader(base_path);
   for (MS2Spectrum scan; reader.TakeMs2(scan);) {
     TakeSurveys(account, reader);

@@ -11,7 +11,6 @@
 #include "IsotopeTable.h"
 #include "RunDriver.h"
 #include "check/Account.h"
-#include "outputs/QuietLibrary.h"
 
 namespace tarvek::tools {
 namespace {
@@ -74,10 +73,8 @@ FragmentFacts FactsOf(const MS2Spectrum& scan) {
 CheckedTable CheckIsotopeTable(CheckReport& report, const CheckOptions& options) {
   constexpr const char* kAdvice =
       "Name a table with -I, or write one with tarvek-tools ipv IPV.txt.";
-  UserParameters parameters;
-  parameters.m_ipv_file = options.m_ipv_file;
-  parameters.m_ipv_file_is_given = options.m_ipv_file_is_given;
-  const std::string path = IsotopeTablePath(parameters, InstalledTablePath());
+  const std::string path =
+      IsotopeTablePath(options.m_ipv_file, options.m_ipv_file_is_given, InstalledTablePath());
   try {
     const IsotopeTable table = ReadIsotopeTable(path);
     if (std::ranges::any_of(table, IsEmptyRow))

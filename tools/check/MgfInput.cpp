@@ -14,7 +14,6 @@
 #include "StringUtils.h"
 #include "TableReader.h"
 #include "check/Inputs.h"
-#include "outputs/QuietLibrary.h"
 
 namespace tarvek::tools {
 namespace {
@@ -125,7 +124,6 @@ class MgfLooker {
 /// Reads the whole file as a run would, so that whatever ends the run is found. The scans that it
 /// gets are taken off those that are not usable.
 std::int64_t CountScans(const std::string& path, MgfLook& look) {
-  const QuietLibrary quiet;
   MgfReader reader(path, "r");
   std::int64_t count = 0;
   for (MS2Spectrum scan; reader.ReadNext(scan); ++count) look.m_why_unusable.erase(scan.m_scan_no);

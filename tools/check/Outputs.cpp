@@ -6,7 +6,9 @@
 
 #include "FileUtils.h"
 #include "NumberText.h"
+#include "PrecursorTable.h"
 #include "RunSummary.h"
+#include "UnfinishedFile.h"
 #include "check/Account.h"
 #include "check/Mgf.h"
 #include "check/Pf.h"
@@ -66,11 +68,11 @@ class OutputsCheck {
 
   void CheckFinished() {
     if (m_outputs->m_has_unfinished)
-      m_report->Defect("unfinished", m_outputs->Path(std::string(kUnfinishedTableEnding)),
+      m_report->Defect("unfinished", m_outputs->Path(UnfinishedPathOf(kTableEnding)),
                        "The run was stopped before its end, or is still going on.",
                        "Run tarvek again: it processes this input from the start.");
     if (m_outputs->m_has_unfinished_record)
-      m_report->Defect("unfinished", m_outputs->Path(".tarvek_unfinished"),
+      m_report->Defect("unfinished", m_outputs->Path(UnfinishedPathOf(kRunRecordEnding)),
                        "It was left by a run that was stopped, or that is still going on.",
                        "Run tarvek again, or delete the file.");
     const bool is_of_mgf = m_outputs->m_pf2 == std::set<std::string>{""} &&

@@ -18,7 +18,6 @@
 #include "ScoringModels.h"
 #include "StringUtils.h"
 #include "TableReader.h"
-#include "outputs/QuietLibrary.h"
 
 namespace tarvek::tools {
 namespace {
@@ -212,7 +211,6 @@ class ParameterCheck {
     ParameterTable settings = m_sound;
     std::erase_if(settings, [](const auto& entry) { return entry.first.starts_with(kDataPath); });
     settings[kDataNumber] = "0";
-    const QuietLibrary quiet;
     ApplyParameterTable(m_parameters, settings);
     CheckOptions& options = m_plan.m_options;
     options.m_settings.m_isolation_width = m_parameters.m_isolation_width;

@@ -4,14 +4,17 @@
 #include <array>
 #include <optional>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "FileUtils.h"
 #include "InputFormats.h"
 #include "ParameterFile.h"
 #include "Platform.h"
+#include "PrecursorTable.h"
 #include "RunRecord.h"
 #include "StringUtils.h"
+#include "UnfinishedFile.h"
 #include "check/Table.h"
 #include "outputs/OutputNames.h"
 
@@ -43,25 +46,24 @@ struct FileName {
   std::string m_words;  // activation and instrument of a split output
 };
 
-struct Ending {
-  std::string_view m_text;
-  FileKind m_kind;
-};
-
-// Of files that are no inputs, or only a part of one; the first that fits counts.
-constexpr std::array<Ending, 13> kEndings = {{{".csv_unfinished", FileKind::kUnfinishedTable},
-                                              {".tarvek_unfinished", FileKind::kUnfinishedRecord},
-                                              {kRunRecordEnding, FileKind::kRecord},
-                                              {"_unfinished", FileKind::kUnfinished},
-                                              {".ms2", FileKind::kText},
-                                              {".msb", FileKind::kBinary},
-                                              {".mscsv", FileKind::kBinary},
-                                              {".csv", FileKind::kTable},
-                                              {".pf1", FileKind::kPf1},
-                                              {".pf1idx", FileKind::kPf1},
-                                              {".pf2", FileKind::kPf2},
-                                              {".pf2idx", FileKind::kPf2},
-                                              {".morvex", FileKind::kMarker}}};
+/// Of files that are no inputs, or only a part of one; the first that fits counts.
+const auto& Endings() {
+  static const std::array<std::pair<std::string, FileKind>, 13> kEndings = {
+      {{UnfinishedPathOf(kTableEnding), FileKind::kUnfinishedTable},
+       {UnfinishedPathOf(kRunRecordEnding), FileKind::kUnfinishedRecord},
+       {std::string(kRunRecordEnding), FileKind::kRecord},
+       {std::string(kUnfinished), FileKind::kUnfinished},
+       {".ms2", FileKind::kText},
+       {".msb", FileKind::kBinary},
+       {".mscsv", FileKind::kBinary},
+       {std::string(kTableEnding), FileKind::kTable},
+       {".pf1", FileKind::kPf1},
+       {".pf1idx", FileKind::kPf1},
+       {".pf2", FileKind::kPf2},
+       {".pf2idx", FileKind::kPf2},
+       {".morvex", FileKind::kMarker}}};
+  return kEndings;
+}
 
 FileKind KindOf(InputRoad road) {
   if (road == InputRoad::kText) return FileKind::kText;
@@ -73,7 +75,7 @@ FileName TakeApart(const std::string& name) {
   FileName file;
   if (const auto [format, ending_size] = FormatOfName(name); format != nullptr)
     file = {KindOf(format->m_road), name.substr(0, name.size() - ending_size), {}};
-  for (const auto& [ending, kind] : kEndings) {
+  for (const auto& [ending, kind] : Endings()) {
     if (name.size() <= ending.size() || !EndsWithIgnoreCase(name, ending)) continue;
     file.m_kind = kind;
     file.m_base = name.substr(0, name.size() - ending.size());

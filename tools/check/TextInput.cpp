@@ -16,7 +16,6 @@
 #include "TableReader.h"
 #include "check/Account.h"
 #include "check/Inputs.h"
-#include "outputs/QuietLibrary.h"
 
 namespace tarvek::tools {
 namespace {
@@ -51,7 +50,7 @@ class TextLooker {
   void Take(std::string_view line, std::int64_t number) {
     if (line.empty()) return;
     const char kind = line.front();
-    if (kind >= '0' && kind <= '9') TakePeak(line, number);
+    if (IsDigit(kind)) TakePeak(line, number);
     if (kind == 'S') TakeScan(ParseInteger(TokenAt(line, '\t', 1)));
     if (kind == 'I') m_look.m_keys.emplace(TokenAt(line, '\t', 1));
     if (kind == 'H' && TokenAt(line, '\t', 1) == "Extractor")
@@ -200,7 +199,6 @@ void CheckTextInput(CheckReport& report, const std::string& ms1, const CheckOpti
   const auto read = [&](const std::string& path, bool is_fragments) {
     return ReadOrReport(report, path, "Check that the file is there and can be read.", [&] {
       const TextLook look = LookAtFile(report, path, is_fragments);
-      const QuietLibrary quiet;
       if (is_fragments)
         TakeFragments(account, path, look);
       else

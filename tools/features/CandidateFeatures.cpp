@@ -100,7 +100,7 @@ Labeller MakeLabeller(const FeatureTableOptions& options) {
 void WriteRows(const UserParameters& parameters, const FeatureTableOptions& options,
                OutputFile& out) {
   const Labeller label = MakeLabeller(options);
-  TextSpectrumSource source(options.m_ms1_path, Ms2Path(parameters));
+  TextSpectrumSource source(options.m_ms1_path, Ms2Path(options.m_ms1_path));
   Ms1Feed feed(source, nullptr);
   PrecursorDetermination determination(parameters);
   MS2Spectrum scan;

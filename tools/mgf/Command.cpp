@@ -14,8 +14,10 @@
 #include <vector>
 
 #include "FileUtils.h"
+#include "PrecursorTable.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
+#include "UnfinishedFile.h"
 #include "mgf/Blocks.h"
 #include "mgf/Output.h"
 #include "mgf/Profiles.h"
@@ -103,9 +105,9 @@ void RefuseUnfinishedRuns(const std::vector<std::string>& inputs) {
     if (name.m_words.empty()) continue;
     const std::string base = JoinPath({FolderOf(input), name.m_run});
     if (IsUnfinishedRun(base))
-      throw "The run of " + input + " did not finish: there is only " + base +
-          std::string(kUnfinishedTableEnding) + ". Process it again";
-    const std::string record = RunRecordPath(FolderOf(input), name.m_run);
+      throw "The run of " + input + " did not finish: there is only " +
+          UnfinishedPathOf(base + std::string(kTableEnding)) + ". Process it again";
+    const std::string record = base + std::string(kRunRecordEnding);
     if (const std::string why = WhyNothingIsExported(RecordAt(record)); !why.empty())
       throw "The run of " + input + " exported nothing, as " + record + " says: " + why;
   }

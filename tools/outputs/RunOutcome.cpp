@@ -5,9 +5,11 @@
 
 #include "FileUtils.h"
 #include "Platform.h"
+#include "PrecursorTable.h"
 #include "PrecursorTableReader.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek::tools {
 namespace {
@@ -22,8 +24,8 @@ bool MayBeUnfinishedTable(const std::string& path) {
 }  // namespace
 
 bool IsUnfinishedRun(const std::string& base_path) {
-  return FileExists(base_path + std::string(kUnfinishedTableEnding)) &&
-         !FileExists(base_path + ".csv");
+  const std::string table = base_path + std::string(kTableEnding);
+  return FileExists(UnfinishedPathOf(table)) && !FileExists(table);
 }
 
 FoundRuns FindRuns(const std::string& folder) {
@@ -34,9 +36,8 @@ FoundRuns FindRuns(const std::string& folder) {
     const std::string path = JoinPath({folder, name});
     // By the ending first: anything may lie in the folder, a pipe for one.
     std::string_view base = path;
-    const bool is_finished = CutEnding(base, kTableEnding);
-    const bool is_table = is_finished || CutEnding(base, kUnfinishedTableEnding);
-    if (name.starts_with('.') || !is_table) continue;
+    const bool is_finished = !CutEnding(base, kUnfinished);
+    if (name.starts_with('.') || !CutEnding(base, kTableEnding)) continue;
     if (!(is_finished ? IsPrecursorTable(path) : MayBeUnfinishedTable(path))) continue;
     (is_finished ? runs.m_finished : runs.m_unfinished).emplace_back(base);
   }

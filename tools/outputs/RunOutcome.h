@@ -1,6 +1,6 @@
 // tools/outputs/RunOutcome.h: how a run ended, told by the files that it left.
-// Does:     finds the runs of a folder; tells one that was stopped from one that came to its end; reads the record of a run and
-//           says in words what was left out of its outputs.
+// Does:     finds the runs of a folder; tells one that was stopped from one that came to its end;
+//           reads the record of a run and says in words what was left out of its outputs.
 // Throws:   RecordAt what ReadRunRecord throws, FindRuns a std::string that names the folder; the rest
 //           nothing.
 // Not here: the record itself (RunRecord.h), what is made of the outcome (each command).
@@ -8,22 +8,15 @@
 
 #include <cstddef>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "RunRecord.h"
 
 namespace tarvek::tools {
 
-/// What the name of the table of a run ends in, until it is complete.
-inline constexpr std::string_view kUnfinishedTableEnding = ".csv_unfinished";
-
 /// Whether the run with this path of its base name left a table that is not complete, maybe empty,
 /// and none that is.
 bool IsUnfinishedRun(const std::string& base_path);
-
-/// What the name of a complete table ends in.
-inline constexpr std::string_view kTableEnding = ".csv";
 
 /// Base paths, ascending.
 struct FoundRuns {

@@ -7,6 +7,8 @@
 #include <vector>
 
 #include "FileUtils.h"
+#include "PrecursorTable.h"
+#include "StringUtils.h"
 #include "UnfinishedFile.h"
 #include "outputs/RunOutcome.h"
 #include "report/Data.h"
@@ -59,9 +61,9 @@ BatchRun ReportUnfinished(const std::string& base_path, const std::string& out_f
 
 // The run that a path means: itself, or its table without the ending.
 std::string BasePathOf(const std::string& path) {
-  for (const std::string_view ending : {std::string_view(".csv"), kUnfinishedTableEnding})
-    if (path.ends_with(ending)) return path.substr(0, path.size() - ending.size());
-  return path;
+  std::string_view base = path;
+  CutEnding(base, kUnfinished);
+  return CutEnding(base, kTableEnding) ? std::string(base) : path;
 }
 
 void ReportOne(const ReportOptions& options) {

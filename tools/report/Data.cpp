@@ -11,7 +11,6 @@
 #include "NumberText.h"
 #include "PfReader.h"
 #include "outputs/DeclaredWidth.h"
-#include "outputs/QuietLibrary.h"
 #include "report/Content.h"
 #include "report/LeftOut.h"
 #include "report/Purity.h"
@@ -188,7 +187,6 @@ class ReportBuilder {
       PfReader surveys(m_files.m_pf1);
       for (MS1Spectrum survey; surveys.ReadMs1(survey);) action(survey);
     } else if (!m_files.m_ms1.empty()) {
-      const QuietLibrary quiet;
       Ms1TextReader surveys(m_files.m_ms1, "r");
       for (MS1Spectrum survey; surveys.ReadNext(survey);) action(survey);
     }

@@ -7,17 +7,16 @@
 
 #include "FileUtils.h"
 #include "InputFormats.h"
-#include "Logger.h"
 #include "MgfText.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
+#include "PrecursorTable.h"
 #include "PrecursorTableReader.h"
 #include "RunDriver.h"
 #include "ScanTable.h"
 #include "StringUtils.h"
 #include "TableReader.h"
 #include "outputs/OutputNames.h"
-#include "outputs/QuietLibrary.h"
 #include "outputs/RunOutcome.h"
 
 namespace tarvek::tools {
@@ -142,7 +141,6 @@ std::vector<ReportRow> ReadReportRows(const std::string& path) {
 }
 
 std::vector<InputScan> ReadTextInput(const std::string& ms2_path) {
-  const QuietLibrary quiet;
   const std::vector<std::int32_t> without_charge = ScansWithoutCharge(ms2_path);
   Ms2TextReader reader(ms2_path, "r");
   std::vector<InputScan> scans;
@@ -156,7 +154,6 @@ std::vector<InputScan> ReadTextInput(const std::string& ms2_path) {
 }
 
 std::vector<InputScan> ReadTableInput(const std::string& mscsv_path) {
-  const QuietLibrary quiet;
   const ScanTable table = LoadScanTable(mscsv_path);
   std::vector<InputScan> scans;
   for (const ScanTableEntry& entry : table.Rows()) {

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include "NumberText.h"
+#include "StringUtils.h"
 #include "report/Pictures.h"
 #include "report/Style.h"
 #include "report/Svg.h"
@@ -31,7 +32,7 @@ std::string Element(std::string_view name, std::string_view text) {
 
 bool IsLetterOrDigit(char character) {
   return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
-         (character >= '0' && character <= '9');
+         IsDigit(character);
 }
 
 // Escaped, with the options of tarvek in it, such as "-W", kept in one piece.
