@@ -37,6 +37,7 @@ struct BatchTask {
   std::string m_parameter_file;          // to be written to ParameterFileOf, empty for options
   std::string m_working_directory;       // of the processes; empty: that of this one
   std::vector<std::string> m_check;      // arguments of tarvek-tools, before tarvek; may be empty
+  std::vector<std::string> m_calibration;  // the same after tarvek
 };
 
 /// Where the parameter file of a task is.
