@@ -103,8 +103,8 @@ class BatchRunner {
     std::vector<std::string> words{is_tarvek ? m_settings.m_program : m_settings.m_check_program};
     const std::vector<std::string>& arguments = ArgumentsOf(task, running.m_step);
     words.insert(words.end(), arguments.begin(), arguments.end());
-    BackgroundProcess process = BackgroundProcess::Start(words, OutputOf(task, running.m_step),
-                                                         task.m_working_directory);
+    BackgroundProcess process =
+        BackgroundProcess::Start(words, OutputOf(task, running.m_step), task.m_working_directory);
     if (!process.IsRunning()) throw "cannot start " + words.front();
     m_processes.push_back(std::move(process));
     m_running.push_back(running);

@@ -2,7 +2,6 @@
 
 #include <iostream>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
 
@@ -10,6 +9,7 @@
 #include "NumberText.h"
 #include "Platform.h"
 #include "calibrate/Estimator.h"
+#include "calibrate/Json.h"
 #include "calibrate/Rewrite.h"
 #include "calibrate/RunSpectra.h"
 #include "outputs/RunOutcome.h"
@@ -96,32 +96,9 @@ void Print(const CalibratedRun& run) {
     std::cout << "  corrected\n";
 }
 
-ordered_json CurveJson(const Curve& curve, const char* place) {
-  ordered_json json = ordered_json::array();
-  for (const Knot& knot : curve.m_knots) json.push_back({{place, knot.m_at}, {"ppm", knot.m_ppm}});
-  return json;
-}
-
-ordered_json ConfidenceJson(const Confidence& confidence) {
-  return {{"ppm", confidence.m_ppm},
-          {"error_ppm", confidence.m_error_ppm},
-          {"matches", confidence.m_matches},
-          {"strength", confidence.m_strength},
-          {"sure", confidence.m_is_sure}};
-}
-
 ordered_json RunJson(const CalibratedRun& run) {
-  const Calibration& calibration = run.m_calibration;
   return {{"run", run.m_base},
-          {"correction", calibration.IsOn() ? "on" : "off"},
-          {"why_off", calibration.m_why_off},
-          {"surveys", ConfidenceJson(calibration.m_surveys)},
-          {"fragments", ConfidenceJson(calibration.m_fragments)},
-          {"surveys_by_time", CurveJson(calibration.m_surveys_by_time, "seconds")},
-          {"fragments_by_mz", CurveJson(calibration.m_fragments_by_mz, "mz")},
-          {"fragments_by_time", CurveJson(calibration.m_fragments_by_time, "seconds")},
-          {"tolerance_ppm",
-           calibration.IsOn() ? ordered_json(calibration.m_tolerance_ppm) : ordered_json(nullptr)},
+          {"calibration", CalibrationJson(run.m_calibration)},
           {"applied", run.m_is_applied},
           {"applied_before", run.m_was_before}};
 }

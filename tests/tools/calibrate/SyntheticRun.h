@@ -97,7 +97,8 @@ class SyntheticRun {
       if (Share() < 0.8) add(whole - front + kProton, 80.0 + 100.0 * Share());  // y
       if (Share() < 0.3) add(MassOfResidue(peptide[i]) - kCarbonMonoxide + kProton, 40.0);
     }
-    for (int i = 0; i < 60; ++i) scan.m_peaks.push_back({110.0 + 1300.0 * Share(), 20.0 * Share()});
+    for (int i = 0; i < 60; ++i)
+      scan.m_peaks.push_back({110.0 + 1300.0 * Share(), 1.0 + 20.0 * Share()});
     SortByMz(scan.m_peaks);
     const int charge = Share() < 0.6 ? 2 : 3;
     const double mz = whole / charge + kProton;
