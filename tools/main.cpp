@@ -9,6 +9,7 @@
 #include "Platform.h"
 #include "batch/Command.h"
 #include "batch/RunCommand.h"
+#include "calibrate/Command.h"
 #include "check/Command.h"
 #include "features/Command.h"
 #include "ipv/Command.h"
@@ -47,6 +48,7 @@ int Run(int argc, const char* const* argv) {
     tarvek::tools::AddMgfCommand(app);
     tarvek::tools::AddBatchCommand(app);
     tarvek::tools::AddReportCommand(app);
+    tarvek::tools::AddCalibrateCommand(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
   } catch (const char* message) {  // of the parameters of tarvek

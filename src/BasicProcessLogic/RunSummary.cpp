@@ -133,14 +133,16 @@ std::string SettingsDifference(const RunRecord& recorded, const RunRecord& now) 
 }
 
 std::string RecordedDifference(const UserParameters& parameters, std::string_view isotope_table,
-                               InputKind kind) {
+                               InputKind kind, const RunRecord& more) {
   const std::string path = RunRecordPath(parameters);
   if (!FileExists(path)) return "";
   RunRecord recorded = ReadRunRecord(path);
   if (kind == InputKind::kSpectra)
     for (const std::string_view key : {kSettingAnalyser, kSettingActivation})
       recorded.m_settings.erase(std::string(key));
-  return SettingsDifference(recorded, SettingsOf(parameters, isotope_table, kind));
+  RunRecord now = SettingsOf(parameters, isotope_table, kind);
+  now.m_settings.insert(more.m_settings.begin(), more.m_settings.end());
+  return SettingsDifference(recorded, now);
 }
 
 void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isotope_table,

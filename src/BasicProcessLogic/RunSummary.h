@@ -46,9 +46,10 @@ std::string RunRecordPath(const UserParameters& parameters);
 std::string SettingsDifference(const RunRecord& recorded, const RunRecord& now);
 
 /// The same of the finished run of the current file, from its record; empty without a record. What
-/// only concerns the extraction is not compared for spectra.
+/// only concerns the extraction is not compared for spectra. more: settings of now that are none of
+/// tarvek's own.
 std::string RecordedDifference(const UserParameters& parameters, std::string_view isotope_table,
-                               InputKind kind);
+                               InputKind kind, const RunRecord& more = {});
 
 /// Warns when RecordedDifference is not empty: a finished run is skipped that has other settings;
 /// also of a record that cannot be read.

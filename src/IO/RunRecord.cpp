@@ -17,6 +17,7 @@ constexpr std::string_view kCount = "count";
 constexpr std::string_view kWidth = "width";
 constexpr std::string_view kLeftOut = "left_out";
 constexpr std::string_view kLeftOutScan = "left_out_scan";
+constexpr std::string_view kCalibration = "calibration";
 
 void AppendField(std::string& text, std::string_view field) {
   const std::size_t start = text.size();
@@ -80,6 +81,7 @@ std::string RunRecordText(const RunRecord& record) {
   AppendCounts(text, kLeftOut, record.m_left_out);
   for (const auto& [scan_no, reason] : record.m_left_out_scans)
     AppendEntry(text, kLeftOutScan, std::to_string(scan_no), reason);
+  for (const auto& [key, value] : record.m_calibration) AppendEntry(text, kCalibration, key, value);
   return text;
 }
 
@@ -100,6 +102,8 @@ bool AddRunRecordLine(std::string_view line, RunRecord& record) {
     record.m_left_out[std::move(key)] = CountOf(value);
   else if (kind == kLeftOutScan)
     record.m_left_out_scans[NumberOf<std::int32_t>(key, "scan number")] = value;
+  else if (kind == kCalibration)
+    record.m_calibration[std::move(key)] = value;
   else
     return false;
   return true;

@@ -8,7 +8,7 @@
 // Not here: when a record is written and what is in it.
 //
 // Text: one entry a line, three fields separated by tabs: kind ("setting", "count", "width",
-// "left_out" or "left_out_scan"), key, value. Other lines that hold no tab are for people and are
+// "left_out", "left_out_scan" or "calibration"), key, value. Other lines that hold no tab are for people and are
 // passed over; other kinds are passed over too, so that a newer program may add some. A key that
 // repeats counts once, the last.
 #pragma once
@@ -28,6 +28,7 @@ struct RunRecord {
   std::map<std::string, std::int64_t> m_widths;    // declared full width to number of MS2 scans
   std::map<std::string, std::int64_t> m_left_out;  // reason to number of MS2 scans
   std::map<std::int32_t, std::string> m_left_out_scans;  // scan number to reason; not of all scans
+  std::map<std::string, std::string> m_calibration;  // of the outputs, by what comes after the run
 
   /// A count; nothing when the record does not say.
   [[nodiscard]] std::optional<std::int64_t> Count(std::string_view key) const;

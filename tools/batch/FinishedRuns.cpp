@@ -30,13 +30,15 @@ const std::string& FinishedRuns::Fingerprint() {
 }
 
 RunRecord FinishedRuns::SettingsNow(const UserParameters& settings) {
-  return SettingsOf(settings, Fingerprint(), KindOf(settings));
+  RunRecord now = SettingsOf(settings, Fingerprint(), KindOf(settings));
+  now.m_settings.insert(m_more.m_settings.begin(), m_more.m_settings.end());
+  return now;
 }
 
 std::string FinishedRuns::OtherSettings(const UserParameters& settings) {
   if (RecordAt(RunRecordPath(settings)).m_settings.empty())
     return {};  // without asking for a table
-  return RecordedDifference(settings, Fingerprint(), KindOf(settings));
+  return RecordedDifference(settings, Fingerprint(), KindOf(settings), m_more);
 }
 
 }  // namespace tarvek::tools

@@ -8,6 +8,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "RunRecord.h"
 #include "UserParameters.h"
@@ -18,7 +19,9 @@ namespace tarvek::tools {
 class FinishedRuns {
  public:
   /// settings: of now; their isotope table is read when it is first asked for.
-  explicit FinishedRuns(const UserParameters& settings) : m_settings(settings) {}
+  /// more: settings of now that are none of tarvek's own.
+  explicit FinishedRuns(const UserParameters& settings, RunRecord more = {})
+      : m_settings(settings), m_more(std::move(more)) {}
 
   /// What the record of the current file would hold of its settings.
   RunRecord SettingsNow(const UserParameters& settings);
@@ -31,6 +34,7 @@ class FinishedRuns {
   const std::string& Fingerprint();
 
   UserParameters m_settings;
+  RunRecord m_more;
   std::optional<std::string> m_fingerprint;  // of the table
 };
 

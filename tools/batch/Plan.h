@@ -32,11 +32,12 @@ struct BatchTask {
   std::string m_other_settings;  // of a finished input: "isolation_width 2.000000, now 3.000000"
   RunRecord m_wanted;     // settings that the record must have afterwards; none where any will do
   std::string m_refusal;  // why it fails without being started; empty for most
-  std::int64_t m_size_bytes = 0;         // of the input, as a measure of the work
-  std::vector<std::string> m_arguments;  // of tarvek, without the program
-  std::string m_parameter_file;          // to be written to ParameterFileOf, empty for options
-  std::string m_working_directory;       // of the processes; empty: that of this one
-  std::vector<std::string> m_check;      // arguments of tarvek-tools, before tarvek; may be empty
+  std::int64_t m_size_bytes = 0;           // of the input, as a measure of the work
+  std::vector<std::string> m_arguments;    // of tarvek, without the program
+  std::string m_parameter_file;            // to be written to ParameterFileOf, empty for options
+  std::string m_working_directory;         // of the processes; empty: that of this one
+  std::vector<std::string> m_check;        // arguments of tarvek-tools, before tarvek; may be empty
+  std::vector<std::string> m_calibration;  // the same after tarvek
 };
 
 /// Where the parameter file of a task is.

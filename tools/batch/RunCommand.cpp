@@ -155,6 +155,8 @@ void AddRunCommand(CLI::App& app) {
   run->add_flag("--stop-at-failure", arguments->m_stops_at_failure,
                 "Start no further file after a failure");
   run->add_flag("--no-check", arguments->m_has_no_check, "Do not check the inputs before");
+  run->add_flag("--calibrate", arguments->m_request.m_is_calibrated,
+                "Correct the m/z of each run by its own fragments, where they tell the bias");
   run->add_flag("--quiet", arguments->m_is_quiet, "Show only failures");
   run->callback([arguments] { RunRunCommand(*arguments); });
 }

@@ -7,6 +7,7 @@
 #include "Platform.h"
 #include "RunDriver.h"
 #include "batch/RunInputs.h"
+#include "calibrate/Calibration.h"
 
 namespace tarvek::tools {
 namespace {
@@ -52,6 +53,13 @@ UserParameters CurrentOf(UserParameters settings, const std::string& input) {
   return settings;
 }
 
+/// What the record of a calibrated run has beyond the settings of tarvek.
+RunRecord CalibrationSettings(const RunRequest& request) {
+  RunRecord more;
+  if (request.m_is_calibrated) more.m_settings[std::string(kSettingCalibrated)] = "1";
+  return more;
+}
+
 /// MGF has no table: its record says that it is finished. tarvek would skip one that lies where its
 /// outputs go.
 void TakeMgf(BatchTask& task, bool is_again) {
@@ -89,14 +97,17 @@ std::vector<BatchTask> PlanRun(const RunRequest& request) {
   settings.m_outputpath = WithoutTrailingSeparators(request.m_output_directory);
   if (!request.m_output_directory.empty())
     table[kOutputKey] = AbsolutePath(request.m_output_directory);
-  FinishedRuns finished(settings);
+  FinishedRuns finished(settings, CalibrationSettings(request));
   std::vector<BatchTask> tasks;
   for (const std::string& input : request.m_inputs) {
     tasks.push_back(TaskFor(input, settings, finished));
     BatchTask& task = tasks.back();
     SetArguments(task, table);
     task.m_wanted = finished.SettingsNow(CurrentOf(settings, input));
-    if (InputFormatOf(input) == "mgf") TakeMgf(task, settings.m_rewrite_files);
+    if (InputFormatOf(input) == "mgf")
+      TakeMgf(task, settings.m_rewrite_files);
+    else if (request.m_is_calibrated)
+      task.m_calibration = {"calibrate", "--apply", AbsolutePath(task.m_table)};
     if (request.m_has_check) task.m_check = CheckArguments(input, table);
     task.m_refusal = RefusalOf(task);
   }

@@ -20,6 +20,7 @@ struct RunRequest {
   ParameterTable m_settings;          // those that were asked for, by the keys of tarvek
   std::string m_isotope_table;        // path; empty: the installed one
   bool m_has_check = true;            // look at each input before its run
+  bool m_is_calibrated = false;       // correct the m/z of each run by its own fragments
 };
 
 /// A task for each input, in their order.

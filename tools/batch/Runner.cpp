@@ -19,12 +19,25 @@ namespace {
 constexpr int kLookMs = 200;
 constexpr std::int64_t kPatienceMs = 3000;  // with a process that was asked to end
 
+/// The processes of a task, in their order.
+enum class Step { kCheck, kTarvek, kCalibration };
+
 /// A running task; its process is in the same place of a list of its own.
 struct RunningTask {
   std::size_t m_task = 0;
   std::int64_t m_start_ms = 0;
-  bool m_is_check = false;  // of its input, before tarvek
+  Step m_step = Step::kTarvek;
 };
+
+const std::vector<std::string>& ArgumentsOf(const BatchTask& task, Step step) {
+  if (step == Step::kCheck) return task.m_check;
+  return step == Step::kTarvek ? task.m_arguments : task.m_calibration;
+}
+
+std::string OutputOf(const BatchTask& task, Step step) {
+  if (step == Step::kCheck) return CheckFileOf(task);
+  return step == Step::kTarvek ? ConsoleFileOf(task) : CalibrationFileOf(task);
+}
 
 class BatchRunner {
  public:
@@ -77,7 +90,8 @@ class BatchRunner {
       file.Write(task.m_parameter_file);
       file.Close();
     }
-    RunningTask running{number, MonotonicMilliseconds(), !task.m_check.empty()};
+    const RunningTask running{number, MonotonicMilliseconds(),
+                              task.m_check.empty() ? Step::kTarvek : Step::kCheck};
     StartProcess(running);
     m_results[number].m_state = BatchState::kRunning;
     m_results[number].m_has_started = true;
@@ -85,12 +99,12 @@ class BatchRunner {
 
   void StartProcess(const RunningTask& running) {
     const BatchTask& task = m_tasks[running.m_task];
-    const bool is_check = running.m_is_check;
-    std::vector<std::string> words{is_check ? m_settings.m_check_program : m_settings.m_program};
-    const std::vector<std::string>& arguments = is_check ? task.m_check : task.m_arguments;
+    const bool is_tarvek = running.m_step == Step::kTarvek;
+    std::vector<std::string> words{is_tarvek ? m_settings.m_program : m_settings.m_check_program};
+    const std::vector<std::string>& arguments = ArgumentsOf(task, running.m_step);
     words.insert(words.end(), arguments.begin(), arguments.end());
-    BackgroundProcess process = BackgroundProcess::Start(
-        words, is_check ? CheckFileOf(task) : ConsoleFileOf(task), task.m_working_directory);
+    BackgroundProcess process =
+        BackgroundProcess::Start(words, OutputOf(task, running.m_step), task.m_working_directory);
     if (!process.IsRunning()) throw "cannot start " + words.front();
     m_processes.push_back(std::move(process));
     m_running.push_back(running);
@@ -117,28 +131,44 @@ class BatchRunner {
   void TakeEnd(const RunningTask& running, int status) {
     const BatchTask& task = m_tasks[running.m_task];
     m_results[running.m_task].m_milliseconds = MonotonicMilliseconds() - running.m_start_ms;
-    if (running.m_is_check)
+    if (running.m_step == Step::kCheck)
       TakeCheck(running, status);
     else if (status == 0 && (task.m_table.empty() || FileExists(task.m_table)))
-      TakeResults(running.m_task, BatchState::kDone);
+      TakeSuccess(running);
     else if (m_is_ending)
       Note(running.m_task, BatchState::kStopped);
     else
       Fail(running.m_task, status == 0 ? "ended without " + task.m_table
-                                       : FailureReason(ConsoleFileOf(task), status));
+                                       : FailureReason(OutputOf(task, running.m_step), status));
   }
 
-  void TakeCheck(RunningTask running, int status) {
-    if (m_is_ending) return Note(running.m_task, BatchState::kStopped);
-    CheckVerdict verdict = ReadCheckVerdict(CheckFileOf(m_tasks[running.m_task]), status);
-    m_results[running.m_task].m_warnings = std::move(verdict.m_warnings);
-    if (!verdict.m_defect.empty()) return Fail(running.m_task, verdict.m_defect);
-    running.m_is_check = false;
+  /// Of tarvek, which a calibration may follow, or of that.
+  void TakeSuccess(const RunningTask& running) {
+    const bool has_more =
+        running.m_step == Step::kTarvek && !m_tasks[running.m_task].m_calibration.empty();
+    if (!has_more)
+      TakeResults(running.m_task, BatchState::kDone);
+    else if (m_is_ending)
+      Note(running.m_task, BatchState::kStopped);
+    else
+      GoOn(running, Step::kCalibration);
+  }
+
+  void GoOn(RunningTask running, Step step) {
+    running.m_step = step;
     try {
       StartProcess(running);
     } catch (const std::string& message) {
       Fail(running.m_task, message);
     }
+  }
+
+  void TakeCheck(const RunningTask& running, int status) {
+    if (m_is_ending) return Note(running.m_task, BatchState::kStopped);
+    CheckVerdict verdict = ReadCheckVerdict(CheckFileOf(m_tasks[running.m_task]), status);
+    m_results[running.m_task].m_warnings = std::move(verdict.m_warnings);
+    if (!verdict.m_defect.empty()) return Fail(running.m_task, verdict.m_defect);
+    GoOn(running, Step::kTarvek);
   }
 
   /// The end of a task whose outputs are there.
@@ -216,6 +246,10 @@ std::string ConsoleFileOf(const BatchTask& task) {
 
 std::string CheckFileOf(const BatchTask& task) {
   return JoinPath({task.m_log_directory, "check.json"});
+}
+
+std::string CalibrationFileOf(const BatchTask& task) {
+  return JoinPath({task.m_log_directory, "calibration.txt"});
 }
 
 std::string FailureReason(const std::string& console_file, int status) {

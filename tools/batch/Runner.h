@@ -1,6 +1,6 @@
 // tools/batch/Runner.h: runs the tasks of a batch, several at a time.
 // Does:     starts the tasks in their order, as many beside each other as told, each with its check
-//           before it; takes their ends and what their records say; on a stop request ends those
+//           before it and its calibration behind it; takes their ends and what their records say; on a stop request ends those
 //           that run and waits for them.
 // Owns:     the running processes, none of which outlives a call of Run.
 // Throws:   nothing but std::bad_alloc; a task that cannot be started is a failed one.
@@ -35,7 +35,7 @@ struct BatchSettings {
   std::string m_program;  // path of tarvek
   std::size_t m_jobs = 1;
   bool m_keep_going = false;
-  std::string m_check_program;  // path of tarvek-tools
+  std::string m_check_program;  // path of tarvek-tools, for checks and calibrations
 };
 
 /// A moment of a batch: what is known of each task, and the task that has just ended, if any.
@@ -53,9 +53,10 @@ using BatchObserver = std::function<void(const BatchMoment&)>;
 std::vector<BatchResult> RunBatch(std::span<const BatchTask> tasks, const BatchSettings& settings,
                                   const BatchObserver& observer);
 
-/// Where both outputs of a task's process are kept, and those of its check.
+/// Where both outputs of a task's process are kept, and those of its check and its calibration.
 std::string ConsoleFileOf(const BatchTask& task);
 std::string CheckFileOf(const BatchTask& task);
+std::string CalibrationFileOf(const BatchTask& task);
 
 /// Why a process failed, from what it printed: the first line of its last error, else its last
 /// line, else its status.

@@ -15,6 +15,24 @@ RunContent::RunContent(const RunFiles& files) : m_rows(ReadReportRows(files.m_ta
     m_kind = InputKind::kTable;
     m_input = ReadTableInput(files.m_scan_table);
   }
+  if (m_record) m_correction = CalibrationIn(*m_record);
+  if (m_correction && m_correction->IsOn()) CorrectDeclared(files);
+}
+
+void RunContent::CorrectDeclared(const RunFiles& files) {
+  std::vector<ScanTime> times;
+  for (const InputScan& scan : m_input) times.emplace_back(scan.m_scan_no, scan.m_rt_s);
+  if (times.empty())
+    for (const std::string& path : files.m_mgf) AppendMgfTimes(path, times);
+  std::ranges::stable_sort(times, {}, &ScanTime::first);
+  const auto correct = [&](std::int32_t scan_no, Precursor& declared) {
+    const auto found = std::ranges::lower_bound(times, scan_no, {}, &ScanTime::first);
+    const double rt_s = found == times.end() ? 0.0 : found->second;
+    declared.m_mz = WithoutBias(declared.m_mz, m_correction->SurveyPpm(rt_s));
+  };
+  for (ReportRow& row : m_rows) correct(row.m_scan_no, row.m_declared);
+  for (InputScan& scan : m_input)
+    for (Precursor& declared : scan.m_declared) correct(scan.m_scan_no, declared);
 }
 
 std::string RunContent::InputText() const {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "RunRecord.h"
+#include "calibrate/Calibration.h"
 #include "report/Files.h"
 
 namespace tarvek::tools {
@@ -29,6 +30,12 @@ class RunContent {
   /// What the run says of itself; nothing without its record.
   [[nodiscard]] const std::optional<RunRecord>& Record() const noexcept { return m_record; }
 
+  /// The correction of the outputs that the record tells; nothing when there was none. What rows and
+  /// input declare is corrected in the same way, so that both can be compared.
+  [[nodiscard]] const std::optional<Calibration>& Correction() const noexcept {
+    return m_correction;
+  }
+
   [[nodiscard]] InputKind Kind() const noexcept { return m_kind; }
   [[nodiscard]] bool HasInput() const noexcept { return m_kind != InputKind::kNone; }
 
@@ -42,10 +49,13 @@ class RunContent {
   [[nodiscard]] bool IsExported(std::int32_t scan_no) const noexcept;
 
  private:
+  void CorrectDeclared(const RunFiles& files);
+
   std::vector<ReportRow> m_rows;
   InputKind m_kind = InputKind::kNone;
   std::vector<InputScan> m_input;
   std::optional<RunRecord> m_record;
+  std::optional<Calibration> m_correction;
 };
 
 }  // namespace tarvek::tools

@@ -54,6 +54,7 @@ class ReportBuilder {
       : m_files(files), m_settings(settings), m_content(files) {
     m_report.m_name = files.m_name;
     m_report.m_tol_ppm = settings.m_tol_ppm;
+    m_report.m_calibration = m_content.Correction();
     m_report.m_scans = std::ssize(m_content.Rows());
   }
 

@@ -19,6 +19,7 @@
 
 #include "SpectrumRecords.h"
 #include "UserParameters.h"
+#include "calibrate/Calibration.h"
 #include "report/Files.h"
 #include "score/IsotopeShift.h"
 
@@ -84,6 +85,7 @@ struct RunReport {
   std::optional<double> m_declared_width;  // by the instrument file, of most MS2 scans; m/z
   std::string m_declared_width_source;
   double m_tol_ppm = 0.0;
+  std::optional<Calibration> m_calibration;  // of the outputs; nothing when none was asked for
 
   std::int64_t m_scans = 0;
   std::int64_t m_precursors = 0;

@@ -145,6 +145,23 @@ std::string KindsOf(const RunReport& report) {
   return kinds.empty() ? "no MS2 scans" : Listed(kinds) + " scans";
 }
 
+std::string BiasText(const Confidence& confidence) {
+  return ExactText(confidence.m_ppm) + " ppm (error " + ExactText(confidence.m_error_ppm) + ", " +
+         ExactText(confidence.m_strength) + " times the background)";
+}
+
+/// What was done with the m/z of the outputs; empty without a calibration.
+std::string CalibrationText(const RunReport& report) {
+  if (!report.m_calibration) return {};
+  const Calibration& calibration = *report.m_calibration;
+  if (!calibration.IsOn())
+    return " The m/z were not corrected by the run's own fragments: " + calibration.m_why_off + ".";
+  return " The m/z were corrected by the run's own fragments; surveys were off by " +
+         BiasText(calibration.m_surveys) + ", fragments by " + BiasText(calibration.m_fragments) +
+         ". A search needs a precursor tolerance of " +
+         std::to_string(calibration.m_tolerance_ppm) + " ppm.";
+}
+
 std::string SettingsText(const RunReport& report) {
   std::string text = KindsOf(report) + "; isolation width " + ExactText(report.m_isolation_width) +
                      " m/z (" + report.m_width_source + "), peaks compared within " +
@@ -160,7 +177,7 @@ std::string SettingsText(const RunReport& report) {
   if (report.m_without_charge > 0)
     text += " " + GroupedNumber(static_cast<double>(report.m_without_charge), 0) +
             " scans declare no charge, for which 2 was only assumed, and are not compared.";
-  return text;
+  return text + CalibrationText(report);
 }
 
 std::string LeftOutTable(const RunReport& report) {

@@ -4,6 +4,8 @@
 #include <nlohmann/json.hpp>
 #include <string_view>
 
+#include "calibrate/Json.h"
+
 namespace tarvek::tools {
 namespace {
 
@@ -67,36 +69,39 @@ std::string CountLabel(std::size_t count) {
 }  // namespace
 
 std::string RunJson(const RunReport& report) {
-  const ordered_json json = {{"run", report.m_name},
-                             {"version", TARVEK_VERSION},
-                             {"isolation_width", report.m_isolation_width},
-                             {"isolation_width_source", report.m_width_source},
-                             {"tolerance_ppm", report.m_tol_ppm},
-                             {"figures", FiguresJson(KeyFigures(report))},
-                             {"findings", VerdictsJson(ReportFindings(report))},
-                             {"state", ExportedNothing(report) ? "nothing exported" : "finished"},
-                             {"remarks", VerdictsJson(ReportRemarks(report))},
-                             {"declared_isolation_width", ValueOrNull(report.m_declared_width)},
-                             {"declared_isolation_width_source", report.m_declared_width_source},
-                             {"scans_by_kind", report.m_scans_by_kind},
-                             {"scans_by_precursor_count", report.m_by_count},
-                             {"isotope_shift", ShiftsJson(report.m_by_shift)},
-                             {"not_found_near_declared", report.m_unmatched},
-                             {"kept_as_declared", report.m_kept},
-                             {"without_declared", report.m_undeclared},
-                             {"without_declared_charge", report.m_without_charge},
-                             {"charges", ChargesJson(report)},
-                             {"absolute_ppm_95", ValueOrNull(report.m_absolute_ppm_95)},
-                             {"main_share_histogram", report.m_main_share},
-                             {"all_share_histogram", report.m_all_share},
-                             {"windows", report.m_windows},
-                             {"empty_windows", report.m_empty_windows},
-                             {"surveys", report.m_surveys.size()},
-                             {"median_ms2_peaks", ValueOrNull(report.m_median_ms2_peaks)},
-                             {"left_out", report.m_left_out_count},
-                             {"left_out_reasons", report.m_left_out_reasons},
-                             {"left_out_source", report.m_left_out_source},
-                             {"time_source", report.m_time_source}};
+  const ordered_json json = {
+      {"run", report.m_name},
+      {"version", TARVEK_VERSION},
+      {"isolation_width", report.m_isolation_width},
+      {"isolation_width_source", report.m_width_source},
+      {"tolerance_ppm", report.m_tol_ppm},
+      {"figures", FiguresJson(KeyFigures(report))},
+      {"findings", VerdictsJson(ReportFindings(report))},
+      {"state", ExportedNothing(report) ? "nothing exported" : "finished"},
+      {"remarks", VerdictsJson(ReportRemarks(report))},
+      {"declared_isolation_width", ValueOrNull(report.m_declared_width)},
+      {"declared_isolation_width_source", report.m_declared_width_source},
+      {"scans_by_kind", report.m_scans_by_kind},
+      {"scans_by_precursor_count", report.m_by_count},
+      {"isotope_shift", ShiftsJson(report.m_by_shift)},
+      {"not_found_near_declared", report.m_unmatched},
+      {"kept_as_declared", report.m_kept},
+      {"without_declared", report.m_undeclared},
+      {"without_declared_charge", report.m_without_charge},
+      {"charges", ChargesJson(report)},
+      {"absolute_ppm_95", ValueOrNull(report.m_absolute_ppm_95)},
+      {"main_share_histogram", report.m_main_share},
+      {"all_share_histogram", report.m_all_share},
+      {"windows", report.m_windows},
+      {"empty_windows", report.m_empty_windows},
+      {"surveys", report.m_surveys.size()},
+      {"median_ms2_peaks", ValueOrNull(report.m_median_ms2_peaks)},
+      {"left_out", report.m_left_out_count},
+      {"left_out_reasons", report.m_left_out_reasons},
+      {"left_out_source", report.m_left_out_source},
+      {"time_source", report.m_time_source},
+      {"calibration",
+       report.m_calibration ? CalibrationJson(*report.m_calibration) : ordered_json(nullptr)}};
   return Dumped(json);
 }
 
