@@ -11,6 +11,7 @@ from pathlib import Path
 SOURCE = Path(sys.argv[1]).resolve()
 sys.path[:0] = [str(SOURCE / "scripts"), str(SOURCE / "training")]
 
+import compare_features  # noqa: E402
 import compare_search  # noqa: E402
 import compare_top  # noqa: E402
 import evaluate  # noqa: E402
@@ -27,6 +28,24 @@ class InFolder(unittest.TestCase):
         path = self.folder / name
         path.write_bytes(content)
         return path
+
+
+class CompareFeatures(unittest.TestCase):
+    def test_quartiles_lie_between_the_values(self):
+        self.assertEqual(compare_features.quartiles([4, 1, 3, 2, 5]), [2, 3, 4])
+        self.assertEqual(compare_features.quartiles([1, 2]), [1.25, 1.5, 1.75])
+        self.assertEqual(compare_features.quartiles([7]), [7, 7, 7])
+
+    def test_the_distance_is_that_of_the_cumulated_distributions(self):
+        distance = compare_features.kolmogorov_smirnov
+        self.assertEqual(distance([1, 2, 3], [3, 2, 1]), 0)
+        self.assertEqual(distance([1, 2], [3, 4, 5]), 1)
+        self.assertEqual(distance([0, 0, 0, 1], [0, 1, 1, 1]), 0.5)
+
+    def test_of_a_scan_the_true_precursor_with_most_of_the_window_is_the_main_one(self):
+        rows = [{"scan": scan, "label": label, "window_share": share} for scan, label, share in (
+            ("1", "1", "0.2"), ("1", "1", "0.7"), ("1", "0", "0.9"), ("2", "NA", "1"), ("3", "1", "0.1"))]
+        self.assertEqual(compare_features.main_precursors(rows), [rows[1], rows[4]])
 
 
 class ProteinXml(InFolder):

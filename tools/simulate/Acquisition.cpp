@@ -8,12 +8,14 @@
 #include "simulate/Elution.h"
 #include "simulate/Fragments.h"
 #include "simulate/Instrument.h"
+#include "simulate/Realism.h"
 #include "simulate/Selection.h"
 
 namespace tarvek::tools {
 namespace {
 
 constexpr std::uint64_t kAcquisitionStream = 1;
+constexpr std::uint64_t kSprayStream = 4;
 constexpr double kDefaultGradientS = 3600.0;
 
 // Ions collected for a scan, and the longest time given to collect them.
@@ -65,9 +67,11 @@ class Acquisition {
       : m_options(options),
         m_sink(sink),
         m_random(options.m_seed, kAcquisitionStream),
+        m_spray(options.m_seed, kSprayStream),
+        m_slowdown(ScanSlowdown(options.m_realism)),
         m_peptides(options, GradientSeconds(options)),
         m_background(DrawBackground(options)),
-        m_fragmenter(options.m_n15_enrichment, options.m_is_negative),
+        m_fragmenter(options.m_n15_enrichment, options.m_is_negative, options.m_realism),
         m_selector(options),
         m_calibration_ppm(m_random.Normal()),
         m_drift_phase(m_random.Uniform(0.0, 2.0 * std::numbers::pi)) {}
@@ -126,6 +130,8 @@ class Acquisition {
     }
     for (const BackgroundIon& background : m_background)
       AddSource({nullptr, &background, &background.m_ion, background.CurrentAt(m_seconds)});
+    if (m_options.m_realism > 0.0)
+      ShakeSpray(m_options.m_realism, m_sources.size(), m_spray, m_lines);
     std::ranges::stable_sort(m_lines, {}, &Emission::m_mz);
     double total = 0.0;
     for (const Emission& line : m_lines) total += line.m_current;
@@ -138,7 +144,7 @@ class Acquisition {
     const double injection_s = InjectionSeconds(is_ion_trap ? kTrapSurveyGain : kSurveyGain, total);
     Measure(m_lines, analyser,
             {injection_s, CalibrationPpm(), kSurveyNoisePeaks * m_options.m_noise,
-             m_options.m_low_mz, m_options.m_high_mz},
+             m_options.m_low_mz, m_options.m_high_mz, m_options.m_realism},
             m_random, m_centroids);
     m_survey.m_scan_no = ++m_scan_no;
     m_survey.m_rt = m_seconds;
@@ -146,7 +152,7 @@ class Acquisition {
     m_survey.m_instrument_type = is_ion_trap ? "ITMS" : "FTMS";
     SetPeaks(m_centroids, m_survey.m_peaks);
     m_sink.TakeSurvey(m_survey);
-    m_seconds += is_ion_trap ? kTrapSurveyS : kSurveyS;
+    m_seconds += m_slowdown * (is_ion_trap ? kTrapSurveyS : kSurveyS);
     if (is_ion_trap) return;
     m_survey_limit = DetectionLimit(analyser, injection_s);
     m_precursor_scan = m_scan_no;
@@ -240,10 +246,10 @@ class Acquisition {
         InjectionSeconds(is_ion_trap ? kTrapFragmentGain : kFragmentGain, total);
     Dissociate(choice, method, total);
     const auto [low_mz, high_mz] = FragmentRange(choice, method);
-    Measure(
-        m_fragments, {is_ion_trap, m_options.m_resolution * kFragmentResolution},
-        {injection_s, CalibrationPpm(), kFragmentNoisePeaks * m_options.m_noise, low_mz, high_mz},
-        m_random, m_fragment_centroids);
+    Measure(m_fragments, {is_ion_trap, m_options.m_resolution * kFragmentResolution},
+            {injection_s, CalibrationPpm(), kFragmentNoisePeaks * m_options.m_noise, low_mz,
+             high_mz, m_options.m_realism},
+            m_random, m_fragment_centroids);
     if (!m_fragment_centroids.empty()) {  // empty scans are left out, as converters do
       ++m_scan_no;
       ++m_ms2_taken;
@@ -251,7 +257,7 @@ class Acquisition {
       SetFragmentScan(choice, method, injection_s);
       m_sink.TakeFragments(m_fragment_scan, m_truth);
     }
-    m_seconds += kFragmentS;
+    m_seconds += m_slowdown * kFragmentS;
   }
 
   void SetFragmentScan(const Choice& choice, const FragmentMethod& method, double injection_s) {
@@ -270,6 +276,8 @@ class Acquisition {
   const SimulateOptions& m_options;
   RunSink& m_sink;
   Random m_random;
+  Random m_spray;
+  double m_slowdown;
   PeptideStream m_peptides;
   std::vector<BackgroundIon> m_background;
   Fragmenter m_fragmenter;
@@ -301,7 +309,8 @@ double GradientSeconds(const SimulateOptions& options) {
   if (!options.m_ms2_scans) return kDefaultGradientS;
   const double scans_per_cycle =
       static_cast<double>(options.m_top) * static_cast<double>(options.m_methods.size());
-  const double cycle_s = kSurveyS + kFragmentS * scans_per_cycle;
+  const double cycle_s =
+      ScanSlowdown(options.m_realism) * (kSurveyS + kFragmentS * scans_per_cycle);
   return std::max(kSurveyS, static_cast<double>(*options.m_ms2_scans) * cycle_s / scans_per_cycle);
 }
 

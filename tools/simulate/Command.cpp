@@ -132,6 +132,11 @@ void AddInstrumentOptions(CLI::App& command, SimulateArguments& arguments) {
   command.add_option("--noise", options.m_noise, "Noise peaks, as a multiple of the usual number")
       ->check(Between(0, 100, "from 0 to 100"))
       ->capture_default_str();
+  command
+      .add_option("--realism", options.m_realism,
+                  "How uneven elution, spray, background and errors are: 1 as in real runs, 0 not")
+      ->check(Between(0, 3, "from 0 to 3"))
+      ->capture_default_str();
 }
 
 }  // namespace

@@ -5,13 +5,16 @@
 #include <numbers>
 
 #include "SpectrumRecords.h"
+#include "simulate/Realism.h"
 
 namespace tarvek::tools {
 namespace {
 
 // Streams of the run's seed.
 constexpr std::uint64_t kBackgroundStream = 2;
+constexpr std::uint64_t kContaminantStream = 3;
 constexpr std::uint64_t kFirstSliceStream = std::uint64_t{1} << 32;
+constexpr std::uint64_t kFirstUnevenStream = std::uint64_t{2} << 32;
 
 constexpr double kSliceS = 10.0;
 // Slices in front of the run, so that its first scans already see tails.
@@ -39,6 +42,18 @@ constexpr std::size_t kBackgroundIons = 150;
 constexpr double kBackgroundMedianCurrent = 9.0e4;
 constexpr double kBackgroundLnDeviation = 1.0;
 
+constexpr double kDoublyChargedContaminants = 0.12;
+constexpr double kContaminantMedianCurrent = 8.0e4;
+constexpr double kContaminantLnDeviation = 1.6;
+constexpr double kContaminantSwingLn = 2.5;
+constexpr double kContaminantShortestS = 15.0;
+constexpr double kContaminantLongestS = 240.0;
+
+// Currents of modified forms, in those of the peptides, and how far apart they elute.
+constexpr double kSmallestVariant = 0.05;
+constexpr double kLargestVariant = 0.6;
+constexpr double kVariantShiftSigmas = 1.0;
+
 double DrawCurrent(Random& random) {
   double decades = kCurrentDecades * random.Normal();
   while (std::abs(decades) > kMaxCurrentDecades) decades = kCurrentDecades * random.Normal();
@@ -65,15 +80,18 @@ void AddLine(Ion& ion, const SimulateOptions& options, const IonLine& line) {
   if (line.m_mz >= options.m_low_mz && line.m_mz <= options.m_high_mz) ion.m_lines.push_back(line);
 }
 
-Ion OrganicIon(double mz, const SimulateOptions& options) {
+/// mz: of the monoisotopic ion.
+Ion OrganicIon(double mz, int charges, const SimulateOptions& options) {
   constexpr double kSpacingDa = 1.0033;
-  const IsotopeEnvelope envelope = EnvelopeOf(AveragineCounts(mz, std::nullopt), std::nullopt);
+  const IsotopeEnvelope envelope =
+      EnvelopeOf(AveragineCounts(mz * charges, std::nullopt), std::nullopt);
   double sum = 0.0;
   for (const double intensity : envelope) sum += intensity;
-  Ion ion{1, mz, {}};
+  Ion ion{charges, mz, {}};
   for (std::size_t k = 0; k < envelope.size(); ++k)
     AddLine(ion, options,
-            {mz + static_cast<double>(k) * kSpacingDa, envelope[k] / sum, static_cast<int>(k)});
+            {mz + static_cast<double>(k) * kSpacingDa / charges, envelope[k] / sum,
+             static_cast<int>(k)});
   return ion;
 }
 
@@ -93,6 +111,16 @@ Ion PolysiloxaneIon(int units, const SimulateOptions& options) {
   return ion;
 }
 
+/// The density of the exponentially modified Gaussian, times the width of a Gaussian of the same
+/// variance.
+double PeakAt(double from_apex_s, double sigma_s, double tau_s) {
+  const double ratio = sigma_s / tau_s;
+  const double density = 0.5 / tau_s * std::exp(0.5 * ratio * ratio - from_apex_s / tau_s) *
+                         std::erfc((ratio - from_apex_s / sigma_s) / std::numbers::sqrt2);
+  const double width_s = std::sqrt(sigma_s * sigma_s + tau_s * tau_s);
+  return density * width_s * std::sqrt(2.0 * std::numbers::pi);
+}
+
 BackgroundIon WithCurrent(Ion ion, double current, Random& random) {
   BackgroundIon background;
   background.m_ion = std::move(ion);
@@ -103,17 +131,28 @@ BackgroundIon WithCurrent(Ion ion, double current, Random& random) {
   return background;
 }
 
+/// Ions of one and two charges that come and go.
+void AddContaminants(const SimulateOptions& options, std::vector<BackgroundIon>& ions) {
+  Random random(options.m_seed, kContaminantStream);
+  const std::size_t count = ContaminantCount(options.m_realism);
+  for (std::size_t i = 0; i < count; ++i) {
+    const int charges = random.Chance(kDoublyChargedContaminants) ? 2 : 1;
+    double mz = DrawBackgroundMz(options, random);
+    if (charges == 2 && random.Chance(0.5)) mz += 0.5;  // of an odd mass
+    const double current = random.LogNormal(kContaminantMedianCurrent, kContaminantLnDeviation);
+    ions.push_back(WithCurrent(OrganicIon(mz, charges, options), current, random));
+    ions.back().m_swing_ln = random.Uniform(0.5, kContaminantSwingLn);
+    ions.back().m_period_s = random.Uniform(kContaminantShortestS, kContaminantLongestS);
+  }
+}
+
 }  // namespace
 
 double ElutionProfile::At(double seconds) const {
-  const double from_apex_s = seconds - m_apex_s;
-  const double ratio = m_sigma_s / m_tau_s;
-  // The density of the exponentially modified Gaussian, times the width of a Gaussian of the same
-  // variance.
-  const double density = 0.5 / m_tau_s * std::exp(0.5 * ratio * ratio - from_apex_s / m_tau_s) *
-                         std::erfc((ratio - from_apex_s / m_sigma_s) / std::numbers::sqrt2);
-  const double width_s = std::sqrt(m_sigma_s * m_sigma_s + m_tau_s * m_tau_s);
-  return density * width_s * std::sqrt(2.0 * std::numbers::pi);
+  const double first = PeakAt(seconds - m_apex_s, m_sigma_s, m_tau_s);
+  if (m_second_share == 0.0) return first;
+  const double from_second_s = seconds - m_apex_s - m_second_delay_s;
+  return first + m_second_share * PeakAt(from_second_s, m_sigma_s, m_tau_s);
 }
 
 double MzOf(double mass_da, int charges, bool is_negative) {
@@ -142,17 +181,37 @@ void PeptideStream::AdvanceTo(double seconds) {
 void PeptideStream::DrawSlice(std::int64_t slice) {
   Random random(m_options.m_seed,
                 kFirstSliceStream + static_cast<std::uint64_t>(slice - kFirstSlice));
+  // Of a stream of its own, so that the peptides are the same with and without it.
+  Random uneven(m_options.m_seed,
+                kFirstUnevenStream + static_cast<std::uint64_t>(slice - kFirstSlice));
   const std::size_t count = random.Poisson(kPeptidesPerSecond * kSliceS);
   for (std::size_t i = 0; i < count; ++i) {
     Peptide peptide;
     const double apex_s = (static_cast<double>(slice) + random.Uniform()) * kSliceS;
     peptide.m_sequence = DrawSequence(apex_s, random);
-    peptide.m_current = DrawCurrent(random);
+    peptide.m_current = PeptideAmount(m_options.m_realism) * DrawCurrent(random);
     peptide.m_profile = DrawProfile(apex_s, random);
     peptide.m_fragment_seed = random.Bits();
+    if (m_options.m_realism > 0.0) MakeUneven(m_options.m_realism, uneven, peptide.m_profile);
     SetIons(peptide, random);
+    if (m_options.m_realism > 0.0) AddVariant(peptide, uneven);
     if (!peptide.m_ions.empty()) m_present.push_back(std::move(peptide));
   }
+}
+
+/// The deamidated or oxidised form that some peptides bring along.
+void PeptideStream::AddVariant(const Peptide& peptide, Random& random) {
+  if (!random.Chance(VariantChance(m_options.m_realism))) return;
+  Peptide variant;
+  variant.m_sequence = VariantSequence(peptide.m_sequence, random);
+  if (variant.m_sequence == peptide.m_sequence) return;
+  variant.m_current = peptide.m_current * random.Uniform(kSmallestVariant, kLargestVariant);
+  variant.m_profile = peptide.m_profile;
+  variant.m_profile.m_apex_s +=
+      random.Uniform(-1.0, 1.0) * kVariantShiftSigmas * variant.m_profile.m_sigma_s;
+  variant.m_fragment_seed = peptide.m_fragment_seed;
+  SetIons(variant, random);
+  if (!variant.m_ions.empty()) m_present.push_back(std::move(variant));
 }
 
 double PeptideStream::RetentionQuantile(const std::string& sequence) const {
@@ -205,12 +264,13 @@ std::vector<BackgroundIon> DrawBackground(const SimulateOptions& options) {
   for (std::size_t i = 0; i < kBackgroundIons; ++i) {
     const double mz = DrawBackgroundMz(options, random);
     const double current = random.LogNormal(kBackgroundMedianCurrent, kBackgroundLnDeviation);
-    ions.push_back(WithCurrent(OrganicIon(mz, options), current, random));
+    ions.push_back(WithCurrent(OrganicIon(mz, 1, options), current, random));
   }
   for (int units = 5; units <= 10 && !options.m_is_negative; ++units) {
     const double current = random.LogNormal(2.0e6, 0.5);
     ions.push_back(WithCurrent(PolysiloxaneIon(units, options), current, random));
   }
+  if (options.m_realism > 0.0) AddContaminants(options, ions);
   return ions;
 }
 

@@ -30,15 +30,20 @@ struct Ion {
   std::vector<IonLine> m_lines;  // those in the range of the surveys, ascending
 };
 
-/// A skewed peak: a Gaussian convolved with an exponential decay.
+/// A skewed peak: a Gaussian convolved with an exponential decay. It may come a second time, as a
+/// shoulder or a peak of its own.
 struct ElutionProfile {
   double m_apex_s = 0.0;  // centre of the Gaussian
   double m_sigma_s = 1.0;
   double m_tau_s = 1.0;
+  double m_second_share = 0.0;  // height of the second peak, in heights of the first
+  double m_second_delay_s = 0.0;
 
   [[nodiscard]] double Begin() const { return m_apex_s - 4.0 * m_sigma_s; }
-  [[nodiscard]] double End() const { return m_apex_s + 4.0 * m_sigma_s + 7.0 * m_tau_s; }
-  [[nodiscard]] double At(double seconds) const;  // near 1 at the top
+  [[nodiscard]] double End() const {
+    return m_apex_s + m_second_delay_s + 4.0 * m_sigma_s + 7.0 * m_tau_s;
+  }
+  [[nodiscard]] double At(double seconds) const;  // near 1 at the top of the first peak
 };
 
 struct Peptide {
@@ -66,6 +71,7 @@ class PeptideStream {
 
  private:
   void DrawSlice(std::int64_t slice);
+  void AddVariant(const Peptide& peptide, Random& random);
   void SetIons(Peptide& peptide, Random& random);
   [[nodiscard]] double RetentionQuantile(const std::string& sequence) const;
   std::string DrawSequence(double apex_s, Random& random) const;

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "simulate/Realism.h"
+
 namespace tarvek::tools {
 namespace {
 
@@ -55,13 +57,13 @@ struct Fragmenter::Shower {
   std::vector<Emission>& m_emissions;
 };
 
-Fragmenter::Fragmenter(std::optional<double> n15_enrichment, bool is_negative)
-    : m_is_negative(is_negative) {
+Fragmenter::Fragmenter(std::optional<double> n15_enrichment, bool is_negative, double realism)
+    : m_is_negative(is_negative), m_realism(realism) {
   const IsotopeCalculator calculator(n15_enrichment);
   Composition ammonia;
   ammonia.m_atoms = {0, 3, 1, 0, 0};
   m_ammonia_da = calculator.MonoisotopicMass(ammonia);
-  for (const char letter : std::string_view("ACDEFGHIKLMNPQRSTVWY"))
+  for (const char letter : std::string_view("ACDEFGHIKLMNPQRSTVWYm"))
     m_residue_da[LetterIndex(letter)] = calculator.MonoisotopicMass(ResidueComposition(letter));
 }
 
@@ -79,7 +81,8 @@ void Fragmenter::Append(const Peptide& peptide, int charges, std::string_view ac
     const double weight = gain * shower.m_random.LogNormal(1.0, kSiteLnDeviation);
     AppendCut(shower, prefix_da, peptide.m_mass_da - kWaterDa - prefix_da, weight);
   }
-  const double kept = shower.m_yield.m_precursor;
+  double kept = shower.m_yield.m_precursor;
+  if (m_realism > 0.0) kept *= PrecursorLeft(m_realism, shower.m_random);
   AppendIsotopes(shower, peptide.m_mass_da, charges, shower.m_sum * kept / (1.0 - kept));
   for (std::size_t i = first; i < emissions.size(); ++i)
     emissions[i].m_current *= current / shower.m_sum;
@@ -98,7 +101,8 @@ void Fragmenter::AppendCut(Shower& shower, double prefix_da, double suffix_da,
 /// A fragment and, when it has any, its losses of water and ammonia.
 void Fragmenter::AppendSeries(Shower& shower, double mass_da, double weight, Losses losses) const {
   if (weight == 0.0) return;
-  const double own = weight * shower.m_random.LogNormal(1.0, kSeriesLnDeviation);
+  const double own =
+      weight * shower.m_random.LogNormal(1.0, SeriesGrowth(m_realism) * kSeriesLnDeviation);
   AppendFragment(shower, mass_da, own);
   if (losses == Losses::kNo) return;
   if (shower.m_random.Chance(kLossChance))

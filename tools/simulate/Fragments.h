@@ -18,7 +18,8 @@ namespace tarvek::tools {
 
 class Fragmenter {
  public:
-  Fragmenter(std::optional<double> n15_enrichment, bool is_negative);
+  /// realism: see simulate/Realism.h.
+  Fragmenter(std::optional<double> n15_enrichment, bool is_negative, double realism = 0.0);
 
   /// Appends the fragments of the peptide's ion with this number of charges, unsorted; their
   /// currents add up to current. activation: one of kActivationTypes. The same peptide and
@@ -35,8 +36,9 @@ class Fragmenter {
   void AppendIsotopes(Shower& shower, double mass_da, int charges, double weight) const;
 
   bool m_is_negative;
+  double m_realism;
   double m_ammonia_da = 0.0;
-  std::array<double, 26> m_residue_da{};  // by letter
+  std::array<double, 26 + 32> m_residue_da{};  // by letter, A to z
 };
 
 }  // namespace tarvek::tools

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "simulate/Realism.h"
+
 namespace tarvek::tools {
 namespace {
 
@@ -57,15 +59,25 @@ void Merge(const std::vector<Emission>& emissions, const Analyser& analyser,
 
 void AddErrors(const Analyser& analyser, const Exposure& exposure, double limit, Random& random,
                std::vector<Centroid>& centroids) {
+  const double mz_growth = MzErrorGrowth(exposure.m_realism);
+  const double intensity_growth = IntensityErrorGrowth(exposure.m_realism);
   for (Centroid& centroid : centroids) {
     const double root = std::sqrt(limit / centroid.m_intensity);
-    const double error_ppm = exposure.m_calibration_ppm +
-                             std::hypot(kBestErrorPpm, kLimitErrorPpm * root) * random.Normal();
+    const double error_ppm =
+        exposure.m_calibration_ppm +
+        mz_growth * std::hypot(kBestErrorPpm, kLimitErrorPpm * root) * random.Normal();
     centroid.m_mz += analyser.m_is_ion_trap ? kIonTrapErrorMz * random.Normal()
                                             : centroid.m_mz * error_ppm / 1e6;
-    centroid.m_intensity *=
-        1.0 + std::hypot(kBestIntensityError, kLimitIntensityError * root) * random.Normal();
+    centroid.m_intensity *= 1.0 + intensity_growth *
+                                      std::hypot(kBestIntensityError, kLimitIntensityError * root) *
+                                      random.Normal();
   }
+}
+
+void DropWeakPeaks(double realism, double limit, Random& random, std::vector<Centroid>& centroids) {
+  std::erase_if(centroids, [&](const Centroid& peak) {
+    return random.Chance(DropoutChance(realism, peak.m_intensity / limit));
+  });
 }
 
 void AddNoise(const Exposure& exposure, double limit, Random& random,
@@ -113,6 +125,7 @@ void Measure(const std::vector<Emission>& emissions, const Analyser& analyser,
   std::erase_if(centroids, [&](const Centroid& peak) { return peak.m_intensity < 0.3 * limit; });
   AddErrors(analyser, exposure, limit, random, centroids);
   std::erase_if(centroids, [&](const Centroid& peak) { return peak.m_intensity < limit; });
+  if (exposure.m_realism > 0.0) DropWeakPeaks(exposure.m_realism, limit, random, centroids);
   AddNoise(exposure, limit, random, centroids);
   std::ranges::stable_sort(centroids, {}, &Centroid::m_mz);
   Thin(analyser, centroids);

@@ -47,6 +47,7 @@ struct Exposure {
   double m_noise_peaks = 0.0;      // mean number
   double m_low_mz = 0.0;           // of the noise peaks
   double m_high_mz = 0.0;
+  double m_realism = 0.0;  // larger errors, and peaks near the limit that drop out
 };
 
 /// Smallest current that gives a peak, in charges per second.

@@ -18,7 +18,8 @@ struct Residue {
 };
 
 // Cysteine holds the carbamidomethyl group C2 H3 N O, whose nitrogen comes from the reagent.
-constexpr std::array<Residue, 20> kResidues{{
+// m is oxidised methionine, which no random sequence holds; its retention is that of methionine.
+constexpr std::array<Residue, 21> kResidues{{
     {'A', {{3, 5, 1, 1, 0}}, 7.01, 0.8},     {'R', {{6, 12, 4, 1, 0}}, 5.64, -1.3},
     {'N', {{4, 6, 2, 2, 0}}, 3.58, -1.2},    {'D', {{4, 5, 1, 3, 0}}, 4.73, -0.5},
     {'C', {{5, 8, 1, 2, 1}, 1}, 2.30, -0.8}, {'Q', {{5, 8, 2, 2, 0}}, 4.77, -0.9},
@@ -29,6 +30,7 @@ constexpr std::array<Residue, 20> kResidues{{
     {'P', {{5, 7, 1, 1, 0}}, 6.31, 0.2},     {'S', {{3, 5, 1, 2, 0}}, 8.33, -0.8},
     {'T', {{4, 7, 1, 2, 0}}, 5.36, 0.4},     {'W', {{11, 10, 2, 1, 0}}, 1.22, 11.0},
     {'Y', {{9, 9, 1, 2, 0}}, 2.66, 4.0},     {'V', {{5, 9, 1, 1, 0}}, 5.97, 5.0},
+    {'m', {{5, 9, 1, 2, 1}}, 0.0, 5.8},
 }};
 
 constexpr Composition kWater{{0, 2, 0, 1, 0}};

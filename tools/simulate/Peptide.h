@@ -29,7 +29,7 @@ struct Composition {
   Composition& operator+=(const Composition& other);
 };
 
-/// A residue, cysteine carbamidomethylated.
+/// A residue, cysteine carbamidomethylated; m is oxidised methionine.
 Composition ResidueComposition(char residue);
 
 /// Residues and water.

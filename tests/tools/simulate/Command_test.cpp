@@ -328,6 +328,63 @@ TEST(Top, LimitsTheFragmentScansOfASurvey) {
   EXPECT_EQ(run.m_surveys.size(), 10u);
 }
 
+/// A run with everything that real runs add.
+const SimulatedRun& RealisticRun() {
+  static const SimulatedRun run({"--ms2", "300", "--realism", "1"});
+  return run;
+}
+
+TEST(Realism, OfNoneWritesTheUsualBytes) {
+  const SimulatedRun run({"--ms2", "300", "--realism", "0"});
+  EXPECT_TRUE(run.m_ms1_text == UsualRun().m_ms1_text);
+  EXPECT_TRUE(run.m_ms2_text == UsualRun().m_ms2_text);
+  EXPECT_TRUE(run.m_truth_text == UsualRun().m_truth_text);
+}
+
+TEST(Realism, TheSameSeedWritesTheSameBytes) {
+  const SimulatedRun run({"--ms2", "300", "--realism", "1"});
+  EXPECT_TRUE(run.m_ms1_text == RealisticRun().m_ms1_text);
+  EXPECT_TRUE(run.m_ms2_text == RealisticRun().m_ms2_text);
+  EXPECT_TRUE(run.m_truth_text == RealisticRun().m_truth_text);
+}
+
+TEST(Realism, SurveysAreFartherApart) {
+  const auto seconds = [](const SimulatedRun& run) {
+    return run.m_surveys[1].m_rt - run.m_surveys[0].m_rt;
+  };
+  EXPECT_NEAR(seconds(RealisticRun()) / seconds(UsualRun()), 1.8, 0.01);
+}
+
+/// Mean of |ln| of what the strongest peak that two surveys in turn share does from one to the other.
+double Unsteadiness(const SimulatedRun& run) {
+  double sum = 0.0;
+  for (std::size_t i = 1; i < run.m_surveys.size(); ++i) {
+    const auto strongest =
+        *std::ranges::max_element(run.m_surveys[i - 1].m_peaks, {}, &Peak::m_intensity);
+    double next = 0.0;
+    for (const Peak& peak : run.m_surveys[i].m_peaks)
+      if (std::abs(peak.m_mz - strongest.m_mz) < 20e-6 * peak.m_mz)
+        next = std::max(next, peak.m_intensity);
+    if (next > 0.0) sum += std::abs(std::log(next / strongest.m_intensity));
+  }
+  return sum / static_cast<double>(run.m_surveys.size() - 1);
+}
+
+TEST(Realism, SurveysAreLessSteady) {
+  EXPECT_GT(Unsteadiness(RealisticRun()), 1.5 * Unsteadiness(UsualRun()));
+}
+
+TEST(Realism, BackgroundIsTakenForAPrecursorMoreOften) {
+  const auto targets = [](const SimulatedRun& run) {
+    int count = 0;
+    for (const auto& [scan_no, rows] : run.m_truth)
+      count += static_cast<int>(std::ranges::count(rows, true, &TruthRow::m_is_target));
+    return count;
+  };
+  EXPECT_LT(targets(RealisticRun()), targets(UsualRun()) - 30);
+  EXPECT_GT(targets(RealisticRun()), 150);
+}
+
 struct Refused {
   std::vector<std::string> m_arguments;
   std::string m_message;
@@ -353,6 +410,7 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{{"--ion-trap-surveys", "1"}, "--ion-trap-surveys: must be from 0 to 0.9, not 1"},
         Refused{{"--resolution", "much"}, "--resolution: must be from 1000 to 10000000, not much"},
         Refused{{"--noise", "inf"}, "--noise: must be from 0 to 100, not inf"},
+        Refused{{"--realism", "3.5"}, "--realism: must be from 0 to 3, not 3.5"},
         Refused{{"--label", "c13"}, "--label: c13 not in {none,n15}"},
         Refused{{"--activation", "UVPD"}, "--activation: UVPD not in {CID,HCD,ETD,ETCID,ETHCD}"},
         Refused{{"--analyser", "TOF"}, "--analyser: TOF not in {FTMS,ITMS}"},

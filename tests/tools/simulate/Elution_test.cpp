@@ -31,6 +31,16 @@ TEST(ElutionProfile, HasTheAreaOfAGaussianOfItsVariance) {
   EXPECT_NEAR(area, 12.53314, 0.01);
 }
 
+// 1.5 times the area of the first peak alone.
+TEST(ElutionProfile, MayComeASecondTime) {
+  const ElutionProfile twice{100.0, 4.0, 3.0, 0.5, 20.0};
+  double area = 0.0;
+  for (double t = 50.0; t < 250.0; t += 0.1) area += 0.1 * twice.At(t);
+  EXPECT_NEAR(area, 1.5 * 12.53314, 0.02);
+  EXPECT_NEAR(twice.At(123.0), kProfile.At(123.0) + 0.5 * kProfile.At(103.0), 1e-12);
+  EXPECT_LT(twice.At(twice.End()), 2e-3);
+}
+
 TEST(ElutionProfile, IsNegligibleOutsideItsLimits) {
   EXPECT_LT(kProfile.At(kProfile.Begin()), 1e-3);
   EXPECT_LT(kProfile.At(kProfile.End()), 2e-3);
@@ -139,6 +149,89 @@ TEST(Background, HoldsThePolysiloxaneOfSixUnits) {
 
 TEST(Background, IsSinglyCharged) {
   for (const BackgroundIon& ion : DrawBackground({})) EXPECT_EQ(ion.m_ion.m_charge, 1);
+}
+
+SimulateOptions AsRealRuns() {
+  SimulateOptions options;
+  options.m_realism = 1.0;
+  return options;
+}
+
+TEST(RealisticPeptides, AreThoseOfTheModelAndVariantsOfSome) {
+  const auto usual = SequencesAt({}, 300.0);
+  const auto real = SequencesAt(AsRealRuns(), 300.0);
+  std::size_t found = 0;
+  for (const std::string& sequence : usual)
+    found += static_cast<std::size_t>(std::ranges::count(real, sequence));
+  EXPECT_EQ(found, usual.size()) << "longer tails only add to what is present";
+  EXPECT_GT(real.size(), usual.size() * 108 / 100);
+}
+
+// 15 % of the peptides, but one in seven has no residue that changes: 16 % of the residues do, and
+// there are seven and more.
+TEST(RealisticPeptides, BringVariantsOfTheirOwnTime) {
+  PeptideStream stream(AsRealRuns(), 3600.0);
+  std::size_t variants = 0;
+  std::size_t all = 0;
+  for (double seconds = 0.0; seconds < 3600.0; seconds += 150.0) {
+    stream.AdvanceTo(seconds);
+    const auto& present = stream.Present();
+    all += present.size();
+    for (std::size_t i = 0; i + 1 < present.size(); ++i) {
+      const Peptide& variant = present[i];
+      const Peptide& peptide = present[i + 1];
+      if (variant.m_fragment_seed != peptide.m_fragment_seed) continue;
+      ++variants;
+      ASSERT_NE(variant.m_sequence, peptide.m_sequence);
+      ASSERT_EQ(variant.m_sequence.size(), peptide.m_sequence.size());
+      ASSERT_LT(variant.m_current, 0.6 * peptide.m_current);
+      ASSERT_LE(std::abs(variant.m_profile.m_apex_s - peptide.m_profile.m_apex_s),
+                peptide.m_profile.m_sigma_s);
+    }
+  }
+  EXPECT_NEAR(static_cast<double>(variants) / static_cast<double>(all - variants), 0.13, 0.015);
+}
+
+TEST(Contaminants, JoinTheUsualBackground) {
+  const auto usual = DrawBackground({});
+  const auto real = DrawBackground(AsRealRuns());
+  ASSERT_EQ(real.size(), usual.size() + 700);
+  for (std::size_t i = 0; i < usual.size(); ++i) {
+    ASSERT_EQ(real[i].m_ion.m_mono_mz, usual[i].m_ion.m_mono_mz);
+    ASSERT_EQ(real[i].m_current, usual[i].m_current);
+  }
+}
+
+// Isotopes half a unit apart; odd and even masses.
+TEST(Contaminants, AreDoublyChargedInPart) {
+  const auto ions = DrawBackground(AsRealRuns());
+  std::size_t doubly = 0;
+  for (const BackgroundIon& ion : ions) {
+    if (ion.m_ion.m_charge == 1) continue;
+    ++doubly;
+    ASSERT_EQ(ion.m_ion.m_charge, 2);
+    const auto& lines = ion.m_ion.m_lines;
+    if (lines.size() > 1) {
+      ASSERT_NEAR(lines[1].m_mz - lines[0].m_mz, 1.0033 / 2, 1e-9);
+    }
+  }
+  EXPECT_NEAR(static_cast<double>(doubly), 0.12 * 700, 30.0);
+}
+
+// A mean of ln(max / min) of 2 * 1.5, over more than the longest period.
+TEST(Contaminants, ComeAndGo) {
+  const auto ions = DrawBackground(AsRealRuns());
+  double sum = 0.0;
+  for (std::size_t i = ions.size() - 700; i < ions.size(); ++i) {
+    double least = 1e30;
+    double most = 0.0;
+    for (double t = 0.0; t < 300.0; t += 1.0) {
+      least = std::min(least, ions[i].CurrentAt(t));
+      most = std::max(most, ions[i].CurrentAt(t));
+    }
+    sum += std::log(most / least);
+  }
+  EXPECT_NEAR(sum / 700.0, 3.0, 0.2);
 }
 
 }  // namespace

@@ -68,6 +68,35 @@ TEST(Fragments, OfBothKindsHoldBothSeries) {
 
 TEST(Fragments, HoldThePrecursor) { EXPECT_TRUE(HasMz(FragmentsOf("HCD"), 582.31896)); }
 
+// y2 of mK: y1 of lysine + 131.04048 + 15.99491.
+TEST(Fragments, HoldOxidisedMethionine) {
+  std::vector<Emission> fragments;
+  Fragmenter(std::nullopt, false).Append(PeptideOf("LVNEmK"), 2, "HCD", 1000.0, fragments);
+  EXPECT_TRUE(HasMz(fragments, 147.11280 + 131.04048 + 15.99491));
+}
+
+/// Current that stays at the m/z of the precursor, its isotopes included, of many peptides.
+double PrecursorCurrent(double realism) {
+  double sum = 0.0;
+  for (std::uint64_t seed = 0; seed < 300; ++seed) {
+    Peptide peptide = PeptideOf("LVNELTEFAK");
+    peptide.m_fragment_seed = seed;
+    std::vector<Emission> fragments;
+    Fragmenter(std::nullopt, false, realism).Append(peptide, 2, "HCD", 1.0, fragments);
+    for (const Emission& fragment : fragments)
+      if (std::abs(fragment.m_mz - 582.31896 - fragment.m_isotope * 0.50155) < 1e-3)
+        sum += fragment.m_current / 300.0;
+  }
+  return sum;
+}
+
+// HCD leaves 4 %; of that exp(-2.5 + 1.5 N(0, 1)), at most all: a fifth on average.
+TEST(RealisticFragments, LeaveLessOfThePrecursor) {
+  EXPECT_NEAR(PrecursorCurrent(0.0), 0.04, 0.002);
+  EXPECT_LT(PrecursorCurrent(1.0), 0.016);
+  EXPECT_GT(PrecursorCurrent(1.0), 0.004);
+}
+
 // y1 with two protons fewer.
 TEST(Fragments, OfNegativeIonsLackProtons) {
   EXPECT_TRUE(HasMz(FragmentsOf("HCD", true), 147.11280 - 2 * 1.007276));

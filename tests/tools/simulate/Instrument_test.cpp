@@ -117,6 +117,42 @@ TEST(Measure, TheCalibrationShiftsAllPeaks) {
     EXPECT_NEAR((peak.m_mz / std::round(peak.m_mz) - 1.0) * 1e6, 20.0, 3.0);
 }
 
+Exposure AsRealRuns() {
+  Exposure exposure{1.0, 0.0, 0.0, 350.0, 1500.0};
+  exposure.m_realism = 1.0;
+  return exposure;
+}
+
+// At 4 limits 0.5 exp(-3 / 1.5) = 6.8 % of the peaks, a little more as their heights scatter.
+TEST(RealisticMeasure, DropsPeaksNearTheLimit) {
+  const double limit = DetectionLimit(kOrbitrap, 1.0);
+  const auto kept = [&](double limits) {
+    return static_cast<double>(
+        MeasureOnce(Comb(1000, limits * limit), kOrbitrap, AsRealRuns()).size());
+  };
+  EXPECT_NEAR(kept(4.0), 932.0, 40.0);
+  EXPECT_LT(kept(2.0), 850.0);
+  EXPECT_GT(kept(20.0), 995.0);
+}
+
+// A quarter larger.
+TEST(RealisticMeasure, HasLargerErrorsOfMz) {
+  const double limit = DetectionLimit(kOrbitrap, 1.0);
+  const auto usual =
+      MeasureOnce(Comb(1000, 30.0 * limit), kOrbitrap, {1.0, 0.0, 0.0, 350.0, 1500.0});
+  const auto real = MeasureOnce(Comb(1000, 30.0 * limit), kOrbitrap, AsRealRuns());
+  EXPECT_NEAR(ErrorPpm(real) / ErrorPpm(usual), 1.25, 0.1);
+}
+
+// Twice 0.03 far above the limit.
+TEST(RealisticMeasure, HasLargerErrorsOfIntensity) {
+  const double current = 1e5 * DetectionLimit(kOrbitrap, 1.0);
+  double square = 0.0;
+  const auto peaks = MeasureOnce(Comb(1000, current), kOrbitrap, AsRealRuns());
+  for (const Centroid& peak : peaks) square += std::pow(peak.m_intensity / current - 1.0, 2.0);
+  EXPECT_NEAR(std::sqrt(square / static_cast<double>(peaks.size())), 0.06, 0.006);
+}
+
 TEST(Measure, AddsNoisePeaksInTheirRange) {
   const auto peaks = MeasureOnce({}, kOrbitrap, {1.0, 0.0, 400.0, 350.0, 1500.0});
   EXPECT_NEAR(static_cast<double>(peaks.size()), 400.0, 100.0);

@@ -57,6 +57,11 @@ TEST(PeptideMass, CountsEveryAminoAcidOnce) {
   EXPECT_NEAR(MassOf("ACDEFGHIKLMNPQRSTVWY"), 2394.12490 + 57.02146, 1e-3);
 }
 
+// One oxygen, 15.994915.
+TEST(PeptideMass, HoldsOxidisedMethionine) {
+  EXPECT_NEAR(MassOf("AmK") - MassOf("AMK"), 15.994915, 1e-5);
+}
+
 TEST(PeptideMass, GrowsWithLabelledNitrogen) {
   EXPECT_NEAR(MassOf("LVNELTEFAK", kN15) - MassOf("LVNELTEFAK"), 12 * 0.9970349, 1e-5);
 }
