@@ -5,7 +5,9 @@
 #include <cmath>
 #include <cstdlib>
 #include <functional>
+#include <memory>
 
+#include "JointDetermination.h"
 #include "Ms1Feed.h"
 #include "Ms2Loop.h"
 #include "NumberText.h"
@@ -96,24 +98,67 @@ Labeller MakeLabeller(const FeatureTableOptions& options) {
   };
 }
 
+void AppendJointHeader(std::string& text) {
+  text += "scan\tmz\tcharge";
+  for (const char* name : joint::kFeatureNames) text.append("\t").append(name);
+  text += "\tlabel\n";
+}
+
+void AppendJointRow(std::string& text, std::int32_t scan_no, const Precursor& precursor,
+                    const joint::FeatureRow& features, CandidateLabel label) {
+  AppendInteger(text, scan_no);
+  AppendReal(text, precursor.m_mz);
+  text += '\t';
+  AppendInteger(text, precursor.m_charge);
+  for (const double value : features) AppendReal(text, value);
+  text.append("\t").append(LabelText(label)).append("\n");
+}
+
+/// Appends the rows of one scan.
+using AppendRows =
+    std::function<void(std::string& rows, const Ms1Store& store, const MS2Spectrum& scan)>;
+
+AppendRows JointRows(const UserParameters& parameters, const Labeller& label) {
+  const auto determination = std::make_shared<joint::JointDetermination>(parameters);
+  const double sign = parameters.m_charge_max < 0 ? -1.0 : 1.0;
+  return [=](std::string& rows, const Ms1Store& store, const MS2Spectrum& scan) {
+    for (const joint::FittedCandidate& fitted : determination->Candidates(store, scan)) {
+      const joint::EnvelopeCandidate& candidate = fitted.m_candidate;
+      if (!determination->IsAskedFor(candidate.m_charge)) continue;
+      const Precursor precursor{sign * candidate.m_mz,
+                                static_cast<std::int32_t>(sign) * candidate.m_charge};
+      AppendJointRow(rows, scan.m_scan_no, precursor, fitted.m_features,
+                     label(scan.m_scan_no, precursor));
+    }
+  };
+}
+
+AppendRows SingleRows(const UserParameters& parameters, const Labeller& label, bool with_scores) {
+  const auto determination = std::make_shared<PrecursorDetermination>(parameters);
+  return [=](std::string& rows, const Ms1Store& store, const MS2Spectrum& scan) {
+    determination->WithCandidates(store, scan, [&](std::span<FeaturesExtractor* const> candidates) {
+      for (FeaturesExtractor* const candidate : candidates)
+        AppendRow(rows, scan.m_scan_no, *candidate,
+                  label(scan.m_scan_no, candidate->GetPrecursor()), with_scores);
+    });
+  };
+}
+
 // Walks the run in the order and under the conditions in which tarvek determines precursors.
 void WriteRows(const UserParameters& parameters, const FeatureTableOptions& options,
                OutputFile& out) {
   const Labeller label = MakeLabeller(options);
+  const AppendRows append = options.m_is_joint
+                                ? JointRows(parameters, label)
+                                : SingleRows(parameters, label, options.m_with_scores);
   TextSpectrumSource source(options.m_ms1_path, Ms2Path(options.m_ms1_path));
   Ms1Feed feed(source, nullptr);
-  PrecursorDetermination determination(parameters);
   MS2Spectrum scan;
   while (source.NextMs2(scan)) {
     feed.AdvanceTo(scan.m_precursor_scan);
     if (!IsProcessed(scan) || !CanDetermine(source, feed.Store(), scan)) continue;
     std::string rows;
-    determination.WithCandidates(
-        feed.Store(), scan, [&](std::span<FeaturesExtractor* const> candidates) {
-          for (FeaturesExtractor* const candidate : candidates)
-            AppendRow(rows, scan.m_scan_no, *candidate,
-                      label(scan.m_scan_no, candidate->GetPrecursor()), options.m_with_scores);
-        });
+    append(rows, feed.Store(), scan);
     out.Write(rows);
   }
 }
@@ -168,7 +213,10 @@ void WriteFeatureTable(const UserParameters& parameters, const FeatureTableOptio
   SetCurrentFile(working, options.m_ms1_path);
   UnfinishedFile out(options.m_out_path, "feature table");
   std::string header;
-  AppendHeader(header, options.m_with_scores);
+  if (options.m_is_joint)
+    AppendJointHeader(header);
+  else
+    AppendHeader(header, options.m_with_scores);
   out.File().Write(header);
   WriteRows(working, options, out.File());
   out.TakeName();

@@ -45,6 +45,7 @@ struct FeatureTableOptions {
   double m_tol_ppm = 10.0;
   double m_min_share = 0.05;
   bool m_with_scores = false;  // a further column for each scoring model
+  bool m_is_joint = false;     // the candidates and features of the joint determination
 };
 
 /// Writes the table: m/z, features and scores with six decimals; the label is 1, 0 or, when

@@ -80,6 +80,10 @@ void AddFeaturesCommand(CLI::App& app) {
   AddLabelOptions(*features, table);
   AddRunOptions(*features, *options);
   features->add_flag("--scores", table.m_with_scores, "Add a column for each scoring model");
+  features
+      ->add_flag("--joint", table.m_is_joint,
+                 "Write the candidates and features of the joint determination")
+      ->excludes("--scores");
   features->callback([options, features] {
     options->m_parameters.m_ipv_file_is_given = features->count("-I") > 0;
     RunFeatures(*options);

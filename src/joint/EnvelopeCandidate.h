@@ -1,0 +1,66 @@
+// joint/EnvelopeCandidate.h: the conceivable precursors of one MS2 scan.
+// Does:     takes every lane and charge with an isotope partner and an isotope in the isolation
+//           window, and what the instrument declares, each also some isotopes lower.
+// Throws:   nothing.
+// Not here: which of them are true (JointDetermination.h).
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <vector>
+
+#include "EnvelopeFit.h"
+#include "IsoPattern.h"
+#include "IsotopeTable.h"
+#include "LaneTable.h"
+#include "SpectrumRecords.h"
+
+namespace tarvek::joint {
+
+/// Isotope positions that are looked at: from two below the monoisotopic one to four above.
+inline constexpr int kLowestPosition = -2;
+inline constexpr std::size_t kPositions = kEnvelopePeaks + 2;
+
+/// What the candidates of one MS2 scan have in common.
+struct WindowOfScan {
+  double m_centre;      // activation centre, m/z
+  double m_half_width;  // of the isolation window, m/z
+  double m_tol_ppm;     // between isotopes of one ion
+  int m_max_charge;     // without sign, 1 or more
+  bool m_is_negative;   // ions are negative
+  const LaneTable& m_lanes;
+  double m_spacing_da = kIsotopeSpacing;  // of isotopes
+
+  /// m/z between isotope peaks of a charge.
+  [[nodiscard]] double Step(int charge) const { return m_spacing_da / charge; }
+  [[nodiscard]] double LowEdge() const { return m_centre - m_half_width; }
+  [[nodiscard]] double HighEdge() const { return m_centre + m_half_width; }
+};
+
+/// The isolation window lets ions pass this far beyond its edges, in m/z.
+inline constexpr double kEdgeMz = 0.1;
+
+struct EnvelopeCandidate {
+  double m_mz = 0.0;  // monoisotopic, positive; refined over isotopes and MS1 scans
+  int m_charge = 0;   // without sign
+  std::array<int, kPositions> m_lanes{};            // position p is entry p - kLowestPosition
+  std::array<double, kEnvelopePeaks> m_expected{};  // shares of the isotopes; 1 altogether
+  double m_quick_share = 0.0;  // what its two or three best isotopes could explain in the window
+
+  [[nodiscard]] int LaneAt(int position) const {
+    return m_lanes[static_cast<std::size_t>(position - kLowestPosition)];
+  }
+};
+
+/// Index of the lane of position p (any sign) of an ion.
+int LaneOfIsotope(const WindowOfScan& window, double mz, int charge, double position);
+
+/// All candidates, in ascending order of charge and m/z; at most most of them, those that could
+/// explain the most. declared: as the input declares it.
+void CollectCandidates(const WindowOfScan& window, const std::vector<Precursor>& declared,
+                       std::size_t most, std::vector<EnvelopeCandidate>& candidates);
+
+/// Cosine of two lists of the same length; 0 when one of them is 0 altogether.
+double Cosine(std::span<const double> x, std::span<const double> y);
+
+}  // namespace tarvek::joint

@@ -1,0 +1,67 @@
+// joint/JointDetermination.h: which precursors explain the whole isolation window of an MS2 scan.
+// Does:     takes all conceivable precursors, fits their envelopes together to the MS1 scans around
+//           the precursor scan, and gives each the probability that it was isolated.
+// Owns:     its working data, reused from scan to scan.
+// Throws:   nothing.
+// Not here: which MS2 scans are processed (Ms2Loop.h); the determination of each candidate for
+//           itself (PrecursorDetermination.h).
+#pragma once
+
+#include <functional>
+#include <span>
+#include <vector>
+
+#include "CandidateFeatures.h"
+#include "EnvelopeCandidate.h"
+#include "LaneTable.h"
+#include "SpectrumRecords.h"
+#include "SpectrumUtils.h"
+#include "UserParameters.h"
+
+namespace tarvek::joint {
+
+/// A precursor; its m/z and charge are both negative for negative ions.
+struct JointPrecursor {
+  Precursor m_precursor;
+  PrecursorEvidence m_evidence;
+};
+
+/// In Da: no multiple or fraction of it is near one of the spacing of isotopes, for charges up to 7.
+inline constexpr double kDecoySpacing = 0.92;
+
+class JointDetermination {
+ public:
+  /// Borrows parameters, which must outlive it. The isotope table must be loaded.
+  explicit JointDetermination(const UserParameters& parameters) : m_params(&parameters) {}
+
+  /// The precursors of ms2 with a probability of at least threshold, in decreasing probability;
+  /// empty when there is none, or when the precursor scan is not in store.
+  std::vector<JointPrecursor> Determine(const Ms1Store& store, const MS2Spectrum& ms2,
+                                        double threshold);
+
+  /// The candidates that the common fit keeps, of all charges from 1 on, not only those that are
+  /// asked for.
+  std::span<const FittedCandidate> Candidates(const Ms1Store& store, const MS2Spectrum& ms2);
+
+  /// How many precursors it would report if isotopes lay kDecoySpacing apart, which none do: so many
+  /// of those that it does report are there by chance.
+  std::size_t CountDecoys(const Ms1Store& store, const MS2Spectrum& ms2, double threshold);
+
+  /// Whether a charge without sign is one of those asked for.
+  [[nodiscard]] bool IsAskedFor(int charge) const;
+
+ private:
+  std::span<const FittedCandidate> Explain(const Ms1Store& store, const MS2Spectrum& ms2,
+                                           double spacing_da);
+  std::vector<JointPrecursor> Report(std::span<const FittedCandidate> candidates,
+                                     double threshold) const;
+  [[nodiscard]] bool IsNegative() const { return m_params->m_charge_max < 0; }
+
+  const UserParameters* m_params;
+  LaneTable m_lanes;
+  std::vector<EnvelopeCandidate> m_candidates;
+  std::vector<FittedCandidate> m_fitted;
+  CandidateFitter m_fitter;
+};
+
+}  // namespace tarvek::joint

@@ -1,0 +1,41 @@
+// joint/JointModel.h: from the features of a candidate to the probability that it is a precursor.
+// Does:     adds up a step function of each feature, and reads the probability off a curve.
+// Throws:   nothing.
+// Not here: the numbers (JointModelTable.cpp, written by training/fit_joint.py).
+#pragma once
+
+#include <span>
+
+#include "CandidateFeatures.h"
+
+namespace tarvek::joint {
+
+/// A step function of one feature. Value i holds up to threshold i, included; the last, of which
+/// there is one more, beyond all.
+struct JointSteps {
+  const char* m_feature;                 // as in kFeatureNames
+  std::span<const double> m_thresholds;  // ascending
+  std::span<const double> m_values;
+};
+
+/// A point of the curve; between two of them it is a straight line, beyond the ends it is flat.
+struct JointKnot {
+  double m_score;     // ascending
+  double m_log_odds;  // ascending
+};
+
+struct JointModel {
+  double m_intercept;
+  std::span<const JointSteps> m_steps;
+  std::span<const JointKnot> m_calibration;
+};
+
+extern const JointModel kJointModel;
+
+/// The intercept and the steps, added in their order.
+double JointScore(const JointModel& model, const FeatureRow& features);
+
+/// What the curve says of a score: 1 / (1 + exp(-log odds)).
+double JointProbability(const JointModel& model, double score);
+
+}  // namespace tarvek::joint

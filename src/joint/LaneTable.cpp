@@ -1,0 +1,120 @@
+#include "LaneTable.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace tarvek::joint {
+namespace {
+
+constexpr double kStepsPerMz = 50.0;
+
+bool IsNear(std::size_t row) { return row >= kFirstNearRow && row <= kLastNearRow; }
+
+double HighestBetween(PeakSpan peaks, double low, double high) {
+  double highest = 0.0;
+  for (const Peak& peak : peaks)
+    if (peak.m_mz >= low && peak.m_mz <= high) highest = std::max(highest, peak.m_intensity);
+  return highest;
+}
+
+PeakSpan Between(PeakSpan peaks, double low, double high) {
+  const auto first = std::ranges::lower_bound(peaks, low, {}, &Peak::m_mz);
+  const auto last = std::ranges::upper_bound(first, peaks.end(), high, {}, &Peak::m_mz);
+  return {first, last};
+}
+
+void AddTo(Lane& lane, double mz, double intensity, std::size_t row) {
+  const double sum = lane.m_all + intensity;
+  lane.m_mz += (mz - lane.m_mz) * (intensity / sum);
+  lane.m_all = sum;
+  if (IsNear(row)) lane.m_near += intensity;
+  lane.m_rows[row] += intensity;
+  lane.m_present |= 1u << row;
+}
+
+}  // namespace
+
+void LaneTable::Build(const ScanWindow& window, double low, double high, double inner_low,
+                      double inner_high, double min_share, double tol_ppm) {
+  Gather(window, low, high, inner_low, inner_high, min_share);
+  SortPoints(low);
+  Join(tol_ppm);
+  IndexLanes(low, high);
+}
+
+void LaneTable::Gather(const ScanWindow& window, double low, double high, double inner_low,
+                       double inner_high, double min_share) {
+  m_points.clear();
+  m_limit = 0.0;
+  for (std::size_t row = 0; row < window.size(); ++row) {
+    const PeakSpan peaks = Between(window[row], low, high);
+    const double least = min_share * HighestBetween(peaks, inner_low, inner_high);
+    for (const Peak& peak : peaks) {
+      if (!(peak.m_intensity > 0.0) || peak.m_intensity < least) continue;
+      m_points.push_back({peak.m_mz, peak.m_intensity, row});
+      if (IsNear(row) && (m_limit == 0.0 || peak.m_intensity < m_limit)) m_limit = peak.m_intensity;
+    }
+  }
+}
+
+// By m/z; points of one m/z in the order of the rows. Counting sort into steps, then insertion.
+void LaneTable::SortPoints(double low) {
+  m_low = low;
+  std::size_t last_bin = 0;
+  const auto bin_of = [low](const Point& point) {
+    return static_cast<std::size_t>((point.m_mz - low) * kStepsPerMz);
+  };
+  for (const Point& point : m_points) last_bin = std::max(last_bin, bin_of(point));
+  m_bins.assign(last_bin + 2, 0);
+  for (const Point& point : m_points) ++m_bins[bin_of(point) + 1];
+  for (std::size_t i = 1; i < m_bins.size(); ++i) m_bins[i] += m_bins[i - 1];
+  m_sorted.resize(m_points.size());
+  for (const Point& point : m_points) m_sorted[m_bins[bin_of(point)]++] = point;
+  for (std::size_t i = 1; i < m_sorted.size(); ++i) {
+    const Point point = m_sorted[i];
+    std::size_t place = i;
+    for (; place > 0 && m_sorted[place - 1].m_mz > point.m_mz; --place)
+      m_sorted[place] = m_sorted[place - 1];
+    m_sorted[place] = point;
+  }
+}
+
+void LaneTable::Join(double tol_ppm) {
+  m_lanes.clear();
+  for (const Point& point : m_sorted) {
+    const bool joins =
+        !m_lanes.empty() && point.m_mz - m_lanes.back().m_mz < tol_ppm * 1e-6 * point.m_mz;
+    if (!joins) m_lanes.emplace_back();
+    AddTo(m_lanes.back(), point.m_mz, point.m_intensity, point.m_row);
+  }
+}
+
+void LaneTable::IndexLanes(double low, double high) {
+  const auto steps = static_cast<std::size_t>(std::max(0.0, (high - low) * kStepsPerMz)) + 2;
+  m_first_lane.assign(steps, static_cast<int>(m_lanes.size()));
+  std::size_t filled = 0;
+  for (std::size_t i = 0; i < m_lanes.size(); ++i) {
+    const auto step =
+        std::min(static_cast<std::size_t>((m_lanes[i].m_mz - low) * kStepsPerMz), steps - 1);
+    for (; filled <= step; ++filled) m_first_lane[filled] = static_cast<int>(i);
+  }
+}
+
+int LaneTable::Find(double mz, double tol_mz) const {
+  const double from = mz - tol_mz;
+  const double place = (from - m_low) * kStepsPerMz;
+  if (!(place < static_cast<double>(m_first_lane.size()))) return kNoLane;
+  const auto step = place <= 0.0 ? std::size_t{0} : static_cast<std::size_t>(place);
+  int best = kNoLane;
+  double best_distance = tol_mz;
+  for (auto i = static_cast<std::size_t>(m_first_lane[step]); i < m_lanes.size(); ++i) {
+    if (m_lanes[i].m_mz > mz + tol_mz) break;
+    const double distance = std::fabs(m_lanes[i].m_mz - mz);
+    if (distance > best_distance) continue;
+    best = static_cast<int>(i);
+    best_distance = distance;
+  }
+  return best;
+}
+
+}  // namespace tarvek::joint
