@@ -7,8 +7,10 @@
 
 #include "ClusterMs2.h"
 #include "FileUtils.h"
+#include "JointDetermination.h"
 #include "Logger.h"
 #include "Ms1Feed.h"
+#include "NumberText.h"
 #include "PrecursorDetermination.h"
 #include "ProgressBar.h"
 #include "RunSummary.h"
@@ -27,6 +29,46 @@ AcceptedScans SelectScans(const UserParameters& parameters) {
   return clusterMs2Scans(Ms2Path(parameters.m_current_file));
 }
 
+// One scan in so many is determined once more for its decoys.
+constexpr std::int64_t kScansForADecoy = 8;
+
+/// Finds the precursors of a scan, each for itself or, when the environment asks for that, together.
+class Determiner {
+ public:
+  explicit Determiner(const UserParameters& parameters)
+      : m_threshold(JointThreshold()), m_single(parameters), m_joint(parameters) {}
+
+  void Determine(const Ms1Store& store, MS2Spectrum& scan) {
+    if (!m_threshold) {
+      scan.m_precursors = m_single.determine_precursors(store, scan);
+      return;
+    }
+    scan.m_precursors.clear();
+    for (const auto& [precursor, evidence] : m_joint.Determine(store, scan, *m_threshold)) {
+      scan.m_precursors.push_back(precursor);
+      scan.m_evidence.push_back(evidence);
+    }
+    if (m_determined++ % kScansForADecoy != 0) return;
+    ++m_decoy_scans;
+    m_decoys += static_cast<std::int64_t>(m_joint.CountDecoys(store, scan, *m_threshold));
+  }
+
+  /// What chance alone gave in some of the scans; nothing without the joint determination.
+  void AddCounts(RunRecord& counts) const {
+    if (!m_threshold) return;
+    counts.m_counts[std::string(kCountDecoyScans)] = m_decoy_scans;
+    counts.m_counts[std::string(kCountDecoys)] = m_decoys;
+  }
+
+ private:
+  std::optional<double> m_threshold;
+  PrecursorDetermination m_single;
+  joint::JointDetermination m_joint;
+  std::int64_t m_determined = 0;
+  std::int64_t m_decoy_scans = 0;
+  std::int64_t m_decoys = 0;
+};
+
 class Ms2Loop {
  public:
   Ms2Loop(const UserParameters& parameters, const AcceptedScans& accepted, SpectrumSource& source,
@@ -35,7 +77,7 @@ class Ms2Loop {
         m_source(&source),
         m_outputs(&outputs),
         m_feed(source, outputs.Pf1()),
-        m_determination(parameters) {}
+        m_determiner(parameters) {}
 
   void Run() {
     MS2Spectrum scan;
@@ -63,6 +105,7 @@ class Ms2Loop {
                        {std::string(kCountMs2Exported), m_exported},
                        {std::string(kCountPrecursors), m_precursors}};
     for (const auto& [reason, count] : m_left_out) counts.m_left_out[std::string(reason)] = count;
+    m_determiner.AddCounts(counts);
     counts.m_left_out_scans.insert(m_left_out_scans.begin(), m_left_out_scans.end());
     return counts;
   }
@@ -98,7 +141,7 @@ class Ms2Loop {
 
   void Determine(MS2Spectrum& scan) {
     if (!CanDetermine(*m_source, m_feed.Store(), scan)) return;
-    scan.m_precursors = m_determination.determine_precursors(m_feed.Store(), scan);
+    m_determiner.Determine(m_feed.Store(), scan);
     if (scan.m_precursors.empty()) scan.m_precursors = scan.m_orig_precursors;
   }
 
@@ -106,7 +149,7 @@ class Ms2Loop {
   SpectrumSource* m_source;
   OutputSet* m_outputs;
   Ms1Feed m_feed;
-  PrecursorDetermination m_determination;
+  Determiner m_determiner;
   std::int64_t m_read = 0;
   std::int64_t m_exported = 0;
   std::int64_t m_precursors = 0;
@@ -116,7 +159,11 @@ class Ms2Loop {
 
 RunRecord ProcessSource(const UserParameters& parameters, const AcceptedScans& accepted,
                         SpectrumSource& source, OutputClaim& claim, const RunRecord& begun) {
-  OutputSet outputs(parameters, claim);
+  const std::optional<double> joint_threshold = JointThreshold();
+  if (joint_threshold)
+    logInfo("The precursors of each scan are determined together, from a probability of " +
+            ExactText(*joint_threshold) + " on.");
+  OutputSet outputs(parameters, claim, joint_threshold.has_value());
   RunRecord record;
   {
     Ms2Loop loop(parameters, accepted, source, outputs);

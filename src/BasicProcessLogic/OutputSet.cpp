@@ -14,6 +14,7 @@ std::string RemoveOldTable(const UserParameters& parameters) {
   std::string path = FinishedTablePath(parameters);
   RemoveFile(path);
   RemoveFile(RunRecordPath(parameters));
+  RemoveFile(OutputPath(parameters, kEvidenceEnding));
   return path;
 }
 
@@ -71,7 +72,7 @@ std::optional<OutputClaim> ClaimUnlessFinished(const UserParameters& parameters)
   return claim;
 }
 
-OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim)
+OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim, bool has_evidence)
     : m_record_path(RunRecordPath(parameters)),
       m_csv(RemoveOldTable(parameters), "w+", logMessage) {
   claim.MarkUsed();
@@ -83,12 +84,14 @@ OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim)
   if (parameters.m_output_mgf)
     m_mgf.emplace(OutputPath(parameters, "_.mgf"), "w+", title,
                   PeakDigits{parameters.m_mz_digits, parameters.m_intensity_digits}, logMessage);
+  if (has_evidence) m_evidence.emplace(OutputPath(parameters, kEvidenceEnding));
 }
 
 void OutputSet::WriteMs2(const MS2Spectrum& scan, bool pf2_first) {
   if (pf2_first) WritePf2(scan);
   if (m_mgf) m_mgf->Write(scan);
   m_csv.WriteRow(scan);
+  if (m_evidence) m_evidence->Write(scan);
   if (!pf2_first) WritePf2(scan);
 }
 
@@ -104,6 +107,7 @@ void OutputSet::Complete(const RunRecord& record) {
   if (m_pf2) m_pf2->Close();
   if (m_mgf) m_mgf->Close();
   m_csv.Finish();
+  if (m_evidence) m_evidence->Complete();
   WriteRunRecord(m_record_path, record);
   m_csv.Complete();
 }

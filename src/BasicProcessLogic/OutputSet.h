@@ -11,6 +11,7 @@
 #include <string>
 #include <string_view>
 
+#include "EvidenceTable.h"
 #include "IO.h"
 #include "Platform.h"
 #include "UserParameters.h"
@@ -41,7 +42,9 @@ class OutputSet {
   /// Opens the files under the output directory, named from the current file's base name. A
   /// finished table of an earlier run is deleted first, so that it never stands beside half-written
   /// files, and then its record. claim: of the same file; outlives the set.
-  OutputSet(const UserParameters& parameters, OutputClaim& claim);
+  /// has_evidence: the table of what speaks for each precursor is written, too; else one of an
+  /// earlier run is deleted.
+  OutputSet(const UserParameters& parameters, OutputClaim& claim, bool has_evidence = false);
 
   /// The PF1 writer, null when PF output is off.
   PfWriter* Pf1() { return m_pf1 ? &*m_pf1 : nullptr; }
@@ -63,6 +66,7 @@ class OutputSet {
   std::optional<PfWriter> m_pf1;
   std::optional<Pf2Group> m_pf2;
   std::optional<MgfGroup> m_mgf;
+  std::optional<EvidenceWriter> m_evidence;
 };
 
 /// Path of an output of the current file: its base name and ending in the output directory.

@@ -16,6 +16,7 @@ namespace tarvek {
 namespace {
 
 constexpr const char* kChargeRange = "charge_range";
+constexpr int kJointDecimals = 4;
 
 // The parameters that shape outputs; not those that say where files are and what is done again.
 // Keys: frozen, see docs/frozen-names.md.
@@ -100,6 +101,15 @@ std::string LeftOutText(const std::vector<LeftOutReason>& reasons) {
 
 }  // namespace
 
+std::optional<double> JointThreshold() {
+  const std::string text(Trim(EnvironmentVariable(kJointVariable).value_or("")));
+  if (text.empty()) return std::nullopt;
+  const std::optional<double> threshold = FiniteReal(text);
+  if (!threshold || *threshold < 0.0 || *threshold > 1.0)
+    throw std::string(kJointVariable) + " has to be a probability from 0 to 1, not " + text;
+  return threshold;
+}
+
 RunRecord SettingsOf(const UserParameters& parameters, std::string_view isotope_table,
                      InputKind kind) {
   RunRecord record;
@@ -111,6 +121,8 @@ RunRecord SettingsOf(const UserParameters& parameters, std::string_view isotope_
     AddEnvironment(record, kSettingAnalyser, kAnalyserVariable);
     AddEnvironment(record, kSettingActivation, kActivationVariable);
   }
+  if (const auto threshold = JointThreshold())
+    record.m_settings[std::string(kSettingJoint)] = Fixed(*threshold, kJointDecimals);
   return record;
 }
 

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -31,6 +32,10 @@ inline constexpr std::string_view kSettingIsotopeTable = "isotope_table";
 
 /// Where the spectra of a run come from.
 enum class InputKind { kInstrumentFile, kSpectra };
+
+/// The probability from which the joint determination reports a precursor, when the environment asks
+/// for that determination. Throws a std::string for what is no number from 0 to 1.
+std::optional<double> JointThreshold();
 
 /// A record of the settings alone. isotope_table: IsotopeTableFingerprint of the table that the run
 /// uses. Of an instrument file also what the environment tells the extractor, where it says so.

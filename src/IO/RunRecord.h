@@ -44,6 +44,10 @@ inline constexpr std::string_view kCountSurveys = "surveys";           // MS1 sc
 inline constexpr std::string_view kCountMs2Read = "ms2_read";          // MS2 scans in the input
 inline constexpr std::string_view kCountMs2Exported = "ms2_exported";  // written to the outputs
 inline constexpr std::string_view kCountPrecursors = "precursors";     // of the exported scans
+inline constexpr std::string_view kCountDecoyScans =
+    "joint_decoy_scans";  // determined a second time,
+inline constexpr std::string_view kCountDecoys =
+    "joint_decoys";  // and what was found with a spacing of no isotopes
 
 /// Keys of m_settings that an extraction has too: decimals of written peaks, and what its user says.
 inline constexpr std::string_view kSettingMzDigits = "m/z";
@@ -54,6 +58,10 @@ inline constexpr std::string_view kSettingActivation = "activation";
 /// The environment variables that say the last two to an extractor.
 inline constexpr const char* kAnalyserVariable = "TARVEK_ANALYSER";
 inline constexpr const char* kActivationVariable = "TARVEK_ACTIVATION";
+
+/// The probability from which the joint determination reports a precursor; absent without it.
+inline constexpr std::string_view kSettingJoint = "joint";
+inline constexpr const char* kJointVariable = "TARVEK_JOINT";
 
 /// Key of m_widths for scans that declare none; the others are the width with two decimals.
 inline constexpr std::string_view kWidthNotDeclared = "not declared";

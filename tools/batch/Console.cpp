@@ -118,6 +118,7 @@ BatchSettings PrepareBatch(const BatchOptions& options) {
   if (!FileExists(settings.m_program)) throw "There is no program " + settings.m_program;
   SetOrFail(kAnalyserVariable, options.m_analyser);
   SetOrFail(kActivationVariable, options.m_activation);
+  SetOrFail(kJointVariable, options.m_joint);
   return settings;
 }
 

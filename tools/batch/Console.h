@@ -28,6 +28,7 @@ struct BatchOptions {
   std::string m_program;     // path of tarvek; empty: the one beside this
   std::string m_analyser;    // for the extractor; empty: what the files say
   std::string m_activation;  // the same
+  std::string m_joint;       // probability for the joint determination; empty: not that one
 };
 
 /// Adds --jobs, --tarvek, --analyser and --activation. options outlives the parsing.

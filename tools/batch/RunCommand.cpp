@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "InputFormats.h"
+#include "NumberText.h"
 #include "Platform.h"
 #include "ScoringModels.h"
 #include "UserParameters.h"
@@ -30,6 +31,7 @@ struct RunArguments {
   RunRequest m_request;
   std::vector<std::string> m_words;
   std::string m_format;
+  double m_probability = 0.3;  // of the joint determination
   bool m_is_beside_input = false;
   bool m_stops_at_failure = false;
   bool m_has_no_check = false;
@@ -106,6 +108,19 @@ void AddPlaces(CLI::App& run, RunArguments& arguments) {
       ->check(CLI::ExistingFile);
 }
 
+void AddJoint(CLI::App& run, RunArguments& arguments) {
+  CLI::Option* joint = run.add_flag("--joint", arguments.m_request.m_takes_declared_width,
+                                    "Explain each isolation window as a whole, with the width that "
+                                    "the file declares, and give each precursor a probability");
+  for (const char* other : {"--threshold", "--model", "--one-precursor"})
+    joint->excludes(run.get_option(other));
+  run.add_option("--probability", arguments.m_probability,
+                 "With --joint: probability from which a precursor is reported")
+      ->check(CLI::Range(0.0, 1.0))
+      ->needs(joint)
+      ->capture_default_str();
+}
+
 void CheckPlaces(const RunArguments& arguments) {
   const bool has_folder = !arguments.m_request.m_output_directory.empty();
   if (has_folder == arguments.m_is_beside_input)
@@ -116,6 +131,8 @@ void CheckPlaces(const RunArguments& arguments) {
 
 void RunRunCommand(RunArguments& arguments) {
   CheckPlaces(arguments);
+  if (arguments.m_request.m_takes_declared_width)
+    arguments.m_options.m_joint = ExactText(arguments.m_probability);
   BatchSettings settings = PrepareBatch(arguments.m_options);
   settings.m_program = AbsolutePath(settings.m_program);
   settings.m_keep_going = !arguments.m_stops_at_failure;
@@ -157,6 +174,7 @@ void AddRunCommand(CLI::App& app) {
   run->add_flag("--no-check", arguments->m_has_no_check, "Do not check the inputs before");
   run->add_flag("--calibrate", arguments->m_request.m_is_calibrated,
                 "Correct the m/z of each run by its own fragments, where they tell the bias");
+  AddJoint(*run, *arguments);
   run->add_flag("--quiet", arguments->m_is_quiet, "Show only failures");
   run->callback([arguments] { RunRunCommand(*arguments); });
 }

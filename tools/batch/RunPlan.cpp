@@ -4,16 +4,19 @@
 
 #include "CommandLine.h"
 #include "FileUtils.h"
+#include "NumberText.h"
 #include "Platform.h"
 #include "RunDriver.h"
 #include "batch/RunInputs.h"
 #include "calibrate/Calibration.h"
+#include "outputs/DeclaredWidth.h"
 
 namespace tarvek::tools {
 namespace {
 
 constexpr const char* kOutputKey = "outputpath";
 constexpr const char* kTableKey = "ipv_file";
+constexpr const char* kWidthKey = "isolation_width";
 
 std::string OptionOf(const std::string& key) {
   const auto found = std::ranges::find(OptionLetters, key, &OptionLetter::m_key);
@@ -31,7 +34,7 @@ UserParameters SettingsOf(ParameterTable table) {
 /// The settings that a check compares with its input.
 std::vector<std::string> CheckArguments(const std::string& input, const ParameterTable& table) {
   std::vector<std::string> words{"check", "--json", "-I", table.at(kTableKey)};
-  if (const auto width = table.find("isolation_width"); width != table.end())
+  if (const auto width = table.find(kWidthKey); width != table.end())
     words.push_back("--isolation-width=" + width->second);
   if (const auto charges = table.find("charge_range"); charges != table.end())
     words.push_back("--charge-range=" + charges->second);
@@ -58,6 +61,14 @@ RunRecord CalibrationSettings(const RunRequest& request) {
   RunRecord more;
   if (request.m_is_calibrated) more.m_settings[std::string(kSettingCalibrated)] = "1";
   return more;
+}
+
+/// The settings for one input: those asked for, with the width that it declares where none is.
+ParameterTable TableFor(const std::string& input, const RunRequest& request, ParameterTable table) {
+  if (!request.m_takes_declared_width || table.contains(kWidthKey)) return table;
+  if (const std::optional<double> width = DeclaredWidthOf(input))
+    table[kWidthKey] = ExactText(*width);
+  return table;
 }
 
 /// MGF has no table: its record says that it is finished. tarvek would skip one that lies where its
@@ -93,22 +104,23 @@ std::vector<BatchTask> PlanRun(const RunRequest& request) {
   ParameterTable table = request.m_settings;
   table[kTableKey] = AbsolutePath(request.m_isotope_table.empty() ? InstalledIsotopeTable()
                                                                   : request.m_isotope_table);
-  UserParameters settings = SettingsOf(table);
-  settings.m_outputpath = WithoutTrailingSeparators(request.m_output_directory);
   if (!request.m_output_directory.empty())
     table[kOutputKey] = AbsolutePath(request.m_output_directory);
-  FinishedRuns finished(settings, CalibrationSettings(request));
+  FinishedRuns finished(SettingsOf(table), CalibrationSettings(request));
   std::vector<BatchTask> tasks;
   for (const std::string& input : request.m_inputs) {
+    const ParameterTable own = TableFor(input, request, table);
+    UserParameters settings = SettingsOf(own);
+    settings.m_outputpath = WithoutTrailingSeparators(request.m_output_directory);
     tasks.push_back(TaskFor(input, settings, finished));
     BatchTask& task = tasks.back();
-    SetArguments(task, table);
+    SetArguments(task, own);
     task.m_wanted = finished.SettingsNow(CurrentOf(settings, input));
     if (InputFormatOf(input) == "mgf")
       TakeMgf(task, settings.m_rewrite_files);
     else if (request.m_is_calibrated)
       task.m_calibration = {"calibrate", "--apply", AbsolutePath(task.m_table)};
-    if (request.m_has_check) task.m_check = CheckArguments(input, table);
+    if (request.m_has_check) task.m_check = CheckArguments(input, own);
     task.m_refusal = RefusalOf(task);
   }
   RefuseMeetings(tasks);

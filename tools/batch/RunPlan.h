@@ -20,7 +20,9 @@ struct RunRequest {
   ParameterTable m_settings;          // those that were asked for, by the keys of tarvek
   std::string m_isotope_table;        // path; empty: the installed one
   bool m_has_check = true;            // look at each input before its run
-  bool m_is_calibrated = false;       // correct the m/z of each run by its own fragments
+  bool m_takes_declared_width =
+      false;                     // of each input that declares one, unless a width is asked for
+  bool m_is_calibrated = false;  // correct the m/z of each run by its own fragments
 };
 
 /// A task for each input, in their order.

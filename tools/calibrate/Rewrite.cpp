@@ -2,10 +2,12 @@
 
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "EvidenceTable.h"
 #include "FileUtils.h"
 #include "LittleEndian.h"
 #include "MgfText.h"
@@ -43,6 +45,15 @@ class Rewriter {
       AppendRow(reader.Line(), row);
       out.Write(m_text);
     }
+  }
+
+  void WriteEvidence(EvidenceWriter& out) {
+    EvidenceReader reader(m_files.m_evidence);
+    for (EvidenceRow row; reader.Next(row);) {
+      row.m_precursor.m_mz = Survey(row.m_precursor.m_mz, TimeOf(row.m_scan_no));
+      out.Write(row);
+    }
+    out.Close();
   }
 
   void WriteMgf(const KindFile& file, OutputFile& out) {
@@ -221,7 +232,10 @@ void ApplyCalibration(const OutputFiles& files, const Calibration& calibration) 
   rewriter.WriteTable(table.File());
   table.Close();
   const FileList spectra = WriteSpectra(rewriter, files);
+  std::optional<EvidenceWriter> evidence;
+  if (!files.m_evidence.empty()) rewriter.WriteEvidence(evidence.emplace(files.m_evidence));
   RemoveFile(files.m_table);
+  if (evidence) evidence->Complete();
   for (const auto& file : spectra) file->TakeName();
   record->TakeName();
   table.TakeName();

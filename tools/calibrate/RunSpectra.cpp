@@ -6,6 +6,7 @@
 #include <optional>
 #include <string_view>
 
+#include "EvidenceTable.h"
 #include "FileUtils.h"
 #include "NumberText.h"
 #include "PfReader.h"
@@ -121,6 +122,8 @@ OutputFiles FindOutputs(const std::string& base_path) {
     throw files.m_record + " is not there, which would say whether the run is calibrated already.";
   files.m_pf1 = files.m_base + ".pf1";
   if (!FileExists(files.m_pf1)) files.m_pf1.clear();
+  files.m_evidence = files.m_base + kEvidenceEnding;
+  if (!FileExists(files.m_evidence)) files.m_evidence.clear();
   files.m_mgf = KindFilesOf(files.m_base, ".mgf");
   files.m_pf2 = KindFilesOf(files.m_base, ".pf2");
   return files;

@@ -26,7 +26,8 @@ struct OutputFiles {
   std::string m_base;  // path without ending
   std::string m_table;
   std::string m_record;
-  std::string m_pf1;  // empty where there is none
+  std::string m_pf1;       // empty where there is none
+  std::string m_evidence;  // likewise
   std::vector<KindFile> m_mgf;
   std::vector<KindFile> m_pf2;
 };

@@ -6,6 +6,7 @@
 #include <iterator>
 #include <utility>
 
+#include "EvidenceTable.h"
 #include "FileUtils.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
@@ -47,6 +48,18 @@ std::optional<DeclaredMatch> MatchWhere(const Precursor& declared,
   return std::nullopt;
 }
 
+std::optional<JointFigures> JointFiguresOf(const RunFiles& files,
+                                           const std::optional<RunRecord>& record) {
+  if (!record || files.m_evidence.empty()) return std::nullopt;
+  JointFigures figures;
+  figures.m_decoy_scans = record->Count(kCountDecoyScans).value_or(0);
+  figures.m_decoys = record->Count(kCountDecoys).value_or(0);
+  EvidenceReader evidence(files.m_evidence);
+  for (EvidenceRow row; evidence.Next(row); ++figures.m_precursors)
+    figures.m_doubts += 1.0 - row.m_evidence.m_probability;
+  return figures;
+}
+
 /// Builds a report step by step; each step fills in its part.
 class ReportBuilder {
  public:
@@ -55,6 +68,7 @@ class ReportBuilder {
     m_report.m_name = files.m_name;
     m_report.m_tol_ppm = settings.m_tol_ppm;
     m_report.m_calibration = m_content.Correction();
+    m_report.m_joint = JointFiguresOf(files, m_content.Record());
     m_report.m_scans = std::ssize(m_content.Rows());
   }
 

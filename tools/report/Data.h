@@ -76,6 +76,14 @@ struct ReportSource {
   bool m_is_there = false;
 };
 
+/// How sure a run with joint determination is of what it reports.
+struct JointFigures {
+  std::int64_t m_precursors = 0;
+  double m_doubts = 0.0;  // sum of 1 less the probability: so many of them are wrong
+  std::int64_t m_decoy_scans = 0;
+  std::int64_t m_decoys = 0;  // found in those scans with a spacing that isotopes do not have
+};
+
 struct RunReport {
   std::string m_name;
   std::vector<ReportSource> m_sources;
@@ -85,6 +93,7 @@ struct RunReport {
   std::optional<double> m_declared_width;  // by the instrument file, of most MS2 scans; m/z
   std::string m_declared_width_source;
   double m_tol_ppm = 0.0;
+  std::optional<JointFigures> m_joint;  // nothing when each precursor was determined for itself
   std::optional<Calibration> m_calibration;  // of the outputs; nothing when none was asked for
 
   std::int64_t m_scans = 0;

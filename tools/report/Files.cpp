@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "EvidenceTable.h"
 #include "FileUtils.h"
 #include "InputFormats.h"
 #include "MgfText.h"
@@ -127,6 +128,7 @@ RunFiles FindRunFiles(const std::string& base_path, const std::string& input_fol
   files.m_ms2 = IfThere(input + ".ms2");
   files.m_scan_table = ScanTableOf(input);
   files.m_record = IfThere(base + std::string(kRunRecordEnding));
+  files.m_evidence = IfThere(base + kEvidenceEnding);
   files.m_marker = IfThere(input + ".morvex");
   files.m_instrument = InstrumentFileOf(input);
   return files;

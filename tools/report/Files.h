@@ -26,6 +26,7 @@ struct RunFiles {
   std::string m_ms2;
   std::string m_scan_table;  // .mscsv, named "run1.mzml.mscsv" when it came from an mzML file
   std::string m_record;
+  std::string m_evidence;    // of the joint determination
   std::string m_marker;      // of the extraction, beside the input scans
   std::string m_instrument;  // .mzML or .mzXML, packed or not, beside the input scans
 };

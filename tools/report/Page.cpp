@@ -151,6 +151,19 @@ std::string BiasText(const Confidence& confidence) {
 }
 
 /// What was done with the m/z of the outputs; empty without a calibration.
+/// How sure the joint determination is; empty without it.
+std::string JointText(const RunReport& report) {
+  if (!report.m_joint || report.m_joint->m_precursors == 0) return {};
+  const JointFigures& joint = *report.m_joint;
+  std::string text =
+      " The precursors of each scan were determined together: by their probabilities " +
+      Fixed(joint.m_doubts, 0) + " of " + std::to_string(joint.m_precursors) + " are wrong";
+  if (joint.m_decoy_scans > 0)
+    text += "; with a spacing that isotopes do not have " + std::to_string(joint.m_decoys) +
+            " were found in " + std::to_string(joint.m_decoy_scans) + " scans";
+  return text + ".";
+}
+
 std::string CalibrationText(const RunReport& report) {
   if (!report.m_calibration) return {};
   const Calibration& calibration = *report.m_calibration;
@@ -177,7 +190,7 @@ std::string SettingsText(const RunReport& report) {
   if (report.m_without_charge > 0)
     text += " " + GroupedNumber(static_cast<double>(report.m_without_charge), 0) +
             " scans declare no charge, for which 2 was only assumed, and are not compared.";
-  return text + CalibrationText(report);
+  return text + JointText(report) + CalibrationText(report);
 }
 
 std::string LeftOutTable(const RunReport& report) {

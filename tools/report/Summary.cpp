@@ -33,6 +33,13 @@ ordered_json VerdictsJson(const std::vector<ReportFinding>& findings) {
   return json;
 }
 
+ordered_json JointJson(const JointFigures& joint) {
+  return {{"precursors", joint.m_precursors},
+          {"expected_wrong", joint.m_doubts},
+          {"decoy_scans", joint.m_decoy_scans},
+          {"decoys", joint.m_decoys}};
+}
+
 template <class Counts>
 ordered_json ShiftsJson(const Counts& by_shift) {
   ordered_json json = ordered_json::object();
@@ -100,6 +107,7 @@ std::string RunJson(const RunReport& report) {
       {"left_out_reasons", report.m_left_out_reasons},
       {"left_out_source", report.m_left_out_source},
       {"time_source", report.m_time_source},
+      {"joint", report.m_joint ? JointJson(*report.m_joint) : ordered_json(nullptr)},
       {"calibration",
        report.m_calibration ? CalibrationJson(*report.m_calibration) : ordered_json(nullptr)}};
   return Dumped(json);

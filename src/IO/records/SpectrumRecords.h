@@ -28,6 +28,12 @@ struct Precursor {
   std::int32_t m_charge = 0;
 };
 
+/// What speaks for a precursor that was determined together with the others of its scan.
+struct PrecursorEvidence {
+  double m_probability = 0.0;  // that an ion of its m/z and charge was isolated
+  double m_share = 0.0;        // of the current in the isolation window
+};
+
 /// One survey scan. Peaks ascend in m/z once a reader has returned the record.
 struct MS1Spectrum {
   std::int32_t m_scan_no = 0;
@@ -49,6 +55,7 @@ struct MS2Spectrum {
   std::vector<Precursor> m_orig_precursors;  // as the input declared them
   std::vector<Precursor> m_precursors;       // as they are exported
   std::vector<Peak> m_peaks;
+  std::vector<PrecursorEvidence> m_evidence{};  // of each of m_precursors, or empty
 };
 
 /// One row of the scan table that accompanies a binary spectrum file.
@@ -138,6 +145,7 @@ inline void Clear(MS2Spectrum& scan) {
   scan.m_instrument_type.clear();
   scan.m_orig_precursors.clear();
   scan.m_precursors.clear();
+  scan.m_evidence.clear();
   scan.m_peaks.clear();
 }
 
