@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "NumericUtils.h"
+
 namespace tarvek::joint {
 
 const std::array<const char*, kFeatureCount> kFeatureNames = {"cos_near",
@@ -82,19 +84,19 @@ class Describer {
     const Envelope all = Intensities(0, [](const Lane& lane) { return lane.m_all; });
     const Envelope nearest =
         Intensities(0, [](const Lane& lane) { return lane.m_rows[kPrecursorPosition]; });
-    f[kCosNear] = Cosine(near, m_candidate.m_expected);
-    f[kCosAll] = Cosine(all, m_candidate.m_expected);
-    f[kCosNearest] = Cosine(nearest, m_candidate.m_expected);
+    f[kCosNear] = CosineSimilarity(near, m_candidate.m_expected);
+    f[kCosAll] = CosineSimilarity(all, m_candidate.m_expected);
+    f[kCosNearest] = CosineSimilarity(nearest, m_candidate.m_expected);
     Envelope roots = all;
     Envelope expected_roots = m_candidate.m_expected;
     for (double& value : roots) value = std::sqrt(value);
     for (double& value : expected_roots) value = std::sqrt(value);
-    f[kCosRoot] = Cosine(roots, expected_roots);
+    f[kCosRoot] = CosineSimilarity(roots, expected_roots);
     const Envelope lower = Intensities(-1, [](const Lane& lane) { return lane.m_all; });
-    f[kGainOverLower] = f[kCosAll] - Cosine(lower, m_candidate.m_expected);
+    f[kGainOverLower] = f[kCosAll] - CosineSimilarity(lower, m_candidate.m_expected);
     Envelope higher{};
     std::copy(all.begin() + 1, all.end(), higher.begin());
-    f[kGainOverHigher] = f[kCosAll] - Cosine(higher, m_candidate.m_expected);
+    f[kGainOverHigher] = f[kCosAll] - CosineSimilarity(higher, m_candidate.m_expected);
     const double first = all[0] + all[1];
     const double below = At(-1, [](const Lane& lane) { return lane.m_all; });
     // An ion one isotope lower with this one as its second peak would have this much there.
@@ -264,8 +266,8 @@ class Describer {
     const int first = m_candidate.LaneAt(a);
     const int second = m_candidate.LaneAt(b);
     if (first == kNoLane || second == kNoLane) return 0.0;
-    return Cosine(m_lanes[static_cast<std::size_t>(first)].m_rows,
-                  m_lanes[static_cast<std::size_t>(second)].m_rows);
+    return CosineSimilarity(m_lanes[static_cast<std::size_t>(first)].m_rows,
+                            m_lanes[static_cast<std::size_t>(second)].m_rows);
   }
 
   static int Unbroken(unsigned rows) {
@@ -345,7 +347,7 @@ void DescribeFit(std::span<const double> intensities, const EnvelopeColumn& colu
             (intensities[k] + noise);
     around += intensities[k];
   }
-  f[kCosResidual] = Cosine(left, column.m_shares);
+  f[kCosResidual] = CosineSimilarity(left, column.m_shares);
   f[kPriceless] = Share(loss, around);
 }
 

@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <limits>
 
+#include "NumericUtils.h"
+
 namespace tarvek::joint {
 namespace {
 
@@ -73,7 +75,8 @@ double BestCosine(const WindowOfScan& window, const EnvelopeCandidate& candidate
       near[i] = lane->m_near;
       all[i] = lane->m_all;
     }
-  return std::max(Cosine(near, candidate.m_expected), Cosine(all, candidate.m_expected));
+  return std::max(CosineSimilarity(near, candidate.m_expected),
+                  CosineSimilarity(all, candidate.m_expected));
 }
 
 // The second smallest amplitude that an isotope of some weight allows, in the window.
@@ -170,18 +173,6 @@ bool ByChargeAndMz(const EnvelopeCandidate& a, const EnvelopeCandidate& b) {
 }
 
 }  // namespace
-
-double Cosine(std::span<const double> x, std::span<const double> y) {
-  double xy = 0.0;
-  double xx = 0.0;
-  double yy = 0.0;
-  for (std::size_t i = 0; i < x.size(); ++i) {
-    xy += x[i] * y[i];
-    xx += x[i] * x[i];
-    yy += y[i] * y[i];
-  }
-  return xx > 0.0 && yy > 0.0 ? xy / std::sqrt(xx * yy) : 0.0;
-}
 
 int LaneOfIsotope(const WindowOfScan& window, double mz, int charge, double position) {
   return window.m_lanes.Find(mz + position * window.Step(charge), Tolerance(window, mz));

@@ -60,7 +60,4 @@ int LaneOfIsotope(const WindowOfScan& window, double mz, int charge, double posi
 void CollectCandidates(const WindowOfScan& window, const std::vector<Precursor>& declared,
                        std::size_t most, std::vector<EnvelopeCandidate>& candidates);
 
-/// Cosine of two lists of the same length; 0 when one of them is 0 altogether.
-double Cosine(std::span<const double> x, std::span<const double> y);
-
 }  // namespace tarvek::joint

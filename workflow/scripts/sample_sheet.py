@@ -69,6 +69,20 @@ def extraction_environment(config):
     return " ".join(f"{name}={value}" for name, value in given if value)
 
 
+def joint_environment(config):
+    """TARVEK_JOINT=P in front of a command, where the configuration asks for the joint determination."""
+    text = str(config["joint"] if config["joint"] is not None else "").strip()
+    if not text:
+        return ""
+    try:
+        probability = float(text)
+    except ValueError:
+        probability = math.nan
+    if not 0 <= probability <= 1:
+        raise SystemExit(f"joint is '{text}' and not a probability from 0 to 1")
+    return f"TARVEK_JOINT={probability:g}"
+
+
 def sample_of(row, where, directory, config):
     """The sample of one row (column -> text). where: place of the row, for messages."""
     if not re.fullmatch(NAME, row["sample"]):

@@ -5,7 +5,7 @@ import unittest
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).parent.parent / "scripts"))
-from sample_sheet import extraction_environment, read_samples
+from sample_sheet import extraction_environment, joint_environment, read_samples
 
 CONFIG = {"isolation_width": 2.0, "charge_range": "2t6", "fasta": ""}
 
@@ -89,6 +89,19 @@ class ExtractionEnvironment(unittest.TestCase):
                 extraction_environment({"analyser": analyser, "activation": ""})
         with self.assertRaisesRegex(SystemExit, "activation is 'hcd' and none of HCD"):
             extraction_environment({"analyser": "", "activation": "hcd"})
+
+
+class JointEnvironment(unittest.TestCase):
+    def test_it_holds_the_probability(self):
+        self.assertEqual(joint_environment({"joint": ""}), "")
+        self.assertEqual(joint_environment({"joint": None}), "")
+        self.assertEqual(joint_environment({"joint": 0}), "TARVEK_JOINT=0")
+        self.assertEqual(joint_environment({"joint": "0.30"}), "TARVEK_JOINT=0.3")
+
+    def test_what_is_no_probability_is_refused(self):
+        for joint in ("often", "1.5", -0.1, "nan", "0.3; rm x"):
+            with self.assertRaisesRegex(SystemExit, "is not a probability|not a probability from 0 to 1"):
+                joint_environment({"joint": joint})
 
 
 if __name__ == "__main__":
