@@ -151,7 +151,7 @@ class Describer {
     double centre_distance = kFarPpm;
     int centre_position = -1;
     for (int i = 0; i < static_cast<int>(kEnvelopePeaks); ++i) {
-      const double mz = m_candidate.m_mz + i * m_window.Step(m_candidate.m_charge);
+      const double mz = m_candidate.m_mz + i * m_candidate.m_step_mz;
       const double off_ppm = std::fabs(mz - m_window.m_centre) / mz * 1e6;
       if (off_ppm < centre_distance) {
         centre_distance = off_ppm;
@@ -189,10 +189,9 @@ class Describer {
         continue;
       }
       f[kDeclaredCharge] = 1.0;
-      const double steps =
-          (std::fabs(precursor.m_mz) - m_candidate.m_mz) / m_window.Step(m_candidate.m_charge);
+      const double steps = (std::fabs(precursor.m_mz) - m_candidate.m_mz) / m_candidate.m_step_mz;
       const double nearest = std::floor(steps + 0.5);
-      const double off_mz = std::fabs(steps - nearest) * m_window.Step(m_candidate.m_charge);
+      const double off_mz = std::fabs(steps - nearest) * m_candidate.m_step_mz;
       if (std::fabs(nearest) <= 5.0 && off_mz < 2.0 * m_window.m_tol_ppm * 1e-6 * m_candidate.m_mz)
         f[kDeclaredOffset] = std::min(f[kDeclaredOffset], std::fabs(nearest));
     }
@@ -204,7 +203,10 @@ class Describer {
     for (const int charge : {m_candidate.m_charge - 1, m_candidate.m_charge + 1}) {
       if (charge < 1) continue;
       const double mz = mass / charge + kProtonMass;
-      found += HasPeak(survey, mz) && HasPeak(survey, mz + m_window.Step(charge)) ? 1 : 0;
+      found += HasPeak(survey, mz) &&
+                       HasPeak(survey, mz + m_candidate.m_step_mz * m_candidate.m_charge / charge)
+                   ? 1
+                   : 0;
     }
     f[kOtherCharges] = found;
   }
@@ -215,8 +217,8 @@ class Describer {
     double chance = 0.0;
     for (const double off : kImpossibleDa) chance += pairs.PairShare(mass + off);
     const double own = pairs.PairShare(mass);
-    f[kUnfragmented] = pairs.ShareAt(m_candidate.m_mz) +
-                       pairs.ShareAt(m_candidate.m_mz + m_window.Step(m_candidate.m_charge));
+    f[kUnfragmented] =
+        pairs.ShareAt(m_candidate.m_mz) + pairs.ShareAt(m_candidate.m_mz + m_candidate.m_step_mz);
     f[kBeyondMz] = pairs.ShareAbove(m_candidate.m_mz + kBeyondIsotopesMz);
     f[kPairs] = own - chance / static_cast<double>(kImpossibleDa.size());
     f[kPairsOverShifted] =
@@ -253,7 +255,7 @@ class Describer {
   }
 
   [[nodiscard]] double AllAt(double position) const {
-    const int i = LaneOfIsotope(m_window, m_candidate.m_mz, m_candidate.m_charge, position);
+    const int i = LaneAtPosition(m_window, m_candidate, position);
     return i == kNoLane ? 0.0 : m_lanes[static_cast<std::size_t>(i)].m_all;
   }
 
@@ -286,7 +288,7 @@ class Describer {
       const int lane = m_candidate.LaneAt(i);
       if (lane == kNoLane) continue;
       const Lane& found = m_lanes[static_cast<std::size_t>(lane)];
-      const double expected = m_candidate.m_mz + i * m_window.Step(m_candidate.m_charge);
+      const double expected = m_candidate.m_mz + i * m_candidate.m_step_mz;
       const double off = (found.m_mz - expected) / expected * 1e6;
       const double weight = std::sqrt(found.m_all);
       sum += weight * off * off;
@@ -297,7 +299,7 @@ class Describer {
     if (zero != kNoLane && one != kNoLane) {
       const double step = m_lanes[static_cast<std::size_t>(one)].m_mz -
                           m_lanes[static_cast<std::size_t>(zero)].m_mz;
-      first_off = std::fabs(step - m_window.Step(m_candidate.m_charge)) / m_candidate.m_mz * 1e6;
+      first_off = std::fabs(step - m_candidate.m_step_mz) / m_candidate.m_mz * 1e6;
     }
     f[kSpacingPpm] = first_off;
     f[kSpreadPpm] = std::sqrt(Share(sum, weights));

@@ -38,15 +38,14 @@ bool ReachesWindow(const WindowOfScan& window, const EnvelopeCandidate& candidat
   const double highest = std::ranges::max(candidate.m_expected);
   for (std::size_t i = 0; i < kEnvelopePeaks; ++i)
     if (candidate.m_expected[i] >= kMinInsideShare * highest &&
-        IsInside(window, candidate.m_mz + static_cast<double>(i) * window.Step(candidate.m_charge)))
+        IsInside(window, candidate.m_mz + static_cast<double>(i) * candidate.m_step_mz))
       return true;
   return false;
 }
 
 void FillLanes(const WindowOfScan& window, EnvelopeCandidate& candidate) {
   for (std::size_t i = 0; i < kPositions; ++i)
-    candidate.m_lanes[i] = LaneOfIsotope(window, candidate.m_mz, candidate.m_charge,
-                                         static_cast<int>(i) + kLowestPosition);
+    candidate.m_lanes[i] = LaneAtPosition(window, candidate, static_cast<int>(i) + kLowestPosition);
 }
 
 const Lane* LaneOrNone(const WindowOfScan& window, const EnvelopeCandidate& candidate,
@@ -86,7 +85,7 @@ double QuickShare(const WindowOfScan& window, const EnvelopeCandidate& candidate
   double second = lowest;
   for (std::size_t i = 0; i < kEnvelopePeaks; ++i) {
     const double share = candidate.m_expected[i];
-    if (IsInside(window, candidate.m_mz + static_cast<double>(i) * window.Step(candidate.m_charge)))
+    if (IsInside(window, candidate.m_mz + static_cast<double>(i) * candidate.m_step_mz))
       inside += share;
     if (share < kMinInsideShare) continue;
     const Lane* lane = LaneOrNone(window, candidate, static_cast<int>(i));
@@ -106,7 +105,7 @@ void RefineMz(const WindowOfScan& window, EnvelopeCandidate& candidate) {
     if (lane == nullptr) continue;
     const double weight =
         std::sqrt(lane->m_all) * candidate.m_expected[static_cast<std::size_t>(position)];
-    sum += weight * (lane->m_mz - position * window.Step(candidate.m_charge) - candidate.m_mz);
+    sum += weight * (lane->m_mz - position * candidate.m_step_mz - candidate.m_mz);
     weights += weight;
   }
   if (weights > 0.0) candidate.m_mz += sum / weights;
@@ -129,7 +128,7 @@ class Collector {
           continue;
         if (lane.m_mz <= reach) Try(lane.m_mz, charge);
         if (lane.m_mz * charge > kHeavyDa &&
-            LaneOfIsotope(*m_window, lane.m_mz, charge, -1) == kNoLane)
+            m_window->m_lanes.Find(lane.m_mz - step, Tolerance(*m_window, lane.m_mz)) == kNoLane)
           Try(lane.m_mz - step, charge);
       }
     }
@@ -155,6 +154,7 @@ class Collector {
     EnvelopeCandidate candidate;
     candidate.m_mz = mz;
     candidate.m_charge = charge;
+    candidate.m_step_mz = m_window->Step(charge);
     if (!FillExpected(*m_window, candidate) || !ReachesWindow(*m_window, candidate)) return;
     FillLanes(*m_window, candidate);
     if (!HasPartners(*m_window, candidate)) return;
@@ -174,8 +174,10 @@ bool ByChargeAndMz(const EnvelopeCandidate& a, const EnvelopeCandidate& b) {
 
 }  // namespace
 
-int LaneOfIsotope(const WindowOfScan& window, double mz, int charge, double position) {
-  return window.m_lanes.Find(mz + position * window.Step(charge), Tolerance(window, mz));
+int LaneAtPosition(const WindowOfScan& window, const EnvelopeCandidate& candidate,
+                   double position) {
+  return window.m_lanes.Find(candidate.m_mz + position * candidate.m_step_mz,
+                             Tolerance(window, candidate.m_mz));
 }
 
 void CollectCandidates(const WindowOfScan& window, const std::vector<Precursor>& declared,

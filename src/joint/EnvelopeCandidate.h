@@ -41,8 +41,9 @@ struct WindowOfScan {
 inline constexpr double kEdgeMz = 0.1;
 
 struct EnvelopeCandidate {
-  double m_mz = 0.0;  // monoisotopic, positive; refined over isotopes and MS1 scans
-  int m_charge = 0;   // without sign
+  double m_mz = 0.0;       // monoisotopic, positive; refined over isotopes and MS1 scans
+  int m_charge = 0;        // without sign
+  double m_step_mz = 0.0;  // between its isotopes
   std::array<int, kPositions> m_lanes{};            // position p is entry p - kLowestPosition
   std::array<double, kEnvelopePeaks> m_expected{};  // shares of the isotopes; 1 altogether
   double m_quick_share = 0.0;  // what its two or three best isotopes could explain in the window
@@ -52,8 +53,8 @@ struct EnvelopeCandidate {
   }
 };
 
-/// Index of the lane of position p (any sign) of an ion.
-int LaneOfIsotope(const WindowOfScan& window, double mz, int charge, double position);
+/// Index of the lane at a position of an ion, of any sign and also between isotopes.
+int LaneAtPosition(const WindowOfScan& window, const EnvelopeCandidate& candidate, double position);
 
 /// All candidates, in ascending order of charge and m/z; at most most of them, those that could
 /// explain the most. declared: as the input declares it.

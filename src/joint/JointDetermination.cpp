@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 
 #include "JointModel.h"
 
@@ -23,6 +24,11 @@ bool IsSameIon(const Precursor& a, const Precursor& b) {
          std::fabs(a.m_mz - b.m_mz) < kSameIonPpm * 1e-6 * std::fabs(a.m_mz);
 }
 
+bool IsDecoy(const FittedCandidate& fitted) {
+  const EnvelopeCandidate& candidate = fitted.m_candidate;
+  return candidate.m_step_mz * candidate.m_charge < 0.5 * (kDecoySpacing + kIsotopeSpacing);
+}
+
 }  // namespace
 
 bool JointDetermination::IsAskedFor(int charge) const {
@@ -32,17 +38,19 @@ bool JointDetermination::IsAskedFor(int charge) const {
 
 std::span<const FittedCandidate> JointDetermination::Candidates(const Ms1Store& store,
                                                                 const MS2Spectrum& ms2) {
-  return Explain(store, ms2, kIsotopeSpacing);
+  return Explain(store, ms2, false);
 }
 
 std::size_t JointDetermination::CountDecoys(const Ms1Store& store, const MS2Spectrum& ms2,
                                             double threshold) {
-  return Report(Explain(store, ms2, kDecoySpacing), threshold).size();
+  std::vector<FittedCandidate> decoys;
+  std::ranges::copy_if(Explain(store, ms2, true), std::back_inserter(decoys), IsDecoy);
+  return Report(decoys, threshold).size();
 }
 
 std::span<const FittedCandidate> JointDetermination::Explain(const Ms1Store& store,
                                                              const MS2Spectrum& ms2,
-                                                             double spacing_da) {
+                                                             bool has_decoys) {
   m_fitted.clear();
   const double centre = ms2.m_activation_center;
   const double half_width = 0.5 * m_params->m_isolation_width;
@@ -53,11 +61,16 @@ std::span<const FittedCandidate> JointDetermination::Explain(const Ms1Store& sto
                 kMinLocalShare, kLanePpm);
   const int max_charge =
       std::max(std::abs(m_params->m_charge_min), std::abs(m_params->m_charge_max));
-  const WindowOfScan window{
+  WindowOfScan window{
       centre,     half_width,   ToleranceMz(*m_params, centre) / centre * 1e6 * kIsotopeTolShare,
-      max_charge, IsNegative(), m_lanes,
-      spacing_da};
+      max_charge, IsNegative(), m_lanes};
   CollectCandidates(window, ms2.m_orig_precursors, kMostCandidates, m_candidates);
+  if (has_decoys) {
+    window.m_spacing_da = kDecoySpacing;
+    std::vector<EnvelopeCandidate> decoys;
+    CollectCandidates(window, ms2.m_orig_precursors, kMostCandidates, decoys);
+    m_candidates.insert(m_candidates.end(), decoys.begin(), decoys.end());
+  }
   const auto survey =
       std::ranges::lower_bound(store, ms2.m_precursor_scan, {}, &MS1Spectrum::m_scan_no);
   m_fitter.Fit(window, m_candidates, ms2, survey->m_peaks, m_fitted);

@@ -43,8 +43,8 @@ class JointDetermination {
   /// asked for.
   std::span<const FittedCandidate> Candidates(const Ms1Store& store, const MS2Spectrum& ms2);
 
-  /// How many precursors it would report if isotopes lay kDecoySpacing apart, which none do: so many
-  /// of those that it does report are there by chance.
+  /// How many candidates with isotopes kDecoySpacing apart, which no ion has, it would report when they
+  /// take part with all others: so many of those that it does report are there by chance.
   std::size_t CountDecoys(const Ms1Store& store, const MS2Spectrum& ms2, double threshold);
 
   /// Whether a charge without sign is one of those asked for.
@@ -52,7 +52,7 @@ class JointDetermination {
 
  private:
   std::span<const FittedCandidate> Explain(const Ms1Store& store, const MS2Spectrum& ms2,
-                                           double spacing_da);
+                                           bool has_decoys);
   std::vector<JointPrecursor> Report(std::span<const FittedCandidate> candidates,
                                      double threshold) const;
   [[nodiscard]] bool IsNegative() const { return m_params->m_charge_max < 0; }
