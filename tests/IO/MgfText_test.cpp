@@ -104,7 +104,7 @@ TEST(MgfScanNumber, AgreesWithAPatternForTitlesOfAnyFields) {
                                                   "",  "ab", "dta", "99999999999"};
   std::mt19937 random(20);
   std::size_t ours = 0;
-  for (int i = 0; i < 50'000; ++i) {
+  for (int i = 0; i < 100'000; ++i) {
     std::string title = kFields[random() % kFields.size()];
     for (auto fields = random() % 7; fields > 0; --fields) {
       title += '.';
