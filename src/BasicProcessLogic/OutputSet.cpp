@@ -14,7 +14,9 @@ std::string RemoveOldTable(const UserParameters& parameters) {
   std::string path = FinishedTablePath(parameters);
   RemoveFile(path);
   RemoveFile(RunRecordPath(parameters));
-  RemoveFile(OutputPath(parameters, kEvidenceEnding));
+  const std::string evidence = OutputPath(parameters, kEvidenceEnding);
+  RemoveFile(evidence);
+  RemoveFile(UnfinishedPathOf(evidence));  // of a run that was killed
   return path;
 }
 

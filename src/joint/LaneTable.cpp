@@ -37,9 +37,9 @@ void AddTo(Lane& lane, double mz, double intensity, std::size_t row) {
 void LaneTable::Build(const ScanWindow& window, double low, double high, double inner_low,
                       double inner_high, double min_share, double tol_ppm) {
   Gather(window, low, high, inner_low, inner_high, min_share);
-  SortPoints(low);
+  SortPoints();
   Join(tol_ppm);
-  IndexLanes(low, high);
+  IndexLanes();
 }
 
 void LaneTable::Gather(const ScanWindow& window, double low, double high, double inner_low,
@@ -58,10 +58,10 @@ void LaneTable::Gather(const ScanWindow& window, double low, double high, double
 }
 
 // By m/z; points of one m/z in the order of the rows. Counting sort into steps, then insertion.
-void LaneTable::SortPoints(double low) {
-  m_low = low;
+void LaneTable::SortPoints() {
+  m_low = m_points.empty() ? 0.0 : std::ranges::min(m_points, {}, &Point::m_mz).m_mz;
   std::size_t last_bin = 0;
-  const auto bin_of = [low](const Point& point) {
+  const auto bin_of = [low = m_low](const Point& point) {
     return static_cast<std::size_t>((point.m_mz - low) * kStepsPerMz);
   };
   for (const Point& point : m_points) last_bin = std::max(last_bin, bin_of(point));
@@ -89,13 +89,13 @@ void LaneTable::Join(double tol_ppm) {
   }
 }
 
-void LaneTable::IndexLanes(double low, double high) {
-  const auto steps = static_cast<std::size_t>(std::max(0.0, (high - low) * kStepsPerMz)) + 2;
+void LaneTable::IndexLanes() {
+  const double reach = m_lanes.empty() ? 0.0 : m_lanes.back().m_mz - m_low;
+  const auto steps = static_cast<std::size_t>(reach * kStepsPerMz) + 1;
   m_first_lane.assign(steps, static_cast<int>(m_lanes.size()));
   std::size_t filled = 0;
   for (std::size_t i = 0; i < m_lanes.size(); ++i) {
-    const auto step =
-        std::min(static_cast<std::size_t>((m_lanes[i].m_mz - low) * kStepsPerMz), steps - 1);
+    const auto step = static_cast<std::size_t>((m_lanes[i].m_mz - m_low) * kStepsPerMz);
     for (; filled <= step; ++filled) m_first_lane[filled] = static_cast<int>(i);
   }
 }

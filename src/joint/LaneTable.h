@@ -55,16 +55,16 @@ class LaneTable {
   };
   void Gather(const ScanWindow& window, double low, double high, double inner_low,
               double inner_high, double min_share);
-  void SortPoints(double low);
+  void SortPoints();
   void Join(double tol_ppm);
-  void IndexLanes(double low, double high);
+  void IndexLanes();
 
   std::vector<Point> m_points;
   std::vector<Point> m_sorted;
   std::vector<std::size_t> m_bins;
   std::vector<Lane> m_lanes;
-  std::vector<int> m_first_lane;  // the first lane at or above each step of the range
-  double m_low = 0.0;
+  std::vector<int> m_first_lane;  // the first lane at or above each step from m_low
+  double m_low = 0.0;             // of all peaks
   double m_limit = 0.0;
 };
 

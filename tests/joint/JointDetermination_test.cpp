@@ -47,6 +47,19 @@ TEST_F(Joint, FindsNothingWithoutThePrecursorScan) {
   EXPECT_TRUE(Candidates().empty());
 }
 
+TEST_F(Joint, BearsAnyWidthAndCentre) {
+  m_scene.AddIon(500.0, 2, 1000.0);
+  for (const double width : {1e-6, 1e4, 1e15})
+    for (const double centre : {0.0, 500.0, 1e9}) {
+      m_parameters.m_isolation_width = width;
+      m_centre = centre;
+      Candidates();
+    }
+  m_parameters.m_isolation_width = 1e15;
+  m_centre = 500.0;
+  EXPECT_NE(Find(500.0, 2), nullptr);
+}
+
 TEST_F(Joint, DescribesALoneIonAsPerfect) {
   m_scene.AddIon(500.0, 2, 1000.0);
   const FittedCandidate* ion = Find(500.0, 2);
