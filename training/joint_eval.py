@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Figures of the joint determination, beside those of the specified models' default.
+"""Figures of the joint determination, beside those of the scoring model that is the default.
 
 Usage: joint_eval.py BIN DATA LABELS SIMULATED MODEL [--thresholds P,...] [--spectra N,...] [--ppm PPM,...]
                      [--parts real,simulated] [--real-share SHARE] [--tables FOLDER]
@@ -35,8 +35,8 @@ import tarvek_io  # noqa: E402
 TOL_PPM = 10.0
 MIN_SHARE = 0.05
 ISOTOPE_DA = 1.00335
-# Settings of the specified determination that the joint one is compared with; W: the declared width.
-SPECIFIED = {"specified, -W 2": ["-W", "2"], "specified, declared width, -t 0.25": ["-W", "W", "-t", "0.25"]}
+# Settings of the determination by a scoring model that the joint one is compared with; W: the declared width.
+BY_MODEL = {"scoring model, -W 2": ["-W", "2"], "scoring model, declared width, -t 0.25": ["-W", "W", "-t", "0.25"]}
 
 
 # ---- choice
@@ -64,7 +64,7 @@ def precursors_of_table(path):
     return found
 
 
-def specified(programs, ms1, options, width, ipv, out, negative=False):
+def by_model(programs, ms1, options, width, ipv, out, negative=False):
     """What tarvek determines."""
     out.mkdir(parents=True, exist_ok=True)
     options = [width if option == "W" else option for option in options]
@@ -126,10 +126,10 @@ def counts_of(answers):
     return [*each, *total, together]
 
 
-def specified_choices(programs, runs):
-    return {name: [specified(programs, real.ms1, options, real.run.width, HOME.parent / "data/IPV.txt",
-                             real.ms1.parent / "specified") for real in runs]
-            for name, options in SPECIFIED.items()}
+def model_choices(programs, runs):
+    return {name: [by_model(programs, real.ms1, options, real.run.width, HOME.parent / "data/IPV.txt",
+                             real.ms1.parent / "by_model") for real in runs]
+            for name, options in BY_MODEL.items()}
 
 
 def unseen_probabilities(runs, simulated, knots, real_share):
@@ -146,7 +146,7 @@ def unseen_probabilities(runs, simulated, knots, real_share):
 
 def real_choices(runs, probabilities, options):
     """method -> [precursors of each run]."""
-    choices = specified_choices(options.programs, runs)
+    choices = model_choices(options.programs, runs)
     if options.tables:
         choices[str(options.tables)] = [precursors_of_table(options.tables / f"{real.run.name}.csv") for real in runs]
     tables = [real.table for real in runs]
@@ -280,9 +280,9 @@ def print_simulated(programs, folder, model, thresholds, tables):
         probabilities = joint_model.probability(model, table.features)
         scored.append((row["profile"], probabilities, table.label))
         ipv = isotope_table(programs, row["options"], folder)
-        methods = {name: specified(programs, base.with_suffix(".ms1"), options, row["width"], ipv,
-                                   base.parent / "specified", bool(charges_of(row["options"])))
-                   for name, options in SPECIFIED.items()}
+        methods = {name: by_model(programs, base.with_suffix(".ms1"), options, row["width"], ipv,
+                                   base.parent / "by_model", bool(charges_of(row["options"])))
+                   for name, options in BY_MODEL.items()}
         if tables and (tables / f"{row['profile']}.csv").exists():
             methods[str(tables)] = precursors_of_table(tables / f"{row['profile']}.csv")
         methods |= {f"joint, {threshold:g}": chosen(table, probabilities, threshold) for threshold in thresholds}

@@ -158,13 +158,13 @@ def search(mgf, fasta, run, precursor_ppm, cache):
 
 
 def write_features(programs, ms1, table, labels, width, ipv, *options):
-    """The candidates of a run with the features of the joint determination, or with those of the specified models
+    """The candidates of a run with the features of the joint determination, or with those of the scoring models
     where tarvek-tools has no others. labels: the option that says what is true."""
     tools = programs / "tarvek-tools"
     known = subprocess.run([tools, "features", "--help"], check=True, capture_output=True, text=True).stdout
     joint = ["--joint"] if "--joint" in known else []
     if not joint:
-        print(f"{tools} features has no --joint: {table.name} holds the specified models' features")
+        print(f"{tools} features has no --joint: {table.name} holds the scoring models' features")
     subprocess.run([str(part) for part in (tools, "features", *joint, ms1, table, *labels, "-W", width, "-I", ipv,
                                            *options)], check=True, stdout=subprocess.DEVNULL)
 
