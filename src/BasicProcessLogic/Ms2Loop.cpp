@@ -44,6 +44,7 @@ class Determiner {
       return;
     }
     scan.m_precursors.clear();
+    scan.m_evidence.clear();
     for (const auto& [precursor, evidence] : m_joint.Determine(store, scan, *m_threshold)) {
       scan.m_precursors.push_back(precursor);
       scan.m_evidence.push_back(evidence);

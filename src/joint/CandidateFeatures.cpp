@@ -33,7 +33,7 @@ const std::array<const char*, kFeatureCount> kFeatureNames = {"cos_near",
                                                               "fit_of_window",
                                                               "fit_of_own",
                                                               "cos_residual",
-                                                              "priceless",
+                                                              "loss_without",
                                                               "inside_share",
                                                               "inside_count",
                                                               "edge_distance",
@@ -350,7 +350,7 @@ void DescribeFit(std::span<const double> intensities, const EnvelopeColumn& colu
     around += intensities[k];
   }
   f[kCosResidual] = CosineSimilarity(left, column.m_shares);
-  f[kPriceless] = Share(loss, around);
+  f[kLossWithout] = Share(loss, around);
 }
 
 }  // namespace

@@ -44,7 +44,7 @@ enum Feature : std::size_t {
   kFitOfWindow,      // of what the fit explains in the window
   kFitOfOwn,         // amplitude in the fit against that of the candidate alone
   kCosResidual,      // cosine with what all others leave
-  kPriceless,        // what the fit loses without it, of all intensity near it
+  kLossWithout,      // what the fit loses without it, of all intensity near it
   kInsideShare,      // expected share of the envelope in the window
   kInsideCount,      // its isotopes in the window
   kEdgeDistance,     // of its most intense isotope in the window from the nearer edge, m/z

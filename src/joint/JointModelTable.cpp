@@ -318,7 +318,7 @@ constexpr std::array<JointSteps, 47> kSteps = {{
     {"fit_of_window", kThresholds22, kValues22},
     {"fit_of_own", kThresholds23, kValues23},
     {"cos_residual", kThresholds24, kValues24},
-    {"priceless", kThresholds25, kValues25},
+    {"loss_without", kThresholds25, kValues25},
     {"inside_share", kThresholds26, kValues26},
     {"inside_count", kThresholds27, kValues27},
     {"edge_distance", kThresholds28, kValues28},

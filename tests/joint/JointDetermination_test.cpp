@@ -47,7 +47,7 @@ TEST_F(Joint, FindsNothingWithoutThePrecursorScan) {
   EXPECT_TRUE(Candidates().empty());
 }
 
-TEST_F(Joint, BearsAnyWidthAndCentre) {
+TEST_F(Joint, TakesAnyWidthAndCentre) {
   m_scene.AddIon(500.0, 2, 1000.0);
   for (const double width : {1e-6, 1e4, 1e15})
     for (const double centre : {0.0, 500.0, 1e9}) {

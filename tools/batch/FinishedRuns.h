@@ -1,4 +1,4 @@
-// tools/FinishedRuns.h: finished runs compared with the settings of now.
+// tools/batch/FinishedRuns.h: finished runs compared with the settings of now.
 // Does:     tells the settings that the record of a run would have now, and whether those of its
 //           record are others.
 // Throws:   what ReadRunRecord and ReadIsotopeTable throw.
