@@ -25,6 +25,7 @@ struct KeyField {
 };
 
 // The keys are frozen, see docs/frozen-names.md.
+// Taken in this order: of several values that are wrong the first is the one that is named.
 constexpr std::array<KeyField, 20> kFields = {{
     {"rewrite_files", &UserParameters::m_rewrite_files},
     {"co-elute", &UserParameters::m_co_elute},
