@@ -21,7 +21,7 @@ std::string BasePath(const ExtractorOptions& options) {
   return JoinPath({options.m_output_directory, options.m_base_name});
 }
 
-std::unique_ptr<ScanSink> MakeSink(const ExtractorOptions& options, const std::string& format) {
+std::unique_ptr<ScanSink> MakeFileSink(const ExtractorOptions& options, const std::string& format) {
   const PeakDigits digits{options.m_mz_digits, options.m_intensity_digits};
   if (options.m_mgf) return MakeMgfSink(BasePath(options), options.m_base_name, digits);
   if (!options.m_msb) return MakeTextSink(BasePath(options), digits);
@@ -41,7 +41,7 @@ class ScanPipeline final : public ScanConsumer {
         m_report(&report),
         m_native_ids(&native_ids) {}
 
-  void SetSink(ScanSink& sink) { m_sink = &sink; }
+  void AddSink(ScanSink& sink) { m_sinks.push_back(&sink); }
 
   void OnDeclaredCount(std::int64_t count) override { m_report->SetDeclaredCount(count); }
 
@@ -57,7 +57,7 @@ class ScanPipeline final : public ScanConsumer {
         output.m_kind = ScanKind::kLeftOut;
         output.m_why_left_out = "no peak that the digits show";
       } else {
-        m_sink->Write(output, peaks);
+        for (ScanSink* const sink : m_sinks) sink->Write(output, peaks);
         m_native_ids->Add(output.m_scan_no, scan.m_id);
         if (m_numbers_by_position)
           m_report->Note(
@@ -93,7 +93,7 @@ class ScanPipeline final : public ScanConsumer {
   PeakPreparation m_preparation;
   RunReport* m_report;
   NativeIdList* m_native_ids;
-  ScanSink* m_sink = nullptr;
+  std::vector<ScanSink*> m_sinks;
 };
 
 // The path of the marker in a directory that exists.
@@ -106,39 +106,49 @@ std::string PreparedMarkerPath(const ExtractorOptions& options) {
 /// finished.
 class Reading {
  public:
-  Reading(const ExtractorOptions& options, const ExtractionPlan& plan, RunReport& report)
+  Reading(const ExtractorOptions& options, const ExtractionTargets& targets,
+          const ExtractionPlan& plan, RunReport& report)
       : m_options(&options),
+        m_targets(targets),
         m_native_ids(BasePath(options) + ".nativeid.tsv", plan.m_numbers_by_position),
         m_pipeline(options, plan, report, m_native_ids) {}
 
   ScanConsumer& Consumer() { return m_pipeline; }
 
   void SetFormat(const std::string& format) {
-    m_sink = MakeSink(*m_options, ToLower(format));
-    m_pipeline.SetSink(*m_sink);
+    if (m_targets.m_writes_spectra) AddSink(MakeFileSink(*m_options, ToLower(format)));
+    if (m_targets.m_taker != nullptr) AddSink(MakeRecordSink(*m_targets.m_taker));
   }
 
   /// Gives the outputs their final names.
   void Finish() {
-    m_sink->Close();
+    for (const auto& sink : m_sinks) sink->Close();
     m_native_ids.Close();
-    m_sink->Commit();
+    for (const auto& sink : m_sinks) sink->Commit();
     m_native_ids.Commit();
   }
 
  private:
+  void AddSink(std::unique_ptr<ScanSink> sink) {
+    m_pipeline.AddSink(*sink);
+    m_sinks.push_back(std::move(sink));
+  }
+
   const ExtractorOptions* m_options;
+  ExtractionTargets m_targets;
   NativeIdList m_native_ids;
-  std::unique_ptr<ScanSink> m_sink;
+  std::vector<std::unique_ptr<ScanSink>> m_sinks;  // the one that takes peaks over last
   ScanPipeline m_pipeline;
 };
 
-void ReadInto(const ExtractorOptions& options, const std::string& path, RunReport& report,
+void ReadInto(const ExtractorOptions& options, const std::string& path,
+              const ExtractionTargets& targets, RunReport& report,
               std::optional<Reading>& reading) {
   const auto start = [&](const ExtractionPlan& plan) -> ScanConsumer& {
     reading.reset();
     report.StartReading();
-    return reading.emplace(options, plan, report).Consumer();
+    if (targets.m_taker != nullptr) targets.m_taker->Start();
+    return reading.emplace(options, targets, plan, report).Consumer();
   };
   const auto on_format = [&](const std::string& format) {
     report.SetFormat(format);
@@ -147,6 +157,7 @@ void ReadInto(const ExtractorOptions& options, const std::string& path, RunRepor
   ReadPlanned(path, options.m_overrides, start, on_format, [&](const ReadingState& state) {
     ThrowIfInterrupted();
     report.Progress(state);
+    if (targets.m_taker != nullptr) targets.m_taker->OnBlock(state);
   });
 }
 
@@ -178,18 +189,20 @@ void Marker::Complete(const RunRecord& record) {
   m_file.TakeName();
 }
 
-void Extract(const ExtractorOptions& options, const std::string& path, Marker& marker,
-             std::ostream& out) {
+RunRecord Extract(const ExtractorOptions& options, const std::string& path, Marker& marker,
+                  std::ostream& out, const ExtractionTargets& targets) {
   RunReport report(out, options.m_input);
   std::optional<Reading> reading;
-  ReadInto(options, path, report, reading);
+  ReadInto(options, path, targets, report, reading);
   if (options.m_faims_volts && report.WrittenScans() == 0)
     throw path + ": no scan has this compensation voltage; found: " +
         (report.Voltages().empty() ? "none" : report.Voltages());
   reading->Finish();
   ThrowIfInterrupted();
   report.PrintSummary();
-  marker.Complete(RecordOf(options, report));
+  RunRecord record = RecordOf(options, report);
+  if (targets.m_writes_spectra) marker.Complete(record);
+  return record;
 }
 
 void ThrowIfInterrupted() {

@@ -11,6 +11,7 @@
 
 #include "ExtractorOptions.h"
 #include "RunRecord.h"
+#include "ScanSinks.h"
 #include "UnfinishedFile.h"
 
 namespace tarvek::extractor {
@@ -34,10 +35,16 @@ class Marker {
   UnfinishedFile m_file;
 };
 
-/// Extracts path, which is options.m_input or what that was converted to. marker: that of options.
-/// report: progress and summary go there.
-void Extract(const ExtractorOptions& options, const std::string& path, Marker& marker,
-             std::ostream& report);
+/// Where scans go.
+struct ExtractionTargets {
+  bool m_writes_spectra = true;  // to the files of options; without them the marker is not written
+  RecordTaker* m_taker = nullptr;  // as well
+};
+
+/// Extracts path, which is options.m_input or what that was converted to, and returns what the marker
+/// says. marker: that of options. report: progress and summary go there.
+RunRecord Extract(const ExtractorOptions& options, const std::string& path, Marker& marker,
+                  std::ostream& report, const ExtractionTargets& targets = {});
 
 /// Throws "interrupted" when a stop was requested (NoteStopRequests in Platform.h); asked between two
 /// blocks of the work, so that unfinished files are removed on the way out.

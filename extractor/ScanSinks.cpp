@@ -28,8 +28,8 @@ void DescribeFragment(const OutputScan& scan, MS2Spectrum& record) {
     record.m_orig_precursors.push_back({ion.m_mz, ion.m_charge});
 }
 
-/// A sink for the records that the formats of IO take.
-class RecordSink : public ScanSink {
+/// A sink for records as the formats of IO take them.
+class FormatSink : public ScanSink {
  public:
   void Write(const OutputScan& scan, std::vector<Peak>& peaks) final {
     if (scan.m_kind == ScanKind::kFragment) {
@@ -42,8 +42,8 @@ class RecordSink : public ScanSink {
   }
 
  private:
-  virtual void WriteRecord(const MS1Spectrum& scan) = 0;
-  virtual void WriteRecord(const MS2Spectrum& scan) = 0;
+  virtual void WriteRecord(MS1Spectrum& scan) = 0;
+  virtual void WriteRecord(MS2Spectrum& scan) = 0;
 
   // Lends the peaks to the record, as there may be many.
   template <class Spectrum>
@@ -57,7 +57,7 @@ class RecordSink : public ScanSink {
   MS2Spectrum m_fragment;
 };
 
-class TextSink final : public RecordSink {
+class TextSink final : public FormatSink {
  public:
   TextSink(const std::string& base_path, PeakDigits digits)
       : m_digits(digits), m_ms1(&Open(base_path + ".ms1")), m_ms2(&Open(base_path + ".ms2")) {
@@ -67,8 +67,8 @@ class TextSink final : public RecordSink {
   }
 
  private:
-  void WriteRecord(const MS1Spectrum& scan) override { WriteText(scan, *m_ms1); }
-  void WriteRecord(const MS2Spectrum& scan) override { WriteText(scan, *m_ms2); }
+  void WriteRecord(MS1Spectrum& scan) override { WriteText(scan, *m_ms1); }
+  void WriteRecord(MS2Spectrum& scan) override { WriteText(scan, *m_ms2); }
 
   template <class Spectrum>
   void WriteText(const Spectrum& scan, OutputFile& file) {
@@ -83,17 +83,28 @@ class TextSink final : public RecordSink {
   std::string m_text;
 };
 
-class BinarySink final : public RecordSink {
+class BinarySink final : public FormatSink {
  public:
   BinarySink(const std::string& base_path, PeakDigits digits)
       : m_msb(&Open(base_path + ".msb")), m_writer(*m_msb, Open(base_path + ".mscsv"), digits) {}
 
  private:
-  void WriteRecord(const MS1Spectrum& scan) override { m_writer.Write(scan); }
-  void WriteRecord(const MS2Spectrum& scan) override { m_writer.Write(scan); }
+  void WriteRecord(MS1Spectrum& scan) override { m_writer.Write(scan); }
+  void WriteRecord(MS2Spectrum& scan) override { m_writer.Write(scan); }
 
   OutputFile* m_msb;
   MsbWriter m_writer;
+};
+
+class RecordSink final : public FormatSink {
+ public:
+  explicit RecordSink(RecordTaker& taker) : m_taker(&taker) {}
+
+ private:
+  void WriteRecord(MS1Spectrum& scan) override { m_taker->Take(scan); }
+  void WriteRecord(MS2Spectrum& scan) override { m_taker->Take(scan); }
+
+  RecordTaker* m_taker;
 };
 
 class MgfSink final : public ScanSink {
@@ -154,6 +165,10 @@ std::unique_ptr<ScanSink> MakeBinarySink(const std::string& base_path, PeakDigit
 std::unique_ptr<ScanSink> MakeMgfSink(const std::string& base_path, const std::string& title,
                                       PeakDigits digits) {
   return std::make_unique<MgfSink>(base_path, title, digits);
+}
+
+std::unique_ptr<ScanSink> MakeRecordSink(RecordTaker& taker) {
+  return std::make_unique<RecordSink>(taker);
 }
 
 void KeepMostIntense(std::vector<Peak>& peaks, std::size_t max_count) {

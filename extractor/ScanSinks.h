@@ -14,6 +14,7 @@
 #include "ScanRules.h"
 #include "SpectrumRecords.h"
 #include "UnfinishedFile.h"
+#include "XmlStream.h"
 
 namespace tarvek::extractor {
 
@@ -21,7 +22,8 @@ class ScanSink {
  public:
   virtual ~ScanSink() = default;
 
-  /// One scan. peaks: ascending in m/z, none of which the digits turn to 0; the same afterwards.
+  /// One scan. peaks: ascending in m/z, none of which the digits turn to 0; the same afterwards,
+  /// except by MakeRecordSink's.
   virtual void Write(const OutputScan& scan, std::vector<Peak>& peaks) = 0;
 
   /// Flushes and closes every file; a failed write throws here at the latest.
@@ -48,6 +50,22 @@ std::unique_ptr<ScanSink> MakeBinarySink(const std::string& base_path, PeakDigit
 /// fields of a title.
 std::unique_ptr<ScanSink> MakeMgfSink(const std::string& base_path, const std::string& title,
                                       PeakDigits digits);
+
+/// Who takes scans as records, as a text file would be given them.
+class RecordTaker {
+ public:
+  virtual ~RecordTaker() = default;
+  /// scan: may be changed.
+  virtual void Take(MS1Spectrum& scan) = 0;
+  virtual void Take(MS2Spectrum& scan) = 0;
+  /// The file is read from its start, perhaps once more: what was taken counts for nothing.
+  virtual void Start() = 0;
+  /// Called after every block of the file.
+  virtual void OnBlock(const ReadingState& state) = 0;
+};
+
+/// Scans go to taker, which may keep the peaks and leave others in their place. No file.
+std::unique_ptr<ScanSink> MakeRecordSink(RecordTaker& taker);
 
 /// Keeps the max_count most intense peaks, in their order; of equal ones the first.
 void KeepMostIntense(std::vector<Peak>& peaks, std::size_t max_count);

@@ -39,6 +39,8 @@ int RunChild(const std::string& command) {
   return child.Wait();
 }
 
+std::string CurrentDirectoryExtractor(std::string_view name) { return JoinPath({".", name}); }
+
 // The extractor would take a path that begins with a dash for one of its options.
 std::string NoOption(const std::string& path) { return path.starts_with('-') ? "./" + path : path; }
 
@@ -50,14 +52,24 @@ bool runExtractor(const UserParameters& parameters, std::string_view mode) {
     logInfo(parameters.m_current_file + " has existed results, skipping morvex process...");
     return false;
   }
-  const std::string program =
-      ExtractorProgram(ExtractorName(parameters.m_input_format), InstalledDirectory());
-  const std::string command = ExtractorCommand(parameters, mode, program);
+  const std::string command = ExtractorCommand(parameters, mode, ChosenExtractor(parameters));
   logInfo(command);
   const int status = RunChild(command);
-  if (status != 0 || !FileExists(marker))
-    throw "Cannot use morvex to extract signals from: " + parameters.m_current_file;
+  if (status != 0 || !FileExists(marker)) throw ExtractionFailedText(parameters.m_current_file);
   return true;
+}
+
+bool CanExtractHere(const UserParameters& parameters) {
+  if (parameters.m_output_msb || parameters.m_cluster_ms2) return false;
+  if (!IsInstrumentFormat(parameters.m_input_format)) return false;
+  const std::string_view name = ExtractorName(parameters.m_input_format);
+  if (name != ExtractorName("mzml")) return false;
+  if (!parameters.m_rewrite_files && FileExists(MarkerPath(parameters))) return false;
+  return ChosenExtractor(parameters) != CurrentDirectoryExtractor(name);
+}
+
+std::string ChosenExtractor(const UserParameters& parameters) {
+  return ExtractorProgram(ExtractorName(parameters.m_input_format), InstalledDirectory());
 }
 
 RunRecord ExtractionRecord(const UserParameters& parameters) {
@@ -75,10 +87,26 @@ std::string_view ExtractorName(std::string_view input_format) {
 }
 
 std::string ExtractorProgram(std::string_view name, const std::string& installed_directory) {
-  std::string here = JoinPath({".", name});
+  std::string here = CurrentDirectoryExtractor(name);
   if (installed_directory.empty() || FileExists(here)) return here;
   const std::string installed = JoinPath({installed_directory, name});
   return FileExists(installed) ? QuotedForShell(installed) : here;
+}
+
+std::vector<std::string> ExtractorArguments(const UserParameters& parameters) {
+  return {"-ms",
+          "-a",
+          "-i",
+          std::to_string(parameters.m_intensity_digits),
+          "-m",
+          std::to_string(parameters.m_mz_digits),
+          "-o",
+          parameters.m_outputpath,
+          NoOption(parameters.m_current_file)};
+}
+
+std::string ExtractionFailedText(const std::string& path) {
+  return "Cannot use morvex to extract signals from: " + path;
 }
 
 std::string ExtractorCommand(const UserParameters& parameters, std::string_view mode,

@@ -8,6 +8,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "RunRecord.h"
 #include "UserParameters.h"
@@ -28,6 +29,19 @@ std::string_view ExtractorName(std::string_view input_format);
 /// How the shell is to start the extractor: the program in the current directory as it is, or,
 /// when there is none, the installed one of installed_directory in quotes where there is one.
 std::string ExtractorProgram(std::string_view name, const std::string& installed_directory);
+
+/// Whether the current file can be extracted without starting a program: it would be the installed one
+/// that reads mzML and mzXML, with work to do, and only text is asked of it.
+bool CanExtractHere(const UserParameters& parameters);
+
+/// What the shell would be given to start the extractor of the current file (ExtractorProgram).
+std::string ChosenExtractor(const UserParameters& parameters);
+
+/// What the extractor is told of the current file to write text, word by word.
+std::vector<std::string> ExtractorArguments(const UserParameters& parameters);
+
+/// The error of a file that the extractor did not finish.
+std::string ExtractionFailedText(const std::string& path);
 
 /// The command line for the current file, starting with program.
 std::string ExtractorCommand(const UserParameters& parameters, std::string_view mode,

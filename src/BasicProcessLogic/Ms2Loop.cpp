@@ -1,5 +1,6 @@
 #include "Ms2Loop.h"
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <set>
@@ -7,6 +8,7 @@
 
 #include "ClusterMs2.h"
 #include "FileUtils.h"
+#include "InstrumentSource.h"
 #include "JointDetermination.h"
 #include "Logger.h"
 #include "Ms1Feed.h"
@@ -158,18 +160,22 @@ class Ms2Loop {
   std::map<std::int32_t, std::string_view> m_left_out_scans;  // the same reasons
 };
 
+/// What a record of the run begins with, asked when all scans were read.
+using RecordStart = std::function<RunRecord()>;
+
 RunRecord ProcessSource(const UserParameters& parameters, const AcceptedScans& accepted,
-                        SpectrumSource& source, OutputClaim& claim, const RunRecord& begun) {
+                        SpectrumSource& source, OutputClaim& claim, Naming naming,
+                        const RecordStart& begun) {
   const std::optional<double> joint_threshold = JointThreshold();
   if (joint_threshold)
     logInfo("The precursors of each scan are determined together, from a probability of " +
             ExactText(*joint_threshold) + " on.");
-  OutputSet outputs(parameters, claim, joint_threshold.has_value());
+  OutputSet outputs(parameters, claim, joint_threshold.has_value(), naming);
   RunRecord record;
   {
     Ms2Loop loop(parameters, accepted, source, outputs);
     loop.Run();
-    record = WholeRecord(begun, loop.Counts());
+    record = WholeRecord(begun(), loop.Counts());
   }
   source.FinishMs1();
   outputs.ClosePf1();
@@ -213,14 +219,21 @@ RunRecord processTextSpectra(const UserParameters& parameters, OutputClaim& clai
                              const RunRecord& begun) {
   const AcceptedScans accepted = SelectScans(parameters);
   TextSpectrumSource source(parameters.m_current_file, Ms2Path(parameters.m_current_file));
-  return ProcessSource(parameters, accepted, source, claim, begun);
+  return ProcessSource(parameters, accepted, source, claim, Naming::kAtOnce, [&] { return begun; });
+}
+
+RunRecord ProcessInstrumentSpectra(const UserParameters& parameters, OutputClaim& claim,
+                                   const RunRecord& settings) {
+  InstrumentSource source(parameters);
+  return ProcessSource(parameters, std::nullopt, source, claim, Naming::kWhenComplete,
+                       [&] { return WithExtraction(settings, source.Extraction()); });
 }
 
 RunRecord processMsbSpectra(const UserParameters& parameters, OutputClaim& claim,
                             const RunRecord& begun) {
   const AcceptedScans accepted = SelectScans(parameters);
   BinarySpectrumSource source(OutputPath(parameters, "." + parameters.m_input_format));
-  return ProcessSource(parameters, accepted, source, claim, begun);
+  return ProcessSource(parameters, accepted, source, claim, Naming::kAtOnce, [&] { return begun; });
 }
 
 }  // namespace tarvek

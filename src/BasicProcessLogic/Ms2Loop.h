@@ -24,6 +24,12 @@ namespace tarvek {
 RunRecord processTextSpectra(const UserParameters& parameters, OutputClaim& claim,
                              const RunRecord& begun = {});
 
+/// The same of the current file as an instrument file, which is extracted at the same time
+/// (InstrumentSource.h, also for what it throws); of an input that cannot be read nothing is written,
+/// and what an earlier run wrote is left alone.
+RunRecord ProcessInstrumentSpectra(const UserParameters& parameters, OutputClaim& claim,
+                                   const RunRecord& settings);
+
 /// The same with the current file's spectra in binary form.
 RunRecord processMsbSpectra(const UserParameters& parameters, OutputClaim& claim,
                             const RunRecord& begun = {});

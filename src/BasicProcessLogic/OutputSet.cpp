@@ -8,16 +8,31 @@
 namespace tarvek {
 namespace {
 
-// Deletes what an earlier run left as finished: the table first, which says so; returns its path.
-// Only a claim gives the right.
-std::string RemoveOldTable(const UserParameters& parameters) {
-  std::string path = FinishedTablePath(parameters);
-  RemoveFile(path);
+// Deletes what an earlier run left as finished: the table first, which says so. Only a claim gives
+// the right.
+void RemoveOldTable(const UserParameters& parameters) {
+  RemoveFile(FinishedTablePath(parameters));
   RemoveFile(RunRecordPath(parameters));
-  const std::string evidence = OutputPath(parameters, kEvidenceEnding);
-  RemoveFile(evidence);
-  RemoveFile(UnfinishedPathOf(evidence));  // of a run that was killed
-  return path;
+  RemoveFile(OutputPath(parameters, kEvidenceEnding));
+}
+
+// Deletes what a run that was killed left under temporary names, whatever this run is to write.
+void RemoveUnfinished(const UserParameters& parameters) {
+  const auto remove = [&](const std::string& ending) {
+    RemoveFile(UnfinishedPathOf(OutputPath(parameters, ending)));
+  };
+  remove(std::string(kEvidenceEnding));
+  for (const char* const ending : {".pf1", ".pf1idx"}) remove(ending);
+  for (const std::string_view activation : kActivationTypes)
+    for (const std::string_view instrument : kInstrumentTypes)
+      for (const char* const ending : {".mgf", ".pf2", ".pf2idx"})
+        remove("_" + std::string(activation) + std::string(instrument) + ending);
+}
+
+std::string TablePathAfterRemoval(const UserParameters& parameters, Naming naming) {
+  if (naming == Naming::kAtOnce) RemoveOldTable(parameters);
+  RemoveUnfinished(parameters);
+  return FinishedTablePath(parameters);
 }
 
 std::string TemporaryTablePath(const UserParameters& parameters) {
@@ -29,11 +44,26 @@ void DeleteWhenEmpty(const std::string& path) {
   if (table.IsOpen() && table.SizeBytes() == 0) static_cast<void>(DeleteFileAt(path));
 }
 
-// What a rewriting run leaves beside the old table when it is killed before its outputs are open.
-void DeleteForsakenClaim(const std::string& path) {
-  if (!FileExists(path)) return;
-  const FileLock lock = FileLock::Take(path);
-  if (lock.IsHeld()) DeleteWhenEmpty(path);
+// What an extraction leaves when it is killed.
+void DeleteForsakenExtraction(const UserParameters& parameters) {
+  const std::string marker = UnfinishedPathOf(OutputPath(parameters, ".morvex"));
+  if (!FileExists(marker)) return;
+  const FileLock lock = FileLock::Take(marker);
+  if (!lock.IsHeld()) return;
+  for (const char* const ending : {".ms1", ".ms2", ".nativeid.tsv"})
+    RemoveFile(UnfinishedPathOf(OutputPath(parameters, ending)));
+  static_cast<void>(DeleteFileAt(marker));
+}
+
+// What a rewriting run leaves beside the old table when it is killed.
+void DeleteForsaken(const UserParameters& parameters) {
+  const std::string table = TemporaryTablePath(parameters);
+  if (!FileExists(table)) return;
+  const FileLock lock = FileLock::Take(table);
+  if (!lock.IsHeld()) return;
+  RemoveUnfinished(parameters);
+  DeleteForsakenExtraction(parameters);
+  static_cast<void>(DeleteFileAt(table));
 }
 
 }  // namespace
@@ -54,7 +84,7 @@ bool SkipsExisting(const UserParameters& parameters, const std::string& result) 
 
 bool SkipsFinished(const UserParameters& parameters) {
   if (!SkipsExisting(parameters, FinishedTablePath(parameters))) return false;
-  DeleteForsakenClaim(TemporaryTablePath(parameters));
+  DeleteForsaken(parameters);
   return true;
 }
 
@@ -62,7 +92,9 @@ OutputClaim::OutputClaim(const UserParameters& parameters)
     : m_path(TemporaryTablePath(parameters)), m_lock(LockFile(m_path)) {}
 
 OutputClaim::~OutputClaim() {
-  if (!m_is_used && m_lock.IsHeld()) DeleteWhenEmpty(m_path);
+  if (!m_lock.IsHeld()) return;
+  if (m_at_the_end == AtTheEnd::kDeleteEmpty) DeleteWhenEmpty(m_path);
+  if (m_at_the_end == AtTheEnd::kDelete) static_cast<void>(DeleteFileAt(m_path));
 }
 
 // Asked before the claim, so that a finished file costs nothing, and again with it, since another
@@ -74,18 +106,23 @@ std::optional<OutputClaim> ClaimUnlessFinished(const UserParameters& parameters)
   return claim;
 }
 
-OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim, bool has_evidence)
-    : m_record_path(RunRecordPath(parameters)),
-      m_csv(RemoveOldTable(parameters), "w+", logMessage) {
-  claim.MarkUsed();
+OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim, bool has_evidence,
+                     Naming naming)
+    : m_parameters(&parameters),
+      m_claim(&claim),
+      m_naming(naming),
+      m_csv(TablePathAfterRemoval(parameters, naming), "w+", logMessage) {
+  using enum OutputClaim::AtTheEnd;
+  claim.Decide(naming == Naming::kAtOnce ? kKeep : kDelete);
   const std::string& title = parameters.m_current_basename;
   if (parameters.m_output_pf) {
-    m_pf1.emplace(OutputPath(parameters, ".pf1"), "wb+", title, logMessage);
-    m_pf2.emplace(OutputPath(parameters, "_.pf2"), "wb+", title, logMessage);
+    m_pf1.emplace(OutputPath(parameters, ".pf1"), "wb+", title, logMessage, naming);
+    m_pf2.emplace(OutputPath(parameters, "_.pf2"), "wb+", title, logMessage, naming);
   }
   if (parameters.m_output_mgf)
     m_mgf.emplace(OutputPath(parameters, "_.mgf"), "w+", title,
-                  PeakDigits{parameters.m_mz_digits, parameters.m_intensity_digits}, logMessage);
+                  PeakDigits{parameters.m_mz_digits, parameters.m_intensity_digits}, logMessage,
+                  naming);
   if (has_evidence) m_evidence.emplace(OutputPath(parameters, kEvidenceEnding));
 }
 
@@ -102,6 +139,8 @@ void OutputSet::WritePf2(const MS2Spectrum& scan) {
 }
 
 void OutputSet::ClosePf1() {
+  if (m_naming == Naming::kWhenComplete) RemoveOldTable(*m_parameters);
+  m_claim->Decide(OutputClaim::AtTheEnd::kKeep);
   if (m_pf1) m_pf1->Close();
 }
 
@@ -110,7 +149,7 @@ void OutputSet::Complete(const RunRecord& record) {
   if (m_mgf) m_mgf->Close();
   m_csv.Finish();
   if (m_evidence) m_evidence->Complete();
-  WriteRunRecord(m_record_path, record);
+  WriteRunRecord(RunRecordPath(*m_parameters), record);
   m_csv.Complete();
 }
 

@@ -29,29 +29,34 @@ class OutputClaim {
   OutputClaim& operator=(OutputClaim&&) = delete;
   ~OutputClaim();
 
-  void MarkUsed() noexcept { m_is_used = true; }
+  /// What the end of the claim does with the temporary table.
+  enum class AtTheEnd { kDeleteEmpty, kDelete, kKeep };
+  void Decide(AtTheEnd at_the_end) noexcept { m_at_the_end = at_the_end; }
 
  private:
   std::string m_path;
   FileLock m_lock;
-  bool m_is_used = false;
+  AtTheEnd m_at_the_end = AtTheEnd::kDeleteEmpty;
 };
 
 class OutputSet {
  public:
   /// Opens the files under the output directory, named from the current file's base name. A
   /// finished table of an earlier run is deleted first, so that it never stands beside half-written
-  /// files, and then its record. claim: of the same file; outlives the set.
+  /// files, and then its record. claim: of the same file; it and parameters outlive the set.
   /// has_evidence: the table of what speaks for each precursor is written, too; else one of an
   /// earlier run is deleted.
-  OutputSet(const UserParameters& parameters, OutputClaim& claim, bool has_evidence = false);
+  /// naming: with kWhenComplete nothing of an earlier run is deleted or replaced before ClosePf1, and
+  /// of a run that does not come that far nothing is left.
+  OutputSet(const UserParameters& parameters, OutputClaim& claim, bool has_evidence = false,
+            Naming naming = Naming::kAtOnce);
 
   /// The PF1 writer, null when PF output is off.
   PfWriter* Pf1() { return m_pf1 ? &*m_pf1 : nullptr; }
 
   void WriteMs2(const MS2Spectrum& scan, bool pf2_first);
 
-  /// Completes the PF1 file.
+  /// Completes the PF1 file. Nothing of the input can fail after it.
   void ClosePf1();
 
   /// Completes the PF2 and MGF files, writes record beside the table, then moves the table to its
@@ -61,7 +66,9 @@ class OutputSet {
  private:
   void WritePf2(const MS2Spectrum& scan);
 
-  std::string m_record_path;
+  const UserParameters* m_parameters;
+  OutputClaim* m_claim;
+  Naming m_naming;
   PrecursorCsvWriter m_csv;
   std::optional<PfWriter> m_pf1;
   std::optional<Pf2Group> m_pf2;
@@ -80,8 +87,8 @@ std::string FinishedTablePath(const UserParameters& parameters);
 /// the log.
 bool SkipsExisting(const UserParameters& parameters, const std::string& result);
 
-/// The same with the finished precursor table as result. Beside one, an empty temporary table that
-/// no run holds is deleted.
+/// The same with the finished precursor table as result. What a rewriting run that was killed left
+/// beside one under temporary names is deleted.
 bool SkipsFinished(const UserParameters& parameters);
 
 /// The claim for the current file; nothing when it is to be skipped as SkipsFinished says. Nobody

@@ -15,7 +15,9 @@
 #include "Ms2Loop.h"
 #include "NumberText.h"
 #include "OutputSet.h"
+#include "Platform.h"
 #include "RunSummary.h"
+#include "ScanQueue.h"
 #include "StringUtils.h"
 
 namespace tarvek {
@@ -90,11 +92,14 @@ class DataPathWalk {
   std::map<std::string, std::string> m_input_of_outputs;  // by OutputKey
 };
 
+RunRecord SettingsOfExtraction(const UserParameters& parameters) {
+  return SettingsOf(parameters, InstalledTableFingerprint(), InputKind::kInstrumentFile);
+}
+
 // Extracts the current file unless that was done before; what a record of its run begins with.
 RunRecord ExtractAndBegin(const UserParameters& parameters) {
   const bool is_new = runExtractor(parameters, "ms");
-  const RunRecord now =
-      SettingsOf(parameters, InstalledTableFingerprint(), InputKind::kInstrumentFile);
+  const RunRecord now = SettingsOfExtraction(parameters);
   const RunRecord extraction = ExtractionRecord(parameters);
   const RunRecord begun = WithExtraction(now, extraction);
   if (is_new) return begun;
@@ -104,6 +109,30 @@ RunRecord ExtractAndBegin(const UserParameters& parameters) {
                           " were extracted with other settings: " + difference +
                           ". Give -r 1 to extract it again.");
   return WithSettingsOfExtraction(begun, extraction);
+}
+
+// Extracts the current file and determines its precursors at the same time; nothing when its scans come
+// in an order that needs the text files.
+std::optional<RunRecord> ProcessWhileExtracting(const UserParameters& parameters,
+                                                OutputClaim& claim) {
+  logInfo(ExtractorCommand(parameters, "ms", ChosenExtractor(parameters)));
+  try {
+    return ProcessInstrumentSpectra(parameters, claim, SettingsOfExtraction(parameters));
+  } catch (const OrderNeedsFiles&) {
+    logInfo(
+        parameters.m_current_file +
+        " is extracted as a whole before precursors are determined: the order of its scans asks "
+        "for that.");
+    return std::nullopt;
+  }
+}
+
+RunRecord ProcessAfterExtracting(UserParameters& parameters, OutputClaim& claim) {
+  const RunRecord begun = ExtractAndBegin(parameters);
+  SetCurrentFile(parameters,
+                 JoinPath({parameters.m_outputpath, parameters.m_current_basename + ".ms1"}));
+  return parameters.m_output_msb ? processMsbSpectra(parameters, claim, begun)
+                                 : processTextSpectra(parameters, claim, begun);
 }
 
 void DeleteExtracted(const UserParameters& parameters) {
@@ -154,18 +183,21 @@ std::string UnknownFormatText(const std::string& path, const std::string& format
 void processInstrumentFile(UserParameters& parameters) {
   const std::int64_t start_ms = MonotonicMilliseconds();
   const std::string input = parameters.m_current_file;
+  std::optional<StopRequestsNoted> noted;  // to the end of the claim, so that it is given back
+  if (CanExtractHere(parameters)) noted.emplace();
   std::optional<OutputClaim> claim = ClaimUnlessFinished(parameters);
   if (!claim) {
     WarnOfOtherSettings(parameters, InstalledTableFingerprint(), InputKind::kInstrumentFile);
     return;
   }
-  const RunRecord begun = ExtractAndBegin(parameters);
-  SetCurrentFile(parameters,
-                 JoinPath({parameters.m_outputpath, parameters.m_current_basename + ".ms1"}));
-  const RunRecord record = parameters.m_output_msb ? processMsbSpectra(parameters, *claim, begun)
-                                                   : processTextSpectra(parameters, *claim, begun);
+  std::optional<RunRecord> record;
+  if (noted) record = ProcessWhileExtracting(parameters, *claim);
+  if (!record) {
+    noted.reset();
+    record = ProcessAfterExtracting(parameters, *claim);
+  }
   if (parameters.m_delete_msn) DeleteExtracted(parameters);
-  LogSummary(input, record, start_ms);
+  LogSummary(input, *record, start_ms);
 }
 
 std::string InstalledTablePath() {

@@ -16,8 +16,10 @@ constexpr int kMzDecimals = 6;
 }  // namespace
 
 MgfWriter::MgfWriter(const std::string& path, std::string_view mode, std::string title,
-                     PeakDigits digits, NoticeTaker notice)
-    : SpectrumWriter(path, mode, "MGF", notice), m_title(std::move(title)), m_digits(digits) {}
+                     PeakDigits digits, NoticeTaker notice, Naming naming)
+    : SpectrumWriter(path, mode, "MGF", notice, naming),
+      m_title(std::move(title)),
+      m_digits(digits) {}
 
 void MgfWriter::WriteMs2(const MS2Spectrum& scan) {
   CountRecord();

@@ -23,7 +23,8 @@ class MgfWriter final : public SpectrumWriter {
  public:
   /// mode "w+"; title is the run name that begins every TITLE.
   MgfWriter(const std::string& path, std::string_view mode, std::string title,
-            PeakDigits digits = {}, NoticeTaker notice = TakeSilently);
+            PeakDigits digits = {}, NoticeTaker notice = TakeSilently,
+            Naming naming = Naming::kAtOnce);
 
   /// A scan without precursors is counted but leaves nothing in the file.
   void WriteMs2(const MS2Spectrum& scan);

@@ -57,11 +57,6 @@ void TakePlainPeaks(LineReader& lines, std::vector<Peak>& peaks) {
   lines.Skip(static_cast<std::size_t>(p - ahead.data()));
 }
 
-std::string_view InstrumentType(char first) {
-  if (first == 'F' || first == 'Q') return "FT";
-  return first == 'I' ? "IT" : "Unknown";
-}
-
 template <class Spectrum>
 void ReadCommonAttribute(std::string_view line, Spectrum& scan) {
   const char key_start = CharAt(line, 2);
@@ -71,7 +66,7 @@ void ReadCommonAttribute(std::string_view line, Spectrum& scan) {
     scan.m_ion_injection_time = ParseReal(ValueAfter(line, "I\tIonInjectionTime\t"));
   } else if (key_start == 'I' && CharAt(line, 3) == 'n') {
     constexpr std::string_view kStart = "I\tInstrumentType\t";
-    scan.m_instrument_type = InstrumentType(CharAt(line, kStart.size()));
+    scan.m_instrument_type = InstrumentTypeOfText(ValueAfter(line, kStart));
   }
 }
 
@@ -99,6 +94,12 @@ void ReadChargeLine(std::string_view line, MS2Spectrum& scan) {
 }
 
 }  // namespace
+
+std::string_view InstrumentTypeOfText(std::string_view text) {
+  const char first = CharAt(text, 0);
+  if (first == 'F' || first == 'Q') return "FT";
+  return first == 'I' ? "IT" : "Unknown";
+}
 
 Precursor PrecursorOfChargeLine(std::int32_t charge, double mass_da, double center_mz) {
   if (charge < 1) charge = kAssumedCharge;

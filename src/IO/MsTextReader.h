@@ -64,4 +64,7 @@ class Ms2TextReader final : public MsTextReader<MS2Spectrum> {
 /// stands for the centre of the isolation window.
 Precursor PrecursorOfChargeLine(std::int32_t charge, double mass_da, double center_mz);
 
+/// The instrument type of records for what an "InstrumentType" line says: "FT", "IT" or "Unknown".
+std::string_view InstrumentTypeOfText(std::string_view text);
+
 }  // namespace tarvek

@@ -29,8 +29,9 @@ void WritePeaks(OutputFile& stream, std::span<const Peak> peaks, std::string& sc
 }  // namespace
 
 PfWriter::PfWriter(const std::string& path, std::string_view mode, const std::string& title,
-                   NoticeTaker notice)
-    : SpectrumWriter(path, mode, "PF", notice), m_index(PfIndexPath(path), mode, "PF index") {
+                   NoticeTaker notice, Naming naming)
+    : SpectrumWriter(path, mode, "PF", notice, naming),
+      m_index(PfIndexPath(path), "PF index", {.m_mode = mode, .m_naming = naming}) {
   // Changes nothing in an empty file, but a file whose start cannot be reached again, such as a
   // pipe, is refused now instead of at the end of the run.
   Stream().OverwriteStart({});
@@ -66,7 +67,7 @@ void PfWriter::StartRecord(std::int32_t scan_no, std::span<const Peak> peaks) {
   m_bytes.clear();
   PutInt32(m_bytes, scan_no);
   PutInt32(m_bytes, PfIndexOffset(Stream().PositionBytes()));
-  m_index.Write(m_bytes);
+  m_index.File().Write(m_bytes);
 
   m_bytes.clear();
   PutInt32(m_bytes, scan_no);
@@ -81,7 +82,7 @@ void PfWriter::Close() {
   m_bytes.clear();
   PutInt32(m_bytes, RecordCount());
   Stream().OverwriteStart(m_bytes);
-  m_index.Close();
+  m_index.TakeName();
   Finish();
 }
 

@@ -12,10 +12,10 @@
 #include <string>
 #include <string_view>
 
-#include "OutputFile.h"
 #include "SpectrumFile.h"
 #include "SpectrumRecords.h"
 #include "SpectrumWriterGroup.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek {
 
@@ -23,7 +23,7 @@ class PfWriter final : public SpectrumWriter {
  public:
   /// mode "wb+"; title is the run name of the header.
   PfWriter(const std::string& path, std::string_view mode, const std::string& title,
-           NoticeTaker notice = TakeSilently);
+           NoticeTaker notice = TakeSilently, Naming naming = Naming::kAtOnce);
 
   void WriteMs1(const MS1Spectrum& scan);
   void WriteMs2(const MS2Spectrum& scan);
@@ -34,7 +34,7 @@ class PfWriter final : public SpectrumWriter {
  private:
   void StartRecord(std::int32_t scan_no, std::span<const Peak> peaks);
 
-  OutputFile m_index;
+  UnfinishedFile m_index;
   std::string m_bytes;  // reused from record to record
 };
 

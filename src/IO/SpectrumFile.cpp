@@ -54,11 +54,12 @@ void SpectrumReader::CloseStream() {
 }
 
 SpectrumWriter::SpectrumWriter(const std::string& path, std::string_view mode,
-                               const std::string& kind, NoticeTaker notice)
-    : SpectrumFile(path, mode, notice, Announce::kYes), m_stream(path, mode, kind) {
+                               const std::string& kind, NoticeTaker notice, Naming naming)
+    : SpectrumFile(path, mode, notice, Announce::kYes),
+      m_file(path, kind, {.m_mode = mode, .m_naming = naming}) {
   MarkOpen();
 }
 
-void SpectrumWriter::CloseStream() { m_stream.Close(); }
+void SpectrumWriter::CloseStream() { m_file.TakeName(); }
 
 }  // namespace tarvek

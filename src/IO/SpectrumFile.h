@@ -18,8 +18,8 @@
 #include "BufferedLineReader.h"
 #include "LineReader.h"
 #include "Notice.h"
-#include "OutputFile.h"
 #include "Platform.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek {
 
@@ -101,18 +101,19 @@ class SpectrumReader : public SpectrumFile {
   std::optional<BufferedLineReader> m_buffered_lines;
 };
 
-/// A spectrum file that is written from front to back.
+/// A spectrum file that is written from front to back. One that is named when it is complete is
+/// removed when Finish was not reached.
 class SpectrumWriter : public SpectrumFile {
  protected:
   SpectrumWriter(const std::string& path, std::string_view mode, const std::string& kind,
-                 NoticeTaker notice);
+                 NoticeTaker notice, Naming naming = Naming::kAtOnce);
 
-  [[nodiscard]] OutputFile& Stream() noexcept { return m_stream; }
+  [[nodiscard]] OutputFile& Stream() noexcept { return m_file.File(); }
 
  private:
   void CloseStream() override;
 
-  OutputFile m_stream;
+  UnfinishedFile m_file;
 };
 
 }  // namespace tarvek

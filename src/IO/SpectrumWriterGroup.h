@@ -16,6 +16,7 @@
 
 #include "Notice.h"
 #include "SpectrumRecords.h"
+#include "UnfinishedFile.h"
 
 namespace tarvek {
 
@@ -25,12 +26,13 @@ class SpectrumWriterGroup {
   /// base_path ends in an extension of four characters, before which the types are inserted:
   /// "run1_.mgf" gives "run1_HCDFTMS.mgf".
   SpectrumWriterGroup(std::string base_path, std::string_view mode, std::string title, More... more,
-                      NoticeTaker notice = TakeSilently)
+                      NoticeTaker notice = TakeSilently, Naming naming = Naming::kAtOnce)
       : m_base_path(std::move(base_path)),
         m_mode(mode),
         m_title(std::move(title)),
         m_more(std::move(more)...),
-        m_notice(notice) {}
+        m_notice(notice),
+        m_naming(naming) {}
 
   void Write(const MS2Spectrum& scan) { WriterFor(scan).WriteMs2(scan); }
 
@@ -41,7 +43,8 @@ class SpectrumWriterGroup {
     if (found != m_writers.end()) return *found->second;
     auto writer = std::apply(
         [this](const More&... more) {
-          return std::make_unique<Writer>(PathFor(m_key), m_mode, m_title, more..., m_notice);
+          return std::make_unique<Writer>(PathFor(m_key), m_mode, m_title, more..., m_notice,
+                                          m_naming);
         },
         m_more);
     return *m_writers.emplace(m_key, std::move(writer)).first->second;
@@ -69,6 +72,7 @@ class SpectrumWriterGroup {
   std::string m_title;
   std::tuple<More...> m_more;
   NoticeTaker m_notice;
+  Naming m_naming;
   std::string m_key;  // reused from scan to scan
   std::map<std::string, std::unique_ptr<Writer>> m_writers;
 };

@@ -262,7 +262,15 @@ std::string Fixed(double value, int decimals) {
   return text;
 }
 
+// An integer below 2^53 and an exact power of ten make one division correctly rounded, as reading the
+// digits is.
 double Rounded(double value, int decimals) {
+  constexpr std::uint64_t kExactLimit = std::uint64_t{1} << 53;
+  std::uint64_t scaled = 0;
+  if ((ScaleByProduct(value, decimals, scaled) || ScaleExactly(value, decimals, scaled)) &&
+      scaled < kExactLimit)
+    return std::copysign(
+        static_cast<double>(scaled) / kExactPowers[static_cast<std::size_t>(decimals)], value);
   char field[kMaxFixedText];
   const char* const last = WriteFixed(field, value, decimals);
   return ParseReal({field, static_cast<std::size_t>(last - field)});

@@ -243,6 +243,16 @@ class BackgroundProcess {
 void NoteStopRequests() noexcept;
 [[nodiscard]] bool StopRequested() noexcept;
 
+/// As long as it lives, a stop request is noted; at its end one that was noted ends this process as it
+/// would have at first, and later ones do so at once.
+class StopRequestsNoted {
+ public:
+  StopRequestsNoted() noexcept { NoteStopRequests(); }
+  ~StopRequestsNoted();
+  StopRequestsNoted(const StopRequestsNoted&) = delete;
+  StopRequestsNoted& operator=(const StopRequestsNoted&) = delete;
+};
+
 /// A failed write (closed pipe, file-size limit) is to be an error that we report, not the signal
 /// that ends the process. Called once, before anything is written.
 void IgnoreWriteSignals() noexcept;

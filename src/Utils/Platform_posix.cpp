@@ -386,11 +386,20 @@ void NoteStopRequests() noexcept {
   for (const int signal : kStopSignals) {
     struct sigaction action {};
     if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
-      std::signal(signal, [](int) { stop_requested = 1; });
+      std::signal(signal, [](int number) { stop_requested = number; });
   }
 }
 
 bool StopRequested() noexcept { return stop_requested != 0; }
+
+StopRequestsNoted::~StopRequestsNoted() {
+  for (const int signal : kStopSignals) {
+    struct sigaction action {};
+    if (::sigaction(signal, nullptr, &action) == 0 && action.sa_handler != SIG_IGN)
+      std::signal(signal, SIG_DFL);
+  }
+  if (stop_requested != 0) std::raise(stop_requested);
+}
 
 // Handlers that do nothing, rather than SIG_IGN, which child processes would inherit.
 void IgnoreWriteSignals() noexcept {

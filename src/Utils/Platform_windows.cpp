@@ -678,6 +678,11 @@ void NoteStopRequests() noexcept {
 
 bool StopRequested() noexcept { return stop_requested; }
 
+StopRequestsNoted::~StopRequestsNoted() {
+  ::SetConsoleCtrlHandler(&NoteStop, FALSE);
+  if (stop_requested) ::ExitProcess(STATUS_CONTROL_C_EXIT);
+}
+
 // There are no such signals here: a failed write is an error by itself.
 void IgnoreWriteSignals() noexcept {}
 

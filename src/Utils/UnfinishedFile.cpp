@@ -9,9 +9,10 @@ namespace tarvek {
 UnfinishedFile::UnfinishedFile(std::string path, const std::string& kind,
                                const UnfinishedForm& form)
     : m_path(std::move(path)),
+      m_naming(form.m_naming),
       m_lock(form.m_is_locked ? LockFile(TemporaryPath()) : FileLock()),
       m_file(std::in_place, TemporaryPath(), form.m_mode, kind),
-      m_is_kept(form.m_is_kept) {}
+      m_is_kept(form.m_is_kept || form.m_naming == Naming::kAtOnce) {}
 
 UnfinishedFile::~UnfinishedFile() {
   m_file.reset();
@@ -26,7 +27,7 @@ void UnfinishedFile::Close() {
 
 void UnfinishedFile::TakeName() {
   Close();
-  RenameFile(TemporaryPath(), m_path);
+  if (m_naming == Naming::kWhenComplete) RenameFile(TemporaryPath(), m_path);
   m_is_kept = true;
 }
 

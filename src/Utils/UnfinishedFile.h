@@ -26,11 +26,15 @@ inline std::string UnfinishedPathOf(std::string_view path) {
   return std::string(path).append(kUnfinished);
 }
 
+/// When a file gets its name.
+enum class Naming { kAtOnce, kWhenComplete };
+
 /// How an UnfinishedFile treats its temporary file.
 struct UnfinishedForm {
   std::string_view m_mode = "wb";
-  bool m_is_locked = false;  // as long as the object lives: see LockFile
-  bool m_is_kept = false;    // when it never takes its name
+  bool m_is_locked = false;                 // as long as the object lives: see LockFile
+  bool m_is_kept = false;                   // when it never takes its name
+  Naming m_naming = Naming::kWhenComplete;  // kAtOnce: there is no temporary file
 };
 
 class UnfinishedFile {
@@ -44,7 +48,9 @@ class UnfinishedFile {
   /// Not to be called once the file is closed.
   [[nodiscard]] OutputFile& File() noexcept { return *m_file; }
   [[nodiscard]] const std::string& Path() const noexcept { return m_path; }
-  [[nodiscard]] std::string TemporaryPath() const { return UnfinishedPathOf(m_path); }
+  [[nodiscard]] std::string TemporaryPath() const {
+    return m_naming == Naming::kAtOnce ? m_path : UnfinishedPathOf(m_path);
+  }
 
   /// Writes what is left and gives the memory back. Closing twice is harmless.
   void Close();
@@ -54,6 +60,7 @@ class UnfinishedFile {
 
  private:
   std::string m_path;
+  Naming m_naming;
   FileLock m_lock;
   std::optional<OutputFile> m_file;  // closed before it is renamed or deleted, as Windows needs it
   bool m_is_kept;                    // or has its name

@@ -3,10 +3,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "ProcessTestSupport.h"
 #include "TestSupport.h"
@@ -16,6 +18,7 @@ namespace {
 
 using test::CaptureConsole;
 using test::HcdScan;
+using test::ReadFile;
 using test::TemporaryDirectory;
 using test::WriteFile;
 
@@ -25,6 +28,13 @@ class OutputSetTest : public testing::Test {
 
   [[nodiscard]] bool Exists(const std::string& name) const {
     return std::filesystem::exists(m_directory / name);
+  }
+  [[nodiscard]] std::vector<std::string> Names() const {
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(m_directory.Path()))
+      names.push_back(entry.path().filename().string());
+    std::ranges::sort(names);
+    return names;
   }
   [[nodiscard]] std::string Started(const std::string& name) const {
     return "[Tarvek] <INFO> - Start to process " + (m_directory / name) + "\n";
@@ -156,11 +166,44 @@ TEST_F(OutputSetTest, LeavesAnEmptyTemporaryTableThatIsClaimed) {
   CaptureConsole([&] { EXPECT_TRUE(SkipsFinished(m_parameters)); });
   EXPECT_TRUE(Exists("run.csv_unfinished"));
 }
-TEST_F(OutputSetTest, LeavesATemporaryTableWithContent) {
+TEST_F(OutputSetTest, DeletesWhatAKilledRunLeftBesideAFinishedTable) {
   WriteFile(m_directory / "run.csv", "old");
-  WriteFile(m_directory / "run.csv_unfinished", "partial");
+  for (const char* const name : {"run.csv", "run.pf1", "run_HCDFT.mgf", "run_ETDITMS.pf2idx",
+                                 "run.precursors.tsv", "run.morvex", "run.ms1"})
+    WriteFile(m_directory / (std::string(name) + "_unfinished"), "partial");
   CaptureConsole([&] { EXPECT_TRUE(SkipsFinished(m_parameters)); });
-  EXPECT_TRUE(Exists("run.csv_unfinished"));
+  EXPECT_EQ(Names(), std::vector<std::string>{"run.csv"});
+}
+TEST_F(OutputSetTest, LeavesTheFilesOfARunThatGoesOn) {
+  WriteFile(m_directory / "run.csv", "old");
+  const OutputClaim claim(m_parameters);
+  WriteFile(m_directory / "run.pf1_unfinished", "partial");
+  CaptureConsole([&] { EXPECT_TRUE(SkipsFinished(m_parameters)); });
+  EXPECT_TRUE(Exists("run.pf1_unfinished"));
+}
+TEST_F(OutputSetTest, NamedWhenCompleteTouchesNothingOfAnEarlierRunBefore) {
+  for (const char* const name : {"run.csv", "run.pf1", "run.tarvek"})
+    WriteFile(m_directory / name, "old");
+  CaptureConsole([&] {
+    OutputClaim claim(m_parameters);
+    OutputSet outputs(m_parameters, claim, false, Naming::kWhenComplete);
+  });
+  EXPECT_EQ(Names(), (std::vector<std::string>{"run.csv", "run.pf1", "run.tarvek"}));
+  EXPECT_EQ(ReadFile(m_directory / "run.pf1"), "old");
+}
+TEST_F(OutputSetTest, NamedWhenCompleteReplacesTheOldAtItsEnd) {
+  for (const char* const name : {"run.csv", "run.pf1", "run.tarvek"})
+    WriteFile(m_directory / name, "old");
+  CaptureConsole([&] {
+    OutputClaim claim(m_parameters);
+    OutputSet outputs(m_parameters, claim, false, Naming::kWhenComplete);
+    outputs.ClosePf1();
+    EXPECT_FALSE(Exists("run.csv"));
+    outputs.Complete({});
+  });
+  for (const char* const name : {"run.csv", "run.pf1", "run.tarvek"})
+    EXPECT_NE(ReadFile(m_directory / name), "old") << name;
+  EXPECT_EQ(Names(), (std::vector<std::string>{"run.csv", "run.pf1", "run.pf1idx", "run.tarvek"}));
 }
 TEST_F(OutputSetTest, AClaimThatIsNotUsedLeavesNothing) {
   { const OutputClaim claim(m_parameters); }

@@ -293,6 +293,44 @@ TEST(Rounded, IsTheNumberThatTheTextGives) {
   EXPECT_EQ(Rounded(-1.6, 0), -2.0);
 }
 
+void ExpectAsItsText(double value, int decimals) {
+  const double expected = ParseReal(Fixed(value, decimals));
+  if (std::bit_cast<std::uint64_t>(Rounded(value, decimals)) ==
+      std::bit_cast<std::uint64_t>(expected))
+    return;
+  ADD_FAILURE() << ExactText(value) << " with " << decimals << " decimals";
+}
+
+TEST(Rounded, AgreesWithItsTextOnTenMillionNumbers) {
+  std::mt19937_64 random(17);
+  SCOPED_TRACE("seed 17");
+  std::uniform_real_distribution<double> mz(50.0, 4000.0);
+  std::uniform_real_distribution<double> exponent(-3.0, 11.0);
+  for (int round = 0; round < 2'500'000; ++round) {
+    const int decimals = static_cast<int>(random() % 10);
+    ExpectAsItsText(mz(random), 5);
+    ExpectAsItsText(std::pow(10.0, exponent(random)), decimals);
+    // ties and their neighbours: odd multiples of a half, a quarter or an eighth of the last decimal
+    const double tie = static_cast<double>(random() % 100'000'000) / 8.0;
+    ExpectAsItsText(tie, static_cast<int>(random() % 4));
+    ExpectAsItsText(std::nextafter(tie, 1e300), static_cast<int>(random() % 4));
+  }
+}
+TEST(Rounded, AgreesWithItsTextOnRandomBitPatternsAndLimits) {
+  std::mt19937_64 random(18);
+  SCOPED_TRACE("seed 18");
+  for (int round = 0; round < 100'000; ++round) {
+    const auto value = std::bit_cast<double>(random());
+    if (!std::isnan(value)) ExpectAsItsText(value, static_cast<int>(random() % 10));
+  }
+  for (const double value : {0.0, -0.0, 0x1p53, 0x1p53 - 1, 0x1p52 + 0.5, 9007199254740.993, 1e22,
+                             5e-324, std::numeric_limits<double>::infinity()})
+    for (int decimals = 0; decimals <= 9; ++decimals) {
+      ExpectAsItsText(value, decimals);
+      ExpectAsItsText(-value, decimals);
+    }
+}
+
 TEST(AppendExactReal, GivesBackTheSameNumber) {
   using Limits = std::numeric_limits<double>;
   for (const double value : {0.0, 0.1, 650.2499980000001, 1.0 / 3.0, std::nextafter(500.0, 501.0),

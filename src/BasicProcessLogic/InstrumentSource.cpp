@@ -1,0 +1,135 @@
+#include "InstrumentSource.h"
+
+#include <exception>
+#include <iostream>
+#include <ostream>
+#include <streambuf>
+#include <utility>
+
+#include "Extractor.h"
+#include "Logger.h"
+#include "Ms2Loop.h"
+#include "OutputSet.h"
+#include "Platform.h"
+
+namespace tarvek {
+namespace {
+
+// Peaks on their way; about a second of reading.
+constexpr std::size_t kQueueBytes = std::size_t{32} << 20;
+
+/// A stream whose lines go to a queue.
+class LineBuffer final : public std::streambuf {
+ public:
+  explicit LineBuffer(ScanQueue& queue) : m_queue(&queue) {}
+
+ private:
+  int_type overflow(int_type c) override {
+    if (traits_type::eq_int_type(c, traits_type::eof())) return traits_type::not_eof(c);
+    m_line += traits_type::to_char_type(c);
+    if (m_line.back() == '\n') m_queue->PutLine(std::exchange(m_line, {}));
+    return c;
+  }
+
+  ScanQueue* m_queue;
+  std::string m_line;
+};
+
+/// Rounds the scans of an extraction as text does and puts them into the queue.
+class QueueFiller final : public extractor::RecordTaker {
+ public:
+  QueueFiller(ScanQueue& queue, PeakDigits digits) : m_queue(&queue), m_echo(digits) {}
+
+  void Take(MS1Spectrum& scan) override {
+    if (m_echo.Echo(scan)) m_queue->Put(scan);
+  }
+  void Take(MS2Spectrum& scan) override {
+    if (m_echo.Echo(scan)) m_queue->Put(scan);
+  }
+  void Start() override { m_queue->Restart(); }
+  void OnBlock(const extractor::ReadingState& state) override {
+    m_queue->ThrowIfClosed();
+    if (state.m_bytes > 0)
+      m_queue->SetFractionRead(static_cast<double>(state.m_bytes_read) /
+                               static_cast<double>(state.m_bytes));
+  }
+
+ private:
+  ScanQueue* m_queue;
+  MsTextEcho m_echo;
+};
+
+}  // namespace
+
+extractor::ExtractorOptions OptionsOfExtraction(const UserParameters& parameters) {
+  extractor::ExtractorOptions options = extractor::ParseOptions(ExtractorArguments(parameters));
+  extractor::AddEnvironment(EnvironmentVariable, options.m_overrides);
+  return options;
+}
+
+InstrumentSource::InstrumentSource(const UserParameters& parameters)
+    : m_input(parameters.m_current_file),
+      m_name(ExtractorName(parameters.m_input_format)),
+      m_queue(kQueueBytes, QueueTurns::kTogether),
+      m_ms1(OutputPath(parameters, ".ms1")),
+      m_ms2(OutputPath(parameters, ".ms2")),
+      m_thread([this, options = OptionsOfExtraction(parameters),
+                writes_spectra = !parameters.m_delete_msn] { Read(options, writes_spectra); }) {}
+
+InstrumentSource::~InstrumentSource() {
+  m_queue.Close();
+  m_thread.join();
+}
+
+// Of the thread: nothing may leave it.
+void InstrumentSource::Read(const extractor::ExtractorOptions& options, bool writes_spectra) {
+  try {
+    LineBuffer lines(m_queue);
+    std::ostream report(&lines);
+    extractor::Marker marker(options);
+    QueueFiller filler(m_queue, {options.m_mz_digits, options.m_intensity_digits});
+    m_extraction =
+        extractor::Extract(options, options.m_input, marker, report, {writes_spectra, &filler});
+    m_queue.Finish();
+  } catch (...) {
+    m_queue.Fail(std::current_exception());
+  }
+}
+
+void InstrumentSource::LogLines() {
+  for (const std::string& line : m_queue.TakeLines()) logMessage(kSubprocess, line);
+}
+
+template <class Scan>
+bool InstrumentSource::Next(Scan& scan, Announcer& announcer) {
+  bool has_scan = false;
+  const auto fail = [this](const std::string& reason) {
+    LogLines();
+    const std::string line = m_name + ": " + reason + "\n";
+    std::cerr << line << std::flush;
+    appendToLog(line);
+    throw ExtractionFailedText(m_input);
+  };
+  try {
+    has_scan = m_queue.Take(scan);
+  } catch (const std::string& reason) {
+    fail(reason);
+  } catch (const std::exception& reason) {
+    fail(reason.what());
+  }
+  LogLines();
+  if (!has_scan) return false;
+  CompleteScan(scan, logMessage);
+  announcer.CountRecord();
+  return true;
+}
+
+bool InstrumentSource::NextMs1(MS1Spectrum& scan) { return Next(scan, m_ms1); }
+bool InstrumentSource::NextMs2(MS2Spectrum& scan) { return Next(scan, m_ms2); }
+
+RunRecord InstrumentSource::Extraction() {
+  LogLines();
+  return m_extraction;
+}
+
+}  // namespace tarvek
