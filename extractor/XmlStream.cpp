@@ -16,6 +16,8 @@
 namespace tarvek::extractor {
 namespace {
 
+constexpr std::size_t kLargeTokenBytes = std::size_t{1} << 16;
+
 // A prolog, which is read again with every block, is no longer.
 constexpr std::size_t kMaxPrologBytes = std::size_t{1} << 16;
 
@@ -73,9 +75,11 @@ class XmlReader {
     const bool is_odd_end = is_last && !(m_scanner.IsComplete() && pending.Size() == 0);
     if (outcome == XmlScanner::Outcome::kOdd || is_odd_prolog || is_odd_end) return GiveToExpat();
     if (pending.Size() > kMaxXmlTokenBytes) throw Placed(kHugeXmlToken);
-    // A token that is cut is read again from its start, and so that it is not read too often only
-    // when there is twice as much of it.
-    m_bytes_to_wait_for = std::min(2 * pending.Size(), kMaxXmlTokenBytes + 1);
+    // A token that is cut is read again from its start; a large one only when there is twice as much
+    // of it, so that it is not read too often.
+    m_bytes_to_wait_for = pending.Size() < kLargeTokenBytes
+                              ? 0
+                              : std::min(2 * pending.Size(), kMaxXmlTokenBytes + 1);
   }
 
   XmlScanner::Outcome ScanPlaced(std::string_view bytes) {
