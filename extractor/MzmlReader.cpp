@@ -39,10 +39,22 @@ std::int32_t AccessionOf(std::string_view text) {
 Param ParamOf(const XmlAttributes& attributes) {
   Param param;
   for (const auto& [name, value] : attributes.All()) {
-    if (name == "accession") param.m_accession = AccessionOf(value);
-    if (name == "value") param.m_value = value;
-    if (name == "unitAccession") param.m_unit = value;
-    if (name == "name") param.m_name = value;
+    switch (name.size()) {  // most attributes are told apart by it
+      case 4:
+        if (name == "name") param.m_name = value;
+        break;
+      case 5:
+        if (name == "value") param.m_value = value;
+        break;
+      case 9:
+        if (name == "accession") param.m_accession = AccessionOf(value);
+        break;
+      case 13:
+        if (name == "unitAccession") param.m_unit = value;
+        break;
+      default:
+        break;
+    }
   }
   return param;
 }
