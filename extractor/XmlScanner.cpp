@@ -251,13 +251,14 @@ XmlScanner::Step XmlScanner::ScanDeclaration() {
   std::string_view encoding = "utf-8";
   std::string_view standalone = "no";
   if (!TakePart(rest, "version", version) || version != "1.0") return Step::kOdd;
-  const bool has_encoding = TakePart(rest, "encoding", encoding);
+  TakePart(rest, "encoding", encoding);
   TakePart(rest, "standalone", standalone);
   if (Skip(rest.data(), kSpace) != rest.data() + rest.size()) return Step::kOdd;
   if (standalone != "no" && standalone != "yes") return Step::kOdd;
-  if (has_encoding && m_at != m_begin) return Step::kOdd;  // behind a mark that says UTF-8
   const std::string name = ToLowerAscii(encoding);
-  if (name != "utf-8" && name != "us-ascii" && name != "iso-8859-1") return Step::kOdd;
+  const bool has_mark = m_at != m_begin;  // which says UTF-8
+  if (name != "utf-8" && (has_mark || (name != "us-ascii" && name != "iso-8859-1")))
+    return Step::kOdd;
   m_encoding = name == "utf-8"      ? Encoding::kUtf8
                : name == "us-ascii" ? Encoding::kAscii
                                     : Encoding::kLatin1;

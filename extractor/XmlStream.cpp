@@ -65,6 +65,8 @@ class XmlReader {
     pending.Take(pending.Size());
   }
 
+  [[nodiscard]] bool IsByExpat() const { return m_expat.has_value(); }
+
  private:
   void Scan(PendingBytes& pending, bool is_last) {
     if (!is_last && pending.Size() < m_bytes_to_wait_for) return;
@@ -77,9 +79,8 @@ class XmlReader {
     if (pending.Size() > kMaxXmlTokenBytes) throw Placed(kHugeXmlToken);
     // A token that is cut is read again from its start; a large one only when there is twice as much
     // of it, so that it is not read too often.
-    m_bytes_to_wait_for = pending.Size() < kLargeTokenBytes
-                              ? 0
-                              : std::min(2 * pending.Size(), kMaxXmlTokenBytes + 1);
+    m_bytes_to_wait_for =
+        pending.Size() < kLargeTokenBytes ? 0 : std::min(2 * pending.Size(), kMaxXmlTokenBytes + 1);
   }
 
   XmlScanner::Outcome ScanPlaced(std::string_view bytes) {
@@ -120,7 +121,7 @@ void ReadXmlFile(const std::string& path, XmlHandler& handler,
     if (std::exchange(is_header, false)) BlankRepeatedAttributes(room.first(size));
     pending.Add(size);
     reader.Read(pending, size == 0);
-    on_block({source.StoredBytes(), source.StoredBytesRead()});
+    on_block({source.StoredBytes(), source.StoredBytesRead(), reader.IsByExpat()});
   }
 }
 

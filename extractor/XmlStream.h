@@ -23,6 +23,7 @@ namespace tarvek::extractor {
 struct ReadingState {
   std::int64_t m_bytes = 0;
   std::int64_t m_bytes_read = 0;
+  bool m_is_by_expat = false;  // now and to the end
 };
 
 /// Which parser reads, and in which blocks; for tests, which compare the two.

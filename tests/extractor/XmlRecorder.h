@@ -41,6 +41,8 @@ class XmlRecorder final : public XmlHandler {
 
   [[nodiscard]] const std::string& Events() const { return m_events; }
 
+  bool m_is_by_expat = false;  // at the end of a file without error
+
  private:
   void CountDown() {
     if (m_calls-- == 0) throw std::string("thrown by the handler");
@@ -56,17 +58,24 @@ class XmlRecorder final : public XmlHandler {
   std::size_t m_behind_tag = 0;
 };
 
-inline std::string EventsOf(const std::string& path, const XmlReading& reading,
-                            XmlRecorder recorder = XmlRecorder()) {
+inline XmlRecorder ReadRecorded(const std::string& path, const XmlReading& reading = {},
+                                XmlRecorder recorder = XmlRecorder()) {
+  const auto on_block = [&](const ReadingState& state) {
+    recorder.m_is_by_expat = state.m_is_by_expat;
+  };
   try {
-    ReadXmlFile(
-        path, recorder, [](const ReadingState&) {}, reading);
+    ReadXmlFile(path, recorder, on_block, reading);
   } catch (const TruncatedFile& error) {
     recorder.EndWith("truncated, " + error);
   } catch (const std::string& error) {
     recorder.EndWith(error);
   }
-  return recorder.Events();
+  return recorder;
+}
+
+inline std::string EventsOf(const std::string& path, const XmlReading& reading = {},
+                            const XmlRecorder& recorder = XmlRecorder()) {
+  return ReadRecorded(path, reading, recorder).Events();
 }
 
 inline std::string WithoutLine(std::string events) {

@@ -41,7 +41,19 @@ class XmlStreamTest : public testing::Test {
     return Events(reading, recorder);
   }
 
-  // Read in blocks of many sizes, and by expat.
+  // As ExpectEvents, without expat.
+  void ExpectScanned(std::string_view xml, const std::string& expected) const {
+    ExpectEvents(xml, expected);
+    EXPECT_FALSE(test::ReadRecorded(m_path).m_is_by_expat) << xml;
+  }
+
+  // As ExpectEvents, with the help of expat.
+  void ExpectHandedOver(std::string_view xml, const std::string& expected) const {
+    ExpectEvents(xml, expected);
+    EXPECT_TRUE(test::ReadRecorded(m_path).m_is_by_expat) << xml;
+  }
+
+  // Read in blocks of many sizes, and by expat alone.
   void ExpectEvents(std::string_view xml, const std::string& expected) const {
     Write(xml);
     EXPECT_EQ(Events({.m_by_expat_alone = true}), expected);
@@ -64,7 +76,7 @@ std::string Close(const std::string& name) { return "\n</" + name + "\n>"; }
 std::string InRoot(const std::string& events) { return Open("a") + events + Close("a"); }
 
 TEST_F(XmlStreamTest, TakesTagsAttributesAndText) {
-  ExpectEvents(
+  ExpectScanned(
       "<a>one<b c='1' d.e-f_g:h = \"2\"\n\ti=''/>two<k >three</k\n></a>\n",
       InRoot("one" +
              Open("b", Attribute("c", "1") + Attribute("d.e-f_g:h", "2") + Attribute("i", "")) +
@@ -77,11 +89,11 @@ TEST_F(XmlStreamTest, TakesByteOrderMarkDeclarationAndComments) {
         "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\" ?>",
         "<?xml version=\"1.0\" encoding=\"US-ASCII\"?><!-- <b> & ]]> -->",
         " \r\n<!----><!--- -->\n"})
-    ExpectEvents(std::string(head) + "<a>x<!-- > - y -->z</a> <!-- end --> ", InRoot("xz"));
+    ExpectScanned(std::string(head) + "<a>x<!-- > - y -->z</a> <!-- end --> ", InRoot("xz"));
 }
 
 TEST_F(XmlStreamTest, ResolvesReferences) {
-  ExpectEvents(
+  ExpectScanned(
       "<a "
       "b='&lt;&gt;&amp;&quot;&apos;&#65;&#x4a;&#9;&#10;&#x20;'>&lt;&amp;lt;&#xe9;&#8364;&#x1F600;</"
       "a>",
@@ -90,41 +102,47 @@ TEST_F(XmlStreamTest, ResolvesReferences) {
 }
 
 TEST_F(XmlStreamTest, NormalisesLineEndsAndBlanksOfValues) {
-  ExpectEvents("<a b='1\t2\n3\r4\r\n5\n\r6'>1\t2\n3\r4\r\n5\n\r6\r\r\n</a>\r\n\r",
-               Open("a", Attribute("b", "1 2 3 4 5  6")) + "1\t2\n3\n4\n5\n\n6\n\n" + Close("a"));
+  ExpectScanned("<a b='1\t2\n3\r4\r\n5\n\r6'>1\t2\n3\r4\r\n5\n\r6\r\r\n</a>\r\n\r\n",
+                Open("a", Attribute("b", "1 2 3 4 5  6")) + "1\t2\n3\n4\n5\n\n6\n\n" + Close("a"));
+  ExpectHandedOver("<a/>\r", InRoot(""));
 }
 
 TEST_F(XmlStreamTest, TakesSquareBracketsThatEndNothing) {
-  ExpectEvents("<a b=']]>'>] ]] ]]] ]&gt; ]]a>]</a>",
-               Open("a", Attribute("b", "]]>")) + "] ]] ]]] ]> ]]a>]" + Close("a"));
+  ExpectScanned("<a b=']]>'>] ]] ]]] ]&gt; ]]a>]</a>",
+                Open("a", Attribute("b", "]]>")) + "] ]] ]]] ]> ]]a>]" + Close("a"));
 }
 
 TEST_F(XmlStreamTest, TakesTheOtherQuoteInAValue) {
-  ExpectEvents("<a b='\"' c=\"'>/\" d='x\"&amp;\"y'/>",
-               Open("a", Attribute("b", "\"") + Attribute("c", "'>/") + Attribute("d", "x\"&\"y")) +
-                   Close("a"));
+  ExpectScanned(
+      "<a b='\"' c=\"'>/\" d='x\"&amp;\"y'/>",
+      Open("a", Attribute("b", "\"") + Attribute("c", "'>/") + Attribute("d", "x\"&\"y")) +
+          Close("a"));
 }
 
 TEST_F(XmlStreamTest, TakesWhatIsNotAsciiInItsEncoding) {
   const std::string text = "\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\xC2\x80";
-  ExpectEvents("<a b='" + text + "'>x" + text + "y<!--" + text + "--></a>",
-               Open("a", Attribute("b", text)) + "x" + text + "y" + Close("a"));
-  ExpectEvents(
+  ExpectScanned("<a b='" + text + "'>x" + text + "y<!--" + text + "--></a>",
+                Open("a", Attribute("b", text)) + "x" + text + "y" + Close("a"));
+  ExpectScanned(
       "<?xml version=\"1.0\" encoding=\"iso-8859-1\"?><a "
       "b='\xE9\xFF'>x\xE9\xE9\x80y<!--\xE9--></a>",
       Open("a", Attribute("b", "\xC3\xA9\xC3\xBF")) + "x\xC3\xA9\xC3\xA9\xC2\x80y" + Close("a"));
 }
 
 TEST_F(XmlStreamTest, HandsOverWhatIsOdd) {
-  for (const char* const odd : {"<![CDATA[<x>&]]]>", "<?pi x?>&lt;x>&amp;]", "&lt;x&gt;&#38;]"})
-    ExpectEvents("<a>1<b>2" + std::string(odd) + "3</b><c d='4'/>5</a>",
-                 InRoot("1" + Open("b") + "2" + (odd[1] == '!' ? "<x>&]" : "<x>&]") + "3" +
-                        Close("b") + Open("c", Attribute("d", "4")) + Close("c") + "5"));
-  ExpectEvents("<!DOCTYPE a><a>1</a>", InRoot("1"));
-  ExpectEvents("<?pi?><a>1</a><?pi?>", InRoot("1"));
-  ExpectEvents("<?xml version=\"1.0\" encoding=\"windows-1252\"?><a>1\x80</a>",
-               InRoot("1\xEF\xBF\xBD"));
-  ExpectEvents("<a><\xC3\xA9>1</\xC3\xA9></a>", InRoot(Open("\xC3\xA9") + "1" + Close("\xC3\xA9")));
+  for (const char* const odd : {"<![CDATA[<x>&]]]>", "<?pi x?>&lt;x>&amp;]"})
+    ExpectHandedOver("<a>1<b>2" + std::string(odd) + "3</b><c d='4'/>5</a>",
+                     InRoot("1" + Open("b") + "2<x>&]3" + Close("b") +
+                            Open("c", Attribute("d", "4")) + Close("c") + "5"));
+  ExpectHandedOver("<!DOCTYPE a><a>1</a>", InRoot("1"));
+  ExpectHandedOver("<?pi?><a>1</a>", InRoot("1"));
+  ExpectHandedOver("<a>1</a>\r\n<?pi?>", InRoot("1"));
+  ExpectHandedOver("<?xml version=\"1.0\" encoding=\"windows-1252\"?><a>1\x80</a>",
+                   InRoot("1\xEF\xBF\xBD"));
+  ExpectHandedOver("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a>\xE9<?pi?>\xE9</a>",
+                   InRoot("\xC3\xA9\xC3\xA9"));
+  ExpectHandedOver("<a><\xC3\xA9>1</\xC3\xA9></a>",
+                   InRoot(Open("\xC3\xA9") + "1" + Close("\xC3\xA9")));
 }
 
 TEST_F(XmlStreamTest, NamesThePlaceOfAMistake) {
@@ -180,7 +198,9 @@ TEST_F(XmlStreamTest, ReadsRealRunsAsExpatDoes) {
     const std::string path = entry.path().string();
     if (!path.ends_with(".mzML.gz") && !path.ends_with(".mzXML.gz")) continue;
     ++files;
-    EXPECT_TRUE(EventsOf(path, {}) == EventsOf(path, {.m_by_expat_alone = true})) << path;
+    const XmlRecorder recorder = test::ReadRecorded(path);
+    EXPECT_TRUE(recorder.Events() == EventsOf(path, {.m_by_expat_alone = true})) << path;
+    EXPECT_FALSE(recorder.m_is_by_expat) << path;
   }
   EXPECT_GT(files, 0);
 }
