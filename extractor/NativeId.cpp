@@ -23,12 +23,14 @@ std::optional<std::int32_t> NumberAfter(std::string_view text, std::string_view 
   return WholeNumber(text.substr(start.size()));
 }
 
+bool IsBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+
 // The first word of text, between blanks; text is afterwards what follows it.
 std::string_view TakeWord(std::string_view& text) {
-  const std::size_t begin = std::min(text.find_first_not_of(kBlanks), text.size());
-  const std::size_t end = std::min(text.find_first_of(kBlanks, begin), text.size());
-  const std::string_view word = text.substr(begin, end - begin);
-  text.remove_prefix(end);
+  const auto begin = std::ranges::find_if_not(text, IsBlank);
+  const auto end = std::find_if(begin, text.end(), IsBlank);
+  const std::string_view word(begin, end);
+  text = {end, text.end()};
   return word;
 }
 
