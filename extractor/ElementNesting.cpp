@@ -13,10 +13,10 @@ constexpr std::string_view kAnyHolder = "*";
 // Where the search for a name begins.
 std::size_t HashOf(std::string_view name) {
   if (name.empty()) return 0;
-  const auto first = static_cast<unsigned char>(name.front());
-  const auto middle = static_cast<unsigned char>(name[name.size() / 2]);
-  const auto last = static_cast<unsigned char>(name.back());
-  return name.size() * 31 + first * 7U + middle * 3U + last;
+  const std::size_t first = static_cast<unsigned char>(name.front());
+  const std::size_t middle = static_cast<unsigned char>(name[name.size() / 2]);
+  const std::size_t last = static_cast<unsigned char>(name.back());
+  return name.size() * 31 + first * 7 + middle * 3 + last;
 }
 
 }  // namespace

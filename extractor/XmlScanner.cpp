@@ -183,9 +183,9 @@ bool TakePart(std::string_view& text, std::string_view name, std::string_view& v
 
 // One bit for a name. Two names with the same bit are compared.
 std::uint64_t MarkOf(std::string_view name) {
-  const std::size_t hash = name.size() * 5 + static_cast<unsigned char>(name.front()) * 3U +
-                           static_cast<unsigned char>(name.back());
-  return std::uint64_t{1} << (hash % 64);
+  const std::size_t first = static_cast<unsigned char>(name.front());
+  const std::size_t last = static_cast<unsigned char>(name.back());
+  return std::uint64_t{1} << ((name.size() * 5 + first * 3 + last) % 64);
 }
 
 // More attributes than any element has. Their names are compared with each other.
