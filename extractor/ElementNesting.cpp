@@ -10,13 +10,37 @@ namespace {
 constexpr std::string_view kRoot = "/";
 constexpr std::string_view kAnyHolder = "*";
 
+// Where the search for a name begins.
+std::size_t HashOf(std::string_view name) {
+  if (name.empty()) return 0;
+  const std::size_t first = static_cast<unsigned char>(name.front());
+  const std::size_t middle = static_cast<unsigned char>(name[name.size() / 2]);
+  const std::size_t last = static_cast<unsigned char>(name.back());
+  return name.size() * 31 + first * 7 + middle * 3 + last;
+}
+
 }  // namespace
 
 ElementNesting::ElementNesting(std::span<const ElementRule> rules)
     : m_rules(rules), m_is_allowed(rules.size() * rules.size()), m_is_root(rules.size()) {
-  for (std::size_t i = 0; i < m_rules.size(); ++i) m_rule_of_name[m_rules[i].m_name] = i;
+  m_rule_of_slot.fill(kFree);
+  for (std::size_t i = 0; i < m_rules.size(); ++i) TakeSlot(i);
   for (std::size_t i = 0; i < m_rules.size(); ++i)
     for (const std::string_view parent : Split(m_rules[i].m_parents, " ")) Allow(i, parent);
+}
+
+void ElementNesting::TakeSlot(std::size_t rule) {
+  std::size_t slot = HashOf(m_rules[rule].m_name) % kSlots;
+  while (m_rule_of_slot[slot] != kFree) slot = (slot + 1) % kSlots;
+  m_rule_of_slot[slot] = static_cast<std::uint8_t>(rule);
+}
+
+// The number of rules when there is none.
+std::size_t ElementNesting::RuleOf(std::string_view name) const {
+  for (std::size_t slot = HashOf(name) % kSlots; m_rule_of_slot[slot] != kFree;
+       slot = (slot + 1) % kSlots)
+    if (m_rules[m_rule_of_slot[slot]].m_name == name) return m_rule_of_slot[slot];
+  return m_rules.size();
 }
 
 void ElementNesting::Allow(std::size_t rule, std::string_view parent) {
@@ -26,7 +50,7 @@ void ElementNesting::Allow(std::size_t rule, std::string_view parent) {
     for (std::size_t i = 0; i < m_rules.size(); ++i)
       if (m_rules[i].m_holds_elements) m_is_allowed[PairOf(rule, i)] = true;
   } else {
-    m_is_allowed[PairOf(rule, m_rule_of_name.at(parent))] = true;
+    m_is_allowed[PairOf(rule, RuleOf(parent))] = true;
   }
 }
 
@@ -53,10 +77,9 @@ void ElementNesting::Check(std::size_t rule) const {
 Element ElementNesting::Enter(std::string_view name) {
   if (m_open.size() >= kMaxDepth) throw std::string("elements are nested too deep");
   const bool is_passed_over = !m_open.empty() && m_open.back() == m_rules.size();
-  const auto found = m_rule_of_name.find(name);
-  const bool is_known = !is_passed_over && found != m_rule_of_name.end();
-  if (is_known) Check(found->second);
-  m_open.push_back(is_known ? found->second : m_rules.size());
+  const std::size_t rule = is_passed_over ? m_rules.size() : RuleOf(name);
+  if (rule < m_rules.size()) Check(rule);
+  m_open.push_back(rule);
   return ElementOf(m_open.back());
 }
 

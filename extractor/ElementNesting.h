@@ -6,10 +6,11 @@
 // Not here: what the elements mean (MzmlReader.cpp, MzxmlReader.cpp).
 #pragma once
 
+#include <array>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "XmlElements.h"
@@ -34,6 +35,12 @@ class ElementNesting {
   [[nodiscard]] Element Outer(std::size_t steps) const;
 
  private:
+  // Of four slots one is taken at most, so that a name is found at once.
+  static constexpr std::size_t kSlots = 256;
+  static constexpr std::uint8_t kFree = 255;
+
+  void TakeSlot(std::size_t rule);
+  [[nodiscard]] std::size_t RuleOf(std::string_view name) const;
   void Allow(std::size_t rule, std::string_view parent);
   void Check(std::size_t rule) const;
   [[nodiscard]] std::size_t PairOf(std::size_t rule, std::size_t parent) const;
@@ -41,7 +48,7 @@ class ElementNesting {
 
   // Rules are known by their places; the number of rules is that of an element that is passed over.
   std::span<const ElementRule> m_rules;
-  std::unordered_map<std::string_view, std::size_t> m_rule_of_name;
+  std::array<std::uint8_t, kSlots> m_rule_of_slot{};
   std::vector<bool> m_is_allowed;   // by PairOf
   std::vector<bool> m_is_root;      // may be the root
   std::vector<std::size_t> m_open;  // the innermost last

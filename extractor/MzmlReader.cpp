@@ -38,12 +38,23 @@ std::int32_t AccessionOf(std::string_view text) {
 
 Param ParamOf(const XmlAttributes& attributes) {
   Param param;
-  for (const char** pair = attributes.Pairs(); *pair != nullptr; pair += 2) {
-    const std::string_view name = *pair;
-    if (name == "accession") param.m_accession = AccessionOf(*(pair + 1));
-    if (name == "value") param.m_value = *(pair + 1);
-    if (name == "unitAccession") param.m_unit = *(pair + 1);
-    if (name == "name") param.m_name = *(pair + 1);
+  for (const auto& [name, value] : attributes.All()) {
+    switch (name.size()) {  // most attributes are told apart by it
+      case 4:
+        if (name == "name") param.m_name = value;
+        break;
+      case 5:
+        if (name == "value") param.m_value = value;
+        break;
+      case 9:
+        if (name == "accession") param.m_accession = AccessionOf(value);
+        break;
+      case 13:
+        if (name == "unitAccession") param.m_unit = value;
+        break;
+      default:
+        break;
+    }
   }
   return param;
 }

@@ -1,7 +1,7 @@
 #include "NativeId.h"
 
+#include <algorithm>
 #include <charconv>
-#include <vector>
 
 #include "FileUtils.h"
 #include "StringUtils.h"
@@ -23,18 +23,30 @@ std::optional<std::int32_t> NumberAfter(std::string_view text, std::string_view 
   return WholeNumber(text.substr(start.size()));
 }
 
+bool IsBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
+
+// The first word of text, between blanks; text is afterwards what follows it.
+std::string_view TakeWord(std::string_view& text) {
+  const auto begin = std::ranges::find_if_not(text, IsBlank);
+  const auto end = std::find_if(begin, text.end(), IsBlank);
+  const std::string_view word(begin, end);
+  text = {end, text.end()};
+  return word;
+}
+
 }  // namespace
 
 std::optional<std::int32_t> ScanNumberOf(std::string_view native_id) {
-  std::vector<std::string_view> parts = Split(Trim(native_id), kBlanks);
-  std::erase(parts, std::string_view());  // of several blanks in a row
-  if (parts.size() == 1) {
-    const auto number = NumberAfter(parts[0], "scan=");
-    return number ? number : NumberAfter(parts[0], "scanId=");
+  const std::string_view first = TakeWord(native_id);
+  const std::string_view second = TakeWord(native_id);
+  if (second.empty()) {
+    const auto number = NumberAfter(first, "scan=");
+    return number ? number : NumberAfter(first, "scanId=");
   }
-  const bool is_controller = parts.size() == 3 && parts[0].starts_with("controllerType=") &&
-                             parts[1].starts_with("controllerNumber=");
-  return is_controller ? NumberAfter(parts[2], "scan=") : std::nullopt;
+  const std::string_view third = TakeWord(native_id);
+  const bool is_controller = first.starts_with("controllerType=") &&
+                             second.starts_with("controllerNumber=") && TakeWord(native_id).empty();
+  return is_controller ? NumberAfter(third, "scan=") : std::nullopt;
 }
 
 void NativeIdList::Add(std::int32_t scan_no, std::string_view native_id) {

@@ -1,137 +1,127 @@
 #include "XmlStream.h"
 
-#include <expat.h>
-
-#include <exception>
-#include <memory>
-#include <new>
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <span>
 #include <utility>
+#include <vector>
 
 #include "ByteSource.h"
+#include "ExpatParser.h"
 #include "HeaderRepair.h"
+#include "XmlPlace.h"
+#include "XmlScanner.h"
 
 namespace tarvek::extractor {
 namespace {
 
-constexpr int kBlockBytes = 1 << 16;
+constexpr std::size_t kLargeTokenBytes = std::size_t{1} << 16;
 
-struct FreeParser {
-  void operator()(XML_Parser parser) const noexcept { XML_ParserFree(parser); }
-};
-using Parser = std::unique_ptr<XML_ParserStruct, FreeParser>;
+// A prolog, which is read again with every block, is no longer.
+constexpr std::size_t kMaxPrologBytes = std::size_t{1} << 16;
 
-/// What the parser's callbacks work on. No exception may pass through the parser, which is C: it is
-/// kept here, the parser stopped, and thrown again behind it.
-class Callbacks {
+/// Bytes that were read and not yet taken, and room for a block behind them.
+class PendingBytes {
  public:
-  Callbacks(XML_Parser parser, XmlHandler& handler) : m_parser(parser), m_handler(&handler) {
-    XML_SetUserData(parser, this);
-    XML_SetElementHandler(parser, &OnStart, &OnEnd);
-    XML_SetCharacterDataHandler(parser, &OnText);
-    XML_SetEntityDeclHandler(parser, &OnEntity);
-    XML_SetUnknownEncodingHandler(parser, &OnEncoding, nullptr);
+  /// Room behind the pending bytes. It is good until the next call.
+  std::span<char> Room(std::size_t size) {
+    if (m_begin > 0) std::memmove(m_bytes.data(), m_bytes.data() + m_begin, Size());
+    m_end -= std::exchange(m_begin, 0);
+    if (m_bytes.size() < m_end + size + 1) m_bytes.resize(2 * m_end + size + 1);
+    return {m_bytes.data() + m_end, size};
   }
-  Callbacks(const Callbacks&) = delete;
-  Callbacks& operator=(const Callbacks&) = delete;
 
-  void ThrowKept() {
-    if (m_exception) std::rethrow_exception(m_exception);
+  /// size bytes were written to the room. A zero follows them, for the scanner.
+  void Add(std::size_t size) {
+    m_end += size;
+    m_bytes[m_end] = '\0';
   }
+
+  void Take(std::size_t size) { m_begin += size; }
+
+  [[nodiscard]] std::size_t Size() const { return m_end - m_begin; }
+  [[nodiscard]] std::string_view Text() const { return {m_bytes.data() + m_begin, Size()}; }
 
  private:
-  template <class Action>
-  void Run(Action action) {
-    if (m_exception) return;
-    try {
-      action();
-    } catch (...) {
-      m_exception = std::current_exception();
-      XML_StopParser(m_parser, XML_FALSE);
-    }
-  }
-  static Callbacks& Of(void* user) { return *static_cast<Callbacks*>(user); }
-
-  static void XMLCALL OnStart(void* user, const XML_Char* name, const XML_Char** attributes) {
-    Callbacks& self = Of(user);
-    self.Run([&] { self.m_handler->OnStart(name, XmlAttributes(attributes)); });
-  }
-  static void XMLCALL OnEnd(void* user, const XML_Char* name) {
-    Callbacks& self = Of(user);
-    self.Run([&] { self.m_handler->OnEnd(name); });
-  }
-  static void XMLCALL OnText(void* user, const XML_Char* text, int size) {
-    Callbacks& self = Of(user);
-    self.Run([&] { self.m_handler->OnText({text, static_cast<std::size_t>(size)}); });
-  }
-  // Entities can blow a small file up, and no instrument file declares any.
-  static void XMLCALL OnEntity(void* user, const XML_Char*, int, const XML_Char*, int,
-                               const XML_Char*, const XML_Char*, const XML_Char*, const XML_Char*) {
-    Callbacks& self = Of(user);
-    self.Run([] { throw std::string("declares XML entities, which are not supported"); });
-  }
-  // Windows-1252, GB2312 and the like: bytes below 0x80 are ASCII wherever markup may begin or end,
-  // and nothing else has a meaning here.
-  static int XMLCALL OnEncoding(void*, const XML_Char*, XML_Encoding* encoding) {
-    constexpr int kReplacement = 0xFFFD;
-    for (int byte = 0; byte < 256; ++byte) encoding->map[byte] = byte < 128 ? byte : kReplacement;
-    encoding->data = nullptr;
-    encoding->convert = nullptr;
-    encoding->release = nullptr;
-    return XML_STATUS_OK;
-  }
-
-  XML_Parser m_parser;
-  XmlHandler* m_handler;
-  std::exception_ptr m_exception;
+  std::vector<char> m_bytes = std::vector<char>(1);
+  std::size_t m_begin = 0;
+  std::size_t m_end = 0;
 };
 
-std::string Place(const std::string& path, XML_Parser parser) {
-  return path + ": line " + std::to_string(XML_GetCurrentLineNumber(parser)) + ", byte " +
-         std::to_string(XML_GetCurrentByteIndex(parser)) + ": ";
-}
-
-[[noreturn]] void ThrowParserError(const std::string& path, XML_Parser parser) {
-  const XML_Error code = XML_GetErrorCode(parser);
-  const bool is_cut = code == XML_ERROR_NO_ELEMENTS || code == XML_ERROR_UNCLOSED_TOKEN ||
-                      code == XML_ERROR_PARTIAL_CHAR || code == XML_ERROR_UNCLOSED_CDATA_SECTION;
-  const std::string what = XML_ErrorString(code);
-  if (is_cut) throw TruncatedFile(Place(path, parser) + "the file is truncated: " + what);
-  throw Place(path, parser) + "not well-formed XML: " + what;
-}
-
-void ParseBlock(const std::string& path, XML_Parser parser, Callbacks& callbacks, int size) {
-  XML_Status status = XML_STATUS_ERROR;
-  status = XML_ParseBuffer(parser, size, size == 0 ? XML_TRUE : XML_FALSE);
-  try {
-    callbacks.ThrowKept();
-  } catch (const std::string& detail) {
-    throw Place(path, parser) + detail;
+/// The scanner, and expat from where the scanner gives up.
+class XmlReader {
+ public:
+  XmlReader(const std::string& path, XmlHandler& handler, bool by_expat_alone)
+      : m_path(path), m_handler(&handler), m_scanner(handler) {
+    if (by_expat_alone) m_expat.emplace(path, handler);
   }
-  if (status != XML_STATUS_OK) ThrowParserError(path, parser);
-}
+
+  /// Reads what it can of the pending bytes.
+  void Read(PendingBytes& pending, bool is_last) {
+    if (!m_expat) Scan(pending, is_last);
+    if (!m_expat) return;
+    m_expat->Parse(pending.Text(), is_last);
+    pending.Take(pending.Size());
+  }
+
+  [[nodiscard]] bool IsByExpat() const { return m_expat.has_value(); }
+
+ private:
+  void Scan(PendingBytes& pending, bool is_last) {
+    if (!is_last && pending.Size() < m_bytes_to_wait_for) return;
+    const XmlScanner::Outcome outcome = ScanPlaced(pending.Text());
+    m_place.Pass(pending.Text().substr(0, m_scanner.TakenBytes()));
+    pending.Take(m_scanner.TakenBytes());
+    const bool is_odd_prolog = !m_scanner.HasRoot() && pending.Size() > kMaxPrologBytes;
+    const bool is_odd_end = is_last && !(m_scanner.IsComplete() && pending.Size() == 0);
+    if (outcome == XmlScanner::Outcome::kOdd || is_odd_prolog || is_odd_end) return GiveToExpat();
+    if (pending.Size() > kMaxXmlTokenBytes) throw Placed(kHugeXmlToken);
+    // A token that is cut is read again from its start; a large one only when there is twice as much
+    // of it, so that it is not read too often.
+    m_bytes_to_wait_for =
+        pending.Size() < kLargeTokenBytes ? 0 : std::min(2 * pending.Size(), kMaxXmlTokenBytes + 1);
+  }
+
+  XmlScanner::Outcome ScanPlaced(std::string_view bytes) {
+    try {
+      return m_scanner.Scan(bytes);
+    } catch (const std::string& detail) {
+      m_place.Pass(bytes.substr(0, m_scanner.TakenBytes()));
+      throw Placed(detail);
+    }
+  }
+
+  void GiveToExpat() { m_expat.emplace(m_path, *m_handler, m_place, m_scanner.Opening()); }
+
+  [[nodiscard]] std::string Placed(const std::string& detail) const {
+    return m_path + ": " + m_place.Text() + detail;
+  }
+
+  std::string m_path;
+  XmlHandler* m_handler;
+  XmlScanner m_scanner;
+  XmlPlace m_place;  // of the first pending byte
+  std::size_t m_bytes_to_wait_for = 0;
+  std::optional<ExpatParser> m_expat;
+};
 
 }  // namespace
 
-std::string_view XmlAttributes::Get(std::string_view name) const {
-  for (const char** pair = m_pairs; *pair != nullptr; pair += 2)
-    if (name == *pair) return *(pair + 1);
-  return {};
-}
-
 void ReadXmlFile(const std::string& path, XmlHandler& handler,
-                 const std::function<void(const ReadingState&)>& on_block) {
+                 const std::function<void(const ReadingState&)>& on_block,
+                 const XmlReading& reading) {
   ByteSource source(path);
-  const Parser parser(XML_ParserCreate(nullptr));
-  if (!parser) throw std::bad_alloc();
-  Callbacks callbacks(parser.get(), handler);
+  XmlReader reader(path, handler, reading.m_by_expat_alone);
+  PendingBytes pending;
   bool is_header = true;
   for (std::size_t size = 1; size > 0;) {
-    void* const block = XML_GetBuffer(parser.get(), kBlockBytes);
-    if (block == nullptr) throw std::bad_alloc();
-    size = source.Read(static_cast<char*>(block), kBlockBytes);
-    if (std::exchange(is_header, false)) BlankRepeatedAttributes({static_cast<char*>(block), size});
-    ParseBlock(path, parser.get(), callbacks, static_cast<int>(size));
-    on_block({source.StoredBytes(), source.StoredBytesRead()});
+    const std::span<char> room = pending.Room(reading.m_block_bytes);
+    size = source.Read(room.data(), room.size());
+    if (std::exchange(is_header, false)) BlankRepeatedAttributes(room.first(size));
+    pending.Add(size);
+    reader.Read(pending, size == 0);
+    on_block({source.StoredBytes(), source.StoredBytesRead(), reader.IsByExpat()});
   }
 }
 

@@ -21,7 +21,7 @@ OTHER_FILES = {"src/UserParameters/ParameterText.cpp", "src/IO/MsTextWriter.cpp"
 
 # Beginnings of literals, escapes as written.
 NO_MESSAGES = (
-    "BEGIN IONS", "END IONS", "ActivationType, ",  # file formats
+    "BEGIN IONS", "END IONS", "ActivationType, ", "<?xml version=",  # file formats
     " -a -i ",  # the extractor's command line
     "\\t |       E-mail: ", "\\t |       Web: ", "\\t /       Tarvek2.0 (",  # banner
     "\\nUSAGE:\\n", "\\t\\tdefault: ",  # usage text

@@ -1,0 +1,45 @@
+// extractor/XmlHandler.h: what an XML file is handed on to, and its attributes.
+// Does:     declares the calls that a reader of XML makes.
+// Throws:   Get nothing; a handler what it likes.
+// Not here: reading (XmlStream.h), what the elements mean (XmlReaders.h).
+#pragma once
+
+#include <span>
+#include <string_view>
+
+namespace tarvek::extractor {
+
+struct XmlAttribute {
+  std::string_view m_name;
+  std::string_view m_value;
+};
+
+/// The attributes of one element, in the order of the file, no name twice; borrowed from the reader
+/// for one call.
+class XmlAttributes {
+ public:
+  explicit XmlAttributes(std::span<const XmlAttribute> all) : m_all(all) {}
+
+  /// The value of an attribute; empty when there is none.
+  [[nodiscard]] std::string_view Get(std::string_view name) const {
+    for (const XmlAttribute& one : m_all)
+      if (one.m_name == name) return one.m_value;
+    return {};
+  }
+
+  [[nodiscard]] std::span<const XmlAttribute> All() const { return m_all; }
+
+ private:
+  std::span<const XmlAttribute> m_all;
+};
+
+class XmlHandler {
+ public:
+  virtual ~XmlHandler() = default;
+  virtual void OnStart(std::string_view name, const XmlAttributes& attributes) = 0;
+  virtual void OnEnd(std::string_view name) = 0;
+  /// A piece of the text of the present element. A text may come in any number of pieces.
+  virtual void OnText(std::string_view text) = 0;
+};
+
+}  // namespace tarvek::extractor
