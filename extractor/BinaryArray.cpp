@@ -23,7 +23,7 @@ Unsigned Reversed(Unsigned value) {
 }
 
 template <class Number>
-void Convert(const std::string& bytes, ByteOrder order, std::vector<double>& numbers) {
+void Convert(std::string_view bytes, ByteOrder order, std::vector<double>& numbers) {
   using Bits = std::conditional_t<sizeof(Number) == 4, std::uint32_t, std::uint64_t>;
   const bool is_native =
       (order == ByteOrder::kLittle) == (std::endian::native == std::endian::little);
@@ -41,7 +41,7 @@ std::size_t WidthOf(NumberType type) {
   return type == NumberType::kFloat32 || type == NumberType::kInt32 ? 4 : 8;
 }
 
-void ConvertPlain(const std::string& bytes, const ArrayEncoding& encoding,
+void ConvertPlain(std::string_view bytes, const ArrayEncoding& encoding,
                   std::vector<double>& numbers) {
   switch (encoding.m_type) {
     case NumberType::kFloat32:
@@ -63,11 +63,12 @@ void ConvertPlain(const std::string& bytes, const ArrayEncoding& encoding,
 constexpr std::size_t kNumpressNumbersPerByte = 2;
 constexpr std::size_t kNumpressSlack = 16;
 
-void ConvertNumpress(std::string& bytes, Numpress kind, std::vector<double>& numbers) {
+void ConvertNumpress(std::string_view bytes, Numpress kind, std::vector<double>& numbers) {
   const std::size_t size = bytes.size();
   numbers.assign(size * kNumpressNumbersPerByte + kNumpressSlack, 0.0);
-  bytes.append(kNumpressSlack, '\0');
-  const auto* const data = reinterpret_cast<const unsigned char*>(bytes.data());
+  std::string padded(bytes);  // the decoders look behind the end
+  padded.append(kNumpressSlack, '\0');
+  const auto* const data = reinterpret_cast<const unsigned char*>(padded.data());
   namespace numpress = ms::numpress::MSNumpress;
   std::size_t count = 0;
   try {
@@ -91,7 +92,18 @@ std::string TooManyError() {
   return "holds more than " + std::to_string(kMaxArrayLength) + " numbers, which cannot be";
 }
 
+// Without a branch, so that the compiler takes several numbers at once.
+bool AreFinite(const std::vector<double>& numbers) {
+  constexpr std::uint64_t kExponent = 0x7FF0'0000'0000'0000;
+  constexpr std::uint64_t kLowestOfExponent = 0x0010'0000'0000'0000;
+  std::uint64_t carried = 0;  // the highest bit, out of an exponent that is all ones
+  for (const double number : numbers)
+    carried |= (std::bit_cast<std::uint64_t>(number) & kExponent) + kLowestOfExponent;
+  return carried >> 63 == 0;
+}
+
 void CheckNumbers(const std::vector<double>& numbers) {
+  if (AreFinite(numbers)) return;
   const auto bad =
       std::ranges::find_if(numbers, [](double number) { return !std::isfinite(number); });
   if (bad != numbers.end())
@@ -101,22 +113,22 @@ void CheckNumbers(const std::vector<double>& numbers) {
 
 }  // namespace
 
-// m_bytes: base64 decoded and inflated.
-void ArrayDecoder::Unpack(const ArrayEncoding& encoding, std::int64_t count,
-                          const std::string& what) {
-  if (!encoding.m_zlib) return;
+// The bytes of m_bytes, inflated where they are packed.
+std::string_view ArrayDecoder::Unpack(const ArrayEncoding& encoding, std::int64_t count,
+                                      const std::string& what) {
+  if (!encoding.m_zlib) return m_bytes.View();
   // numpress takes at most 5 bytes a number and two reals
   const std::size_t width = encoding.m_numpress == Numpress::kNone ? WidthOf(encoding.m_type) : 8;
   const std::size_t slack = encoding.m_numpress == Numpress::kNone ? 0 : kNumpressSlack;
   const std::int64_t most = count == kUnknownLength ? kMaxArrayLength : count;
   const std::size_t max_bytes = static_cast<std::size_t>(most) * width + slack;
-  if (!m_inflater.InflateAll(m_bytes, max_bytes, m_inflated))
+  if (!m_zlib.Inflate(m_bytes.View(), max_bytes, m_inflated))
     throw what + " holds damaged zlib data";
-  if (m_inflated.size() > max_bytes)
+  if (m_inflated.View().size() > max_bytes)
     throw what + (count == kUnknownLength
                       ? " " + TooManyError()
                       : " holds more than the " + std::to_string(most) + " numbers declared");
-  m_bytes.swap(m_inflated);
+  return m_inflated.View();
 }
 
 void ArrayDecoder::Decode(std::string_view text, const ArrayEncoding& encoding, std::int64_t count,
@@ -127,14 +139,14 @@ void ArrayDecoder::Decode(std::string_view text, const ArrayEncoding& encoding, 
   if (count != kUnknownLength && (count < 0 || count > kMaxArrayLength))
     throw name + " declares " + std::to_string(count) + " numbers, which cannot be";
   if (!DecodeBase64(text, m_bytes)) throw name + " is no base64 text";
-  Unpack(encoding, count, name);
+  const std::string_view bytes = Unpack(encoding, count, name);
   try {
     if (encoding.m_numpress != Numpress::kNone) {
-      ConvertNumpress(m_bytes, encoding.m_numpress, numbers);
+      ConvertNumpress(bytes, encoding.m_numpress, numbers);
     } else {
       const std::size_t width = WidthOf(encoding.m_type);
-      if (m_bytes.size() % width != 0) throw LengthError(m_bytes.size() / width, count);
-      ConvertPlain(m_bytes, encoding, numbers);
+      if (bytes.size() % width != 0) throw LengthError(bytes.size() / width, count);
+      ConvertPlain(bytes, encoding, numbers);
     }
     if (numbers.size() > static_cast<std::size_t>(kMaxArrayLength)) throw TooManyError();
     if (count != kUnknownLength && numbers.size() != static_cast<std::size_t>(count))

@@ -10,7 +10,8 @@
 #include <string_view>
 #include <vector>
 
-#include "Inflater.h"
+#include "ByteBuffer.h"
+#include "ZlibArray.h"
 
 namespace tarvek::extractor {
 
@@ -41,11 +42,12 @@ class ArrayDecoder {
               std::string_view what, std::vector<double>& numbers);
 
  private:
-  void Unpack(const ArrayEncoding& encoding, std::int64_t count, const std::string& what);
+  std::string_view Unpack(const ArrayEncoding& encoding, std::int64_t count,
+                          const std::string& what);
 
-  Inflater m_inflater{StreamKind::kZlib};
-  std::string m_bytes;
-  std::string m_inflated;
+  ZlibArray m_zlib;
+  ByteBuffer m_bytes;
+  ByteBuffer m_inflated;
 };
 
 }  // namespace tarvek::extractor

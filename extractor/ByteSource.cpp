@@ -2,61 +2,68 @@
 
 #include <algorithm>
 #include <cstring>
+#include <memory>
 
-#include "FileUtils.h"
+#include "BgzfBlocks.h"
+#include "Threads.h"
 
 namespace tarvek::extractor {
 namespace {
 
-constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
-constexpr std::string_view kGzipMagic = "\x1f\x8b";
+// More threads do not inflate faster than one can read what they give.
+constexpr std::size_t kMostInflaters = 6;
 
 }  // namespace
 
+// A pipe is read in step with its reader, which may stop where the writer has not written yet.
 ByteSource::ByteSource(const std::string& path)
-    : m_path(path),
-      m_file(OpenFile(path, "rb", "instrument")),
-      m_stored_bytes(m_file.SizeBytes()),
-      m_block(kBlockBytes) {
-  Refill();
-  if (m_ahead.starts_with(kGzipMagic)) m_inflater.emplace(StreamKind::kGzip);
+    : m_file(path), m_threads(m_file.SizeBytes() > 0 ? ThreadsAllowed() : 1) {
+  m_file.Refill();
+  if (!m_file.Ahead().starts_with(kGzipMagic)) return;
+  if (m_file.SizeBytes() > 0 && BeginsBgzf(m_file.Ahead()))
+    m_blocks.emplace(std::make_unique<BgzfBlocks>(m_file), std::min(m_threads - 1, kMostInflaters));
+  else
+    ReadMembers(GzipStream::Place::kFirstMember);
 }
 
-bool ByteSource::Refill() {
-  const std::size_t size = m_file.Read(m_block.data(), m_block.size());
-  m_stored_bytes_read += static_cast<std::int64_t>(size);
-  m_ahead = {m_block.data(), size};
-  return size > 0;
+void ByteSource::ReadMembers(GzipStream::Place place) {
+  if (m_threads > 1)
+    m_blocks.emplace(std::make_unique<GzipBlocks>(m_file, place), 1);
+  else
+    m_stream.emplace(m_file, place);
+}
+
+std::int64_t ByteSource::StoredBytesRead() const noexcept {
+  return m_blocks ? m_block.m_stored_bytes_read : m_file.BytesRead();
 }
 
 std::size_t ByteSource::Read(char* bytes, std::size_t size) {
-  if (m_inflater) return ReadInflated(bytes, size);
-  if (m_ahead.empty() && !Refill()) return 0;
-  const std::size_t taken = std::min(size, m_ahead.size());
-  std::memcpy(bytes, m_ahead.data(), taken);
-  m_ahead.remove_prefix(taken);
-  return taken;
-}
-
-std::size_t ByteSource::ReadInflated(char* bytes, std::size_t size) {
-  while (!m_at_end) {
-    if (m_ahead.empty() && !Refill())
-      throw TruncatedFile(m_path + ": the compressed file is truncated; nothing was extracted");
-    std::size_t written = size;
-    const auto status = m_inflater->InflateSome(m_ahead, bytes, written);
-    if (status == Inflater::Status::kDamaged)
-      throw m_path + ": the compressed file is damaged; nothing was extracted";
-    if (status == Inflater::Status::kStreamEnd) StartNextMember();
-    if (written > 0) return written;
+  while (m_blocks && m_ahead.empty())
+    if (!NextBlock()) return 0;
+  if (!m_ahead.empty()) {
+    const std::size_t taken = std::min(size, m_ahead.size());
+    std::memcpy(bytes, m_ahead.data(), taken);
+    m_ahead.remove_prefix(taken);
+    return taken;
   }
-  return 0;
+  return m_stream ? m_stream->Read(bytes, size) : m_file.Read(bytes, size);
 }
 
-// A gzip file may hold several members one after the other; anything else behind one is padding.
-void ByteSource::StartNextMember() {
-  if (m_ahead.empty()) Refill();
-  m_at_end = m_ahead.empty() || m_ahead.front() != kGzipMagic.front();
-  m_inflater->Restart();
+// False at the end. Where the present block is the last of its kind, the file goes on member by
+// member.
+bool ByteSource::NextBlock() {
+  if (m_block.m_goes_on_at) {
+    const std::int64_t offset_bytes = *m_block.m_goes_on_at;
+    m_blocks.reset();
+    m_block.m_goes_on_at.reset();
+    if (!m_file.Seek(offset_bytes)) throw "Cannot read " + m_file.Path();
+    ReadMembers(offset_bytes == 0 ? GzipStream::Place::kFirstMember
+                                  : GzipStream::Place::kBehindMember);
+    return true;
+  }
+  if (!m_blocks->Next(m_block)) return false;
+  m_ahead = m_block.m_bytes.View();
+  return true;
 }
 
 }  // namespace tarvek::extractor

@@ -1,8 +1,9 @@
 // extractor/ByteSource.h: the bytes of a plain or gzip file.
-// Does:     delivers them from front to back; a file that begins as gzip does is inflated.
-// Owns:     the open file and a block of it.
+// Does:     delivers them from front to back; a file that begins as gzip does is inflated, ahead of
+//           the reader by other threads where these are allowed.
+// Owns:     the open file, the threads and what they have ready.
 // Throws:   std::string: OpenFile's message, File::Read's, or path + ": ..." for a damaged gzip file;
-//           a TruncatedFile for one that is cut off.
+//           a TruncatedFile (GzipStream.h) for one that is cut off; what ThreadsAllowed throws.
 // Not here: XML.
 #pragma once
 
@@ -11,19 +12,12 @@
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
-#include "Inflater.h"
-#include "Platform.h"
+#include "BlocksAhead.h"
+#include "GzipStream.h"
+#include "StoredFile.h"
 
 namespace tarvek::extractor {
-
-/// The message of a file that ends too early; caught as any other by those who do not ask why.
-class TruncatedFile : public std::string {
- public:
-  explicit TruncatedFile(std::string message) : std::string(std::move(message)) {}
-};
 
 class ByteSource {
  public:
@@ -32,23 +26,20 @@ class ByteSource {
   /// Reads up to size bytes and returns how many came; 0 only at the end.
   std::size_t Read(char* bytes, std::size_t size);
 
-  /// Size of the file as it is stored, and how much of it was read.
-  [[nodiscard]] std::int64_t StoredBytes() const noexcept { return m_stored_bytes; }
-  [[nodiscard]] std::int64_t StoredBytesRead() const noexcept { return m_stored_bytes_read; }
+  /// Size of the file as it is stored, and how much of it was read for what Read gave.
+  [[nodiscard]] std::int64_t StoredBytes() const noexcept { return m_file.SizeBytes(); }
+  [[nodiscard]] std::int64_t StoredBytesRead() const noexcept;
 
  private:
-  bool Refill();
-  std::size_t ReadInflated(char* bytes, std::size_t size);
-  void StartNextMember();
+  void ReadMembers(GzipStream::Place place);
+  bool NextBlock();
 
-  std::string m_path;
-  File m_file;
-  std::int64_t m_stored_bytes = 0;
-  std::int64_t m_stored_bytes_read = 0;
-  std::vector<char> m_block;
-  std::string_view m_ahead;  // into m_block
-  std::optional<Inflater> m_inflater;
-  bool m_at_end = false;
+  StoredFile m_file;
+  std::size_t m_threads;
+  std::optional<GzipStream> m_stream;   // inflates in this thread
+  Block m_block;                        // the present one
+  std::string_view m_ahead;             // into m_block
+  std::optional<BlocksAhead> m_blocks;  // the last to come, the first to go: it uses the file
 };
 
 }  // namespace tarvek::extractor

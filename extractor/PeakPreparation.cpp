@@ -30,8 +30,25 @@ VisibilityTest::VisibilityTest(int decimals) : m_decimals(decimals) {
 }
 
 bool VisibilityTest::IsVisible(double value) const {
-  if (value > m_surely_visible) return true;
+  if (IsSurelyVisible(value)) return true;
   return value > m_surely_zero && Rounded(value, m_decimals) > 0.0;
+}
+
+// Whether no peak needs the test. peaks: ascending in m/z. Without a branch for each, since nearly
+// always all are.
+bool PeakPreparation::AreSurelyVisible(const std::vector<Peak>& peaks) const {
+  if (!peaks.empty() && !m_mz_test.IsSurelyVisible(peaks.front().m_mz)) return false;
+  bool are_visible = true;
+  for (const Peak& peak : peaks) are_visible &= m_intensity_test.IsSurelyVisible(peak.m_intensity);
+  return are_visible;
+}
+
+// Returns how many were left out.
+std::size_t PeakPreparation::LeaveOutInvisible(std::vector<Peak>& peaks) const {
+  if (AreSurelyVisible(peaks)) return 0;
+  return std::erase_if(peaks, [this](const Peak& peak) {
+    return !m_mz_test.IsVisible(peak.m_mz) || !m_intensity_test.IsVisible(peak.m_intensity);
+  });
 }
 
 PreparedPeaks PeakPreparation::Prepare(const ExtractedScan& scan, const OutputScan& output,
@@ -45,9 +62,7 @@ PreparedPeaks PeakPreparation::Prepare(const ExtractedScan& scan, const OutputSc
       prepared.m_look == DataLook::kProfile ||
       (prepared.m_look == DataLook::kUnclear && scan.m_mode == PeakMode::kProfile);
   if (prepared.m_is_picked) peaks = PickPeaks(peaks, is_ion_trap);
-  prepared.m_left_out = std::erase_if(peaks, [this](const Peak& peak) {
-    return !m_mz_test.IsVisible(peak.m_mz) || !m_intensity_test.IsVisible(peak.m_intensity);
-  });
+  prepared.m_left_out = LeaveOutInvisible(peaks);
   return prepared;
 }
 

@@ -23,6 +23,8 @@ class VisibilityTest {
  public:
   explicit VisibilityTest(int decimals);
   [[nodiscard]] bool IsVisible(double value) const;
+  /// Visible without a look at the text; false says nothing.
+  [[nodiscard]] bool IsSurelyVisible(double value) const { return value > m_surely_visible; }
 
  private:
   int m_decimals;
@@ -49,6 +51,9 @@ class PeakPreparation {
                         std::vector<Peak>& peaks) const;
 
  private:
+  [[nodiscard]] bool AreSurelyVisible(const std::vector<Peak>& peaks) const;
+  [[nodiscard]] std::size_t LeaveOutInvisible(std::vector<Peak>& peaks) const;
+
   VisibilityTest m_mz_test;
   VisibilityTest m_intensity_test;
 };

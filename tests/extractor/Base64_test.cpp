@@ -2,23 +2,37 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <random>
 
+#include "Base64Twin.h"
 #include "ExtractorTestSupport.h"
 
 namespace tarvek::extractor {
 namespace {
 
-std::string Decoded(std::string_view text) {
-  std::string bytes;
-  EXPECT_TRUE(DecodeBase64(text, bytes)) << text;
-  return bytes;
+using Decoder = bool (*)(std::string_view, ByteBuffer&);
+
+std::optional<std::string> DecodedBy(Decoder decoder, std::string_view text) {
+  ByteBuffer bytes;
+  if (!decoder(text, bytes)) return std::nullopt;
+  return std::string(bytes.View());
 }
 
-bool IsRefused(std::string_view text) {
-  std::string bytes;
-  return !DecodeBase64(text, bytes);
+// By both roads, which must agree.
+std::optional<std::string> Verdict(std::string_view text) {
+  const auto verdict = DecodedBy(DecodeBase64, text);
+  EXPECT_EQ(verdict, DecodedBy(DecodeBase64Portably, text)) << text;
+  return verdict;
 }
+
+std::string Decoded(std::string_view text) {
+  const auto bytes = Verdict(text);
+  EXPECT_TRUE(bytes) << text;
+  return bytes.value_or("refused");
+}
+
+bool IsRefused(std::string_view text) { return !Verdict(text); }
 
 TEST(DecodeBase64, ReadsThePublishedExamples) {
   EXPECT_EQ(Decoded(""), "");
@@ -59,6 +73,71 @@ TEST(DecodeBase64, GivesBackWhatAnotherEncoderWrote) {
     for (char& c : bytes) c = static_cast<char>(random());
     EXPECT_EQ(Decoded(test::EncodeBase64(bytes)), bytes);
   }
+}
+
+TEST(DecodeBase64, RefusesEachOtherCharacterAtEachPlaceOfALongText) {
+  const std::string text = test::EncodeBase64(std::string(48, 'x'));  // four vectors
+  constexpr std::string_view kAllowed =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  for (std::size_t place = 0; place < text.size(); ++place) {
+    for (int value = 0; value < 256; ++value) {
+      std::string changed = text;
+      changed[place] = static_cast<char>(value);
+      EXPECT_EQ(Verdict(changed), test::DecodeBase64Slowly(changed)) << place << ' ' << value;
+      if (kAllowed.find(changed[place]) == std::string_view::npos) {
+        EXPECT_TRUE(IsRefused(changed) || (place + 1 == text.size() && value == '='));
+      }
+    }
+  }
+}
+
+// One change to a text: a character replaced, taken out or put in, most often one that matters.
+std::string Mutated(std::string text, std::mt19937& random) {
+  constexpr std::string_view kInteresting = "== \n\r\tA/+-_zZ9";
+  const char c = random() % 4 == 0 ? static_cast<char>(random())
+                                   : kInteresting[random() % kInteresting.size()];
+  const std::size_t place = random() % (text.size() + 1);
+  switch (random() % 4) {
+    case 0:
+      text.insert(place, 1, c);
+      break;
+    case 1:
+      if (place < text.size()) text[place] = c;
+      break;
+    case 2:
+      text.erase(place, 1);
+      break;
+    default:
+      text += c;
+  }
+  return text;
+}
+
+TEST(DecodeBase64, AgreesWithTheSlowDecoderOnMutatedTexts) {
+  int accepted = 0;
+  int refused = 0;
+  for (unsigned seed = 0; seed < 20'000; ++seed) {
+    SCOPED_TRACE(seed);
+    std::mt19937 random(seed);
+    std::string bytes(random() % 200, '\0');
+    for (char& c : bytes) c = static_cast<char>(random());
+    std::string text = test::EncodeBase64(bytes);
+    for (auto i = random() % 4; i > 0; --i) text = Mutated(text, random);
+    const auto verdict = Verdict(text);
+    ASSERT_EQ(verdict, test::DecodeBase64Slowly(text)) << text;
+    ++(verdict ? accepted : refused);
+  }
+  EXPECT_GT(accepted, 5'000);
+  EXPECT_GT(refused, 5'000);
+}
+
+TEST(DecodeBase64, ReadsLinesOf76Characters) {
+  std::mt19937 random(1);
+  std::string bytes(1000, '\0');
+  for (char& c : bytes) c = static_cast<char>(random());
+  std::string text = test::EncodeBase64(bytes);
+  for (std::size_t at = 76; at < text.size(); at += 78) text.insert(at, "\r\n");
+  EXPECT_EQ(Decoded(text), bytes);
 }
 
 }  // namespace

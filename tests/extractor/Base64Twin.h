@@ -1,0 +1,39 @@
+// tests/extractor/Base64Twin.h: base64 decoded one character after the other, to compare with.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tarvek::extractor::test {
+
+/// What text encodes; nothing when it is no base64. White space goes first; then the text is groups
+/// of four, of which the last alone may end in one or two '='.
+inline std::optional<std::string> DecodeBase64Slowly(std::string_view text) {
+  constexpr std::string_view kAlphabet =
+      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+  std::string dense;
+  for (const char c : text)
+    if (std::string_view(" \t\r\n").find(c) == std::string_view::npos) dense += c;
+  if (dense.size() % 4 != 0) return std::nullopt;
+  std::size_t padding = 0;
+  while (padding < 2 && dense.ends_with('=')) {
+    dense.pop_back();
+    ++padding;
+  }
+  std::string bytes;
+  unsigned bits = 0;
+  int bit_count = 0;
+  for (const char c : dense) {
+    const std::size_t value = kAlphabet.find(c);
+    if (value == std::string_view::npos) return std::nullopt;
+    bits = (bits << 6 | static_cast<unsigned>(value)) & 0xFFFFu;
+    bit_count += 6;
+    if (bit_count < 8) continue;
+    bit_count -= 8;
+    bytes += static_cast<char>(bits >> bit_count & 0xFFu);
+  }
+  return bytes;
+}
+
+}  // namespace tarvek::extractor::test
