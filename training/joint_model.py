@@ -8,6 +8,7 @@ table give the same score.
 import os
 import pathlib
 import re
+import textwrap
 from typing import NamedTuple
 
 os.environ["OMP_NUM_THREADS"] = "1"  # Sums of several threads would come in any order.
@@ -299,27 +300,23 @@ def number_text(value):
     return text if any(mark in text for mark in ".en") else text + ".0"
 
 
-def array_lines(name, values):
-    text, line = [], "   "
-    for value in map(number_text, values):
-        if len(line) + len(value) > 96:
-            text.append(line)
-            line = "   "
-        line += f" {value},"
-    return [f"constexpr std::array<double, {len(values)}> {name} = {{", *text, *([line] if values.size else []), "};"]
+def list_text(values):
+    return "{" + ", ".join(map(number_text, values)) + "}"
+
+
+def row_of(name, steps):
+    return textwrap.wrap(f'{{"{name}", {list_text(steps.thresholds)}, {list_text(steps.values)}}},', width=100,
+                         initial_indent="    ", subsequent_indent="        ", break_on_hyphens=False)
 
 
 def cpp_of(model, note):
     """The C++ source of a model. The same model gives the same bytes."""
     lines = [f"// {line}" for line in note.splitlines()]
     lines += ["// clang-format off", "#include <array>", "", '#include "JointModel.h"', "", "namespace tarvek::joint {",
-              "namespace {", ""]
-    rows = []
-    for place, (name, steps) in enumerate(zip(model.names, model.steps)):
-        lines += array_lines(f"kThresholds{place}", steps.thresholds) + array_lines(f"kValues{place}", steps.values)
-        rows.append(f'    {{"{name}", kThresholds{place}, kValues{place}}},')
-    lines += ["", f"constexpr std::array<JointSteps, {len(rows)}> kSteps = {{{{", *rows, "}};", "",
-              f"constexpr std::array<JointKnot, {len(model.knots)}> kKnots = {{{{"]
+              "namespace {", "", f"constexpr std::array<JointSteps, {len(model.steps)}> kSteps = {{{{"]
+    for name, steps in zip(model.names, model.steps):
+        lines += row_of(name, steps)
+    lines += ["}};", "", f"constexpr std::array<JointKnot, {len(model.knots)}> kKnots = {{{{"]
     lines += [f"    {{{number_text(x)}, {number_text(y)}}}," for x, y in model.knots]
     lines += ["}};", "", "}  // namespace", "",
               f"const JointModel kJointModel = {{{number_text(model.intercept)}, kSteps, kKnots}};", "",
@@ -334,14 +331,12 @@ def numbers(text):
 def model_of_cpp(path):
     """The model of a C++ source that cpp_of wrote."""
     text = pathlib.Path(path).read_text(encoding="ascii")
-    arrays = {name: numbers(body) for name, body in
-              re.findall(r"double, \d+> (k\w+) = \{([^}]*)\};", text)}
-    rows = re.findall(r'\{"(\w+)", (kThresholds\d+), (kValues\d+)\}', text)
+    rows = re.findall(r'\{"(\w+)",\s+\{([^}]*)\},\s+\{([^}]*)\}\}', text)
     knots = re.search(r"kKnots = \{\{(.*?)\}\};", text, re.S)
     intercept = re.search(r"kJointModel = \{([^,]+),", text)
     if not rows or knots is None or intercept is None:
         raise SystemExit(f"{path}: not a table of the joint model")
     pairs = re.findall(r"\{([^,{}]+), ([^,{}]+)\}", knots[1])
     return Model(tuple(name for name, _, _ in rows), float(intercept[1]),
-                 tuple(Steps(arrays[thresholds], arrays[values]) for _, thresholds, values in rows),
+                 tuple(Steps(numbers(thresholds), numbers(values)) for _, thresholds, values in rows),
                  tuple((float(x), float(y)) for x, y in pairs))

@@ -12,12 +12,12 @@ namespace tarvek {
 namespace {
 
 constexpr std::array<std::pair<std::string_view, MgfToken>, 6> kBeginnings = {{
-    {kMgfBegin, MgfToken::kBegin},
-    {kMgfEnd, MgfToken::kEnd},
-    {kMgfTitle, MgfToken::kTitle},
-    {kMgfCharge, MgfToken::kCharge},
-    {kMgfTime, MgfToken::kTime},
-    {kMgfPepmass, MgfToken::kPepmass},
+    {"BEGIN IONS", MgfToken::kBegin},
+    {"END IONS", MgfToken::kEnd},
+    {"TITLE=", MgfToken::kTitle},
+    {"CHARGE=", MgfToken::kCharge},
+    {"RTINSECONDS=", MgfToken::kTime},
+    {"PEPMASS=", MgfToken::kPepmass},
 }};
 
 constexpr std::string_view kTitleEnding = ".dta";
@@ -83,6 +83,12 @@ std::optional<TitleParts> PartsOf(std::string_view text) {
 
 }  // namespace
 
+std::string_view MgfBeginning(MgfToken token) {
+  const auto found =
+      std::ranges::find(kBeginnings, token, [](const auto& one) { return one.second; });
+  return found == kBeginnings.end() ? std::string_view() : found->first;
+}
+
 MgfLine ReadMgfLine(std::string_view line) {
   if (!line.empty() && IsDigit(line.front())) return {MgfToken::kPeak, line};
   for (const auto& [beginning, token] : kBeginnings)
@@ -116,7 +122,7 @@ ScannedNumber<std::int32_t> ScanMgfScanNumber(std::string_view text) {
 }
 
 void AppendMgfTitle(std::string& text, const MgfTitle& title) {
-  text.append(kMgfTitle).append(title.m_run);
+  text.append(MgfBeginning(MgfToken::kTitle)).append(title.m_run);
   for (const std::int32_t field :
        {title.m_scan_no, title.m_scan_no, title.m_charge, title.m_index}) {
     text.push_back('.');

@@ -15,14 +15,10 @@
 
 namespace tarvek {
 
-inline constexpr std::string_view kMgfBegin = "BEGIN IONS";
-inline constexpr std::string_view kMgfEnd = "END IONS";
-inline constexpr std::string_view kMgfTitle = "TITLE=";
-inline constexpr std::string_view kMgfCharge = "CHARGE=";
-inline constexpr std::string_view kMgfTime = "RTINSECONDS=";
-inline constexpr std::string_view kMgfPepmass = "PEPMASS=";
-
 enum class MgfToken { kPeak, kBegin, kEnd, kTitle, kCharge, kTime, kPepmass, kOther };
+
+/// What lines of this kind begin with, such as "TITLE="; empty for a peak or another line.
+std::string_view MgfBeginning(MgfToken token);
 
 /// A line by its beginning. The text borrows from the line: of a peak or another line it is the line
 /// as it is, else what follows the beginning, without blanks and line end behind it.

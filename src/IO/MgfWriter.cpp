@@ -43,17 +43,17 @@ void MgfWriter::WriteMs2(const MS2Spectrum& scan) {
 // A negative ion shows its sign in the TITLE and after CHARGE only.
 void AppendMgfStart(std::string& text, const MgfBlockStart& start) {
   const std::int64_t charge = start.m_precursor.m_charge;
-  text.append(kMgfBegin).push_back('\n');
+  text.append(MgfBeginning(MgfToken::kBegin)).push_back('\n');
   AppendMgfTitle(text, {start.m_title, start.m_scan_no, start.m_precursor.m_charge,
                         static_cast<std::int32_t>(start.m_index)});
   if (start.m_has_charge) {
-    text.append(kMgfCharge);
+    text.append(MgfBeginning(MgfToken::kCharge));
     AppendInteger(text, std::abs(charge));
     text.append(charge < 0 ? "-\n" : "+\n");
   }
-  text.append(kMgfTime);
+  text.append(MgfBeginning(MgfToken::kTime));
   AppendFixed(text, start.m_rt, kRetentionTimeDecimals);
-  text.append("\n").append(kMgfPepmass);
+  text.append("\n").append(MgfBeginning(MgfToken::kPepmass));
   AppendFixed(text, std::fabs(start.m_precursor.m_mz), kMzDecimals);
   text.push_back('\n');
 }

@@ -35,7 +35,7 @@ double JointScore(const JointModel& model, const FeatureRow& features) {
     const JointSteps& steps = model.m_steps[i];
     const double value = features[FeatureOf(steps.m_feature, i)];
     const auto place = std::ranges::lower_bound(steps.m_thresholds, value);
-    score += steps.m_values[static_cast<std::size_t>(place - steps.m_thresholds.begin())];
+    score += steps.m_values.begin()[place - steps.m_thresholds.begin()];
   }
   return score;
 }

@@ -4,6 +4,7 @@
 // Not here: the numbers (JointModelTable.cpp, written by training/fit_joint.py).
 #pragma once
 
+#include <initializer_list>
 #include <span>
 
 #include "CandidateFeatures.h"
@@ -11,11 +12,11 @@
 namespace tarvek::joint {
 
 /// A step function of one feature. Value i holds up to threshold i, included; the last, of which
-/// there is one more, beyond all.
+/// there is one more, beyond all. The lists live as long as the steps that they are written into.
 struct JointSteps {
-  const char* m_feature;                 // as in kFeatureNames
-  std::span<const double> m_thresholds;  // ascending
-  std::span<const double> m_values;
+  const char* m_feature;                       // as in kFeatureNames
+  std::initializer_list<double> m_thresholds;  // ascending
+  std::initializer_list<double> m_values;
 };
 
 /// A point of the curve; between two of them it is a straight line, beyond the ends it is flat.

@@ -9,337 +9,80 @@
 namespace tarvek::joint {
 namespace {
 
-constexpr std::array<double, 0> kThresholds0 = {
-};
-constexpr std::array<double, 1> kValues0 = {
-    0.0,
-};
-constexpr std::array<double, 5> kThresholds1 = {
-    0.981337, 0.987316, 0.9880055, 0.9964215, 0.999277,
-};
-constexpr std::array<double, 6> kValues1 = {
-    -0.286638559, 0.0884181811, 0.238874316, 0.349331746, 0.420981277, 0.47643274,
-};
-constexpr std::array<double, 2> kThresholds2 = {
-    0.970975, 0.9795815,
-};
-constexpr std::array<double, 3> kValues2 = {
-    -0.109648198, 0.0512879423, 0.157581542,
-};
-constexpr std::array<double, 1> kThresholds3 = {
-    0.9983545,
-};
-constexpr std::array<double, 2> kValues3 = {
-    -0.0102977902, 0.0823120893,
-};
-constexpr std::array<double, 5> kThresholds4 = {
-    -0.142596, -0.0282295, -0.020008, -0.014992, 0.0018075,
-};
-constexpr std::array<double, 6> kValues4 = {
-    -0.269022762, -0.367049506, -0.277805649, -0.183196375, -0.13318345, 0.0399347691,
-};
-constexpr std::array<double, 7> kThresholds5 = {
-    -0.3756165, -0.1333255, -0.041886, 0.0818, 0.13874, 0.1458265, 0.164619,
-};
-constexpr std::array<double, 8> kValues5 = {
-    -0.407746161, -0.317638067, -0.071564946, -0.00181114824, 0.0252838101, 0.183523659,
-    0.293359399, 0.337344926,
-};
-constexpr std::array<double, 8> kThresholds6 = {
-    0.0664705, 0.5924255, 0.6513565, 0.806966, 0.853951, 0.8852315, 0.908722, 2.019862,
-};
-constexpr std::array<double, 9> kValues6 = {
-    0.272958469, 0.121520764, -0.110811452, -0.273932865, -0.863293697, -1.2072926, -1.47207441,
-    -1.82097928, -1.48338751,
-};
-constexpr std::array<double, 1> kThresholds7 = {
-    0.0,
-};
-constexpr std::array<double, 2> kValues7 = {
-    0.0193674233, -0.0457282084,
-};
-constexpr std::array<double, 2> kThresholds8 = {
-    0.0903275, 0.364073,
-};
-constexpr std::array<double, 3> kValues8 = {
-    0.0252259337, -0.356688093, -0.586135116,
-};
-constexpr std::array<double, 1> kThresholds9 = {
-    0.3776175,
-};
-constexpr std::array<double, 2> kValues9 = {
-    -0.00132914715, 0.105289649,
-};
-constexpr std::array<double, 2> kThresholds10 = {
-    0.951312, 0.9900785,
-};
-constexpr std::array<double, 3> kValues10 = {
-    -0.0930738933, -0.0489877709, 0.149551456,
-};
-constexpr std::array<double, 0> kThresholds11 = {
-};
-constexpr std::array<double, 1> kValues11 = {
-    0.0,
-};
-constexpr std::array<double, 7> kThresholds12 = {
-    0.969403, 0.980791, 0.982536, 0.9926145, 0.9964405, 0.996889, 0.99709,
-};
-constexpr std::array<double, 8> kValues12 = {
-    0.0487853286, -0.187164367, -0.258682882, -0.321842942, -0.397146431, -0.478003338,
-    -0.555205658, -0.624322839,
-};
-constexpr std::array<double, 3> kThresholds13 = {
-    1.5, 2.5, 4.5,
-};
-constexpr std::array<double, 4> kValues13 = {
-    -0.499399193, -0.421266777, -0.133846844, 0.144022315,
-};
-constexpr std::array<double, 1> kThresholds14 = {
-    5.5,
-};
-constexpr std::array<double, 2> kValues14 = {
-    -0.191612895, 0.137902553,
-};
-constexpr std::array<double, 0> kThresholds15 = {
-};
-constexpr std::array<double, 1> kValues15 = {
-    0.0,
-};
-constexpr std::array<double, 0> kThresholds16 = {
-};
-constexpr std::array<double, 1> kValues16 = {
-    0.0,
-};
-constexpr std::array<double, 1> kThresholds17 = {
-    0.065244,
-};
-constexpr std::array<double, 2> kValues17 = {
-    -0.035224757, 0.351296697,
-};
-constexpr std::array<double, 2> kThresholds18 = {
-    3.1398375, 4.184067,
-};
-constexpr std::array<double, 3> kValues18 = {
-    0.0221436156, -0.054814021, -0.0866487905,
-};
-constexpr std::array<double, 1> kThresholds19 = {
-    6.71666,
-};
-constexpr std::array<double, 2> kValues19 = {
-    -0.00116435722, 0.135205041,
-};
-constexpr std::array<double, 3> kThresholds20 = {
-    0.009324, 0.016304, 0.0236605,
-};
-constexpr std::array<double, 4> kValues20 = {
-    -1.23850155, -0.90645945, -0.428959708, 0.105148087,
-};
-constexpr std::array<double, 12> kThresholds21 = {
-    0.0223725, 0.0241565, 0.029789, 0.034282, 0.0351745, 0.0453755, 0.0541285, 0.065132,
-    0.0743595, 0.087304, 0.0901225, 0.2010075,
-};
-constexpr std::array<double, 13> kValues21 = {
-    -0.921535196, -0.808349934, -0.6858631, -0.553126569, -0.405698391, -0.239259647, 0.147287989,
-    0.378690629, 0.327639352, 0.598904132, 0.940226877, 0.744452187, 0.905728559,
-};
-constexpr std::array<double, 6> kThresholds22 = {
-    0.018151, 0.1129615, 0.116904, 0.170456, 0.189487, 0.260683,
-};
-constexpr std::array<double, 7> kValues22 = {
-    -0.382297548, -0.283038878, 0.0208559937, -0.00280555127, 0.255352934, 0.450426003,
-    0.57907257,
-};
-constexpr std::array<double, 1> kThresholds23 = {
-    0.0,
-};
-constexpr std::array<double, 2> kValues23 = {
-    0.189976013, -0.00115184902,
-};
-constexpr std::array<double, 3> kThresholds24 = {
-    0.986614, 0.9893115, 0.998611,
-};
-constexpr std::array<double, 4> kValues24 = {
-    -0.147597213, 0.0735932453, 0.207254904, 0.284345757,
-};
-constexpr std::array<double, 3> kThresholds25 = {
-    0.0967455, 0.200952, 0.2594375,
-};
-constexpr std::array<double, 4> kValues25 = {
-    -0.289570904, -0.194353614, -0.0992553638, 0.161211309,
-};
-constexpr std::array<double, 4> kThresholds26 = {
-    0.147175, 0.267811, 0.602835, 0.632893,
-};
-constexpr std::array<double, 5> kValues26 = {
-    -0.143653764, -0.08144113, -0.0369468313, -0.00470484726, 0.0226321396,
-};
-constexpr std::array<double, 0> kThresholds27 = {
-};
-constexpr std::array<double, 1> kValues27 = {
-    0.0,
-};
-constexpr std::array<double, 0> kThresholds28 = {
-};
-constexpr std::array<double, 1> kValues28 = {
-    0.0,
-};
-constexpr std::array<double, 0> kThresholds29 = {
-};
-constexpr std::array<double, 1> kValues29 = {
-    0.0,
-};
-constexpr std::array<double, 1> kThresholds30 = {
-    -0.5,
-};
-constexpr std::array<double, 2> kValues30 = {
-    -0.123464352, 0.126714758,
-};
-constexpr std::array<double, 0> kThresholds31 = {
-};
-constexpr std::array<double, 1> kValues31 = {
-    0.0,
-};
-constexpr std::array<double, 1> kThresholds32 = {
-    0.5,
-};
-constexpr std::array<double, 2> kValues32 = {
-    0.359451151, -0.108632411,
-};
-constexpr std::array<double, 10> kThresholds33 = {
-    0.1601765, 0.193101, 0.1996075, 0.2121705, 0.217226, 0.2331445, 0.242043, 0.2748915, 0.292068,
-    0.3113315,
-};
-constexpr std::array<double, 11> kValues33 = {
-    0.059748193, 0.00541876485, -0.0786849007, -0.380330426, -0.49177284, -0.70671643,
-    -0.817951496, -0.926431724, -1.15116321, -1.37083985, -1.69029404,
-};
-constexpr std::array<double, 3> kThresholds34 = {
-    702.861787, 757.377096, 2038.51555,
-};
-constexpr std::array<double, 4> kValues34 = {
-    -1.05802751, -0.1210476, -0.0307664153, 0.123002027,
-};
-constexpr std::array<double, 0> kThresholds35 = {
-};
-constexpr std::array<double, 1> kValues35 = {
-    0.0,
-};
-constexpr std::array<double, 4> kThresholds36 = {
-    6.4614515, 7.4082055, 10.621664, 15.183865,
-};
-constexpr std::array<double, 5> kValues36 = {
-    0.097732787, 0.0173671766, -0.00611342602, -0.0713020319, -0.188074142,
-};
-constexpr std::array<double, 1> kThresholds37 = {
-    0.5,
-};
-constexpr std::array<double, 2> kValues37 = {
-    -0.263894514, 0.390184146,
-};
-constexpr std::array<double, 1> kThresholds38 = {
-    1.5706345,
-};
-constexpr std::array<double, 2> kValues38 = {
-    0.0238067077, -0.0477272488,
-};
-constexpr std::array<double, 1> kThresholds39 = {
-    0.523025,
-};
-constexpr std::array<double, 2> kValues39 = {
-    -0.00360744482, 0.178033193,
-};
-constexpr std::array<double, 1> kThresholds40 = {
-    12.5,
-};
-constexpr std::array<double, 2> kValues40 = {
-    -0.001732658, 0.0894182988,
-};
-constexpr std::array<double, 5> kThresholds41 = {
-    9.5, 10.5, 13.5, 15.5, 18.5,
-};
-constexpr std::array<double, 6> kValues41 = {
-    0.102128577, 0.0776209844, 0.0134264143, -0.0199572645, -0.213413426, -0.295120631,
-};
-constexpr std::array<double, 0> kThresholds42 = {
-};
-constexpr std::array<double, 1> kValues42 = {
-    0.0,
-};
-constexpr std::array<double, 3> kThresholds43 = {
-    0.0, 0.03888, 0.0554505,
-};
-constexpr std::array<double, 4> kValues43 = {
-    -0.0174210718, 0.0614583283, -0.0720024164, -0.242216319,
-};
-constexpr std::array<double, 2> kThresholds44 = {
-    0.0013635, 0.0069025,
-};
-constexpr std::array<double, 3> kValues44 = {
-    -0.185531209, -0.126711802, 0.242008849,
-};
-constexpr std::array<double, 9> kThresholds45 = {
-    -0.047323, -0.040845, -0.031175, -0.0245125, -0.013652, -0.0107225, 0.0006795, 0.003025,
-    0.011937,
-};
-constexpr std::array<double, 10> kValues45 = {
-    -1.31591283, -1.22318027, -1.05188838, -0.963913884, -0.679770463, -0.303454638, -0.238588428,
-    0.00762126144, 0.376376687, 0.552057814,
-};
-constexpr std::array<double, 5> kThresholds46 = {
-    0.255616, 0.30033, 0.3087305, 0.323795, 0.338506,
-};
-constexpr std::array<double, 6> kValues46 = {
-    -0.167358564, -0.137568268, -0.103786662, -0.0635981555, 0.0526468172, 0.133807062,
-};
-
 constexpr std::array<JointSteps, 47> kSteps = {{
-    {"cos_near", kThresholds0, kValues0},
-    {"cos_all", kThresholds1, kValues1},
-    {"cos_nearest", kThresholds2, kValues2},
-    {"cos_root", kThresholds3, kValues3},
-    {"gain_over_lower", kThresholds4, kValues4},
-    {"gain_over_higher", kThresholds5, kValues5},
-    {"below_one", kThresholds6, kValues6},
-    {"below_two", kThresholds7, kValues7},
-    {"half_spacing", kThresholds8, kValues8},
-    {"third_spacing", kThresholds9, kValues9},
-    {"elution_01", kThresholds10, kValues10},
-    {"elution_12", kThresholds11, kValues11},
-    {"elution_below", kThresholds12, kValues12},
-    {"surveys_with_both", kThresholds13, kValues13},
-    {"unbroken", kThresholds14, kValues14},
-    {"isotopes_found", kThresholds15, kValues15},
-    {"found_of_expected", kThresholds16, kValues16},
-    {"missing", kThresholds17, kValues17},
-    {"spacing_ppm", kThresholds18, kValues18},
-    {"spread_ppm", kThresholds19, kValues19},
-    {"window_share", kThresholds20, kValues20},
-    {"fit_share", kThresholds21, kValues21},
-    {"fit_of_window", kThresholds22, kValues22},
-    {"fit_of_own", kThresholds23, kValues23},
-    {"cos_residual", kThresholds24, kValues24},
-    {"loss_without", kThresholds25, kValues25},
-    {"inside_share", kThresholds26, kValues26},
-    {"inside_count", kThresholds27, kValues27},
-    {"edge_distance", kThresholds28, kValues28},
-    {"centre_ppm", kThresholds29, kValues29},
-    {"centre_position", kThresholds30, kValues30},
-    {"declared_charge", kThresholds31, kValues31},
-    {"declared_offset", kThresholds32, kValues32},
-    {"mass_defect", kThresholds33, kValues33},
-    {"mass", kThresholds34, kValues34},
-    {"charge", kThresholds35, kValues35},
-    {"signal", kThresholds36, kValues36},
-    {"other_charges", kThresholds37, kValues37},
-    {"rival_fit", kThresholds38, kValues38},
-    {"rival_cos", kThresholds39, kValues39},
-    {"rank", kThresholds40, kValues40},
-    {"candidates", kThresholds41, kValues41},
-    {"explained", kThresholds42, kValues42},
-    {"unfragmented", kThresholds43, kValues43},
-    {"pairs", kThresholds44, kValues44},
-    {"pairs_over_shifted", kThresholds45, kValues45},
-    {"beyond_mz", kThresholds46, kValues46},
+    {"cos_near", {}, {0.0}},
+    {"cos_all", {0.981337, 0.987316, 0.9880055, 0.9964215, 0.999277}, {-0.286638559, 0.0884181811,
+        0.238874316, 0.349331746, 0.420981277, 0.47643274}},
+    {"cos_nearest", {0.970975, 0.9795815}, {-0.109648198, 0.0512879423, 0.157581542}},
+    {"cos_root", {0.9983545}, {-0.0102977902, 0.0823120893}},
+    {"gain_over_lower", {-0.142596, -0.0282295, -0.020008, -0.014992, 0.0018075}, {-0.269022762,
+        -0.367049506, -0.277805649, -0.183196375, -0.13318345, 0.0399347691}},
+    {"gain_over_higher", {-0.3756165, -0.1333255, -0.041886, 0.0818, 0.13874, 0.1458265, 0.164619},
+        {-0.407746161, -0.317638067, -0.071564946, -0.00181114824, 0.0252838101, 0.183523659,
+        0.293359399, 0.337344926}},
+    {"below_one", {0.0664705, 0.5924255, 0.6513565, 0.806966, 0.853951, 0.8852315, 0.908722,
+        2.019862}, {0.272958469, 0.121520764, -0.110811452, -0.273932865, -0.863293697, -1.2072926,
+        -1.47207441, -1.82097928, -1.48338751}},
+    {"below_two", {0.0}, {0.0193674233, -0.0457282084}},
+    {"half_spacing", {0.0903275, 0.364073}, {0.0252259337, -0.356688093, -0.586135116}},
+    {"third_spacing", {0.3776175}, {-0.00132914715, 0.105289649}},
+    {"elution_01", {0.951312, 0.9900785}, {-0.0930738933, -0.0489877709, 0.149551456}},
+    {"elution_12", {}, {0.0}},
+    {"elution_below", {0.969403, 0.980791, 0.982536, 0.9926145, 0.9964405, 0.996889, 0.99709},
+        {0.0487853286, -0.187164367, -0.258682882, -0.321842942, -0.397146431, -0.478003338,
+        -0.555205658, -0.624322839}},
+    {"surveys_with_both", {1.5, 2.5, 4.5}, {-0.499399193, -0.421266777, -0.133846844, 0.144022315}},
+    {"unbroken", {5.5}, {-0.191612895, 0.137902553}},
+    {"isotopes_found", {}, {0.0}},
+    {"found_of_expected", {}, {0.0}},
+    {"missing", {0.065244}, {-0.035224757, 0.351296697}},
+    {"spacing_ppm", {3.1398375, 4.184067}, {0.0221436156, -0.054814021, -0.0866487905}},
+    {"spread_ppm", {6.71666}, {-0.00116435722, 0.135205041}},
+    {"window_share", {0.009324, 0.016304, 0.0236605}, {-1.23850155, -0.90645945, -0.428959708,
+        0.105148087}},
+    {"fit_share", {0.0223725, 0.0241565, 0.029789, 0.034282, 0.0351745, 0.0453755, 0.0541285,
+        0.065132, 0.0743595, 0.087304, 0.0901225, 0.2010075}, {-0.921535196, -0.808349934,
+        -0.6858631, -0.553126569, -0.405698391, -0.239259647, 0.147287989, 0.378690629, 0.327639352,
+        0.598904132, 0.940226877, 0.744452187, 0.905728559}},
+    {"fit_of_window", {0.018151, 0.1129615, 0.116904, 0.170456, 0.189487, 0.260683}, {-0.382297548,
+        -0.283038878, 0.0208559937, -0.00280555127, 0.255352934, 0.450426003, 0.57907257}},
+    {"fit_of_own", {0.0}, {0.189976013, -0.00115184902}},
+    {"cos_residual", {0.986614, 0.9893115, 0.998611}, {-0.147597213, 0.0735932453, 0.207254904,
+        0.284345757}},
+    {"loss_without", {0.0967455, 0.200952, 0.2594375}, {-0.289570904, -0.194353614, -0.0992553638,
+        0.161211309}},
+    {"inside_share", {0.147175, 0.267811, 0.602835, 0.632893}, {-0.143653764, -0.08144113,
+        -0.0369468313, -0.00470484726, 0.0226321396}},
+    {"inside_count", {}, {0.0}},
+    {"edge_distance", {}, {0.0}},
+    {"centre_ppm", {}, {0.0}},
+    {"centre_position", {-0.5}, {-0.123464352, 0.126714758}},
+    {"declared_charge", {}, {0.0}},
+    {"declared_offset", {0.5}, {0.359451151, -0.108632411}},
+    {"mass_defect", {0.1601765, 0.193101, 0.1996075, 0.2121705, 0.217226, 0.2331445, 0.242043,
+        0.2748915, 0.292068, 0.3113315}, {0.059748193, 0.00541876485, -0.0786849007, -0.380330426,
+        -0.49177284, -0.70671643, -0.817951496, -0.926431724, -1.15116321, -1.37083985,
+        -1.69029404}},
+    {"mass", {702.861787, 757.377096, 2038.51555}, {-1.05802751, -0.1210476, -0.0307664153,
+        0.123002027}},
+    {"charge", {}, {0.0}},
+    {"signal", {6.4614515, 7.4082055, 10.621664, 15.183865}, {0.097732787, 0.0173671766,
+        -0.00611342602, -0.0713020319, -0.188074142}},
+    {"other_charges", {0.5}, {-0.263894514, 0.390184146}},
+    {"rival_fit", {1.5706345}, {0.0238067077, -0.0477272488}},
+    {"rival_cos", {0.523025}, {-0.00360744482, 0.178033193}},
+    {"rank", {12.5}, {-0.001732658, 0.0894182988}},
+    {"candidates", {9.5, 10.5, 13.5, 15.5, 18.5}, {0.102128577, 0.0776209844, 0.0134264143,
+        -0.0199572645, -0.213413426, -0.295120631}},
+    {"explained", {}, {0.0}},
+    {"unfragmented", {0.0, 0.03888, 0.0554505}, {-0.0174210718, 0.0614583283, -0.0720024164,
+        -0.242216319}},
+    {"pairs", {0.0013635, 0.0069025}, {-0.185531209, -0.126711802, 0.242008849}},
+    {"pairs_over_shifted", {-0.047323, -0.040845, -0.031175, -0.0245125, -0.013652, -0.0107225,
+        0.0006795, 0.003025, 0.011937}, {-1.31591283, -1.22318027, -1.05188838, -0.963913884,
+        -0.679770463, -0.303454638, -0.238588428, 0.00762126144, 0.376376687, 0.552057814}},
+    {"beyond_mz", {0.255616, 0.30033, 0.3087305, 0.323795, 0.338506}, {-0.167358564, -0.137568268,
+        -0.103786662, -0.0635981555, 0.0526468172, 0.133807062}},
 }};
 
 constexpr std::array<JointKnot, 14> kKnots = {{

@@ -13,12 +13,8 @@
 namespace tarvek::joint {
 namespace {
 
-constexpr std::array<double, 2> kThresholds = {0.5, 0.8};
-constexpr std::array<double, 3> kValues = {-1.0, 0.25, 2.0};
-constexpr std::array<double, 0> kNoThresholds = {};
-constexpr std::array<double, 1> kOneValue = {0.125};
 constexpr std::array<JointSteps, 2> kSteps = {
-    {{"cos_near", kThresholds, kValues}, {"charge", kNoThresholds, kOneValue}}};
+    {{"cos_near", {0.5, 0.8}, {-1.0, 0.25, 2.0}}, {"charge", {}, {0.125}}}};
 constexpr std::array<JointKnot, 3> kKnots = {{{-2.0, -4.0}, {0.0, 0.0}, {1.0, 3.0}}};
 constexpr JointModel kModel = {10.0, kSteps, kKnots};
 
@@ -45,7 +41,7 @@ TEST(JointModel, ReadsTheProbabilityOffTheCurve) {
 }
 
 TEST(JointModel, RefusesAFeatureThatDoesNotExist) {
-  const JointSteps steps = {"colour", kNoThresholds, kOneValue};
+  const JointSteps steps = {"colour", {}, {0.125}};
   const JointModel model = {0.0, std::span(&steps, 1), kKnots};
   EXPECT_THAT(test::MessageOf([&] { JointScore(model, FeatureRow{}); }),
               testing::HasSubstr("knows the feature"));

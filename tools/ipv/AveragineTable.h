@@ -18,6 +18,9 @@ namespace tarvek::tools {
 inline constexpr std::size_t kTableRows = 15000;
 inline constexpr std::size_t kPeaks = 5;
 
+/// The fraction of 15N that labelled media usually give.
+inline constexpr double kUsualEnrichment = 0.99;
+
 /// Intensities of M, M+1, .. M+4 (peaks of one nominal mass each), the largest of the five being 1.
 using IsotopeEnvelope = std::array<double, kPeaks>;
 

@@ -12,8 +12,6 @@ namespace {
 // Enough for every comparison of envelopes; a table of 15000 rows stays below a megabyte.
 constexpr int kDecimals = 6;
 
-constexpr double kUsualEnrichment = 0.99;
-
 struct IpvOptions {
   std::string m_out;
   std::string m_label = "none";

@@ -24,7 +24,7 @@ void AppendTitle(std::string& text, const MgfBlock& block, MgfTitleForm form, st
     AppendMgfTitle(text, {run, block.m_scan_no, block.m_charge, block.m_index});
     return;
   }
-  text.append(kMgfTitle).append(run);
+  text.append(MgfBeginning(MgfToken::kTitle)).append(run);
   for (const std::int64_t field : {place, place, std::int64_t{block.m_charge}}) {
     text += '.';
     AppendInteger(text, field);
@@ -34,6 +34,10 @@ void AppendTitle(std::string& text, const MgfBlock& block, MgfTitleForm form, st
 
 void AppendLine(std::string& text, std::string_view beginning, std::string_view value) {
   text.append(beginning).append(value).append("\n");
+}
+
+void AppendLine(std::string& text, MgfToken token, std::string_view value) {
+  AppendLine(text, MgfBeginning(token), value);
 }
 
 }  // namespace
@@ -53,16 +57,16 @@ std::string WithoutDots(std::string_view text) {
 
 void AppendMgfBlock(std::string& text, const MgfBlock& block, const MgfProfile& profile,
                     std::int64_t place) {
-  AppendLine(text, kMgfBegin, {});
+  AppendLine(text, MgfToken::kBegin, {});
   AppendTitle(text, block, profile.m_title, place);
   if (profile.m_scans != MgfScans::kNone)
     AppendLine(text, "SCANS=",
                std::to_string(profile.m_scans == MgfScans::kScan ? block.m_scan_no : place));
-  AppendLine(text, kMgfCharge, block.m_charge_text);
-  AppendLine(text, kMgfTime, block.m_rt_text);
-  AppendLine(text, kMgfPepmass, block.m_pepmass_text);
+  AppendLine(text, MgfToken::kCharge, block.m_charge_text);
+  AppendLine(text, MgfToken::kTime, block.m_rt_text);
+  AppendLine(text, MgfToken::kPepmass, block.m_pepmass_text);
   text += block.m_peaks;
-  AppendLine(text, kMgfEnd, {});
+  AppendLine(text, MgfToken::kEnd, {});
 }
 
 }  // namespace tarvek::tools

@@ -12,11 +12,16 @@ namespace {
 // The drawing, in units of its viewBox; the page scales it.
 constexpr double kWidth = 640.0;
 constexpr double kHeight = 300.0;
-constexpr double kLeft = 76.0;
-constexpr double kRight = 24.0;
-constexpr double kTop = 14.0;
-constexpr double kLegendHeight = 22.0;
-constexpr double kBottom = 50.0;
+
+/// The edges of the plot in the drawing.
+struct Edges {
+  double m_left;
+  double m_right;
+  double m_top;
+  double m_bottom;
+};
+constexpr Edges kPlot{.m_left = 76.0, .m_right = 616.0, .m_top = 14.0, .m_bottom = 250.0};
+constexpr ChartRange kAcross{kPlot.m_left, kPlot.m_right};
 
 // One decimal is a tenth of a pixel or less.
 std::string Place(double value) {
@@ -124,8 +129,8 @@ void DrawYAxis(Drawing& drawing, const Scale& y, std::string_view label, int wan
   const auto ticks = NiceTicks(y.m_from, wanted);
   const double step = StepOf(ticks) / magnitude.m_divisor;
   for (const double tick : ticks) {
-    drawing.Line("grid", kLeft, y(tick), kWidth - kRight, y(tick));
-    drawing.Text("tick", kLeft - 7.0, y(tick) + 4.0, "end",
+    drawing.Line("grid", kPlot.m_left, y(tick), kPlot.m_right, y(tick));
+    drawing.Text("tick", kPlot.m_left - 7.0, y(tick) + 4.0, "end",
                  TickText(tick / magnitude.m_divisor, step));
   }
   drawing.VerticalText(15.0, (y.m_to.m_low + y.m_to.m_high) / 2.0,
@@ -133,25 +138,25 @@ void DrawYAxis(Drawing& drawing, const Scale& y, std::string_view label, int wan
 }
 
 // The line under the plot, and its label.
-void DrawXLine(Drawing& drawing, double bottom, std::string_view label) {
-  drawing.Line("axis", kLeft, bottom, kWidth - kRight, bottom);
-  drawing.Text("label", (kLeft + kWidth - kRight) / 2.0, kHeight - 8.0, "middle", label);
+void DrawXLine(Drawing& drawing, std::string_view label) {
+  drawing.Line("axis", kPlot.m_left, kPlot.m_bottom, kPlot.m_right, kPlot.m_bottom);
+  drawing.Text("label", (kPlot.m_left + kPlot.m_right) / 2.0, kHeight - 8.0, "middle", label);
 }
 
-void DrawXAxis(Drawing& drawing, const Scale& x, double bottom, std::string_view label) {
+void DrawXAxis(Drawing& drawing, const Scale& x, std::string_view label) {
   const auto ticks = NiceTicks(x.m_from, 8);
   for (const double tick : ticks) {
-    drawing.Line("axis", x(tick), bottom, x(tick), bottom + 5.0);
-    drawing.Text("tick", x(tick), bottom + 19.0, "middle", TickText(tick, StepOf(ticks)));
+    drawing.Line("axis", x(tick), kPlot.m_bottom, x(tick), kPlot.m_bottom + 5.0);
+    drawing.Text("tick", x(tick), kPlot.m_bottom + 19.0, "middle", TickText(tick, StepOf(ticks)));
   }
-  DrawXLine(drawing, bottom, label);
+  DrawXLine(drawing, label);
 }
 
 bool HasLegend(std::span<const ChartSeries> series) { return series.size() > 1; }
 
 void DrawLegend(Drawing& drawing, std::span<const ChartSeries> series) {
   constexpr double kCharacterWidth = 7.0;
-  double at = kLeft;
+  double at = kPlot.m_left;
   for (const ChartSeries& one : series) {
     drawing.Box(one.m_css, at, 5.0, 12.0, 12.0);
     drawing.Text("label", at + 18.0, 15.5, "start", one.m_name);
@@ -160,7 +165,8 @@ void DrawLegend(Drawing& drawing, std::span<const ChartSeries> series) {
 }
 
 double TopOf(std::span<const ChartSeries> series) {
-  return HasLegend(series) ? kTop + kLegendHeight : kTop;
+  constexpr double kLegendHeight = 22.0;
+  return HasLegend(series) ? kPlot.m_top + kLegendHeight : kPlot.m_top;
 }
 
 std::size_t LengthOf(std::span<const ChartSeries> series) {
@@ -353,32 +359,32 @@ std::string TickText(double value, double step) {
 std::string BarChart(const ChartText& text, std::span<const std::string> labels,
                      std::span<const ChartSeries> series) {
   Drawing drawing(text);
-  const double bottom = kHeight - kBottom;
-  const Scale y = CountScale(Highest(series, HistogramForm::kStacked), TopOf(series), bottom);
+  const Scale y =
+      CountScale(Highest(series, HistogramForm::kStacked), TopOf(series), kPlot.m_bottom);
   if (HasLegend(series)) DrawLegend(drawing, series);
   DrawYAxis(drawing, y, text.m_y_label, 5);
   const double slot =
-      (kWidth - kRight - kLeft) / static_cast<double>(std::max<std::size_t>(labels.size(), 1));
+      (kPlot.m_right - kPlot.m_left) / static_cast<double>(std::max<std::size_t>(labels.size(), 1));
   constexpr std::size_t kMostLabels = 16;
   const std::size_t every = (labels.size() + kMostLabels - 1) / kMostLabels;
   for (std::size_t i = 0; i < labels.size(); ++i) {
-    const double left = kLeft + slot * static_cast<double>(i);
+    const double left = kPlot.m_left + slot * static_cast<double>(i);
     DrawStack(drawing, series, i, left + slot * 0.12, slot * 0.76, y, labels[i]);
-    if (i % every == 0) drawing.Text("tick", left + slot / 2.0, bottom + 19.0, "middle", labels[i]);
+    if (i % every == 0)
+      drawing.Text("tick", left + slot / 2.0, kPlot.m_bottom + 19.0, "middle", labels[i]);
     const double sum = StackOf(series, i);
     if (every == 1 && sum > 0.0)
       drawing.Text("value", left + slot / 2.0, y(sum) - 4.0, "middle", GroupedNumber(sum, 0));
   }
-  DrawXLine(drawing, bottom, text.m_x_label);
+  DrawXLine(drawing, text.m_x_label);
   return drawing.Finish();
 }
 
 std::string HistogramChart(const ChartText& text, ChartRange range,
                            std::span<const ChartSeries> series, HistogramForm form) {
   Drawing drawing(text);
-  const double bottom = kHeight - kBottom;
-  const Scale x{range, {kLeft, kWidth - kRight}};
-  const Scale y = CountScale(Highest(series, form), TopOf(series), bottom);
+  const Scale x{range, kAcross};
+  const Scale y = CountScale(Highest(series, form), TopOf(series), kPlot.m_bottom);
   if (HasLegend(series)) DrawLegend(drawing, series);
   DrawYAxis(drawing, y, text.m_y_label, 5);
   const std::size_t bins = LengthOf(series);
@@ -394,24 +400,23 @@ std::string HistogramChart(const ChartText& text, ChartRange range,
                 TickText(low, width / 10.0) + " \u2013 " + TickText(low + width, width / 10.0));
     }
   }
-  DrawXAxis(drawing, x, bottom, text.m_x_label);
+  DrawXAxis(drawing, x, text.m_x_label);
   return drawing.Finish();
 }
 
 std::string HeatMap(const ChartText& text, std::span<const std::string> rows,
                     std::span<const std::string> columns, std::span<const std::int64_t> counts) {
   Drawing drawing(text);
-  const double bottom = kHeight - kBottom;
-  const double width =
-      (kWidth - kRight - kLeft) / static_cast<double>(std::max<std::size_t>(columns.size(), 1));
+  const double width = (kPlot.m_right - kPlot.m_left) /
+                       static_cast<double>(std::max<std::size_t>(columns.size(), 1));
   const double height =
-      (bottom - kTop) / static_cast<double>(std::max<std::size_t>(rows.size(), 1));
+      (kPlot.m_bottom - kPlot.m_top) / static_cast<double>(std::max<std::size_t>(rows.size(), 1));
   const std::int64_t largest = counts.empty() ? 0 : *std::ranges::max_element(counts);
   for (std::size_t r = 0; r < rows.size(); ++r) {
-    const double top = kTop + height * static_cast<double>(r);
-    drawing.Text("tick", kLeft - 7.0, top + height / 2.0 + 4.0, "end", rows[r]);
+    const double top = kPlot.m_top + height * static_cast<double>(r);
+    drawing.Text("tick", kPlot.m_left - 7.0, top + height / 2.0 + 4.0, "end", rows[r]);
     for (std::size_t c = 0; c < columns.size(); ++c) {
-      const double left = kLeft + width * static_cast<double>(c);
+      const double left = kPlot.m_left + width * static_cast<double>(c);
       const std::int64_t count = counts[r * columns.size() + c];
       const int level = LevelOf(count, largest);
       drawing.Box("m" + std::to_string(level), left + 1.0, top + 1.0, width - 2.0, height - 2.0,
@@ -422,22 +427,21 @@ std::string HeatMap(const ChartText& text, std::span<const std::string> rows,
     }
   }
   for (std::size_t c = 0; c < columns.size(); ++c)
-    drawing.Text("tick", kLeft + width * (static_cast<double>(c) + 0.5), bottom + 19.0, "middle",
-                 columns[c]);
-  drawing.VerticalText(15.0, (kTop + bottom) / 2.0, text.m_y_label);
-  DrawXLine(drawing, bottom, text.m_x_label);
+    drawing.Text("tick", kPlot.m_left + width * (static_cast<double>(c) + 0.5),
+                 kPlot.m_bottom + 19.0, "middle", columns[c]);
+  drawing.VerticalText(15.0, (kPlot.m_top + kPlot.m_bottom) / 2.0, text.m_y_label);
+  DrawXLine(drawing, text.m_x_label);
   return drawing.Finish();
 }
 
 std::string PointChart(const ChartText& text, ChartRange x_range, ChartRange y_range,
                        std::span<const ChartPoint> points, std::span<const ChartPoint> line) {
   Drawing drawing(text);
-  const double bottom = kHeight - kBottom;
-  const Scale x{x_range, {kLeft, kWidth - kRight}};
-  const Scale y{y_range, {bottom, kTop}};
+  const Scale x{x_range, kAcross};
+  const Scale y{y_range, {kPlot.m_bottom, kPlot.m_top}};
   DrawYAxis(drawing, y, text.m_y_label, 6);
   if (y_range.m_low < 0.0 && y_range.m_high > 0.0)
-    drawing.Line("zero", kLeft, y(0.0), kWidth - kRight, y(0.0));
+    drawing.Line("zero", kPlot.m_left, y(0.0), kPlot.m_right, y(0.0));
   if (points.size() > kMaxPoints)
     DrawDensity(drawing, x, y, points);
   else
@@ -445,21 +449,20 @@ std::string PointChart(const ChartText& text, ChartRange x_range, ChartRange y_r
   const std::string way = LineWay(x, y, line);
   drawing.Path("median-edge", way);
   drawing.Path("median", way);
-  DrawXAxis(drawing, x, bottom, text.m_x_label);
+  DrawXAxis(drawing, x, text.m_x_label);
   return drawing.Finish();
 }
 
 std::string DotChart(const ChartText& text, ChartRange x_range, ChartRange y_range,
                      std::span<const ChartDot> dots, double level) {
   Drawing drawing(text);
-  const double bottom = kHeight - kBottom;
-  const Scale x{x_range, {kLeft, kWidth - kRight}};
-  const Scale y{y_range, {bottom, kTop}};
+  const Scale x{x_range, kAcross};
+  const Scale y{y_range, {kPlot.m_bottom, kPlot.m_top}};
   DrawYAxis(drawing, y, text.m_y_label, 5);
-  drawing.Line("median", kLeft, y.Clamped(level), kWidth - kRight, y.Clamped(level));
+  drawing.Line("median", kPlot.m_left, y.Clamped(level), kPlot.m_right, y.Clamped(level));
   for (const ChartDot& dot : dots)
     drawing.Dot("dot", x.Clamped(dot.m_at.m_x), y.Clamped(dot.m_at.m_y), dot.m_tooltip);
-  DrawXAxis(drawing, x, bottom, text.m_x_label);
+  DrawXAxis(drawing, x, text.m_x_label);
   return drawing.Finish();
 }
 
@@ -468,11 +471,10 @@ std::string TraceChart(const ChartText& text, ChartRange x_range, std::span<cons
   constexpr double kTraceBottom = 150.0;
   constexpr double kBarsTop = 168.0;
   Drawing drawing(text);
-  const double bottom = kHeight - kBottom;
-  const Scale x{x_range, {kLeft, kWidth - kRight}};
+  const Scale x{x_range, kAcross};
   double highest = 0.0;
   for (const ChartPoint& point : trace) highest = std::max(highest, point.m_y);
-  const Scale y = CountScale(highest > 0.0 ? highest : 1.0, kTop, kTraceBottom);
+  const Scale y = CountScale(highest > 0.0 ? highest : 1.0, kPlot.m_top, kTraceBottom);
   DrawYAxis(drawing, y, text.m_y_label, 3);
   if (!trace.empty()) {
     const std::string way = LineWay(x, y, trace);
@@ -480,13 +482,14 @@ std::string TraceChart(const ChartText& text, ChartRange x_range, std::span<cons
                  way + "V" + Place(y(0.0)) + "H" + Place(x.Clamped(trace.front().m_x)) + "Z");
     drawing.Path("trace", way);
   }
-  drawing.Line("axis", kLeft, kTraceBottom, kWidth - kRight, kTraceBottom);
+  drawing.Line("axis", kPlot.m_left, kTraceBottom, kPlot.m_right, kTraceBottom);
 
   const ChartSeries counts{"", "s2", {bars.begin(), bars.end()}};
-  const Scale rate = CountScale(Highest({&counts, 1}, HistogramForm::kStacked), kBarsTop, bottom);
+  const Scale rate =
+      CountScale(Highest({&counts, 1}, HistogramForm::kStacked), kBarsTop, kPlot.m_bottom);
   DrawYAxis(drawing, rate, bars_label, 2);
   if (!bars.empty()) drawing.Path("s2 filled", Outline(counts, x, rate));
-  DrawXAxis(drawing, x, bottom, text.m_x_label);
+  DrawXAxis(drawing, x, text.m_x_label);
   return drawing.Finish();
 }
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "NumberText.h"
+#include "ipv/AveragineTable.h"
 #include "simulate/Acquisition.h"
 #include "simulate/FileSink.h"
 #include "simulate/MzmlSink.h"
@@ -13,7 +14,6 @@
 namespace tarvek::tools {
 namespace {
 
-constexpr double kEnrichment = 0.99;
 constexpr std::int64_t kMostScans = 100'000'000;
 
 /// What the options hold before they are checked against each other.
@@ -37,6 +37,13 @@ CLI::Validator Between(double low, double high, const std::string& range) {
             return is_inside ? "" : "must be " + range + ", not " + text;
           },
           "NUMBER"};
+}
+
+/// An option with a number in a range; the help shows its default.
+template <typename Number>
+void AddNumber(CLI::App& command, const char* name, Number& value, const char* text,
+               const CLI::Validator& range) {
+  command.add_option(name, value, text)->check(range)->capture_default_str();
 }
 
 void PairMethods(SimulateArguments& arguments) {
@@ -63,7 +70,7 @@ std::unique_ptr<RunSink> MakeSink(const SimulateArguments& arguments) {
 void RunSimulate(SimulateArguments arguments) {
   PairMethods(arguments);
   SimulateOptions& options = arguments.m_options;
-  if (arguments.m_label == "n15") options.m_n15_enrichment = kEnrichment;
+  if (arguments.m_label == "n15") options.m_n15_enrichment = kUsualEnrichment;
   if (arguments.m_ms2_scans > 0) options.m_ms2_scans = arguments.m_ms2_scans;
   if (arguments.m_gradient_minutes > 0.0) options.m_gradient_minutes = arguments.m_gradient_minutes;
   SimulateRun(options, *MakeSink(arguments));
@@ -81,9 +88,8 @@ void AddRunOptions(CLI::App& command, SimulateArguments& arguments) {
       .add_option("--gradient", arguments.m_gradient_minutes,
                   "Length of the run in minutes (60 without --ms2)")
       ->check(Between(0.01, 1e4, "from 0.01 to 10000 minutes"));
-  command.add_option("--top", options.m_top, "Precursors taken from a survey at most")
-      ->check(Between(1, 100, "a whole number from 1 to 100"))
-      ->capture_default_str();
+  AddNumber(command, "--top", options.m_top, "Precursors taken from a survey at most",
+            Between(1, 100, "a whole number from 1 to 100"));
   command
       .add_option("--label", arguments.m_label, "Isotope label of the peptides: none or n15 (99 %)")
       ->check(CLI::IsMember({"none", "n15"}))
@@ -100,16 +106,11 @@ void AddRunOptions(CLI::App& command, SimulateArguments& arguments) {
 
 void AddInstrumentOptions(CLI::App& command, SimulateArguments& arguments) {
   SimulateOptions& options = arguments.m_options;
-  command
-      .add_option("--isolation-width", options.m_isolation_width_mz,
-                  "Width of the isolation window in m/z")
-      ->check(Between(0.1, 100, "from 0.1 to 100"))
-      ->capture_default_str();
-  command
-      .add_option("--ion-trap-surveys", options.m_ion_trap_share,
-                  "Share of the surveys that are taken by the ion trap")
-      ->check(Between(0, 0.9, "from 0 to 0.9"))
-      ->capture_default_str();
+  AddNumber(command, "--isolation-width", options.m_isolation_width_mz,
+            "Width of the isolation window in m/z", Between(0.1, 100, "from 0.1 to 100"));
+  AddNumber(command, "--ion-trap-surveys", options.m_ion_trap_share,
+            "Share of the surveys that are taken by the ion trap",
+            Between(0, 0.9, "from 0 to 0.9"));
   command
       .add_option("--activation", arguments.m_activations,
                   "Ways to fragment each precursor, in turn: CID, HCD, ETD, ETCID, ETHCD")
@@ -125,18 +126,14 @@ void AddInstrumentOptions(CLI::App& command, SimulateArguments& arguments) {
       ->allow_extra_args(false)
       ->check(CLI::IsMember(std::vector<std::string>{"FTMS", "ITMS"}))
       ->capture_default_str();
-  command
-      .add_option("--resolution", options.m_resolution, "Resolving power of the surveys at m/z 400")
-      ->check(Between(1000, 1e7, "from 1000 to 10000000"))
-      ->capture_default_str();
-  command.add_option("--noise", options.m_noise, "Noise peaks, as a multiple of the usual number")
-      ->check(Between(0, 100, "from 0 to 100"))
-      ->capture_default_str();
-  command
-      .add_option("--realism", options.m_realism,
-                  "How uneven elution, spray, background and errors are: 1 as in real runs, 0 not")
-      ->check(Between(0, 3, "from 0 to 3"))
-      ->capture_default_str();
+  AddNumber(command, "--resolution", options.m_resolution,
+            "Resolving power of the surveys at m/z 400",
+            Between(1000, 1e7, "from 1000 to 10000000"));
+  AddNumber(command, "--noise", options.m_noise, "Noise peaks, as a multiple of the usual number",
+            Between(0, 100, "from 0 to 100"));
+  AddNumber(command, "--realism", options.m_realism,
+            "How uneven elution, spray, background and errors are: 1 as in real runs, 0 not",
+            Between(0, 3, "from 0 to 3"));
 }
 
 }  // namespace

@@ -10,10 +10,6 @@ namespace {
 constexpr double kWaterDa = 18.0105647;
 constexpr double kHydrogenDa = 1.00782503;
 
-// M+1 / M per Da of averagine; fragments are given Poisson envelopes of this mean.
-constexpr double kSinglyHeavyPerDa = 0.00054;
-constexpr int kFragmentIsotopes = 4;
-
 // How much of each series, and of the precursor unchanged, an activation gives.
 struct Yield {
   std::string_view m_activation;
@@ -36,13 +32,6 @@ const Yield& YieldOf(std::string_view activation) {
     if (yield.m_activation == activation) return yield;
   return kYields[1];
 }
-
-constexpr double kSiteLnDeviation = 1.0;
-constexpr double kSeriesLnDeviation = 0.7;
-constexpr double kProlineGain = 3.0;  // of the cut before proline
-constexpr double kLossChance = 0.25;
-constexpr double kLossYield = 0.2;
-constexpr double kSmallestFraction = 0.001;
 
 std::size_t LetterIndex(char letter) { return static_cast<std::size_t>(letter - 'A'); }
 
@@ -69,6 +58,8 @@ Fragmenter::Fragmenter(std::optional<double> n15_enrichment, bool is_negative, d
 
 void Fragmenter::Append(const Peptide& peptide, int charges, std::string_view activation,
                         double current, std::vector<Emission>& emissions) const {
+  constexpr double kSiteLnDeviation = 1.0;
+  constexpr double kProlineGain = 3.0;  // of the cut before proline
   const std::size_t first = emissions.size();
   Shower shower{YieldOf(activation), charges,
                 Random(peptide.m_fragment_seed, static_cast<std::uint64_t>(charges)), 0.0,
@@ -100,6 +91,9 @@ void Fragmenter::AppendCut(Shower& shower, double prefix_da, double suffix_da,
 
 /// A fragment and, when it has any, its losses of water and ammonia.
 void Fragmenter::AppendSeries(Shower& shower, double mass_da, double weight, Losses losses) const {
+  constexpr double kSeriesLnDeviation = 0.7;
+  constexpr double kLossChance = 0.25;
+  constexpr double kLossYield = 0.2;
   if (weight == 0.0) return;
   const double own =
       weight * shower.m_random.LogNormal(1.0, SeriesGrowth(m_realism) * kSeriesLnDeviation);
@@ -122,6 +116,10 @@ void Fragmenter::AppendFragment(Shower& shower, double mass_da, double weight) c
 
 void Fragmenter::AppendIsotopes(Shower& shower, double mass_da, int charges, double weight) const {
   constexpr double kSpacingDa = 1.0031;
+  // M+1 / M per Da of averagine; fragments are given Poisson envelopes of this mean.
+  constexpr double kSinglyHeavyPerDa = 0.00054;
+  constexpr int kFragmentIsotopes = 4;
+  constexpr double kSmallestFraction = 0.001;
   if (mass_da <= 0.0) return;
   const double mean = mass_da * kSinglyHeavyPerDa;
   double fraction = std::exp(-mean);

@@ -8,29 +8,24 @@
 namespace tarvek::tools {
 namespace {
 
-// Charges that a peak needs to stand out of the noise of the image current, or of the multiplier of
-// an ion trap.
-constexpr double kOrbitrapLimitCharges = 45.0;
-constexpr double kIonTrapLimitCharges = 10.0;
+/// The deviation of an error of which one part shrinks with the root of the intensity.
+struct RandomError {
+  double m_best;
+  double m_at_limit;  // the part that shrinks, of a peak at the detection limit
 
-constexpr double kIonTrapWidthMz = 0.5;
-constexpr double kReferenceMz = 400.0;
-
-// A peak ten times as large hides a neighbour at this many more widths.
-constexpr double kWidthsPerDecade = 0.3;
-constexpr double kMaxHidingWidths = 2.5;
-
-constexpr double kBestErrorPpm = 0.4;
-constexpr double kLimitErrorPpm = 3.0;  // of a peak at the detection limit
-constexpr double kIonTrapErrorMz = 0.05;
-constexpr double kBestIntensityError = 0.03;
-constexpr double kLimitIntensityError = 0.25;
-
-constexpr double kNoiseAboveLimit = 0.35;  // mean height above the limit, in limits
+  [[nodiscard]] double Of(double intensity, double limit) const {
+    return std::hypot(m_best, m_at_limit * std::sqrt(limit / intensity));
+  }
+};
+constexpr RandomError kErrorPpm{.m_best = 0.4, .m_at_limit = 3.0};
+constexpr RandomError kIntensityError{.m_best = 0.03, .m_at_limit = 0.25};
 
 /// Sums the ions that the analyser cannot tell apart; the largest names the peak.
 void Merge(const std::vector<Emission>& emissions, const Analyser& analyser,
            std::vector<Centroid>& centroids) {
+  // A peak ten times as large hides a neighbour at this many more widths.
+  constexpr double kWidthsPerDecade = 0.3;
+  constexpr double kMaxHidingWidths = 2.5;
   double largest = 0.0;  // share of the last centroid
   for (const Emission& emission : emissions) {
     if (!centroids.empty()) {
@@ -59,18 +54,17 @@ void Merge(const std::vector<Emission>& emissions, const Analyser& analyser,
 
 void AddErrors(const Analyser& analyser, const Exposure& exposure, double limit, Random& random,
                std::vector<Centroid>& centroids) {
+  constexpr double kIonTrapErrorMz = 0.05;
   const double mz_growth = MzErrorGrowth(exposure.m_realism);
   const double intensity_growth = IntensityErrorGrowth(exposure.m_realism);
   for (Centroid& centroid : centroids) {
-    const double root = std::sqrt(limit / centroid.m_intensity);
     const double error_ppm =
         exposure.m_calibration_ppm +
-        mz_growth * std::hypot(kBestErrorPpm, kLimitErrorPpm * root) * random.Normal();
+        mz_growth * kErrorPpm.Of(centroid.m_intensity, limit) * random.Normal();
     centroid.m_mz += analyser.m_is_ion_trap ? kIonTrapErrorMz * random.Normal()
                                             : centroid.m_mz * error_ppm / 1e6;
-    centroid.m_intensity *= 1.0 + intensity_growth *
-                                      std::hypot(kBestIntensityError, kLimitIntensityError * root) *
-                                      random.Normal();
+    centroid.m_intensity *=
+        1.0 + intensity_growth * kIntensityError.Of(centroid.m_intensity, limit) * random.Normal();
   }
 }
 
@@ -82,11 +76,12 @@ void DropWeakPeaks(double realism, double limit, Random& random, std::vector<Cen
 
 void AddNoise(const Exposure& exposure, double limit, Random& random,
               std::vector<Centroid>& centroids) {
+  constexpr double kMeanAboveLimit = 0.35;  // in limits
   const std::size_t count = random.Poisson(exposure.m_noise_peaks);
   const double ratio = exposure.m_high_mz / exposure.m_low_mz;
   for (std::size_t i = 0; i < count; ++i) {
     const double mz = exposure.m_low_mz * std::pow(ratio, random.Uniform());
-    centroids.push_back({mz, limit * (1.0 + random.Exponential(kNoiseAboveLimit)), kNoSource, 0});
+    centroids.push_back({mz, limit * (1.0 + random.Exponential(kMeanAboveLimit)), kNoSource, 0});
   }
 }
 
@@ -108,11 +103,17 @@ void Thin(const Analyser& analyser, std::vector<Centroid>& centroids) {
 }  // namespace
 
 double Analyser::PeakWidth(double mz) const {
+  constexpr double kIonTrapWidthMz = 0.5;
+  constexpr double kReferenceMz = 400.0;
   if (m_is_ion_trap) return kIonTrapWidthMz;
   return mz / (m_resolution * std::sqrt(kReferenceMz / mz));
 }
 
 double DetectionLimit(const Analyser& analyser, double injection_s) {
+  // Charges that a peak needs to stand out of the noise of the image current, or of the multiplier
+  // of an ion trap.
+  constexpr double kOrbitrapLimitCharges = 45.0;
+  constexpr double kIonTrapLimitCharges = 10.0;
   return (analyser.m_is_ion_trap ? kIonTrapLimitCharges : kOrbitrapLimitCharges) / injection_s;
 }
 

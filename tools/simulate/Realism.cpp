@@ -7,36 +7,6 @@
 namespace tarvek::tools {
 namespace {
 
-// Each at a realism of 1. docs/simulator.md shows the runs that they come from.
-constexpr double kSlowdown = 0.8;
-
-constexpr double kTailGrowth = 0.6;
-constexpr double kSecondPeak = 0.2;
-constexpr double kLowestSecond = 0.15;
-constexpr double kHighestSecond = 0.8;
-constexpr double kNearestSecondSigmas = 1.5;
-constexpr double kFarthestSecondSigmas = 4.0;
-
-constexpr double kVariants = 0.15;
-constexpr double kContaminants = 700.0;
-
-constexpr double kDecadesLess = 0.3;
-
-constexpr double kSurveyLnDeviation = 0.25;
-constexpr double kBreakdown = 0.03;
-constexpr double kLowestBreakdown = 0.1;
-constexpr double kHighestBreakdown = 0.5;
-constexpr double kIonLnDeviation = 0.12;
-
-constexpr double kMzErrorGrowth = 0.25;
-constexpr double kIntensityErrorGrowth = 1.0;
-constexpr double kDropoutAtLimit = 0.5;
-constexpr double kDropoutLimits = 1.5;  // the height over which it falls by e
-
-constexpr double kPrecursorLeftLn = -2.5;
-constexpr double kPrecursorLeftLnDeviation = 1.5;
-constexpr double kSeriesGrowth = 1.2;
-
 struct Exchange {
   char m_from;
   char m_to;
@@ -49,17 +19,21 @@ double Part(double realism) { return std::min(1.0, realism); }
 
 }  // namespace
 
-double ScanSlowdown(double realism) { return 1.0 + kSlowdown * Part(realism); }
+// The constants of the functions below hold at a realism of 1. docs/simulator.md shows the runs that
+// they come from.
+
+double ScanSlowdown(double realism) { return 1.0 + 0.8 * Part(realism); }
 
 void MakeUneven(double realism, Random& random, ElutionProfile& profile) {
+  constexpr double kTailGrowth = 0.6;
+  constexpr double kSecondPeak = 0.2;
   profile.m_tau_s *= 1.0 + realism * random.Exponential(kTailGrowth);
   if (!random.Chance(kSecondPeak * Part(realism))) return;
-  profile.m_second_share = random.Uniform(kLowestSecond, kHighestSecond);
-  profile.m_second_delay_s =
-      profile.m_sigma_s * random.Uniform(kNearestSecondSigmas, kFarthestSecondSigmas);
+  profile.m_second_share = random.Uniform(0.15, 0.8);
+  profile.m_second_delay_s = profile.m_sigma_s * random.Uniform(1.5, 4.0);
 }
 
-double VariantChance(double realism) { return kVariants * Part(realism); }
+double VariantChance(double realism) { return 0.15 * Part(realism); }
 
 std::string VariantSequence(const std::string& sequence, Random& random) {
   std::vector<std::size_t> places;
@@ -76,33 +50,38 @@ std::string VariantSequence(const std::string& sequence, Random& random) {
 }
 
 std::size_t ContaminantCount(double realism) {
-  return static_cast<std::size_t>(std::lround(kContaminants * realism));
+  return static_cast<std::size_t>(std::lround(700.0 * realism));
 }
 
 void ShakeSpray(double realism, std::size_t sources, Random& random, std::vector<Emission>& lines) {
+  constexpr double kSurveyLnDeviation = 0.25;
+  constexpr double kIonLnDeviation = 0.12;
+  constexpr double kBreakdown = 0.03;
   double survey = random.LogNormal(1.0, kSurveyLnDeviation * realism);
-  if (random.Chance(kBreakdown * Part(realism)))
-    survey *= random.Uniform(kLowestBreakdown, kHighestBreakdown);
+  if (random.Chance(kBreakdown * Part(realism))) survey *= random.Uniform(0.1, 0.5);
   std::vector<double> factors(sources);
   for (double& factor : factors) factor = survey * random.LogNormal(1.0, kIonLnDeviation * realism);
   for (Emission& line : lines) line.m_current *= factors[static_cast<std::size_t>(line.m_source)];
 }
 
-double PeptideAmount(double realism) { return std::pow(10.0, -kDecadesLess * realism); }
+double PeptideAmount(double realism) { return std::pow(10.0, -0.3 * realism); }
 
-double MzErrorGrowth(double realism) { return 1.0 + kMzErrorGrowth * realism; }
+double MzErrorGrowth(double realism) { return 1.0 + 0.25 * realism; }
 
-double IntensityErrorGrowth(double realism) { return 1.0 + kIntensityErrorGrowth * realism; }
+double IntensityErrorGrowth(double realism) { return 1.0 + realism; }
 
 double DropoutChance(double realism, double limits) {
+  constexpr double kDropoutAtLimit = 0.5;
+  constexpr double kDropoutLimits = 1.5;  // the height over which it falls by e
   return Part(realism) * kDropoutAtLimit * std::min(1.0, std::exp((1.0 - limits) / kDropoutLimits));
 }
 
 double PrecursorLeft(double realism, Random& random) {
-  return std::min(
-      1.0, std::exp(realism * (kPrecursorLeftLn + kPrecursorLeftLnDeviation * random.Normal())));
+  constexpr double kLn = -2.5;
+  constexpr double kLnDeviation = 1.5;
+  return std::min(1.0, std::exp(realism * (kLn + kLnDeviation * random.Normal())));
 }
 
-double SeriesGrowth(double realism) { return 1.0 + kSeriesGrowth * realism; }
+double SeriesGrowth(double realism) { return 1.0 + 1.2 * realism; }
 
 }  // namespace tarvek::tools
