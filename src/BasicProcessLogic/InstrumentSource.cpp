@@ -11,6 +11,7 @@
 #include "Ms2Loop.h"
 #include "OutputSet.h"
 #include "Platform.h"
+#include "Threads.h"
 
 namespace tarvek {
 namespace {
@@ -70,7 +71,7 @@ extractor::ExtractorOptions OptionsOfExtraction(const UserParameters& parameters
 InstrumentSource::InstrumentSource(const UserParameters& parameters)
     : m_input(parameters.m_current_file),
       m_name(ExtractorName(parameters.m_input_format)),
-      m_queue(kQueueBytes, QueueTurns::kTogether),
+      m_queue(kQueueBytes, ThreadsAllowed() > 1 ? QueueTurns::kTogether : QueueTurns::kOneByOne),
       m_ms1(OutputPath(parameters, ".ms1")),
       m_ms2(OutputPath(parameters, ".ms2")),
       m_thread([this, options = OptionsOfExtraction(parameters),
