@@ -12,7 +12,9 @@
 #include "RunReport.h"
 #include "ScanRules.h"
 #include "ScanSinks.h"
+#include "SinkAside.h"
 #include "StringUtils.h"
+#include "Threads.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -21,12 +23,25 @@ std::string BasePath(const ExtractorOptions& options) {
   return JoinPath({options.m_output_directory, options.m_base_name});
 }
 
-std::unique_ptr<ScanSink> MakeFileSink(const ExtractorOptions& options, const std::string& format) {
+std::unique_ptr<ScanSink> MakePlainSink(const ExtractorOptions& options,
+                                        const ExtractionTargets& targets,
+                                        const std::string& format) {
   const PeakDigits digits{options.m_mz_digits, options.m_intensity_digits};
+  if (targets.m_taker != nullptr)
+    return MakeTakerSink(*targets.m_taker, digits,
+                         targets.m_writes_spectra ? BasePath(options) : std::string());
   if (options.m_mgf) return MakeMgfSink(BasePath(options), options.m_base_name, digits);
   if (!options.m_msb) return MakeTextSink(BasePath(options), digits);
   const std::string& named = options.m_format.empty() ? format : options.m_format;
   return MakeBinarySink(BasePath(options) + "." + named, digits);
+}
+
+// Where a thread is left, scans are written while the next ones are decoded.
+std::unique_ptr<ScanSink> MakeSink(const ExtractorOptions& options,
+                                   const ExtractionTargets& targets, const std::string& format) {
+  std::unique_ptr<ScanSink> sink = MakePlainSink(options, targets, format);
+  if (ThreadsAllowed() > 1) sink = MakeSinkAside(std::move(sink));
+  return sink;
 }
 
 /// Sends the spectra of a reader through the rules to the output.
@@ -41,7 +56,7 @@ class ScanPipeline final : public ScanConsumer {
         m_report(&report),
         m_native_ids(&native_ids) {}
 
-  void AddSink(ScanSink& sink) { m_sinks.push_back(&sink); }
+  void SetSink(ScanSink& sink) { m_sink = &sink; }
 
   void OnDeclaredCount(std::int64_t count) override { m_report->SetDeclaredCount(count); }
 
@@ -57,7 +72,7 @@ class ScanPipeline final : public ScanConsumer {
         output.m_kind = ScanKind::kLeftOut;
         output.m_why_left_out = "no peak that the digits show";
       } else {
-        for (ScanSink* const sink : m_sinks) sink->Write(output, peaks);
+        m_sink->Write(output, peaks);
         m_native_ids->Add(output.m_scan_no, scan.m_id);
         if (m_numbers_by_position)
           m_report->Note(
@@ -93,7 +108,7 @@ class ScanPipeline final : public ScanConsumer {
   PeakPreparation m_preparation;
   RunReport* m_report;
   NativeIdList* m_native_ids;
-  std::vector<ScanSink*> m_sinks;
+  ScanSink* m_sink = nullptr;
 };
 
 // The path of the marker in a directory that exists.
@@ -116,28 +131,23 @@ class Reading {
   ScanConsumer& Consumer() { return m_pipeline; }
 
   void SetFormat(const std::string& format) {
-    if (m_targets.m_writes_spectra) AddSink(MakeFileSink(*m_options, ToLower(format)));
-    if (m_targets.m_taker != nullptr) AddSink(MakeRecordSink(*m_targets.m_taker));
+    m_sink = MakeSink(*m_options, m_targets, ToLower(format));
+    m_pipeline.SetSink(*m_sink);
   }
 
   /// Gives the outputs their final names.
   void Finish() {
-    for (const auto& sink : m_sinks) sink->Close();
+    m_sink->Close();
     m_native_ids.Close();
-    for (const auto& sink : m_sinks) sink->Commit();
+    m_sink->Commit();
     m_native_ids.Commit();
   }
 
  private:
-  void AddSink(std::unique_ptr<ScanSink> sink) {
-    m_pipeline.AddSink(*sink);
-    m_sinks.push_back(std::move(sink));
-  }
-
   const ExtractorOptions* m_options;
   ExtractionTargets m_targets;
   NativeIdList m_native_ids;
-  std::vector<std::unique_ptr<ScanSink>> m_sinks;  // the one that takes peaks over last
+  std::unique_ptr<ScanSink> m_sink;
   ScanPipeline m_pipeline;
 };
 

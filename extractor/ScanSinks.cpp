@@ -1,9 +1,11 @@
 #include "ScanSinks.h"
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 #include "MgfWriter.h"
+#include "MsTextEcho.h"
 #include "MsTextWriter.h"
 #include "MsbWriter.h"
 
@@ -57,30 +59,85 @@ class FormatSink : public ScanSink {
   MS2Spectrum m_fragment;
 };
 
-class TextSink final : public FormatSink {
- public:
-  TextSink(const std::string& base_path, PeakDigits digits)
-      : m_digits(digits), m_ms1(&Open(base_path + ".ms1")), m_ms2(&Open(base_path + ".ms2")) {
+/// The .ms1 and the .ms2 file of a sink.
+struct TextFiles {
+  OutputFile* m_ms1;
+  OutputFile* m_ms2;
+
+  void StartBoth() const {
     const std::string header = MsTextHeader(CurrentLocalTime());
     m_ms1->Write(header);
     m_ms2->Write(header);
   }
+  [[nodiscard]] OutputFile& For(const MS1Spectrum&) const { return *m_ms1; }
+  [[nodiscard]] OutputFile& For(const MS2Spectrum&) const { return *m_ms2; }
+};
+
+class TextSink final : public FormatSink {
+ public:
+  TextSink(const std::string& base_path, PeakDigits digits)
+      : m_digits(digits), m_files{&Open(base_path + ".ms1"), &Open(base_path + ".ms2")} {
+    m_files.StartBoth();
+  }
 
  private:
-  void WriteRecord(MS1Spectrum& scan) override { WriteText(scan, *m_ms1); }
-  void WriteRecord(MS2Spectrum& scan) override { WriteText(scan, *m_ms2); }
+  void WriteRecord(MS1Spectrum& scan) override { WriteText(scan); }
+  void WriteRecord(MS2Spectrum& scan) override { WriteText(scan); }
 
   template <class Spectrum>
-  void WriteText(const Spectrum& scan, OutputFile& file) {
+  void WriteText(const Spectrum& scan) {
     m_text.clear();
     AppendMsText(m_text, scan, m_digits);
-    file.Write(m_text);
+    m_files.For(scan).Write(m_text);
   }
 
   PeakDigits m_digits;
-  OutputFile* m_ms1;
-  OutputFile* m_ms2;
+  TextFiles m_files;
   std::string m_text;
+};
+
+/// Scans as their text would be read go to a taker, and the text to files where there are any.
+class TakerSink final : public FormatSink {
+ public:
+  TakerSink(RecordTaker& taker, PeakDigits digits, const std::string& base_path)
+      : m_taker(&taker), m_digits(digits), m_echo(digits) {
+    if (base_path.empty()) return;
+    m_files = {&Open(base_path + ".ms1"), &Open(base_path + ".ms2")};
+    m_files->StartBoth();
+  }
+
+ private:
+  void WriteRecord(MS1Spectrum& scan) override {
+    const bool has_peaks = WriteAndEcho(scan, m_files ? &m_lines : nullptr);
+    if (has_peaks) m_taker->Take(scan);
+  }
+  void WriteRecord(MS2Spectrum& scan) override {
+    const std::size_t written = scan.m_peaks.size();
+    const bool wants_lines = m_taker->WantsPeakLines();
+    const bool has_peaks = WriteAndEcho(scan, m_files || wants_lines ? &m_lines : nullptr);
+    if (wants_lines && scan.m_peaks.size() == written) scan.m_peak_lines.swap(m_lines);
+    if (has_peaks) m_taker->Take(scan);
+  }
+
+  // lines: null, or m_lines, which get those of all peaks.
+  template <class Spectrum>
+  bool WriteAndEcho(Spectrum& scan, std::string* lines) {
+    m_lines.clear();
+    m_start.clear();
+    if (m_files) AppendMsTextStart(m_start, scan, m_digits);
+    const bool has_peaks = m_echo.Echo(scan, lines);
+    if (!m_files) return has_peaks;
+    m_files->For(scan).Write(m_start);
+    m_files->For(scan).Write(m_lines);
+    return has_peaks;
+  }
+
+  RecordTaker* m_taker;
+  PeakDigits m_digits;
+  MsTextEcho m_echo;
+  std::optional<TextFiles> m_files;
+  std::string m_start;  // both used again from scan to scan
+  std::string m_lines;
 };
 
 class BinarySink final : public FormatSink {
@@ -94,17 +151,6 @@ class BinarySink final : public FormatSink {
 
   OutputFile* m_msb;
   MsbWriter m_writer;
-};
-
-class RecordSink final : public FormatSink {
- public:
-  explicit RecordSink(RecordTaker& taker) : m_taker(&taker) {}
-
- private:
-  void WriteRecord(MS1Spectrum& scan) override { m_taker->Take(scan); }
-  void WriteRecord(MS2Spectrum& scan) override { m_taker->Take(scan); }
-
-  RecordTaker* m_taker;
 };
 
 class MgfSink final : public ScanSink {
@@ -167,8 +213,9 @@ std::unique_ptr<ScanSink> MakeMgfSink(const std::string& base_path, const std::s
   return std::make_unique<MgfSink>(base_path, title, digits);
 }
 
-std::unique_ptr<ScanSink> MakeRecordSink(RecordTaker& taker) {
-  return std::make_unique<RecordSink>(taker);
+std::unique_ptr<ScanSink> MakeTakerSink(RecordTaker& taker, PeakDigits digits,
+                                        const std::string& base_path) {
+  return std::make_unique<TakerSink>(taker, digits, base_path);
 }
 
 void KeepMostIntense(std::vector<Peak>& peaks, std::size_t max_count) {

@@ -22,15 +22,15 @@ class ScanSink {
  public:
   virtual ~ScanSink() = default;
 
-  /// One scan. peaks: ascending in m/z, none of which the digits turn to 0; the same afterwards,
-  /// except by MakeRecordSink's.
+  /// One scan. peaks: ascending in m/z, none of which the digits turn to 0; what they hold afterwards
+  /// is of no use, except to be filled again.
   virtual void Write(const OutputScan& scan, std::vector<Peak>& peaks) = 0;
 
   /// Flushes and closes every file; a failed write throws here at the latest.
-  void Close();
+  virtual void Close();
 
   /// Gives the closed files their final names.
-  void Commit();
+  virtual void Commit();
 
  protected:
   /// Opens a file, which stays open until Close.
@@ -51,10 +51,12 @@ std::unique_ptr<ScanSink> MakeBinarySink(const std::string& base_path, PeakDigit
 std::unique_ptr<ScanSink> MakeMgfSink(const std::string& base_path, const std::string& title,
                                       PeakDigits digits);
 
-/// Who takes scans as records, as a text file would be given them.
+/// Who takes scans as they come back from their text (MsTextEcho.h).
 class RecordTaker {
  public:
   virtual ~RecordTaker() = default;
+  /// Whether m_peak_lines of MS2 scans are asked for.
+  [[nodiscard]] virtual bool WantsPeakLines() const = 0;
   /// scan: may be changed.
   virtual void Take(MS1Spectrum& scan) = 0;
   virtual void Take(MS2Spectrum& scan) = 0;
@@ -64,8 +66,9 @@ class RecordTaker {
   virtual void OnBlock(const ReadingState& state) = 0;
 };
 
-/// Scans go to taker, which may keep the peaks and leave others in their place. No file.
-std::unique_ptr<ScanSink> MakeRecordSink(RecordTaker& taker);
+/// Scans go to taker, and to base_path.ms1 and base_path.ms2 unless base_path is empty.
+std::unique_ptr<ScanSink> MakeTakerSink(RecordTaker& taker, PeakDigits digits,
+                                        const std::string& base_path);
 
 /// Keeps the max_count most intense peaks, in their order; of equal ones the first.
 void KeepMostIntense(std::vector<Peak>& peaks, std::size_t max_count);

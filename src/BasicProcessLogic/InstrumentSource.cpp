@@ -16,8 +16,8 @@
 namespace tarvek {
 namespace {
 
-// Peaks on their way; about a second of reading.
-constexpr std::size_t kQueueBytes = std::size_t{32} << 20;
+// Peaks on their way; about half a second of reading.
+constexpr std::size_t kQueueBytes = std::size_t{16} << 20;
 
 /// A stream whose lines go to a queue.
 class LineBuffer final : public std::streambuf {
@@ -36,17 +36,15 @@ class LineBuffer final : public std::streambuf {
   std::string m_line;
 };
 
-/// Rounds the scans of an extraction as text does and puts them into the queue.
+/// Puts the scans of an extraction into the queue.
 class QueueFiller final : public extractor::RecordTaker {
  public:
-  QueueFiller(ScanQueue& queue, PeakDigits digits) : m_queue(&queue), m_echo(digits) {}
+  QueueFiller(ScanQueue& queue, bool wants_peak_lines)
+      : m_queue(&queue), m_wants_peak_lines(wants_peak_lines) {}
 
-  void Take(MS1Spectrum& scan) override {
-    if (m_echo.Echo(scan)) m_queue->Put(scan);
-  }
-  void Take(MS2Spectrum& scan) override {
-    if (m_echo.Echo(scan)) m_queue->Put(scan);
-  }
+  [[nodiscard]] bool WantsPeakLines() const override { return m_wants_peak_lines; }
+  void Take(MS1Spectrum& scan) override { m_queue->Put(scan); }
+  void Take(MS2Spectrum& scan) override { m_queue->Put(scan); }
   void Start() override { m_queue->Restart(); }
   void OnBlock(const extractor::ReadingState& state) override {
     m_queue->ThrowIfClosed();
@@ -57,7 +55,7 @@ class QueueFiller final : public extractor::RecordTaker {
 
  private:
   ScanQueue* m_queue;
-  MsTextEcho m_echo;
+  bool m_wants_peak_lines;
 };
 
 }  // namespace
@@ -74,8 +72,9 @@ InstrumentSource::InstrumentSource(const UserParameters& parameters)
       m_queue(kQueueBytes, ThreadsAllowed() > 1 ? QueueTurns::kTogether : QueueTurns::kOneByOne),
       m_ms1(OutputPath(parameters, ".ms1")),
       m_ms2(OutputPath(parameters, ".ms2")),
-      m_thread([this, options = OptionsOfExtraction(parameters),
-                writes_spectra = !parameters.m_delete_msn] { Read(options, writes_spectra); }) {}
+      m_wants_peak_lines(parameters.m_output_mgf),
+      m_writes_spectra(!parameters.m_delete_msn),
+      m_thread([this, options = OptionsOfExtraction(parameters)] { Read(options); }) {}
 
 InstrumentSource::~InstrumentSource() {
   m_queue.Close();
@@ -83,14 +82,14 @@ InstrumentSource::~InstrumentSource() {
 }
 
 // Of the thread: nothing may leave it.
-void InstrumentSource::Read(const extractor::ExtractorOptions& options, bool writes_spectra) {
+void InstrumentSource::Read(const extractor::ExtractorOptions& options) {
   try {
     LineBuffer lines(m_queue);
     std::ostream report(&lines);
     extractor::Marker marker(options);
-    QueueFiller filler(m_queue, {options.m_mz_digits, options.m_intensity_digits});
+    QueueFiller filler(m_queue, m_wants_peak_lines);
     m_extraction =
-        extractor::Extract(options, options.m_input, marker, report, {writes_spectra, &filler});
+        extractor::Extract(options, options.m_input, marker, report, {m_writes_spectra, &filler});
     m_queue.Finish();
   } catch (...) {
     m_queue.Fail(std::current_exception());

@@ -13,7 +13,6 @@
 
 #include "Extraction.h"
 #include "ExtractorOptions.h"
-#include "MsTextEcho.h"
 #include "RunRecord.h"
 #include "ScanQueue.h"
 #include "SpectrumSource.h"
@@ -64,7 +63,7 @@ class InstrumentSource final : public SpectrumSource {
 
   template <class Scan>
   bool Next(Scan& scan, Announcer& announcer);
-  void Read(const extractor::ExtractorOptions& options, bool writes_spectra);
+  void Read(const extractor::ExtractorOptions& options);
   void LogLines();
 
   std::string m_input;
@@ -72,6 +71,8 @@ class InstrumentSource final : public SpectrumSource {
   mutable ScanQueue m_queue;
   Announcer m_ms1;
   Announcer m_ms2;
+  bool m_wants_peak_lines;
+  bool m_writes_spectra;
   RunRecord m_extraction;  // of the thread until the queue is at its end
   std::thread m_thread;
 };

@@ -11,9 +11,11 @@ constexpr std::size_t kBatchBytes = std::size_t{1} << 20;
 // Emptied records that are kept of each kind; their peaks keep their room.
 constexpr std::size_t kMaxEmptied = 256;
 
-template <class Scan>
-std::size_t BytesOf(const Scan& scan) {
-  return sizeof(Scan) + scan.m_peaks.size() * sizeof(Peak);
+std::size_t BytesOf(const MS1Spectrum& scan) {
+  return sizeof scan + scan.m_peaks.size() * sizeof(Peak);
+}
+std::size_t BytesOf(const MS2Spectrum& scan) {
+  return sizeof scan + scan.m_peaks.size() * sizeof(Peak) + scan.m_peak_lines.size();
 }
 
 }  // namespace
@@ -34,7 +36,7 @@ void ScanQueue::WakeTaker() {
 }
 
 template <class Scan>
-void ScanQueue::PutInto(Lane<Scan>& lane, Scan& scan) {
+void ScanQueue::PutInto(Lane<Scan>& lane, const Scan& scan) {
   std::unique_lock lock(m_mutex);
   if (!MayPut()) {
     WakeTaker();
@@ -47,7 +49,8 @@ void ScanQueue::PutInto(Lane<Scan>& lane, Scan& scan) {
   if (lane.m_emptied.empty()) lane.m_emptied.emplace_back();
   lane.m_scans.push_back(std::move(lane.m_emptied.back()));
   lane.m_emptied.pop_back();
-  std::swap(lane.m_scans.back(), scan);
+  // A copy, so that the room of each kind's lists stays that of its own kind.
+  lane.m_scans.back() = scan;
   if (m_bytes >= kBatchBytes || m_bytes >= m_max_bytes) WakeTaker();
 }
 
@@ -76,8 +79,8 @@ bool ScanQueue::TakeFrom(Lane<Scan>& lane, Scan& scan) {
   return true;
 }
 
-void ScanQueue::Put(MS1Spectrum& scan) { PutInto(m_ms1, scan); }
-void ScanQueue::Put(MS2Spectrum& scan) { PutInto(m_ms2, scan); }
+void ScanQueue::Put(const MS1Spectrum& scan) { PutInto(m_ms1, scan); }
+void ScanQueue::Put(const MS2Spectrum& scan) { PutInto(m_ms2, scan); }
 bool ScanQueue::Take(MS1Spectrum& scan) { return TakeFrom(m_ms1, scan); }
 bool ScanQueue::Take(MS2Spectrum& scan) { return TakeFrom(m_ms2, scan); }
 

@@ -41,9 +41,8 @@ class ScanQueue {
 
   // The reader's side.
 
-  /// Takes over the content of scan, which gets that of some older one in exchange.
-  void Put(MS1Spectrum& scan);
-  void Put(MS2Spectrum& scan);
+  void Put(const MS1Spectrum& scan);
+  void Put(const MS2Spectrum& scan);
   /// Forgets all scans, since the file is read again from its start.
   void Restart();
   /// A line for the log.
@@ -75,7 +74,7 @@ class ScanQueue {
   };
 
   template <class Scan>
-  void PutInto(Lane<Scan>& lane, Scan& scan);
+  void PutInto(Lane<Scan>& lane, const Scan& scan);
   template <class Scan>
   bool TakeFrom(Lane<Scan>& lane, Scan& scan);
   [[nodiscard]] bool IsStarved() const;

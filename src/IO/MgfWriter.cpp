@@ -26,7 +26,8 @@ void MgfWriter::WriteMs2(const MS2Spectrum& scan) {
   if (scan.m_precursors.empty()) return;
   // The same for every precursor, and by far the largest part of a block.
   m_peak_lines.clear();
-  AppendPeakLines(m_peak_lines, scan.m_peaks, m_digits);
+  if (scan.m_peak_lines.empty()) AppendPeakLines(m_peak_lines, scan.m_peaks, m_digits);
+  const std::string& peak_lines = scan.m_peak_lines.empty() ? m_peak_lines : scan.m_peak_lines;
   for (std::size_t i = 0; i < scan.m_precursors.size(); ++i) {
     m_block_start.clear();
     AppendMgfStart(m_block_start, {.m_title = m_title,
@@ -35,7 +36,7 @@ void MgfWriter::WriteMs2(const MS2Spectrum& scan) {
                                    .m_precursor = scan.m_precursors[i],
                                    .m_rt = scan.m_rt});
     Stream().Write(m_block_start);
-    Stream().Write(m_peak_lines);
+    Stream().Write(peak_lines);
     Stream().Write(kMgfBlockEnd);
   }
 }

@@ -7,6 +7,7 @@
 //           (ScanCompletion.h), which the caller takes as a reader does.
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "PeakDigits.h"
@@ -22,12 +23,13 @@ class MsTextEcho {
   /// Makes of scan what the text reader would make of the text of scan, up to CompleteScan; false when
   /// no peak is left, so that the reader would pass over it. scan: as AppendMsText takes it, peaks
   /// ascending in m/z; of an MS2 scan m_orig_precursors hold what is declared.
-  bool Echo(MS1Spectrum& scan) const;
-  bool Echo(MS2Spectrum& scan);
+  /// lines: where not null, the lines of all peaks are appended as AppendPeakLines does.
+  bool Echo(MS1Spectrum& scan, std::string* lines = nullptr) const;
+  bool Echo(MS2Spectrum& scan, std::string* lines = nullptr);
 
  private:
   template <class Spectrum>
-  bool EchoCommon(Spectrum& scan) const;
+  bool EchoCommon(Spectrum& scan, std::string* lines) const;
 
   PeakDigits m_digits;
   std::vector<Precursor> m_carried;  // from scans without peaks

@@ -51,13 +51,12 @@ std::string MsTextHeader(const LocalTime& creation_time) {
          "\nH\tDataType\tCentroided\n";
 }
 
-void AppendMsText(std::string& text, const MS1Spectrum& scan, PeakDigits digits) {
+void AppendMsTextStart(std::string& text, const MS1Spectrum& scan, PeakDigits) {
   AppendScanNumbers(text, scan.m_scan_no);
   AppendCommonAttributes(text, scan);
-  AppendPeakLines(text, scan.m_peaks, digits);
 }
 
-void AppendMsText(std::string& text, const MS2Spectrum& scan, PeakDigits digits) {
+void AppendMsTextStart(std::string& text, const MS2Spectrum& scan, PeakDigits digits) {
   AppendScanNumbers(text, scan.m_scan_no);
   const double mz = scan.m_orig_precursors.front().m_mz;
   AppendField(text, "\t", mz > 0.0 ? mz : scan.m_activation_center, digits.m_mz);
@@ -68,6 +67,15 @@ void AppendMsText(std::string& text, const MS2Spectrum& scan, PeakDigits digits)
   text += '\n';
   for (const Precursor& declared : scan.m_orig_precursors)
     AppendChargeLine(text, declared, digits.m_mz);
+}
+
+void AppendMsText(std::string& text, const MS1Spectrum& scan, PeakDigits digits) {
+  AppendMsTextStart(text, scan, digits);
+  AppendPeakLines(text, scan.m_peaks, digits);
+}
+
+void AppendMsText(std::string& text, const MS2Spectrum& scan, PeakDigits digits) {
+  AppendMsTextStart(text, scan, digits);
   AppendPeakLines(text, scan.m_peaks, digits);
 }
 

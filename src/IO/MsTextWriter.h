@@ -23,6 +23,10 @@ void AppendMsText(std::string& text, const MS1Spectrum& scan, PeakDigits digits)
 /// where that is not known. The sign of a charge is not written.
 void AppendMsText(std::string& text, const MS2Spectrum& scan, PeakDigits digits);
 
+/// Appends the lines of one scan that come before its peaks.
+void AppendMsTextStart(std::string& text, const MS1Spectrum& scan, PeakDigits digits);
+void AppendMsTextStart(std::string& text, const MS2Spectrum& scan, PeakDigits digits);
+
 /// The singly protonated mass in Da that a "Z" line states; nothing, for which the line has a 0,
 /// where charge or m/z is not known.
 std::optional<double> StatedMassDa(const Precursor& declared);

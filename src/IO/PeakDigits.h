@@ -23,4 +23,7 @@ inline constexpr int kTimeDecimals = 4;
 /// Appends one line per peak, in list order, as printf("%.*f %.*f\n") writes m/z and intensity.
 void AppendPeakLines(std::string& text, std::span<const Peak> peaks, PeakDigits digits);
 
+/// The same, and makes every number the one that reading it gives.
+void AppendAndRoundPeakLines(std::string& text, std::span<Peak> peaks, PeakDigits digits);
+
 }  // namespace tarvek

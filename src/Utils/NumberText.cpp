@@ -126,10 +126,45 @@ std::size_t DigitCount(std::uint64_t value) {
   return count + (value >= 10) + (value >= 100) + (value >= 1000);
 }
 
+constexpr std::uint64_t kEightDigits = 100'000'000;
+
+// The eight digits of value, which is below kEightDigits, one in each byte, the first in the lowest:
+// halves, quarters and single digits are divided off in all places at once.
+std::uint64_t DigitBytes(std::uint64_t value) {
+  const std::uint64_t halves = value / 10000 + ((value % 10000) << 32);
+  const std::uint64_t hundreds = ((halves * 10486) >> 20) & 0x0000007F0000007F;
+  const std::uint64_t pairs = hundreds + ((halves - 100 * hundreds) << 16);
+  const std::uint64_t tens = ((pairs * 103) >> 10) & 0x000F000F000F000F;
+  return tens + ((pairs - 10 * tens) << 8);
+}
+
+constexpr std::uint64_t kZeroCharacters = 0x3030303030303030;
+
+// What WriteScaled writes, where integer is below kEightDigits; fraction has that many decimals. Writes
+// up to eight characters beyond the end.
+template <std::size_t decimals>
+char* WriteShort(char* out, std::uint64_t integer, std::uint64_t fraction) {
+  static_assert(std::endian::native == std::endian::little && decimals <= 8);
+  const std::uint64_t digits = DigitBytes(integer);
+  const int leading_zeros = std::min(std::countr_zero(digits) / 8, 7);
+  const std::uint64_t characters = (digits + kZeroCharacters) >> (8 * leading_zeros);
+  std::memcpy(out, &characters, 8);
+  out += 8 - leading_zeros;
+  if constexpr (decimals == 0) return out;
+  *out++ = '.';
+  const std::uint64_t decimal_characters =
+      DigitBytes(fraction * (kEightDigits / kPowersOfTen[decimals])) + kZeroCharacters;
+  std::memcpy(out, &decimal_characters, 8);
+  return out + decimals;
+}
+
 // scaled / 10^decimals; a template so that the division is by a constant.
 template <std::size_t decimals>
 char* WriteScaled(char* out, std::uint64_t scaled) {
   const std::uint64_t integer = scaled / kPowersOfTen[decimals];
+  if constexpr (std::endian::native == std::endian::little && decimals <= 8)
+    if (integer < kEightDigits)
+      return WriteShort<decimals>(out, integer, scaled % kPowersOfTen[decimals]);
   char* const point = out + DigitCount(integer);
   WriteDigitsBefore(point, integer, static_cast<std::size_t>(point - out));
   if constexpr (decimals == 0) return point;
@@ -172,6 +207,19 @@ bool ScaleExactly(double value, int decimals, std::uint64_t& scaled) {
   if (quotient >> 63 != 0) return false;
   scaled = static_cast<std::uint64_t>(quotient);
   if (rest > half || (rest == half && (scaled & 1u) != 0)) ++scaled;
+  return true;
+}
+
+// Makes value the number that reading its text of so many decimals gives, and scaled its digits: an
+// integer below 2^53 and an exact power of ten make one division correctly rounded, as reading is.
+// False, and value as it was, where that is not so.
+bool RoundByScale(double& value, int decimals, std::uint64_t& scaled) {
+  constexpr std::uint64_t kExactLimit = std::uint64_t{1} << 53;
+  if (!ScaleByProduct(value, decimals, scaled) && !ScaleExactly(value, decimals, scaled))
+    return false;
+  if (scaled >= kExactLimit) return false;
+  value = std::copysign(
+      static_cast<double>(scaled) / kExactPowers[static_cast<std::size_t>(decimals)], value);
   return true;
 }
 
@@ -251,6 +299,18 @@ char* WriteFixed(char* out, double value, int decimals) {
   return kScaledWriters[static_cast<std::size_t>(decimals)](out, scaled);
 }
 
+char* WriteRounded(char* out, double& value, int decimals) {
+  std::uint64_t scaled = 0;
+  const bool is_negative = std::signbit(value);
+  if (!RoundByScale(value, decimals, scaled)) {
+    char* const end = WriteFixed(out, value, decimals);
+    value = ParseReal({out, static_cast<std::size_t>(end - out)});
+    return end;
+  }
+  if (is_negative) *out++ = '-';
+  return kScaledWriters[static_cast<std::size_t>(decimals)](out, scaled);
+}
+
 void AppendFixed(std::string& text, double value, int decimals) {
   char field[kMaxFixedText];
   text.append(field, WriteFixed(field, value, decimals));
@@ -262,18 +322,10 @@ std::string Fixed(double value, int decimals) {
   return text;
 }
 
-// An integer below 2^53 and an exact power of ten make one division correctly rounded, as reading the
-// digits is.
 double Rounded(double value, int decimals) {
-  constexpr std::uint64_t kExactLimit = std::uint64_t{1} << 53;
   std::uint64_t scaled = 0;
-  if ((ScaleByProduct(value, decimals, scaled) || ScaleExactly(value, decimals, scaled)) &&
-      scaled < kExactLimit)
-    return std::copysign(
-        static_cast<double>(scaled) / kExactPowers[static_cast<std::size_t>(decimals)], value);
-  char field[kMaxFixedText];
-  const char* const last = WriteFixed(field, value, decimals);
-  return ParseReal({field, static_cast<std::size_t>(last - field)});
+  if (!RoundByScale(value, decimals, scaled)) value = ParseReal(Fixed(value, decimals));
+  return value;
 }
 
 void AppendExactReal(std::string& text, double value) {

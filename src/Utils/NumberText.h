@@ -56,6 +56,9 @@ inline constexpr std::size_t kMaxFixedText = 330;
 /// final NUL, and returns the end of what it wrote. out: room for kMaxFixedText characters.
 char* WriteFixed(char* out, double value, int decimals);
 
+/// Writes what WriteFixed writes, and makes value the number that reading it gives.
+char* WriteRounded(char* out, double& value, int decimals);
+
 /// Appends what WriteFixed writes.
 void AppendFixed(std::string& text, double value, int decimals);
 

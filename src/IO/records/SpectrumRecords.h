@@ -56,6 +56,7 @@ struct MS2Spectrum {
   std::vector<Precursor> m_precursors;       // as they are exported
   std::vector<Peak> m_peaks;
   std::vector<PrecursorEvidence> m_evidence{};  // of each of m_precursors, or empty
+  std::string m_peak_lines{};  // the text of m_peaks with the digits of the outputs, or empty
 };
 
 /// One row of the scan table that accompanies a binary spectrum file.
@@ -146,6 +147,7 @@ inline void Clear(MS2Spectrum& scan) {
   scan.m_orig_precursors.clear();
   scan.m_precursors.clear();
   scan.m_evidence.clear();
+  scan.m_peak_lines.clear();
   scan.m_peaks.clear();
 }
 
