@@ -138,8 +138,25 @@ class CometTest : public MgfEnginesTest {
     WriteFile(m_directory / "comet.params", Settings(ReadFile(m_directory / "comet.params.new")));
   }
 
-  /// "scan charge peptide" of every match.
+  /// All files that were written for mgf: run.mgf, run_2.mgf, ...
+  [[nodiscard]] std::vector<std::string> FilesOf(const std::string& mgf) const {
+    std::vector<std::string> files{mgf};
+    const std::string base = mgf.substr(0, mgf.size() - 4);
+    for (int number = 2;; ++number) {
+      const std::string further = base + "_" + std::to_string(number) + ".mgf";
+      if (!std::filesystem::exists(m_directory / further)) return files;
+      files.push_back(further);
+    }
+  }
+
+  /// "scan charge peptide" of every match in mgf and the files that belong to it.
   std::multiset<std::string> Search(const std::string& mgf) const {
+    std::multiset<std::string> matches;
+    for (const std::string& file : FilesOf(mgf)) matches.merge(SearchFile(file));
+    return matches;
+  }
+
+  std::multiset<std::string> SearchFile(const std::string& mgf) const {
     Run(m_program, {"-Pcomet.params", "-Nmatches", mgf});
     std::multiset<std::string> matches;
     std::istringstream lines(ReadFile(m_directory / "matches.txt"));
@@ -184,6 +201,43 @@ TEST_F(CometTest, FindsTheSameSpectraUnderTheirScanNumbers) {
   for (const std::string& match : rewritten)
     found[std::stoi(match)].insert(match.substr(match.rfind(' ') + 1));
   ExpectTruePeptides(found);
+}
+
+/// What stands behind a mark in a text, up to an end, as often as it is there.
+std::multiset<std::string> Behind(const std::string& text, const std::string& mark, char end) {
+  std::multiset<std::string> found;
+  for (std::size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at)) {
+    at += mark.size();
+    found.insert(text.substr(at, text.find(end, at) - at));
+  }
+  return found;
+}
+
+TEST_F(CometTest, GivesEachBlockAnIdOfItsOwnInPinAndPepXml) {
+  const std::vector<std::string> files = FilesOf(Rewrite("comet"));
+  ASSERT_GT(files.size(), 1u) << "the run has no scan with two precursors of one charge";
+  std::string parameters = ReadFile(m_directory / "comet.params");
+  for (const char* output : {"output_pepxmlfile", "output_percolatorfile"})
+    parameters =
+        std::regex_replace(parameters, std::regex("\n" + std::string(output) + " *=[^\n]*"),
+                           "\n" + std::string(output) + " = 1");
+  WriteFile(m_directory / "comet.params", parameters);
+  std::vector<std::string> arguments{"-Pcomet.params"};
+  arguments.insert(arguments.end(), files.begin(), files.end());
+  Run(m_program, arguments);
+  std::multiset<std::string> of_pin;
+  std::multiset<std::string> of_pepxml;
+  for (const std::string& file : files) {
+    const std::string base = m_directory / file.substr(0, file.size() - 4);
+    std::istringstream rows(ReadFile(base + ".pin"));
+    std::string row;
+    for (std::getline(rows, row); std::getline(rows, row);) of_pin.insert(CellsOf(row).front());
+    of_pepxml.merge(Behind(ReadFile(base + ".pep.xml"), "<spectrum_query spectrum=\"", '"'));
+  }
+  EXPECT_GT(of_pin.size(), 200u);
+  EXPECT_EQ(std::set<std::string>(of_pin.begin(), of_pin.end()).size(), of_pin.size());
+  EXPECT_GT(of_pepxml.size(), 200u);
+  EXPECT_EQ(std::set<std::string>(of_pepxml.begin(), of_pepxml.end()).size(), of_pepxml.size());
 }
 
 TEST_F(CometTest, LosesTheScanNumbersOfADottedNameThatWasNotRewritten) {
