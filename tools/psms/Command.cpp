@@ -57,6 +57,7 @@ struct Collected {
 struct Counts {
   AcceptedSummary m_summary;
   std::int64_t m_proteins = 0;
+  std::int64_t m_scans_alone = 0;
 };
 
 std::string Quoted(const EngineScores& scores) {
@@ -153,14 +154,19 @@ Collected Collect(const PsmsOptions& options, const PrecursorSource& precursors)
   return collected;
 }
 
-// Without decoys every match would seem to be right.
-void RefuseWithoutDecoys(const Collected& collected, const PsmsOptions& options) {
+// Without decoys every match would seem to be right. Who names their beginning knows of them; a small
+// search may then find none.
+void CheckDecoys(const Collected& collected, const PsmsOptions& options) {
   if (collected.m_contenders.empty() || collected.m_has_decoys) return;
-  const std::string names = options.m_decoy_prefix.empty() ? "rev_, DECOY_, XXX_ or decoy_"
-                                                           : "'" + options.m_decoy_prefix + "'";
-  throw options.m_results.front() + ": none of " + std::to_string(collected.m_contenders.size()) +
-      " matches is a decoy, whose proteins begin with " + names +
-      "; search with decoys, or name their beginning with --decoy-prefix";
+  const std::string none =
+      "none of " + std::to_string(collected.m_contenders.size()) + " matches is a decoy";
+  if (options.m_decoy_prefix.empty())
+    throw options.m_results.front() + ": " + none +
+        ", whose proteins begin with rev_, DECOY_, XXX_ or decoy_; search with decoys, or name "
+        "their "
+        "beginning with --decoy-prefix";
+  std::cerr << "tarvek-tools: " << none << ", whose proteins begin with " << options.m_decoy_prefix
+            << '\n';
 }
 
 /// Writes the rows of the contenders, which are in the order of their numbers.
@@ -225,6 +231,7 @@ void PrintJson(const Counts& counts, const Collected& collected, const PsmsOptio
       {"spectra", collected.m_blocks}};
   json.update(CountsJson(counts.m_summary.m_all));
   json["proteins"] = counts.m_proteins;
+  json["scans_ranked_alone"] = counts.m_scans_alone;
   json["runs"] = runs;
   // Names that are no UTF-8 must not end the command.
   std::cout << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
@@ -265,14 +272,17 @@ void RunPsms(const PsmsOptions& options) {
   RefuseToReplaceResults(options);
   const PrecursorSource precursors = ReadPrecursors(options.m_precursors);
   Collected collected = Collect(options, precursors);
-  RefuseWithoutDecoys(collected, options);
-  if (!collected.m_contenders.empty())
+  CheckDecoys(collected, options);
+  if (collected.m_has_decoys)
     std::cerr << "tarvek-tools: decoys are told by " << MarksText(collected) << '\n';
   Compete(collected.m_contenders);
   AssignQValues(collected.m_contenders, options.Estimate());
   Counts counts;
   counts.m_summary = CountAccepted(collected.m_contenders, options.m_fdr);
   counts.m_proteins = CountProteins(collected.m_contenders, options.m_fdr, options.Estimate());
+  if (options.m_is_json)
+    counts.m_scans_alone =
+        CountScansAlone(collected.m_contenders, options.m_fdr, options.Estimate());
   if (!options.m_out.empty()) WriteTable(options, precursors, collected.m_contenders);
   SayWhyNothing(counts, collected, options);
   if (options.m_is_json)

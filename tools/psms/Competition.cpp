@@ -125,6 +125,28 @@ AcceptedSummary CountAccepted(std::vector<Contender>& contenders, double fdr) {
   return summary;
 }
 
+std::int64_t CountScansAlone(const std::vector<Contender>& contenders, double fdr,
+                             FdrEstimate estimate) {
+  std::vector<Ranked> scans;
+  for (std::size_t i = 0; i < contenders.size(); ++i)
+    scans.push_back(
+        {contenders[i].m_cost, 1.0, static_cast<std::uint32_t>(i), contenders[i].m_is_decoy});
+  const auto scan_of = [&](const Ranked& match) {
+    const Contender& contender = contenders[match.m_place];
+    return std::tuple(contender.m_run, contender.m_scan);
+  };
+  const auto best_first = [&](const Ranked& match) { return BestFirst(contenders[match.m_place]); };
+  std::ranges::sort(scans, {}, [&](const Ranked& match) {
+    return std::tuple(scan_of(match), best_first(match));
+  });
+  const auto others = std::ranges::unique(scans, {}, scan_of);
+  scans.erase(others.begin(), others.end());
+  std::ranges::sort(scans, {}, best_first);
+  AssignSorted(std::span(scans), estimate);
+  return std::ranges::count_if(
+      scans, [&](const Ranked& best) { return !best.m_is_decoy && best.m_q_value <= fdr; });
+}
+
 std::int64_t CountProteins(std::vector<Contender>& contenders, double fdr, FdrEstimate estimate) {
   std::vector<Ranked> peptides = RankPeptides(contenders, estimate);
   const auto group_of = [&](const Ranked& peptide) {

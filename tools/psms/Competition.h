@@ -5,7 +5,7 @@
 // Not here: what a match is (psms/Match.h), which of them are decoys (psms/Peptide.h).
 //
 // Everything is done on small records that are sorted in place: 64 bytes for each block, and while
-// peptides are counted 24 more for each peptide.
+// peptides or scans are counted 24 more for each of these.
 #pragma once
 
 #include <cstdint>
@@ -58,6 +58,12 @@ struct AcceptedSummary {
   std::map<std::uint16_t, AcceptedCounts> m_runs;
 };
 AcceptedSummary CountAccepted(std::vector<Contender>& contenders, double fdr);
+
+/// Scans at the rate when only the best match of each scan is ranked, as by those who keep one match a
+/// scan. In a short run it may be far from the scans of accepted matches, as one decoy more or less
+/// among the other matches counts.
+std::int64_t CountScansAlone(const std::vector<Contender>& contenders, double fdr,
+                             FdrEstimate estimate);
 
 /// Groups of proteins at the rate: a group has the cost of its best peptide, competes with its decoys
 /// (the better of the two is kept), and counts when its q-value and that of its best peptide are within

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -238,6 +239,47 @@ TEST_F(CometTest, GivesEachBlockAnIdOfItsOwnInPinAndPepXml) {
   EXPECT_EQ(std::set<std::string>(of_pin.begin(), of_pin.end()).size(), of_pin.size());
   EXPECT_GT(of_pepxml.size(), 200u);
   EXPECT_EQ(std::set<std::string>(of_pepxml.begin(), of_pepxml.end()).size(), of_pepxml.size());
+}
+
+// One search, two files of each part: the same counts, and rows that no other row is called like.
+TEST_F(CometTest, PsmsCountsTheSameInTxtAndPin) {
+  const std::vector<std::string> files = FilesOf(Rewrite("comet"));
+  std::string parameters = ReadFile(m_directory / "comet.params");
+  for (const char* switched_on : {"decoy_search", "output_percolatorfile"})
+    parameters =
+        std::regex_replace(parameters, std::regex("\n" + std::string(switched_on) + " *=[^\n]*"),
+                           "\n" + std::string(switched_on) + " = 1");
+  WriteFile(m_directory / "comet.params", parameters);
+  std::vector<std::string> arguments{"-Pcomet.params"};
+  arguments.insert(arguments.end(), files.begin(), files.end());
+  Run(m_program, arguments);
+  std::map<std::string, nlohmann::json> counts;
+  for (const char* ending : {".txt", ".pin"}) {
+    std::vector<std::string> words{"psms", "--json", "--out", "psms.tsv", "--precursors", "comet"};
+    words.emplace_back("--");
+    for (const std::string& file : files) words.push_back(file.substr(0, file.size() - 4) + ending);
+    const test::ProcessResult result = Execute(test::TestedProgram(TARVEK_TOOLS_PROGRAM), words);
+    ASSERT_EQ(result.m_exit_status, 0) << result.m_err;
+    counts[ending] = nlohmann::json::parse(result.m_out);
+    std::istringstream rows(ReadFile(m_directory / "psms.tsv"));
+    std::set<std::string> ids;
+    std::map<int, std::set<std::string>> found;
+    std::string row;
+    std::size_t count = 0;
+    for (std::getline(rows, row); std::getline(rows, row); ++count) {
+      const std::vector<std::string> cells = CellsOf(row);
+      ids.insert(cells.at(0));
+      found[std::stoi(cells.at(2))].insert(cells.at(19));
+      EXPECT_NE(cells.at(7), "") << "a match without its determined precursor: " << row;
+    }
+    EXPECT_EQ(ids.size(), count);
+    EXPECT_EQ(counts[ending]["matches"], count);
+    EXPECT_EQ(counts[ending]["scans"], found.size());
+    EXPECT_GT(count, found.size()) << "no scan has two peptides";
+    ExpectTruePeptides(found);
+  }
+  for (const char* name : {"spectra", "scans", "matches", "peptides", "proteins"})
+    EXPECT_EQ(counts[".txt"][name], counts[".pin"][name]) << name;
 }
 
 TEST_F(CometTest, LosesTheScanNumbersOfADottedNameThatWasNotRewritten) {

@@ -145,6 +145,7 @@ TEST_F(PsmsCommand, BothPeptidesOfAScanCount) {
   EXPECT_EQ(counts["matches"], 2);
   EXPECT_EQ(counts["peptides"], 2);
   EXPECT_EQ(counts["proteins"], 2);
+  EXPECT_EQ(counts["scans_ranked_alone"], 1);
   EXPECT_EQ(counts["rows"], 4);
   EXPECT_EQ(counts["spectra"], 3);
   EXPECT_EQ(counts["decoys_by"], json({"DECOY_"}));
@@ -311,6 +312,14 @@ TEST_F(PsmsCommand, RefusesWhatItCannotCount) {
               HasSubstr("is an input, too; choose another"));
   EXPECT_EQ(ReadFile(result), kTwoBlocks);
   EXPECT_THROW(RunPsms({result, "--fdr", "2"}), CLI::ValidationError);
+}
+
+TEST_F(PsmsCommand, ASearchWithNamedDecoysMayFindNone) {
+  const test::ConsoleText console =
+      RunPsms({Write("r.txt", kTwoBlocks), "--decoy-prefix", "##", "--no-plus-one", "--json"});
+  EXPECT_EQ(console.m_err,
+            "tarvek-tools: none of 3 matches is a decoy, whose proteins begin with ##\n");
+  EXPECT_EQ(json::parse(console.m_out)["matches"], 3);
 }
 
 TEST_F(PsmsCommand, LeavesNoTableWhenAResultIsDamaged) {

@@ -182,6 +182,15 @@ class Slowly {
     });
   }
 
+  [[nodiscard]] std::int64_t ScansAlone(const std::vector<Contender>& all, double fdr) const {
+    const auto scans = Best(all, [](const auto& a, const auto& b) {
+      return a.m_run == b.m_run && a.m_scan == b.m_scan;
+    });
+    return std::ranges::count_if(scans, [&](const Contender& best) {
+      return !best.m_is_decoy && QValue(best.m_cost, scans) <= fdr;
+    });
+  }
+
  private:
   double m_added;
 };
@@ -246,6 +255,7 @@ TEST_P(CompetitionTwin, AgreesWithTheSlowOne) {
     EXPECT_EQ(added.m_scans, std::ssize(scans));
     EXPECT_EQ(added.m_peptides, std::ssize(of_runs));
     EXPECT_EQ(CountProteins(matches, fdr, GetParam()), slowly.Proteins(expected, fdr));
+    EXPECT_EQ(CountScansAlone(matches, fdr, GetParam()), slowly.ScansAlone(expected, fdr));
     EXPECT_TRUE(std::ranges::is_sorted(matches, {}, &Contender::m_number));
   }
 }
