@@ -296,10 +296,10 @@ TEST_F(PsmsCommand, TheOnlyTableServesAResultOfAnotherName) {
 
 TEST_F(PsmsCommand, RefusesWhatItCannotCount) {
   const std::string result = Write("r.txt", kTwoBlocks);
-  EXPECT_THAT(MessageOf([&] {
-                RunPsms({result, "--decoy-prefix", "##"});
-              }),
-              HasSubstr("none of 3 matches is a decoy, whose proteins begin with '##'"));
+  std::string without = kTwoBlocks;
+  without.replace(without.find("DECOY_"), 6, "other_");
+  EXPECT_THAT(MessageOf([&] { RunPsms({Write("d.txt", without)}); }),
+              HasSubstr("none of 3 matches is a decoy, whose proteins begin with rev_"));
   EXPECT_THAT(MessageOf([&] { RunPsms({result, result}); }), HasSubstr("is given twice"));
   EXPECT_THAT(MessageOf([&] {
                 RunPsms({result, Write("f.tsv", kPlaces)});

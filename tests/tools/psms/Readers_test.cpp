@@ -346,8 +346,8 @@ TEST_F(PsmReaders, DamagedXmlIsNamedWithItsLine) {
 TEST_F(PsmReaders, BearACutAnywhere) {
   for (const std::string& whole : {kComet, kPin, kTandem, kFragger, kSage, kMsGf, kMzid}) {
     const std::size_t count = Read(whole).size();
-    // The reader of XML takes its time for each file.
-    const std::size_t step = whole.starts_with('<') ? 13 : 1;
+    // Each file takes its time; the steps meet every column and element.
+    const std::size_t step = whole.starts_with('<') ? 13 : 3;
     for (std::size_t size = 0; size < whole.size(); size += step) {
       const std::string cut = whole.substr(0, size);
       std::size_t found = 0;
