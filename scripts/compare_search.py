@@ -75,11 +75,12 @@ def search(mgf, fasta, isotope_error, workdir, kind_of=None):
 
 
 def search_table(mgf, fasta, isotope_error, workdir, kind_of=None, precursor_ppm=20.0):
-    """Comet's table of the matches of one file."""
+    """Comet's table of the matches of one file. It is called as the file, by which psms knows the run."""
     settings = comet.settings_of(kind_of or mgf, precursor_ppm=precursor_ppm, isotope_error=isotope_error)
-    name = f"{mgf.stem}.{isotope_error}"
-    comet.search(mgf, fasta, settings, workdir, name, console=subprocess.DEVNULL)
-    return workdir / f"{name}.txt"
+    folder = workdir / f"isotope_error_{isotope_error}"
+    folder.mkdir(exist_ok=True)
+    comet.search(mgf, fasta, settings, folder, mgf.stem, console=subprocess.DEVNULL)
+    return folder / f"{mgf.stem}.txt"
 
 
 def parse_arguments():
