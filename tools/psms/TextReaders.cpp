@@ -1,8 +1,10 @@
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <initializer_list>
 #include <limits>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -41,10 +43,7 @@ class ResultTable {
   [[nodiscard]] const std::string& Line() const noexcept { return m_line; }
 
   /// Notes the present line as that of the names.
-  void TakeHeader() {
-    m_names.assign(m_fields.begin(), m_fields.end());
-    m_is_row_cut = false;
-  }
+  void TakeHeader() { m_names.assign(m_fields.begin(), m_fields.end()); }
 
   [[nodiscard]] bool Has(std::string_view name) const {
     return std::ranges::find(m_names, name) != m_names.end();
@@ -94,7 +93,6 @@ class ResultTable {
   std::string m_line;
   std::vector<std::string_view> m_fields;
   std::vector<std::string> m_names;
-  bool m_is_row_cut = false;
 };
 
 std::string StemOf(std::string_view path) {
@@ -195,7 +193,7 @@ void ReadCometPin(const std::string& path, const MatchTaker& take) {
   while (table.NextRow()) {
     if (table.Text(id) == "DefaultDirection") continue;
     std::string_view rest = table.Text(id);
-    std::int32_t numbers[3] = {};  // rank, charge, scan
+    std::array<std::int32_t, 3> numbers{};  // rank, charge, scan
     for (std::int32_t& number : numbers) {
       const std::size_t underscore = rest.rfind('_');
       const auto scanned = underscore == std::string_view::npos

@@ -185,7 +185,7 @@ const KnownScore* FindScore(std::string_view accession) {
   return found == std::end(kKnownScores) ? nullptr : found;
 }
 
-/// mzIdentML 1.0 to 1.3: proteins, peptides and their evidences first, then a result for each spectrum
+/// mzIdentML 1.1 to 1.3: proteins, peptides and their evidences first, then a result for each spectrum
 /// with an item for each match.
 class MzidHandler final : public XmlHandler {
  public:
@@ -202,7 +202,7 @@ class MzidHandler final : public XmlHandler {
     } else if (name == "Modification" && !m_peptide_id.empty()) {
       const std::string_view delta = attributes.Get("monoisotopicMassDelta");
       m_modifications.emplace_back(IntegerOf(attributes, "location"), delta);
-    } else if (name == "PeptideSequence" || name == "peptideSequence" || name == "Seq") {
+    } else if (name == "PeptideSequence") {
       m_is_text = !m_peptide_id.empty();
       m_text.clear();
     } else if (name == "PeptideEvidence") {
@@ -300,8 +300,7 @@ class MzidHandler final : public XmlHandler {
     m_item.m_calculated_mass_da = attributes.Get("calculatedMassToCharge").empty()
                                       ? m_item.m_searched_mass_da
                                       : mass("calculatedMassToCharge");
-    std::string_view reference = attributes.Get("peptide_ref");
-    if (reference.empty()) reference = attributes.Get("Peptide_ref");
+    const std::string_view reference = attributes.Get("peptide_ref");
     const auto peptide = m_peptides.find(std::string(reference));
     if (peptide == m_peptides.end())
       throw "a match names the peptide '" + std::string(reference) + "', which is not there";
@@ -386,8 +385,7 @@ class RootHandler final : public XmlHandler {
  private:
   [[nodiscard]] std::unique_ptr<XmlHandler> HandlerOf(std::string_view root) const {
     if (root == "bioml") return std::make_unique<XtandemHandler>(m_path, *m_take);
-    if (root == "MzIdentML" || root == "mzIdentML")
-      return std::make_unique<MzidHandler>(m_path, *m_take);
+    if (root == "MzIdentML") return std::make_unique<MzidHandler>(m_path, *m_take);
     throw "neither X!Tandem's XML nor mzIdentML: the root element is " + std::string(root);
   }
 
