@@ -299,6 +299,7 @@ void RunMgf(const MgfOptions& options) {
     std::cerr << "tarvek-tools: " << options.m_engine
               << " does not read compressed MGF; unpack it before the search\n";
   std::vector<WrittenJob> written;
+  written.reserve(jobs.size());
   std::set<std::string> bases;
   for (const MgfJob& job : jobs) bases.insert(job.m_base);
   for (const MgfJob& job : jobs) written.push_back(WriteJob(job, options, bases));

@@ -20,13 +20,19 @@ auto BestFirst(const Contender& match) {
   return std::tuple(match.m_cost, match.m_peptide, match.m_number);
 }
 
+// Keeps the first of those with one key, which follow each other.
+template <class Item, class Key>
+void EraseRepeated(std::vector<Item>& items, Key key) {
+  const auto are_one = [&](const Item& a, const Item& b) { return key(a) == key(b); };
+  items.erase(std::unique(items.begin(), items.end(), are_one), items.end());
+}
+
 template <class Key>
 void KeepBest(std::vector<Contender>& contenders, Key key) {
   std::ranges::sort(contenders, [&](const Contender& a, const Contender& b) {
     return std::tuple(key(a), BestFirst(a)) < std::tuple(key(b), BestFirst(b));
   });
-  const auto others = std::ranges::unique(contenders, {}, key);
-  contenders.erase(others.begin(), others.end());
+  EraseRepeated(contenders, key);
 }
 
 auto BlockOf(const Contender& match) { return match.m_block; }
@@ -139,8 +145,7 @@ std::int64_t CountScansAlone(const std::vector<Contender>& contenders, double fd
   std::ranges::sort(scans, {}, [&](const Ranked& match) {
     return std::tuple(scan_of(match), best_first(match));
   });
-  const auto others = std::ranges::unique(scans, {}, scan_of);
-  scans.erase(others.begin(), others.end());
+  EraseRepeated(scans, scan_of);
   std::ranges::sort(scans, {}, best_first);
   AssignSorted(std::span(scans), estimate);
   return std::ranges::count_if(
@@ -155,8 +160,7 @@ std::int64_t CountProteins(std::vector<Contender>& contenders, double fdr, FdrEs
   std::ranges::sort(peptides, {}, [&](const Ranked& peptide) {
     return std::tuple(group_of(peptide), peptide.m_cost, peptide.m_place);
   });
-  const auto others = std::ranges::unique(peptides, {}, group_of);
-  peptides.erase(others.begin(), others.end());
+  EraseRepeated(peptides, group_of);
   std::ranges::sort(peptides, {}, [](const Ranked& peptide) {
     return std::tuple(peptide.m_cost, peptide.m_place);
   });
