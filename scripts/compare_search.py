@@ -1,16 +1,18 @@
 #!/usr/bin/python3
-"""Scans identified by a search engine, with declared and with determined precursors.
+"""Scans, matches, peptides and proteins found by a search engine, with declared and with determined precursors.
 
 Needs comet-ms and python3-numpy (Debian packages of these names). Give it the precursor table that tarvek
-wrote for a run, the MGF file beside it and a protein FASTA file:
+wrote for a run, the MGF file beside it and a protein FASTA file; tarvek-tools has to be on the PATH:
 
     scripts/compare_search.py OUT/run.csv OUT/run_HCDFT.mgf proteins.fasta [WORKDIR]
 
 It writes a second MGF with the same peaks and the declared precursors (from the table) and searches three
 times against the proteins and their reversed decoys: the declared precursors, the same while the engine
-tries isotope errors, and the determined ones. Of each it keeps the best match of each scan by E-value, and
-counts the scans accepted at 1 % false discovery rate (decoys / targets, monotone q-values).
+tries isotope errors, and the determined ones. All three are counted by 'tarvek-tools psms': the best match of
+each precursor by E-value, each peptide once a scan, at 1 % false discovery rate by decoys / targets (with
+--plus-one by (decoys + 1) / targets).
 """
+import argparse
 import collections
 import pathlib
 import subprocess
@@ -69,26 +71,51 @@ def write_declared(mgf, table, out):
 
 def search(mgf, fasta, isotope_error, workdir, kind_of=None):
     """The best match of each scan. kind_of: the MGF whose name says how the scans were fragmented."""
-    settings = comet.settings_of(kind_of or mgf, isotope_error=isotope_error)
-    return comet.best_matches(comet.search(mgf, fasta, settings, workdir, f"{mgf.stem}.{isotope_error}",
-                                           console=subprocess.DEVNULL))
+    return comet.best_matches(comet.read_table(search_table(mgf, fasta, isotope_error, workdir, kind_of), mgf))
+
+
+def search_table(mgf, fasta, isotope_error, workdir, kind_of=None, precursor_ppm=20.0):
+    """Comet's table of the matches of one file. It is called as the file, by which psms knows the run."""
+    settings = comet.settings_of(kind_of or mgf, precursor_ppm=precursor_ppm, isotope_error=isotope_error)
+    folder = workdir / f"isotope_error_{isotope_error}"
+    folder.mkdir(exist_ok=True)
+    comet.search(mgf, fasta, settings, folder, mgf.stem, console=subprocess.DEVNULL)
+    return folder / f"{mgf.stem}.txt"
+
+
+def parse_arguments():
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    parser.add_argument("table", type=pathlib.Path, help="precursor table (.csv)")
+    parser.add_argument("mgf", type=pathlib.Path, help="MGF beside it, or as rewritten for Comet")
+    parser.add_argument("fasta", type=pathlib.Path, help="proteins without decoys")
+    parser.add_argument("workdir", type=pathlib.Path, nargs="?", help="folder of Comet's files")
+    parser.add_argument("--tools", default="tarvek-tools", help="the program tarvek-tools (default: on the PATH)")
+    parser.add_argument("--precursor-ppm", type=float, default=20.0)
+    parser.add_argument("--plus-one", action="store_true",
+                        help="estimate the rate by (decoys + 1) / targets, which needs long runs")
+    return parser.parse_args()
 
 
 def main():
-    if len(sys.argv) not in (4, 5):
-        sys.exit(__doc__)
-    table, mgf, fasta = (pathlib.Path(argument).resolve() for argument in sys.argv[1:4])
-    workdir = pathlib.Path(sys.argv[4] if len(sys.argv) == 5 else tempfile.mkdtemp()).resolve()
+    options = parse_arguments()
+    table, mgf, fasta = (path.resolve() for path in (options.table, options.mgf, options.fasta))
+    workdir = (options.workdir or pathlib.Path(tempfile.mkdtemp())).resolve()
     workdir.mkdir(parents=True, exist_ok=True)
+    files = comet.files_of(mgf)
     declared = workdir / f"{mgf.stem}_declared.mgf"
     write_declared(mgf, table, declared)
-    scans = collections.Counter(scan for scan, _ in read_blocks(mgf))
-    print(f"{len(scans)} scans, {sum(scans.values())} determined precursors")
-    for name, path, isotope_error in (("declared", declared, 0),
-                                      ("declared, engine tries isotope errors", declared, 3),
-                                      ("determined", mgf, 0)):
-        matches = search(path, fasta, isotope_error, workdir, mgf)
-        print(f"{name}: {len(comet.accepted(matches, FDR))} scans at 1 % FDR")
+    scans = collections.Counter(scan for file in files for scan, _ in read_blocks(file))
+    estimate = () if options.plus_one else ("--no-plus-one",)
+    print(f"{len(scans)} scans, {sum(scans.values())} determined precursors; accepted at 1 % FDR:")
+    print(f"{'precursors':<40}{'scans':>7}{'matches':>9}{'peptides':>10}{'proteins':>10}")
+    for name, paths, isotope_error in (("declared", [declared], 0),
+                                       ("declared, engine tries isotope errors", [declared], 3),
+                                       ("determined", files, 0)):
+        tables = [search_table(path, fasta, isotope_error, workdir, mgf, options.precursor_ppm)
+                  for path in paths if path.stat().st_size]
+        found = comet.count(options.tools, tables, "--fdr", FDR, *estimate)
+        print(f"{name:<40}{found['scans']:>7}{found['matches']:>9}{found['peptides']:>10}{found['proteins']:>10}",
+              flush=True)
 
 
 if __name__ == "__main__":

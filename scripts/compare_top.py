@@ -8,9 +8,9 @@ tarvek and tarvek-tools, the isotope table, a protein FASTA file and extracted r
         [--width 4]
 
 For each run it determines precursors with co-elute 0 and with co-elute 1, rewrites the latter with
-'tarvek-tools mgf --engine comet' and --top 1, 2, 3 or nothing, searches each with Comet (settings of
-compare_search.py), keeps the best match of each scan by E-value, and counts scans accepted at 1 % false
-discovery rate, for the runs together.
+'tarvek-tools mgf --engine xtandem' (one file, whose titles tell Comet the scan) and --top 1, 2, 3 or nothing,
+searches each with Comet (settings of compare_search.py), keeps the best match of each scan by E-value, and
+counts scans accepted at 1 % false discovery rate, for the runs together.
 """
 import argparse
 import pathlib
@@ -40,7 +40,7 @@ def determine(options, run, co_elute):
 def rewrite(options, mgf, name, *more):
     out = options.workdir / name / mgf.parent.name
     out.mkdir(parents=True, exist_ok=True)
-    run_quietly(options.programs / "tarvek-tools", "mgf", "--engine", "comet", "--out", out, *more, mgf)
+    run_quietly(options.programs / "tarvek-tools", "mgf", "--engine", "xtandem", "--out", out, *more, mgf)
     return out / mgf.name
 
 

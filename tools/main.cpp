@@ -14,6 +14,7 @@
 #include "features/Command.h"
 #include "ipv/Command.h"
 #include "mgf/Command.h"
+#include "psms/Command.h"
 #include "report/Command.h"
 #include "score/Command.h"
 #include "simulate/Command.h"
@@ -46,6 +47,7 @@ int Run(int argc, const char* const* argv) {
     tarvek::tools::AddScoreCommand(app);
     tarvek::tools::AddFeaturesCommand(app);
     tarvek::tools::AddMgfCommand(app);
+    tarvek::tools::AddPsmsCommand(app);
     tarvek::tools::AddBatchCommand(app);
     tarvek::tools::AddReportCommand(app);
     tarvek::tools::AddCalibrateCommand(app);

@@ -27,6 +27,8 @@ expect() {
 expect _tarvek_tools "score simulate" "$tools" s
 expect _tarvek_tools "check" "$tools" ch
 expect _tarvek_tools "run" "$tools" ru
+expect _tarvek_tools "psms" "$tools" ps
+expect _tarvek_tools "--decoy-prefix" "$tools" psms --d
 expect _tarvek_tools "--activation --again --analyser" "$tools" run --a
 expect _tarvek_tools "ETCID ETD ETHCD" "$tools" run --activation ET
 expect _tarvek_tools "mzml mzxml" "$tools" run --format mz

@@ -191,31 +191,100 @@ void KeepBest(std::vector<MgfBlock>& scan, std::int32_t top) {
   if (top > 0) std::erase_if(scan, [top](const MgfBlock& block) { return block.m_index >= top; });
 }
 
-/// An output that is complete and waits for its names until the others are complete too.
-struct WrittenJob {
-  std::unique_ptr<MgfOutput> m_output;
+/// The outputs of a job: the first, and further ones for blocks that the engine could not tell from
+/// those of the first. They are complete and wait for their names until those of other jobs are, too.
+class WrittenJob {
+ public:
+  /// bases: of all jobs, of which no further output may take the name.
+  WrittenJob(const MgfJob& job, const MgfOutputForm& form, const std::set<std::string>& bases)
+      : m_job(&job), m_form(form), m_bases(&bases) {
+    m_outputs.push_back(std::make_unique<MgfOutput>(job.m_base, form));
+  }
+
+  void WriteScan(std::vector<MgfBlock>& blocks, const std::string& source) {
+    ++m_scans;
+    if (!m_form.m_profile->m_parts_equal_charges)
+      return m_outputs.front()->WriteScan(blocks, source);
+    std::size_t number = 0;
+    while (!blocks.empty()) {
+      const std::vector<MgfBlock> part = TakeDifferentCharges(blocks);
+      OutputNumber(number++).WriteScan(part, source);
+    }
+  }
+
+  void Close() {
+    for (const auto& output : m_outputs) output->Close();
+  }
+
+  void Finish() const {
+    std::int64_t blocks = 0;
+    for (const auto& output : m_outputs) {
+      for (const std::string& path : output->Finish()) std::cout << path << '\n';
+      blocks += output->BlockCount();
+    }
+    RemoveOldOutputs();
+    std::cout << m_scans << " scans, " << blocks << " precursors\n";
+  }
+
+ private:
+  /// Takes the first block of each charge out of blocks; the rest stays in its order.
+  static std::vector<MgfBlock> TakeDifferentCharges(std::vector<MgfBlock>& blocks) {
+    std::vector<MgfBlock> taken;
+    std::vector<MgfBlock> left;
+    for (MgfBlock& block : blocks) {
+      const bool is_taken =
+          std::ranges::find(taken, block.m_charge, &MgfBlock::m_charge) != taken.end();
+      (is_taken ? left : taken).push_back(std::move(block));
+    }
+    blocks = std::move(left);
+    return taken;
+  }
+
+  /// run_2, run_3, ...; number: from 0, which is that of run itself.
+  [[nodiscard]] std::string BaseOf(std::size_t number) const {
+    return number == 0 ? m_job->m_base : m_job->m_base + "_" + std::to_string(number + 1);
+  }
+
+  MgfOutput& OutputNumber(std::size_t number) {
+    if (number < m_outputs.size()) return *m_outputs[number];
+    const std::string base = BaseOf(number);
+    if (m_bases->contains(base))
+      throw "Blocks of one scan and charge of " + m_job->m_inputs.front() + " go to " + base +
+          std::string(kEnding) + ", which is the output of another input; use another directory";
+    m_outputs.push_back(std::make_unique<MgfOutput>(base, m_form));
+    return *m_outputs.back();
+  }
+
+  /// Those of an earlier output that had more.
+  void RemoveOldOutputs() const {
+    std::vector<std::string> sources;
+    for (const std::string& input : m_job->m_inputs) sources.emplace_back(FileNameOf(input));
+    for (std::size_t number = std::max<std::size_t>(m_outputs.size(), 1);
+         !m_bases->contains(BaseOf(number)) && RemoveOutputOf(BaseOf(number), sources); ++number) {
+    }
+  }
+
+  const MgfJob* m_job;
+  MgfOutputForm m_form;
+  const std::set<std::string>* m_bases;
+  std::vector<std::unique_ptr<MgfOutput>> m_outputs;
   std::int64_t m_scans = 0;
 };
 
-WrittenJob WriteJob(const MgfJob& job, const MgfOptions& options) {
+WrittenJob WriteJob(const MgfJob& job, const MgfOptions& options,
+                    const std::set<std::string>& bases) {
   std::vector<std::unique_ptr<ScanSource>> sources;
   for (const std::string& input : job.m_inputs)
     sources.push_back(std::make_unique<ScanSource>(input));
   const MgfOutputForm form{FindMgfProfile(options.m_engine), options.m_gzip, options.m_split_bytes};
-  WrittenJob written{std::make_unique<MgfOutput>(job.m_base, form)};
+  WrittenJob written(job, form, bases);
   while (ScanSource* source = NextSource(sources)) {
     KeepBest(source->Scan(), options.m_top);
-    written.m_output->WriteScan(source->Scan(), source->Name());
-    ++written.m_scans;
+    written.WriteScan(source->Scan(), source->Name());
     source->Advance();
   }
-  written.m_output->Close();
+  written.Close();
   return written;
-}
-
-void FinishJob(const WrittenJob& written) {
-  for (const std::string& path : written.m_output->Finish()) std::cout << path << '\n';
-  std::cout << written.m_scans << " scans, " << written.m_output->BlockCount() << " precursors\n";
 }
 
 void RunMgf(const MgfOptions& options) {
@@ -230,8 +299,11 @@ void RunMgf(const MgfOptions& options) {
     std::cerr << "tarvek-tools: " << options.m_engine
               << " does not read compressed MGF; unpack it before the search\n";
   std::vector<WrittenJob> written;
-  for (const MgfJob& job : jobs) written.push_back(WriteJob(job, options));
-  for (const WrittenJob& job : written) FinishJob(job);
+  written.reserve(jobs.size());
+  std::set<std::string> bases;
+  for (const MgfJob& job : jobs) bases.insert(job.m_base);
+  for (const MgfJob& job : jobs) written.push_back(WriteJob(job, options, bases));
+  for (const WrittenJob& job : written) job.Finish();
 }
 
 std::vector<std::string> EngineNames() {

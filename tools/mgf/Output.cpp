@@ -8,6 +8,8 @@
 
 #include "FileUtils.h"
 #include "NumberText.h"
+#include "StringUtils.h"
+#include "TableReader.h"
 
 namespace tarvek::tools {
 namespace {
@@ -110,6 +112,24 @@ class MgfOutput::Part {
   std::unique_ptr<GzipStream> m_gzip;
   std::uint64_t m_bytes = 0;  // before compression
 };
+
+bool RemoveOutputOf(const std::string& base, const std::vector<std::string>& sources) {
+  const std::string map = base + std::string(kMapEnding);
+  if (!FileExists(map)) return false;
+  {
+    TextLines lines(map);
+    std::string line;
+    if (!lines.Next(line) || line + '\n' != kMapHeader || !lines.Next(line)) return false;
+    constexpr int kSourceField = 2;
+    const std::string_view source = TokenAt(line, '\t', kSourceField);
+    if (std::ranges::find(sources, source) == sources.end()) return false;
+  }
+  RemoveFile(map);
+  RemoveOthers(base, {});
+  for (std::size_t number = 1; RemoveOthers(PartBase(base, number), {}); ++number) {
+  }
+  return true;
+}
 
 MgfOutput::MgfOutput(std::string base, const MgfOutputForm& form)
     : m_base(std::move(base)), m_form(form), m_map(m_base + std::string(kMapEnding), "MGF") {

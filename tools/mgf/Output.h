@@ -25,6 +25,10 @@ struct MgfOutputForm {
   std::uint64_t m_split_bytes = 0;  // largest part before compression; 0 for one file
 };
 
+/// Deletes the files of an earlier output of this base, its map first, when the map names one of
+/// sources as the file that the first block came from. Whether there was such an output.
+bool RemoveOutputOf(const std::string& base, const std::vector<std::string>& sources);
+
 class MgfOutput {
  public:
   /// base: the path without ending. Files: base.mgf, or base_part1.mgf, base_part2.mgf, ... when

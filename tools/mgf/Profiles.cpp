@@ -9,13 +9,13 @@ namespace tarvek::tools {
 namespace {
 
 constexpr std::array<MgfProfile, 7> kProfiles = {{
-    {"comet", MgfTitleForm::kDta, MgfScans::kScan, false},
-    {"xtandem", MgfTitleForm::kDta, MgfScans::kNone, false},
-    {"msgf", MgfTitleForm::kDta, MgfScans::kScan, false},
-    {"msfragger", MgfTitleForm::kPlaceAsScan, MgfScans::kPlace, false},
-    {"sage", MgfTitleForm::kDta, MgfScans::kNone, true},
-    {"metamorpheus", MgfTitleForm::kDta, MgfScans::kPlace, false},
-    {"mascot", MgfTitleForm::kDta, MgfScans::kScan, true},
+    {"comet", MgfTitleForm::kDta, MgfScans::kScan, false, true},
+    {"xtandem", MgfTitleForm::kDta, MgfScans::kNone, false, false},
+    {"msgf", MgfTitleForm::kDta, MgfScans::kScan, false, false},
+    {"msfragger", MgfTitleForm::kPlaceAsScan, MgfScans::kPlace, false, false},
+    {"sage", MgfTitleForm::kDta, MgfScans::kNone, true, false},
+    {"metamorpheus", MgfTitleForm::kDta, MgfScans::kPlace, false, false},
+    {"mascot", MgfTitleForm::kDta, MgfScans::kScan, true, false},
 }};
 
 void AppendTitle(std::string& text, const MgfBlock& block, MgfTitleForm form, std::int64_t place) {

@@ -25,6 +25,9 @@ struct MgfProfile {
   MgfTitleForm m_title;
   MgfScans m_scans;
   bool m_reads_gzip;
+  /// Whether blocks of one scan and one charge go to files of their own, because the engine makes the
+  /// id of a spectrum from the name of the file, the scan and the charge.
+  bool m_parts_equal_charges;
 };
 
 std::span<const MgfProfile> MgfProfiles();

@@ -2,10 +2,12 @@
 
 A match is a row of Comet's table, column -> text, with the name of the searched file as "mgf".
 """
+import json
 import re
 import subprocess
 from pathlib import Path
 
+DECOY = "DECOY_"  # what Comet puts before the names of decoys
 SETTINGS = {
     "decoy_search": "1",
     "peptide_mass_units": "2",
@@ -22,9 +24,9 @@ IONS = {"CID": "BY", "HCD": "BY", "ETD": "CZ", "ETCID": "BCYZ", "ETHCD": "BCYZ"}
 
 
 def settings_of(mgf, threads=0, precursor_ppm=20.0, isotope_error=0):
-    """Comet's settings for one MGF file of tarvek; its kind is the part behind the last underscore.
-    threads: 0 takes all cores."""
-    kind = re.fullmatch(r".*_(CID|HCD|ETD|ETCID|ETHCD)(FT|IT)(MS)?", mgf.stem)
+    """Comet's settings for one MGF file of tarvek; its kind is in the name: run_HCDFT, or run_HCDFT_2 for
+    further precursors of the same scans. threads: 0 takes all cores."""
+    kind = re.fullmatch(r".*_(CID|HCD|ETD|ETCID|ETHCD)(FT|IT)(MS)?(_\d+)?", mgf.stem)
     if kind is None:
         raise SystemExit(f"{mgf}: the name does not say how the scans were fragmented (_HCDFT, ...)")
     ions = {f"use_{letter}_ions": str(int(letter in IONS[kind[1]])) for letter in "ABCXYZ"}
@@ -41,6 +43,26 @@ def write_parameters(path, settings):
         if found != 1:
             raise SystemExit(f"comet-ms has no parameter {key}")
     path.write_text(text)
+
+
+def files_of(mgf):
+    """An MGF file for Comet with those of further precursors of equal charge: run_HCDFT.mgf, run_HCDFT_2.mgf, ..."""
+    files = [mgf]
+    while (further := mgf.with_name(f"{mgf.stem}_{len(files) + 1}.mgf")).exists():
+        files.append(further)
+    return files
+
+
+def count(tools, tables, *options):
+    """What 'tarvek-tools psms' counts in tables of Comet: scans, matches, peptides and proteins, by name.
+    tools: the program."""
+    command = [tools, "psms", "--json", "--decoy-prefix", DECOY, *options, "--", *tables] if tables else None
+    if command is None:
+        return dict.fromkeys(("scans", "matches", "peptides", "proteins"), 0)
+    done = subprocess.run([str(word) for word in command], check=False, capture_output=True, text=True)
+    if done.returncode != 0:
+        raise SystemExit(done.stderr.strip())
+    return json.loads(done.stdout)
 
 
 def read_table(path, mgf):
@@ -71,7 +93,7 @@ def search(mgf, fasta, settings, folder, name, console=None):
 
 
 def is_decoy(match):
-    return all(name.startswith("DECOY_") for name in match["protein"].split(","))
+    return all(name.startswith(DECOY) for name in match["protein"].split(","))
 
 
 def e_value(match):

@@ -77,12 +77,42 @@ class Settings(unittest.TestCase):
         self.assertEqual([orbitrap[f"use_{letter}_ions"] for letter in "ABCXYZ"], list("010010"))
         self.assertEqual((orbitrap["fragment_bin_tol"], orbitrap["isotope_error"]), ("0.02", "3"))
 
+    def test_further_files_of_the_same_scans_have_their_kind_before_the_number(self):
+        self.assertEqual(comet.settings_of(Path("run_CIDIT_2.mgf"))["fragment_bin_tol"], "1.0005")
+
     def test_a_name_without_a_kind_is_refused(self):
         with self.assertRaisesRegex(SystemExit, "run.mgf: the name does not say"):
             comet.settings_of(Path("run.mgf"))
 
 
+class Counts(unittest.TestCase):
+    def test_they_are_those_that_tarvek_tools_prints(self):
+        with tempfile.TemporaryDirectory() as folder:
+            tools = Path(folder) / "tools"
+            tools.write_text('#!/bin/sh\n[ "$*" = "psms --json --decoy-prefix DECOY_ --fdr 0.01 -- a.txt b.txt" ] && echo \'{"scans": 3}\'\n')
+            tools.chmod(0o755)
+            self.assertEqual(comet.count(tools, ["a.txt", "b.txt"], "--fdr", 0.01), {"scans": 3})
+
+    def test_an_error_is_handed_on(self):
+        with tempfile.TemporaryDirectory() as folder:
+            tools = Path(folder) / "tools"
+            tools.write_text("#!/bin/sh\necho no decoys >&2\nexit 1\n")
+            tools.chmod(0o755)
+            with self.assertRaisesRegex(SystemExit, "no decoys"):
+                comet.count(tools, ["a.txt"])
+
+    def test_without_a_table_nothing_is_counted(self):
+        self.assertEqual(set(comet.count("none", []).values()), {0})
+
+
 class Files(unittest.TestCase):
+    def test_an_mgf_has_further_files_for_precursors_of_equal_charge(self):
+        with tempfile.TemporaryDirectory() as folder:
+            paths = [Path(folder) / name for name in ("r_HCDFT.mgf", "r_HCDFT_2.mgf", "r_HCDFT_3.mgf", "r_HCDFT_5.mgf")]
+            for path in paths:
+                path.touch()
+            self.assertEqual(comet.files_of(paths[0]), paths[:3])
+
     def test_a_table_of_comet(self):
         with tempfile.TemporaryDirectory() as folder:
             path = Path(folder) / "run.txt"

@@ -85,6 +85,59 @@ TEST_F(MgfCommandTest, GivesCometTheScanNumber) {
             "PEPMASS=650.300000\n100.50000 10.0\n200.25000 5.8\nEND IONS\n");
 }
 
+// Comet calls a spectrum FILE_SCAN_CHARGE, so two of one scan and charge need two files.
+TEST_F(MgfCommandTest, PartsBlocksOfOneScanAndChargeForComet) {
+  const std::string first = Block("run.7.7.2.0.dta", "2+", "650.3");
+  const std::string third = Block("run.7.7.3.1.dta", "3+", "433.9");
+  const std::string second = Block("run.7.7.2.2.dta", "2+", "651.1");
+  const std::string other = Block("run.8.8.2.0.dta", "2+", "500.2");
+  const auto with_scan = [](const std::string& block, const std::string& scan) {
+    std::string text = block;
+    return text.insert(text.find("CHARGE="), "SCANS=" + scan + "\n");
+  };
+  WriteFile(In("run_HCDFT.mgf"), first + third + second + other);
+  const test::ConsoleText console =
+      RunMgf({"--engine", "comet", "--out", Out(), In("run_HCDFT.mgf")});
+  EXPECT_EQ(console.m_out,
+            Out("run_HCDFT.mgf") + "\n" + Out("run_HCDFT_2.mgf") + "\n2 scans, 4 precursors\n");
+  EXPECT_EQ(ReadFile(Out("run_HCDFT.mgf")),
+            with_scan(first, "7") + with_scan(third, "7") + with_scan(other, "8"));
+  EXPECT_EQ(ReadFile(Out("run_HCDFT_2.mgf")), with_scan(second, "7"));
+  EXPECT_EQ(ReadFile(Out("run_HCDFT_2.ids.tsv")),
+            "file\tplace\tsource\trun\tscan\tprecursor\tcharge\tmz\trt_seconds\n"
+            "run_HCDFT_2.mgf\t1\trun_HCDFT.mgf\trun\t7\t2\t2\t651.1\t1234.5000000\n");
+}
+
+TEST_F(MgfCommandTest, DeletesFurtherFilesThatAreNotNeededAnyMore) {
+  const std::string twice =
+      Block("run.7.7.2.0.dta", "2+", "650.3") + Block("run.7.7.2.1.dta", "2+", "651.1");
+  Rewritten("comet", twice);
+  EXPECT_THAT(OutNames(), ElementsAre("run_HCDFT.ids.tsv", "run_HCDFT.mgf", "run_HCDFT_2.ids.tsv",
+                                      "run_HCDFT_2.mgf"));
+  Rewritten("sage", twice);
+  EXPECT_THAT(OutNames(), ElementsAre("run_HCDFT.ids.tsv", "run_HCDFT.mgf"));
+}
+
+TEST_F(MgfCommandTest, LeavesTheOutputOfAnotherRunThatIsCalledLikeAFurtherFile) {
+  WriteFile(In("run_2.mgf"), SmallRun("run_2"));
+  WriteFile(In("run.mgf"), SmallRun("run"));
+  RunMgf({"--engine", "comet", "--out", Out(), In("run_2.mgf")});
+  RunMgf({"--engine", "comet", "--out", Out(), In("run.mgf")});
+  EXPECT_THAT(OutNames(), ElementsAre("run.ids.tsv", "run.mgf", "run_2.ids.tsv", "run_2.mgf"));
+}
+
+TEST_F(MgfCommandTest, RefusesAFurtherFileThatIsTheOutputOfAnotherInput) {
+  WriteFile(In("run_2.mgf"), SmallRun("run_2"));
+  WriteFile(In("run.mgf"),
+            Block("run.7.7.2.0.dta", "2+", "650.3") + Block("run.7.7.2.1.dta", "2+", "651.1"));
+  const std::string message = MessageOf([&] {
+    RunMgf({"--engine", "comet", "--out", Out(), m_directory / "in"});
+  });
+  EXPECT_THAT(message, HasSubstr("Blocks of one scan and charge of " + In("run.mgf") + " go to " +
+                                 Out("run_2.mgf")));
+  EXPECT_THAT(OutNames(), ElementsAre());
+}
+
 TEST_F(MgfCommandTest, GivesXTandemAndSageTheTitleAlone) {
   for (const char* engine : {"xtandem", "sage"})
     EXPECT_EQ(Rewritten(engine, Block("a.b.7.7.2.0.dta", "2+", "650.300000")),

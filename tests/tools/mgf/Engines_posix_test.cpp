@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <map>
+#include <nlohmann/json.hpp>
 #include <regex>
 #include <set>
 #include <sstream>
@@ -138,8 +139,25 @@ class CometTest : public MgfEnginesTest {
     WriteFile(m_directory / "comet.params", Settings(ReadFile(m_directory / "comet.params.new")));
   }
 
-  /// "scan charge peptide" of every match.
+  /// All files that were written for mgf: run.mgf, run_2.mgf, ...
+  [[nodiscard]] std::vector<std::string> FilesOf(const std::string& mgf) const {
+    std::vector<std::string> files{mgf};
+    const std::string base = mgf.substr(0, mgf.size() - 4);
+    for (int number = 2;; ++number) {
+      const std::string further = base + "_" + std::to_string(number) + ".mgf";
+      if (!std::filesystem::exists(m_directory / further)) return files;
+      files.push_back(further);
+    }
+  }
+
+  /// "scan charge peptide" of every match in mgf and the files that belong to it.
   std::multiset<std::string> Search(const std::string& mgf) const {
+    std::multiset<std::string> matches;
+    for (const std::string& file : FilesOf(mgf)) matches.merge(SearchFile(file));
+    return matches;
+  }
+
+  std::multiset<std::string> SearchFile(const std::string& mgf) const {
     Run(m_program, {"-Pcomet.params", "-Nmatches", mgf});
     std::multiset<std::string> matches;
     std::istringstream lines(ReadFile(m_directory / "matches.txt"));
@@ -184,6 +202,84 @@ TEST_F(CometTest, FindsTheSameSpectraUnderTheirScanNumbers) {
   for (const std::string& match : rewritten)
     found[std::stoi(match)].insert(match.substr(match.rfind(' ') + 1));
   ExpectTruePeptides(found);
+}
+
+/// What stands behind a mark in a text, up to an end, as often as it is there.
+std::multiset<std::string> Behind(const std::string& text, const std::string& mark, char end) {
+  std::multiset<std::string> found;
+  for (std::size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at)) {
+    at += mark.size();
+    found.insert(text.substr(at, text.find(end, at) - at));
+  }
+  return found;
+}
+
+TEST_F(CometTest, GivesEachBlockAnIdOfItsOwnInPinAndPepXml) {
+  const std::vector<std::string> files = FilesOf(Rewrite("comet"));
+  ASSERT_GT(files.size(), 1u) << "the run has no scan with two precursors of one charge";
+  std::string parameters = ReadFile(m_directory / "comet.params");
+  for (const char* output : {"output_pepxmlfile", "output_percolatorfile"})
+    parameters =
+        std::regex_replace(parameters, std::regex("\n" + std::string(output) + " *=[^\n]*"),
+                           "\n" + std::string(output) + " = 1");
+  WriteFile(m_directory / "comet.params", parameters);
+  std::vector<std::string> arguments{"-Pcomet.params"};
+  arguments.insert(arguments.end(), files.begin(), files.end());
+  Run(m_program, arguments);
+  std::multiset<std::string> of_pin;
+  std::multiset<std::string> of_pepxml;
+  for (const std::string& file : files) {
+    const std::string base = m_directory / file.substr(0, file.size() - 4);
+    std::istringstream rows(ReadFile(base + ".pin"));
+    std::string row;
+    for (std::getline(rows, row); std::getline(rows, row);) of_pin.insert(CellsOf(row).front());
+    of_pepxml.merge(Behind(ReadFile(base + ".pep.xml"), "<spectrum_query spectrum=\"", '"'));
+  }
+  EXPECT_GT(of_pin.size(), 200u);
+  EXPECT_EQ(std::set<std::string>(of_pin.begin(), of_pin.end()).size(), of_pin.size());
+  EXPECT_GT(of_pepxml.size(), 200u);
+  EXPECT_EQ(std::set<std::string>(of_pepxml.begin(), of_pepxml.end()).size(), of_pepxml.size());
+}
+
+// One search, two files of each part: the same counts, and rows that no other row is called like.
+TEST_F(CometTest, PsmsCountsTheSameInTxtAndPin) {
+  const std::vector<std::string> files = FilesOf(Rewrite("comet"));
+  std::string parameters = ReadFile(m_directory / "comet.params");
+  for (const char* switched_on : {"decoy_search", "output_percolatorfile"})
+    parameters =
+        std::regex_replace(parameters, std::regex("\n" + std::string(switched_on) + " *=[^\n]*"),
+                           "\n" + std::string(switched_on) + " = 1");
+  WriteFile(m_directory / "comet.params", parameters);
+  std::vector<std::string> arguments{"-Pcomet.params"};
+  arguments.insert(arguments.end(), files.begin(), files.end());
+  Run(m_program, arguments);
+  std::map<std::string, nlohmann::json> counts;
+  for (const char* ending : {".txt", ".pin"}) {
+    std::vector<std::string> words{"psms", "--json", "--out", "psms.tsv", "--precursors", "comet"};
+    words.emplace_back("--");
+    for (const std::string& file : files) words.push_back(file.substr(0, file.size() - 4) + ending);
+    const test::ProcessResult result = Execute(test::TestedProgram(TARVEK_TOOLS_PROGRAM), words);
+    ASSERT_EQ(result.m_exit_status, 0) << result.m_err;
+    counts[ending] = nlohmann::json::parse(result.m_out);
+    std::istringstream rows(ReadFile(m_directory / "psms.tsv"));
+    std::set<std::string> ids;
+    std::map<int, std::set<std::string>> found;
+    std::string row;
+    std::size_t count = 0;
+    for (std::getline(rows, row); std::getline(rows, row); ++count) {
+      const std::vector<std::string> cells = CellsOf(row);
+      ids.insert(cells.at(0));
+      found[std::stoi(cells.at(2))].insert(cells.at(19));
+      EXPECT_NE(cells.at(7), "") << "a match without its determined precursor: " << row;
+    }
+    EXPECT_EQ(ids.size(), count);
+    EXPECT_EQ(counts[ending]["matches"], count);
+    EXPECT_EQ(counts[ending]["scans"], found.size());
+    EXPECT_GT(count, found.size()) << "no scan has two peptides";
+    ExpectTruePeptides(found);
+  }
+  for (const char* name : {"spectra", "scans", "matches", "peptides", "proteins"})
+    EXPECT_EQ(counts[".txt"][name], counts[".pin"][name]) << name;
 }
 
 TEST_F(CometTest, LosesTheScanNumbersOfADottedNameThatWasNotRewritten) {
