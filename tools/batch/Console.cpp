@@ -10,6 +10,7 @@
 #include "Platform.h"
 #include "RunRecord.h"
 #include "ScanOverrides.h"
+#include "Threads.h"
 #include "batch/Report.h"
 
 namespace tarvek::tools {
@@ -92,6 +93,15 @@ void SetOrFail(const char* name, const std::string& value) {
     throw "The environment variable " + std::string(name) + " cannot be set";
 }
 
+// The threads of this machine, or those that the environment allows, shared by what runs at the same
+// time.
+void ShareThreads(std::span<const BatchTask> tasks, std::size_t jobs) {
+  const auto to_run = static_cast<std::size_t>(std::ranges::count_if(
+      tasks, [](const BatchTask& task) { return !task.m_is_finished && task.m_refusal.empty(); }));
+  const std::size_t at_once = std::max<std::size_t>(std::min(jobs, to_run), 1);
+  SetOrFail(kThreadsVariable, std::to_string(std::max<std::size_t>(ThreadsAllowed() / at_once, 1)));
+}
+
 }  // namespace
 
 void AddBatchOptions(CLI::App& command, BatchOptions& options) {
@@ -125,6 +135,7 @@ BatchSettings PrepareBatch(const BatchOptions& options) {
 int PerformBatch(std::span<const BatchTask> tasks, const BatchSettings& settings,
                  const BatchStyle& style) {
   NoteStopRequests();
+  ShareThreads(tasks, settings.m_jobs);
   BatchDisplay display(style);
   const std::vector<BatchResult> results =
       RunBatch(tasks, settings, [&](const BatchMoment& moment) { display.Show(moment); });

@@ -174,6 +174,26 @@ TEST_F(RunCommandTest, FindsNothingInTheCurrentDirectory) {
                 kTable + " -O " + here + "/out -L " + here + "/out/batch_logs/r1\n");
 }
 
+TEST_F(RunCommandTest, SharesTheThreadsAmongTheProcesses) {
+  Simulate(3);
+  WriteProgram("echo \"$TARVEK_THREADS\" >>\"$OUT\"; exit 1\n");
+  const auto threads_of = [&](const char* allowed, const char* jobs,
+                              const std::vector<std::string>& inputs) {
+    fs::remove(m_directory / "seen");
+    std::vector<std::string> arguments = {"run",      "--isotope-table", kTable,   "-o", "out",
+                                          "--tarvek", "./fake",          "--jobs", jobs};
+    arguments.insert(arguments.end(), inputs.begin(), inputs.end());
+    ProcessRequest request = test::ToolsRequest(arguments, m_directory.Path());
+    request.m_environment["OUT"] = m_directory / "seen";
+    request.m_environment["TARVEK_THREADS"] = allowed;
+    test::RunProcess(request);
+    return ReadFile(m_directory / "seen");
+  };
+  EXPECT_EQ(threads_of("8", "2", {"in/r1.ms1", "in/r2.ms1", "in/r3.ms1"}), "4\n4\n4\n");
+  EXPECT_EQ(threads_of("8", "2", {"in/r1.ms1"}), "8\n");
+  EXPECT_EQ(threads_of("2", "3", {"in/r1.ms1", "in/r2.ms1", "in/r3.ms1"}), "1\n1\n1\n");
+}
+
 TEST_F(RunCommandTest, RefusesWhatWasFinishedWithOtherSettings) {
   Simulate(1);
   EXPECT_EQ(Run({"in", "-o", "out"}).m_exit_status, 0);
