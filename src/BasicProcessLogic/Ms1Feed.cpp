@@ -18,6 +18,9 @@ constexpr std::size_t kMinScansToAdvance = 11;
 // At the back of the store.
 constexpr std::size_t kNeverPacked = 4 * kWindowScans;
 
+// Empties a list and gives its memory back, which assigning {} does not.
+void Release(std::vector<Peak>& peaks) { std::vector<Peak>().swap(peaks); }
+
 std::size_t BytesOf(const MS1Spectrum& scan) { return scan.m_peaks.size() * sizeof(Peak); }
 
 }  // namespace
@@ -81,7 +84,7 @@ void Ms1Feed::PackOldest() {
     PackedPeaks& packed = m_packed.emplace_back();
     if (scan.m_peaks.empty() || !packed.Pack(scan.m_peaks, m_digits)) continue;
     m_bytes -= BytesOf(scan);
-    scan.m_peaks = {};
+    Release(scan.m_peaks);
   }
 }
 
@@ -99,7 +102,7 @@ void Ms1Feed::UnpackAround(std::int32_t scan_no) {
 }
 
 void Ms1Feed::PackAgain() {
-  for (const std::size_t i : m_opened) m_store[i].m_peaks = {};
+  for (const std::size_t i : m_opened) Release(m_store[i].m_peaks);
   m_opened.clear();
 }
 
