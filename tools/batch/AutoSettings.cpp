@@ -7,6 +7,7 @@
 #include "IsotopeTable.h"
 #include "NumberText.h"
 #include "batch/Plan.h"
+#include "batch/RunInputs.h"
 #include "check/Account.h"
 
 namespace tarvek::tools {
@@ -213,6 +214,7 @@ std::string ChoiceText(const AutoChoice& choice) {
 
 std::vector<AutoChoice> AddFittingSettings(const std::string& path, ParameterTable& table) {
   if (table.contains("isolation_width") && table.contains("charge_range")) return {};
+  if (InputFormatOf(path) == "mgf") return {};  // nothing is determined from it
   std::vector<AutoChoice> choices = ChooseSettings(LookAtInput(path));
   std::erase_if(choices, [&](const AutoChoice& choice) { return table.contains(choice.m_key); });
   for (const AutoChoice& choice : choices) table[choice.m_key] = choice.m_value;

@@ -27,7 +27,7 @@ std::vector<AutoChoice> ChooseSettings(const InputLook& look);
 std::string ChoiceText(const AutoChoice& choice);
 
 /// Puts what fits the input path into table, but for the keys that are there, and returns what was
-/// chosen. A key that is there gives no choice.
+/// chosen. A key that is there gives no choice, and an MGF input none at all.
 std::vector<AutoChoice> AddFittingSettings(const std::string& path, ParameterTable& table);
 
 }  // namespace tarvek::tools

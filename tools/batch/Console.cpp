@@ -124,9 +124,11 @@ void AddBatchOptions(CLI::App& command, BatchOptions& options) {
   command.add_flag(
       "--auto", options.m_is_auto,
       "Choose width and charges for each input by what it declares; what is named wins");
-  command.add_option_function<std::string>(
-      "--preset", [&options](const std::string& name) { options.m_preset = TakePreset(name); },
-      "Settings for a kind of run, as velos, qe, lumos, topdown, lipid or n15; help lists them");
+  command
+      .add_option_function<std::string>(
+          "--preset", [&options](const std::string& name) { options.m_preset = TakePreset(name); },
+          "Settings for a kind of run; help lists what is installed")
+      ->type_name("NAME:{lipid,lumos,n15,qe,topdown,velos,help}");
   command.add_flag("-q,--quiet", options.m_is_quiet,
                    "Show only warnings, failures and the last line");
 }

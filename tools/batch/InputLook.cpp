@@ -198,8 +198,7 @@ InputLook LookAtInput(const std::string& path) {
     else if (format == "ms1")
       LookAtText(path, look);
     else
-      look.m_why_nothing = format == "mgf" ? "MGF holds no surveys to determine anything from"
-                                           : "only its converter reads the file";
+      look.m_why_nothing = "only its converter reads the file";
   } catch (const std::string& message) {
     look = {};
     look.m_why_nothing = "the file cannot be read: " + message.substr(0, message.find('\n'));

@@ -143,6 +143,12 @@ TEST(AutoSettings, LeaveWhatIsNamed) {
   EXPECT_THAT(table, ElementsAre(Pair("charge_range", "2t6"), Pair("isolation_width", "7")));
 }
 
+TEST(AutoSettings, ChooseNothingForMgf) {
+  ParameterTable table;
+  EXPECT_TRUE(AddFittingSettings("run.mgf", table).empty());
+  EXPECT_TRUE(table.empty());
+}
+
 TEST(Spacings, TellTheChargesOfEnvelopes) {
   std::map<std::int32_t, std::int64_t> spacings;
   // Charge 2 from 500, charge 1 from 700 (two isotopes), a peak alone.

@@ -166,6 +166,16 @@ TEST_F(AutoTest, EveryPresetIsAParameterFileWithoutAFinding) {
   EXPECT_EQ(presets, 6);
 }
 
+TEST_F(AutoTest, TheHelpNamesTheInstalledPresets) {
+  std::string names;
+  for (const char* name : {"lipid", "lumos", "n15", "qe", "topdown", "velos"}) {
+    EXPECT_TRUE(fs::exists(std::string(TARVEK_SOURCE_DIR "/data/presets/") + name + ".cfg"))
+        << name;
+    names += std::string(name) + ",";
+  }
+  EXPECT_THAT(Tools({"run", "--help"}).m_out, HasSubstr("--preset NAME:{" + names + "help}"));
+}
+
 TEST_F(AutoTest, IsQuietButForWarningsFailuresAndTheLastLine) {
   Simulate("r1", {"--isolation-width", "4"});
   Simulate("r2", {"--isolation-width", "4"});
