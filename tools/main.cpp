@@ -14,6 +14,7 @@
 #include "StringUtils.h"
 #include "batch/Command.h"
 #include "batch/RunCommand.h"
+#include "batch/SettingsCommand.h"
 #include "calibrate/Command.h"
 #include "check/Command.h"
 #include "features/Command.h"
@@ -112,6 +113,7 @@ int Run(int argc, const char* const* argv) {
                          "Print name and version");
     app.allow_windows_style_options(false);  // a path may begin with '/' on every system
     tarvek::tools::AddRunCommand(app);
+    tarvek::tools::AddSettingsCommand(app);
     tarvek::tools::AddCheckCommand(app);
     tarvek::tools::AddIpvCommand(app);
     tarvek::tools::AddSimulateCommand(app);

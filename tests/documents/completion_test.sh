@@ -24,7 +24,7 @@ expect() {
   }
 }
 
-expect _tarvek_tools "score simulate" "$tools" s
+expect _tarvek_tools "score settings simulate" "$tools" s
 expect _tarvek_tools "check" "$tools" ch
 expect _tarvek_tools "run" "$tools" ru
 expect _tarvek_tools "--activation --again --analyser --auto" "$tools" run --a

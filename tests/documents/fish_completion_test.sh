@@ -22,7 +22,7 @@ expect() {
   }
 }
 
-expect "score simulate" "tarvek-tools s"
+expect "score settings simulate" "tarvek-tools s"
 expect "check" "tarvek-tools ch"
 expect "--version" "tarvek-tools --v"
 expect "--activation --again --analyser --auto" "tarvek-tools run --a"

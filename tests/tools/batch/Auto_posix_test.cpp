@@ -140,6 +140,20 @@ TEST_F(AutoTest, WritesTheIsotopeTableOfLabelledPeptides) {
   EXPECT_EQ(again.m_exit_status, 0);
 }
 
+TEST_F(AutoTest, PrintsTheSettingsAndStartsNothing) {
+  Simulate("r", {"--isolation-width", "4"});
+  const ProcessResult reasons = Tools({"settings", "--auto", "--charges", "1-3", "in"});
+  EXPECT_EQ(reasons.m_exit_status, 0);
+  EXPECT_EQ(reasons.m_out,
+            "in/r.mzML: -W 4, since all 60 MS2 scans declare 4 m/z\n"
+            "in/r.mzML: -c 1t3, since it is named\n");
+  EXPECT_EQ(Tools({"settings", "--auto", "--preset", "n15", "--options", "in"}).m_out,
+            "-W 4 -c 2t6 -M 5\n");
+  EXPECT_EQ(Tools({"settings", "--width", "2.0", "--charges", "-3t-1", "--options", "in"}).m_out,
+            "-W 2.0 -c -3t-1\n");
+  EXPECT_FALSE(fs::exists(m_directory / "in/batch_logs"));
+}
+
 TEST_F(AutoTest, ListsThePresetsAndNamesThemForAWrongName) {
   const ProcessResult list = Tools({"run", "--preset", "help"});
   EXPECT_EQ(list.m_exit_status, 0);
