@@ -1,9 +1,8 @@
 #include "batch/Presets.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <map>
-#include <system_error>
+#include <string_view>
 #include <vector>
 
 #include "FileUtils.h"
@@ -33,12 +32,10 @@ std::string PurposeOf(const std::string& path) {
 /// Name to path.
 std::map<std::string, std::string> Presets() {
   std::map<std::string, std::string> presets;
-  std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator(PresetFolder(), error)) {
-    const std::string name = entry.path().filename().string();
+  for (const std::string& name :
+       ListDirectoryNames(PresetFolder()).value_or(std::vector<std::string>()))
     if (name.ends_with(kPresetEnding))
       presets[name.substr(0, name.rfind('.'))] = JoinPath({PresetFolder(), name});
-  }
   if (presets.empty()) throw "There are no presets in " + PresetFolder();
   return presets;
 }
