@@ -11,6 +11,7 @@
 #include "RunRecord.h"
 #include "ScanOverrides.h"
 #include "Threads.h"
+#include "batch/Presets.h"
 #include "batch/Report.h"
 
 namespace tarvek::tools {
@@ -42,6 +43,10 @@ class BatchDisplay {
  public:
   explicit BatchDisplay(const BatchStyle& style) : m_style(style) {}
 
+  void ShowChoices(std::span<const BatchTask> tasks) {
+    if (!m_style.m_is_quiet) std::cout << ChoiceLines(tasks) << std::flush;
+  }
+
   void Show(const BatchMoment& moment) {
     if (moment.m_ended != nullptr) ShowEnd(moment);
     if (StopRequested() && !m_said_stop) {
@@ -54,8 +59,10 @@ class BatchDisplay {
 
   void ShowSummary(std::span<const BatchTask> tasks, std::span<const BatchResult> results) {
     if (m_is_terminal) GlobalLogger().ShowStatus({});
-    if (!m_style.m_is_quiet)
-      std::cout << BatchSummary(tasks, results, MonotonicMilliseconds() - m_start_ms) << std::flush;
+    const std::int64_t elapsed_ms = MonotonicMilliseconds() - m_start_ms;
+    std::cout << (m_style.m_is_quiet ? QuietSummary(tasks, results, elapsed_ms)
+                                     : BatchSummary(tasks, results, elapsed_ms))
+              << std::flush;
     if (StopRequested() && !std::ranges::all_of(results, IsDone))
       SayError("Stopped. The same command goes on with the files that are not done");
   }
@@ -88,6 +95,12 @@ class BatchDisplay {
   std::int64_t m_start_ms = MonotonicMilliseconds();
 };
 
+/// The settings of an installed preset; "help" lists those that there are and ends the program.
+ParameterTable TakePreset(const std::string& name) {
+  if (name == "help") throw CLI::CallForVersion(PresetList(), 0);
+  return ReadPreset(name);
+}
+
 void SetOrFail(const char* name, const std::string& value) {
   if (!value.empty() && !SetEnvironment(name, value))
     throw "The environment variable " + std::string(name) + " cannot be set";
@@ -118,6 +131,16 @@ void AddBatchOptions(CLI::App& command, BatchOptions& options) {
       .add_option("--activation", options.m_activation,
                   "Activation of all MS2 scans, whatever the files say")
       ->check(CLI::IsMember({"HCD", "CID", "ETD", "ETHCD", "ETCID"}));
+  command.add_flag(
+      "--auto", options.m_is_auto,
+      "Choose width and charges for each input by what it declares; what is named wins");
+  command
+      .add_option_function<std::string>(
+          "--preset", [&options](const std::string& name) { options.m_preset = TakePreset(name); },
+          "Settings for a kind of run; help lists what is installed")
+      ->type_name("NAME:{lipid,lumos,n15,qe,topdown,velos,help}");
+  command.add_flag("-q,--quiet", options.m_is_quiet,
+                   "Show only warnings, failures and the last line");
 }
 
 BatchSettings PrepareBatch(const BatchOptions& options) {
@@ -137,6 +160,7 @@ int PerformBatch(std::span<const BatchTask> tasks, const BatchSettings& settings
   NoteStopRequests();
   ShareThreads(tasks, settings.m_jobs);
   BatchDisplay display(style);
+  display.ShowChoices(tasks);
   const std::vector<BatchResult> results =
       RunBatch(tasks, settings, [&](const BatchMoment& moment) { display.Show(moment); });
   display.ShowSummary(tasks, results);
