@@ -14,9 +14,11 @@
 #include "features/Command.h"
 #include "ipv/Command.h"
 #include "mgf/Command.h"
+#include "mzml/Command.h"
 #include "report/Command.h"
 #include "score/Command.h"
 #include "simulate/Command.h"
+#include "table/Command.h"
 
 namespace {
 
@@ -49,6 +51,8 @@ int Run(int argc, const char* const* argv) {
     tarvek::tools::AddBatchCommand(app);
     tarvek::tools::AddReportCommand(app);
     tarvek::tools::AddCalibrateCommand(app);
+    tarvek::tools::AddTableCommand(app);
+    tarvek::tools::AddMzmlCommand(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
   } catch (const char* message) {  // of the parameters of tarvek
