@@ -2,20 +2,17 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 
 #include "EvidenceTable.h"
 #include "NumberText.h"
 #include "PrecursorTable.h"
 #include "PrecursorTableReader.h"
 #include "RunRecord.h"
+#include "outputs/SameIon.h"
 #include "report/Files.h"
 
 namespace tarvek::tools {
 namespace {
-
-// Two m/z of six decimals, of which one was corrected and rounded again.
-constexpr double kSameMz = 1.6e-6;
 
 template <class Scans>
 auto FindScan(Scans& scans, std::int32_t scan_no) {
@@ -67,12 +64,10 @@ bool RunPrecursors::IsKept(const Scan& scan, double rt_s, std::size_t ions) cons
   if (m_is_joint) return !scan.m_has_evidence;
   if (scan.m_count == 0) return true;
   if (scan.m_declared.m_mz <= 0.0 || scan.m_count != std::max<std::size_t>(ions, 1)) return false;
-  double declared_mz = scan.m_declared.m_mz;
+  Precursor declared = scan.m_declared;
   if (m_correction && m_correction->IsOn())
-    declared_mz = WithoutBias(declared_mz, m_correction->SurveyPpm(rt_s));
-  const Precursor& first = m_precursors[scan.m_first];
-  return std::abs(first.m_charge) == std::abs(scan.m_declared.m_charge) &&
-         std::fabs(std::fabs(first.m_mz) - declared_mz) < kSameMz;
+    declared.m_mz = WithoutBias(declared.m_mz, m_correction->SurveyPpm(rt_s));
+  return IsSameIon(m_precursors[scan.m_first], declared);
 }
 
 }  // namespace tarvek::tools

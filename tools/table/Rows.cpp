@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
-#include <map>
 #include <span>
 #include <unordered_map>
 #include <utility>
@@ -13,14 +12,12 @@
 #include "FileUtils.h"
 #include "InstrumentFile.h"
 #include "MsTextReader.h"
-#include "NumberText.h"
 #include "PfReader.h"
 #include "PrecursorTableReader.h"
 #include "SpectrumRecords.h"
-#include "outputs/RunOutcome.h"
+#include "outputs/SameIon.h"
 #include "outputs/SpectrumNumbers.h"
 #include "report/Content.h"
-#include "report/Data.h"
 #include "report/Files.h"
 #include "report/Purity.h"
 #include "score/IsotopeShift.h"
@@ -29,7 +26,6 @@ namespace tarvek::tools {
 namespace {
 
 constexpr double kSecondsPerMinute = 60.0;
-constexpr int kMzDecimals = 6;  // of the tables
 
 Precursor WithoutSigns(const Precursor& precursor) {
   return {std::fabs(precursor.m_mz), std::abs(precursor.m_charge)};
@@ -92,10 +88,6 @@ Evidence ReadEvidence(const std::string& path) {
   EvidenceReader reader(path);
   for (EvidenceRow row; reader.Next(row);) evidence[row.m_scan_no].push_back(row);
   return evidence;
-}
-
-bool IsSameInTable(const Precursor& a, const Precursor& b) {
-  return a.m_charge == b.m_charge && Fixed(a.m_mz, kMzDecimals) == Fixed(b.m_mz, kMzDecimals);
 }
 
 double NeutralMass(const Precursor& precursor) {
@@ -180,12 +172,10 @@ class RowReader {
   }
 
   [[nodiscard]] bool IsKept(const PrecursorRow& read, const Precursor& declared) const {
-    std::vector<Precursor> exported;
-    for (const Precursor& precursor : read.m_determined)
-      exported.push_back(WithoutSigns(precursor));
     const InputScan* const input = m_content.InputOf(read.m_scan_no);
-    return input != nullptr ? IsKeptAsDeclared(exported, input->m_declared)
-                            : IsKeptAsDeclared(exported, {&declared, 1});
+    return input != nullptr
+               ? std::ranges::equal(read.m_determined, input->m_declared, IsSameIon)
+               : std::ranges::equal(read.m_determined, std::span(&declared, 1), IsSameIon);
   }
 
   void AppendRows(const PrecursorRow& read, std::vector<PrecursorFact>& rows) const {
@@ -224,7 +214,7 @@ class RowReader {
     const auto found = m_evidence->find(row.m_scan_no);
     if (found == m_evidence->end()) return;
     for (const EvidenceRow& evidence : found->second)
-      if (IsSameInTable(evidence.m_precursor, precursor)) {
+      if (IsSameIon(evidence.m_precursor, precursor)) {
         row.m_probability = evidence.m_evidence.m_probability;
         row.m_share = evidence.m_evidence.m_share;
         return;

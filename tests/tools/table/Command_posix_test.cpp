@@ -14,6 +14,7 @@
 #include "RunRecord.h"
 #include "TestSupport.h"
 #include "ToolsProgram.h"
+#include "calibrate/Calibration.h"
 #include "report/ReportTestRun.h"
 #include "table/Rows.h"
 
@@ -160,6 +161,24 @@ TEST_F(TableCommand, TakesProbabilityAndShareOfAJointRun) {
   EXPECT_EQ(rows.at(1).at("origin"), "declared");  // a joint run gives every other a row
   EXPECT_EQ(rows.at(3).at("probability"), "");
   EXPECT_EQ(rows.at(4).at("probability"), "0.5000");
+}
+
+// 800 less 5 ppm is 799.996000; the correction of a run that was rounded twice may give 799.996001.
+TEST_F(TableCommand, ComparesACalibratedRunWithCorrectedDeclaredPrecursors) {
+  WriteFile(m_directory / "hand.csv", std::string(kTableHeader) +
+                                          "CID, IT, 7, 800.000000, 3, 1, 1, 799.996001, 3, \n"
+                                          "CID, IT, 8, 800.000000, 3, 1, 1, 799.998000, 3, \n");
+  RunRecord record;
+  Calibration calibration;
+  calibration.m_surveys_by_time.m_knots = {{0.0, 5.0}};
+  AddCalibration(calibration, record);
+  WriteRunRecord(m_directory / "hand.tarvek", record);
+  const std::vector<Cells> rows = RowsOf({"hand"});
+  EXPECT_EQ(rows.at(0).at("declared_mz"), "800.000000");
+  EXPECT_EQ(rows.at(0).at("origin"), "declared");
+  EXPECT_EQ(rows.at(0).at("ppm_error"), "0.001");
+  EXPECT_EQ(rows.at(1).at("origin"), "determined");
+  EXPECT_EQ(rows.at(1).at("ppm_error"), "2.500");
 }
 
 TEST_F(TableCommand, GivesNegativeIonsAMassAndNoSignOfMz) {
