@@ -20,10 +20,12 @@
 #include "features/Command.h"
 #include "ipv/Command.h"
 #include "mgf/Command.h"
+#include "mzml/Command.h"
 #include "psms/Command.h"
 #include "report/Command.h"
 #include "score/Command.h"
 #include "simulate/Command.h"
+#include "table/Command.h"
 
 namespace {
 
@@ -125,6 +127,8 @@ int Run(int argc, const char* const* argv) {
     tarvek::tools::AddBatchCommand(app);
     tarvek::tools::AddReportCommand(app);
     tarvek::tools::AddCalibrateCommand(app);
+    tarvek::tools::AddTableCommand(app);
+    tarvek::tools::AddMzmlCommand(app);
     return Parse(app, argc, argv);
   } catch (const char* message) {  // of the parameters of tarvek
     return Fail(message);
