@@ -11,6 +11,7 @@
 #include "batch/RunCommand.h"
 #include "calibrate/Command.h"
 #include "check/Command.h"
+#include "explain/Command.h"
 #include "features/Command.h"
 #include "ipv/Command.h"
 #include "mgf/Command.h"
@@ -48,6 +49,7 @@ int Run(int argc, const char* const* argv) {
     tarvek::tools::AddMgfCommand(app);
     tarvek::tools::AddBatchCommand(app);
     tarvek::tools::AddReportCommand(app);
+    tarvek::tools::AddExplainCommand(app);
     tarvek::tools::AddCalibrateCommand(app);
     CLI11_PARSE(app, argc, argv);
     return 0;
