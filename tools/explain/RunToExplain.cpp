@@ -74,6 +74,14 @@ void AddOverride(const RunRecord& record, std::string_view key, const char* vari
       overrides);
 }
 
+/// Says nothing of its progress, which would stand among what is printed.
+class QuietTextSource final : public TextSpectrumSource {
+ public:
+  explicit QuietTextSource(const std::string& ms1_path)
+      : TextSpectrumSource(ms1_path, Ms2Path(ms1_path), TakeSilently) {}
+  [[nodiscard]] std::int32_t ReportedMs1Count() const override { return 0; }
+};
+
 }  // namespace
 
 SpectraPaths FindSpectra(const std::string& base_path, const std::string& input) {
@@ -172,9 +180,7 @@ void RunToExplain::Extract() {
 }
 
 std::unique_ptr<SpectrumSource> RunToExplain::Open() const {
-  if (!m_spectra.m_ms1.empty())
-    return std::make_unique<TextSpectrumSource>(m_spectra.m_ms1, Ms2Path(m_spectra.m_ms1),
-                                                TakeSilently);
+  if (!m_spectra.m_ms1.empty()) return std::make_unique<QuietTextSource>(m_spectra.m_ms1);
   return std::make_unique<BinarySpectrumSource>(m_spectra.m_msb_base, TakeSilently);
 }
 

@@ -129,9 +129,10 @@ class ScanPacker {
     m_index["minute"].push_back(Thousandths(explained.m_rt_s / 60.0));
     m_index["mz"].push_back(Thousandths(explained.m_centre_mz));
     m_index["count"].push_back(explained.m_determined.size());
-    m_index["best"].push_back(explained.m_determined.empty()
-                                  ? ordered_json(nullptr)
-                                  : ordered_json(Thousandths(explained.m_determined.front().m_score)));
+    m_index["best"].push_back(
+        explained.m_determined.empty()
+            ? ordered_json(nullptr)
+            : ordered_json(Thousandths(explained.m_determined.front().m_score)));
     m_index["change"].push_back(ChangeOf(explained, kToleranceOfChangePpm));
     m_index["others"].push_back(Hundredths(ShareOfOthers(explained)));
   }

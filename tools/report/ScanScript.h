@@ -35,22 +35,25 @@ inline constexpr const char* kScanStyle = R"css(
 .expected.declared { fill: none; stroke-dasharray: 3 2; }
 .follow { fill: none; stroke: var(--ion); stroke-width: 2; stroke-linejoin: round; }
 .follow.declared { stroke-dasharray: 4 3; stroke-width: 1.3; }
-svg .ion { fill: var(--ion); font-weight: 600; }
+svg .ion { fill: var(--ion); font-weight: 600; paint-order: stroke; stroke: var(--card); stroke-width: 4px;
+  stroke-linejoin: round; }
 tr.kept td { font-weight: 600; }
 tr.kept td:first-child { box-shadow: inset 3px 0 0 var(--s1); }
 td.reason { min-width: 15em; }
 kbd { font: inherit; font-size: .82em; border: 1px solid var(--rule); border-radius: 4px; padding: 0 5px; }
 @media (max-width: 520px) { main { padding: 18px 10px 32px; } .card { padding: 12px 10px; }
-  th, td { padding: 6px 7px; } .keys { display: none; } }
+  th, td { padding: 6px 6px; } .keys { display: none; } td.reason { min-width: 11em; } .find input { order: 1; }
+  .find select { flex: 1; min-width: 0; } }
 )css";
 
-inline constexpr const char* kScanBody = R"html(<p class="lead" id="lead">Reading the page &#8230;</p>
+inline constexpr const char* kScanBody =
+    R"html(<p class="lead" id="lead">Reading the page &#8230;</p>
 <noscript><p>The scans are drawn by a script, which this browser does not run.</p></noscript>
 <form class="find" id="find" role="search">
 <button type="button" id="back" aria-label="previous scan">&#8592;</button>
 <button type="button" id="on" aria-label="next scan">&#8594;</button>
 <input id="query" type="search" autocomplete="off" aria-label="find a scan"
- placeholder="scan 1234, 20.5 min or 500.25 m/z">
+ placeholder="scan 123, 20.5 min, 500.25 m/z">
 <select id="list" aria-label="list of scans">
 <option value="all">all scans in order</option>
 <option value="sure">ten most certain</option>
@@ -136,13 +139,13 @@ function textAt(svg, css, x, y, anchor, text) {
 
 function drawSurvey(scan, wide) {
   var svg = frame('The survey around the isolation window', wide, wide < 520 ? 300 : 360, 54), box = svg.box;
-  var low = scan.low_mz - 2.5, high = scan.high_mz + 2.5, top = 1;
-  scan.peaks.forEach(function (p) { top = Math.max(top, p[1]); });
+  var beyond = wide < 520 ? 1.2 : 2.5, low = scan.low_mz - beyond, high = scan.high_mz + beyond, top = 1;
+  var inside = function (mz) { return mz >= low && mz <= high; };
+  scan.peaks.forEach(function (p) { if (inside(p[0])) top = Math.max(top, p[1]); });
   var ions = scan.determined.concat(scan.declared);
   ions.forEach(function (ion) { ion.expected.forEach(function (y) { top = Math.max(top, y); }); });
   var x = function (mz) { return box.left + (mz - low) / (high - low) * (box.right - box.left); };
   var y = function (v) { return box.bottom - v / (top * 1.08) * (box.bottom - box.top); };
-  var inside = function (mz) { return mz >= low && mz <= high; };
   svg.appendChild(svgElement('rect', { class: 'window', x: x(scan.low_mz).toFixed(1), y: box.top,
     width: (x(scan.high_mz) - x(scan.low_mz)).toFixed(1), height: box.bottom - box.top }));
   var rows = steps(0, top * 1.08, 4);
@@ -208,18 +211,18 @@ function drawElution(scan, wide) {
   });
   lineOf(svg, 'edge', x(4), box.top, x(4), box.bottom);
   textAt(svg, 'label', x(4), box.top - 6, 'middle', 'survey ' + scan.survey);
-  var ions = scan.declared.concat(scan.determined), offset = scan.declared.length;
+  var ions = scan.determined.concat(scan.declared);
   ions.forEach(function (ion, i) {
     var top = Math.max.apply(null, ion.elution), way = '', before = false;
     if (!(top > 0)) return;
-    var css = i < offset ? 'declared' : colour(i - offset);
+    var css = i < scan.determined.length ? colour(i) : 'declared';
     ion.elution.forEach(function (v, p) {
       if (scan.surveys[p][0] === 0) { before = false; return; }
       way += (before ? 'L' : 'M') + x(p).toFixed(1) + ' ' + y(100 * v / top).toFixed(1);
       before = true;
     });
     var line = svgElement('path', { class: 'follow ' + css, d: way });
-    put(line, svgElement('title', {}, (i < offset ? 'declared' : letter(i - offset)) + ', highest sum of isotopes ' + height(top)));
+    put(line, svgElement('title', {}, (css === 'declared' ? css : letter(i)) + ', highest sum of isotopes ' + height(top)));
     svg.appendChild(line);
   });
   lineOf(svg, 'axis', box.left, box.bottom, box.right, box.bottom);
@@ -250,20 +253,23 @@ function tableOf(heads, rows, css) {
 function named(css, text) {
   return put(element('span'), element('span', { class: 'swatch ' + css }), document.createTextNode(text));
 }
+function narrow() { return window.innerWidth <= 520; }
+function minus(text) { return text.replace('-', '\u2212'); }
 function precursors(scan) {
+  var digits = narrow() ? 4 : 5;
   var rows = scan.determined.map(function (ion, i) {
-    return [named(colour(i), letter(i)), ion.mz.toFixed(5), charge(ion.charge), ion.score.toFixed(3), (100 * ion.share).toFixed(0) + ' %'];
+    return [named(colour(i), letter(i)), ion.mz.toFixed(digits), charge(ion.charge), minus(ion.score.toFixed(3)), (100 * ion.share).toFixed(0) + ' %'];
   });
   scan.declared.forEach(function (ion) {
-    rows.push([named('declared', 'declared'), ion.mz.toFixed(5), charge(ion.charge), '\u2013', '\u2013']);
+    rows.push([named('declared', narrow() ? 'decl.' : 'declared'), ion.mz.toFixed(digits), charge(ion.charge), '\u2013', '\u2013']);
   });
-  return tableOf([['', false], ['m/z', true], ['charge', true], [about.is_joint ? 'probability' : 'score', true], ['of window', true]], rows);
+  return tableOf([['', false], ['m/z', true], [narrow() ? 'z' : 'charge', true], [about.is_joint ? narrow() ? 'prob.' : 'probability' : 'score', true], [narrow() ? 'share' : 'of window', true]], rows);
 }
 function candidates(scan) {
-  var heads = [['m/z', true], ['charge', true], [about.is_joint ? 'prob.' : 'score', true], ['why', false, 'reason']];
+  var heads = [['m/z', true], [narrow() ? 'z' : 'charge', true], [about.is_joint ? 'prob.' : 'score', true], ['why', false, 'reason']];
   about.features.forEach(function (name) { heads.push([name.replace(/_/g, ' '), true]); });
   return tableOf(heads, scan.candidates.map(function (one) {
-    var cells = [one.mz.toFixed(4), charge(one.charge), one.score === null ? '\u2013' : one.score.toFixed(3), one.reason];
+    var cells = [one.mz.toFixed(4), charge(one.charge), one.score === null ? '\u2013' : minus(one.score.toFixed(3)), one.reason];
     about.features.forEach(function (_, i) { cells.push(i < one.features.length ? String(+one.features[i].toFixed(3)) : '\u2013'); });
     cells.css = one.kept ? 'kept' : '';
     return cells;
@@ -279,7 +285,7 @@ function draw() {
   var scan = shown, home = byId('scan');
   if (!scan) return;
   home.textContent = '';
-  var wide = Math.max(300, Math.min(1160, home.clientWidth - (window.innerWidth <= 520 ? 22 : 38)));
+  var wide = Math.max(300, Math.min(1160, home.clientWidth - (narrow() ? 22 : 38)));
   var head = put(element('section', { class: 'card' }), element('h2', {}, 'Scan ' + scan.scan),
     element('p', { class: 'lead' }, 'minute ' + (scan.rt_seconds / 60).toFixed(2) + ', ' + scan.activation + ' ' + scan.analyser +
       ', window ' + scan.low_mz.toFixed(3) + ' to ' + scan.high_mz.toFixed(3) + ' m/z, survey ' + scan.survey +

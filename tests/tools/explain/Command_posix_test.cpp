@@ -339,6 +339,14 @@ TEST_F(ExplainCommand, NamesWhatIsNotThere) {
   EXPECT_THAT(Err(), HasSubstr("name a scan: its number, --time or --mz"));
 }
 
+// The store of surveys is filled without a word of its progress.
+TEST_F(ExplainCommand, PrintsNothingButJsonOfALongRun) {
+  MakeRun("", "", "--seed 3 --ms2 7200");
+  const std::vector<Row> rows = RowsOf(m_directory / "out/run.csv");
+  const json scan = Explained("out/run " + std::to_string(rows.back().m_scan) + " --input .");
+  EXPECT_TRUE(scan["agrees_with_table"].get<bool>());
+}
+
 // Runs of several instruments, whatever they were processed with: the repeated determination is that of
 // the table in every scan.
 TEST_F(ExplainCommand, ExplainsARealRun) {
