@@ -240,9 +240,8 @@ void Explainer::Determine(const RunToExplain::ScanInRun& in_run, Explanation& ex
   if (!CanDetermine(in_run.m_source, in_run.m_store, scan)) {
     explained.m_outcome = "declared precursor kept: without a declared charge none is determined";
   } else if (!has_survey) {
-    explained.m_outcome = "declared precursor kept: its survey " +
-                          std::to_string(scan.m_precursor_scan) +
-                          " is not among the surveys of high resolution";
+    explained.m_outcome =
+        "declared precursor kept: its survey is not among those of high resolution";
     explained.m_exported = scan.m_orig_precursors;
   } else {
     if (explained.m_is_joint)
@@ -336,6 +335,7 @@ void Explainer::CompareWithTable(Explanation& explained) const {
 std::vector<std::string> FeatureNames(bool is_joint) {
   if (is_joint) return {joint::kFeatureNames.begin(), joint::kFeatureNames.end()};
   std::vector<std::string> names;
+  names.reserve(kFeatureColumns.size());
   for (const FeatureColumn& column : kFeatureColumns) names.emplace_back(column.m_name);
   return names;
 }

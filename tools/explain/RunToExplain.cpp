@@ -54,8 +54,7 @@ std::string TemporaryFolder() {
 std::string NewTemporaryFolder() {
   const std::int64_t start = MonotonicMilliseconds();
   for (std::int64_t number = start; number < start + 1000; ++number) {
-    const std::string path =
-        JoinPath({TemporaryFolder(), "tarvek-explain-" + std::to_string(number)});
+    std::string path = JoinPath({TemporaryFolder(), "tarvek-explain-" + std::to_string(number)});
     if (PathExists(path)) continue;
     MakeDirectory(path);
     return path;

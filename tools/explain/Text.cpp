@@ -108,8 +108,13 @@ std::string PeakLine(const WindowPeak& peak, const Explanation& e) {
   return text + "\n";
 }
 
+bool HasNoSurvey(const Explanation& e) {
+  return std::ranges::none_of(e.m_surveys, [](const SurveyTime& one) { return one.m_scan_no > 0; });
+}
+
 // The peaks in ascending m/z with the edges between them.
 std::string Survey(const Explanation& e) {
+  if (HasNoSurvey(e)) return "\nIts survey is not there.\n";
   if (e.m_peaks.empty()) return "\nThe survey holds no peak in or near the window.\n";
   std::string text =
       "\nSurvey " + std::to_string(e.m_survey_no) +
@@ -141,8 +146,7 @@ std::string ElutionLine(const std::string& label, const IonEnvelope& ion) {
 }
 
 std::string Elution(const Explanation& e) {
-  if (std::ranges::none_of(e.m_surveys, [](const SurveyTime& one) { return one.m_scan_no > 0; }))
-    return {};
+  if (HasNoSurvey(e)) return {};
   std::string text =
       "\nElution over the ten surveys, per cent of the highest sum of the isotopes\n  " +
       Left("survey", 10);

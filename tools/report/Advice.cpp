@@ -21,9 +21,10 @@ constexpr double kMostAtLimit = 0.08;  // share of precursors with the highest c
 constexpr double kMostDeclaredBeyond =
     0.03;  // share of scans whose declared charge is not asked for
 constexpr double kMostPrecursorsPerScan = 6.0;
-constexpr double kMostKept = 0.4;       // share of scans for which nothing was determined
-constexpr double kMostWrong = 0.1;      // expected share of wrong precursors
-constexpr double kThresholdStep = 0.3;  // of a score
+constexpr double kMostKept = 0.4;    // share of scans for which nothing was determined
+constexpr double kMostWrong = 0.35;  // expected share of wrong precursors
+constexpr double kHigherProbability = 0.5;
+constexpr double kLeastNearly = 0.25;  // share of those scans that a lower threshold would help
 constexpr double kLargestMedianPpm = 3.0;
 constexpr double kMostLeftOut = 0.05;
 
@@ -152,13 +153,36 @@ void AdviseCharges(const RunReport& report, std::vector<Advice>& advice) {
 
 std::string ThresholdWords(double threshold) { return "-t " + Fixed(threshold, 2); }
 
+// Many scans for which nothing was determined: a lower threshold, where candidates come near it.
+void AdviseKept(const RunReport& report, double threshold, double share,
+                std::vector<Advice>& advice) {
+  const ScanPageOutcome& page = report.m_scan_page;
+  const std::string seen =
+      "For " + PercentText(share) +
+      " of the scans nothing was determined and the declared precursor was kept";
+  if (page.m_kept == 0) {
+    advice.push_back({"threshold", ThresholdWords(threshold - kThresholdStep), seen + "."});
+  } else if (Share(page.m_nearly, page.m_kept) >= kLeastNearly) {
+    advice.push_back({"threshold", ThresholdWords(threshold - kThresholdStep),
+                      seen + "; " + CountText(page.m_nearly) + " of " + CountText(page.m_kept) +
+                          " have a candidate so little below the threshold."});
+  } else {
+    advice.push_back({"kept",
+                      "tarvek-tools explain RUN " + std::to_string(page.m_kept_scan) +
+                          " says more of one of the scans without a determined precursor.",
+                      seen + ", and a lower threshold would not help: " + page.m_why_kept + "."});
+  }
+}
+
 void AdviseThreshold(const RunReport& report, std::vector<Advice>& advice) {
   if (report.m_joint) {
     const double wrong =
         report.m_joint->m_precursors == 0
             ? 0.0
             : report.m_joint->m_doubts / static_cast<double>(report.m_joint->m_precursors);
-    if (report.m_joint->m_precursors >= kPrecursorsToJudge && wrong > kMostWrong)
+    const double threshold = NumberOf(report, "joint").value_or(0.0);
+    if (report.m_joint->m_precursors >= kPrecursorsToJudge && wrong > kMostWrong &&
+        threshold < kHigherProbability)
       advice.push_back(
           {"threshold", "--probability 0.5 (of tarvek-tools run --joint)",
            "By their probabilities " + PercentText(wrong) + " of the precursors are wrong."});
@@ -174,10 +198,7 @@ void AdviseThreshold(const RunReport& report, std::vector<Advice>& advice) {
                       "A scan has " + GroupedNumber(mean, 1) +
                           " precursors on average, of which many are of low score."});
   else if (compared >= kScansToJudge && Share(report.m_kept, compared) > kMostKept)
-    advice.push_back(
-        {"threshold", ThresholdWords(*threshold - kThresholdStep),
-         "For " + PercentText(Share(report.m_kept, compared)) +
-             " of the scans nothing was determined and the declared precursor was kept."});
+    AdviseKept(report, *threshold, Share(report.m_kept, compared), advice);
 }
 
 void AdviseCoElution(const RunReport& report, std::vector<Advice>& advice) {
@@ -218,7 +239,8 @@ std::vector<Advice> WhatToChange(const RunReport& report) {
   AdviseThreshold(report, advice);
   AdviseCoElution(report, advice);
   AdviseCalibration(report, advice);
-  std::ranges::stable_partition(advice, [](const Advice& one) { return one.m_is_change; });
+  std::stable_partition(advice.begin(), advice.end(),
+                        [](const Advice& one) { return one.m_is_change; });
   return advice;
 }
 

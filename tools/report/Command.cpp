@@ -60,12 +60,8 @@ ScanPageOutcome WriteScanPage(const std::string& base_path, const std::string& o
         {base_path, options.m_settings.m_input_folder, options.m_scan_page.m_isotope_table},
         options.m_scan_page.m_most);
     WriteReport(path, page.m_html);
-    outcome = {file,
-               page.m_scans,
-               page.m_scans_of_run,
-               page.m_differing,
-               static_cast<std::int64_t>(page.m_html.size()),
-               {}};
+    outcome = page.m_outcome;
+    outcome.m_file = file;
   } catch (const char* why) {  // of the parameters
     outcome.m_why_not = why;
   } catch (const std::string& why) {  // of the file helpers

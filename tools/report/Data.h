@@ -98,7 +98,15 @@ struct ScanPageOutcome {
   std::size_t m_differing = 0;  // scans for which the repeated determination gives other precursors
   std::int64_t m_bytes = 0;
   std::string m_why_not;  // a sentence
+
+  std::int64_t m_kept = 0;       // scans whose declared precursor was kept,
+  std::int64_t m_nearly = 0;     // of these: with a candidate little below the threshold
+  std::int32_t m_kept_scan = 0;  // one of the others
+  std::string m_why_kept;        // most of the others, in words
 };
+
+/// A score so far below the threshold is little below it; by so much a threshold is moved.
+inline constexpr double kThresholdStep = 0.3;
 
 struct RunReport {
   std::string m_name;

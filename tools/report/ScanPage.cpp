@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <string_view>
 #include <vector>
@@ -100,6 +101,37 @@ double ShareOfOthers(const Explanation& explained) {
 double Hundredths(double value) { return std::round(value * 100.0) / 100.0; }
 double Thousandths(double value) { return std::round(value * 1000.0) / 1000.0; }
 
+/// Counts the scans whose declared precursor was kept, and why.
+class KeptScans {
+ public:
+  void Take(const Explanation& explained) {
+    if (!explained.m_determined.empty()) return;
+    ++m_kept;
+    const auto& candidates = explained.m_candidates;
+    const bool is_near = !candidates.empty() && candidates.front().m_score &&
+                         *candidates.front().m_score > explained.m_threshold - kThresholdStep;
+    if (is_near)
+      ++m_nearly;
+    else
+      m_reasons[explained.m_outcome].push_back(explained.m_scan_no);
+  }
+
+  void Tell(ScanPageOutcome& outcome) const {
+    outcome.m_kept = m_kept;
+    outcome.m_nearly = m_nearly;
+    const auto most = std::ranges::max_element(
+        m_reasons, {}, [](const auto& entry) { return entry.second.size(); });
+    if (most == m_reasons.end()) return;
+    outcome.m_why_kept = most->first;
+    outcome.m_kept_scan = most->second[most->second.size() / 2];
+  }
+
+ private:
+  std::int64_t m_kept = 0;
+  std::int64_t m_nearly = 0;
+  std::map<std::string, std::vector<std::int32_t>> m_reasons;
+};
+
 /// Collects scans as text of the page.
 class ScanPacker {
  public:
@@ -112,13 +144,21 @@ class ScanPacker {
     if (row * m_most / m_rows == (row + 1) * m_most / m_rows) return;  // evenly spread
     const Explanation explained = m_explainer.Explain(in_run);
     AddToIndex(explained);
+    m_kept.Take(explained);
     m_chunk.push_back(ScanJson(explained, kShown));
     if (m_chunk.size() == kScansInChunk) CloseChunk();
   }
 
   ScanPage Finish() {
     CloseChunk();
-    return {Html(), m_scans, m_rows, m_differing};
+    ScanPage page{Html(), {}};
+    ScanPageOutcome& outcome = page.m_outcome;
+    outcome.m_scans = m_scans;
+    outcome.m_scans_of_run = m_rows;
+    outcome.m_differing = m_differing;
+    outcome.m_bytes = std::ssize(page.m_html);
+    m_kept.Tell(outcome);
+    return page;
   }
 
  private:
@@ -179,6 +219,7 @@ class ScanPacker {
   std::size_t m_row = 0;
   std::size_t m_scans = 0;
   std::size_t m_differing = 0;
+  KeptScans m_kept;
   std::size_t m_chunk_count = 0;
   ordered_json m_chunk = ordered_json::array();
   ordered_json m_index = {{"scan", ordered_json::array()},  {"minute", ordered_json::array()},

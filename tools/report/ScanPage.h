@@ -15,6 +15,7 @@
 #include <string>
 
 #include "explain/RunToExplain.h"
+#include "report/Data.h"
 
 namespace tarvek::tools {
 
@@ -23,9 +24,7 @@ inline constexpr std::size_t kMostScansDefault = 20'000;
 
 struct ScanPage {
   std::string m_html;
-  std::size_t m_scans = 0;         // in the page
-  std::size_t m_scans_of_run = 0;  // in the table
-  std::size_t m_differing = 0;     // of those in the page, not as in the table
+  ScanPageOutcome m_outcome;  // but for the name of the file
 };
 
 /// The exported scans of a run, at most most of them, evenly spread over the run.

@@ -96,13 +96,23 @@ TEST(WhatToChange, MovesTheThreshold) {
   report.m_by_shift[ShiftPlace(0)] = 59;
   report.m_kept = 41;
   EXPECT_EQ(WhatOf(report, "threshold"), "-t -0.64");
+  report.m_scan_page.m_kept = 41;
+  report.m_scan_page.m_nearly = 11;
+  EXPECT_EQ(WhatOf(report, "threshold"), "-t -0.64");
+  report.m_scan_page.m_nearly = 10;  // 24 %
+  report.m_scan_page.m_kept_scan = 77;
+  EXPECT_FALSE(WhatOf(report, "threshold").has_value());
+  EXPECT_THAT(WhatOf(report, "kept").value(), HasSubstr("explain RUN 77"));
 }
 
 TEST(WhatToChange, RaisesTheProbabilityOfARunWithManyWrongPrecursors) {
   RunReport report = GoodRun();
-  report.m_joint = JointFigures{200, 21.0, 0, 0};
+  report.m_joint = JointFigures{200, 71.0, 0, 0};
   EXPECT_THAT(WhatOf(report, "threshold").value(), HasSubstr("--probability 0.5"));
-  report.m_joint->m_doubts = 19.0;
+  report.m_settings["joint"] = "0.5000";
+  EXPECT_FALSE(WhatOf(report, "threshold").has_value());
+  report.m_settings["joint"] = "0.3000";
+  report.m_joint->m_doubts = 69.0;
   EXPECT_FALSE(WhatOf(report, "threshold").has_value());
 }
 

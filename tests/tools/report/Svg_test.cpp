@@ -166,7 +166,7 @@ TEST(DotChart, PutsNamesOnItsAxis) {
     dots.push_back({{run + 1.0, 2.0}, "", "a long name of the run <" + std::to_string(100 + run)});
   const std::string svg = DotChart(kText, {0.0, 61.0}, {0.0, 4.0}, dots, 2.5);
   EXPECT_THAT(svg, HasSubstr(">\u2026e of the run &lt;100</text>"));  // its last 17 characters
-  EXPECT_THAT(svg, testing::Not(HasSubstr("&lt;101")));                // each fourth of 60
+  EXPECT_THAT(svg, testing::Not(HasSubstr("&lt;101")));               // each fourth of 60
   EXPECT_THAT(svg, HasSubstr("&lt;104"));
 }
 
