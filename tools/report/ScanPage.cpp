@@ -122,7 +122,8 @@ class KeptScans {
     const auto most = std::ranges::max_element(
         m_reasons, {}, [](const auto& entry) { return entry.second.size(); });
     if (most == m_reasons.end()) return;
-    outcome.m_why_kept = most->first;
+    const std::size_t colon = most->first.find(": ");  // behind what they have in common
+    outcome.m_why_kept = colon == std::string::npos ? most->first : most->first.substr(colon + 2);
     outcome.m_kept_scan = most->second[most->second.size() / 2];
   }
 

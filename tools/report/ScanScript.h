@@ -15,7 +15,7 @@ inline constexpr const char* kScanStyle = R"css(
 .find button, .offers button { cursor: pointer; }
 .find button { min-width: 44px; }
 .find :focus-visible, .offers :focus-visible { outline: 2px solid var(--s1); outline-offset: 1px; }
-.offers { display: flex; flex-wrap: wrap; gap: 6px; margin: 0 0 12px; }
+.offers { display: flex; flex-wrap: wrap; gap: 6px; margin: 8px 0 12px; }
 .offers button[aria-current="true"] { border-color: var(--s1); box-shadow: inset 0 0 0 1px var(--s1); }
 .offers small { color: var(--soft); }
 #scan h2 { font-size: 1.25rem; }
