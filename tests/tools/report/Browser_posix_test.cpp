@@ -215,6 +215,18 @@ TEST_F(ReportBrowser, GoesFromScanToScanByKeyboard) {
   EXPECT_EQ(std::ranges::count(log, ';'), 8) << log;
 }
 
+TEST_F(ReportBrowser, UnpacksWhatIsShownAlone) {
+  const std::string dom = DomAfter(
+      "var calls = 0, real = window.atob; window.atob = function (text) { ++calls; return "
+      "real(text); };"
+      "var counts = []; var next = async function (name) { var old = seen(); key(name);"
+      "await wait(function () { return seen() !== old; }); counts.push(calls); };"
+      "await next('ArrowRight'); await next('End'); await next('ArrowLeft'); await next('Home');"
+      "done(counts.join(' '));",
+      "1280,1600");
+  EXPECT_EQ(LogOf(dom), "0 1 1 1");  // one piece for the last scans; the first one is kept
+}
+
 TEST_F(ReportBrowser, OffersTenScansOfEachKind) {
   const std::string dom = DomAfter(
       "var texts = []; for (var k = 0; k < 4; ++k) { var old = "
