@@ -342,7 +342,7 @@ std::string BatchAdvice(std::span<const BatchRun> runs) {
     const std::string more =
         named < names.size() ? " and " + std::to_string(names.size() - named) + " more" : "";
     html +=
-        "<li><strong>" + WithOptions(" " + what).substr(1) + "</strong> " +
+        "<li><strong>" + WithOptions(" " + what).substr(1) + "</strong> \u2013 " +
         Escaped(names.size() == runs.size() && runs.size() > 1
                     ? std::string("all runs")
                     : Listed({names.begin(), names.begin() + static_cast<std::ptrdiff_t>(named)}) +

@@ -88,6 +88,8 @@ svg text { font: 12.5px system-ui, "Segoe UI", Roboto, "Noto Sans", "DejaVu Sans
 svg .label { fill: var(--ink); }
 svg .value { fill: var(--ink); font-size: 11.5px; }
 .small svg text { font-size: 19px; } .small svg .label { display: none; }
+@media (max-width: 520px) { main { padding: 18px 12px 32px; } table { font-size: .84rem; }
+  th, td { padding: 6px; } td.name { min-width: 9em; } }
 @media (max-width: 520px) { .story svg text, .story svg .value { font-size: 16px; } }
 .axis { stroke: var(--soft); stroke-width: 1; }
 .grid { stroke: var(--rule); stroke-width: 1; }

@@ -146,7 +146,7 @@ TEST(BatchPage, EndsWithWhatToChangeAndListsSettingsAndFiles) {
   const std::size_t change = page.find("What to change next");
   ASSERT_NE(change, std::string::npos);
   EXPECT_EQ(page.find("<h2>", change), std::string::npos);
-  EXPECT_THAT(page.substr(change), HasSubstr("<code>-W</code> 2</strong> run."));
+  EXPECT_THAT(page.substr(change), HasSubstr("<code>-W</code> 2</strong> \u2013 run."));
 }
 
 }  // namespace
