@@ -17,6 +17,7 @@
 #include "batch/SettingsCommand.h"
 #include "calibrate/Command.h"
 #include "check/Command.h"
+#include "explain/Command.h"
 #include "features/Command.h"
 #include "ipv/Command.h"
 #include "mgf/Command.h"
@@ -126,6 +127,7 @@ int Run(int argc, const char* const* argv) {
     tarvek::tools::AddPsmsCommand(app);
     tarvek::tools::AddBatchCommand(app);
     tarvek::tools::AddReportCommand(app);
+    tarvek::tools::AddExplainCommand(app);
     tarvek::tools::AddCalibrateCommand(app);
     tarvek::tools::AddTableCommand(app);
     tarvek::tools::AddMzmlCommand(app);
