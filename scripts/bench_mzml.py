@@ -5,8 +5,8 @@
 
 PREFIX is an installed tree (bin/tarvek, libexec/tarvek, share/tarvek). RUN.mzML is compressed by zlib, as
 tarvek-tools simulate writes it. Timed are: tarvek as it is; with one thread; with --before, the tarvek of another
-tree; and msconvert --mgf where it is installed. Kinds beside zlib (plain, numpress, mzxml by msconvert; gz; bgzip where
-that is installed) are made in WORK. Prints for each kind the median of each program's wall time, CPU time and peak memory,
+tree; and msconvert --mgf where it is installed. The other kinds (plain, numpress and mzxml by msconvert, gz, bgzip)
+are made in WORK where these programs are installed. Prints for each kind the median of each program's wall time, CPU time and peak memory,
 and the ratios to the first. All programs of one kind run once in each round; outputs are checked: those of all tarveks
 are the same bytes, and msconvert wrote as many spectra as there are MS2 scans.
 """
@@ -20,6 +20,7 @@ import sys
 import time
 
 KINDS = ("zlib", "plain", "numpress", "mzxml", "gz", "bgzip")
+OPTIONS = {"plain": ["--mzML"], "numpress": ["--mzML", "--zlib", "--numpressAll"], "mzxml": ["--mzXML", "--zlib"]}
 
 
 def run(command, environment=None):
@@ -37,6 +38,15 @@ def run(command, environment=None):
 def median_of(values):
     ordered = sorted(values)
     return (ordered[len(ordered) // 2] + ordered[~(len(ordered) // 2)]) / 2
+
+
+def with_maker(source, path):
+    """A copy in which the instrument has a model: msconvert writes mzXML of no other."""
+    with open(source, "rb") as lines, open(path, "wb") as out:
+        for line in lines:
+            out.write(line.replace(b'accession="MS:1000031" name="instrument model"',
+                                   b'accession="MS:1000449" name="LTQ Orbitrap"'))
+    return path
 
 
 def make_kind(kind, source, work):
@@ -59,10 +69,12 @@ def make_kind(kind, source, work):
         return path
     if not shutil.which("msconvert"):
         return None
-    options = {"plain": ["--mzML"], "numpress": ["--mzML", "--zlib", "--numpressAll"], "mzxml": ["--mzXML", "--zlib"]}
     path = os.path.join(work, kind, base + (".mzXML" if kind == "mzxml" else ".mzML"))
     if not os.path.exists(path):
-        command = ["msconvert", source, "--64", "-o", os.path.dirname(path)] + options[kind]
+        if kind == "mzxml":
+            source = with_maker(source, os.path.join(work, "with-maker.mzML"))
+        folder, name = os.path.split(path)
+        command = ["msconvert", source, "--64", "-o", folder, "--outfile", name] + OPTIONS[kind]
         subprocess.run(command, check=True, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
     return path
 

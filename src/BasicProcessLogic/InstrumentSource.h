@@ -23,7 +23,7 @@ namespace tarvek {
 /// What the extractor is to be told of a file, as its command line tells it.
 extractor::ExtractorOptions OptionsOfExtraction(const UserParameters& parameters);
 
-class InstrumentSource final : public SpectrumSource {
+class InstrumentSource final : public TextRuledSource {
  public:
   /// Begins to read the current file. The text pair and the marker are written except when they would
   /// be deleted at the end.
@@ -32,14 +32,7 @@ class InstrumentSource final : public SpectrumSource {
 
   bool NextMs1(MS1Spectrum& scan) override;
   bool NextMs2(MS2Spectrum& scan) override;
-  [[nodiscard]] bool IsHighResolution(const MS1Spectrum& scan) const override {
-    return TextRules::IsHighResolution(scan);
-  }
-  [[nodiscard]] bool AllowsDetermination(const MS2Spectrum& scan) const override {
-    return TextRules::AllowsDetermination(scan);
-  }
   [[nodiscard]] std::int32_t ReportedMs1Count() const override { return m_ms1.RecordCount(); }
-  [[nodiscard]] bool WritesPf2First() const override { return TextRules::kWritesPf2First; }
   [[nodiscard]] double FractionRead() const override { return m_queue.FractionRead(); }
   void FinishMs1() override { m_ms1.Finish(); }
   void FinishMs2() override { m_ms2.Finish(); }

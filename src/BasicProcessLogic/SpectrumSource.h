@@ -47,15 +47,18 @@ class SpectrumSource {
 };
 
 /// The rules of spectra that are read from text, or as if they were.
-struct TextRules {
-  static bool IsHighResolution(const MS1Spectrum& scan) { return scan.m_instrument_type == "FT"; }
-  static bool AllowsDetermination(const MS2Spectrum& scan) {
+class TextRuledSource : public SpectrumSource {
+ public:
+  [[nodiscard]] bool IsHighResolution(const MS1Spectrum& scan) const override {
+    return scan.m_instrument_type == "FT";
+  }
+  [[nodiscard]] bool AllowsDetermination(const MS2Spectrum& scan) const override {
     return !scan.m_precursors.empty() && scan.m_precursors.front().m_charge != 0;
   }
-  static constexpr bool kWritesPf2First = true;
+  [[nodiscard]] bool WritesPf2First() const override { return true; }
 };
 
-class TextSpectrumSource : public SpectrumSource {
+class TextSpectrumSource : public TextRuledSource {
  public:
   TextSpectrumSource(const std::string& ms1_path, const std::string& ms2_path,
                      NoticeTaker notice = logMessage)
@@ -63,14 +66,7 @@ class TextSpectrumSource : public SpectrumSource {
 
   bool NextMs1(MS1Spectrum& scan) override { return m_ms1.ReadNext(scan); }
   bool NextMs2(MS2Spectrum& scan) override { return m_ms2.ReadNext(scan); }
-  [[nodiscard]] bool IsHighResolution(const MS1Spectrum& scan) const override {
-    return TextRules::IsHighResolution(scan);
-  }
-  [[nodiscard]] bool AllowsDetermination(const MS2Spectrum& scan) const override {
-    return TextRules::AllowsDetermination(scan);
-  }
   [[nodiscard]] std::int32_t ReportedMs1Count() const override { return m_ms1.RecordCount(); }
-  [[nodiscard]] bool WritesPf2First() const override { return TextRules::kWritesPf2First; }
   [[nodiscard]] double FractionRead() const override { return m_ms2.FractionRead(); }
   void FinishMs1() override { m_ms1.Finish(); }
   void FinishMs2() override { m_ms2.Finish(); }

@@ -41,9 +41,7 @@ void AddLabelOptions(CLI::App& features, FeatureTableOptions& table) {
   labels->add_option("--identified", table.m_identified_path,
                      "Identified peptides: a tab-separated table with scan, mz and charge");
   labels->require_option(1);
-  features.add_option("--tol", table.m_tol_ppm, "Largest m/z error of a true precursor, ppm")
-      ->check(PositiveReal())
-      ->capture_default_str();
+  AddTolerance(features, table.m_tol_ppm, "Largest m/z error of a true precursor, ppm");
   features
       .add_option("--min-share", table.m_min_share,
                   "Share of the isolated current from which a true precursor counts as one")

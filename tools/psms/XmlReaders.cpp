@@ -25,6 +25,18 @@ using extractor::XmlHandler;
 
 constexpr EngineScores kXtandem = {"X!Tandem", "expect", true, "hyperscore"};
 
+void GiveMatchesOf(const EngineMatch& spectrum, std::vector<EngineMatch>& matches,
+                   const MatchTaker& take) {
+  for (EngineMatch& match : matches) {
+    match.m_run = spectrum.m_run;
+    match.m_title = spectrum.m_title;
+    match.m_scan_no = spectrum.m_scan_no;
+    match.m_place = spectrum.m_place;
+    match.m_index = spectrum.m_index;
+    take(match);
+  }
+}
+
 // The messages of these get the place in the file from the reader of XML.
 double RealOf(const XmlAttributes& attributes, std::string_view name) {
   const std::string_view text = attributes.Get(name);
@@ -138,13 +150,7 @@ class XtandemHandler final : public XmlHandler {
 
   void EndSpectrum() {
     m_is_model = false;
-    for (EngineMatch& match : m_best) {
-      match.m_run = m_spectrum.m_run;
-      match.m_title = m_spectrum.m_title;
-      match.m_scan_no = m_spectrum.m_scan_no;
-      match.m_index = m_spectrum.m_index;
-      (*m_take)(match);
-    }
+    GiveMatchesOf(m_spectrum, m_best, *m_take);
   }
 
   const MatchTaker* m_take;
@@ -345,14 +351,7 @@ class MzidHandler final : public XmlHandler {
     m_is_result = false;
     if (m_spectrum.m_scan_no == 0 && m_spectrum.m_place == 0)
       throw "the spectrum '" + m_spectrum_id + "' has neither a scan number nor a title of tarvek";
-    for (EngineMatch& match : m_items) {
-      match.m_run = m_spectrum.m_run;
-      match.m_title = m_spectrum.m_title;
-      match.m_scan_no = m_spectrum.m_scan_no;
-      match.m_place = m_spectrum.m_place;
-      match.m_index = m_spectrum.m_index;
-      (*m_take)(match);
-    }
+    GiveMatchesOf(m_spectrum, m_items, *m_take);
   }
 
   const MatchTaker* m_take;

@@ -198,11 +198,8 @@ void AddReportCommand(CLI::App& app) {
       ->add_option("-W,--isolation-width", options->m_isolation_width,
                    "Width of the isolation window in m/z; without it the record tells it, else 2")
       ->check(PositiveReal());
-  report
-      ->add_option("--tol", options->m_settings.m_tol_ppm,
-                   "Largest m/z difference of peaks that belong together, ppm")
-      ->check(PositiveReal())
-      ->capture_default_str();
+  AddTolerance(*report, options->m_settings.m_tol_ppm,
+               "Largest m/z difference of peaks that belong together, ppm");
   report
       ->add_option(
           "--scans", options->m_scan_page.m_most,

@@ -73,9 +73,7 @@ void AddScoreCommand(CLI::App& app) {
   score->add_option("TABLE", options->m_table, "Precursor table that tarvek wrote (.csv)")
       ->required();
   score->add_option("TRUTH", options->m_truth, "Truth table (.truth.tsv)")->required();
-  score->add_option("--tol", options->m_tol_ppm, "Largest m/z error of a true precursor, ppm")
-      ->check(PositiveReal())
-      ->capture_default_str();
+  AddTolerance(*score, options->m_tol_ppm, "Largest m/z error of a true precursor, ppm");
   score
       ->add_option("--min-share", options->m_min_share,
                    "Share of the isolated current from which a true precursor counts for precision")
@@ -93,6 +91,10 @@ CLI::Validator PositiveReal() {
             return is_positive ? "" : "must be a number above 0, not " + text;
           },
           "POSITIVE"};
+}
+
+void AddTolerance(CLI::App& command, double& tol_ppm, const std::string& description) {
+  command.add_option("--tol", tol_ppm, description)->check(PositiveReal())->capture_default_str();
 }
 
 std::string ScoreText(const ScoreReport& report) {

@@ -16,6 +16,9 @@ void AddScoreCommand(CLI::App& app);
 /// which is in no order with 0, and infinity, which no tolerance or width is.
 CLI::Validator PositiveReal();
 
+/// Adds the option --tol, a number above 0 in ppm, to command.
+void AddTolerance(CLI::App& command, double& tol_ppm, const std::string& description);
+
 /// The report for people, and as one JSON object.
 std::string ScoreText(const ScoreReport& report);
 std::string ScoreJson(const ScoreReport& report);

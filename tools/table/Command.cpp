@@ -119,11 +119,8 @@ void AddTableCommand(CLI::App& app) {
       ->add_option("--input", options->m_settings.m_input_folder,
                    "Folder of the extracted or instrument files, if another one")
       ->check(CLI::ExistingDirectory);
-  table
-      ->add_option("--tol", options->m_settings.m_tol_ppm,
-                   "Largest m/z difference of peaks that belong together, ppm")
-      ->check(PositiveReal())
-      ->capture_default_str();
+  AddTolerance(*table, options->m_settings.m_tol_ppm,
+               "Largest m/z difference of peaks that belong together, ppm");
   table->callback([options] { RunTable(*options); });
 }
 
