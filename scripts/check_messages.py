@@ -5,7 +5,8 @@
 
 In src/ and extractor/ a message is a string literal with a blank in it. In tools/, whose literals are texts of reports and helps for the most
 part, it is one in a statement that begins with throw, or a call of Fail or SayError. Adjacent literals are one.
-Parts between escape sequences are looked for one by one, since the page shows only what a user sees. Literals that
+Parts between escape sequences are looked for one by one, since the page shows only what a user sees. The page may
+shorten a message: after twelve characters or more, " ..." takes the place of the rest of its expression. Literals that
 are no messages (parameter template, table headers, formats) are listed below; a listed one that no longer exists
 is an error, too.
 """
@@ -33,9 +34,12 @@ NO_MESSAGES = (
 
 LITERAL = r'"(?:[^"\\\n]|\\.)*"'
 PARTS = rf"//[^\n]*|/\*.*?\*/|'(?:[^'\\]|\\.)'|{LITERAL}(?:\s*{LITERAL})*"
-COMMENT_OR_LITERALS = re.compile(PARTS, re.S)
+STATEMENT_ENDS = ";{}"
+EXPRESSION_ENDS = ",?:"  # unless inside a call or parentheses that are part of it
+ENDS_AND_PARENTHESES = f"::|[{STATEMENT_ENDS}{EXPRESSION_ENDS}()]"  # "::" ends nothing
+COMMENT_OR_LITERALS = re.compile(f"{PARTS}|{ENDS_AND_PARENTHESES}", re.S)
 WORDS = ("throw", "Fail", "SayError")
-RAISING = re.compile(rf"{PARTS}|\b(?:{'|'.join(WORDS)})\b|[;{{]", re.S)
+RAISING = re.compile(rf"{PARTS}|\b(?:{'|'.join(WORDS)})\b|{ENDS_AND_PARENTHESES}", re.S)
 
 
 def tokens_of(pattern, source):
@@ -48,27 +52,40 @@ def joined(literals):
     return "".join(literal[1:-1] for literal in re.findall(LITERAL, literals))
 
 
-def literals_of(source):
-    """String literals of C++ text, adjacent ones joined, escapes as written."""
-    return [joined(found) for found in tokens_of(COMMENT_OR_LITERALS, source) if found.startswith('"')]
+def expressions_in(tokens, is_kept):
+    """The literals of each expression, without those that is_kept refuses: [[literal]]."""
+    expressions, depth, lowest = [[]], 0, 0  # lowest: since the first literal of the expression
+    for token in tokens:
+        depth += (token == "(") - (token == ")")
+        lowest = min(lowest, depth)
+        if is_kept(token):
+            lowest = lowest if expressions[-1] else depth
+            expressions[-1].append(joined(token))
+        elif token in STATEMENT_ENDS or token in EXPRESSION_ENDS and depth <= lowest:
+            expressions.append([])
+    return [literals for literals in expressions if literals]
 
 
-def thrown_literals_of(source):
+def expressions_of(source):
+    """[[literal]] of C++ text: the literals of each expression, adjacent ones joined, escapes as written."""
+    return expressions_in(tokens_of(COMMENT_OR_LITERALS, source), lambda token: token.startswith('"'))
+
+
+def thrown_expressions_of(source):
     """Those between a word that raises or prints an error and the end of the statement; none of a definition,
     whose words end at a brace."""
-    is_raising, found = False, []
-    for token in tokens_of(RAISING, source):
-        if token.startswith('"') and is_raising:
-            found.append(joined(token))
-        elif token in (";", "{"):
-            is_raising = False
-        elif token in WORDS:
-            is_raising = True
-    return found
+    is_raising = False
+
+    def is_kept(token):
+        nonlocal is_raising
+        is_raising = token in WORDS or is_raising and token not in (";", "{")
+        return is_raising and token.startswith('"')
+
+    return expressions_in(tokens_of(RAISING, source), is_kept)
 
 
 def parts_of(literal):
-    """What of a literal must stand in the page; a colon may part it from the path before it."""
+    """What of a literal the page must hold; a colon may part it from the path before it."""
     parts = [" ".join(part.split()).strip(": ") for part in re.split(r"\\[ntr]", literal.replace('\\"', '"'))]
     return [part for part in parts if len(re.findall("[A-Za-z]", part)) >= 4]
 
@@ -77,15 +94,31 @@ def is_message(literal):
     return " " in literal and not literal.startswith(NO_MESSAGES)
 
 
-def messages_of(sources, literals=literals_of):
-    """[(name, literal)]. sources: name -> text."""
-    return [(name, literal) for name, text in sources.items() for literal in literals(text) if is_message(literal)]
+def messages_of(sources, expressions=expressions_of):
+    """[(name, [literal])]: the literals of one expression that are messages. sources: name -> text."""
+    found = [(name, [literal for literal in literals if is_message(literal)])
+             for name, text in sources.items() for literals in expressions(text)]
+    return [(name, literals) for name, literals in found if literals]
+
+
+def is_shortened_in(page, part):
+    """Whether the page has the first words of part, twelve characters or more, and " ..." in place of the others."""
+    words = part.split()
+    beginnings = (" ".join(words[:n]) for n in range(1, len(words) + 1))
+    return any(len(beginning) >= 12 and beginning + " ..." in page for beginning in beginnings)
 
 
 def missing_in(page, messages):
     """[(name, part)]."""
     page = " ".join(page.split())
-    return [(name, part) for name, literal in messages for part in parts_of(literal) if part not in page]
+    missing = []
+    for name, literals in messages:
+        for part in (part for literal in literals for part in parts_of(literal)):
+            if is_shortened_in(page, part):
+                break
+            if part not in page:
+                missing.append((name, part))
+    return missing
 
 
 def check_itself():
@@ -96,9 +129,15 @@ def check_itself():
     source = {"b.cpp": 'void A::Fail(const std::string& what) {\n  Say("no error");\n}\n'
                        'if (x) reader.Fail("too few " + y); Say("nothing new", \';\'); // throw "not me"\n'
                        'const char* page = R"(throw "nor me")"; throw path + ": cannot go on";'}
-    messages = messages_of(source, thrown_literals_of)
-    assert messages == [("b.cpp", "too few "), ("b.cpp", ": cannot go on")], messages
+    messages = messages_of(source, thrown_expressions_of)
+    assert messages == [("b.cpp", ["too few "]), ("b.cpp", [": cannot go on"])], messages
     assert missing_in("`too few fields`, `cannot go on`", messages) == []
+    source = {"c.cpp": 'throw a + " was lost on its way to " + std::name(b, c) + (d ? " and" : " or is it ") + "found again";\n'
+                       'throw x ? "one by one by one" : "all at once";'}
+    messages = messages_of(source)
+    assert missing_in("A was lost on its ..., one by one by ..., all at once", messages) == []
+    assert missing_in("A was lost ..., one by one by ...", messages) == [
+        ("c.cpp", "was lost on its way to"), ("c.cpp", "or is it"), ("c.cpp", "found again"), ("c.cpp", "all at once")]
 
 
 def sources_in(root, folder):
@@ -113,12 +152,13 @@ def main():
     root = Path(sys.argv[1] if len(sys.argv) > 1 else Path(__file__).parent.parent)
     page = (root / "docs/messages.md").read_text()
     sources = {folder: sources_in(root, folder) for folder in ("src", "extractor", "tools")}
-    messages = {folder: messages_of(texts, thrown_literals_of if folder == "tools" else literals_of)
+    messages = {folder: messages_of(texts, thrown_expressions_of if folder == "tools" else expressions_of)
                 for folder, texts in sources.items()}
     missing = [found for folder in messages.values() for found in missing_in(page, folder)]
     for name, part in missing:
         print(f"{name}: '{part}' is not in docs/messages.md")
-    literals = [literal for folder in sources.values() for text in folder.values() for literal in literals_of(text)]
+    literals = [literal for folder in sources.values() for text in folder.values()
+                for expression in expressions_of(text) for literal in expression]
     stale = [start for start in NO_MESSAGES if not any(literal.startswith(start) for literal in literals)]
     for start in stale:
         print(f"scripts/check_messages.py: no literal begins with '{start}' any more")

@@ -1,5 +1,4 @@
-// Real runs and what tarvek makes of them have no defect, and the warnings that docs/check.md
-// lists.
+// Real runs and what tarvek makes of them have no defect, and the warnings that are listed here.
 #include <gtest/gtest.h>
 #include <zlib.h>
 
