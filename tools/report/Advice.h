@@ -1,8 +1,7 @@
 // tools/report/Advice.h: what to change next, decided by the numbers of a run.
 // Does:     compares width, charges, threshold, m/z and what was left out with what the run shows.
 // Throws:   nothing but std::bad_alloc.
-// Not here: what is usual in a picture (report/Findings.h). The limits are at the top of the source file;
-//           docs/report.md explains them.
+// Not here: what is usual in a picture (report/Findings.h). The limits are at the top of the source file.
 #pragma once
 
 #include <string>
