@@ -2,7 +2,7 @@
 import csv
 
 from exported import read_record
-from findings import read_findings, text_of_findings
+from findings import SEVERITIES, read_findings, text_of_findings
 
 COLUMNS = ("sample", "scans", "precursors", "identified_scans", "fdr", "matches", "peptides", "proteins",
            "isolation_width", "charge_range", "findings", "worst", "finding")
@@ -42,7 +42,8 @@ def aligned(rows):
     return "".join("  ".join(f"{text:<{width}}" for text, width in zip(row, widths)).rstrip() + "\n" for row in fields)
 
 
-def all_findings(checks_of_samples):
-    """All findings of all samples. checks_of_samples: name -> files."""
-    texts = ((name, text_of_findings(read_findings(checks))) for name, checks in checks_of_samples.items())
+def all_findings(checks_of_samples, severities=SEVERITIES):
+    """The findings of all samples. checks_of_samples: name -> files."""
+    texts = ((name, text_of_findings(finding for finding in read_findings(checks) if finding["severity"] in severities))
+             for name, checks in checks_of_samples.items())
     return "\n".join(f"{name}\n{text}" for name, text in texts if text)

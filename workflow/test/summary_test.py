@@ -68,6 +68,7 @@ class Summary(unittest.TestCase):
         self.assertEqual(all_findings(checks),
                          "s\nwarning: a b.mzML: W.\n  Do it.\n\n"
                          "u\ndefect: a b.mzML: D.\n  Do it.\nnote: a b.mzML: N.\n  Do it.\n")
+        self.assertEqual(all_findings(checks, ["defect"]), "u\ndefect: a b.mzML: D.\n  Do it.\n")
 
     def test_the_script_prints_the_text(self):
         path = self.check("1.json", finding("warning", "\u00c5."))
