@@ -8,10 +8,10 @@ COLUMNS = ("sample", "scans", "precursors", "identified_scans", "fdr", "matches"
            "isolation_width", "charge_range", "findings", "worst", "finding")
 
 
-def searched(path):
-    """The row of a search summary."""
+def read_rows(path):
+    """The rows of a summary, of one sample's search or of all samples."""
     with open(path, encoding="utf-8", newline="") as table:
-        return next(csv.DictReader(table, delimiter="\t"))
+        return list(csv.DictReader(table, delimiter="\t", quoting=csv.QUOTE_NONE))
 
 
 def summary_row(sample, record_path, checks, search_summary=None):
@@ -21,7 +21,7 @@ def summary_row(sample, record_path, checks, search_summary=None):
     row = {**dict.fromkeys(COLUMNS, ""), "scans": record["count"]["ms2_exported"],
            "precursors": record["count"]["precursors"]}
     if search_summary:
-        row |= searched(search_summary)
+        row |= read_rows(search_summary)[0]
     findings = read_findings(checks)
     row |= {"sample": sample, "isolation_width": f"{float(record['setting']['isolation_width']):g}",
             "charge_range": record["setting"]["charge_range"], "findings": len(findings)}

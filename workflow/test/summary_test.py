@@ -8,7 +8,7 @@ from pathlib import Path
 
 SCRIPTS = Path(__file__).parent.parent / "scripts"
 sys.path.insert(0, str(SCRIPTS))
-from summary import COLUMNS, aligned, all_findings, summary_row, table_text
+from summary import COLUMNS, aligned, all_findings, read_rows, summary_row, table_text
 
 RECORD = ("tarvek 2.2.1\nsetting\tisolation_width\t1.600000\nsetting\tcharge_range\t2t6\n"
           "count\tms2_exported\t7\ncount\tprecursors\t11\n")
@@ -55,10 +55,11 @@ class Summary(unittest.TestCase):
         self.assertEqual((row["findings"], row["worst"], row["finding"]), ("3", "warning", "Two lines, tab. Do it."))
 
     def test_the_tables(self):
-        rows = [self.row(finding("note", "A note."))]
+        rows = [self.row(finding("note", 'A "quoted note.'))]
         lines = table_text(rows).splitlines()
         self.assertEqual([len(line.split("\t")) for line in lines], [len(COLUMNS)] * 2)
-        self.assertTrue(lines[1].endswith("\tnote\tA note. Do it."))
+        self.assertTrue(lines[1].endswith("\tnote\tA \"quoted note. Do it."))
+        self.assertEqual(read_rows(self.write("summary.tsv", table_text(rows))), rows)
         self.assertEqual([line.split() for line in aligned(rows).splitlines()],
                          [list(COLUMNS[:-1]), ["s", "7", "11", "1.6", "2t6", "1", "note"]])
 
