@@ -1,14 +1,15 @@
 #!/usr/bin/python3
-"""The figures of README and cookbook: what comet-ms finds in real runs with declared and determined precursors.
+"""README's table: what comet-ms finds in real runs with declared and determined precursors.
 
-    scripts/compare_runs.py PREFIX DATA WORKDIR
+    compare_runs.py PREFIX DATA WORKDIR
 
-PREFIX: where tarvek is installed (./dev install PREFIX). DATA: the folder of real runs, which are named below. Needs
-comet-ms and python3-numpy. For each run it determines precursors as they are by default and with --joint --calibrate,
+PREFIX: where tarvek is installed (./dev install PREFIX). DATA: the folder of real runs, which are named in this script.
+Needs comet-ms and python3-numpy. For each run it determines precursors as they are by default and with --joint --calibrate,
 searches as compare_search.py does, and prints for each way "scans / matches / peptides" at 1 % false discovery rate,
 counted by 'tarvek-tools psms' with decoys / targets; in the last row all runs are ranked together, with
 (decoys + 1) / targets.
 """
+import argparse
 import gzip
 import pathlib
 import shutil
@@ -23,16 +24,18 @@ HEK = "hek293-velos/BottomUpSnips_prunedDb.xml.gz"
 K13 = "lowinput-k13/HumanFastaSlice.fasta.gz"
 MOUSE = "mm-example/mouse-10.xml.gz"
 BSA = "bsa-orbixl/bsa.fasta.gz"
-# Of each run its file, the width of its isolation window and its proteins.
-RUNS = (("hek293-velos/HEK293_2_16173.mzML", "4", (HEK,)),
-        ("hek293-velos/HEK293_4_11989.mzML", "4", (HEK,)),
-        ("yeast-velos/SmallCalibratible_Yeast.mzML", "3", ("yeast-velos/yeast_uniprot_120226.fasta.gz",)),
-        ("mm-example/mm_example.mzML", "3", (MOUSE,)),
-        ("lowinput-k13/K13_02ng_1min_frac1.mzML", "1.6", (K13,)),
-        ("b6-fusion-it/sliced_b6.mzML", "0.7", (MOUSE, HEK, K13)),  # most peptides of mouse and man are equal
-        ("bsa-orbixl/BSA_min_21.mzXML", "2", (BSA,)),
-        ("bsa-orbixl/BSA_min_23.mzXML", "2", (BSA,)))
-WAYS = ("declared", "declared, isotope errors", "Tarvek", "Tarvek `--joint --calibrate`")
+# Of each run what the table calls it, its file, the width of its isolation window and its proteins.
+RUNS = (("HEK293, LTQ Orbitrap Velos", "hek293-velos/HEK293_2_16173.mzML", "4", (HEK,)),
+        ("HEK293, another stretch", "hek293-velos/HEK293_4_11989.mzML", "4", (HEK,)),
+        ("yeast, LTQ Orbitrap Velos", "yeast-velos/SmallCalibratible_Yeast.mzML", "3",
+         ("yeast-velos/yeast_uniprot_120226.fasta.gz",)),
+        ("mouse, Orbitrap", "mm-example/mm_example.mzML", "3", (MOUSE,)),
+        ("human, 0.2 ng, Orbitrap Exploris class", "lowinput-k13/K13_02ng_1min_frac1.mzML", "1.6", (K13,)),
+        # Most peptides of mouse and man are equal.
+        ("mouse, Orbitrap Fusion", "b6-fusion-it/sliced_b6.mzML", "0.7", (MOUSE, HEK, K13)),
+        ("BSA, LTQ Orbitrap XL", "bsa-orbixl/BSA_min_21.mzXML", "2", (BSA,)),
+        ("BSA, another stretch", "bsa-orbixl/BSA_min_23.mzXML", "2", (BSA,)))
+WAYS = ("declared", "declared, engine tries isotope errors", "Tarvek", "Tarvek `--joint --calibrate`")
 
 
 def unpack(source, target):
@@ -89,21 +92,23 @@ def cells(prefix, tables_of_ways, *options):
 
 
 def main():
-    if len(sys.argv) != 4:
-        sys.exit(__doc__)
-    prefix, data, work = (pathlib.Path(argument).resolve() for argument in sys.argv[1:])
-    print("| run | isolation | scans | " + " | ".join(WAYS) + " |")
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    for name in ("prefix", "data", "workdir"):
+        parser.add_argument(name, type=lambda path: pathlib.Path(path).resolve())
+    options = parser.parse_args()
+    prefix, data, work = options.prefix, options.data, options.workdir
+    print("| run | isolated at, m/z | MS2 scans | " + " | ".join(WAYS) + " |")
     print("|" + "---|" * (len(WAYS) + 3))
     all_scans, all_tables = 0, [[] for _ in WAYS]
-    for name, width, proteins in RUNS:
+    for label, name, width, proteins in RUNS:
         stem = pathlib.Path(name).stem
         scans, tables = search_run(prefix, data, name, width, proteins, work / stem)
         all_scans += scans
         for list_of_way, table in zip(all_tables, tables):
             list_of_way.append(table)
-        print(f"| {stem} | {width} | {scans} | " +
+        print(f"| {label} | {width} | {scans} | " +
               " | ".join(cells(prefix, ([table] for table in tables), "--no-plus-one")) + " |", flush=True)
-    print(f"| all together | | {all_scans} | " + " | ".join(cells(prefix, all_tables)) + " |")
+    print(f"| **all, ranked together** |  | {all_scans} | " + " | ".join(cells(prefix, all_tables)) + " |")
 
 
 if __name__ == "__main__":

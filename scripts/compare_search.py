@@ -4,7 +4,7 @@
 Needs comet-ms and python3-numpy (Debian packages of these names). Give it the precursor table that tarvek
 wrote for a run, the MGF file beside it and a protein FASTA file; tarvek-tools has to be on the PATH:
 
-    scripts/compare_search.py OUT/run.csv OUT/run_HCDFT.mgf proteins.fasta [WORKDIR]
+    compare_search.py OUT/run.csv OUT/run_HCDFT.mgf proteins.fasta [WORKDIR]
 
 It writes a second MGF with the same peaks and the declared precursors (from the table) and searches three
 times against the proteins and their reversed decoys: the declared precursors, the same while the engine

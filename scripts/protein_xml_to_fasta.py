@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Proteins of a UniProt-style XML file as FASTA, for engines that read no XML.
 
-    scripts/protein_xml_to_fasta.py proteins.xml[.gz] OUT.fasta [--decoys]
+    protein_xml_to_fasta.py proteins.xml[.gz] OUT.fasta [--decoys]
 
 With --decoys each protein is followed by its reversed sequence under the name DECOY_ + accession, for
 engines that make no decoys themselves (X!Tandem, for one; Comet makes its own). Elements count by their

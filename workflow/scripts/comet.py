@@ -23,22 +23,38 @@ BINS = {"FT": {"fragment_bin_tol": "0.02", "fragment_bin_offset": "0.0"},
 IONS = {"CID": "BY", "HCD": "BY", "ETD": "CZ", "ETCID": "BCYZ", "ETHCD": "BCYZ"}
 
 
-def settings_of(mgf, threads=0, precursor_ppm=20.0, isotope_error=0):
-    """Comet's settings for one MGF file of tarvek; its kind is in the name: run_HCDFT, or run_HCDFT_2 for
-    further precursors of the same scans. threads: 0 takes all cores."""
+def kind_of(mgf):
+    """(activation, analyser FT or IT) of one MGF file of tarvek, from its name: run_HCDFT, or run_HCDFT_2 for
+    further precursors of the same scans."""
     kind = re.fullmatch(r".*_(CID|HCD|ETD|ETCID|ETHCD)(FT|IT)(MS)?(_\d+)?", mgf.stem)
     if kind is None:
         raise SystemExit(f"{mgf}: the name does not say how the scans were fragmented (_HCDFT, ...)")
-    ions = {f"use_{letter}_ions": str(int(letter in IONS[kind[1]])) for letter in "ABCXYZ"}
-    return {**SETTINGS, **BINS[kind[2]], **ions, "num_threads": str(threads),
+    return kind[1], kind[2]
+
+
+def settings_of(mgf, threads=0, precursor_ppm=20.0, isotope_error=0):
+    """Comet's settings for one MGF file of tarvek by its kind. threads: 0 takes all cores."""
+    activation, analyser = kind_of(mgf)
+    ions = {f"use_{letter}_ions": str(int(letter in IONS[activation])) for letter in "ABCXYZ"}
+    return {**SETTINGS, **BINS[analyser], **ions, "num_threads": str(threads),
             "peptide_mass_tolerance": str(precursor_ppm), "isotope_error": str(isotope_error)}
 
 
+def enzyme_number(text, name):
+    """The number that the list at the end of Comet's parameters gives an enzyme."""
+    found = re.search(rf"(?m)^([0-9]+)\.[ \t]+{re.escape(name)}[ \t]", text)
+    if found is None:
+        raise SystemExit(f"comet-ms knows no enzyme {name}")
+    return found[1]
+
+
 def write_parameters(path, settings):
-    """Comet's own template, which stays beside it, with the given settings."""
+    """Comet's own template, which stays beside it, with the given settings; enzymes may have their names."""
     subprocess.run(["comet-ms", "-p"], cwd=path.parent, check=True, stdout=subprocess.DEVNULL)
     text = (path.parent / "comet.params.new").read_text()
     for key, value in settings.items():
+        if key.endswith("_enzyme_number") and not value.isdigit():
+            value = enzyme_number(text, value)
         text, found = re.subn(rf"(?m)^{key} = *[^#\n]*", lambda _: f"{key} = {value} ", text)
         if found != 1:
             raise SystemExit(f"comet-ms has no parameter {key}")

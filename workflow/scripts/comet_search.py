@@ -6,6 +6,7 @@ types and tolerances follow the kind of MS2 scans, which is in the name of each 
 files go to the current directory.
 """
 import argparse
+import json
 from pathlib import Path
 
 import comet
@@ -34,7 +35,7 @@ def parse_arguments():
     parser.add_argument("--summary", required=True, type=Path, help="table to write")
     parser.add_argument("--tools", default="tarvek-tools", help="the program tarvek-tools")
     parser.add_argument("--threads", type=int, default=1)
-    parser.add_argument("--precursor-ppm", type=float, default=20)
+    parser.add_argument("--settings", required=True, type=json.loads, help="of comet_settings, as JSON")
     parser.add_argument("--fdr", type=float, default=0.01)
     parser.add_argument("--plus-one", action="store_true", help="add 1 to the decoys when estimating the rate")
     return parser.parse_args()
@@ -42,7 +43,9 @@ def parse_arguments():
 
 def search(mgf, options):
     """Comet's table of the matches."""
-    settings = comet.settings_of(mgf, options.threads, options.precursor_ppm)
+    tolerance = options.settings["fragment_tolerance"][comet.kind_of(mgf)[1]]
+    settings = {**comet.settings_of(mgf, options.threads), "fragment_bin_tol": str(tolerance),
+                **options.settings["parameters"]}
     comet.search(mgf, options.fasta, settings, Path(), mgf.stem)
     return Path(f"{mgf.stem}.txt")
 

@@ -8,15 +8,15 @@ import sys
 
 
 def read_record(path):
-    """kind -> key -> number, of counts and of scans left out."""
-    record = {"count": {}, "left_out": {}}
+    """kind -> key -> number, of counts and of scans left out; of settings the text."""
+    record = {"count": {}, "left_out": {}, "setting": {}}
     with open(path, encoding="utf-8", errors="replace") as lines:
         for number, line in enumerate(lines, 1):
             fields = line.rstrip("\r\n").split("\t")
             if len(fields) != 3 or fields[0] not in record:
                 continue
             try:
-                record[fields[0]][fields[1]] = int(fields[2])
+                record[fields[0]][fields[1]] = fields[2] if fields[0] == "setting" else int(fields[2])
             except ValueError as error:
                 raise SystemExit(f"{path}, line {number}: {fields[2]} is no number") from error
     return record

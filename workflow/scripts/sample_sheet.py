@@ -5,6 +5,8 @@ import math
 import re
 from pathlib import Path
 
+from configuration import text_of
+
 REQUIRED = ("sample", "file")
 OPTIONAL = ("isolation_width", "charge_range", "faims", "fasta")
 
@@ -25,8 +27,6 @@ class Sample:
     file: str  # absolute path
     ending: str  # as the file has it
     kind: str  # xml, raw or wiff
-    isolation_width: float
-    charge_range: str
     settings_options: str  # of tarvek-tools settings
     extractor_options: str
     fasta: str  # absolute path; empty: not searched
@@ -42,44 +42,57 @@ def absolute(path, directory):
     return str((directory / path).absolute()) if path else ""
 
 
-def settings_of(row, where, config):
-    """(isolation width, charge range, options of tarvek-tools settings, options of the extractor) of one row."""
+def named(row, where, config, name):
+    """(what the sheet says, else the configuration, and which of them); the text is empty when neither does."""
+    return (row[name], where) if row[name] else (text_of(config, name), "the configuration")
+
+
+def number_in(text, where, name):
     try:
-        width = float(row["isolation_width"] or config["isolation_width"])
-        faims = float(row["faims"] or 0)
+        number = float(text)
     except ValueError as error:
-        raise SystemExit(f"{where}: isolation_width and faims are numbers: {error}") from error
-    if not (math.isfinite(width) and width > 0):
-        raise SystemExit(f"{where}: isolation_width is {width:g} and not a width above 0")
-    if not math.isfinite(faims):
-        raise SystemExit(f"{where}: faims is {faims:g} and not a voltage")
-    charges = row["charge_range"] or str(config["charge_range"])
-    if not re.fullmatch(r"-?[0-9]+t-?[0-9]+", charges):
-        raise SystemExit(f"{where}: charge_range is '{charges}' and not like 2t6 or -3t-1")
-    return width, charges, settings_options(row, width, charges, config), f"--faims {faims:g}" if row["faims"] else ""
+        raise SystemExit(f"{where}: {name} is '{text}' and not a number") from error
+    if not math.isfinite(number):
+        raise SystemExit(f"{where}: {name} is '{text}' and not a number")
+    return number
 
 
-def settings_options(row, width, charges, config):
-    """What decides on width and charges: the sheet; else what auto and the preset choose, and without them the
-    configuration."""
+def width_options(text, where):
+    if not text:
+        return []
+    width = number_in(text, where, "isolation_width")
+    if width <= 0:
+        raise SystemExit(f"{where}: isolation_width is '{text}' and not a width above 0")
+    return [f"--width={width:g}"]
+
+
+def charge_options(text, where):
+    if text and not re.fullmatch(r"-?[0-9]+t-?[0-9]+", text):
+        raise SystemExit(f"{where}: charge_range is '{text}' and not like 2t6 or -3t-1")
+    return [f"--charges={text}"] if text else []
+
+
+def settings_options(row, where, config):
+    """Options of tarvek-tools settings: what sheet or configuration name wins, then the preset, then what auto chooses."""
     options = ["--auto"] if config["auto"] else []
-    said = preset_keys(config)
-    if config["preset"]:
-        options.append(f"--preset {config['preset']}")
-    for option, key, value in (("--width", "isolation_width", f"{width:g}"), ("--charges", "charge_range", charges)):
-        if row[key] or not (config["auto"] or key in said):
-            options.append(f"{option}={value}")
+    options += [f"--preset {config['preset']}"] if config["preset"] else []
+    options += width_options(*named(row, where, config, "isolation_width"))
+    options += charge_options(*named(row, where, config, "charge_range"))
     return " ".join(options)
 
 
-def preset_keys(config):
-    """The parameters that the preset of the configuration names; "preset_folder" is where it is installed."""
-    name = str(config["preset"] or "")
+def extractor_options(row, where):
+    return f"--faims {number_in(row['faims'], where, 'faims'):g}" if row["faims"] else ""
+
+
+def preset_keys(config, folder):
+    """The parameters that the preset of the configuration names. folder: where presets are installed."""
+    name = text_of(config, "preset")
     if not name:
         return set()
-    path = Path(config["preset_folder"]) / f"{name}.cfg"
+    path = Path(folder) / f"{name}.cfg"
     if not re.fullmatch("[A-Za-z0-9_-]+", name) or not path.is_file():
-        known = sorted(preset.stem for preset in Path(config["preset_folder"]).glob("*.cfg"))
+        known = sorted(preset.stem for preset in Path(folder).glob("*.cfg"))
         raise SystemExit(f"preset is '{name}' and none of {', '.join(known)}")
     return {line.split("=")[0].strip() for line in path.read_text().splitlines()
             if "=" in line and not line.lstrip().startswith("#")}
@@ -87,7 +100,7 @@ def preset_keys(config):
 
 def extraction_environment(config):
     """What the extractor is told through its environment, as the shell takes it in front of a command."""
-    analyser, activation = (str(config[key] or "").strip() for key in ("analyser", "activation"))
+    analyser, activation = (text_of(config, name) for name in ("analyser", "activation"))
     if analyser and not re.fullmatch(ANALYSER, analyser):
         raise SystemExit(f"analyser is '{analyser}' and not FTMS, ITMS or like ms1=FTMS,ms2=ITMS")
     if activation and activation not in ACTIVATIONS:
@@ -98,7 +111,7 @@ def extraction_environment(config):
 
 def joint_environment(config):
     """TARVEK_JOINT=P in front of a command, where the configuration asks for the joint determination."""
-    text = str(config["joint"] if config["joint"] is not None else "").strip()
+    text = text_of(config, "joint")
     if not text:
         return ""
     try:
@@ -122,10 +135,9 @@ def sample_of(row, where, directory, config):
     ending = ending_of(row["file"])
     if ending is None:
         raise SystemExit(f"{where}: {row['file']} is none of {', '.join(sorted(KINDS))}")
-    width, charges, settings, extractor_options = settings_of(row, where, config)
     fasta = absolute(row["fasta"], directory) or absolute(config["fasta"], Path.cwd())
-    return Sample(row["sample"], absolute(row["file"], directory), ending, KINDS[ending.lower()], width,
-                  charges, settings, extractor_options, fasta)
+    return Sample(row["sample"], absolute(row["file"], directory), ending, KINDS[ending.lower()],
+                  settings_options(row, where, config), extractor_options(row, where), fasta)
 
 
 def check_columns(path, columns):

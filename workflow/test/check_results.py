@@ -29,16 +29,18 @@ def check(results, data, summary):
     print(f"{name}: {identified} of {scans} scans identified, {right} of {len(rows)} matches with a peptide that is in them")
     if identified != len({row["scan"] for row in rows}) or int(summary["matches"]) != len(rows) or len(ids) != len(rows):
         sys.exit(f"{name}: the summary says {identified} scans, {summary['matches']} matches; the table differs")
+    if summary["worst"] not in ("", "note") or summary["isolation_width"] != "2":
+        sys.exit(f"{name}: a {summary['worst']} ({summary['finding']}) or a width other than the declared 2")
     if identified < 0.9 * scans or right < 0.95 * len(rows):
         sys.exit(f"{name}: too few")
 
 
 def main():
     results, data = map(Path, sys.argv[1:])
-    with open(results / "search.tsv", newline="") as table:
+    with open(results / "summary.tsv", newline="") as table:
         summaries = list(csv.DictReader(table, delimiter="\t"))
     if len(summaries) != 3:
-        sys.exit(f"search.tsv has {len(summaries)} samples")
+        sys.exit(f"summary.tsv has {len(summaries)} samples")
     for summary in summaries:
         check(results, data, summary)
 

@@ -85,6 +85,18 @@ class Settings(unittest.TestCase):
             comet.settings_of(Path("run.mgf"))
 
 
+class Enzymes(unittest.TestCase):
+    TEXT = "x = 1\n[COMET_ENZYME_INFO]\n1.  Trypsin                1      KR          P\n2.  Trypsin/P    1  KR  -\n"
+
+    def test_an_enzyme_has_the_number_of_comets_list(self):
+        self.assertEqual(comet.enzyme_number(self.TEXT, "Trypsin"), "1")
+        self.assertEqual(comet.enzyme_number(self.TEXT, "Trypsin/P"), "2")
+
+    def test_one_that_is_not_in_the_list_is_refused(self):
+        with self.assertRaisesRegex(SystemExit, "comet-ms knows no enzyme Tryp$"):
+            comet.enzyme_number(self.TEXT, "Tryp")
+
+
 class Counts(unittest.TestCase):
     def test_they_are_those_that_tarvek_tools_prints(self):
         with tempfile.TemporaryDirectory() as folder:

@@ -5,11 +5,10 @@ import unittest
 from pathlib import Path
 
 sys.path.insert(0, str(Path(__file__).parent.parent / "scripts"))
-from sample_sheet import extraction_environment, joint_environment, read_samples
+from sample_sheet import extraction_environment, joint_environment, preset_keys, read_samples
 
 PRESETS = Path(__file__).parent.parent.parent / "data/presets"
-CONFIG = {"isolation_width": 2.0, "charge_range": "2t6", "fasta": "", "auto": False, "preset": "",
-          "preset_folder": str(PRESETS)}
+CONFIG = {"isolation_width": "", "charge_range": "", "fasta": "", "auto": True, "preset": ""}
 
 
 class SampleSheet(unittest.TestCase):
@@ -34,29 +33,37 @@ class SampleSheet(unittest.TestCase):
                             "a\ta.RAW\t1.6\t-3t-1\t-45\tp.fasta\n"
                             "b\tb.wiff\t\t\t\t\n", fasta="/q.fasta")
         a, b = samples.values()
-        self.assertEqual((a.isolation_width, a.charge_range, a.extractor_options, a.kind),
-                         (1.6, "-3t-1", "--faims -45", "raw"))
+        self.assertEqual((a.settings_options, a.extractor_options, a.kind),
+                         ("--auto --width=1.6 --charges=-3t-1", "--faims -45", "raw"))
         self.assertTrue(a.fasta.endswith("/p.fasta"))
-        self.assertEqual((b.isolation_width, b.charge_range, b.extractor_options, b.kind, b.fasta),
-                         (2.0, "2t6", "", "wiff", "/q.fasta"))
+        self.assertEqual((b.settings_options, b.extractor_options, b.kind, b.fasta), ("--auto", "", "wiff", "/q.fasta"))
 
     def settings(self, row, **config):
         head = "sample\tfile\tisolation_width\tcharge_range\n"
         return self.read(head + f"a\ta.mzML\t{row}\n", **config)["a"].settings_options
 
-    def test_the_sheet_wins_then_the_preset_then_auto_then_the_configuration(self):
-        self.assertEqual(self.settings("\t"), "--width=2 --charges=2t6")
-        self.assertEqual(self.settings("1.6\t-3t-1"), "--width=1.6 --charges=-3t-1")
-        self.assertEqual(self.settings("\t", auto=True), "--auto")
-        self.assertEqual(self.settings("1.6\t", auto=True), "--auto --width=1.6")
-        self.assertEqual(self.settings("\t", preset="velos"), "--preset velos")
-        self.assertEqual(self.settings("\t1t3", preset="velos", auto=True), "--auto --preset velos --charges=1t3")
-        self.assertEqual(self.settings("\t", preset="n15"), "--preset n15 --width=2")
+    def test_what_sheet_or_configuration_name_is_named_to_the_program_too(self):
+        self.assertEqual(self.settings("\t"), "--auto")
+        self.assertEqual(self.settings("1.6\t-3t-1"), "--auto --width=1.6 --charges=-3t-1")
+        self.assertEqual(self.settings("\t", isolation_width=3.0, charge_range="1t2"), "--auto --width=3 --charges=1t2")
+        self.assertEqual(self.settings("1.6\t", isolation_width=3.0), "--auto --width=1.6")
+        self.assertEqual(self.settings("\t", auto=False), "")
+        self.assertEqual(self.settings("\t1t3", auto=False), "--charges=1t3")
+        self.assertEqual(self.settings("\t1t3", preset="velos"), "--auto --preset velos --charges=1t3")
+
+    def test_a_mistake_of_the_configuration_is_not_blamed_on_the_sheet(self):
+        with self.assertRaisesRegex(SystemExit, "^the configuration: isolation_width is 'wide' and not a number"):
+            self.settings("\t", isolation_width="wide")
 
     def test_a_preset_that_is_not_installed_is_refused(self):
         for preset in ("velo", "../presets/velos"):
             with self.assertRaisesRegex(SystemExit, "and none of lipid, lumos, n15, qe, topdown, velos"):
-                self.settings("\t", preset=preset)
+                preset_keys({"preset": preset}, PRESETS)
+
+    def test_a_preset_names_its_parameters(self):
+        self.assertIn("isolation_width", preset_keys({"preset": "velos"}, PRESETS))
+        self.assertNotIn("isolation_width", preset_keys({"preset": "n15"}, PRESETS))
+        self.assertEqual(preset_keys({"preset": None}, PRESETS), set())
 
     def test_empty_lines_are_passed_over(self):
         self.assertEqual(list(self.read("sample\tfile\r\n\r\na\ta.mzML\r\n\t\r\n")), ["a"])
@@ -72,7 +79,7 @@ class SampleSheet(unittest.TestCase):
         self.assertIn("no column file", self.message("sample,file\n"))
         self.assertIn("unknown column width", self.message("sample\tfile\twidth\n"))
         self.assertIn("no samples", self.message(head))
-        self.assertIn("are numbers", self.message("sample\tfile\tfaims\na\ta.mzML\tx\n"))
+        self.assertIn(":2: faims is 'x' and not a number", self.message("sample\tfile\tfaims\na\ta.mzML\tx\n"))
         self.assertIn("column file stands twice", self.message("sample\tfile\tfile\na\ta.mzML\tb.mzML\n"))
 
     def test_a_name_that_programs_would_take_for_an_option_is_refused(self):
@@ -86,7 +93,7 @@ class SampleSheet(unittest.TestCase):
         for charges in ("two", "2", "226", "2t", "t6"):
             self.assertIn(f":2: charge_range is '{charges}' and not", self.message(
                 f"sample\tfile\tcharge_range\na\ta.mzML\t{charges}\n"))
-        self.assertIn(":2: faims is nan", self.message("sample\tfile\tfaims\na\ta.mzML\tnan\n"))
+        self.assertIn(":2: faims is 'nan'", self.message("sample\tfile\tfaims\na\ta.mzML\tnan\n"))
 
     def test_a_sheet_in_another_encoding_is_named(self):
         for encoding in ("latin-1", "utf-16"):
