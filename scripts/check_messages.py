@@ -6,9 +6,9 @@
 In src/ and extractor/ a message is a string literal with a blank in it. In tools/, whose literals are texts of reports and helps for the most
 part, it is one in a statement that begins with throw, or a call of Fail or SayError. Adjacent literals are one.
 Parts between escape sequences are looked for one by one, since the page shows only what a user sees. The page may
-shorten a message: after twelve characters or more, " ..." takes the place of the rest of its expression. Literals that
-are no messages (parameter template, table headers, formats) are listed below; a listed one that no longer exists
-is an error, too.
+shorten a message: after two words or more, eight characters at least, "..." takes the place of the rest of its
+expression. Literals that are no messages (parameter template, table headers, formats) are listed below; a listed one
+that no longer exists is an error, too.
 """
 import re
 import sys
@@ -32,6 +32,7 @@ NO_MESSAGES = (
     "peakPicking vendor", "cmd.exe /d", "All spectra of ", " were extracted.\\n",  # commands, the marker
 )
 
+PUNCTUATION = " .,:;"
 LITERAL = r'"(?:[^"\\\n]|\\.)*"'
 PARTS = rf"//[^\n]*|/\*.*?\*/|'(?:[^'\\]|\\.)'|{LITERAL}(?:\s*{LITERAL})*"
 STATEMENT_ENDS = ";{}"
@@ -85,8 +86,8 @@ def thrown_expressions_of(source):
 
 
 def parts_of(literal):
-    """What of a literal the page must hold; a colon may part it from the path before it."""
-    parts = [" ".join(part.split()).strip(": ") for part in re.split(r"\\[ntr]", literal.replace('\\"', '"'))]
+    """What of a literal the page must hold, without the punctuation around it."""
+    parts = [" ".join(part.split()).strip(PUNCTUATION) for part in re.split(r"\\[ntr]", literal.replace('\\"', '"'))]
     return [part for part in parts if len(re.findall("[A-Za-z]", part)) >= 4]
 
 
@@ -102,10 +103,11 @@ def messages_of(sources, expressions=expressions_of):
 
 
 def is_shortened_in(page, part):
-    """Whether the page has the first words of part, twelve characters or more, and " ..." in place of the others."""
+    """Whether the page has the first words of part, two or more with eight characters at least, and "..." for the others."""
     words = part.split()
-    beginnings = (" ".join(words[:n]) for n in range(1, len(words) + 1))
-    return any(len(beginning) >= 12 and beginning + " ..." in page for beginning in beginnings)
+    beginnings = (" ".join(words[:n]).rstrip(PUNCTUATION) for n in range(2, len(words) + 1))
+    return any(len(beginning) >= 8 and re.search(rf"(?:\b|(?=\W)){re.escape(beginning)} ?\.\.\.", page)
+               for beginning in beginnings)
 
 
 def missing_in(page, messages):
@@ -135,9 +137,12 @@ def check_itself():
     source = {"c.cpp": 'throw a + " was lost on its way to " + std::name(b, c) + (d ? " and" : " or is it ") + "found again";\n'
                        'throw x ? "one by one by one" : "all at once";'}
     messages = messages_of(source)
-    assert missing_in("A was lost on its ..., one by one by ..., all at once", messages) == []
-    assert missing_in("A was lost ..., one by one by ...", messages) == [
-        ("c.cpp", "was lost on its way to"), ("c.cpp", "or is it"), ("c.cpp", "found again"), ("c.cpp", "all at once")]
+    for page in ("A was lost ..., one by one ..., all at once", "A was lost on..., one by one..., all at once"):
+        assert missing_in(page, messages) == [], page
+    for page in ("A was..., one by one...", "Awas lost..., one by one...", "was lo..., one by one by one"):
+        assert missing_in(page, messages) == [
+            ("c.cpp", "was lost on its way to"), ("c.cpp", "or is it"), ("c.cpp", "found again"), ("c.cpp", "all at once")]
+    assert missing_in("was lost..., one by..., all at once", messages) == [("c.cpp", "one by one by one")]
 
 
 def sources_in(root, folder):

@@ -49,7 +49,7 @@ class ReadOnlyDirectory : public PairTest {
 };
 
 TEST_F(ReadOnlyDirectory, IsNamedInTheError) {
-  Promise promise("a read-only directory: -1, the file is named, nothing is left behind");
+  Promise promise("a read-only directory: nothing is left");
   promise.Try("of the outputs", [&] {
     ExpectError({"-D", "run.ms1", "-O", "fixed", "-L", "log"},
                 "Cannot open CSV File, Path: fixed/run.csv_unfinished");
@@ -98,7 +98,7 @@ class ChangingInput : public GeneratedRunTest {
 };
 
 TEST_F(ChangingInput, ThatBecomesShorterEndsTheRunWithAnError) {
-  Promise promise("input that becomes shorter: -1, the file is named, no final table; run again");
+  Promise promise("input that becomes shorter: no final table; run again");
   for (const char* const name : {"run.ms1", "run.ms2"}) {
     const std::uint64_t size_bytes = fs::file_size(Path(name));
     const auto points = static_cast<std::uint64_t>(FaultPoints());
@@ -123,7 +123,7 @@ TEST_F(ChangingInput, ThatIsDeletedWhileItIsReadIsReadToItsEnd) {
 }
 
 TEST_F(ChangingInput, ThatVanishesBeforeItsTurnIsNamed) {
-  Promise promise("input gone before its turn: -1, it is named; the files before it are finished");
+  Promise promise("input gone before its turn: the files before it are finished");
   for (const char* const level : {"1", "2"})
     promise.Try(std::string("MS") + level, [&] {
       for (const char* const name : {"in/a", "in/b"}) PlaceGenerated(name);
@@ -164,7 +164,7 @@ class LostConsole : public PairTest {
 };
 
 TEST_F(LostConsole, ChangesNeitherOutputsNorLog) {
-  Promise promise("a console that is closed or full: the run goes on, outputs and log are whole");
+  Promise promise("a console that is closed or full: outputs and log are whole");
   RunOn(StandardOutput::kCaptured);
   const std::vector<std::string> whole = LogLines();
   ASSERT_GT(whole.size(), 20u);

@@ -48,7 +48,7 @@ class BadExtractor : public FakeExtractorTest {
 };
 
 TEST_F(BadExtractor, ThatDiesIsReported) {
-  Promise promise("an extractor that is killed or fails: -1, the input is named; run again");
+  Promise promise("an extractor that is killed or fails: run again");
   const std::vector<std::string> deaths = {"kill -KILL $$", "kill -TERM $$", "kill -SEGV $$",
                                            "kill -INT $$",  "exit 1",        "exit 255"};
   const std::vector<std::string> moments = {
@@ -65,8 +65,7 @@ TEST_F(BadExtractor, ThatDiesIsReported) {
 
 // The marker says that the spectra are there, so only -r 1 starts the extractor again.
 TEST_F(BadExtractor, ThatLiesIsFoundOut) {
-  Promise promise(
-      "an extractor that claims success without marker or spectra: -1, a file is named");
+  Promise promise("an extractor that claims success without marker or spectra: an error");
   const std::string marker = ": > \"$out/$base.morvex\"\n";
   const std::string ms1 = "cp prepared/run.ms1 \"$out/$base.ms1\"\n";
   const std::vector<std::pair<std::string, std::string>> lies = {

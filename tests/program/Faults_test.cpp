@@ -62,7 +62,7 @@ class FileSizeLimit : public GeneratedRunTest {
 };
 
 TEST_F(FileSizeLimit, BelowTheLargestOutputEndsTheRunWithAnError) {
-  Promise promise("a failing write ends the run with -1 and names the file; no final table");
+  Promise promise("a failing write: no final table");
   const auto points = static_cast<std::uint64_t>(FaultPoints());
   for (std::uint64_t i = 0; i < points; ++i) {
     const std::uint64_t limit_bytes = LargestOutputBytes() * i / points;
@@ -87,7 +87,7 @@ TEST_F(FileSizeLimit, LeavesARunThatCanBeDoneAgain) {
 // ------------------------------------------------------------ full devices
 
 TEST_F(PairTest, OnAFullDeviceEndsWithAnErrorThatNamesTheFile) {
-  Promise promise("each output on a full device: -1, the file is named, no final table");
+  Promise promise("each output on a full device: no final table");
   for (const char* const name : {"run.csv_unfinished", "run.pf1", "run.pf1idx", "run_HCDFT.pf2",
                                  "run_HCDFT.pf2idx", "run_HCDFT.mgf", "run_CIDIT.pf2",
                                  "run_CIDIT.pf2idx", "run_CIDIT.mgf", "run.tarvek_unfinished"}) {
@@ -161,8 +161,7 @@ class KilledRun : public GeneratedRunTest {
 };
 
 TEST_F(KilledRun, GivesTheUndisturbedBytesWhenRunAgain) {
-  Promise promise(
-      "kill -9: no final table beside incomplete outputs; run again: undisturbed bytes");
+  Promise promise("kill -9: no final table with incomplete outputs; run again");
   std::mt19937 random(kSeed);
   const auto try_one = [&] {
     fs::remove_all(Path("out"));

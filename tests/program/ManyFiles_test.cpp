@@ -63,7 +63,7 @@ class BrokenFile : public ProgramTest {
 };
 
 TEST_F(BrokenFile, IsNamedAndEverythingBeforeItIsFinished) {
-  Promise promise("one broken file of many: -1, it is named; every file before it is finished");
+  Promise promise("one broken file of many: the files before it are finished");
   for (int place = 0; place < kFiles; ++place)
     promise.Try(place, [&] {
       RunWithBroken(place);
@@ -74,7 +74,7 @@ TEST_F(BrokenFile, IsNamedAndEverythingBeforeItIsFinished) {
     });
 }
 TEST_F(BrokenFile, MendedIsDoneNextTimeAndTheFinishedOnesAreSkipped) {
-  Promise promise("run again with the broken file mended: the finished are skipped, all is there");
+  Promise promise("the broken file fixed: run again; the finished are skipped");
   for (int place = 0; place < kFiles; ++place)
     promise.Try(place, [&] {
       RunWithBroken(place);

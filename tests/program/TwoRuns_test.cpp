@@ -111,7 +111,7 @@ TEST_F(GeneratedRunTest, OfManyOnOneDirectoryAtOnceOneSucceedsAndTheOthersSayWhy
 }
 
 TEST_F(GeneratedRunTest, AtOnceWithAnotherAtAnyMomentLosesNothing) {
-  Promise promise("two runs on one directory: the outputs of one, a named file from the other");
+  Promise promise("two runs on one directory: the outputs of one, an error of the other");
   std::mt19937 random(kSeed);
   int refused = 0;
   const auto try_one = [&] {
