@@ -150,7 +150,10 @@ void OutputSet::Complete(const RunRecord& record) {
   m_csv.Finish();
   if (m_evidence) m_evidence->Complete();
   WriteRunRecord(RunRecordPath(*m_parameters), record);
+  // A power failure is to leave no table whose companions have lost their names.
+  SyncFolderOf(m_csv.Path());
   m_csv.Complete();
+  SyncFolderOf(m_csv.Path());
 }
 
 }  // namespace tarvek

@@ -20,7 +20,9 @@ FileLock LockFile(const std::string& path) {
   return lock;
 }
 
-bool FileExists(const std::string& path) { return File::Open(path, "r").IsOpen(); }
+bool FileExists(const std::string& path) { return StateAt(path) == FileState::kReadable; }
+
+bool IsUnreadable(const std::string& path) { return StateAt(path) == FileState::kUnreadable; }
 
 bool PathExists(const std::string& path) { return FileExists(path) || IsDirectory(path); }
 
@@ -72,11 +74,18 @@ void MakeDirectory(std::string_view path) {
 }
 
 void RemoveFile(const std::string& path) {
-  if (FileExists(path) && !DeleteFileAt(path)) throw "Cannot delete file: " + path;
+  if (DeleteFileAt(path)) return;
+  const FileState state = StateAt(path);
+  if (state == FileState::kReadable || state == FileState::kUnreadable)
+    throw "Cannot delete file: " + path;
 }
 
 void RenameFile(const std::string& from, const std::string& to) {
   if (!RenameFileAt(from, to)) throw "Cannot rename file: " + from;
+}
+
+void SyncFolderOf(const std::string& path) {
+  if (!SyncDirectory(FolderOf(path))) throw "Cannot store the names of files in " + FolderOf(path);
 }
 
 void RewindFile(const std::string& name, File& file) {

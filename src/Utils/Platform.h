@@ -44,6 +44,22 @@ extern const bool kFileNamesIgnoreCase;
 /// What stands between the directories of the environment variable PATH.
 extern const std::string_view kSearchPathSeparator;
 
+/// Which file of the system it is, by whatever name: equal for one file, different for two that are
+/// there at the same time.
+struct FileIdentity {
+  std::uint64_t m_device = 0;
+  std::uint64_t m_file = 0;
+  bool operator==(const FileIdentity&) const = default;
+};
+
+/// The identity of the regular file that path leads to; nothing without one, or when the system cannot
+/// tell.
+std::optional<FileIdentity> IdentityAt(const std::string& path);
+
+/// What a path leads to. kUnreadable: there is something, or the system does not let us look.
+enum class FileState { kAbsent, kDirectory, kUnreadable, kReadable };
+FileState StateAt(const std::string& path);
+
 /// An open file, moved but not copied. Bytes pass unchanged on every system: there is no text mode.
 class File {
  public:
@@ -72,6 +88,13 @@ class File {
 
   /// Size in bytes; 0 when it has none, as a pipe.
   [[nodiscard]] std::int64_t SizeBytes() const noexcept;
+
+  /// As IdentityAt.
+  [[nodiscard]] std::optional<FileIdentity> Identity() const noexcept;
+
+  /// Has the system store what was written, so that it outlives a power failure; false when that
+  /// failed. True also for what cannot be stored, as a pipe, and where kNoSyncVariable is set.
+  [[nodiscard]] bool Sync() noexcept;
 
   /// Closes; false when the system reports that something was not written. Closing twice is
   /// harmless.
@@ -109,6 +132,14 @@ class FileLock {
   File m_file;
   bool m_is_held_elsewhere = false;
 };
+
+/// Set to anything but "" or "0" it leaves storing to the system: for disks that hold scratch data.
+inline constexpr const char* kNoSyncVariable = "TARVEK_NO_SYNC";
+bool SyncsFiles();
+
+/// Has the system store the names in a directory, as File::Sync does with bytes. True also where a
+/// directory cannot be stored on its own.
+[[nodiscard]] bool SyncDirectory(const std::string& path) noexcept;
 
 /// True when path can be opened as a directory for listing.
 bool IsDirectory(const std::string& path);
