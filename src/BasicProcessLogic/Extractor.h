@@ -15,9 +15,16 @@
 
 namespace tarvek {
 
-/// Converts the current file into the output directory, unless its marker is there already and
-/// rewriting is off; tells whether it did. mode: "ms" for spectra, "mgf" for an MGF file.
+/// Converts the current file into the output directory, unless it was extracted already and rewriting
+/// is off; tells whether it did. mode: "ms" for spectra, "mgf" for an MGF file.
 bool runExtractor(const UserParameters& parameters, std::string_view mode);
+
+/// Whether the marker of the current file is there and counts: it is whole, it is of this file as it is
+/// now where it says so, and the spectra that it speaks of are not of other sizes, nor empty.
+bool IsExtracted(const UserParameters& parameters);
+
+/// Deletes a marker that does not count, and says why in the log; not when everything is rewritten.
+void ForgetFlawedExtraction(const UserParameters& parameters);
 
 /// What the marker of the current file says of the extraction: settings, counts, and why scans were
 /// left out. Empty when it says nothing; also, with a warning, when it cannot be read.

@@ -2,6 +2,7 @@
 
 #include "FileUtils.h"
 #include "Logger.h"
+#include "PrecursorTableReader.h"
 #include "RunSummary.h"
 #include "UnfinishedFile.h"
 
@@ -66,6 +67,14 @@ void DeleteForsaken(const UserParameters& parameters) {
   static_cast<void>(DeleteFileAt(table));
 }
 
+// Of a table that is there and does not count, as after a power failure.
+void WarnOfFlawedTable(const UserParameters& parameters) {
+  const std::string table = FinishedTablePath(parameters);
+  if (parameters.m_rewrite_files || !FileExists(table)) return;
+  logMessage(kWarn, table + " is no finished table: " + FlawOfTable(table) + ". " +
+                        parameters.m_current_file + " is processed again.");
+}
+
 }  // namespace
 
 std::string OutputPath(const UserParameters& parameters, std::string_view ending) {
@@ -83,7 +92,9 @@ bool SkipsExisting(const UserParameters& parameters, const std::string& result) 
 }
 
 bool SkipsFinished(const UserParameters& parameters) {
-  if (!SkipsExisting(parameters, FinishedTablePath(parameters))) return false;
+  const std::string table = FinishedTablePath(parameters);
+  if (!FileExists(table) || !IsFinishedTable(table)) return false;
+  if (!SkipsExisting(parameters, table)) return false;
   DeleteForsaken(parameters);
   return true;
 }
@@ -103,6 +114,7 @@ std::optional<OutputClaim> ClaimUnlessFinished(const UserParameters& parameters)
   if (SkipsFinished(parameters)) return std::nullopt;
   OutputClaim claim(parameters);
   if (SkipsFinished(parameters)) return std::nullopt;
+  WarnOfFlawedTable(parameters);
   return claim;
 }
 

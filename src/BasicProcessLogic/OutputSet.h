@@ -79,8 +79,8 @@ class OutputSet {
 /// Path of an output of the current file: its base name and ending in the output directory.
 std::string OutputPath(const UserParameters& parameters, std::string_view ending);
 
-/// Path of the finished precursor table of the current file: its presence says that the file is
-/// done.
+/// Path of the finished precursor table of the current file: it says that the file is done when it
+/// begins with its header.
 std::string FinishedTablePath(const UserParameters& parameters);
 
 /// Whether the current file is to be skipped because result exists and rewriting is off; says so in

@@ -115,6 +115,7 @@ RunRecord ExtractAndBegin(const UserParameters& parameters) {
 // in an order that needs the text files.
 std::optional<RunRecord> ProcessWhileExtracting(const UserParameters& parameters,
                                                 OutputClaim& claim) {
+  ForgetFlawedExtraction(parameters);
   logInfo(ExtractorCommand(parameters, "ms", ChosenExtractor(parameters)));
   try {
     return ProcessInstrumentSpectra(parameters, claim, SettingsOfExtraction(parameters));

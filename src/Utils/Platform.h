@@ -56,6 +56,15 @@ struct FileIdentity {
 /// tell.
 std::optional<FileIdentity> IdentityAt(const std::string& path);
 
+/// Size and time of the last change of a regular file.
+struct FileStamp {
+  std::int64_t m_bytes = 0;
+  std::int64_t m_modified_ns = 0;  // since the beginning of 1970, UTC
+};
+
+/// Of the file that path leads to; nothing without a regular one.
+std::optional<FileStamp> StampAt(const std::string& path);
+
 /// What a path leads to. kUnreadable: there is something, or the system does not let us look.
 enum class FileState { kAbsent, kDirectory, kUnreadable, kReadable };
 FileState StateAt(const std::string& path);

@@ -207,6 +207,13 @@ std::optional<FileIdentity> IdentityAt(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0 ? IdentityOf(status) : std::nullopt;
 }
 
+std::optional<FileStamp> StampAt(const std::string& path) {
+  constexpr std::int64_t kNanoseconds = 1'000'000'000;
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return FileStamp{status.st_size, status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec};
+}
+
 // A pipe is not opened: that would wait for somebody who writes into it.
 FileState StateAt(const std::string& path) {
   struct stat status {};

@@ -449,6 +449,22 @@ std::optional<FileIdentity> IdentityAt(const std::string& path) {
   return IdentityOf(file);
 }
 
+std::optional<FileStamp> StampAt(const std::string& path) {
+  constexpr std::int64_t kFrom1601To1970 = 116'444'736'000'000'000;  // in units of 100 ns
+  WIN32_FILE_ATTRIBUTE_DATA found{};
+  if (::GetFileAttributesExW(SystemPath(path).c_str(), GetFileExInfoStandard, &found) == 0 ||
+      (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+    return std::nullopt;
+  const auto joined = [](DWORD high, DWORD low) {
+    return static_cast<std::int64_t>(std::uint64_t{high} << 32 | low);
+  };
+  return FileStamp{
+      joined(found.nFileSizeHigh, found.nFileSizeLow),
+      (joined(found.ftLastWriteTime.dwHighDateTime, found.ftLastWriteTime.dwLowDateTime) -
+       kFrom1601To1970) *
+          100};
+}
+
 FileState StateAt(const std::string& path) {
   const DWORD attributes = ::GetFileAttributesW(SystemPath(path).c_str());
   if (attributes == INVALID_FILE_ATTRIBUTES) {

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ProgramTest.h"
@@ -22,6 +23,12 @@ std::vector<std::string> NamesOf(const FileMap& files) {
   std::vector<std::string> names;
   for (const auto& file : files) names.push_back(file.first);
   return names;
+}
+
+/// The first line of every table.
+std::string HeaderLine() {
+  const std::string table = ReadFile(GoldenFolder() + "/default/run.csv");
+  return table.substr(0, table.find('\n') + 1);
 }
 
 FileMap WithoutRecord(FileMap files) {
@@ -71,11 +78,28 @@ TEST_F(MainJob, TakesTheScoringModelOfItsNumber) {
 
 TEST_F(MainJob, SkipsAFileThatIsFinished) {
   RunPair();
-  Write("out/run.csv", "mine");
+  const std::string mine = HeaderLine() + "mine";
+  Write("out/run.csv", mine);
   RunPair();
   EXPECT_THAT(m_result.m_out,
               HasSubstr("[Tarvek] <INFO> - run.ms1 has existed results, skipping...\n"));
-  EXPECT_EQ(Content("out/run.csv"), "mine");
+  EXPECT_EQ(Content("out/run.csv"), mine);
+}
+TEST_F(MainJob, ProcessesAFileAgainWithoutAWholeTable) {
+  RunPair();
+  const std::string header = HeaderLine();
+  const std::string no_header = "it does not begin with the header";
+  for (const auto& [damaged, flaw] : {std::pair<std::string, std::string>{"", "it is empty"},
+                                      {std::string(4096, '\0'), no_header},
+                                      {header.substr(0, header.size() / 2), no_header},
+                                      {header.substr(0, header.size() - 1), no_header}}) {
+    Write("out/run.csv", damaged);
+    RunPair();
+    EXPECT_EQ(m_result.m_exit_status, 0);
+    EXPECT_THAT(m_result.m_err, HasSubstr("[Tarvek] <WARN> - out/run.csv is no finished table: " +
+                                          flaw + ". run.ms1 is processed again.\n"));
+    EXPECT_EQ(Outputs(), Expected());
+  }
 }
 TEST_F(MainJob, RewritesAFinishedFileWhenAskedTo) {
   RunPair();
@@ -179,9 +203,10 @@ TEST_F(Directory, HasItsFinishedFilesSkippedAndTheOthersProcessed) {
   PlacePair("in", "a");
   PlacePair("in", "b");
   MakeFolder("out");
-  Write("out/a.csv", "mine");
+  const std::string mine = HeaderLine() + "mine";
+  Write("out/a.csv", mine);
   Run({"-D", "in", "-F", "ms1", "-O", "out"});
-  EXPECT_EQ(Content("out/a.csv"), "mine");
+  EXPECT_EQ(Content("out/a.csv"), mine);
   EXPECT_TRUE(Exists("out/b.csv"));
 }
 TEST_F(Directory, WithAnUnknownFormatFailsTheCheckOfTheFormat) {

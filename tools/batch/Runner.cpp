@@ -9,6 +9,7 @@
 #include "Logger.h"
 #include "OutputFile.h"
 #include "Platform.h"
+#include "PrecursorTableReader.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
 #include "outputs/RunOutcome.h"
@@ -133,7 +134,7 @@ class BatchRunner {
     m_results[running.m_task].m_milliseconds = MonotonicMilliseconds() - running.m_start_ms;
     if (running.m_step == Step::kCheck)
       TakeCheck(running, status);
-    else if (status == 0 && (task.m_table.empty() || FileExists(task.m_table)))
+    else if (status == 0 && (task.m_table.empty() || IsFinishedTable(task.m_table)))
       TakeSuccess(running);
     else if (m_is_ending)
       Note(running.m_task, BatchState::kStopped);
