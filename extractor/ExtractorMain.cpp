@@ -10,6 +10,7 @@
 #include "Extraction.h"
 #include "FileUtils.h"
 #include "Platform.h"
+#include "ProductTexts.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -47,6 +48,10 @@ int Run(int argc, const char* const* argv, const ProgramTexts& texts,
   if (status != EXIT_SUCCESS) return status;
   if (options.m_help) {
     std::cout << HelpText(texts.m_name, texts.m_inputs);
+    return EXIT_SUCCESS;
+  }
+  if (options.m_version) {
+    std::cout << texts.m_name << ' ' << ProductVersion() << std::endl;
     return EXIT_SUCCESS;
   }
   const int status_of_environment = Guarded(

@@ -50,7 +50,7 @@ class ArgumentReader {
       else
         TakeOption(argument);
     }
-    if (m_options.m_help) return m_options;
+    if (m_options.m_help || m_options.m_version) return m_options;
     if (m_options.m_input.empty()) throw std::string("no instrument file is given; try --help");
     Complete();
     return m_options;
@@ -107,6 +107,8 @@ class ArgumentReader {
       m_only_files = true;
     } else if (option == "--help" || option == "-h") {
       m_options.m_help = true;
+    } else if (option == "--version") {
+      m_options.m_version = true;
     } else if (option == "-ms" || option == "-mgf") {
       m_options.m_mgf = option == "-mgf";
     } else if (option == "-msb") {
@@ -173,7 +175,8 @@ std::string HelpText(std::string_view program, std::string_view inputs) {
          "  --analyser A    FTMS or ITMS, for one level ms2=ITMS, against what the file says\n"
          "  --activation M  HCD, CID, ETD, ETHCD or ETCID for every MS2 scan, likewise\n"
          "  -a           accepted without effect\n"
-         "  --help       this text\n\n"
+         "  --help       this text\n"
+         "  --version    name and version\n\n"
          "BASE is the name of FILE without its last extension, and without .gz before that.\n"
          "TARVEK_ANALYSER and TARVEK_ACTIVATION in the environment say what the two options say.\n"
          "BASE.morvex is written last and says that all outputs are complete.\n";

@@ -16,6 +16,7 @@ namespace tarvek::extractor {
 
 struct ExtractorOptions {
   bool m_help = false;
+  bool m_version = false;
   bool m_mgf = false;  // an MGF file in place of spectra for the tool
   bool m_msb = false;  // the binary pair in place of the text pair
   int m_intensity_digits = 1;

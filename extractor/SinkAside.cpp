@@ -15,25 +15,29 @@ namespace {
 constexpr std::size_t kBatchBytes = std::size_t{1} << 19;
 constexpr std::size_t kMaxBatches = 4;
 
-struct ScanOnTheWay {
-  OutputScan m_scan;
-  std::vector<Peak> m_peaks;
-};
-
-/// Scans that are handed on together; emptied ones keep their room.
+/// Scans that are handed on together, their peaks one after the other: lists of their own would all
+/// grow to the size of the largest. An emptied batch keeps its room.
 struct Batch {
-  std::vector<ScanOnTheWay> m_scans;
-  std::size_t m_used = 0;
-  std::size_t m_bytes = 0;
+  struct Place {
+    OutputScan m_scan;
+    std::size_t m_end = 0;  // of its peaks
+  };
+  std::vector<Place> m_places;
+  std::size_t m_used = 0;  // of m_places
+  std::vector<Peak> m_peaks;
 
-  void Add(const OutputScan& scan, std::vector<Peak>& peaks) {
-    if (m_used == m_scans.size()) m_scans.emplace_back();
-    ScanOnTheWay& place = m_scans[m_used++];
-    place.m_scan = scan;
-    place.m_peaks.swap(peaks);
-    m_bytes += sizeof(ScanOnTheWay) + place.m_peaks.size() * sizeof(Peak);
+  void Add(const OutputScan& scan, const std::vector<Peak>& peaks) {
+    m_peaks.insert(m_peaks.end(), peaks.begin(), peaks.end());
+    if (m_used == m_places.size()) m_places.emplace_back();
+    m_places[m_used++] = {scan, m_peaks.size()};
   }
-  void Empty() { m_used = m_bytes = 0; }
+  [[nodiscard]] bool IsFull() const {
+    return m_used * sizeof(Place) + m_peaks.size() * sizeof(Peak) >= kBatchBytes;
+  }
+  void Empty() {
+    m_used = 0;
+    m_peaks.clear();
+  }
 };
 
 class SinkAside final : public ScanSink {
@@ -52,7 +56,7 @@ class SinkAside final : public ScanSink {
 
   void Write(const OutputScan& scan, std::vector<Peak>& peaks) override {
     m_filling.Add(scan, peaks);
-    if (m_filling.m_bytes >= kBatchBytes) HandOn();
+    if (m_filling.IsFull()) HandOn();
   }
 
   void Close() override {
@@ -92,9 +96,7 @@ class SinkAside final : public ScanSink {
   void WriteAll() {
     try {
       Batch batch;
-      while (NextBatch(batch))
-        for (std::size_t i = 0; i < batch.m_used && !IsDropped(); ++i)
-          m_sink->Write(batch.m_scans[i].m_scan, batch.m_scans[i].m_peaks);
+      while (NextBatch(batch)) WriteBatch(batch);
     } catch (...) {
       const std::lock_guard lock(m_mutex);
       m_failure = std::current_exception();
@@ -102,11 +104,21 @@ class SinkAside final : public ScanSink {
     }
   }
 
+  void WriteBatch(const Batch& batch) {
+    const Peak* first = batch.m_peaks.data();
+    for (std::size_t i = 0; i < batch.m_used && !IsDropped(); ++i) {
+      const Peak* const end = batch.m_peaks.data() + batch.m_places[i].m_end;
+      m_peaks.assign(first, end);
+      m_sink->Write(batch.m_places[i].m_scan, m_peaks);
+      first = end;
+    }
+  }
+
   // batch: goes back emptied; false at the end.
   bool NextBatch(Batch& batch) {
     std::unique_lock lock(m_mutex);
     batch.Empty();
-    if (!batch.m_scans.empty()) m_emptied.push_back(std::move(batch));
+    if (!batch.m_places.empty()) m_emptied.push_back(std::move(batch));
     batch = {};
     m_has_batches.wait(lock, [this] { return !m_batches.empty() || m_is_complete; });
     if (m_batches.empty() || m_is_dropped) return false;
@@ -122,6 +134,7 @@ class SinkAside final : public ScanSink {
   }
 
   std::unique_ptr<ScanSink> m_sink;
+  std::vector<Peak> m_peaks;  // of the thread
   Batch m_filling;
   std::mutex m_mutex;
   std::condition_variable m_has_room;

@@ -1,23 +1,32 @@
-// The companion program tarvek-tools: picks the subcommand and turns its errors into an exit
-// status.
+// The companion program tarvek-tools: picks the subcommand, turns its errors into an exit status, and
+// asks whether a subcommand or an option was meant that is nearly what was typed.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "Check.h"
 #include "Platform.h"
+#include "ProductTexts.h"
+#include "StringUtils.h"
 #include "batch/Command.h"
 #include "batch/RunCommand.h"
+#include "batch/SettingsCommand.h"
 #include "calibrate/Command.h"
 #include "check/Command.h"
+#include "explain/Command.h"
 #include "features/Command.h"
 #include "ipv/Command.h"
 #include "mgf/Command.h"
+#include "mzml/Command.h"
 #include "psms/Command.h"
 #include "report/Command.h"
 #include "score/Command.h"
 #include "simulate/Command.h"
+#include "table/Command.h"
 
 namespace {
 
@@ -33,14 +42,82 @@ int Fail(const std::string& message) {
   throw "internal check failed: " + std::string(expression) + ", module " + module;
 }
 
+/// The candidate that word misses by a letter or two; empty when there is none, or when word is one.
+std::string NearMissOf(std::string_view word, const std::vector<std::string>& candidates) {
+  constexpr std::size_t kMostLetters = 2;
+  std::string nearest;
+  std::size_t least = std::clamp<std::size_t>(word.size() / 3, 1, kMostLetters) + 1;
+  for (const std::string& candidate : candidates) {
+    const std::size_t distance = tarvek::EditDistance(word, candidate);
+    if (distance == 0) return {};
+    if (distance >= least) continue;
+    least = distance;
+    nearest = candidate;
+  }
+  return nearest;
+}
+
+std::vector<std::string> SubcommandsOf(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* subcommand :
+       app.get_subcommands([](const CLI::App* one) { return !one->get_name().empty(); }))
+    names.push_back(subcommand->get_name());
+  return names;
+}
+
+/// "--width" and so on.
+std::vector<std::string> LongOptionsOf(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::Option* option : app.get_options())
+    for (const std::string& name : option->get_lnames()) names.push_back("--" + name);
+  return names;
+}
+
+/// What was nearly typed in the arguments that did not parse; empty when nothing was.
+std::string NearMiss(const CLI::App& app, const std::vector<std::string>& arguments) {
+  if (arguments.empty()) return {};
+  const CLI::App* subcommand = nullptr;
+  for (const CLI::App* one : app.get_subcommands([](const CLI::App*) { return true; }))
+    if (one->get_name() == arguments.front()) subcommand = one;
+  if (subcommand == nullptr && !arguments.front().starts_with('-'))
+    return NearMissOf(arguments.front(), SubcommandsOf(app));
+  const std::vector<std::string> options = LongOptionsOf(subcommand == nullptr ? app : *subcommand);
+  for (const std::string& argument : arguments) {
+    if (argument == "--") break;  // behind it are options of tarvek
+    if (!argument.starts_with("--")) continue;
+    const std::string nearest = NearMissOf(argument.substr(0, argument.find('=')), options);
+    if (!nearest.empty()) return nearest;
+  }
+  return {};
+}
+
+/// As CLI11_PARSE, with a question behind the error.
+int Parse(CLI::App& app, int argc, const char* const* argv) {
+  try {
+    app.parse(argc, argv);
+    return 0;
+  } catch (const CLI::ParseError& error) {
+    const int status = app.exit(error);
+    const std::string nearest =
+        status == 0 || error.get_name() == "RuntimeError"
+            ? ""
+            : NearMiss(app, std::vector<std::string>(argv + std::min(argc, 1), argv + argc));
+    if (!nearest.empty()) std::cerr << "Did you mean " << nearest << "?" << std::endl;
+    return status;
+  }
+}
+
 int Run(int argc, const char* const* argv) {
   try {
     tarvek::SetCheckFailureHandler(&ThrowFailedCheck);
     tarvek::ConnectStandardStreams();
     CLI::App app("Companion programs of tarvek", "tarvek-tools");
     app.require_subcommand(1);
+    app.set_version_flag("--version", "tarvek-tools " + std::string(tarvek::ProductVersion()),
+                         "Print name and version");
     app.allow_windows_style_options(false);  // a path may begin with '/' on every system
     tarvek::tools::AddRunCommand(app);
+    tarvek::tools::AddSettingsCommand(app);
     tarvek::tools::AddCheckCommand(app);
     tarvek::tools::AddIpvCommand(app);
     tarvek::tools::AddSimulateCommand(app);
@@ -50,9 +127,11 @@ int Run(int argc, const char* const* argv) {
     tarvek::tools::AddPsmsCommand(app);
     tarvek::tools::AddBatchCommand(app);
     tarvek::tools::AddReportCommand(app);
+    tarvek::tools::AddExplainCommand(app);
     tarvek::tools::AddCalibrateCommand(app);
-    CLI11_PARSE(app, argc, argv);
-    return 0;
+    tarvek::tools::AddTableCommand(app);
+    tarvek::tools::AddMzmlCommand(app);
+    return Parse(app, argc, argv);
   } catch (const char* message) {  // of the parameters of tarvek
     return Fail(message);
   } catch (const std::string& message) {  // of the file helpers

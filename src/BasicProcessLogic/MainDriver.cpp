@@ -23,10 +23,11 @@ namespace {
 
 constexpr int kFailure = -1;
 constexpr std::string_view kPlatformWord = "x64";
-constexpr std::string_view kVersion = "-Release-2.2.1(";
 constexpr const char* kReleaseNotes = "Tarvek_Release.txt";
 
-std::string VersionText() { return std::string(kVersion) + std::string(kPlatformWord) + ")"; }
+std::string VersionText() {
+  return "-Release-" + std::string(ProductVersion()) + "(" + std::string(kPlatformWord) + ")";
+}
 
 std::string CrashMessage() {
   return "Tarvek has encountered a problem and will exit.\n You can send your " +

@@ -1,32 +1,43 @@
 // BasicProcessLogic/Ms1Feed.h: the sliding store of recent MS1 scans.
 // Does:     streams MS1 scans into the store and to the PF1 file, a fixed look-ahead beyond the
-//           precursor scan.
+//           precursor scan; packs the peaks of the oldest when all of them take much memory, and
+//           unpacks those that a determination asks for.
 // Owns:     the store; borrows the source and the PF1 writer.
 // Throws:   what reading and writing throw.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <vector>
 
 #include "IO.h"
+#include "PackedPeaks.h"
 #include "SpectrumSource.h"
 #include "SpectrumUtils.h"
 
 namespace tarvek {
 
 inline constexpr std::size_t kMs1StoreCapacity = 10000;
+inline constexpr std::size_t kMaxStoreBytes = std::size_t{48} << 20;
 
 class Ms1Feed {
  public:
-  /// pf1 may be null. The store starts with capacity empty scans of number 0.
-  Ms1Feed(SpectrumSource& source, PfWriter* pf1, std::size_t capacity = kMs1StoreCapacity);
+  /// pf1 may be null. The store starts with capacity empty scans of number 0. digits: the decimals
+  /// of peaks that can be packed. max_bytes: of peaks that are not packed; as many scans as a
+  /// determination looks at are never packed.
+  Ms1Feed(SpectrumSource& source, PfWriter* pf1, std::size_t capacity = kMs1StoreCapacity,
+          PeakDigits digits = {}, std::size_t max_bytes = kMaxStoreBytes);
 
-  /// Reads on until the store holds five scans beyond precursor_scan or the input ends.
+  /// Reads on until the store holds five scans beyond precursor_scan or the input ends. The scans
+  /// around precursor_scan have their peaks then.
   void AdvanceTo(std::int32_t precursor_scan);
 
   /// Reads what is left.
   void Drain();
 
+  /// As determinations at the scan of the last AdvanceTo see it: further from it there may be scans
+  /// without peaks, whose peaks are packed.
   [[nodiscard]] const Ms1Store& Store() const { return m_store; }
 
   /// MS1 scans read so far, of whatever resolution.
@@ -35,11 +46,22 @@ class Ms1Feed {
  private:
   bool readNextMs1();
   void Keep(const MS1Spectrum& scan);
+  void DropOldest();
+  void PackOldest();
+  void UnpackAround(std::int32_t scan_no);
+  void PackAgain();
 
   SpectrumSource* m_source;
   PfWriter* m_pf1;
   MS1Spectrum m_current;
   Ms1Store m_store;
+  PeakDigits m_digits;
+  std::size_t m_max_bytes;
+  std::deque<PackedPeaks>
+      m_packed;             // of the scans at the front of the store, empty where not packed
+  std::size_t m_bytes = 0;  // of peaks that are not packed
+  std::vector<std::size_t>
+      m_opened;  // places in the store of packed scans that have their peaks, too
   std::int64_t m_read_count = 0;
 };
 

@@ -79,7 +79,8 @@ class Ms2Loop {
       : m_accepted(&accepted),
         m_source(&source),
         m_outputs(&outputs),
-        m_feed(source, outputs.Pf1()),
+        m_feed(source, outputs.Pf1(), kMs1StoreCapacity,
+               {parameters.m_mz_digits, parameters.m_intensity_digits}),
         m_determiner(parameters) {}
 
   void Run() {

@@ -57,8 +57,9 @@ struct TextRules {
 
 class TextSpectrumSource : public SpectrumSource {
  public:
-  TextSpectrumSource(const std::string& ms1_path, const std::string& ms2_path)
-      : m_ms1(ms1_path, "r", logMessage), m_ms2(ms2_path, "r", logMessage) {}
+  TextSpectrumSource(const std::string& ms1_path, const std::string& ms2_path,
+                     NoticeTaker notice = logMessage)
+      : m_ms1(ms1_path, "r", notice), m_ms2(ms2_path, "r", notice) {}
 
   bool NextMs1(MS1Spectrum& scan) override { return m_ms1.ReadNext(scan); }
   bool NextMs2(MS2Spectrum& scan) override { return m_ms2.ReadNext(scan); }
@@ -82,7 +83,8 @@ class TextSpectrumSource : public SpectrumSource {
 class BinarySpectrumSource : public SpectrumSource {
  public:
   /// base_path: without ".msb" and ".mscsv".
-  explicit BinarySpectrumSource(const std::string& base_path) : m_reader(base_path, logMessage) {}
+  explicit BinarySpectrumSource(const std::string& base_path, NoticeTaker notice = logMessage)
+      : m_reader(base_path, notice) {}
 
   bool NextMs1(MS1Spectrum& scan) override { return m_reader.TakeMs1(scan); }
   bool NextMs2(MS2Spectrum& scan) override { return m_reader.TakeMs2(scan); }

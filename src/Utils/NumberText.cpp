@@ -130,7 +130,7 @@ constexpr std::uint64_t kEightDigits = 100'000'000;
 
 // The eight digits of value, which is below kEightDigits, one in each byte, the first in the lowest:
 // halves, quarters and single digits are divided off in all places at once.
-std::uint64_t DigitBytes(std::uint64_t value) {
+[[gnu::always_inline]] inline std::uint64_t DigitBytes(std::uint64_t value) {
   const std::uint64_t halves = value / 10000 + ((value % 10000) << 32);
   const std::uint64_t hundreds = ((halves * 10486) >> 20) & 0x0000007F0000007F;
   const std::uint64_t pairs = hundreds + ((halves - 100 * hundreds) << 16);
@@ -174,7 +174,6 @@ char* WriteScaled(char* out, std::uint64_t scaled) {
   return end;
 }
 
-using ScaledWriter = char* (*)(char*, std::uint64_t);
 constexpr std::array<ScaledWriter, 10> kScaledWriters = {
     &WriteScaled<0>, &WriteScaled<1>, &WriteScaled<2>, &WriteScaled<3>, &WriteScaled<4>,
     &WriteScaled<5>, &WriteScaled<6>, &WriteScaled<7>, &WriteScaled<8>, &WriteScaled<9>};
@@ -309,6 +308,10 @@ char* WriteRounded(char* out, double& value, int decimals) {
   }
   if (is_negative) *out++ = '-';
   return kScaledWriters[static_cast<std::size_t>(decimals)](out, scaled);
+}
+
+ScaledWriter ScaledWriterFor(int decimals) {
+  return kScaledWriters[static_cast<std::size_t>(decimals)];
 }
 
 void AppendFixed(std::string& text, double value, int decimals) {

@@ -59,6 +59,11 @@ char* WriteFixed(char* out, double value, int decimals);
 /// Writes what WriteFixed writes, and makes value the number that reading it gives.
 char* WriteRounded(char* out, double& value, int decimals);
 
+/// Writes digits with a point before the last of them, 1234 with two decimals as "12.34", and returns
+/// the end; needs as much room as WriteFixed.
+using ScaledWriter = char* (*)(char* out, std::uint64_t digits);
+ScaledWriter ScaledWriterFor(int decimals);
+
 /// Appends what WriteFixed writes.
 void AppendFixed(std::string& text, double value, int decimals);
 

@@ -1,5 +1,5 @@
 // Utils/ProductTexts.h: names and addresses that are shown to users.
-// Does:     keeps each of them in one place.
+// Does:     keeps each of them in one place, the version in that of the build.
 // Throws:   nothing.
 // Not here: the sentences around them.
 #pragma once
@@ -7,6 +7,9 @@
 #include <string_view>
 
 namespace tarvek {
+
+/// "2.2.1": the version of the CMake project, for all programs.
+std::string_view ProductVersion();
 
 inline constexpr std::string_view kMaker = "Tarvek developers";
 inline constexpr std::string_view kWebSite = "https://tarvek.example";

@@ -1,6 +1,9 @@
 #include "StringUtils.h"
 
 #include <algorithm>
+#include <numeric>
+#include <utility>
+#include <vector>
 
 namespace tarvek {
 namespace {
@@ -58,6 +61,26 @@ std::string_view TokenAt(std::string_view text, char delim, int index) {
     text.remove_prefix(p + 1);
   }
   return text.substr(0, text.find(delim));
+}
+
+// A row of the usual table after the other; a swap looks back two rows.
+std::size_t EditDistance(std::string_view a, std::string_view b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  std::vector<std::size_t> above;
+  std::vector<std::size_t> two_above;
+  for (std::size_t i = 1; i <= a.size(); ++i) {
+    two_above = std::move(above);
+    above = row;
+    row[0] = i;
+    for (std::size_t j = 1; j <= b.size(); ++j) {
+      const std::size_t replaced = above[j - 1] + (a[i - 1] == b[j - 1] ? 0 : 1);
+      row[j] = std::min({replaced, above[j] + 1, row[j - 1] + 1});
+      if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+        row[j] = std::min(row[j], two_above[j - 2] + 1);
+    }
+  }
+  return row.back();
 }
 
 }  // namespace tarvek

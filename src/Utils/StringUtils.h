@@ -39,4 +39,8 @@ std::vector<std::string_view> Split(std::string_view text, std::string_view deli
 /// text.
 std::string_view TokenAt(std::string_view text, char delim, int index);
 
+/// How many letters must be inserted, deleted or replaced, or swapped with their neighbour, to make b
+/// of a; no letter takes part twice.
+std::size_t EditDistance(std::string_view a, std::string_view b);
+
 }  // namespace tarvek

@@ -19,17 +19,17 @@ constexpr std::size_t kMostCandidates = 48;
 /// Two candidates of one charge so near are one ion.
 constexpr double kSameIonPpm = 10.0;
 
-bool IsSameIon(const Precursor& a, const Precursor& b) {
-  return a.m_charge == b.m_charge &&
-         std::fabs(a.m_mz - b.m_mz) < kSameIonPpm * 1e-6 * std::fabs(a.m_mz);
-}
-
 bool IsDecoy(const FittedCandidate& fitted) {
   const EnvelopeCandidate& candidate = fitted.m_candidate;
   return candidate.m_step_mz * candidate.m_charge < 0.5 * (kDecoySpacing + kIsotopeSpacing);
 }
 
 }  // namespace
+
+bool JointDetermination::AreOneIon(const Precursor& a, const Precursor& b) {
+  return a.m_charge == b.m_charge &&
+         std::fabs(a.m_mz - b.m_mz) < kSameIonPpm * 1e-6 * std::fabs(a.m_mz);
+}
 
 bool JointDetermination::IsAskedFor(int charge) const {
   const int signed_charge = IsNegative() ? -charge : charge;
@@ -102,7 +102,7 @@ std::vector<JointPrecursor> JointDetermination::Report(std::span<const FittedCan
   std::vector<JointPrecursor> distinct;
   for (const JointPrecursor& precursor : found)
     if (std::ranges::none_of(distinct, [&](const JointPrecursor& kept) {
-          return IsSameIon(kept.m_precursor, precursor.m_precursor);
+          return AreOneIon(kept.m_precursor, precursor.m_precursor);
         }))
       distinct.push_back(precursor);
   return distinct;

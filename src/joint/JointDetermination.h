@@ -43,6 +43,14 @@ class JointDetermination {
   /// asked for.
   std::span<const FittedCandidate> Candidates(const Ms1Store& store, const MS2Spectrum& ms2);
 
+  /// All candidates of the scan that was asked about last, those that the fit does not keep too, and
+  /// the lanes that theirs are.
+  [[nodiscard]] std::span<const EnvelopeCandidate> Tried() const { return m_candidates; }
+  [[nodiscard]] const LaneTable& Lanes() const { return m_lanes; }
+
+  /// Whether two are one ion, of which only the more probable is reported.
+  static bool AreOneIon(const Precursor& a, const Precursor& b);
+
   /// How many candidates with isotopes kDecoySpacing apart, which no ion has, it would report when they
   /// take part with all others: so many of those that it does report are there by chance.
   std::size_t CountDecoys(const Ms1Store& store, const MS2Spectrum& ms2, double threshold);

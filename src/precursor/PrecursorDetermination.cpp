@@ -14,10 +14,7 @@
 namespace tarvek {
 namespace {
 
-constexpr double kMinSimilarity = 0.5;
-constexpr double kMinWindowRatio = 0.04;
 constexpr int kIsotopesAgainstCentre = 4;  // positions 0 to 3
-constexpr std::size_t kCandidateLimit = 1000;
 
 void ReportMissingPrecursorScan(const MS2Spectrum& ms2) {
   // The text is frozen, see docs/frozen-names.md.
@@ -69,16 +66,23 @@ bool ReachesActivationCentre(const Precursor& precursor, double centre, double t
   return false;
 }
 
-bool PassesFilters(FeaturesExtractor& candidate, double centre, double isolation_width) {
+int WantedIsotopes(std::int32_t charge) { return std::abs(std::int64_t{charge}) > 3 ? 3 : 2; }
+
+Filter StoppingFilter(FeaturesExtractor& candidate, double centre, double isolation_width) {
   const Precursor& precursor = candidate.GetPrecursor();
   const std::int64_t abs_charge = std::abs(std::int64_t{precursor.m_charge});
-  const int wanted_isotopes = abs_charge > 3 ? 3 : 2;
-  if (!candidate.MayHaveIsotopes(wanted_isotopes)) return false;
-  if (candidate.isotope_count() < wanted_isotopes) return false;
-  if (candidate.ipv_similarity_0() < kMinSimilarity) return false;
+  const int wanted_isotopes = WantedIsotopes(precursor.m_charge);
+  if (!candidate.MayHaveIsotopes(wanted_isotopes)) return Filter::kIsotopes;
+  if (candidate.isotope_count() < wanted_isotopes) return Filter::kIsotopes;
+  if (candidate.ipv_similarity_0() < kMinSimilarity) return Filter::kEnvelope;
   const bool needs_two_in_window = abs_charge > 2 || precursor.m_mz > centre + isolation_width;
-  if (needs_two_in_window && candidate.window_isotope_count() < 2) return false;
-  return !(candidate.window_intensity_ratio() < kMinWindowRatio);
+  if (needs_two_in_window && candidate.window_isotope_count() < 2) return Filter::kIsotopesInWindow;
+  return candidate.window_intensity_ratio() < kMinWindowRatio ? Filter::kIntensityInWindow
+                                                              : Filter::kNone;
+}
+
+bool PassesFilters(FeaturesExtractor& candidate, double centre, double isolation_width) {
+  return StoppingFilter(candidate, centre, isolation_width) == Filter::kNone;
 }
 
 std::vector<Precursor> PrecursorDetermination::determine_precursors(const Ms1Store& store,
@@ -90,8 +94,8 @@ std::vector<Precursor> PrecursorDetermination::determine_precursors(const Ms1Sto
   return accepted;
 }
 
-void PrecursorDetermination::WithCandidates(const Ms1Store& store, const MS2Spectrum& ms2,
-                                            const UseCandidates& use) {
+void PrecursorDetermination::WithScan(const Ms1Store& store, const MS2Spectrum& ms2,
+                                      const UseScan& use) {
   const auto window = gather_ms1_window(store, ms2, m_params->m_extended_halfwidth);
   if (!window) {
     ReportMissingPrecursorScan(ms2);
@@ -101,10 +105,56 @@ void PrecursorDetermination::WithCandidates(const Ms1Store& store, const MS2Spec
   collect_peak_candidates(*m_params, m_filtered, ms2, m_candidates);
   if (m_candidates.empty()) return;
   FillGrid(ms2);
-  const ScanContext scan{*m_params, ms2, *window, m_candidates, m_grid};
-  CollectSurvivors(scan);
-  if (!m_survivors.empty()) use(SelectForScoring());
+  use({*m_params, ms2, *window, m_candidates, m_grid});
   m_survivors.clear();  // they borrow from what ends here
+}
+
+void PrecursorDetermination::WithCandidates(const Ms1Store& store, const MS2Spectrum& ms2,
+                                            const UseCandidates& use) {
+  WithScan(store, ms2, [&](const ScanContext& scan) {
+    CollectSurvivors(scan);
+    if (m_survivors.empty()) return;
+    std::vector<FeaturesExtractor*> survivors;
+    survivors.reserve(m_survivors.size());
+    for (FeaturesExtractor& survivor : m_survivors) survivors.push_back(&survivor);
+    use(SelectForScoring(survivors));
+  });
+}
+
+void PrecursorDetermination::WithAllTried(const Ms1Store& store, const MS2Spectrum& ms2,
+                                          const UseTried& use) {
+  WithScan(store, ms2, [&](const ScanContext& scan) {
+    m_survivors.clear();
+    ForEachCandidate(scan,
+                     [&](const FeaturesExtractor& candidate) { m_survivors.push_back(candidate); });
+    std::vector<TriedCandidate> tried;
+    tried.reserve(m_survivors.size());
+    for (FeaturesExtractor& candidate : m_survivors)
+      tried.push_back({&candidate, Stage::kRankedTooLow});
+    FindStages(tried, ms2.m_activation_center);
+    if (!tried.empty()) use(tried);
+  });
+}
+
+// Gives each its stage; those that pass the filters are ranked too low until they are selected.
+void PrecursorDetermination::FindStages(std::vector<TriedCandidate>& tried, double centre) {
+  std::vector<FeaturesExtractor*> survivors;
+  for (TriedCandidate& one : tried) {
+    if (!ReachesCentre(one.m_candidate->GetPrecursor(), centre)) {
+      one.m_stage = Stage::kMissesCentre;
+      continue;
+    }
+    one.m_filter = StoppingFilter(*one.m_candidate, centre, m_params->m_isolation_width);
+    if (one.m_filter != Filter::kNone)
+      one.m_stage = Stage::kFiltered;
+    else
+      survivors.push_back(one.m_candidate);
+  }
+  for (FeaturesExtractor* const selected : SelectForScoring(survivors)) {
+    TriedCandidate& one = *std::ranges::find(tried, selected, &TriedCandidate::m_candidate);
+    one.m_score = Score(*selected, m_params->m_mars_model);
+    one.m_stage = one.m_score > m_params->m_mars_threshold ? Stage::kAccepted : Stage::kScoreTooLow;
+  }
 }
 
 void PrecursorDetermination::FillGrid(const MS2Spectrum& ms2) {
@@ -114,39 +164,48 @@ void PrecursorDetermination::FillGrid(const MS2Spectrum& ms2) {
     for (const Peak& peak : m_filtered[row]) m_grid.Add(row, peak);
 }
 
-void PrecursorDetermination::CollectSurvivors(const ScanContext& scan) {
-  const double centre = scan.m_ms2.m_activation_center;
-  const double highest_mz = m_params->m_isolation_width * 0.5 + centre + kEdgeAllowanceMz;
-  const double tol_mz = ToleranceMz(*m_params, centre);
-  m_survivors.clear();
+bool PrecursorDetermination::ReachesCentre(const Precursor& precursor, double centre) const {
+  return m_params->m_co_elute ||
+         ReachesActivationCentre(precursor, centre, ToleranceMz(*m_params, centre));
+}
+
+// Every peak that may be monoisotopic with every charge.
+template <class Take>
+void PrecursorDetermination::ForEachCandidate(const ScanContext& scan, Take take) const {
+  const double highest_mz =
+      m_params->m_isolation_width * 0.5 + scan.m_ms2.m_activation_center + kEdgeAllowanceMz;
   for (const Peak& peak : m_candidates) {
     if (!(peak.m_mz <= highest_mz)) continue;
     for (std::int64_t z = m_params->m_charge_min; z <= m_params->m_charge_max; ++z) {
       if (z == 0) continue;  // an ion has a charge
-      const Precursor precursor{z < 0 ? -peak.m_mz : peak.m_mz, static_cast<std::int32_t>(z)};
-      if (!m_params->m_co_elute && !ReachesActivationCentre(precursor, centre, tol_mz)) continue;
-      FeaturesExtractor candidate(scan, precursor);
-      if (PassesFilters(candidate, centre, m_params->m_isolation_width))
-        m_survivors.push_back(candidate);
+      take(FeaturesExtractor(
+          scan, Precursor{z < 0 ? -peak.m_mz : peak.m_mz, static_cast<std::int32_t>(z)}));
     }
   }
 }
 
+void PrecursorDetermination::CollectSurvivors(const ScanContext& scan) {
+  const double centre = scan.m_ms2.m_activation_center;
+  m_survivors.clear();
+  ForEachCandidate(scan, [&](FeaturesExtractor candidate) {
+    if (ReachesCentre(candidate.GetPrecursor(), centre) &&
+        PassesFilters(candidate, centre, m_params->m_isolation_width))
+      m_survivors.push_back(candidate);
+  });
+}
+
 // The survivors that are scored, in the order in which they are.
-std::vector<FeaturesExtractor*> PrecursorDetermination::SelectForScoring() {
-  std::vector<FeaturesExtractor*> selected;
-  selected.reserve(m_survivors.size());
+std::vector<FeaturesExtractor*> PrecursorDetermination::SelectForScoring(
+    std::span<FeaturesExtractor* const> survivors) const {
   const std::size_t limit = m_params->m_co_elute ? kCandidateLimit : 1;
-  if (m_survivors.size() <= limit) {
-    for (FeaturesExtractor& survivor : m_survivors) selected.push_back(&survivor);
-    return selected;
-  }
+  if (survivors.size() <= limit) return {survivors.begin(), survivors.end()};
   std::vector<RankVector> values;
-  values.reserve(m_survivors.size());
-  for (FeaturesExtractor& survivor : m_survivors) values.push_back(RankingValues(survivor));
+  values.reserve(survivors.size());
+  for (FeaturesExtractor* const survivor : survivors) values.push_back(RankingValues(*survivor));
   std::vector<std::size_t> order = PreRankOrder(std::move(values));
   order.resize(limit);
-  for (const std::size_t i : order) selected.push_back(&m_survivors[i]);
+  std::vector<FeaturesExtractor*> selected;
+  for (const std::size_t i : order) selected.push_back(survivors[i]);
   return selected;
 }
 

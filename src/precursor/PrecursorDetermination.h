@@ -20,6 +20,33 @@
 
 namespace tarvek {
 
+/// What the filters ask for: isotopes in a row of one MS1 scan, likeness of the envelope
+/// (ipv_similarity_0), share of the window (window_intensity_ratio).
+int WantedIsotopes(std::int32_t charge);
+inline constexpr double kMinSimilarity = 0.5;
+inline constexpr double kMinWindowRatio = 0.04;
+/// Candidates that are scored at most; one without co_elute.
+inline constexpr std::size_t kCandidateLimit = 1000;
+
+/// The filter that a candidate does not pass, in the order in which they are asked.
+enum class Filter {
+  kNone,               // it passes all of them
+  kIsotopes,           // too few in a row
+  kEnvelope,           // too unlike the expected one
+  kIsotopesInWindow,   // too few of them
+  kIntensityInWindow,  // too small a share
+};
+
+/// How far a candidate came.
+enum class Stage { kMissesCentre, kFiltered, kRankedTooLow, kScoreTooLow, kAccepted };
+
+struct TriedCandidate {
+  FeaturesExtractor* m_candidate;
+  Stage m_stage;
+  Filter m_filter = Filter::kNone;  // of kFiltered
+  double m_score = 0.0;             // from kScoreTooLow on
+};
+
 class PrecursorDetermination {
  public:
   /// Borrows parameters, which must outlive it. The isotope table must be loaded.
@@ -35,10 +62,22 @@ class PrecursorDetermination {
   using UseCandidates = std::function<void(std::span<FeaturesExtractor* const> candidates)>;
   void WithCandidates(const Ms1Store& store, const MS2Spectrum& ms2, const UseCandidates& use);
 
+  /// The same of all candidates in the isolation window, in ascending m/z and charge, with how far each
+  /// came. Slower: it is for those who ask why.
+  using UseTried = std::function<void(std::span<const TriedCandidate> tried)>;
+  void WithAllTried(const Ms1Store& store, const MS2Spectrum& ms2, const UseTried& use);
+
  private:
+  using UseScan = std::function<void(const ScanContext& scan)>;
+  void WithScan(const Ms1Store& store, const MS2Spectrum& ms2, const UseScan& use);
   void FillGrid(const MS2Spectrum& ms2);
   void CollectSurvivors(const ScanContext& scan);
-  [[nodiscard]] std::vector<FeaturesExtractor*> SelectForScoring();
+  void FindStages(std::vector<TriedCandidate>& tried, double centre);
+  template <class Take>
+  void ForEachCandidate(const ScanContext& scan, Take take) const;
+  [[nodiscard]] bool ReachesCentre(const Precursor& precursor, double centre) const;
+  [[nodiscard]] std::vector<FeaturesExtractor*> SelectForScoring(
+      std::span<FeaturesExtractor* const> survivors) const;
   [[nodiscard]] std::vector<Precursor> Accept(std::span<FeaturesExtractor* const> candidates) const;
 
   const UserParameters* m_params;
@@ -59,7 +98,10 @@ std::vector<std::size_t> PreRankOrder(std::vector<RankVector> entries);
 /// Whether an isotope position from 0 to 3 lies nearer than tol_mz to the activation centre.
 bool ReachesActivationCentre(const Precursor& precursor, double centre, double tol_mz);
 
-/// Whether a candidate passes the filters on isotopes, envelope and isolation window.
+/// The first of the filters on isotopes, envelope and isolation window that stops a candidate.
+Filter StoppingFilter(FeaturesExtractor& candidate, double centre, double isolation_width);
+
+/// Whether a candidate passes all of them.
 bool PassesFilters(FeaturesExtractor& candidate, double centre, double isolation_width);
 
 }  // namespace tarvek

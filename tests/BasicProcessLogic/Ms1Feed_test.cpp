@@ -5,10 +5,12 @@
 
 #include <cstddef>
 #include <memory>
+#include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "SpectrumUtils.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -213,6 +215,67 @@ TEST(ReportProgress, NamesTheCountAtAStep) {
 TEST(ReportProgress, TakesAnotherStep) {
   EXPECT_EQ(CaptureConsole([] { ReportProgress("n = ", 14, 7); }).m_out,
             "[Tarvek] <INFO> - n = 14\n");
+}
+
+// ------------------------------------------------------------ packing
+
+std::vector<MS1Spectrum> ManySurveys(int count) {
+  std::mt19937 random(33);
+  std::uniform_int_distribution<int> mz(40'000'000, 120'000'000);
+  std::vector<MS1Spectrum> scans;
+  for (int i = 1; i <= count; ++i) {
+    scans.push_back(Survey(10 * i));
+    scans.back().m_peaks.clear();
+    for (int peak = 0; peak < i % 40; ++peak)
+      scans.back().m_peaks.push_back({mz(random) / 1e5, 2.5});
+    SortByMz(scans.back().m_peaks);
+  }
+  return scans;
+}
+
+/// The peaks that a determination at a scan sees.
+std::vector<std::vector<double>> SeenAt(const Ms1Feed& feed, std::int32_t scan_no) {
+  MS2Spectrum scan;
+  scan.m_precursor_scan = scan_no;
+  scan.m_activation_center = 800.0;
+  std::vector<std::vector<double>> seen;
+  if (const auto window = gather_ms1_window(feed.Store(), scan, 300.0))
+    for (const PeakSpan& peaks : *window) {
+      seen.emplace_back();
+      for (const Peak& peak : peaks) seen.back().push_back(peak.m_mz);
+    }
+  return seen;
+}
+
+TEST(Ms1FeedPacking, ShowsTheSamePeaksAroundAnyScan) {
+  constexpr int kSurveys = 400;
+  ListedSource plain_source(ManySurveys(kSurveys));
+  ListedSource packed_source(ManySurveys(kSurveys));
+  Ms1Feed plain(plain_source, nullptr, 200);
+  Ms1Feed packed(packed_source, nullptr, 200, {5, 1}, 1000);
+  std::mt19937 random(34);
+  for (int at = 1; at <= kSurveys; ++at) {
+    // mostly the latest scan, sometimes one far behind, or none
+    const int scan = at % 3 == 0 ? std::uniform_int_distribution<int>(1, at)(random) : at;
+    const std::int32_t number = 10 * scan + (at % 7 == 0 ? 1 : 0);
+    plain.AdvanceTo(number);
+    packed.AdvanceTo(number);
+    EXPECT_EQ(SeenAt(packed, number), SeenAt(plain, number)) << "scan " << number;
+  }
+  plain.Drain();
+  packed.Drain();
+  EXPECT_EQ(packed.Store().size(), plain.Store().size());
+}
+
+TEST(Ms1FeedPacking, KeepsThePeaksOfOldScansOnlyPacked) {
+  ListedSource source(ManySurveys(400));
+  Ms1Feed feed(source, nullptr, 200, {5, 1}, 1000);
+  feed.AdvanceTo(3900);
+  std::size_t with_peaks = 0;
+  for (const MS1Spectrum& scan : feed.Store()) with_peaks += scan.m_peaks.capacity() == 0 ? 0 : 1;
+  EXPECT_LE(with_peaks, 40u + 20u);
+  feed.AdvanceTo(2500);
+  EXPECT_FALSE(SeenAt(feed, 2500).empty());
 }
 
 }  // namespace

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "NumberText.h"
+
 namespace tarvek {
 namespace {
 
@@ -53,6 +55,37 @@ TEST(PeakLines, AgreeWithPrintfForAllDigitCounts) {
 
 TEST(PeakLines, RoundTiesAsPrintfDoes) {
   EXPECT_EQ(LinesOf({{0.25, 0.5}, {0.75, 1.5}, {0.125, 2.5}}, {1, 0}), "0.2 0\n0.8 2\n0.1 2\n");
+}
+
+TEST(PeakLines, AreTheSameWithRoundingForAllDigitCounts) {
+  std::mt19937_64 random(35);
+  SCOPED_TRACE("seed 35");
+  std::uniform_real_distribution<double> mz(10.0, 4000.0);
+  std::uniform_real_distribution<double> magnitude(-3.0, 13.0);
+  for (int mz_digits = 0; mz_digits <= 9; ++mz_digits) {
+    for (int intensity_digits = 0; intensity_digits <= 9; ++intensity_digits) {
+      const PeakDigits digits{mz_digits, intensity_digits};
+      for (std::size_t count : {1u, 31u, 32u, 33u, 200u}) {
+        std::vector<Peak> peaks;
+        for (std::size_t i = 0; i < count; ++i)
+          peaks.push_back({mz(random), std::pow(10.0, magnitude(random))});
+        // now and then what the plain way does not decide
+        if (random() % 3 == 0)
+          peaks[random() % count].m_intensity = static_cast<double>(random() % 1000) / 8.0;
+        if (random() % 9 == 0)
+          peaks[random() % count].m_intensity = random() % 2 == 0 ? -0.0 : -1.5;
+        const std::string expected = LinesOf(peaks, digits);
+        std::vector<Peak> rounded = peaks;
+        std::string text;
+        AppendAndRoundPeakLines(text, rounded, digits);
+        ASSERT_EQ(text, expected);
+        for (std::size_t i = 0; i < count; ++i) {
+          ASSERT_EQ(rounded[i].m_mz, Rounded(peaks[i].m_mz, mz_digits));
+          ASSERT_EQ(rounded[i].m_intensity, Rounded(peaks[i].m_intensity, intensity_digits));
+        }
+      }
+    }
+  }
 }
 
 }  // namespace

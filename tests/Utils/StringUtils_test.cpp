@@ -75,5 +75,15 @@ TEST(TokenAt, AgreesWithSplit) {
   }
 }
 
+TEST(EditDistance, CountsLettersToChange) {
+  EXPECT_EQ(EditDistance("", ""), 0u);
+  EXPECT_EQ(EditDistance("", "abc"), 3u);
+  EXPECT_EQ(EditDistance("abc", ""), 3u);
+  EXPECT_EQ(EditDistance("check", "check"), 0u);
+  EXPECT_EQ(EditDistance("kitten", "sitting"), 3u);
+  EXPECT_EQ(EditDistance("chekc", "check"), 1u) << "two neighbours are swapped";
+  EXPECT_EQ(EditDistance("ca", "abc"), 3u) << "what was swapped is not parted afterwards";
+}
+
 }  // namespace
 }  // namespace tarvek

@@ -5,9 +5,9 @@ source_directory=$1
 tarvek=$2
 tools=$3
 # shellcheck source=/dev/null
-source "$source_directory/completions/tarvek"
+source "$source_directory/completions/bash/tarvek"
 # shellcheck source=/dev/null
-source "$source_directory/completions/tarvek-tools"
+source "$source_directory/completions/bash/tarvek-tools"
 failures=0
 
 # expect FUNCTION "WORDS OFFERED" WORD...: the last WORD is being typed.
@@ -24,12 +24,12 @@ expect() {
   }
 }
 
-expect _tarvek_tools "score simulate" "$tools" s
+expect _tarvek_tools "score settings simulate" "$tools" s
 expect _tarvek_tools "check" "$tools" ch
 expect _tarvek_tools "run" "$tools" ru
 expect _tarvek_tools "psms" "$tools" ps
 expect _tarvek_tools "--decoy-prefix" "$tools" psms --d
-expect _tarvek_tools "--activation --again --analyser" "$tools" run --a
+expect _tarvek_tools "--activation --again --analyser --auto" "$tools" run --a
 expect _tarvek_tools "ETCID ETD ETHCD" "$tools" run --activation ET
 expect _tarvek_tools "mzml mzxml" "$tools" run --format mz
 expect _tarvek_tools "" "$tools" nothing

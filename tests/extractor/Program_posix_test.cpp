@@ -92,6 +92,16 @@ TEST(Program, WritesPointsWhateverTheLocale) {
   EXPECT_THAT(test::ReadFile(directory / "run.ms1"), HasSubstr("\n400.25000 10.0\n"));
 }
 
+TEST(Program, PrintsItsNameAndTheVersionOfAll) {
+  const std::string xml = RunExtractor("xml", {"--version"}).m_out;
+  EXPECT_THAT(xml, testing::MatchesRegex("morvex_xml.exe [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+  for (const std::string kind : {"raw", "wiff"}) {
+    const auto result = RunExtractor(kind, {"--version"});
+    EXPECT_EQ(result.m_exit_status, 0);
+    EXPECT_EQ(result.m_out, "morvex_" + kind + xml.substr(std::string("morvex_xml").size()));
+  }
+}
+
 TEST(Program, ExplainsItself) {
   const auto result = RunExtractor("xml", {"--help"});
   EXPECT_EQ(result.m_exit_status, 0);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -335,6 +336,47 @@ TEST(DeterminePrecursors, HandsOverTheCandidatesThatTheSlowTwinScores) {
     several += expected.size() > 1 ? 1 : 0;
   }
   EXPECT_GT(several, 50u);
+}
+
+TEST(DeterminePrecursors, TellsHowFarEveryCandidateCame) {
+  const IsotopeTable table = test::PoissonTable();
+  InstallIsotopeTable(table);
+  std::map<Stage, std::size_t> stages;
+  for (unsigned seed = 0; seed < 300; ++seed) {
+    SCOPED_TRACE(seed);
+    const ScanRun run = test::RandomRun(seed);
+    std::vector<Precursor> scored_slowly;
+    if (const auto scan = naive::BuildScan(run.m_params, run.m_store, run.m_ms2))
+      for (const naive::Features& each :
+           naive::KeepFirst(naive::Survivors(*scan, table), run.m_params.m_co_elute ? 1000 : 1))
+        scored_slowly.push_back(each.m_precursor);
+    std::size_t scored = 0;
+    std::size_t accepted = 0;
+    PrecursorDetermination determination(run.m_params);
+    CaptureConsole([&] {
+      determination.WithAllTried(
+          run.m_store, run.m_ms2, [&](std::span<const TriedCandidate> tried) {
+            for (const TriedCandidate& one : tried) {
+              ++stages[one.m_stage];
+              const Precursor& ion = one.m_candidate->GetPrecursor();
+              const bool is_scored = std::ranges::any_of(scored_slowly, [&](const Precursor& slow) {
+                return slow.m_mz == ion.m_mz && slow.m_charge == ion.m_charge;
+              });
+              const bool says_scored =
+                  one.m_stage == Stage::kAccepted || one.m_stage == Stage::kScoreTooLow;
+              EXPECT_TRUE(is_scored || !says_scored);  // twins may differ
+              EXPECT_EQ(one.m_filter != Filter::kNone, one.m_stage == Stage::kFiltered);
+              scored += says_scored ? 1 : 0;
+              accepted += one.m_stage == Stage::kAccepted ? 1 : 0;
+            }
+          });
+      EXPECT_EQ(accepted, determination.determine_precursors(run.m_store, run.m_ms2).size());
+    });
+    EXPECT_EQ(scored, scored_slowly.size());
+  }
+  for (const Stage stage : {Stage::kMissesCentre, Stage::kFiltered, Stage::kScoreTooLow,
+                            Stage::kRankedTooLow, Stage::kAccepted})
+    EXPECT_GT(stages[stage], 10u) << static_cast<int>(stage);
 }
 
 TEST(DeterminePrecursors, HandsOverNothingWithoutCandidates) {

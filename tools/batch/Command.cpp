@@ -1,5 +1,6 @@
 #include "batch/Command.h"
 
+#include <iostream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,9 +20,13 @@ struct BatchArguments {
 void RunBatchCommand(const BatchArguments& arguments) {
   BatchSettings settings = PrepareBatch(arguments.m_options);
   settings.m_keep_going = arguments.m_keep_going;
+  PlanExtras extras{arguments.m_options.m_preset, arguments.m_options.m_is_auto, {}};
+  if (!arguments.m_options.m_is_quiet)
+    extras.m_note = [](const std::string& text) { std::cout << "note: " << text << std::endl; };
   BatchStyle style;
+  style.m_is_quiet = arguments.m_options.m_is_quiet;
   if (!settings.m_keep_going) style.m_how_to_go_on = "with --keep-going the others would be";
-  const int status = PerformBatch(PlanBatch(arguments.m_words), settings, style);
+  const int status = PerformBatch(PlanBatch(arguments.m_words, extras), settings, style);
   if (status != 0) throw CLI::RuntimeError(status);
 }
 

@@ -10,6 +10,8 @@
 #include "Platform.h"
 #include "RunRecord.h"
 #include "ScanOverrides.h"
+#include "Threads.h"
+#include "batch/Presets.h"
 #include "batch/Report.h"
 
 namespace tarvek::tools {
@@ -41,6 +43,10 @@ class BatchDisplay {
  public:
   explicit BatchDisplay(const BatchStyle& style) : m_style(style) {}
 
+  void ShowChoices(std::span<const BatchTask> tasks) {
+    if (!m_style.m_is_quiet) std::cout << ChoiceLines(tasks) << std::flush;
+  }
+
   void Show(const BatchMoment& moment) {
     if (moment.m_ended != nullptr) ShowEnd(moment);
     if (StopRequested() && !m_said_stop) {
@@ -53,8 +59,10 @@ class BatchDisplay {
 
   void ShowSummary(std::span<const BatchTask> tasks, std::span<const BatchResult> results) {
     if (m_is_terminal) GlobalLogger().ShowStatus({});
-    if (!m_style.m_is_quiet)
-      std::cout << BatchSummary(tasks, results, MonotonicMilliseconds() - m_start_ms) << std::flush;
+    const std::int64_t elapsed_ms = MonotonicMilliseconds() - m_start_ms;
+    std::cout << (m_style.m_is_quiet ? QuietSummary(tasks, results, elapsed_ms)
+                                     : BatchSummary(tasks, results, elapsed_ms))
+              << std::flush;
     if (StopRequested() && !std::ranges::all_of(results, IsDone))
       SayError("Stopped. The same command goes on with the files that are not done");
   }
@@ -87,9 +95,24 @@ class BatchDisplay {
   std::int64_t m_start_ms = MonotonicMilliseconds();
 };
 
+/// The settings of an installed preset; "help" lists those that there are and ends the program.
+ParameterTable TakePreset(const std::string& name) {
+  if (name == "help") throw CLI::CallForVersion(PresetList(), 0);
+  return ReadPreset(name);
+}
+
 void SetOrFail(const char* name, const std::string& value) {
   if (!value.empty() && !SetEnvironment(name, value))
     throw "The environment variable " + std::string(name) + " cannot be set";
+}
+
+// The threads of this machine, or those that the environment allows, shared by what runs at the same
+// time.
+void ShareThreads(std::span<const BatchTask> tasks, std::size_t jobs) {
+  const auto to_run = static_cast<std::size_t>(std::ranges::count_if(
+      tasks, [](const BatchTask& task) { return !task.m_is_finished && task.m_refusal.empty(); }));
+  const std::size_t at_once = std::max<std::size_t>(std::min(jobs, to_run), 1);
+  SetOrFail(kThreadsVariable, std::to_string(std::max<std::size_t>(ThreadsAllowed() / at_once, 1)));
 }
 
 }  // namespace
@@ -108,6 +131,16 @@ void AddBatchOptions(CLI::App& command, BatchOptions& options) {
       .add_option("--activation", options.m_activation,
                   "Activation of all MS2 scans, whatever the files say")
       ->check(CLI::IsMember({"HCD", "CID", "ETD", "ETHCD", "ETCID"}));
+  command.add_flag(
+      "--auto", options.m_is_auto,
+      "Choose width and charges for each input by what it declares; what is named wins");
+  command
+      .add_option_function<std::string>(
+          "--preset", [&options](const std::string& name) { options.m_preset = TakePreset(name); },
+          "Settings for a kind of run; help lists what is installed")
+      ->type_name("NAME:{lipid,lumos,n15,qe,topdown,velos,help}");
+  command.add_flag("-q,--quiet", options.m_is_quiet,
+                   "Show only warnings, failures and the last line");
 }
 
 BatchSettings PrepareBatch(const BatchOptions& options) {
@@ -125,7 +158,9 @@ BatchSettings PrepareBatch(const BatchOptions& options) {
 int PerformBatch(std::span<const BatchTask> tasks, const BatchSettings& settings,
                  const BatchStyle& style) {
   NoteStopRequests();
+  ShareThreads(tasks, settings.m_jobs);
   BatchDisplay display(style);
+  display.ShowChoices(tasks);
   const std::vector<BatchResult> results =
       RunBatch(tasks, settings, [&](const BatchMoment& moment) { display.Show(moment); });
   display.ShowSummary(tasks, results);

@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 
+#include "UserParameters.h"
 #include "batch/Runner.h"
 
 namespace tarvek::tools {
@@ -19,7 +20,7 @@ inline constexpr int kBatchStopped = 130;
 
 struct BatchStyle {
   std::string m_how_to_go_on;  // said after a failure that ends the batch
-  bool m_is_quiet = false;     // only failures are shown
+  bool m_is_quiet = false;     // only warnings, failures and the last line are shown
 };
 
 /// What both commands ask for in the same words.
@@ -29,9 +30,12 @@ struct BatchOptions {
   std::string m_analyser;    // for the extractor; empty: what the files say
   std::string m_activation;  // the same
   std::string m_joint;       // probability for the joint determination; empty: not that one
+  ParameterTable m_preset;   // settings that count where the user names none
+  bool m_is_auto = false;    // choose by a look at each input what neither names
+  bool m_is_quiet = false;
 };
 
-/// Adds --jobs, --tarvek, --analyser and --activation. options outlives the parsing.
+/// Adds --jobs, --tarvek, --analyser, --activation, --auto, --preset and --quiet. options outlives the parsing.
 void AddBatchOptions(CLI::App& command, BatchOptions& options);
 
 /// The settings that options ask for; the processes started from now on get their environment.

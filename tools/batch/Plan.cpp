@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <string_view>
+#include <utility>
 
 #include "CommandLine.h"
 #include "FileUtils.h"
@@ -16,6 +17,7 @@
 #include "RunSummary.h"
 #include "StringUtils.h"
 #include "UserParameters.h"
+#include "batch/Presets.h"
 #include "outputs/OutputNames.h"
 
 namespace tarvek::tools {
@@ -56,6 +58,12 @@ BatchRequest ReadOptions(std::span<const std::string> words) {
   for (std::size_t i = 0; i < paths.size(); ++i)
     request.m_table["datapath" + std::to_string(i + 1)] = paths[i];
   return request;
+}
+
+/// Gives a setting that the request does not name.
+void AddSetting(BatchRequest& request, const std::string& key, const std::string& value) {
+  if (request.m_table.try_emplace(key, value).second)
+    request.m_options.insert(request.m_options.end(), {OptionOf(key), value});
 }
 
 BatchRequest ReadParameters(const std::string& path) {
@@ -137,10 +145,73 @@ void RefuseEqual(const std::vector<BatchTask>& tasks, What what) {
   }
 }
 
+/// The folder of the logs of the first data path, a file or a directory.
+std::string FirstLogFolder(const UserParameters& settings) {
+  if (!settings.m_logfilepath.empty()) return settings.m_logfilepath;
+  std::string place = settings.m_outputpath;
+  if (place.empty() && !settings.m_datapaths.empty()) {
+    const std::string& first = settings.m_datapaths.front();
+    place = FileExists(first) ? FolderOf(first) : first;
+  }
+  return JoinPath(
+      {place.empty() ? "." : WithoutTrailingSeparators(place), std::string(kBatchLogFolder)});
+}
+
+/// The settings of the preset that the request does not name, with its isotope table.
+void AddPreset(BatchRequest& request, const PlanExtras& extras) {
+  ParameterTable preset = extras.m_preset;
+  if (request.m_table.contains(kIsotopeTableKey)) preset.erase(kIsotopeTableKey);
+  if (preset.contains(kIsotopeTableKey))
+    PlaceIsotopeTable(preset, FirstLogFolder(SettingsOf(request)), extras.m_note);
+  for (const auto& [key, value] : preset) AddSetting(request, key, value);
+}
+
+/// The request for one input, with what fits it where nothing is named.
+BatchRequest FittingRequest(const std::string& input, BatchRequest request,
+                            std::vector<AutoChoice>& choices) {
+  ParameterTable table = request.m_table;
+  choices = AddFittingSettings(input, table);
+  for (const AutoChoice& choice : choices) AddSetting(request, choice.m_key, choice.m_value);
+  return request;
+}
+
+BatchTask PlanTask(const std::string& input, const BatchRequest& request,
+                   const UserParameters& settings, FinishedRuns& finished) {
+  BatchTask task = TaskFor(input, settings, finished);
+  SetArguments(task, request);
+  return task;
+}
+
+BatchTask PlanFittingTask(const std::string& input, const BatchRequest& request,
+                          UserParameters settings, FinishedRuns& finished) {
+  std::vector<AutoChoice> choices;
+  const BatchRequest fitting = FittingRequest(input, request, choices);
+  ParameterTable chosen;
+  for (const AutoChoice& choice : choices) chosen[choice.m_key] = choice.m_value;
+  chosen["datanum"] = "0";
+  ApplyParameterTable(settings, chosen);
+  BatchTask task = PlanTask(input, fitting, settings, finished);
+  task.m_choices = std::move(choices);
+  return task;
+}
+
 }  // namespace
+
+std::string OptionOf(const std::string& key) {
+  const auto found = std::ranges::find(OptionLetters, key, &OptionLetter::m_key);
+  return {'-', found->m_letter};
+}
 
 std::string ParameterFileOf(const BatchTask& task) {
   return JoinPath({task.m_log_directory, "batch.params"});
+}
+
+std::string LogFolderFor(const std::string& input, const UserParameters& settings) {
+  if (!settings.m_logfilepath.empty()) return settings.m_logfilepath;
+  UserParameters current = settings;
+  current.m_outputpath_follows_input = settings.m_outputpath.empty();
+  SetCurrentFile(current, input);
+  return JoinPath({current.m_outputpath, kBatchLogFolder});
 }
 
 BatchTask TaskFor(const std::string& input, const UserParameters& settings,
@@ -148,12 +219,9 @@ BatchTask TaskFor(const std::string& input, const UserParameters& settings,
   UserParameters current = settings;
   current.m_outputpath_follows_input = settings.m_outputpath.empty();
   SetCurrentFile(current, input);
-  const std::string logs = settings.m_logfilepath.empty()
-                               ? JoinPath({current.m_outputpath, kBatchLogFolder})
-                               : settings.m_logfilepath;
   BatchTask task;
   task.m_input = input;
-  task.m_log_directory = JoinPath({logs, current.m_current_basename});
+  task.m_log_directory = JoinPath({LogFolderFor(input, settings), current.m_current_basename});
   // Of MGF, which is only rewritten, no table tells.
   if (ToLower(current.m_current_ext) != "mgf") task.m_table = FinishedTablePath(current);
   task.m_record = RunRecordPath(current);
@@ -171,17 +239,18 @@ void RefuseMeetings(const std::vector<BatchTask>& tasks) {
   RefuseEqual(tasks, [](const BatchTask& task) { return task.m_log_directory; });
 }
 
-std::vector<BatchTask> PlanBatch(std::span<const std::string> words) {
-  const BatchRequest request = words.size() == 1 && IsParameterFile(words.front())
-                                   ? ReadParameters(words.front())
-                                   : ReadOptions(words);
+std::vector<BatchTask> PlanBatch(std::span<const std::string> words, const PlanExtras& extras) {
+  BatchRequest request = words.size() == 1 && IsParameterFile(words.front())
+                             ? ReadParameters(words.front())
+                             : ReadOptions(words);
+  AddPreset(request, extras);
   UserParameters settings = SettingsOf(request);
   FinishedRuns finished(settings);
   std::vector<BatchTask> tasks;
   for (const std::string& path : settings.m_datapaths) {
     for (const std::string& file : FilesOf(path, settings)) {
-      tasks.push_back(TaskFor(file, settings, finished));
-      SetArguments(tasks.back(), request);
+      tasks.push_back(extras.m_is_auto ? PlanFittingTask(file, request, settings, finished)
+                                       : PlanTask(file, request, settings, finished));
     }
   }
   if (tasks.empty()) throw "There is no input file" + WhatIsThere(settings);

@@ -8,12 +8,14 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "UserParameters.h"
+#include "batch/AutoSettings.h"
 #include "batch/FinishedRuns.h"
 
 namespace tarvek::tools {
@@ -38,7 +40,19 @@ struct BatchTask {
   std::string m_working_directory;         // of the processes; empty: that of this one
   std::vector<std::string> m_check;        // arguments of tarvek-tools, before tarvek; may be empty
   std::vector<std::string> m_calibration;  // the same after tarvek
+  std::vector<AutoChoice> m_choices;       // settings that were chosen for this input
 };
+
+/// What is asked for in the words of both commands.
+struct PlanExtras {
+  ParameterTable m_preset;  // settings that count where the user names none
+  bool m_is_auto = false;   // choose what neither names by a look at each input
+  std::function<void(const std::string&)>
+      m_note;  // takes what people may want to know; may be empty
+};
+
+/// "-W" for isolation_width, which has one as all settings of OptionLetters.
+std::string OptionOf(const std::string& key);
 
 /// Where the parameter file of a task is.
 std::string ParameterFileOf(const BatchTask& task);
@@ -46,7 +60,11 @@ std::string ParameterFileOf(const BatchTask& task);
 /// words: either one parameter file, or options of tarvek, of which -D takes any number of paths
 /// and may be repeated; words before the first option are paths too.
 /// The tasks in the order of the paths, those of a directory in the order of their names.
-std::vector<BatchTask> PlanBatch(std::span<const std::string> words);
+std::vector<BatchTask> PlanBatch(std::span<const std::string> words, const PlanExtras& extras = {});
+
+/// The folder of the logs of all tasks for an input: that of the settings, else one beside the
+/// outputs.
+std::string LogFolderFor(const std::string& input, const UserParameters& settings);
 
 /// The task of one input, but for what is to be started. settings: of tarvek, its directories as
 /// they were given.

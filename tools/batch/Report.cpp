@@ -101,6 +101,36 @@ std::string WarningLines(std::span<const BatchTask> tasks, std::span<const Batch
   return text;
 }
 
+/// Equal choices for all inputs, with the reason of the first. Those of a single input were just shown.
+std::string SharedChoiceLines(std::span<const BatchTask> tasks) {
+  if (tasks.size() < 2) return {};
+  struct Shared {
+    std::string m_first;
+    std::size_t m_inputs = 0;
+  };
+  std::map<std::string, Shared> shared;
+  for (const BatchTask& task : tasks)
+    for (const AutoChoice& choice : task.m_choices) {
+      Shared& one = shared[OptionOf(choice.m_key) + " " + choice.m_value];
+      if (one.m_inputs++ == 0) one.m_first = task.m_input + ": since " + choice.m_reason;
+    }
+  std::string text;
+  for (const auto& [setting, one] : shared)
+    text += "auto: " + setting + ": " +
+            (one.m_inputs > 1 ? std::to_string(one.m_inputs) + " inputs, the first " : "") +
+            one.m_first + "\n";
+  return text;
+}
+
+/// "3 done, 1 failed, in 0.3 s".
+std::string LastLine(std::span<const BatchResult> results, std::int64_t elapsed_ms) {
+  std::string sums;
+  for (const auto& [state, word] : kStateWords)
+    if (const std::size_t count = CountOf(results, state); count > 0)
+      sums += (sums.empty() ? "" : ", ") + std::to_string(count) + " " + std::string(word);
+  return sums + ", in " + Seconds(elapsed_ms) + " s\n";
+}
+
 std::string CountText(std::optional<std::int64_t> count) {
   return count ? std::to_string(*count) : "";
 }
@@ -137,6 +167,14 @@ std::pair<double, double> Work(const BatchMoment& moment) {
 
 }  // namespace
 
+std::string ChoiceLines(std::span<const BatchTask> tasks) {
+  std::string text;
+  for (const BatchTask& task : tasks)
+    for (const AutoChoice& choice : task.m_choices)
+      text += "auto: " + task.m_input + ": " + ChoiceText(choice) + "\n";
+  return text;
+}
+
 std::string BatchLine(const BatchMoment& moment) {
   const auto task = static_cast<std::size_t>(moment.m_ended - moment.m_tasks.data());
   const BatchResult& result = moment.m_results[task];
@@ -167,7 +205,7 @@ std::string BatchProgressLine(const BatchMoment& moment, std::int64_t elapsed_ms
 
 std::string BatchSummary(std::span<const BatchTask> tasks, std::span<const BatchResult> results,
                          std::int64_t elapsed_ms) {
-  std::string text = WarningLines(tasks, results);
+  std::string text = SharedChoiceLines(tasks) + WarningLines(tasks, results);
   text += Padded("state", kStateWidth, false) + Padded("MS2 scans", kReadWidth, true) +
           Padded("exported", kExportedWidth, true) + Padded("precursors", kPrecursorsWidth, true) +
           Padded("seconds", kSecondsWidth, true) + "  input\n";
@@ -178,11 +216,12 @@ std::string BatchSummary(std::span<const BatchTask> tasks, std::span<const Batch
             "  " + tasks[i].m_input + Remark(tasks[i], result) + '\n';
   }
   if (tasks.size() > 1) text += Row("all", TotalOf(results), Seconds(elapsed_ms)) + "\n";
-  std::string sums;
-  for (const auto& [state, word] : kStateWords)
-    if (const std::size_t count = CountOf(results, state); count > 0)
-      sums += (sums.empty() ? "" : ", ") + std::to_string(count) + " " + std::string(word);
-  return text + sums + ", in " + Seconds(elapsed_ms) + " s\n";
+  return text + LastLine(results, elapsed_ms);
+}
+
+std::string QuietSummary(std::span<const BatchTask> tasks, std::span<const BatchResult> results,
+                         std::int64_t elapsed_ms) {
+  return WarningLines(tasks, results) + LastLine(results, elapsed_ms);
 }
 
 }  // namespace tarvek::tools

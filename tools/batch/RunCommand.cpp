@@ -1,6 +1,7 @@
 #include "batch/RunCommand.h"
 
 #include <array>
+#include <functional>
 #include <iostream>
 #include <memory>
 #include <regex>
@@ -13,6 +14,7 @@
 #include "ScoringModels.h"
 #include "UserParameters.h"
 #include "batch/Console.h"
+#include "batch/Presets.h"
 #include "batch/RunInputs.h"
 #include "batch/RunPlan.h"
 
@@ -35,7 +37,6 @@ struct RunArguments {
   bool m_is_beside_input = false;
   bool m_stops_at_failure = false;
   bool m_has_no_check = false;
-  bool m_is_quiet = false;
 };
 
 /// A flag that sets one of tarvek's parameters.
@@ -129,6 +130,23 @@ void CheckPlaces(const RunArguments& arguments) {
                                                       "--beside-input puts them beside each input");
 }
 
+/// What the preset says of settings that are not named, with its isotope table beside the logs.
+void TakePreset(RunArguments& arguments, const std::function<void(const std::string&)>& note) {
+  RunRequest& request = arguments.m_request;
+  request.m_is_auto = arguments.m_options.m_is_auto;
+  ParameterTable preset = arguments.m_options.m_preset;
+  if (preset.contains(kIsotopeTableKey)) {
+    if (request.m_isotope_table.empty()) {
+      UserParameters settings;
+      settings.m_outputpath = request.m_output_directory;
+      PlaceIsotopeTable(preset, LogFolderFor(request.m_inputs.front(), settings), note);
+      request.m_isotope_table = preset.at(kIsotopeTableKey);
+    }
+    preset.erase(kIsotopeTableKey);
+  }
+  request.m_settings.insert(preset.begin(), preset.end());
+}
+
 void RunRunCommand(RunArguments& arguments) {
   CheckPlaces(arguments);
   if (arguments.m_request.m_takes_declared_width)
@@ -139,10 +157,13 @@ void RunRunCommand(RunArguments& arguments) {
   RunInputs inputs = FindRunInputs(arguments.m_words, arguments.m_format);
   arguments.m_request.m_inputs = std::move(inputs.m_files);
   arguments.m_request.m_has_check = !arguments.m_has_no_check;
+  const auto note = [&](const std::string& text) {
+    if (!arguments.m_options.m_is_quiet) std::cout << "note: " << text << std::endl;
+  };
+  TakePreset(arguments, note);
   const std::vector<BatchTask> tasks = PlanRun(arguments.m_request);
-  if (!arguments.m_is_quiet)
-    for (const std::string& note : inputs.m_notes) std::cout << "note: " << note << std::endl;
-  BatchStyle style{"without --stop-at-failure the others would be", arguments.m_is_quiet};
+  for (const std::string& text : inputs.m_notes) note(text);
+  BatchStyle style{"without --stop-at-failure the others would be", arguments.m_options.m_is_quiet};
   if (settings.m_keep_going) style.m_how_to_go_on.clear();
   const int status = PerformBatch(tasks, settings, style);
   if (status != 0) throw CLI::RuntimeError(status);
@@ -175,7 +196,6 @@ void AddRunCommand(CLI::App& app) {
   run->add_flag("--calibrate", arguments->m_request.m_is_calibrated,
                 "Correct the m/z of each run by its own fragments, where they tell the bias");
   AddJoint(*run, *arguments);
-  run->add_flag("--quiet", arguments->m_is_quiet, "Show only failures");
   run->callback([arguments] { RunRunCommand(*arguments); });
 }
 

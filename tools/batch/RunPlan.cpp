@@ -1,8 +1,7 @@
 #include "batch/RunPlan.h"
 
-#include <algorithm>
+#include <utility>
 
-#include "CommandLine.h"
 #include "FileUtils.h"
 #include "NumberText.h"
 #include "Platform.h"
@@ -17,11 +16,6 @@ namespace {
 constexpr const char* kOutputKey = "outputpath";
 constexpr const char* kTableKey = "ipv_file";
 constexpr const char* kWidthKey = "isolation_width";
-
-std::string OptionOf(const std::string& key) {
-  const auto found = std::ranges::find(OptionLetters, key, &OptionLetter::m_key);
-  return {'-', found->m_letter};
-}
 
 /// The settings without data paths, which are the inputs.
 UserParameters SettingsOf(ParameterTable table) {
@@ -63,8 +57,11 @@ RunRecord CalibrationSettings(const RunRequest& request) {
   return more;
 }
 
-/// The settings for one input: those asked for, with the width that it declares where none is.
-ParameterTable TableFor(const std::string& input, const RunRequest& request, ParameterTable table) {
+/// The settings for one input: those asked for, with what fits it where none is, or at least the
+/// width that it declares.
+ParameterTable TableFor(const std::string& input, const RunRequest& request, ParameterTable table,
+                        std::vector<AutoChoice>& choices) {
+  if (request.m_is_auto) choices = AddFittingSettings(input, table);
   if (!request.m_takes_declared_width || table.contains(kWidthKey)) return table;
   if (const std::optional<double> width = DeclaredWidthOf(input))
     table[kWidthKey] = ExactText(*width);
@@ -109,11 +106,13 @@ std::vector<BatchTask> PlanRun(const RunRequest& request) {
   FinishedRuns finished(SettingsOf(table), CalibrationSettings(request));
   std::vector<BatchTask> tasks;
   for (const std::string& input : request.m_inputs) {
-    const ParameterTable own = TableFor(input, request, table);
+    std::vector<AutoChoice> choices;
+    const ParameterTable own = TableFor(input, request, table, choices);
     UserParameters settings = SettingsOf(own);
     settings.m_outputpath = WithoutTrailingSeparators(request.m_output_directory);
     tasks.push_back(TaskFor(input, settings, finished));
     BatchTask& task = tasks.back();
+    task.m_choices = std::move(choices);
     SetArguments(task, own);
     task.m_wanted = finished.SettingsNow(CurrentOf(settings, input));
     if (InputFormatOf(input) == "mgf")

@@ -22,6 +22,7 @@ struct RunRequest {
   bool m_has_check = true;            // look at each input before its run
   bool m_takes_declared_width =
       false;                     // of each input that declares one, unless a width is asked for
+  bool m_is_auto = false;        // choose what is not asked for by a look at each input
   bool m_is_calibrated = false;  // correct the m/z of each run by its own fragments
 };
 

@@ -12,6 +12,7 @@
 #include "PrecursorTableReader.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
+#include "UnfinishedFile.h"
 #include "outputs/RunOutcome.h"
 
 namespace tarvek::tools {
@@ -90,6 +91,11 @@ class BatchRunner {
       OutputFile file(ParameterFileOf(task), "wb", "parameter");
       file.Write(task.m_parameter_file);
       file.Close();
+    }
+    if (!task.m_choices.empty()) {
+      std::string text;
+      for (const AutoChoice& choice : task.m_choices) text += ChoiceText(choice) + "\n";
+      WriteWhole(ChoicesFileOf(task), text, "chosen settings");
     }
     const RunningTask running{number, MonotonicMilliseconds(),
                               task.m_check.empty() ? Step::kTarvek : Step::kCheck};
@@ -243,6 +249,10 @@ std::vector<BatchResult> RunBatch(std::span<const BatchTask> tasks, const BatchS
 
 std::string ConsoleFileOf(const BatchTask& task) {
   return JoinPath({task.m_log_directory, "console.txt"});
+}
+
+std::string ChoicesFileOf(const BatchTask& task) {
+  return JoinPath({task.m_log_directory, "auto.txt"});
 }
 
 std::string CheckFileOf(const BatchTask& task) {

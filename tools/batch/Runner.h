@@ -58,6 +58,9 @@ std::string ConsoleFileOf(const BatchTask& task);
 std::string CheckFileOf(const BatchTask& task);
 std::string CalibrationFileOf(const BatchTask& task);
 
+/// Where the settings that were chosen for a task are told, with their reasons.
+std::string ChoicesFileOf(const BatchTask& task);
+
 /// Why a process failed, from what it printed: the first line of its last error, else its last
 /// line, else its status.
 std::string FailureReason(const std::string& console_file, int status);

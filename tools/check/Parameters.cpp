@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdint>
 #include <map>
-#include <numeric>
 #include <set>
 #include <vector>
 
@@ -68,22 +67,6 @@ std::set<std::string> KnownKeys() {
 
 bool IsKnown(const std::string& key) {
   return KnownKeys().contains(key) || DataPathNumber(key).has_value();
-}
-
-// The number of letters to insert, delete or replace: a row of the usual table after the other.
-std::size_t EditDistance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    std::size_t above_left = row[0];
-    row[0] = i;
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t replaced = above_left + (a[i - 1] == b[j - 1] ? 0 : 1);
-      above_left = row[j];
-      row[j] = std::min({replaced, row[j] + 1, row[j - 1] + 1});
-    }
-  }
-  return row.back();
 }
 
 std::string ChargeRangeFault(std::string_view value) {

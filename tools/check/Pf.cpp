@@ -90,7 +90,7 @@ class PfWalk {
       if (!IsWrappedInPfIndex(m_offsets[i])) continue;
       m_report->Note("pf-wrapped", m_path,
                      "From this scan on its index holds the low 32 bits of offsets beyond 2 GiB.",
-                     "Read it with tarvek_io.py, which unwraps them, or walk the records.",
+                     "Read it with tarvek_io, which unwraps them, or walk the records.",
                      {m_content.m_scans[i].m_scan_no, std::nullopt});
       return;
     }

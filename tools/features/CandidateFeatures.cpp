@@ -24,26 +24,6 @@ namespace {
 
 constexpr int kDecimals = 6;
 
-struct FeatureColumn {
-  const char* m_name;
-  double (*m_value)(FeaturesExtractor& candidate);
-};
-
-constexpr std::array<FeatureColumn, 12> kFeatureColumns = {{
-    {"ipv_similarity_0", [](FeaturesExtractor& c) { return c.ipv_similarity_0(); }},
-    {"ipv_similarity_m1", [](FeaturesExtractor& c) { return c.ipv_similarity_m1(); }},
-    {"ipv_similarity_m2", [](FeaturesExtractor& c) { return c.ipv_similarity_m2(); }},
-    {"xic_correlation_0_1", [](FeaturesExtractor& c) { return c.xic_correlation_0_1(); }},
-    {"xic_correlation_m1_0", [](FeaturesExtractor& c) { return c.xic_correlation_m1_0(); }},
-    {"elution_share", [](FeaturesExtractor& c) { return c.elution_share(); }},
-    {"window_intensity_ratio", [](FeaturesExtractor& c) { return c.window_intensity_ratio(); }},
-    {"isotope_count", [](FeaturesExtractor& c) { return double(c.isotope_count()); }},
-    {"window_isotope_count", [](FeaturesExtractor& c) { return double(c.window_isotope_count()); }},
-    {"mz_spread_ppm", [](FeaturesExtractor& c) { return c.mz_spread_ppm(); }},
-    {"charge_times_mz", [](FeaturesExtractor& c) { return c.charge_times_mz(); }},
-    {"abs_charge", [](FeaturesExtractor& c) { return c.abs_charge(); }},
-}};
-
 const char* LabelText(CandidateLabel label) {
   if (label == CandidateLabel::kDoubtful) return "NA";
   return label == CandidateLabel::kTrue ? "1" : "0";
@@ -164,6 +144,21 @@ void WriteRows(const UserParameters& parameters, const FeatureTableOptions& opti
 }
 
 }  // namespace
+
+const std::array<FeatureColumn, 12> kFeatureColumns = {{
+    {"ipv_similarity_0", [](FeaturesExtractor& c) { return c.ipv_similarity_0(); }},
+    {"ipv_similarity_m1", [](FeaturesExtractor& c) { return c.ipv_similarity_m1(); }},
+    {"ipv_similarity_m2", [](FeaturesExtractor& c) { return c.ipv_similarity_m2(); }},
+    {"xic_correlation_0_1", [](FeaturesExtractor& c) { return c.xic_correlation_0_1(); }},
+    {"xic_correlation_m1_0", [](FeaturesExtractor& c) { return c.xic_correlation_m1_0(); }},
+    {"elution_share", [](FeaturesExtractor& c) { return c.elution_share(); }},
+    {"window_intensity_ratio", [](FeaturesExtractor& c) { return c.window_intensity_ratio(); }},
+    {"isotope_count", [](FeaturesExtractor& c) { return double(c.isotope_count()); }},
+    {"window_isotope_count", [](FeaturesExtractor& c) { return double(c.window_isotope_count()); }},
+    {"mz_spread_ppm", [](FeaturesExtractor& c) { return c.mz_spread_ppm(); }},
+    {"charge_times_mz", [](FeaturesExtractor& c) { return c.charge_times_mz(); }},
+    {"abs_charge", [](FeaturesExtractor& c) { return c.abs_charge(); }},
+}};
 
 IdentifiedPrecursors ReadIdentifiedPrecursors(const std::string& path) {
   TableReader reader(path);

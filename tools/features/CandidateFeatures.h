@@ -6,17 +6,26 @@
 // Not here: options (features/Command.h), the features themselves (FeaturesExtractor.h).
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "FeaturesExtractor.h"
 #include "SpectrumRecords.h"
 #include "UserParameters.h"
 #include "score/Score.h"
 
 namespace tarvek::tools {
+
+/// A feature of candidates that are determined each for itself.
+struct FeatureColumn {
+  const char* m_name;
+  double (*m_value)(FeaturesExtractor& candidate);
+};
+extern const std::array<FeatureColumn, 12> kFeatureColumns;
 
 enum class CandidateLabel { kFalse, kTrue, kDoubtful };
 

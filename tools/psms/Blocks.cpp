@@ -75,7 +75,7 @@ class Joiner {
   void TakePrecursors(JoinedMatch& joined) const {
     joined.m_declared.reset();
     joined.m_determined.reset();
-    const RunPrecursors* run = m_precursors->RunNamed(joined.m_run);
+    const SearchedPrecursors* run = m_precursors->RunNamed(joined.m_run);
     if (run == nullptr && m_has_one_file) run = m_precursors->OnlyRun();
     if (run == nullptr) return;
     joined.m_declared = run->DeclaredOf(joined.m_scan_no);

@@ -35,8 +35,8 @@ std::int16_t SmallNumber(std::int32_t number) {
 
 }  // namespace
 
-void RunPrecursors::AddScan(std::int32_t scan_no, const Precursor& declared,
-                            const std::vector<Precursor>& determined) {
+void SearchedPrecursors::AddScan(std::int32_t scan_no, const Precursor& declared,
+                                 const std::vector<Precursor>& determined) {
   if (declared.m_mz > 0.0 && declared.m_charge != 0) m_declared.push_back({declared, scan_no});
   std::int32_t index = 0;
   for (const Precursor& precursor : determined)
@@ -44,13 +44,13 @@ void RunPrecursors::AddScan(std::int32_t scan_no, const Precursor& declared,
                             SmallNumber(std::abs(precursor.m_charge)), SmallNumber(index++)});
 }
 
-void RunPrecursors::Sort() {
+void SearchedPrecursors::Sort() {
   std::ranges::sort(m_determined, {}, &Place);
   std::ranges::stable_sort(m_declared, {}, &Declared::m_scan_no);
 }
 
-std::optional<DeterminedPrecursor> RunPrecursors::Find(std::int32_t scan_no, std::int32_t charge,
-                                                       double mz) const {
+std::optional<DeterminedPrecursor> SearchedPrecursors::Find(std::int32_t scan_no,
+                                                            std::int32_t charge, double mz) const {
   std::optional<DeterminedPrecursor> best;
   const auto first = std::ranges::lower_bound(
       m_determined, std::tuple(scan_no, SmallNumber(charge), mz - kSameMz), {}, &Place);
@@ -61,7 +61,7 @@ std::optional<DeterminedPrecursor> RunPrecursors::Find(std::int32_t scan_no, std
   return best;
 }
 
-std::optional<Precursor> RunPrecursors::DeclaredOf(std::int32_t scan_no) const {
+std::optional<Precursor> SearchedPrecursors::DeclaredOf(std::int32_t scan_no) const {
   const auto found = std::ranges::lower_bound(m_declared, scan_no, {}, &Declared::m_scan_no);
   if (found == m_declared.end() || found->m_scan_no != scan_no) return std::nullopt;
   return found->m_precursor;
@@ -93,7 +93,7 @@ void PrecursorSource::Add(const std::string& path) {
 void PrecursorSource::AddTable(const std::string& path) {
   PrecursorTableReader reader(path);
   const std::string name = WithoutDots(StemOf(FileNameOf(path)));
-  RunPrecursors run;
+  SearchedPrecursors run;
   for (PrecursorRow row; reader.Next(row);)
     run.AddScan(row.m_scan_no, row.m_declared, row.m_determined);
   run.Sort();
@@ -124,14 +124,14 @@ void PrecursorSource::AddMap(const std::string& path) {
   for (auto& [name, precursors] : m_mapped) precursors.Sort();
 }
 
-const RunPrecursors* PrecursorSource::RunNamed(std::string_view run) const {
+const SearchedPrecursors* PrecursorSource::RunNamed(std::string_view run) const {
   const std::string name = WithoutDots(run);
   for (const auto* runs : {&m_tables, &m_mapped})
     if (const auto found = runs->find(name); found != runs->end()) return &found->second;
   return nullptr;
 }
 
-const RunPrecursors* PrecursorSource::OnlyRun() const {
+const SearchedPrecursors* PrecursorSource::OnlyRun() const {
   if (m_tables.size() == 1) return &m_tables.begin()->second;
   return m_tables.empty() && m_mapped.size() == 1 ? &m_mapped.begin()->second : nullptr;
 }

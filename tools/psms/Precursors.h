@@ -29,7 +29,7 @@ struct DeterminedPrecursor {
 };
 
 /// The precursors of one run.
-class RunPrecursors {
+class SearchedPrecursors {
  public:
   void AddScan(std::int32_t scan_no, const Precursor& declared,
                const std::vector<Precursor>& determined);
@@ -63,10 +63,10 @@ class PrecursorSource {
   void Add(const std::string& path);
 
   /// The precursors of a run by its name, in which dots and underscores are the same; null without.
-  [[nodiscard]] const RunPrecursors* RunNamed(std::string_view run) const;
+  [[nodiscard]] const SearchedPrecursors* RunNamed(std::string_view run) const;
 
   /// The only run when there is one; null otherwise.
-  [[nodiscard]] const RunPrecursors* OnlyRun() const;
+  [[nodiscard]] const SearchedPrecursors* OnlyRun() const;
 
   /// The spectrum at a place, from 1, of a searched file by its name without ending; nothing when no
   /// map tells.
@@ -84,8 +84,9 @@ class PrecursorSource {
   void AddTable(const std::string& path);
   void AddMap(const std::string& path);
 
-  std::map<std::string, RunPrecursors, std::less<>> m_tables;
-  std::map<std::string, RunPrecursors, std::less<>> m_mapped;  // of maps, for runs without a table
+  std::map<std::string, SearchedPrecursors, std::less<>> m_tables;
+  std::map<std::string, SearchedPrecursors, std::less<>>
+      m_mapped;  // of maps, for runs without a table
   std::map<std::string, std::vector<Spectrum>, std::less<>> m_files;
   std::vector<std::string> m_names;
 };

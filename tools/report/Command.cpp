@@ -13,17 +13,24 @@
 #include "outputs/RunOutcome.h"
 #include "report/Data.h"
 #include "report/Page.h"
+#include "report/ScanPage.h"
 #include "report/Summary.h"
 #include "score/Command.h"
 
 namespace tarvek::tools {
 namespace {
 
+struct ScanPageSettings {
+  std::size_t m_most = kMostScansDefault;
+  std::string m_isotope_table;
+};
+
 struct ReportOptions {
   std::string m_path;
   std::string m_out_folder;
   double m_isolation_width = 0.0;  // 0: not given
   ReportSettings m_settings;
+  ScanPageSettings m_scan_page;
 };
 
 void WriteReport(const std::string& path, const std::string& content) {
@@ -36,16 +43,48 @@ void WriteForMultiQc(const std::string& start, std::span<const BatchRun> runs) {
   WriteReport(start + "_precursors_mqc.json", PrecursorsForMultiQc(runs));
 }
 
+// Writes the page of scans and tells what became of it. That it cannot be made is no failure of the
+// report: spectra need not be kept. One of an earlier processing must not stay.
+ScanPageOutcome WriteScanPage(const std::string& base_path, const std::string& out_folder,
+                              const std::string& name, const ReportOptions& options) {
+  ScanPageOutcome outcome;
+  const std::string file = name + ".scans.html";
+  const std::string path = JoinPath({out_folder, file});
+  if (FileExists(path)) RemoveFile(path);
+  if (options.m_scan_page.m_most == 0) {
+    outcome.m_why_not = "It was not asked for (--scans 0).";
+    return outcome;
+  }
+  try {
+    const ScanPage page = MakeScanPage(
+        {base_path, options.m_settings.m_input_folder, options.m_scan_page.m_isotope_table},
+        options.m_scan_page.m_most);
+    WriteReport(path, page.m_html);
+    outcome = page.m_outcome;
+    outcome.m_file = file;
+  } catch (const char* why) {  // of the parameters
+    outcome.m_why_not = why;
+  } catch (const std::string& why) {  // of the file helpers
+    outcome.m_why_not = why;
+  } catch (const std::exception& error) {
+    outcome.m_why_not = error.what();
+  }
+  return outcome;
+}
+
 // Writes page and summary of one run and returns what a batch keeps of it.
 BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
-                   const ReportSettings& settings) {
-  const RunReport report =
-      ReadRunReport(FindRunFiles(base_path, settings.m_input_folder), settings);
+                   const ReportOptions& options) {
+  const ReportSettings& settings = options.m_settings;
+  RunReport report = ReadRunReport(FindRunFiles(base_path, settings.m_input_folder), settings);
+  report.m_scan_page = WriteScanPage(base_path, out_folder, report.m_name, options);
   const std::string page = report.m_name + ".report.html";
   const std::string path = JoinPath({out_folder, page});
   WriteReport(path, RunPage(report));
   WriteReport(JoinPath({out_folder, report.m_name + ".report.json"}), RunJson(report));
   std::cout << path << '\n';
+  if (!report.m_scan_page.m_file.empty())
+    std::cout << JoinPath({out_folder, report.m_scan_page.m_file}) << '\n';
   return BatchRunOf(report, page);
 }
 
@@ -74,7 +113,7 @@ void ReportOne(const ReportOptions& options) {
     const BatchRun run = ReportUnfinished(base_path, out_folder);
     WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
   }
-  const BatchRun run = ReportRun(base_path, out_folder, options.m_settings);
+  const BatchRun run = ReportRun(base_path, out_folder, options);
   WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
 }
 
@@ -87,10 +126,10 @@ BatchRun WithoutReport(const std::string& base_path, const std::string& why) {
 
 // A run that cannot be read is named on standard error and in the batch; the others go on.
 BatchRun TryRun(const std::string& base_path, const std::string& out_folder,
-                const ReportSettings& settings) {
+                const ReportOptions& options) {
   std::string why;
   try {
-    return ReportRun(base_path, out_folder, settings);
+    return ReportRun(base_path, out_folder, options);
   } catch (const std::string& message) {  // of the file helpers
     why = message;
   } catch (const std::exception& error) {
@@ -114,7 +153,7 @@ void ReportBatch(const ReportOptions& options) {
     throw "There is no precursor table of tarvek (.csv) in " + folder;
   std::vector<BatchRun> runs;
   for (const std::string& base_path : found.m_finished)
-    runs.push_back(TryRun(base_path, out_folder, options.m_settings));
+    runs.push_back(TryRun(base_path, out_folder, options));
   std::size_t failed = 0;
   for (const BatchRun& run : runs) failed += run.m_page.empty() ? 1U : 0U;
   for (const std::string& base_path : found.m_unfinished)
@@ -164,6 +203,16 @@ void AddReportCommand(CLI::App& app) {
                    "Largest m/z difference of peaks that belong together, ppm")
       ->check(PositiveReal())
       ->capture_default_str();
+  report
+      ->add_option(
+          "--scans", options->m_scan_page.m_most,
+          "Scans in the page of scans at most, evenly spread over the run; 0 for no such page")
+      ->check(CLI::NonNegativeNumber)
+      ->capture_default_str();
+  report->add_option(
+      "-I,--ipv", options->m_scan_page.m_isotope_table,
+      "Table of expected isotope patterns for the page of scans, if another one than "
+      "tarvek finds");
   report->callback([options] { RunReportCommand(*options); });
 }
 

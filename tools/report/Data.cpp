@@ -11,6 +11,7 @@
 #include "MsTextReader.h"
 #include "NumberText.h"
 #include "PfReader.h"
+#include "Platform.h"
 #include "outputs/DeclaredWidth.h"
 #include "report/Content.h"
 #include "report/LeftOut.h"
@@ -83,10 +84,29 @@ class ReportBuilder {
     MeasurePpm();
     CountLeftOut(m_content, m_times, HasSurveys(), m_report);
     ListSources();
+    TakeRecord();
+    ListOutputs();
     return std::move(m_report);
   }
 
  private:
+  void TakeRecord() {
+    if (!m_content.Record()) return;
+    m_report.m_settings = m_content.Record()->m_settings;
+    m_report.m_declared_widths = m_content.Record()->m_widths;
+  }
+
+  void ListOutputs() {
+    std::vector<std::string> paths = {m_files.m_table, m_files.m_evidence, m_files.m_record,
+                                      m_files.m_pf1};
+    paths.insert(paths.end(), m_files.m_pf2.begin(), m_files.m_pf2.end());
+    paths.insert(paths.end(), m_files.m_mgf.begin(), m_files.m_mgf.end());
+    for (const std::string& path : paths)
+      if (!path.empty())
+        m_report.m_outputs.push_back(
+            {std::string(FileNameOf(path)), File::Open(path, "rb").SizeBytes()});
+  }
+
   void ChooseWidth() {
     m_report.m_knows_width = true;
     if (m_settings.m_isolation_width) {
@@ -152,6 +172,9 @@ class ReportBuilder {
     ++m_report.m_scans_by_kind[row.m_kind];
     m_report.m_precursors += static_cast<std::int64_t>(row.m_determined.size());
     ++m_report.m_by_count.at(std::min(row.m_determined.size(), kPrecursorCounts - 1));
+    if (row.m_declared.m_charge == 0 || !IsKept(row))
+      for (const Precursor& precursor : row.m_determined)
+        ++m_report.m_by_charge[precursor.m_charge];
     if (row.m_declared.m_charge == 0 || IsWithoutCharge(row)) {
       ++m_report.m_undeclared;
       if (row.m_declared.m_charge != 0) ++m_report.m_without_charge;

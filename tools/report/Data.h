@@ -76,6 +76,12 @@ struct ReportSource {
   bool m_is_there = false;
 };
 
+/// A file that the run wrote.
+struct ReportOutput {
+  std::string m_file;  // name
+  std::int64_t m_bytes = 0;
+};
+
 /// How sure a run with joint determination is of what it reports.
 struct JointFigures {
   std::int64_t m_precursors = 0;
@@ -84,8 +90,27 @@ struct JointFigures {
   std::int64_t m_decoys = 0;  // found in those scans with a spacing that isotopes do not have
 };
 
+/// What became of the page of scans.
+struct ScanPageOutcome {
+  std::string m_file;  // its name; empty without one
+  std::size_t m_scans = 0;
+  std::size_t m_scans_of_run = 0;
+  std::size_t m_differing = 0;  // scans for which the repeated determination gives other precursors
+  std::int64_t m_bytes = 0;
+  std::string m_why_not;  // a sentence
+
+  std::int64_t m_kept = 0;       // scans whose declared precursor was kept,
+  std::int64_t m_nearly = 0;     // of these: with a candidate little below the threshold
+  std::int32_t m_kept_scan = 0;  // one of the others
+  std::string m_why_kept;        // most of the others, in words
+};
+
+/// A score so far below the threshold is little below it; by so much a threshold is moved.
+inline constexpr double kThresholdStep = 0.3;
+
 struct RunReport {
   std::string m_name;
+  ScanPageOutcome m_scan_page;
   std::vector<ReportSource> m_sources;
   std::string m_width_source;
   double m_isolation_width = UserParameters{}.m_isolation_width;  // of tarvek, until it is known
@@ -93,6 +118,9 @@ struct RunReport {
   std::optional<double> m_declared_width;  // by the instrument file, of most MS2 scans; m/z
   std::string m_declared_width_source;
   double m_tol_ppm = 0.0;
+  std::map<std::string, std::string> m_settings;          // as the record has them
+  std::map<std::string, std::int64_t> m_declared_widths;  // RunRecord::m_widths
+  std::vector<ReportOutput> m_outputs;
   std::optional<JointFigures> m_joint;  // nothing when each precursor was determined for itself
   std::optional<Calibration> m_calibration;  // of the outputs; nothing when none was asked for
 
@@ -100,6 +128,8 @@ struct RunReport {
   std::int64_t m_precursors = 0;
   std::map<std::string, std::int64_t> m_scans_by_kind;
   std::array<std::int64_t, kPrecursorCounts> m_by_count{};  // scans with 0, 1, .. 10, more
+
+  std::map<int, std::int64_t> m_by_charge;  // determined precursors; without those that were kept
 
   std::int64_t m_undeclared = 0;                   // scans without a declared m/z or charge
   std::int64_t m_without_charge = 0;               // of these: a charge of 2 was only assumed

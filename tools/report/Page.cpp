@@ -7,6 +7,7 @@
 #include <limits>
 #include <string_view>
 
+#include "CommandLine.h"
 #include "NumberText.h"
 #include "StringUtils.h"
 #include "report/Pictures.h"
@@ -112,15 +113,29 @@ std::vector<std::string> TitlesOf(std::span<const ReportFinding> findings, Verdi
   return titles;
 }
 
+// What the numbers ask to change, when no picture shows it.
+std::string ChangesText(std::span<const Advice> advice) {
+  std::vector<std::string> changes;
+  for (const Advice& one : advice)
+    if (one.m_is_change) changes.push_back(one.m_what);
+  return changes.empty() ? "" : "Worth a change: " + Listed(changes) + ".";
+}
+
 std::string SummaryOf(std::span<const ReportFinding> findings,
-                      std::span<const ReportFinding> remarks) {
+                      std::span<const ReportFinding> remarks, std::span<const Advice> advice) {
   const auto defects = TitlesOf(remarks, Verdict::kDefect);
   auto look = TitlesOf(remarks, Verdict::kLook);
   std::ranges::copy(TitlesOf(findings, Verdict::kLook), std::back_inserter(look));
   const auto missing = TitlesOf(findings, Verdict::kNoData);
   std::string text = defects.empty() ? "" : "Defect: " + Listed(defects) + ".";
   if (!look.empty()) text += (text.empty() ? "" : " ") + ("Worth a look: " + Listed(look) + ".");
-  if (text.empty()) text = "Nothing stands out.";
+  const std::string changes = ChangesText(advice);
+  if (!changes.empty()) text += (text.empty() ? "" : " ") + changes;
+  if (text.empty())
+    text = advice.empty()
+               ? "Nothing stands out."
+               : "No picture asks for a look, but the input does not declare its isolation width: "
+                 "compare -W with the method.";
   if (!missing.empty()) text += " Not drawn for want of data: " + Listed(missing) + ".";
   return text;
 }
@@ -216,21 +231,6 @@ std::string LeftOutTable(const RunReport& report) {
   return html + "</tbody></table></div></section>\n";
 }
 
-std::string SourceTable(const RunReport& report) {
-  std::string html =
-      "<section class=\"section\"><h2>Where the numbers come from</h2>\n<div "
-      "class=\"wide\"><table>\n"
-      "<thead><tr><th>file</th><th>used for</th><th>state</th></tr></thead>\n<tbody>\n";
-  for (const ReportSource& source : report.m_sources)
-    html += "<tr>" + Element("td", source.m_file) + Element("td", source.m_use) +
-            Element("td", source.m_is_there ? "read" : "not there") + "</tr>\n";
-  html += "</tbody></table></div>\n";
-  if (!report.m_time_source.empty())
-    html += "<p class=\"lead\">Times of the MS2 scans come from " + Escaped(report.m_time_source) +
-            ".</p>\n";
-  return html + "</section>\n";
-}
-
 // The characters that a URL within a page may hold as they are; others as %XX.
 std::string UrlOf(std::string_view file_name) {
   constexpr std::string_view kPlain =
@@ -245,6 +245,172 @@ std::string UrlOf(std::string_view file_name) {
       url.append("%").append(1, kDigits[byte >> 4U]).append(1, kDigits[byte & 15U]);
   }
   return url;
+}
+
+// The way to the page of scans, or why there is none.
+std::string ScanSection(const RunReport& report) {
+  const ScanPageOutcome& page = report.m_scan_page;
+  std::string html = "<section class=\"section\" id=\"scans\"><h2>Scan by scan</h2>\n<p>";
+  if (page.m_file.empty())
+    return html + "There is no page of scans. " + Escaped(page.m_why_not) + "</p></section>\n";
+  html += "<a href=\"" + UrlOf(page.m_file) + "\">" + Escaped(page.m_file) + "</a> shows " +
+          GroupedNumber(static_cast<double>(page.m_scans), 0) +
+          (page.m_scans < page.m_scans_of_run
+               ? " of " + GroupedNumber(static_cast<double>(page.m_scans_of_run), 0)
+               : std::string()) +
+          " scans: survey, isotope envelopes, elution, and why each candidate was kept or not.";
+  if (page.m_differing > 0)
+    html += " For " + GroupedNumber(static_cast<double>(page.m_differing), 0) +
+            " of them the table has other precursors than were found again with the settings of "
+            "the record: it has other settings, another isotope table or other spectra.";
+  return html + "</p></section>\n";
+}
+
+// "-W", or nothing for a setting that no option of tarvek has.
+std::string OptionOf(std::string_view key) {
+  const auto found = std::ranges::find(OptionLetters, key, &OptionLetter::m_key);
+  return found == OptionLetters.end() ? std::string() : std::string{'-', found->m_letter};
+}
+
+std::string SizeText(std::int64_t bytes) {
+  constexpr double kStep = 1000.0;
+  const auto size = static_cast<double>(bytes);
+  if (size < kStep) return GroupedNumber(size, 0) + " bytes";
+  if (size < kStep * kStep) return GroupedNumber(size / kStep, 1) + " kB";
+  return GroupedNumber(size / (kStep * kStep), 1) + " MB";
+}
+
+std::string TableStart(const std::string& title, std::string_view heads) {
+  std::string html = "<section class=\"section\"><h2>" + Escaped(title) +
+                     "</h2>\n<div class=\"wide\"><table>\n<thead><tr>";
+  return html.append(heads).append("</tr></thead>\n<tbody>\n");
+}
+
+constexpr std::string_view kTableEnd = "</tbody></table></div></section>\n";
+
+// Settings, versions and files of a run.
+std::string SettingsTable(const RunReport& report) {
+  std::string html;
+  if (!report.m_settings.empty()) {
+    html += TableStart("Settings", "<th>setting</th><th>option</th><th>value</th>");
+    for (const auto& [key, value] : report.m_settings)
+      html += "<tr>" + Element("td", key) + Element("td", OptionOf(key)) + Element("td", value) +
+              "</tr>\n";
+    html += "<tr>" + Element("td", "version of tarvek-tools, which wrote this page") + "<td></td>" +
+            Element("td", TARVEK_VERSION) + "</tr>\n";
+    html += kTableEnd;
+  }
+  html += TableStart("Output files", "<th>file</th><th class=\"number\">size</th>");
+  for (const ReportOutput& output : report.m_outputs)
+    html += "<tr>" + Element("td", output.m_file) + "<td class=\"number\">" +
+            SizeText(output.m_bytes) + "</td></tr>\n";
+  html += kTableEnd;
+  return html;
+}
+
+constexpr std::string_view kNothingToChange =
+    "<p>Nothing: the numbers ask for no other settings.</p>";
+
+// The end of the page: what the numbers say is to be done.
+std::string AdviceSection(std::span<const Advice> advice) {
+  std::string html = "<section class=\"section\" id=\"change\"><h2>What to change next</h2>\n";
+  if (advice.empty()) return html.append(kNothingToChange).append("</section>\n");
+  html += "<ol class=\"advice\">\n";
+  for (const Advice& one : advice)
+    html += "<li><strong>" + WithOptions(" " + one.m_what).substr(1) + "</strong> " +
+            Escaped(one.m_why) + "</li>\n";
+  return html + "</ol></section>\n";
+}
+
+// The same for a batch: what several runs share is told once, the commonest first.
+std::string BatchAdvice(std::span<const BatchRun> runs) {
+  std::vector<std::pair<std::string, std::vector<std::string>>> shared;
+  for (const BatchRun& run : runs)
+    for (const Advice& one : run.m_advice) {
+      auto found =
+          std::ranges::find(shared, one.m_what, [](const auto& entry) { return entry.first; });
+      if (found == shared.end()) found = shared.insert(shared.end(), {one.m_what, {}});
+      found->second.push_back(run.m_name);
+    }
+  std::ranges::stable_sort(shared, std::ranges::greater{},
+                           [](const auto& entry) { return entry.second.size(); });
+  std::string html = "<section class=\"section\" id=\"change\"><h2>What to change next</h2>\n";
+  if (shared.empty()) return html.append(kNothingToChange).append("</section>\n");
+  html += "<ol class=\"advice\">\n";
+  for (const auto& [what, names] : shared) {
+    const std::size_t named = std::min(names.size(), kScansNamed);
+    const std::string more =
+        named < names.size() ? " and " + std::to_string(names.size() - named) + " more" : "";
+    html +=
+        "<li><strong>" + WithOptions(" " + what).substr(1) + "</strong> \u2013 " +
+        Escaped(names.size() == runs.size() && runs.size() > 1
+                    ? std::string("all runs")
+                    : Listed({names.begin(), names.begin() + static_cast<std::ptrdiff_t>(named)}) +
+                          more) +
+        ". The page of a run says why.</li>\n";
+  }
+  return html + "</ol></section>\n";
+}
+
+// Settings that all runs have, and those in which they differ with the runs of each value.
+std::string BatchSettings(std::span<const BatchRun> runs) {
+  std::map<std::string, std::map<std::string, std::vector<std::string>>> values;
+  std::size_t recorded = 0;
+  for (const BatchRun& run : runs) {
+    recorded += run.m_settings.empty() ? 0U : 1U;
+    for (const auto& [key, value] : run.m_settings) values[key][value].push_back(run.m_name);
+  }
+  if (values.empty()) return {};
+  std::string html = TableStart("Settings", "<th>setting</th><th>option</th><th>value</th>");
+  for (const auto& [key, by_value] : values) {
+    std::string text;
+    for (const auto& [value, names] : by_value) {
+      text += (text.empty() ? "" : "; ") + value;
+      if (names.size() == recorded) continue;
+      const std::size_t named = std::min(names.size(), kScansNamed);
+      text += " (" + Listed({names.begin(), names.begin() + static_cast<std::ptrdiff_t>(named)}) +
+              (named < names.size() ? " and others)" : ")");
+    }
+    html += by_value.size() > 1 ? "<tr class=\"differs\">" : "<tr>";
+    html += Element("td", key) + Element("td", OptionOf(key)) + Element("td", text) + "</tr>\n";
+  }
+  html += "<tr>" + Element("td", "version of tarvek-tools, which wrote this page") + "<td></td>" +
+          Element("td", TARVEK_VERSION) + "</tr>\n";
+  return html.append(kTableEnd);
+}
+
+std::string BatchFiles(std::span<const BatchRun> runs) {
+  if (std::ranges::all_of(runs, [](const BatchRun& run) { return run.m_outputs.empty(); }))
+    return {};
+  std::string html =
+      TableStart("Output files", "<th>run</th><th>files</th><th class=\"number\">size</th>");
+  for (const BatchRun& run : runs) {
+    std::vector<std::string> names;
+    std::int64_t bytes = 0;
+    for (const ReportOutput& output : run.m_outputs) {
+      names.push_back(output.m_file);
+      bytes += output.m_bytes;
+    }
+    if (names.empty()) continue;
+    html += "<tr>" + Element("td", run.m_name) + Element("td", Listed(names)) +
+            "<td class=\"number\">" + SizeText(bytes) + "</td></tr>\n";
+  }
+  return html.append(kTableEnd);
+}
+
+std::string SourceTable(const RunReport& report) {
+  std::string html =
+      "<section class=\"section\"><h2>Where the numbers come from</h2>\n<div "
+      "class=\"wide\"><table>\n"
+      "<thead><tr><th>file</th><th>used for</th><th>state</th></tr></thead>\n<tbody>\n";
+  for (const ReportSource& source : report.m_sources)
+    html += "<tr>" + Element("td", source.m_file) + Element("td", source.m_use) +
+            Element("td", source.m_is_there ? "read" : "not there") + "</tr>\n";
+  html += "</tbody></table></div>\n";
+  if (!report.m_time_source.empty())
+    html += "<p class=\"lead\">Times of the MS2 scans come from " + Escaped(report.m_time_source) +
+            ".</p>\n";
+  return html + "</section>\n";
 }
 
 // The known values of one figure in all runs.
@@ -297,7 +463,11 @@ std::string FigureCell(const KeyFigure& shown, const FigureScale& scale) {
   return html + "</td>";
 }
 
-// The pictures of a run that ask for a look, each a link to it.
+bool HasChanges(const BatchRun& run) {
+  return std::ranges::any_of(run.m_advice, &Advice::m_is_change);
+}
+
+// The pictures of a run that ask for a look, each a link to it, and what to change.
 std::string LooksOf(const BatchRun& run) {
   std::string html;
   const auto add = [&](const ReportFinding& finding) {
@@ -308,6 +478,9 @@ std::string LooksOf(const BatchRun& run) {
   };
   std::ranges::for_each(run.m_remarks, add);
   std::ranges::for_each(run.m_findings, add);
+  if (HasChanges(run))
+    html += (html.empty() ? "" : ", ") + std::string("<a href=\"") + UrlOf(run.m_page) +
+            "#change\">change</a>";
   return html.empty() ? Badge(Verdict::kUsual) : html;
 }
 
@@ -355,7 +528,8 @@ std::string FigureCard(std::span<const BatchRun> runs, std::size_t figure) {
     const auto& figures = runs[run].m_figures;
     if (figure < figures.size() && figures[figure].m_value)
       dots.push_back({{static_cast<double>(run) + 1.0, *figures[figure].m_value},
-                      runs[run].m_name + ": " + FigureText(figures[figure])});
+                      runs[run].m_name + ": " + FigureText(figures[figure]),
+                      runs[run].m_name});
   }
   KeyFigure middle = named;
   middle.m_value = median;
@@ -367,9 +541,8 @@ std::string FigureCard(std::span<const BatchRun> runs, std::size_t figure) {
   const std::string unit = named.m_unit.empty() ? "" : ", " + named.m_unit;
   return "<section class=\"card\"><div class=\"head\">" + Element("h2", named.m_label) +
          "</div>\n" + Element("p", seen) + "\n" +
-         DotChart({"batch-" + named.m_id, named.m_label, seen, "run, in the order of the table",
-                   named.m_label + unit},
-                  x, y, dots, *median) +
+         DotChart({"batch-" + named.m_id, named.m_label, seen, "", named.m_label + unit}, x, y,
+                  dots, *median) +
          "</section>\n";
 }
 
@@ -389,6 +562,8 @@ std::string BatchSummary(std::span<const BatchRun> runs) {
   std::string defects;
   if (unfinished > 0) defects += " Unfinished: " + std::to_string(unfinished) + ".";
   if (empty > 0) defects += " Without an exported scan: " + std::to_string(empty) + ".";
+  const auto changes = std::ranges::count_if(runs, HasChanges);
+  if (changes > 0) defects += " With something to change: " + std::to_string(changes) + ".";
   return std::to_string(runs.size()) + (runs.size() == 1 ? " run; " : " runs; ") +
          std::to_string(look) + " with something worth a look, " + std::to_string(failed) +
          " without a report." + defects +
@@ -418,6 +593,9 @@ BatchRun BatchRunOf(const RunReport& report, const std::string& page) {
   run.m_figures = KeyFigures(report);
   run.m_findings = ReportFindings(report);
   run.m_remarks = ReportRemarks(report);
+  run.m_advice = WhatToChange(report);
+  run.m_settings = report.m_settings;
+  run.m_outputs = report.m_outputs;
   run.m_by_shift = report.m_by_shift;
   run.m_unmatched = report.m_unmatched;
   run.m_kept = report.m_kept;
@@ -434,14 +612,16 @@ std::string FigureText(const KeyFigure& figure) {
 std::string RunPage(const RunReport& report) {
   const std::vector<ReportFinding> findings = ReportFindings(report);
   const std::vector<ReportFinding> remarks = ReportRemarks(report);
+  const std::vector<Advice> advice = WhatToChange(report);
   std::string html = PageStart(report.m_name + " \u2013 tarvek report");
   html += "<header>" + Element("h1", report.m_name) + "\n<p class=\"lead\">" +
           Escaped(SettingsText(report)) + "</p>\n<p class=\"summary\"><strong>" +
-          Escaped(SummaryOf(findings, remarks)) + "</strong></p></header>\n" +
+          Escaped(SummaryOf(findings, remarks, advice)) + "</strong></p></header>\n" +
           Tiles(KeyFigures(report)) + "<div class=\"story cards\">\n";
   for (const ReportFinding& remark : remarks) html += RemarkCard(remark);
   for (const ReportFinding& finding : findings) html += Card(finding, PictureOf(finding, report));
-  html += "</div>\n" + LeftOutTable(report) + SourceTable(report);
+  html += "</div>\n" + ScanSection(report) + LeftOutTable(report) + SettingsTable(report) +
+          SourceTable(report) + AdviceSection(advice);
   return html + PageEnd();
 }
 
@@ -470,6 +650,7 @@ std::string BatchPage(const std::string& title, std::span<const BatchRun> runs) 
   if (!cards.empty())
     html += "<section class=\"section\"><h2>Over the batch</h2>\n<div class=\"small cards\">\n" +
             cards + "</div></section>\n";
+  html += BatchSettings(runs) + BatchFiles(runs) + BatchAdvice(runs);
   return html + PageEnd();
 }
 

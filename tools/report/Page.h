@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "report/Advice.h"
 #include "report/Data.h"
 #include "report/Findings.h"
 
@@ -23,6 +24,9 @@ struct BatchRun {
   std::vector<KeyFigure> m_figures;
   std::vector<ReportFinding> m_findings;
   std::vector<ReportFinding> m_remarks;
+  std::vector<Advice> m_advice;
+  std::map<std::string, std::string> m_settings;
+  std::vector<ReportOutput> m_outputs;
   std::array<std::int64_t, kShifts> m_by_shift{};
   std::int64_t m_unmatched = 0;
   std::int64_t m_kept = 0;

@@ -79,12 +79,18 @@ td.name { overflow-wrap: anywhere; min-width: 12em; }
 td.out { color: var(--look); background: var(--look-ground); font-weight: 600; }
 .bar { display: block; height: 4px; margin-top: 3px; background: var(--s1); margin-left: auto;
   border-radius: 2px; }
+.advice { margin: 0; padding-left: 1.4em; } .advice li { margin-bottom: 6px; }
+tr.differs td { color: var(--look); }
 footer { margin-top: 28px; color: var(--soft); font-size: .85rem; }
-svg { width: 100%; height: auto; display: block; }
+svg { width: 100%; height: auto; display: block; overflow: visible; }
 svg text { font: 12.5px system-ui, "Segoe UI", Roboto, "Noto Sans", "DejaVu Sans", sans-serif;
   fill: var(--soft); }
 svg .label { fill: var(--ink); }
 svg .value { fill: var(--ink); font-size: 11.5px; }
+.small svg text { font-size: 19px; } .small svg .label { display: none; }
+@media (max-width: 520px) { main { padding: 18px 12px 32px; } table { font-size: .84rem; }
+  th, td { padding: 6px; } td.name { min-width: 9em; } }
+@media (max-width: 520px) { .story svg text, .story svg .value { font-size: 16px; } }
 .axis { stroke: var(--soft); stroke-width: 1; }
 .grid { stroke: var(--rule); stroke-width: 1; }
 .zero { stroke: var(--soft); stroke-width: 1; stroke-dasharray: 4 3; }

@@ -40,6 +40,28 @@ ordered_json JointJson(const JointFigures& joint) {
           {"decoys", joint.m_decoys}};
 }
 
+ordered_json ScanPageJson(const ScanPageOutcome& page) {
+  if (page.m_file.empty()) return {{"page", nullptr}, {"why_not", page.m_why_not}};
+  return {{"page", page.m_file},
+          {"scans", page.m_scans},
+          {"scans_of_run", page.m_scans_of_run},
+          {"differing", page.m_differing}};
+}
+
+ordered_json AdviceJson(const std::vector<Advice>& advice) {
+  ordered_json list = ordered_json::array();
+  for (const Advice& one : advice)
+    list.push_back({{"id", one.m_id}, {"what", one.m_what}, {"why", one.m_why}});
+  return list;
+}
+
+ordered_json ByChargeJson(const RunReport& report) {
+  ordered_json json = ordered_json::object();
+  for (const auto& [charge, precursors] : report.m_by_charge)
+    json[std::to_string(charge)] = precursors;
+  return json;
+}
+
 template <class Counts>
 ordered_json ShiftsJson(const Counts& by_shift) {
   ordered_json json = ordered_json::object();
@@ -108,6 +130,11 @@ std::string RunJson(const RunReport& report) {
       {"left_out_source", report.m_left_out_source},
       {"time_source", report.m_time_source},
       {"joint", report.m_joint ? JointJson(*report.m_joint) : ordered_json(nullptr)},
+      {"precursors_by_charge", ByChargeJson(report)},
+      {"declared_isolation_widths", report.m_declared_widths},
+      {"settings", report.m_settings},
+      {"advice", AdviceJson(WhatToChange(report))},
+      {"scan_page", ScanPageJson(report.m_scan_page)},
       {"calibration",
        report.m_calibration ? CalibrationJson(*report.m_calibration) : ordered_json(nullptr)}};
   return Dumped(json);
@@ -131,7 +158,8 @@ std::string BatchJson(std::span<const BatchRun> runs) {
                       {"figures", FiguresJson(run.m_figures)},
                       {"findings", VerdictsJson(run.m_findings)},
                       {"state", StateWord(run)},
-                      {"remarks", VerdictsJson(run.m_remarks)}});
+                      {"remarks", VerdictsJson(run.m_remarks)},
+                      {"advice", AdviceJson(run.m_advice)}});
   }
   const auto in_state = [&](std::string_view state) {
     return std::ranges::count_if(runs,

@@ -75,6 +75,12 @@ class Drawing {
              " " + Place(y) + ") rotate(-90)\">" + Escaped(words) + "</text>\n";
   }
 
+  /// Ends at the place given, from below on the left.
+  void SlantedText(double x, double y, std::string_view words) {
+    m_svg += "<text class=\"tick\" text-anchor=\"end\" transform=\"translate(" + Place(x) + " " +
+             Place(y) + ") rotate(-40)\">" + Escaped(words) + "</text>\n";
+  }
+
   void Box(std::string_view css, double x, double y, double width, double height,
            const std::string& tooltip = "") {
     m_svg += "<rect class=\"";
@@ -140,6 +146,7 @@ void DrawYAxis(Drawing& drawing, const Scale& y, std::string_view label, int wan
 // The line under the plot, and its label.
 void DrawXLine(Drawing& drawing, std::string_view label) {
   drawing.Line("axis", kPlot.m_left, kPlot.m_bottom, kPlot.m_right, kPlot.m_bottom);
+  if (label.empty()) return;
   drawing.Text("label", (kPlot.m_left + kPlot.m_right) / 2.0, kHeight - 8.0, "middle", label);
 }
 
@@ -150,6 +157,29 @@ void DrawXAxis(Drawing& drawing, const Scale& x, std::string_view label) {
     drawing.Text("tick", x(tick), kPlot.m_bottom + 19.0, "middle", TickText(tick, StepOf(ticks)));
   }
   DrawXLine(drawing, label);
+}
+
+constexpr double kNamesHeight = 108.0;  // below what a chart has otherwise
+
+// The end of a name, which tells runs apart more often than its beginning.
+std::string ShortName(const std::string& name) {
+  constexpr std::size_t kMostCharacters = 18;
+  if (name.size() <= kMostCharacters) return name;
+  std::size_t from = name.size() - (kMostCharacters - 1);
+  while (from < name.size() && (static_cast<unsigned char>(name[from]) & 0xC0U) == 0x80U) ++from;
+  return "\u2026" + name.substr(from);
+}
+
+// The names of dots under the x axis, aslant; each second, third ... of many.
+void DrawNames(Drawing& drawing, const Scale& x, std::span<const ChartDot> dots) {
+  constexpr std::size_t kMostNames = 16;
+  const std::size_t each = (dots.size() + kMostNames - 1) / kMostNames;
+  for (std::size_t i = 0; i < dots.size(); i += each) {
+    const double at = x.Clamped(dots[i].m_at.m_x);
+    drawing.Line("axis", at, kPlot.m_bottom, at, kPlot.m_bottom + 5.0);
+    drawing.SlantedText(at + 4.0, kPlot.m_bottom + 17.0, ShortName(dots[i].m_name));
+  }
+  DrawXLine(drawing, "");
 }
 
 bool HasLegend(std::span<const ChartSeries> series) { return series.size() > 1; }
@@ -455,14 +485,19 @@ std::string PointChart(const ChartText& text, ChartRange x_range, ChartRange y_r
 
 std::string DotChart(const ChartText& text, ChartRange x_range, ChartRange y_range,
                      std::span<const ChartDot> dots, double level) {
-  Drawing drawing(text);
+  const bool has_names =
+      std::ranges::any_of(dots, [](const ChartDot& dot) { return !dot.m_name.empty(); });
+  Drawing drawing(text, has_names ? kHeight + kNamesHeight : kHeight);
   const Scale x{x_range, kAcross};
   const Scale y{y_range, {kPlot.m_bottom, kPlot.m_top}};
   DrawYAxis(drawing, y, text.m_y_label, 5);
   drawing.Line("median", kPlot.m_left, y.Clamped(level), kPlot.m_right, y.Clamped(level));
   for (const ChartDot& dot : dots)
     drawing.Dot("dot", x.Clamped(dot.m_at.m_x), y.Clamped(dot.m_at.m_y), dot.m_tooltip);
-  DrawXAxis(drawing, x, text.m_x_label);
+  if (has_names)
+    DrawNames(drawing, x, dots);
+  else
+    DrawXAxis(drawing, x, text.m_x_label);
   return drawing.Finish();
 }
 

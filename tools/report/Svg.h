@@ -80,9 +80,11 @@ std::string PointChart(const ChartText& text, ChartRange x, ChartRange y,
 struct ChartDot {
   ChartPoint m_at;
   std::string m_tooltip;
+  std::string m_name{};  // under the x axis, in place of its number
 };
 
-/// Single values that can be pointed at, over a level line.
+/// Single values that can be pointed at, over a level line. Of many names some are left out, and long
+/// ones keep their end.
 std::string DotChart(const ChartText& text, ChartRange x, ChartRange y,
                      std::span<const ChartDot> dots, double level);
 

@@ -12,14 +12,14 @@
 #include "FileUtils.h"
 #include "LittleEndian.h"
 #include "NumberText.h"
-#include "simulate/Encoding.h"
+#include "outputs/Encoding.h"
+#include "outputs/FileBlocks.h"
 
 namespace tarvek::tools {
 namespace {
 
 constexpr int kFilterMzDecimals = 4;
 constexpr std::size_t kCountDigits = 10;
-constexpr std::size_t kBlockBytes = std::size_t{1} << 16;
 constexpr double kSecondsPerMinute = 60.0;
 
 // Up to the instrument configurations. Nothing in it depends on the path or the time: the files of a seed
@@ -322,16 +322,6 @@ void PutPrecursor(XmlLines& lines, const MS2Spectrum& scan, double half_width_mz
   lines.Close("activation");
   lines.Close("precursor");
   lines.Close("precursorList");
-}
-
-/// Calls take with the bytes of the file at path from offset_bytes on, block by block.
-template <class Take>
-void ReadBlocks(const std::string& path, std::int64_t offset_bytes, Take take) {
-  File file = OpenFile(path, "rb", "mzML");
-  if (!file.Seek(offset_bytes)) throw "Cannot read " + path;
-  std::string block(kBlockBytes, '\0');
-  while (const std::size_t size = file.Read(block.data(), block.size()))
-    take(std::string_view(block.data(), size));
 }
 
 }  // namespace

@@ -10,6 +10,7 @@ class Programs:
     tools: Path
     table: Path  # isotope patterns
     extractors: Path  # directory
+    presets: Path  # directory
 
     def extractor(self, kind):
         """kind: xml, raw or wiff."""
@@ -26,7 +27,8 @@ def find_programs(prefix):
         prefix = Path(found).resolve().parent.parent
     prefix = Path(prefix).absolute()
     programs = Programs(prefix / "bin/tarvek", prefix / "bin/tarvek-tools",
-                        prefix / "share/tarvek/IPV.txt", prefix / "libexec/tarvek")
+                        prefix / "share/tarvek/IPV.txt", prefix / "libexec/tarvek",
+                        prefix / "share/tarvek/presets")
     for path in (programs.tarvek, programs.tools, programs.table, programs.extractor("xml")):
         if not path.is_file():
             raise SystemExit(f"{path} is missing: is tarvek installed in {prefix}?")

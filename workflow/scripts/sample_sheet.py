@@ -27,6 +27,7 @@ class Sample:
     kind: str  # xml, raw or wiff
     isolation_width: float
     charge_range: str
+    settings_options: str  # of tarvek-tools settings
     extractor_options: str
     fasta: str  # absolute path; empty: not searched
 
@@ -42,7 +43,7 @@ def absolute(path, directory):
 
 
 def settings_of(row, where, config):
-    """(isolation width, charge range, options of the extractor) of one row."""
+    """(isolation width, charge range, options of tarvek-tools settings, options of the extractor) of one row."""
     try:
         width = float(row["isolation_width"] or config["isolation_width"])
         faims = float(row["faims"] or 0)
@@ -55,7 +56,33 @@ def settings_of(row, where, config):
     charges = row["charge_range"] or str(config["charge_range"])
     if not re.fullmatch(r"-?[0-9]+t-?[0-9]+", charges):
         raise SystemExit(f"{where}: charge_range is '{charges}' and not like 2t6 or -3t-1")
-    return width, charges, f"--faims {faims:g}" if row["faims"] else ""
+    return width, charges, settings_options(row, width, charges, config), f"--faims {faims:g}" if row["faims"] else ""
+
+
+def settings_options(row, width, charges, config):
+    """What decides on width and charges: the sheet; else what auto and the preset choose, and without them the
+    configuration."""
+    options = ["--auto"] if config["auto"] else []
+    said = preset_keys(config)
+    if config["preset"]:
+        options.append(f"--preset {config['preset']}")
+    for option, key, value in (("--width", "isolation_width", f"{width:g}"), ("--charges", "charge_range", charges)):
+        if row[key] or not (config["auto"] or key in said):
+            options.append(f"{option}={value}")
+    return " ".join(options)
+
+
+def preset_keys(config):
+    """The parameters that the preset of the configuration names; "preset_folder" is where it is installed."""
+    name = str(config["preset"] or "")
+    if not name:
+        return set()
+    path = Path(config["preset_folder"]) / f"{name}.cfg"
+    if not re.fullmatch("[A-Za-z0-9_-]+", name) or not path.is_file():
+        known = sorted(preset.stem for preset in Path(config["preset_folder"]).glob("*.cfg"))
+        raise SystemExit(f"preset is '{name}' and none of {', '.join(known)}")
+    return {line.split("=")[0].strip() for line in path.read_text().splitlines()
+            if "=" in line and not line.lstrip().startswith("#")}
 
 
 def extraction_environment(config):
@@ -95,10 +122,10 @@ def sample_of(row, where, directory, config):
     ending = ending_of(row["file"])
     if ending is None:
         raise SystemExit(f"{where}: {row['file']} is none of {', '.join(sorted(KINDS))}")
-    width, charges, extractor_options = settings_of(row, where, config)
+    width, charges, settings, extractor_options = settings_of(row, where, config)
     fasta = absolute(row["fasta"], directory) or absolute(config["fasta"], Path.cwd())
     return Sample(row["sample"], absolute(row["file"], directory), ending, KINDS[ending.lower()], width,
-                  charges, extractor_options, fasta)
+                  charges, settings, extractor_options, fasta)
 
 
 def check_columns(path, columns):

@@ -7,7 +7,9 @@ from pathlib import Path
 sys.path.insert(0, str(Path(__file__).parent.parent / "scripts"))
 from sample_sheet import extraction_environment, joint_environment, read_samples
 
-CONFIG = {"isolation_width": 2.0, "charge_range": "2t6", "fasta": ""}
+PRESETS = Path(__file__).parent.parent.parent / "data/presets"
+CONFIG = {"isolation_width": 2.0, "charge_range": "2t6", "fasta": "", "auto": False, "preset": "",
+          "preset_folder": str(PRESETS)}
 
 
 class SampleSheet(unittest.TestCase):
@@ -37,6 +39,24 @@ class SampleSheet(unittest.TestCase):
         self.assertTrue(a.fasta.endswith("/p.fasta"))
         self.assertEqual((b.isolation_width, b.charge_range, b.extractor_options, b.kind, b.fasta),
                          (2.0, "2t6", "", "wiff", "/q.fasta"))
+
+    def settings(self, row, **config):
+        head = "sample\tfile\tisolation_width\tcharge_range\n"
+        return self.read(head + f"a\ta.mzML\t{row}\n", **config)["a"].settings_options
+
+    def test_the_sheet_wins_then_the_preset_then_auto_then_the_configuration(self):
+        self.assertEqual(self.settings("\t"), "--width=2 --charges=2t6")
+        self.assertEqual(self.settings("1.6\t-3t-1"), "--width=1.6 --charges=-3t-1")
+        self.assertEqual(self.settings("\t", auto=True), "--auto")
+        self.assertEqual(self.settings("1.6\t", auto=True), "--auto --width=1.6")
+        self.assertEqual(self.settings("\t", preset="velos"), "--preset velos")
+        self.assertEqual(self.settings("\t1t3", preset="velos", auto=True), "--auto --preset velos --charges=1t3")
+        self.assertEqual(self.settings("\t", preset="n15"), "--preset n15 --width=2")
+
+    def test_a_preset_that_is_not_installed_is_refused(self):
+        for preset in ("velo", "../presets/velos"):
+            with self.assertRaisesRegex(SystemExit, "and none of lipid, lumos, n15, qe, topdown, velos"):
+                self.settings("\t", preset=preset)
 
     def test_empty_lines_are_passed_over(self):
         self.assertEqual(list(self.read("sample\tfile\r\n\r\na\ta.mzML\r\n\t\r\n")), ["a"])

@@ -136,13 +136,7 @@ TEST_F(RunCommandTest, TakesTheInstalledProgramsAndTable) {
     GTEST_SKIP() << "the programs of a foreign system are not copied";
   Simulate(1, "mzml");
   const fs::path home = m_directory / "home";
-  for (const char* folder : {"bin", "libexec/tarvek", "share/tarvek"})
-    fs::create_directories(home / folder);
-  fs::copy_file(TARVEK_PROGRAM, home / "bin/tarvek");
-  fs::copy_file(TARVEK_TOOLS_PROGRAM, home / "bin/tarvek-tools");
-  fs::copy_file(TARVEK_EXTRACTOR_DIRECTORY "/morvex_xml.exe",
-                home / "libexec/tarvek/morvex_xml.exe");
-  fs::copy_file(kTable, home / "share/tarvek/IPV.txt");
+  test::InstallPrograms(home.string());
   ProcessRequest request;
   request.m_working_directory = m_directory.Path();
   request.m_program = (home / "bin/tarvek").string();
@@ -172,6 +166,26 @@ TEST_F(RunCommandTest, FindsNothingInTheCurrentDirectory) {
   EXPECT_EQ(ReadFile(m_directory / "seen"),
             here + "/out/batch_logs/r1\ncheck.json\nconsole.txt\n-D " + here + "/in/r1.ms1 -I " +
                 kTable + " -O " + here + "/out -L " + here + "/out/batch_logs/r1\n");
+}
+
+TEST_F(RunCommandTest, SharesTheThreadsAmongTheProcesses) {
+  Simulate(3);
+  WriteProgram("echo \"$TARVEK_THREADS\" >>\"$OUT\"; exit 1\n");
+  const auto threads_of = [&](const char* allowed, const char* jobs,
+                              const std::vector<std::string>& inputs) {
+    fs::remove(m_directory / "seen");
+    std::vector<std::string> arguments = {"run",      "--isotope-table", kTable,   "-o", "out",
+                                          "--tarvek", "./fake",          "--jobs", jobs};
+    arguments.insert(arguments.end(), inputs.begin(), inputs.end());
+    ProcessRequest request = test::ToolsRequest(arguments, m_directory.Path());
+    request.m_environment["OUT"] = m_directory / "seen";
+    request.m_environment["TARVEK_THREADS"] = allowed;
+    test::RunProcess(request);
+    return ReadFile(m_directory / "seen");
+  };
+  EXPECT_EQ(threads_of("8", "2", {"in/r1.ms1", "in/r2.ms1", "in/r3.ms1"}), "4\n4\n4\n");
+  EXPECT_EQ(threads_of("8", "2", {"in/r1.ms1"}), "8\n");
+  EXPECT_EQ(threads_of("2", "3", {"in/r1.ms1", "in/r2.ms1", "in/r3.ms1"}), "1\n1\n1\n");
 }
 
 TEST_F(RunCommandTest, RefusesWhatWasFinishedWithOtherSettings) {
@@ -249,7 +263,7 @@ TEST_F(RunCommandTest, PrintsALineForEachFileAndNothingWhenQuiet) {
   EXPECT_EQ(good.m_err, "");
   const ProcessResult quiet = Run({"in", "-o", "out2", "--quiet"});
   EXPECT_EQ(quiet.m_exit_status, 0);
-  EXPECT_EQ(quiet.m_out + quiet.m_err, "");
+  EXPECT_THAT(quiet.m_out + quiet.m_err, testing::MatchesRegex("[0-9]+ done, in [0-9.]+ s\n"));
 }
 
 TEST_F(RunCommandTest, TakesACheckThatCrashesForAFailureOfItsInput) {

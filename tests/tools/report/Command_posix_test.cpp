@@ -220,6 +220,34 @@ TEST_F(ReportCommand, KnowsBothIsolationWidthsOfARunFromItsRecordAlone) {
   EXPECT_TRUE(unknown["declared_isolation_width"].is_null());
 }
 
+TEST_F(ReportCommand, NamesTheWidthThatTheFileDeclaresAndNeverCallsTheRunUsual) {
+  const fs::path programs = fs::path(TARVEK_TOOLS_PROGRAM).parent_path();
+  fs::create_symlink(programs / "morvex_xml.exe", m_directory / "morvex_xml.exe");
+  const auto run = [&](const std::string& command) {
+    const std::string here = "cd '" + m_directory.Path() + "' && '" + programs.string() + "/";
+    return std::system((here + command + " >/dev/null 2>&1").c_str());
+  };
+  ASSERT_EQ(run("tarvek-tools' simulate --seed 1 --ms2 60 --isolation-width 4 --format mzml run"),
+            0);
+  for (const std::string width : {"1", "4"})
+    ASSERT_EQ(run("tarvek' -D run.mzML -F mzml -O out" + width + " -L . -W " + width +
+                  " -I '" TARVEK_SOURCE_DIR "/data/IPV.txt'"),
+              0);
+  ASSERT_EQ(Run("out1"), 0) << Err();
+  const json narrow = json::parse(ReadFile(m_directory / "out1/run.report.json"));
+  ASSERT_GE(narrow["advice"].size(), 1u);
+  EXPECT_EQ(narrow["advice"][0]["id"], "width");
+  EXPECT_EQ(narrow["advice"][0]["what"], "-W 4");
+  const std::string page = ReadFile(m_directory / "out1/run.report.html");
+  EXPECT_THAT(page, testing::Not(HasSubstr("Nothing stands out")));
+  EXPECT_THAT(page.substr(page.find("What to change next")), HasSubstr("<code>-W</code> 4"));
+  const std::string batch = ReadFile(m_directory / "out1/tarvek_report.html");
+  EXPECT_THAT(batch.substr(batch.find("What to change next")), HasSubstr("<code>-W</code> 4"));
+  ASSERT_EQ(Run("out4"), 0) << Err();
+  for (const json& advice : json::parse(ReadFile(m_directory / "out4/run.report.json"))["advice"])
+    EXPECT_NE(advice["id"], "width");
+}
+
 // A HEK293 run from an LTQ Orbitrap Velos (MetaMorpheus test data); its numbers of scans and of
 // declared charges were counted in its mzML file.
 TEST_F(ReportCommand, CountsARealRun) {

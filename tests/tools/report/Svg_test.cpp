@@ -160,6 +160,16 @@ TEST(PointChart, KeepsFarPointsAtTheEdge) {
   EXPECT_THAT(svg, HasSubstr("M76 132h0"));  // at the left, in the middle of 14 .. 250
 }
 
+TEST(DotChart, PutsNamesOnItsAxis) {
+  std::vector<ChartDot> dots;
+  for (int run = 0; run < 60; ++run)
+    dots.push_back({{run + 1.0, 2.0}, "", "a long name of the run <" + std::to_string(100 + run)});
+  const std::string svg = DotChart(kText, {0.0, 61.0}, {0.0, 4.0}, dots, 2.5);
+  EXPECT_THAT(svg, HasSubstr(">\u2026e of the run &lt;100</text>"));  // its last 17 characters
+  EXPECT_THAT(svg, testing::Not(HasSubstr("&lt;101")));               // each fourth of 60
+  EXPECT_THAT(svg, HasSubstr("&lt;104"));
+}
+
 TEST(DotChart, NamesEveryDot) {
   const std::vector<ChartDot> dots = {{{1.0, 2.0}, "run <a>: 2"}, {{2.0, 3.0}, "run b: 3"}};
   const std::string svg = DotChart(kText, {0.0, 3.0}, {0.0, 4.0}, dots, 2.5);

@@ -1,4 +1,4 @@
-#include "simulate/Encoding.h"
+#include "outputs/Encoding.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,35 @@
+// BasicProcessLogic/PackedPeaks.h: peaks of decimals in less than half of their memory.
+// Does:     keeps numbers that are whole multiples of their last decimal as differences and digits, and
+//           gives back the same doubles.
+// Owns:     the bytes.
+// Throws:   nothing but std::bad_alloc.
+// Not here: which peaks are packed (Ms1Feed.h).
+#pragma once
+
+#include <span>
+#include <vector>
+
+#include "PeakDigits.h"
+#include "SpectrumRecords.h"
+
+namespace tarvek {
+
+class PackedPeaks {
+ public:
+  /// Packs peaks in place of what was here. False, and empty, when a number has more decimals than
+  /// digits says, or the m/z do not ascend.
+  bool Pack(std::span<const Peak> peaks, PeakDigits digits);
+
+  /// Puts the peaks that were packed into peaks.
+  void Unpack(std::vector<Peak>& peaks) const;
+
+  [[nodiscard]] bool IsEmpty() const noexcept { return m_bytes.empty(); }
+  [[nodiscard]] std::size_t Bytes() const noexcept { return m_bytes.size(); }
+
+ private:
+  std::vector<unsigned char> m_bytes;
+  std::size_t m_count = 0;
+  PeakDigits m_digits;
+};
+
+}  // namespace tarvek

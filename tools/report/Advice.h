@@ -1,0 +1,25 @@
+// tools/report/Advice.h: what to change next, decided by the numbers of a run.
+// Does:     compares width, charges, threshold, m/z and what was left out with what the run shows.
+// Throws:   nothing but std::bad_alloc.
+// Not here: what is usual in a picture (report/Findings.h). The limits are at the top of the source file;
+//           docs/report.md explains them.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "report/Data.h"
+
+namespace tarvek::tools {
+
+struct Advice {
+  std::string m_id;         // for other programs
+  std::string m_what;       // "-W 4" or a sentence
+  std::string m_why;        // the numbers, as a sentence
+  bool m_is_change = true;  // false: something to look up, as the numbers cannot tell
+};
+
+/// What is worth most first; empty when the numbers ask for nothing.
+std::vector<Advice> WhatToChange(const RunReport& report);
+
+}  // namespace tarvek::tools

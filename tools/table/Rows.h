@@ -1,0 +1,57 @@
+// tools/table/Rows.h: the precursors of a finished run, each with what is known of it.
+// Does:     joins the precursor table of a run with its record, its evidence, the input scans or the
+//           instrument file, and its surveys.
+// Owns:     its rows.
+// Throws:   ReadPrecursorFacts a std::string naming the file, for a text also the line, that cannot be
+//           read or is damaged; SettingsHash nothing.
+// Not here: how the rows are written (table/Text.h). The columns: docs/formats/table.md.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "RunRecord.h"
+
+namespace tarvek::tools {
+
+/// One precursor of one scan. What is not known is empty.
+struct PrecursorFact {
+  std::string m_run;
+  std::int32_t m_scan_no = 0;
+  std::optional<double> m_time_min;
+  std::string m_activation;
+  std::string m_analyser;
+  std::optional<double> m_isolation_mz;     // centre of the isolation window
+  std::optional<double> m_isolation_width;  // in full, m/z
+  std::optional<double> m_declared_mz;
+  std::optional<std::int32_t> m_declared_charge;
+  int m_rank = 1;
+  bool m_is_determined = true;  // false: exported as declared, since nothing was determined
+  double m_mz = 0.0;            // without the sign of negative ions
+  std::int32_t m_charge = 0;    // signed
+  double m_neutral_mass_da = 0.0;
+  std::optional<int> m_isotope_shift;  // -1: the determined peak is one below the declared one
+  std::optional<double> m_ppm;         // against the declared m/z at that shift
+  std::optional<double> m_probability;
+  std::optional<double> m_share;
+  std::optional<double> m_purity;
+  std::string m_settings_hash;
+};
+
+struct RowSettings {
+  std::string
+      m_input_folder;       // of the input scans or the instrument file; empty: beside the outputs
+  double m_tol_ppm = 20.0;  // as tarvek's own mass tolerance
+};
+
+/// The rows of the run in the order of its table. base_path: with or without ".csv".
+std::vector<PrecursorFact> ReadPrecursorFacts(const std::string& base_path,
+                                              const RowSettings& settings);
+
+/// 16 hexadecimal digits that tell different settings apart: FNV-1a (64 bits) over the lines
+/// "KEY\tVALUE\n" of the settings by ascending key; empty for a record without settings.
+std::string SettingsHash(const RunRecord& record);
+
+}  // namespace tarvek::tools
