@@ -212,8 +212,7 @@ Marker::Marker(const ExtractorOptions& options)
     : m_text(std::string(kMarkerStart) + options.m_base_name + std::string(kMarkerEnd) + "\n"),
       m_source(SourceOf(options.m_input)),
       m_file(PreparedMarkerPath(options), "output", {.m_is_locked = true}) {
-  const std::string old = MarkerPath(options);
-  if (!DeleteFileAt(old) && FileExists(old)) throw "Cannot delete file: " + old;
+  RemoveFile(MarkerPath(options));
 }
 
 void Marker::Complete(const RunRecord& record) {

@@ -12,17 +12,22 @@ File OpenFile(const std::string& path, std::string_view mode, const std::string&
   return file;
 }
 
-FileLock LockFile(const std::string& path) {
+FileLock LockFile(const std::string& path) { return LockFileFor(path, path); }
+
+FileLock LockFileFor(const std::string& output, const std::string& path) {
   FileLock lock = FileLock::Take(path);
   if (lock.IsHeldElsewhere())
-    throw "Another run is writing " + path +
+    throw "Another run is writing " + output +
         ". Wait until it has ended, or choose another output directory.";
   return lock;
 }
 
 bool FileExists(const std::string& path) { return StateAt(path) == FileState::kReadable; }
 
-bool IsUnreadable(const std::string& path) { return StateAt(path) == FileState::kUnreadable; }
+bool IsThere(const std::string& path) {
+  const FileState state = StateAt(path);
+  return state == FileState::kReadable || state == FileState::kUnreadable;
+}
 
 bool PathExists(const std::string& path) { return FileExists(path) || IsDirectory(path); }
 
@@ -74,10 +79,7 @@ void MakeDirectory(std::string_view path) {
 }
 
 void RemoveFile(const std::string& path) {
-  if (DeleteFileAt(path)) return;
-  const FileState state = StateAt(path);
-  if (state == FileState::kReadable || state == FileState::kUnreadable)
-    throw "Cannot delete file: " + path;
+  if (!DeleteFileAt(path) && IsThere(path)) throw "Cannot delete file: " + path;
 }
 
 void RenameFile(const std::string& from, const std::string& to) {

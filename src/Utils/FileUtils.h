@@ -24,12 +24,15 @@ File OpenFile(const std::string& path, std::string_view mode, const std::string&
 /// nothing where locks are not to be had. Throws "Another run is writing " + path + advice.
 FileLock LockFile(const std::string& path);
 
+/// The same for an output that is written as path until it is complete: the message names output.
+FileLock LockFileFor(const std::string& output, const std::string& path);
+
 /// Whether path can be opened for reading; false for a directory.
 bool FileExists(const std::string& path);
 
-/// Whether there is something at path that is no directory and cannot be opened for reading, or the
-/// system does not let us look: what FileExists denies and yet is not absent.
-bool IsUnreadable(const std::string& path);
+/// Whether there is a file at path, readable or not; true also where the system does not let us look. For
+/// what is read next, so that its reader says why it cannot.
+bool IsThere(const std::string& path);
 
 /// Whether path is a file that can be read or a directory that can be listed.
 bool PathExists(const std::string& path);

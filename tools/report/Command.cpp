@@ -50,7 +50,7 @@ ScanPageOutcome WriteScanPage(const std::string& base_path, const std::string& o
   ScanPageOutcome outcome;
   const std::string file = name + ".scans.html";
   const std::string path = JoinPath({out_folder, file});
-  if (FileExists(path)) RemoveFile(path);
+  RemoveFile(path);
   if (options.m_scan_page.m_most == 0) {
     outcome.m_why_not = "It was not asked for (--scans 0).";
     return outcome;
@@ -157,7 +157,7 @@ void ReportBatch(const ReportOptions& options) {
   std::size_t failed = 0;
   for (const BatchRun& run : runs) failed += run.m_page.empty() ? 1U : 0U;
   for (const std::string& base_path : found.m_unfinished)
-    if (!FileExists(base_path + ".csv")) runs.push_back(ReportUnfinished(base_path, out_folder));
+    if (!IsThere(base_path + ".csv")) runs.push_back(ReportUnfinished(base_path, out_folder));
 
   const std::string page = JoinPath({out_folder, "tarvek_report.html"});
   WriteReport(page, BatchPage(BatchTitle(folder), runs));
