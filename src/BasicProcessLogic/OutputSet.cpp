@@ -30,8 +30,31 @@ void RemoveUnfinished(const UserParameters& parameters) {
         remove("_" + std::string(activation) + std::string(instrument) + ending);
 }
 
+// Opens the outputs of an earlier run that this one is to write over, and leaves them as they are: what
+// cannot be opened is found while the finished table is still there.
+void CheckOldOutputs(const UserParameters& parameters) {
+  const auto check = [&](const std::string& ending, const char* kind) {
+    const std::string path = OutputPath(parameters, ending);
+    if (StampAt(path)) OpenFile(path, "a+", kind);
+  };
+  const auto check_pf = [&](const std::string& ending) {
+    check(ending, "PF");
+    check(ending + "idx", "PF index");
+  };
+  if (parameters.m_output_pf) check_pf(".pf1");
+  for (const std::string_view activation : kActivationTypes)
+    for (const std::string_view instrument : kInstrumentTypes) {
+      const std::string words = "_" + std::string(activation) + std::string(instrument);
+      if (parameters.m_output_pf) check_pf(words + ".pf2");
+      if (parameters.m_output_mgf) check(words + ".mgf", "MGF");
+    }
+}
+
 std::string TablePathAfterRemoval(const UserParameters& parameters, Naming naming) {
-  if (naming == Naming::kAtOnce) RemoveOldTable(parameters);
+  if (naming == Naming::kAtOnce) {
+    if (FileExists(FinishedTablePath(parameters))) CheckOldOutputs(parameters);
+    RemoveOldTable(parameters);
+  }
   RemoveUnfinished(parameters);
   return FinishedTablePath(parameters);
 }
@@ -70,7 +93,7 @@ void DeleteForsaken(const UserParameters& parameters) {
 // Of a table that is there and does not count, as after a power failure.
 void WarnOfFlawedTable(const UserParameters& parameters) {
   const std::string table = FinishedTablePath(parameters);
-  if (parameters.m_rewrite_files || !FileExists(table)) return;
+  if (parameters.m_rewrite_files || !IsThere(table)) return;
   logMessage(kWarn, table + " is no finished table: " + FlawOfTable(table) + ". " +
                         parameters.m_current_file + " is processed again.");
 }

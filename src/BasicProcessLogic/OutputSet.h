@@ -43,7 +43,7 @@ class OutputSet {
  public:
   /// Opens the files under the output directory, named from the current file's base name. A
   /// finished table of an earlier run is deleted first, so that it never stands beside half-written
-  /// files, and then its record. claim: of the same file; it and parameters outlive the set.
+  /// files, and then its record; but not when an output that is there cannot be opened for writing. claim: of the same file; it and parameters outlive the set.
   /// has_evidence: the table of what speaks for each precursor is written, too; else one of an
   /// earlier run is deleted.
   /// naming: with kWhenComplete nothing of an earlier run is deleted or replaced before ClosePf1, and

@@ -19,8 +19,9 @@
 
 namespace tarvek {
 
-/// Calls body with the program's arguments in UTF-8 and with standard streams that pass every byte
-/// unchanged; returns what body returns. The first thing that a main function does.
+/// Calls body with the program's arguments in UTF-8, with standard streams that are open and pass every
+/// byte unchanged (ConnectStandardStreams), and without signals for failing writes (IgnoreWriteSignals);
+/// returns what body returns. The one thing that a main function does.
 int CallMain(int argc, const char* const* argv, int (*body)(int, const char* const*));
 
 /// The value of an environment variable, nothing when there is none of this name.

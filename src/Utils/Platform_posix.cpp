@@ -135,6 +135,8 @@ const std::string_view kProgramEnding;
 
 // Arguments are bytes here, UTF-8 wherever the user's locale is.
 int CallMain(int argc, const char* const* argv, int (*body)(int, const char* const*)) {
+  ConnectStandardStreams();
+  IgnoreWriteSignals();
   return body(argc, argv);
 }
 

@@ -364,6 +364,8 @@ int CallMain(int argc, const char* const* argv, int (*body)(int, const char* con
   for (std::FILE* const stream : {stdin, stdout, stderr})
     static_cast<void>(::_setmode(::_fileno(stream), _O_BINARY));
   const Utf8Console console;
+  ConnectStandardStreams();
+  IgnoreWriteSignals();
   return body(static_cast<int>(arguments.size()), pointers.data());
 }
 

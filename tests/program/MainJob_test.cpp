@@ -124,6 +124,37 @@ TEST_F(MainJob, RemovesTheOldTableBeforeAnOutputIsOpened) {
   EXPECT_EQ(m_result.m_err, "[Tarvek] <ERROR> - Cannot open PF File, Path: out/run.pf1\n");
   EXPECT_FALSE(Exists("out/run.csv"));
 }
+TEST_F(MainJob, KeepsTheOldTableWhenAnOutputMayNotBeWritten) {
+  RunPair();
+  const std::string table = Content("out/run.csv");
+  // Nobody, not even root, may write to a program that is running.
+  for (const char* const name : {"run.pf1idx", "run_HCDFT.mgf", "run_HCDFT.pf2"}) {
+    SCOPED_TRACE(name);
+    const std::string before = Content(std::string("out/") + name);
+    fs::copy_file("/bin/sleep", Path("busy"), fs::copy_options::overwrite_existing);
+    fs::permissions(Path("busy"), fs::perms::owner_all);
+    fs::remove(Path(std::string("out/") + name));
+    fs::create_hard_link(Path("busy"), Path(std::string("out/") + name));
+    ProcessRequest request = Request({"20"});
+    request.m_program = Path("busy");
+    {
+      const RunningProcess busy(request);
+      const std::string program = "/proc/" + std::to_string(busy.Id()) + "/exe";
+      std::error_code error;
+      ASSERT_TRUE(
+          Eventually([&] { return fs::read_symlink(program, error).filename() == "busy"; }));
+      RunPair({"-r", "1"});
+    }
+    EXPECT_EQ(m_result.m_exit_status, 255);
+    EXPECT_THAT(m_result.m_err, HasSubstr(std::string("File, Path: out/") + name + "\n"));
+    EXPECT_EQ(Content("out/run.csv"), table);
+    fs::remove(Path(std::string("out/") + name));
+    fs::remove(Path("busy"));
+    Write(std::string("out/") + name, before);
+  }
+  RunPair({"-r", "1"});
+  EXPECT_EQ(Outputs(), Expected());
+}
 TEST_F(MainJob, WritesNoPfFilesWhenTheyAreOff) {
   RunPair({"-p", "0"});
   EXPECT_THAT(NamesOf(Outputs()), ElementsAre("run.csv", "run.tarvek", "run_CIDIT.mgf",

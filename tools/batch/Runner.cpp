@@ -7,9 +7,7 @@
 #include "FileUtils.h"
 #include "LineReader.h"
 #include "Logger.h"
-#include "OutputFile.h"
 #include "Platform.h"
-#include "PrecursorTableReader.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
 #include "UnfinishedFile.h"
@@ -87,11 +85,8 @@ class BatchRunner {
   void StartTask(std::size_t number) {
     const BatchTask& task = m_tasks[number];
     MakeDirectory(task.m_log_directory);
-    if (!task.m_parameter_file.empty()) {
-      OutputFile file(ParameterFileOf(task), "wb", "parameter");
-      file.Write(task.m_parameter_file);
-      file.Close();
-    }
+    if (!task.m_parameter_file.empty())
+      WriteWhole(ParameterFileOf(task), task.m_parameter_file, "parameter");
     if (!task.m_choices.empty()) {
       std::string text;
       for (const AutoChoice& choice : task.m_choices) text += ChoiceText(choice) + "\n";
@@ -140,7 +135,7 @@ class BatchRunner {
     m_results[running.m_task].m_milliseconds = MonotonicMilliseconds() - running.m_start_ms;
     if (running.m_step == Step::kCheck)
       TakeCheck(running, status);
-    else if (status == 0 && (task.m_table.empty() || IsFinishedTable(task.m_table)))
+    else if (status == 0 && (task.m_table.empty() || FileExists(task.m_table)))
       TakeSuccess(running);
     else if (m_is_ending)
       Note(running.m_task, BatchState::kStopped);

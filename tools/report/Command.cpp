@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "FileUtils.h"
@@ -55,13 +56,14 @@ ScanPageOutcome WriteScanPage(const std::string& base_path, const std::string& o
     outcome.m_why_not = "It was not asked for (--scans 0).";
     return outcome;
   }
+  std::string html;
   try {
-    const ScanPage page = MakeScanPage(
+    ScanPage page = MakeScanPage(
         {base_path, options.m_settings.m_input_folder, options.m_scan_page.m_isotope_table},
         options.m_scan_page.m_most);
-    WriteReport(path, page.m_html);
     outcome = page.m_outcome;
     outcome.m_file = file;
+    html = std::move(page.m_html);
   } catch (const char* why) {  // of the parameters
     outcome.m_why_not = why;
   } catch (const std::string& why) {  // of the file helpers
@@ -69,6 +71,7 @@ ScanPageOutcome WriteScanPage(const std::string& base_path, const std::string& o
   } catch (const std::exception& error) {
     outcome.m_why_not = error.what();
   }
+  if (!outcome.m_file.empty()) WriteReport(path, html);
   return outcome;
 }
 
