@@ -2,6 +2,7 @@
 
 #include <array>
 #include <optional>
+#include <set>
 #include <stdexcept>
 
 #include "FileUtils.h"
@@ -43,6 +44,45 @@ int RunChild(const std::string& command) {
 }
 
 std::string CurrentDirectoryExtractor(std::string_view name) { return JoinPath({".", name}); }
+
+std::string InstalledExtractor(std::string_view name) {
+  return JoinPath({InstalledDirectory(), name});
+}
+
+// The file of the extractor: that of the current directory, or the installed one when there is none.
+std::string FoundExtractor(std::string_view name, const std::string& installed_directory) {
+  std::string here = CurrentDirectoryExtractor(name);
+  if (installed_directory.empty() || FileExists(here)) return here;
+  std::string installed = JoinPath({installed_directory, name});
+  return FileExists(installed) ? installed : here;
+}
+
+// The same, unless the environment says where it is.
+std::string ExtractorFile(const UserParameters& parameters) {
+  const std::string_view name = ExtractorName(parameters.m_input_format);
+  const std::string folder(Trim(EnvironmentVariable(kExtractorsVariable).value_or("")));
+  if (folder.empty()) return FoundExtractor(name, InstalledDirectory());
+  return folder == kInstalledExtractors ? InstalledExtractor(name) : JoinPath({folder, name});
+}
+
+// The shell gets the one of the current directory as it is.
+std::string ProgramText(const std::string& file, std::string_view name) {
+  return file == CurrentDirectoryExtractor(name) ? file : QuotedForShell(file);
+}
+
+// Anybody who may write into a folder of data can put a program there. Said once of each.
+void SayForeignExtractor(const UserParameters& parameters) {
+  static std::set<std::string> said;
+  const std::string_view name = ExtractorName(parameters.m_input_format);
+  const std::string file = ExtractorFile(parameters);
+  const std::optional<FileIdentity> identity = IdentityAt(file);
+  if (!identity || identity == IdentityAt(InstalledExtractor(name))) return;
+  const bool is_here = file == CurrentDirectoryExtractor(name);
+  const std::string path = AbsolutePath(is_here ? std::string(name) : file);
+  if (!said.insert(path).second) return;
+  logMessage(is_here ? kWarn : kInfo,
+             "Uses the extractor " + path + ", which is not the installed one.");
+}
 
 // Why the first line of a marker is not one that an extractor wrote, empty when it may be: there are
 // others than ours, which may write any text, but none of a power failure.
@@ -122,6 +162,7 @@ bool runExtractor(const UserParameters& parameters, std::string_view mode) {
     logInfo(parameters.m_current_file + " has existed results, skipping morvex process...");
     return false;
   }
+  SayForeignExtractor(parameters);
   const std::string command = ExtractorCommand(parameters, mode, ChosenExtractor(parameters));
   logInfo(command);
   const int status = RunChild(command);
@@ -135,11 +176,14 @@ bool CanExtractHere(const UserParameters& parameters) {
   const std::string_view name = ExtractorName(parameters.m_input_format);
   if (name != ExtractorName("mzml")) return false;
   if (!parameters.m_rewrite_files && IsExtracted(parameters)) return false;
-  return ChosenExtractor(parameters) != CurrentDirectoryExtractor(name);
+  const std::string file = ExtractorFile(parameters);
+  const std::optional<FileIdentity> identity = IdentityAt(file);
+  return file != CurrentDirectoryExtractor(name) && identity &&
+         identity == IdentityAt(InstalledExtractor(name));
 }
 
 std::string ChosenExtractor(const UserParameters& parameters) {
-  return ExtractorProgram(ExtractorName(parameters.m_input_format), InstalledDirectory());
+  return ProgramText(ExtractorFile(parameters), ExtractorName(parameters.m_input_format));
 }
 
 RunRecord ExtractionRecord(const UserParameters& parameters) {
@@ -157,10 +201,7 @@ std::string_view ExtractorName(std::string_view input_format) {
 }
 
 std::string ExtractorProgram(std::string_view name, const std::string& installed_directory) {
-  std::string here = CurrentDirectoryExtractor(name);
-  if (installed_directory.empty() || FileExists(here)) return here;
-  const std::string installed = JoinPath({installed_directory, name});
-  return FileExists(installed) ? QuotedForShell(installed) : here;
+  return ProgramText(FoundExtractor(name, installed_directory), name);
 }
 
 std::vector<std::string> ExtractorArguments(const UserParameters& parameters) {

@@ -30,6 +30,11 @@ void ForgetFlawedExtraction(const UserParameters& parameters);
 /// left out. Empty when it says nothing; also, with a warning, when it cannot be read.
 RunRecord ExtractionRecord(const UserParameters& parameters);
 
+/// The environment variable that names the folder of the extractors, or says kInstalledExtractors: none is
+/// then looked for in the current directory.
+inline constexpr const char* kExtractorsVariable = "TARVEK_EXTRACTORS";
+inline constexpr const char* kInstalledExtractors = "installed";
+
 /// File name of the extractor for an input format, such as "mzml".
 std::string_view ExtractorName(std::string_view input_format);
 
@@ -41,7 +46,8 @@ std::string ExtractorProgram(std::string_view name, const std::string& installed
 /// that reads mzML and mzXML, with work to do, and only text is asked of it.
 bool CanExtractHere(const UserParameters& parameters);
 
-/// What the shell would be given to start the extractor of the current file (ExtractorProgram).
+/// What the shell would be given to start the extractor of the current file: as ExtractorProgram, unless
+/// the environment says where it is.
 std::string ChosenExtractor(const UserParameters& parameters);
 
 /// What the extractor is told of the current file to write text, word by word.

@@ -224,7 +224,11 @@ std::string SayIsotopeTablePath(const UserParameters& parameters,
                                 const std::string& installed_table) {
   std::string path =
       IsotopeTablePath(parameters.m_ipv_file, parameters.m_ipv_file_is_given, installed_table);
-  if (path != parameters.m_ipv_file) logInfo("Uses the installed isotope table " + path);
+  if (path != parameters.m_ipv_file)
+    logInfo("Uses the installed isotope table " + path);
+  else if (const auto identity = IdentityAt(path);
+           identity && identity != IdentityAt(installed_table))
+    logInfo("Uses the isotope table " + AbsolutePath(path) + ", which is not the installed one");
   return path;
 }
 

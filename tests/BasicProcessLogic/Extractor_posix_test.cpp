@@ -7,6 +7,8 @@
 #include <string>
 
 #include "Extractor.h"
+#include "FileUtils.h"
+#include "Platform.h"
 #include "ProcessTestSupport.h"
 #include "RunDriver.h"
 #include "RunRecord.h"
@@ -74,6 +76,43 @@ TEST_F(ExtractorTest, IsLookedForInTheCurrentDirectoryWhenThereIsNone) {
 }
 TEST_F(ExtractorTest, IsLookedForInTheCurrentDirectoryWhenThePlaceOfTheProgramIsUnknown) {
   EXPECT_EQ(ExtractorProgram("morvex_raw.exe", ""), "./morvex_raw.exe");
+}
+TEST_F(ExtractorTest, OfTheCurrentDirectoryIsNamedInOneWarning) {
+  PlaceExtractor("morvex_raw.exe", "echo done > out/a.morvex\n");
+  EXPECT_EQ(Extract(), kNothingThrown);
+  EXPECT_EQ(m_text.m_err, "[Tarvek] <WARN> - Uses the extractor " +
+                              (fs::current_path() / "morvex_raw.exe").string() +
+                              ", which is not the installed one.\n");
+  fs::remove("out/a.morvex");
+  EXPECT_EQ(Extract(), kNothingThrown);
+  EXPECT_EQ(m_text.m_err, "");
+}
+/// The environment names the folder of the extractors as long as it lives.
+class NamedExtractors {
+ public:
+  explicit NamedExtractors(const std::string& folder) {
+    EXPECT_TRUE(SetEnvironment(kExtractorsVariable, folder));
+  }
+  ~NamedExtractors() { EXPECT_TRUE(SetEnvironment(kExtractorsVariable, "")); }
+};
+
+TEST_F(ExtractorTest, IsTheOneOfTheFolderThatTheEnvironmentNames) {
+  PlaceExtractor("morvex_raw.exe", "");
+  fs::create_directory("my tools");
+  PlaceExtractor("my tools/morvex_raw.exe", "echo done > out/a.morvex\n");
+  const NamedExtractors named("my tools");
+  EXPECT_EQ(ChosenExtractor(m_parameters), "\"my tools/morvex_raw.exe\"");
+  EXPECT_EQ(Extract(), kNothingThrown);
+  EXPECT_EQ(m_text.m_err, "");
+  EXPECT_THAT(m_text.m_out, HasSubstr("[Tarvek] <INFO> - Uses the extractor " +
+                                      (fs::current_path() / "my tools/morvex_raw.exe").string() +
+                                      ", which is not the installed one.\n"));
+}
+TEST_F(ExtractorTest, IsTheInstalledOneWhenTheEnvironmentWantsThat) {
+  PlaceExtractor("morvex_raw.exe", "");
+  const NamedExtractors named("installed");
+  EXPECT_EQ(ChosenExtractor(m_parameters),
+            "\"" + JoinPath({ExecutableDirectory(), "../libexec/tarvek/morvex_raw.exe"}) + "\"");
 }
 TEST_F(ExtractorTest, IsNotRunInVainWhenATableAppearsMeanwhile) {
   PlaceExtractor("morvex_raw.exe",

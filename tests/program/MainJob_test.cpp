@@ -415,6 +415,9 @@ TEST_F(IsotopeTableLookup, SaysWhereATableHoldsSomethingElse) {
 /// An envelope of charge 10 at m/z 1600, whose mass of 16 kDa lies beyond the table.
 class MassOutsideTheTable : public MainJob {
  protected:
+  EXPECT_THAT(m_result.m_out, HasSubstr("[Tarvek] <INFO> - Uses the isotope table " +
+                                        fs::canonical(m_directory.Path()).string() +
+                                        "/IPV.txt, which is not the installed one\n"));
   MassOutsideTheTable() {
     std::string ms1;
     for (int scan = 1; scan <= 10; ++scan) {

@@ -144,7 +144,12 @@ TEST_F(RunCommandTest, TakesTheInstalledProgramsAndTable) {
   EXPECT_EQ(test::RunProcess(request).m_exit_status, 0);
   for (const char* name : {"IPV.txt", "morvex_xml.exe"})
     WriteFile(m_directory / name, "#!/bin/sh\nexit 1\n");
-  fs::permissions(m_directory / "morvex_xml.exe", fs::perms::owner_all);
+  // A process of a run works in its log directory.
+  fs::create_directories(m_directory / "out/batch_logs/r1");
+  for (const char* name : {"morvex_xml.exe", "out/batch_logs/r1/morvex_xml.exe"}) {
+    WriteFile(m_directory / name, "#!/bin/sh\nexit 1\n");
+    fs::permissions(m_directory / name, fs::perms::owner_all);
+  }
   request.m_program = (home / "bin/tarvek-tools").string();
   request.m_arguments = {"run", "in", "-o", "out"};
   const ProcessResult result = test::RunProcess(request);
