@@ -290,6 +290,24 @@ TEST_F(BadInput, EmptyMs1FileGivesAPf1FileWithoutRecords) {
   EXPECT_EQ(Content("out/run.pf1"), std::string("\0\0\0\0\3\0\0\0run", 11));
   EXPECT_EQ(Content("out/run.pf1idx"), "");
 }
+TEST_F(BadInput, EmptyOrOtherFilesAreNamedWithWhatTheyLookLike) {
+  const std::string ms1 = Content("run.ms1");
+  const std::string ms2 = Content("run.ms2");
+  const auto expect = [&](const std::string& surveys, const std::string& fragments,
+                          const std::vector<std::string>& warnings) {
+    Write("run.ms1", surveys);
+    Write("run.ms2", fragments);
+    EXPECT_EQ(RunPair({"-r", "1"}).m_exit_status, 0);
+    for (const std::string& warning : warnings)
+      EXPECT_THAT(m_result.m_err, HasSubstr("[Tarvek] <WARN> - " + warning + ".\n"));
+  };
+  expect("", "", {"run.ms1 is empty", "./run.ms2 is empty"});
+  expect("\x1F\x8B\x08", ms2, {"run.ms1 looks gzipped"});
+  expect(ms1, "\xFF\xFES", {"./run.ms2 looks like UTF-16"});
+  expect(ms2, ms1, {"run.ms1 looks like MS2 spectra", "./run.ms2 looks like MS1 spectra"});
+  expect(ms1, ms2, {});
+  EXPECT_THAT(m_result.m_err, Not(HasSubstr("looks like")));
+}
 TEST_F(BadInput, InvalidDataPathIsAWarning) {
   Run({"-D", "none/", "-O", "out"});
   EXPECT_EQ(m_result.m_err, "[Tarvek] <WARN> - Datapath: none is not a valid datapath.\n");
@@ -397,6 +415,9 @@ TEST_F(IsotopeTableLookup, PrefersTheTableOfTheCurrentDirectory) {
   Install();
   Write("IPV.txt", GoldenInput("IPV.txt"));
   EXPECT_THAT(RunInstalled().m_out, Not(HasSubstr("share/tarvek/IPV.txt")));
+  EXPECT_THAT(m_result.m_out, HasSubstr("[Tarvek] <INFO> - Uses the isotope table " +
+                                        fs::canonical(m_directory.Path()).string() +
+                                        "/IPV.txt, which is not the installed one\n"));
 }
 TEST_F(IsotopeTableLookup, DoesNotReplaceATableThatWasNamed) {
   Install();
@@ -415,9 +436,6 @@ TEST_F(IsotopeTableLookup, SaysWhereATableHoldsSomethingElse) {
 /// An envelope of charge 10 at m/z 1600, whose mass of 16 kDa lies beyond the table.
 class MassOutsideTheTable : public MainJob {
  protected:
-  EXPECT_THAT(m_result.m_out, HasSubstr("[Tarvek] <INFO> - Uses the isotope table " +
-                                        fs::canonical(m_directory.Path()).string() +
-                                        "/IPV.txt, which is not the installed one\n"));
   MassOutsideTheTable() {
     std::string ms1;
     for (int scan = 1; scan <= 10; ++scan) {
