@@ -1,9 +1,12 @@
 #include "Extraction.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <utility>
+#include <vector>
 
 #include "ExtractionPlan.h"
 #include "FileUtils.h"
@@ -34,6 +37,14 @@ std::unique_ptr<ScanSink> MakePlainSink(const ExtractorOptions& options,
   if (!options.m_msb) return MakeTextSink(BasePath(options), digits);
   const std::string& named = options.m_format.empty() ? format : options.m_format;
   return MakeBinarySink(BasePath(options) + "." + named, digits);
+}
+
+// Of what MakePlainSink writes.
+std::vector<std::string> OutputEndings(const ExtractorOptions& options, const std::string& format) {
+  if (options.m_mgf) return {".mgf"};
+  if (!options.m_msb) return {".ms1", ".ms2"};
+  const std::string named = "." + (options.m_format.empty() ? format : options.m_format);
+  return {named + ".msb", named + ".mscsv"};
 }
 
 // Where a thread is left, scans are written while the next ones are decoded.
@@ -132,7 +143,16 @@ class Reading {
 
   void SetFormat(const std::string& format) {
     m_sink = MakeSink(*m_options, m_targets, ToLower(format));
+    m_endings = OutputEndings(*m_options, ToLower(format));
     m_pipeline.SetSink(*m_sink);
+  }
+
+  /// By the ending of their names.
+  [[nodiscard]] std::map<std::string, std::int64_t> SizesOfOutputs() const {
+    std::map<std::string, std::int64_t> sizes;
+    for (const std::string& ending : m_endings)
+      if (const auto stamp = StampAt(BasePath(*m_options) + ending)) sizes[ending] = stamp->m_bytes;
+    return sizes;
   }
 
   /// Gives the outputs their final names.
@@ -148,6 +168,7 @@ class Reading {
   ExtractionTargets m_targets;
   NativeIdList m_native_ids;
   std::unique_ptr<ScanSink> m_sink;
+  std::vector<std::string> m_endings;  // of the names of what it writes
   ScanPipeline m_pipeline;
 };
 
@@ -188,15 +209,17 @@ RunRecord RecordOf(const ExtractorOptions& options, const RunReport& report) {
 std::string MarkerPath(const ExtractorOptions& options) { return BasePath(options) + ".morvex"; }
 
 Marker::Marker(const ExtractorOptions& options)
-    : m_text("All spectra of " + options.m_base_name + " were extracted.\n"),
+    : m_text(std::string(kMarkerStart) + options.m_base_name + std::string(kMarkerEnd) + "\n"),
+      m_source(SourceOf(options.m_input)),
       m_file(PreparedMarkerPath(options), "output", {.m_is_locked = true}) {
-  const std::string old = MarkerPath(options);
-  if (!DeleteFileAt(old) && FileExists(old)) throw "Cannot delete file: " + old;
+  RemoveFile(MarkerPath(options));
 }
 
 void Marker::Complete(const RunRecord& record) {
   m_file.File().Write(m_text + RunRecordText(record));
+  SyncFolderOf(m_file.Path());  // of what the marker speaks of
   m_file.TakeName();
+  SyncFolderOf(m_file.Path());
 }
 
 RunRecord Extract(const ExtractorOptions& options, const std::string& path, Marker& marker,
@@ -211,7 +234,10 @@ RunRecord Extract(const ExtractorOptions& options, const std::string& path, Mark
   ThrowIfInterrupted();
   report.PrintSummary();
   RunRecord record = RecordOf(options, report);
-  if (targets.m_writes_spectra) marker.Complete(record);
+  if (!targets.m_writes_spectra) return record;
+  record.m_source = marker.Source();
+  record.m_output_bytes = reading->SizesOfOutputs();
+  marker.Complete(record);
   return record;
 }
 

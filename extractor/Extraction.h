@@ -6,6 +6,7 @@
 // Not here: the command line (ExtractorOptions.h), other formats (Converter.h).
 #pragma once
 
+#include <map>
 #include <ostream>
 #include <string>
 
@@ -27,11 +28,15 @@ class Marker {
   /// writing ..." while another extractor has the outputs, whose marker is left alone.
   explicit Marker(const ExtractorOptions& options);
 
+  /// What it says of the input, as that was before anything was read of it.
+  [[nodiscard]] const std::map<std::string, std::string>& Source() const { return m_source; }
+
   /// Writes the marker with what was counted: all outputs are complete.
   void Complete(const RunRecord& record);
 
  private:
   std::string m_text;
+  std::map<std::string, std::string> m_source;
   UnfinishedFile m_file;
 };
 

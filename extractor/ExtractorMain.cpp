@@ -38,9 +38,7 @@ int Guarded(const ProgramTexts& texts, const std::function<void()>& action, int 
 
 int Run(int argc, const char* const* argv, const ProgramTexts& texts,
         const std::function<void(const ExtractorOptions&)>& extract) {
-  ConnectStandardStreams();
   NoteStopRequests();
-  IgnoreWriteSignals();
   const std::vector<std::string> arguments(argv + (argc > 0 ? 1 : 0), argv + argc);
   ExtractorOptions options;
   const int status = Guarded(

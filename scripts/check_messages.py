@@ -29,7 +29,7 @@ NO_MESSAGES = (
     "Usage: ", " [options] FILE\\n\\nExtracts", " for Tarvek.\\n", "mzML and mzXML files, plain",
     "raw files (through", "WIFF files (through",
     "mzML, mzXML (also .gz), raw",  # a help of tarvek-tools run
-    "peakPicking vendor", "cmd.exe /d", "All spectra of ", " were extracted.\\n",  # commands, the marker
+    "peakPicking vendor", "cmd.exe /d", "All spectra of ", " were extracted.",  # commands, the marker
 )
 
 PUNCTUATION = " .,:;"

@@ -107,10 +107,9 @@ int Parse(CLI::App& app, int argc, const char* const* argv) {
   }
 }
 
-int Run(int argc, const char* const* argv) {
+int RunCommand(int argc, const char* const* argv) {
   try {
     tarvek::SetCheckFailureHandler(&ThrowFailedCheck);
-    tarvek::ConnectStandardStreams();
     CLI::App app("Companion programs of tarvek", "tarvek-tools");
     app.require_subcommand(1);
     app.set_version_flag("--version", "tarvek-tools " + std::string(tarvek::ProductVersion()),
@@ -140,6 +139,16 @@ int Run(int argc, const char* const* argv) {
     return Fail(error.what());
   }
 }
+
+// What was to be read on standard output and did not get there makes a success a failure.
+int WithCheckedOutput(int status) {
+  std::cout.flush();
+  if (std::cout) return status;
+  const int failure = Fail("Cannot write standard output");
+  return status == 0 ? failure : status;
+}
+
+int Run(int argc, const char* const* argv) { return WithCheckedOutput(RunCommand(argc, argv)); }
 
 }  // namespace
 

@@ -15,13 +15,25 @@
 
 namespace tarvek {
 
-/// Converts the current file into the output directory, unless its marker is there already and
-/// rewriting is off; tells whether it did. mode: "ms" for spectra, "mgf" for an MGF file.
+/// Converts the current file into the output directory, unless it was extracted already and rewriting
+/// is off; tells whether it did. mode: "ms" for spectra, "mgf" for an MGF file.
 bool runExtractor(const UserParameters& parameters, std::string_view mode);
+
+/// Whether the marker of the current file is there and counts: it is whole, it is of this file as it is
+/// now where it says so, and the spectra that it speaks of are not of other sizes, nor empty.
+bool IsExtracted(const UserParameters& parameters);
+
+/// Deletes a marker that does not count, and says why in the log; not when everything is rewritten.
+void ForgetFlawedExtraction(const UserParameters& parameters);
 
 /// What the marker of the current file says of the extraction: settings, counts, and why scans were
 /// left out. Empty when it says nothing; also, with a warning, when it cannot be read.
 RunRecord ExtractionRecord(const UserParameters& parameters);
+
+/// The environment variable that names the folder of the extractors, or says kInstalledExtractors: none is
+/// then looked for in the current directory.
+inline constexpr const char* kExtractorsVariable = "TARVEK_EXTRACTORS";
+inline constexpr const char* kInstalledExtractors = "installed";
 
 /// File name of the extractor for an input format, such as "mzml".
 std::string_view ExtractorName(std::string_view input_format);
@@ -34,7 +46,8 @@ std::string ExtractorProgram(std::string_view name, const std::string& installed
 /// that reads mzML and mzXML, with work to do, and only text is asked of it.
 bool CanExtractHere(const UserParameters& parameters);
 
-/// What the shell would be given to start the extractor of the current file (ExtractorProgram).
+/// What the shell would be given to start the extractor of the current file: as ExtractorProgram, unless
+/// the environment says where it is.
 std::string ChosenExtractor(const UserParameters& parameters);
 
 /// What the extractor is told of the current file to write text, word by word.

@@ -118,9 +118,7 @@ int Fail(std::string_view message) {
 
 int RunTarvek(int argc, const char* const* argv) {
   try {
-    ConnectStandardStreams();
     std::ios::sync_with_stdio(false);
-    IgnoreWriteSignals();
     RunGuarded(argc, argv);
     std::cout.flush();
     return 0;

@@ -220,7 +220,10 @@ RunRecord processTextSpectra(const UserParameters& parameters, OutputClaim& clai
                              const RunRecord& begun) {
   const AcceptedScans accepted = SelectScans(parameters);
   TextSpectrumSource source(parameters.m_current_file, Ms2Path(parameters.m_current_file));
-  return ProcessSource(parameters, accepted, source, claim, Naming::kAtOnce, [&] { return begun; });
+  const RunRecord record =
+      ProcessSource(parameters, accepted, source, claim, Naming::kAtOnce, [&] { return begun; });
+  source.WarnOfOtherContent();
+  return record;
 }
 
 RunRecord ProcessInstrumentSpectra(const UserParameters& parameters, OutputClaim& claim,

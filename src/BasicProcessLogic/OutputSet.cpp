@@ -2,6 +2,7 @@
 
 #include "FileUtils.h"
 #include "Logger.h"
+#include "PrecursorTableReader.h"
 #include "RunSummary.h"
 #include "UnfinishedFile.h"
 
@@ -29,8 +30,31 @@ void RemoveUnfinished(const UserParameters& parameters) {
         remove("_" + std::string(activation) + std::string(instrument) + ending);
 }
 
+// Opens the outputs of an earlier run that this one is to write over, and leaves them as they are: what
+// cannot be opened is found while the finished table is still there.
+void CheckOldOutputs(const UserParameters& parameters) {
+  const auto check = [&](const std::string& ending, const char* kind) {
+    const std::string path = OutputPath(parameters, ending);
+    if (StampAt(path)) OpenFile(path, "a+", kind);
+  };
+  const auto check_pf = [&](const std::string& ending) {
+    check(ending, "PF");
+    check(ending + "idx", "PF index");
+  };
+  if (parameters.m_output_pf) check_pf(".pf1");
+  for (const std::string_view activation : kActivationTypes)
+    for (const std::string_view instrument : kInstrumentTypes) {
+      const std::string words = "_" + std::string(activation) + std::string(instrument);
+      if (parameters.m_output_pf) check_pf(words + ".pf2");
+      if (parameters.m_output_mgf) check(words + ".mgf", "MGF");
+    }
+}
+
 std::string TablePathAfterRemoval(const UserParameters& parameters, Naming naming) {
-  if (naming == Naming::kAtOnce) RemoveOldTable(parameters);
+  if (naming == Naming::kAtOnce) {
+    if (FileExists(FinishedTablePath(parameters))) CheckOldOutputs(parameters);
+    RemoveOldTable(parameters);
+  }
   RemoveUnfinished(parameters);
   return FinishedTablePath(parameters);
 }
@@ -66,6 +90,14 @@ void DeleteForsaken(const UserParameters& parameters) {
   static_cast<void>(DeleteFileAt(table));
 }
 
+// Of a table that is there and does not count, as after a power failure.
+void WarnOfFlawedTable(const UserParameters& parameters) {
+  const std::string table = FinishedTablePath(parameters);
+  if (parameters.m_rewrite_files || !IsThere(table)) return;
+  logMessage(kWarn, table + " is no finished table: " + FlawOfTable(table) + ". " +
+                        parameters.m_current_file + " is processed again.");
+}
+
 }  // namespace
 
 std::string OutputPath(const UserParameters& parameters, std::string_view ending) {
@@ -83,7 +115,9 @@ bool SkipsExisting(const UserParameters& parameters, const std::string& result) 
 }
 
 bool SkipsFinished(const UserParameters& parameters) {
-  if (!SkipsExisting(parameters, FinishedTablePath(parameters))) return false;
+  const std::string table = FinishedTablePath(parameters);
+  if (!FileExists(table) || !IsFinishedTable(table)) return false;
+  if (!SkipsExisting(parameters, table)) return false;
   DeleteForsaken(parameters);
   return true;
 }
@@ -103,6 +137,7 @@ std::optional<OutputClaim> ClaimUnlessFinished(const UserParameters& parameters)
   if (SkipsFinished(parameters)) return std::nullopt;
   OutputClaim claim(parameters);
   if (SkipsFinished(parameters)) return std::nullopt;
+  WarnOfFlawedTable(parameters);
   return claim;
 }
 
@@ -150,7 +185,10 @@ void OutputSet::Complete(const RunRecord& record) {
   m_csv.Finish();
   if (m_evidence) m_evidence->Complete();
   WriteRunRecord(RunRecordPath(*m_parameters), record);
+  // A power failure is to leave no table whose companions have lost their names.
+  SyncFolderOf(m_csv.Path());
   m_csv.Complete();
+  SyncFolderOf(m_csv.Path());
 }
 
 }  // namespace tarvek

@@ -43,7 +43,7 @@ class OutputSet {
  public:
   /// Opens the files under the output directory, named from the current file's base name. A
   /// finished table of an earlier run is deleted first, so that it never stands beside half-written
-  /// files, and then its record. claim: of the same file; it and parameters outlive the set.
+  /// files, and then its record; but not when an output that is there cannot be opened for writing. claim: of the same file; it and parameters outlive the set.
   /// has_evidence: the table of what speaks for each precursor is written, too; else one of an
   /// earlier run is deleted.
   /// naming: with kWhenComplete nothing of an earlier run is deleted or replaced before ClosePf1, and
@@ -79,8 +79,8 @@ class OutputSet {
 /// Path of an output of the current file: its base name and ending in the output directory.
 std::string OutputPath(const UserParameters& parameters, std::string_view ending);
 
-/// Path of the finished precursor table of the current file: its presence says that the file is
-/// done.
+/// Path of the finished precursor table of the current file: it says that the file is done when it
+/// begins with its header.
 std::string FinishedTablePath(const UserParameters& parameters);
 
 /// Whether the current file is to be skipped because result exists and rewriting is off; says so in

@@ -23,13 +23,22 @@
 namespace tarvek {
 namespace {
 
+// What a finished file that is skipped has of another run.
+void WarnOfOtherRun(const UserParameters& parameters, InputKind kind) {
+  WarnOfOtherInput(parameters, OldResults::kStay);
+  WarnOfOtherSettings(parameters, InstalledTableFingerprint(), kind);
+}
+
+void WarnOfReplacedResults(const UserParameters& parameters) {
+  if (FileExists(FinishedTablePath(parameters)))
+    WarnOfOtherInput(parameters, OldResults::kAreReplaced);
+}
+
 void ProcessTextFile(UserParameters& parameters) {
   const std::int64_t start_ms = MonotonicMilliseconds();
   std::optional<OutputClaim> claim = ClaimUnlessFinished(parameters);
-  if (!claim) {
-    WarnOfOtherSettings(parameters, InstalledTableFingerprint(), InputKind::kSpectra);
-    return;
-  }
+  if (!claim) return WarnOfOtherRun(parameters, InputKind::kSpectra);
+  WarnOfReplacedResults(parameters);
   const RunRecord record = processTextSpectra(
       parameters, *claim, SettingsOf(parameters, InstalledTableFingerprint(), InputKind::kSpectra));
   LogSummary(parameters.m_current_file, record, start_ms);
@@ -39,7 +48,7 @@ void ProcessTextFile(UserParameters& parameters) {
 // not tell upper case from lower case.
 std::string OutputKey(const UserParameters& parameters) {
   const std::string start = OutputPath(parameters, "");
-  return kPathSeparator == '\\' ? ToLower(start) : start;
+  return kFileNamesIgnoreCase ? ToLower(start) : start;
 }
 
 // Walks the data paths of one run.
@@ -115,6 +124,7 @@ RunRecord ExtractAndBegin(const UserParameters& parameters) {
 // in an order that needs the text files.
 std::optional<RunRecord> ProcessWhileExtracting(const UserParameters& parameters,
                                                 OutputClaim& claim) {
+  ForgetFlawedExtraction(parameters);
   logInfo(ExtractorCommand(parameters, "ms", ChosenExtractor(parameters)));
   try {
     return ProcessInstrumentSpectra(parameters, claim, SettingsOfExtraction(parameters));
@@ -186,10 +196,8 @@ void processInstrumentFile(UserParameters& parameters) {
   std::optional<StopRequestsNoted> noted;  // to the end of the claim, so that it is given back
   if (CanExtractHere(parameters)) noted.emplace();
   std::optional<OutputClaim> claim = ClaimUnlessFinished(parameters);
-  if (!claim) {
-    WarnOfOtherSettings(parameters, InstalledTableFingerprint(), InputKind::kInstrumentFile);
-    return;
-  }
+  if (!claim) return WarnOfOtherRun(parameters, InputKind::kInstrumentFile);
+  WarnOfReplacedResults(parameters);
   std::optional<RunRecord> record;
   if (noted) record = ProcessWhileExtracting(parameters, *claim);
   if (!record) {
@@ -216,7 +224,11 @@ std::string SayIsotopeTablePath(const UserParameters& parameters,
                                 const std::string& installed_table) {
   std::string path =
       IsotopeTablePath(parameters.m_ipv_file, parameters.m_ipv_file_is_given, installed_table);
-  if (path != parameters.m_ipv_file) logInfo("Uses the installed isotope table " + path);
+  if (path != parameters.m_ipv_file)
+    logInfo("Uses the installed isotope table " + path);
+  else if (const auto identity = IdentityAt(path);
+           identity && identity != IdentityAt(installed_table))
+    logInfo("Uses the isotope table " + AbsolutePath(path) + ", which is not the installed one");
   return path;
 }
 

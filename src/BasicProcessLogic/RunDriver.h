@@ -42,7 +42,7 @@ std::string InstalledTablePath();
 std::string IsotopeTablePath(const std::string& ipv_file, bool is_given,
                              const std::string& installed_table);
 
-/// The same for settings; the log says so when it is the installed one.
+/// The same for settings; the log says which one it is, the installed one or, with its full path, another.
 std::string SayIsotopeTablePath(const UserParameters& parameters,
                                 const std::string& installed_table);
 

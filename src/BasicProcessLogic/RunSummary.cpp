@@ -9,13 +9,13 @@
 #include "FileUtils.h"
 #include "Logger.h"
 #include "NumberText.h"
+#include "OutputSet.h"
 #include "Platform.h"
 #include "StringUtils.h"
 
 namespace tarvek {
 namespace {
 
-constexpr const char* kChargeRange = "charge_range";
 constexpr int kJointDecimals = 4;
 
 // The parameters that shape outputs; not those that say where files are and what is done again.
@@ -79,6 +79,11 @@ std::vector<std::string> KeysThatDiffer(const RunRecord& extraction, const RunRe
   return keys;
 }
 
+// "run.mzML (120 bytes)".
+std::string InputText(const std::map<std::string, std::string>& input) {
+  return ValueText(input, "name") + " (" + ValueText(input, "bytes") + " bytes)";
+}
+
 std::int64_t CountOrZero(const RunRecord& record, std::string_view key) {
   return record.Count(key).value_or(0);
 }
@@ -110,12 +115,19 @@ std::optional<double> JointThreshold() {
   return threshold;
 }
 
+std::map<std::string, std::string> InputOf(const UserParameters& parameters) {
+  std::map<std::string, std::string> input = SourceOf(parameters.m_current_file);
+  input.erase("modified_ns");  // a copy of the input is the same input
+  return input;
+}
+
 RunRecord SettingsOf(const UserParameters& parameters, std::string_view isotope_table,
                      InputKind kind) {
   RunRecord record;
+  record.m_source = InputOf(parameters);
   ParameterTable table = ToParameterTable(parameters);
   for (const char* const key : kShapingKeys) record.m_settings[key] = table[key];
-  record.m_settings[kChargeRange] = ChargeRangeText(parameters);
+  record.m_settings[kChargeRangeKey] = ChargeRangeText(parameters);
   record.m_settings[std::string(kSettingIsotopeTable)] = isotope_table;
   if (kind == InputKind::kInstrumentFile) {
     AddEnvironment(record, kSettingAnalyser, kAnalyserVariable);
@@ -167,6 +179,31 @@ void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isot
   } catch (const std::string& what) {
     logMessage(kWarn, what + ". With which settings it was processed is not known.");
   }
+}
+
+std::string RecordedInputDifference(const UserParameters& parameters) {
+  const std::string path = RunRecordPath(parameters);
+  if (!FileExists(path)) return "";
+  const RunRecord recorded = ReadRunRecord(path);
+  const auto now = InputOf(parameters);
+  if (recorded.m_source.empty() || now.empty() || recorded.m_source == now) return "";
+  return InputText(recorded.m_source) + ", now " + InputText(now);
+}
+
+void WarnOfOtherInput(const UserParameters& parameters, OldResults results) {
+  std::string difference;
+  try {
+    difference = RecordedInputDifference(parameters);
+  } catch (const std::string&) {
+    // WarnOfOtherSettings tells of the record.
+  }
+  if (difference.empty()) return;
+  const std::string others =
+      OutputPath(parameters, ".*") + " are the results of another input, " + difference;
+  logMessage(kWarn, results == OldResults::kAreReplaced
+                        ? others + ", and are replaced."
+                        : parameters.m_current_file + " is skipped: " + others +
+                              ". Give each its own output directory, or -r 1 to replace them.");
 }
 
 RunRecord WithExtraction(RunRecord record, const RunRecord& extraction) {

@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -37,7 +38,11 @@ enum class InputKind { kInstrumentFile, kSpectra };
 /// for that determination. Throws a std::string for what is no number from 0 to 1.
 std::optional<double> JointThreshold();
 
-/// A record of the settings alone. isotope_table: IsotopeTableFingerprint of the table that the run
+/// What a record says of the current file: its name without the folder and its size. Empty when there is no
+/// such file.
+std::map<std::string, std::string> InputOf(const UserParameters& parameters);
+
+/// A record of the settings and of the input alone. isotope_table: IsotopeTableFingerprint of the table that the run
 /// uses. Of an instrument file also what the environment tells the extractor, where it says so.
 RunRecord SettingsOf(const UserParameters& parameters, std::string_view isotope_table,
                      InputKind kind);
@@ -60,6 +65,16 @@ std::string RecordedDifference(const UserParameters& parameters, std::string_vie
 /// also of a record that cannot be read.
 void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isotope_table,
                          InputKind kind);
+
+/// "run.mzML (120 bytes), now run.mzML (130 bytes)": when the record of the current file is of another
+/// input; empty without such a record.
+std::string RecordedInputDifference(const UserParameters& parameters);
+
+/// What becomes of results that are there.
+enum class OldResults { kStay, kAreReplaced };
+
+/// Warns when RecordedInputDifference is not empty.
+void WarnOfOtherInput(const UserParameters& parameters, OldResults results);
 
 /// A record with the counts, reasons and declared widths of an extraction in place of its own.
 RunRecord WithExtraction(RunRecord record, const RunRecord& extraction);

@@ -10,6 +10,7 @@
 
 #include "IO.h"
 #include "Logger.h"
+#include "MsTextLook.h"
 
 namespace tarvek {
 
@@ -71,7 +72,18 @@ class TextSpectrumSource : public TextRuledSource {
   void FinishMs1() override { m_ms1.Finish(); }
   void FinishMs2() override { m_ms2.Finish(); }
 
+  /// Warns of each of the two files that holds something else, when both were read.
+  void WarnOfOtherContent() const {
+    WarnOfOtherContent(m_ms1, MsLevel::kMs1);
+    WarnOfOtherContent(m_ms2, MsLevel::kMs2);
+  }
+
  private:
+  static void WarnOfOtherContent(const SpectrumFile& file, MsLevel level) {
+    const std::string flaw = FlawOfMsText(file.Path(), level, file.RecordCount() > 0);
+    if (!flaw.empty()) logMessage(kWarn, file.Path() + " " + flaw + ".");
+  }
+
   Ms1TextReader m_ms1;
   Ms2TextReader m_ms2;
 };

@@ -56,8 +56,7 @@ void PrecursorCsvWriter::WriteRow(const MS2Spectrum& scan) {
 
 void PrecursorCsvWriter::Complete() {
   Finish();
-  RemoveFile(Path());
-  if (FileExists(m_file.TemporaryPath())) m_file.TakeName();
+  m_file.TakeName();
 }
 
 }  // namespace tarvek

@@ -4,7 +4,8 @@
 // Owns:     the open temporary file. Destroyed before Complete, it leaves that file behind, so the
 //           next run starts over.
 // Throws:   a std::string: "Cannot open CSV File, Path: ...", "Cannot write " + temporary path,
-//           "Cannot delete file: " + final path, "Cannot rename file: " + temporary path.
+//           "Cannot rename file: " + temporary path, "Cannot finish " + final path + reason when the
+//           temporary file was removed or replaced.
 // Not here: which scans get a row. The columns: docs/formats/precursor-csv.md.
 #pragma once
 

@@ -81,4 +81,19 @@ bool IsPrecursorTable(const std::string& path) {
   return lines.ReadPiece(piece) && piece.starts_with(kHeaderStart);
 }
 
+std::string FlawOfTable(const std::string& path) {
+  const FileState state = StateAt(path);
+  if (state == FileState::kUnreadable) return "it cannot be read";
+  if (state != FileState::kReadable) return "it is not there";
+  File file = OpenFile(path, "r", "table");
+  LineReader lines(file);
+  std::string_view piece;
+  if (!lines.ReadPiece(piece)) return "it is empty";
+  const bool is_whole = piece.ends_with('\n');
+  const std::string_view header = kPrecursorTableHeader.substr(0, kPrecursorTableHeader.size() - 1);
+  return is_whole && TrimRight(piece, "\r\n") == header ? "" : "it does not begin with the header";
+}
+
+bool IsFinishedTable(const std::string& path) { return FlawOfTable(path).empty(); }
+
 }  // namespace tarvek

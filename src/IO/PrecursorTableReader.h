@@ -58,4 +58,11 @@ class PrecursorTableReader {
 /// no more than a block of it is read. False when it cannot be opened.
 bool IsPrecursorTable(const std::string& path);
 
+/// Why the table at path does not count as finished, "it is empty" for one; empty when it does: it
+/// can be read and begins with the whole header.
+std::string FlawOfTable(const std::string& path);
+
+/// Whether there is a table at path that counts as finished.
+bool IsFinishedTable(const std::string& path);
+
 }  // namespace tarvek

@@ -18,6 +18,8 @@ constexpr std::string_view kWidth = "width";
 constexpr std::string_view kLeftOut = "left_out";
 constexpr std::string_view kLeftOutScan = "left_out_scan";
 constexpr std::string_view kCalibration = "calibration";
+constexpr std::string_view kSource = "source";
+constexpr std::string_view kOutput = "output";
 
 void AppendField(std::string& text, std::string_view field) {
   const std::size_t start = text.size();
@@ -73,6 +75,16 @@ std::optional<double> RunRecord::CommonestWidth() const {
   return commonest;
 }
 
+std::map<std::string, std::string> SourceOf(const std::string& path) {
+  const std::optional<FileStamp> stamp = StampAt(path);
+  if (!stamp) return {};
+  std::string name;
+  AppendField(name, FileNameOf(path));  // as it comes back from a record
+  return {{"name", std::move(name)},
+          {"bytes", std::to_string(stamp->m_bytes)},
+          {"modified_ns", std::to_string(stamp->m_modified_ns)}};
+}
+
 std::string RunRecordText(const RunRecord& record) {
   std::string text;
   for (const auto& [key, value] : record.m_settings) AppendEntry(text, kSetting, key, value);
@@ -81,6 +93,8 @@ std::string RunRecordText(const RunRecord& record) {
   AppendCounts(text, kLeftOut, record.m_left_out);
   for (const auto& [scan_no, reason] : record.m_left_out_scans)
     AppendEntry(text, kLeftOutScan, std::to_string(scan_no), reason);
+  for (const auto& [key, value] : record.m_source) AppendEntry(text, kSource, key, value);
+  AppendCounts(text, kOutput, record.m_output_bytes);
   for (const auto& [key, value] : record.m_calibration) AppendEntry(text, kCalibration, key, value);
   return text;
 }
@@ -102,6 +116,10 @@ bool AddRunRecordLine(std::string_view line, RunRecord& record) {
     record.m_left_out[std::move(key)] = CountOf(value);
   else if (kind == kLeftOutScan)
     record.m_left_out_scans[NumberOf<std::int32_t>(key, "scan number")] = value;
+  else if (kind == kSource)
+    record.m_source[std::move(key)] = value;
+  else if (kind == kOutput)
+    record.m_output_bytes[std::move(key)] = CountOf(value);
   else if (kind == kCalibration)
     record.m_calibration[std::move(key)] = value;
   else

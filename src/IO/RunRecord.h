@@ -8,7 +8,7 @@
 // Not here: when a record is written and what is in it.
 //
 // Text: one entry a line, three fields separated by tabs: kind ("setting", "count", "width",
-// "left_out", "left_out_scan" or "calibration"), key, value. Other lines that hold no tab are for people and are
+// "left_out", "left_out_scan", "calibration", "source" or "output"), key, value. Other lines that hold no tab are for people and are
 // passed over; other kinds are passed over too, so that a newer program may add some. A key that
 // repeats counts once, the last.
 #pragma once
@@ -28,6 +28,8 @@ struct RunRecord {
   std::map<std::string, std::int64_t> m_widths;    // declared full width to number of MS2 scans
   std::map<std::string, std::int64_t> m_left_out;  // reason to number of MS2 scans
   std::map<std::int32_t, std::string> m_left_out_scans;  // scan number to reason; not of all scans
+  std::map<std::string, std::string> m_source;         // the file that was extracted: see SourceOf
+  std::map<std::string, std::int64_t> m_output_bytes;  // ending of an extracted file to its size
   std::map<std::string, std::string> m_calibration;  // of the outputs, by what comes after the run
 
   /// A count; nothing when the record does not say.
@@ -63,6 +65,10 @@ inline constexpr const char* kActivationVariable = "TARVEK_ACTIVATION";
 inline constexpr std::string_view kSettingJoint = "joint";
 inline constexpr const char* kJointVariable = "TARVEK_JOINT";
 
+/// Around the base name the first line of the marker of an extraction.
+inline constexpr std::string_view kMarkerStart = "All spectra of ";
+inline constexpr std::string_view kMarkerEnd = " were extracted.";
+
 /// Key of m_widths for scans that declare none; the others are the width with two decimals.
 inline constexpr std::string_view kWidthNotDeclared = "not declared";
 
@@ -71,6 +77,10 @@ inline constexpr std::size_t kMaxLeftOutScans = 10'000;
 
 /// What the name of the record of a run ends in, after the base name.
 inline constexpr std::string_view kRunRecordEnding = ".tarvek";
+
+/// What m_source says of the file at path: its name without the folder, its size, and when it was
+/// changed last. Empty when path leads to no file.
+std::map<std::string, std::string> SourceOf(const std::string& path);
 
 /// The entries of record as text, each kind by ascending key. Tabs and line ends in keys and values
 /// become blanks.

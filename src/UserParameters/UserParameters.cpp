@@ -49,7 +49,6 @@ constexpr std::array<KeyField, 20> kFields = {{
     {"outputpath", &UserParameters::m_outputpath},
 }};
 
-constexpr const char* kChargeRangeKey = "charge_range";
 constexpr const char* kDataNumberKey = "datanum";
 constexpr const char* kDataPathKey = "datapath";
 

@@ -21,6 +21,7 @@ namespace tarvek {
 using ParameterTable = std::map<std::string, std::string>;
 
 inline constexpr const char* kDefaultIpvFile = "IPV.txt";
+inline constexpr const char* kChargeRangeKey = "charge_range";
 
 struct UserParameters {
   // Settings: the keys that ApplyParameterTable knows, with their defaults.

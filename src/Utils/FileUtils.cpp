@@ -12,15 +12,22 @@ File OpenFile(const std::string& path, std::string_view mode, const std::string&
   return file;
 }
 
-FileLock LockFile(const std::string& path) {
+FileLock LockFile(const std::string& path) { return LockFileFor(path, path); }
+
+FileLock LockFileFor(const std::string& output, const std::string& path) {
   FileLock lock = FileLock::Take(path);
   if (lock.IsHeldElsewhere())
-    throw "Another run is writing " + path +
+    throw "Another run is writing " + output +
         ". Wait until it has ended, or choose another output directory.";
   return lock;
 }
 
-bool FileExists(const std::string& path) { return File::Open(path, "r").IsOpen(); }
+bool FileExists(const std::string& path) { return StateAt(path) == FileState::kReadable; }
+
+bool IsThere(const std::string& path) {
+  const FileState state = StateAt(path);
+  return state == FileState::kReadable || state == FileState::kUnreadable;
+}
 
 bool PathExists(const std::string& path) { return FileExists(path) || IsDirectory(path); }
 
@@ -72,11 +79,15 @@ void MakeDirectory(std::string_view path) {
 }
 
 void RemoveFile(const std::string& path) {
-  if (FileExists(path) && !DeleteFileAt(path)) throw "Cannot delete file: " + path;
+  if (!DeleteFileAt(path) && IsThere(path)) throw "Cannot delete file: " + path;
 }
 
 void RenameFile(const std::string& from, const std::string& to) {
   if (!RenameFileAt(from, to)) throw "Cannot rename file: " + from;
+}
+
+void SyncFolderOf(const std::string& path) {
+  if (!SyncDirectory(FolderOf(path))) throw "Cannot store the names of files in " + FolderOf(path);
 }
 
 void RewindFile(const std::string& name, File& file) {

@@ -24,8 +24,15 @@ File OpenFile(const std::string& path, std::string_view mode, const std::string&
 /// nothing where locks are not to be had. Throws "Another run is writing " + path + advice.
 FileLock LockFile(const std::string& path);
 
+/// The same for an output that is written as path until it is complete: the message names output.
+FileLock LockFileFor(const std::string& output, const std::string& path);
+
 /// Whether path can be opened for reading; false for a directory.
 bool FileExists(const std::string& path);
+
+/// Whether there is a file at path, readable or not; true also where the system does not let us look. For
+/// what is read next, so that its reader says why it cannot.
+bool IsThere(const std::string& path);
 
 /// Whether path is a file that can be read or a directory that can be listed.
 bool PathExists(const std::string& path);
@@ -52,11 +59,15 @@ std::string WithoutTrailingSeparators(std::string_view path);
 /// separators. Throws "Can not make the directory: " + path.
 void MakeDirectory(std::string_view path);
 
-/// Deletes path when FileExists(path). Throws "Cannot delete file: " + path.
+/// Deletes path when it is there and no directory, readable or not. Throws "Cannot delete file: " + path.
 void RemoveFile(const std::string& path);
 
 /// Renames a file, replacing an existing one. Throws "Cannot rename file: " + from.
 void RenameFile(const std::string& from, const std::string& to);
+
+/// Has the system store the name of path, and the others in its folder: SyncDirectory. Throws "Cannot
+/// store the names of files in " + folder.
+void SyncFolderOf(const std::string& path);
 
 /// Moves an open file to its first byte. Throws "Cannot relocate to 0 in " + name.
 void RewindFile(const std::string& name, File& file);

@@ -34,6 +34,11 @@ void OutputFile::OverwriteStart(std::string_view bytes) {
   if (!m_file.Write(bytes)) Fail();
 }
 
+void OutputFile::Sync() {
+  Flush();
+  if (!m_file.Sync()) Fail();
+}
+
 void OutputFile::Close() {
   if (!m_file.IsOpen()) return;
   Flush();

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -30,10 +31,16 @@ class OutputFile {
   /// empty and so was the file: that only tells whether the start can be reached.
   void OverwriteStart(std::string_view bytes);
 
+  /// Flushes and has the system store the bytes: File::Sync.
+  void Sync();
+
   /// Flushes and closes. Closing twice is harmless.
   void Close();
 
   [[nodiscard]] bool IsOpen() const noexcept { return m_file.IsOpen(); }
+
+  /// As File has it.
+  [[nodiscard]] std::optional<FileIdentity> Identity() const noexcept { return m_file.Identity(); }
 
   /// Bytes written so far, those still collected included.
   [[nodiscard]] std::int64_t PositionBytes() const noexcept {

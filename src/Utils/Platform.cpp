@@ -32,6 +32,11 @@ File& File::operator=(File&& other) noexcept {
 
 File::~File() { static_cast<void>(Close()); }
 
+bool SyncsFiles() {
+  const std::string value = EnvironmentVariable(kNoSyncVariable).value_or("");
+  return value.empty() || value == "0";
+}
+
 // Between opening and locking, the holder before us may have moved the file to its final name, and
 // we would hold that one. Then the path is tried again, but not for ever: there are file systems
 // that never say that two names are of one file.

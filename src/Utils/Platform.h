@@ -19,8 +19,9 @@
 
 namespace tarvek {
 
-/// Calls body with the program's arguments in UTF-8 and with standard streams that pass every byte
-/// unchanged; returns what body returns. The first thing that a main function does.
+/// Calls body with the program's arguments in UTF-8, with standard streams that are open and pass every
+/// byte unchanged (ConnectStandardStreams), and without signals for failing writes (IgnoreWriteSignals);
+/// returns what body returns. The one thing that a main function does.
 int CallMain(int argc, const char* const* argv, int (*body)(int, const char* const*));
 
 /// The value of an environment variable, nothing when there is none of this name.
@@ -43,6 +44,31 @@ extern const bool kFileNamesIgnoreCase;
 
 /// What stands between the directories of the environment variable PATH.
 extern const std::string_view kSearchPathSeparator;
+
+/// Which file of the system it is, by whatever name: equal for one file, different for two that are
+/// there at the same time.
+struct FileIdentity {
+  std::uint64_t m_device = 0;
+  std::uint64_t m_file = 0;
+  bool operator==(const FileIdentity&) const = default;
+};
+
+/// The identity of the regular file that path leads to; nothing without one, or when the system cannot
+/// tell.
+std::optional<FileIdentity> IdentityAt(const std::string& path);
+
+/// Size and time of the last change of a regular file.
+struct FileStamp {
+  std::int64_t m_bytes = 0;
+  std::int64_t m_modified_ns = 0;  // since the beginning of 1970, UTC
+};
+
+/// Of the file that path leads to; nothing without a regular one.
+std::optional<FileStamp> StampAt(const std::string& path);
+
+/// What a path leads to. kUnreadable: there is something, or the system does not let us look.
+enum class FileState { kAbsent, kDirectory, kUnreadable, kReadable };
+FileState StateAt(const std::string& path);
 
 /// An open file, moved but not copied. Bytes pass unchanged on every system: there is no text mode.
 class File {
@@ -72,6 +98,13 @@ class File {
 
   /// Size in bytes; 0 when it has none, as a pipe.
   [[nodiscard]] std::int64_t SizeBytes() const noexcept;
+
+  /// As IdentityAt.
+  [[nodiscard]] std::optional<FileIdentity> Identity() const noexcept;
+
+  /// Has the system store what was written, so that it outlives a power failure; false when that
+  /// failed. True also for what cannot be stored, as a pipe, and where kNoSyncVariable is set.
+  [[nodiscard]] bool Sync() noexcept;
 
   /// Closes; false when the system reports that something was not written. Closing twice is
   /// harmless.
@@ -109,6 +142,14 @@ class FileLock {
   File m_file;
   bool m_is_held_elsewhere = false;
 };
+
+/// Set to anything but "" or "0" it leaves storing to the system: for disks that hold scratch data.
+inline constexpr const char* kNoSyncVariable = "TARVEK_NO_SYNC";
+bool SyncsFiles();
+
+/// Has the system store the names in a directory, as File::Sync does with bytes. True also where a
+/// directory cannot be stored on its own.
+[[nodiscard]] bool SyncDirectory(const std::string& path) noexcept;
 
 /// True when path can be opened as a directory for listing.
 bool IsDirectory(const std::string& path);

@@ -33,11 +33,18 @@ int OpenFlags(std::string_view mode) {
   }
 }
 
-// Whether path still leads to the open file: another holder may have renamed or deleted it.
-bool IsFileAt(const std::string& path, const struct stat& open_file) {
-  struct stat named {};
-  return ::stat(path.c_str(), &named) == 0 && named.st_dev == open_file.st_dev &&
-         named.st_ino == open_file.st_ino;
+std::optional<FileIdentity> IdentityOf(const struct stat& file) {
+  if (!S_ISREG(file.st_mode)) return std::nullopt;
+  return FileIdentity{file.st_dev, file.st_ino};
+}
+
+// fsync says so of what has no place where it could be stored.
+bool CannotBeStored(int error) { return error == EINVAL || error == ENOTSUP || error == EROFS; }
+
+bool SyncDescriptor(int descriptor) noexcept {
+  while (::fsync(descriptor) != 0)
+    if (errno != EINTR) return CannotBeStored(errno);
+  return true;
 }
 
 // 0, or the reason why the lock could not be had.
@@ -128,6 +135,8 @@ const std::string_view kProgramEnding;
 
 // Arguments are bytes here, UTF-8 wherever the user's locale is.
 int CallMain(int argc, const char* const* argv, int (*body)(int, const char* const*)) {
+  ConnectStandardStreams();
+  IgnoreWriteSignals();
   return body(argc, argv);
 }
 
@@ -188,6 +197,46 @@ std::int64_t File::SizeBytes() const noexcept {
   return ::fstat(m_descriptor, &status) == 0 && S_ISREG(status.st_mode) ? status.st_size : 0;
 }
 
+std::optional<FileIdentity> File::Identity() const noexcept {
+  struct stat status {};
+  return ::fstat(m_descriptor, &status) == 0 ? IdentityOf(status) : std::nullopt;
+}
+
+bool File::Sync() noexcept { return !SyncsFiles() || SyncDescriptor(m_descriptor); }
+
+std::optional<FileIdentity> IdentityAt(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 ? IdentityOf(status) : std::nullopt;
+}
+
+std::optional<FileStamp> StampAt(const std::string& path) {
+  constexpr std::int64_t kNanoseconds = 1'000'000'000;
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return std::nullopt;
+  return FileStamp{status.st_size, status.st_mtim.tv_sec * kNanoseconds + status.st_mtim.tv_nsec};
+}
+
+// A pipe is not opened: that would wait for somebody who writes into it.
+FileState StateAt(const std::string& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) {
+    const bool is_absent = errno == ENOENT || errno == ENOTDIR || errno == ENAMETOOLONG;
+    return is_absent ? FileState::kAbsent : FileState::kUnreadable;
+  }
+  if (S_ISDIR(status.st_mode)) return FileState::kDirectory;
+  if (!S_ISREG(status.st_mode)) return FileState::kReadable;
+  return File::Open(path, "r").IsOpen() ? FileState::kReadable : FileState::kUnreadable;
+}
+
+bool SyncDirectory(const std::string& path) noexcept {
+  if (!SyncsFiles()) return true;
+  const int descriptor = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor < 0) return errno == EACCES;  // one may be let write without being let read
+  const bool is_stored = SyncDescriptor(descriptor);
+  ::close(descriptor);
+  return is_stored;
+}
+
 bool File::Close() noexcept {
   if (!IsOpen()) return true;
   return ::close(std::exchange(m_descriptor, -1)) == 0;
@@ -200,7 +249,9 @@ std::optional<FileLock> FileLock::TryTake(const std::string& path) {
   if (!lock.IsHeld() || ::fstat(lock.m_file.m_descriptor, &status) != 0 || !S_ISREG(status.st_mode))
     return FileLock();
   const int reason = TryLock(lock.m_file.m_descriptor);
-  if (reason == 0) return IsFileAt(path, status) ? std::optional(std::move(lock)) : std::nullopt;
+  // Another holder may have renamed or deleted it.
+  if (reason == 0)
+    return IdentityAt(path) == IdentityOf(status) ? std::optional(std::move(lock)) : std::nullopt;
   FileLock none;
   none.m_is_held_elsewhere = reason == EWOULDBLOCK;
   return none;

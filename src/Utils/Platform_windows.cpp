@@ -115,18 +115,14 @@ HANDLE OpenBesideOthers(const std::string& path, DWORD access, DWORD disposition
                        disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
 }
 
-// Whether path still leads to the open file: another holder may have renamed or deleted it.
-bool IsFileAt(const std::string& path, HANDLE open_file) {
-  HANDLE const named = OpenBesideOthers(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING);
-  if (named == INVALID_HANDLE_VALUE) return false;
-  const Handle owner(named);
-  BY_HANDLE_FILE_INFORMATION one{};
-  BY_HANDLE_FILE_INFORMATION other{};
-  return ::GetFileInformationByHandle(named, &one) != 0 &&
-         ::GetFileInformationByHandle(open_file, &other) != 0 &&
-         one.dwVolumeSerialNumber == other.dwVolumeSerialNumber &&
-         one.nFileIndexHigh == other.nFileIndexHigh && one.nFileIndexLow == other.nFileIndexLow;
+std::optional<FileIdentity> IdentityOf(HANDLE file) {
+  BY_HANDLE_FILE_INFORMATION found{};
+  if (::GetFileInformationByHandle(file, &found) == 0) return std::nullopt;
+  return FileIdentity{found.dwVolumeSerialNumber,
+                      std::uint64_t{found.nFileIndexHigh} << 32 | found.nFileIndexLow};
 }
+
+HANDLE HandleOf(int descriptor) { return reinterpret_cast<HANDLE>(::_get_osfhandle(descriptor)); }
 
 // ERROR_SUCCESS, or the reason why the lock could not be had. Locks keep others from the bytes they
 // lie on; this one lies where no file has any.
@@ -368,6 +364,8 @@ int CallMain(int argc, const char* const* argv, int (*body)(int, const char* con
   for (std::FILE* const stream : {stdin, stdout, stderr})
     static_cast<void>(::_setmode(::_fileno(stream), _O_BINARY));
   const Utf8Console console;
+  ConnectStandardStreams();
+  IgnoreWriteSignals();
   return body(static_cast<int>(arguments.size()), pointers.data());
 }
 
@@ -431,6 +429,59 @@ std::int64_t File::SizeBytes() const noexcept {
   return has_size ? status.st_size : 0;
 }
 
+std::optional<FileIdentity> File::Identity() const noexcept {
+  HANDLE const file = HandleOf(m_descriptor);
+  if (!IsOpen() || ::GetFileType(file) != FILE_TYPE_DISK) return std::nullopt;
+  return IdentityOf(file);
+}
+
+bool File::Sync() noexcept {
+  if (!SyncsFiles() || !IsOpen()) return true;
+  HANDLE const file = HandleOf(m_descriptor);
+  if (::GetFileType(file) != FILE_TYPE_DISK || ::FlushFileBuffers(file) != 0) return true;
+  const DWORD error = ::GetLastError();
+  return error == ERROR_INVALID_FUNCTION || error == ERROR_NOT_SUPPORTED;
+}
+
+std::optional<FileIdentity> IdentityAt(const std::string& path) {
+  HANDLE const file = OpenBesideOthers(path, FILE_READ_ATTRIBUTES, OPEN_EXISTING);
+  if (file == INVALID_HANDLE_VALUE) return std::nullopt;
+  const Handle owner(file);
+  if (::GetFileType(file) != FILE_TYPE_DISK) return std::nullopt;
+  return IdentityOf(file);
+}
+
+std::optional<FileStamp> StampAt(const std::string& path) {
+  constexpr std::int64_t kFrom1601To1970 = 116'444'736'000'000'000;  // in units of 100 ns
+  WIN32_FILE_ATTRIBUTE_DATA found{};
+  if (::GetFileAttributesExW(SystemPath(path).c_str(), GetFileExInfoStandard, &found) == 0 ||
+      (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0)
+    return std::nullopt;
+  const auto joined = [](DWORD high, DWORD low) {
+    return static_cast<std::int64_t>(std::uint64_t{high} << 32 | low);
+  };
+  return FileStamp{
+      joined(found.nFileSizeHigh, found.nFileSizeLow),
+      (joined(found.ftLastWriteTime.dwHighDateTime, found.ftLastWriteTime.dwLowDateTime) -
+       kFrom1601To1970) *
+          100};
+}
+
+FileState StateAt(const std::string& path) {
+  const DWORD attributes = ::GetFileAttributesW(SystemPath(path).c_str());
+  if (attributes == INVALID_FILE_ATTRIBUTES) {
+    const DWORD error = ::GetLastError();
+    const bool is_absent = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND ||
+                           error == ERROR_INVALID_NAME || error == ERROR_BAD_NETPATH;
+    return is_absent ? FileState::kAbsent : FileState::kUnreadable;
+  }
+  if ((attributes & FILE_ATTRIBUTE_DIRECTORY) != 0) return FileState::kDirectory;
+  return File::Open(path, "r").IsOpen() ? FileState::kReadable : FileState::kUnreadable;
+}
+
+// Names are stored with the bytes here, and a directory cannot be flushed by its user.
+bool SyncDirectory(const std::string& /*path*/) noexcept { return true; }
+
 bool File::Close() noexcept {
   if (!IsOpen()) return true;
   return ::_close(std::exchange(m_descriptor, -1)) == 0;
@@ -442,7 +493,9 @@ std::optional<FileLock> FileLock::TryTake(const std::string& path) {
   Handle owner(file);
   if (::GetFileType(file) != FILE_TYPE_DISK) return FileLock();
   const DWORD reason = TryLock(file);
-  if (reason == ERROR_SUCCESS && !IsFileAt(path, file)) return std::nullopt;
+  // Another holder may have renamed or deleted it.
+  if (reason == ERROR_SUCCESS && (!IdentityOf(file) || IdentityAt(path) != IdentityOf(file)))
+    return std::nullopt;
   FileLock lock;
   lock.m_is_held_elsewhere = reason == ERROR_LOCK_VIOLATION || reason == ERROR_IO_PENDING;
   if (reason == ERROR_SUCCESS) lock.m_file.m_descriptor = DescriptorFor(owner.release());

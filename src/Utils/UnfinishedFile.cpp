@@ -12,7 +12,10 @@ UnfinishedFile::UnfinishedFile(std::string path, const std::string& kind,
       m_naming(form.m_naming),
       m_lock(form.m_is_locked ? LockFile(TemporaryPath()) : FileLock()),
       m_file(std::in_place, TemporaryPath(), form.m_mode, kind),
-      m_is_kept(form.m_is_kept || form.m_naming == Naming::kAtOnce) {}
+      m_is_kept(form.m_is_kept || form.m_naming == Naming::kAtOnce) {
+  // Where the system does not know its own file by its name, nothing can be told of it later.
+  if (m_file->Identity() == IdentityAt(TemporaryPath())) m_identity = m_file->Identity();
+}
 
 UnfinishedFile::~UnfinishedFile() {
   m_file.reset();
@@ -21,13 +24,24 @@ UnfinishedFile::~UnfinishedFile() {
 
 void UnfinishedFile::Close() {
   if (!m_file) return;
+  m_file->Sync();
+  CheckName();
   m_file->Close();
   m_file.reset();
 }
 
+void UnfinishedFile::CheckName() const {
+  if (m_identity && IdentityAt(TemporaryPath()) != m_identity)
+    throw "Cannot finish " + m_path + ": " + TemporaryPath() +
+        " was removed or replaced while it was written.";
+}
+
 void UnfinishedFile::TakeName() {
   Close();
-  if (m_naming == Naming::kWhenComplete) RenameFile(TemporaryPath(), m_path);
+  if (m_naming == Naming::kWhenComplete) {
+    CheckName();
+    RenameFile(TemporaryPath(), m_path);
+  }
   m_is_kept = true;
 }
 

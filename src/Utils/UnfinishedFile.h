@@ -1,9 +1,11 @@
 // Utils/UnfinishedFile.h: a file that gets its name when it is complete.
-// Does:     writes under a temporary name beside the final one, renames at the end, and removes what
-//           did not come that far; on request keeps that, or locks the temporary file.
+// Does:     writes under a temporary name beside the final one, has the system store the bytes, renames
+//           at the end, and removes what did not come that far; on request keeps that, or locks the
+//           temporary file.
 // Owns:     the open file, the lock.
-// Throws:   a std::string: what OutputFile throws, "Cannot rename file: " + temporary path, or, of a
-//           locked one, "Another run is writing ..." while another holder has it. The destructor
+// Throws:   a std::string: what OutputFile throws, "Cannot rename file: " + temporary path, "Cannot
+//           finish ..." when the path leads to another file than the one written, or, of a locked one,
+//           "Another run is writing ..." while another holder has it. The destructor
 //           removes the temporary file when it can and throws nothing, so that the error that led
 //           there stays the one that is told.
 // Not here: which of several files is named last.
@@ -52,18 +54,21 @@ class UnfinishedFile {
     return m_naming == Naming::kAtOnce ? m_path : UnfinishedPathOf(m_path);
   }
 
-  /// Writes what is left and gives the memory back. Closing twice is harmless.
+  /// Writes and stores what is left and gives the memory back. Closing twice is harmless.
   void Close();
 
   /// Closes the file and gives it its name, replacing an existing one.
   void TakeName();
 
  private:
+  void CheckName() const;
+
   std::string m_path;
   Naming m_naming;
   FileLock m_lock;
   std::optional<OutputFile> m_file;  // closed before it is renamed or deleted, as Windows needs it
   bool m_is_kept;                    // or has its name
+  std::optional<FileIdentity> m_identity;  // nothing for what is no regular file
 };
 
 /// Writes a small file in one go: path is complete, or as it was before.

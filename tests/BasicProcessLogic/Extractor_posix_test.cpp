@@ -2,12 +2,16 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <filesystem>
 #include <string>
 
 #include "Extractor.h"
+#include "FileUtils.h"
+#include "Platform.h"
 #include "ProcessTestSupport.h"
 #include "RunDriver.h"
+#include "RunRecord.h"
 #include "TestSupport.h"
 
 namespace tarvek {
@@ -73,6 +77,43 @@ TEST_F(ExtractorTest, IsLookedForInTheCurrentDirectoryWhenThereIsNone) {
 TEST_F(ExtractorTest, IsLookedForInTheCurrentDirectoryWhenThePlaceOfTheProgramIsUnknown) {
   EXPECT_EQ(ExtractorProgram("morvex_raw.exe", ""), "./morvex_raw.exe");
 }
+TEST_F(ExtractorTest, OfTheCurrentDirectoryIsNamedInOneWarning) {
+  PlaceExtractor("morvex_raw.exe", "echo done > out/a.morvex\n");
+  EXPECT_EQ(Extract(), kNothingThrown);
+  EXPECT_EQ(m_text.m_err, "[Tarvek] <WARN> - Uses the extractor " +
+                              (fs::current_path() / "morvex_raw.exe").string() +
+                              ", which is not the installed one.\n");
+  fs::remove("out/a.morvex");
+  EXPECT_EQ(Extract(), kNothingThrown);
+  EXPECT_EQ(m_text.m_err, "");
+}
+/// The environment names the folder of the extractors as long as it lives.
+class NamedExtractors {
+ public:
+  explicit NamedExtractors(const std::string& folder) {
+    EXPECT_TRUE(SetEnvironment(kExtractorsVariable, folder));
+  }
+  ~NamedExtractors() { EXPECT_TRUE(SetEnvironment(kExtractorsVariable, "")); }
+};
+
+TEST_F(ExtractorTest, IsTheOneOfTheFolderThatTheEnvironmentNames) {
+  PlaceExtractor("morvex_raw.exe", "");
+  fs::create_directory("my tools");
+  PlaceExtractor("my tools/morvex_raw.exe", "echo done > out/a.morvex\n");
+  const NamedExtractors named("my tools");
+  EXPECT_EQ(ChosenExtractor(m_parameters), "\"my tools/morvex_raw.exe\"");
+  EXPECT_EQ(Extract(), kNothingThrown);
+  EXPECT_EQ(m_text.m_err, "");
+  EXPECT_THAT(m_text.m_out, HasSubstr("[Tarvek] <INFO> - Uses the extractor " +
+                                      (fs::current_path() / "my tools/morvex_raw.exe").string() +
+                                      ", which is not the installed one.\n"));
+}
+TEST_F(ExtractorTest, IsTheInstalledOneWhenTheEnvironmentWantsThat) {
+  PlaceExtractor("morvex_raw.exe", "");
+  const NamedExtractors named("installed");
+  EXPECT_EQ(ChosenExtractor(m_parameters),
+            "\"" + JoinPath({ExecutableDirectory(), "../libexec/tarvek/morvex_raw.exe"}) + "\"");
+}
 TEST_F(ExtractorTest, IsNotRunInVainWhenATableAppearsMeanwhile) {
   PlaceExtractor("morvex_raw.exe",
                  "cp in/a.ms1 in/a.ms2 out; : > out/a.morvex; echo of nobody > out/a.csv\n");
@@ -102,10 +143,65 @@ TEST_F(ExtractorTest, GetsTheNameOfEveryFileUnchanged) {
   }
 }
 TEST_F(ExtractorTest, IsNotRunWhenItsMarkerIsThere) {
-  WriteFile("out/a.morvex", "");
+  WriteFile("out/a.morvex", "done");
   EXPECT_EQ(Extract(), kNothingThrown);
   EXPECT_EQ(m_text.m_out,
             "[Tarvek] <INFO> - a.raw has existed results, skipping morvex process...\n");
+}
+constexpr const char* kMarkerLine = "All spectra of a were extracted.\n";
+
+/// What a marker says of the file at path as it is now.
+std::string SourceLines(const std::string& path) {
+  std::string lines;
+  for (const auto& [key, value] : SourceOf(path)) lines += "source\t" + key + "\t" + value + "\n";
+  return lines;
+}
+
+TEST_F(ExtractorTest, IsRunBesideAMarkerThatDoesNotCount) {
+  PlaceExtractor("morvex_raw.exe", "[ -e out/a.morvex ] || echo again > out/a.morvex\n");
+  const auto expect_again = [&](const std::string& marker, const std::string& why) {
+    SCOPED_TRACE(why);
+    WriteFile("out/a.morvex", marker);
+    EXPECT_EQ(Extract(), kNothingThrown);
+    EXPECT_EQ(test::ReadFile("out/a.morvex"), "again\n");
+    EXPECT_THAT(m_text.m_out,
+                HasSubstr("[Tarvek] <INFO> - a.raw is extracted anew: " + why + ".\n"));
+  };
+  expect_again("", "out/a.morvex is empty");
+  expect_again(std::string(100, '\0'), "out/a.morvex is damaged");
+  expect_again("All spectra of a wer", "out/a.morvex is damaged");
+  expect_again("All spectra of a were extracted.", "out/a.morvex is damaged");
+  WriteFile("out/a.ms1", "");
+  expect_again(kMarkerLine, "out/a.ms1 is empty");
+  WriteFile("out/a.ms1", "123");
+  expect_again(std::string(kMarkerLine) + "output\t.ms1\t4\n",
+               "out/a.ms1 has 3 bytes and not the 4 that were written");
+}
+TEST_F(ExtractorTest, IsRunBesideAMarkerOfAnotherFileOfTheSameName) {
+  PlaceExtractor("morvex_raw.exe", "echo again > out/a.morvex\n");
+  const auto is_run_after = [&](const auto& change) {
+    WriteFile("a.raw", "x");
+    const auto time = fs::last_write_time("a.raw");
+    WriteFile("out/a.morvex", kMarkerLine + SourceLines("a.raw"));
+    change(time);
+    EXPECT_EQ(Extract(), kNothingThrown);
+    return test::ReadFile("out/a.morvex") == "again\n";
+  };
+  EXPECT_FALSE(is_run_after([](auto) {}));
+  EXPECT_TRUE(is_run_after([](auto time) {
+    WriteFile("a.raw", "longer");
+    fs::last_write_time("a.raw", time);
+  }));
+  EXPECT_TRUE(is_run_after(
+      [](auto time) { fs::last_write_time("a.raw", time + std::chrono::milliseconds(5)); }));
+  EXPECT_THAT(m_text.m_out, HasSubstr("a.raw is extracted anew: out/a.morvex is of another file of "
+                                      "this name, or of an earlier state of it.\n"));
+}
+TEST_F(ExtractorTest, IsNotRunBesideSpectraOfTheSizesThatItsMarkerSays) {
+  WriteFile("out/a.ms1", "123");
+  WriteFile("out/a.morvex", std::string(kMarkerLine) + "output\t.ms1\t3\noutput\t.ms2\t9\n");
+  EXPECT_EQ(Extract(), kNothingThrown);  // .ms2 is gone, which its reader says
+  EXPECT_THAT(m_text.m_out, HasSubstr("skipping morvex process..."));
 }
 TEST_F(ExtractorTest, IsRunBesideItsMarkerWhenFilesAreRewritten) {
   WriteFile("out/a.morvex", "");

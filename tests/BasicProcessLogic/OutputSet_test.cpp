@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "PrecursorTable.h"
 #include "ProcessTestSupport.h"
 #include "TestSupport.h"
 
@@ -21,6 +22,8 @@ using test::HcdScan;
 using test::ReadFile;
 using test::TemporaryDirectory;
 using test::WriteFile;
+
+const std::string kTable(kPrecursorTableHeader);
 
 class OutputSetTest : public testing::Test {
  protected:
@@ -148,27 +151,35 @@ TEST_F(OutputSetTest, SkipsNothingWithoutAFinishedTable) {
   EXPECT_FALSE(SkipsFinished(m_parameters));
 }
 TEST_F(OutputSetTest, SkipsAnInputWithAFinishedTable) {
-  WriteFile(m_directory / "run.csv", "old");
+  WriteFile(m_directory / "run.csv", kTable);
   bool skips = false;
   const std::string out = CaptureConsole([&] { skips = SkipsFinished(m_parameters); }).m_out;
   EXPECT_TRUE(skips);
   EXPECT_EQ(out, "[Tarvek] <INFO> - /elsewhere/run.ms1 has existed results, skipping...\n");
 }
+TEST_F(OutputSetTest, ClaimsWhatHasNoWholeTableAndSaysWhy) {
+  WriteFile(m_directory / "run.csv", "");
+  const std::string out =
+      CaptureConsole([&] { EXPECT_TRUE(ClaimUnlessFinished(m_parameters)); }).m_err;
+  EXPECT_EQ(out,
+            "[Tarvek] <WARN> - " + (m_directory / "run.csv") +
+                " is no finished table: it is empty. /elsewhere/run.ms1 is processed again.\n");
+}
 TEST_F(OutputSetTest, DeletesAnEmptyTemporaryTableBesideAFinishedOne) {
-  WriteFile(m_directory / "run.csv", "old");
+  WriteFile(m_directory / "run.csv", kTable);
   WriteFile(m_directory / "run.csv_unfinished", "");
   CaptureConsole([&] { EXPECT_TRUE(SkipsFinished(m_parameters)); });
   EXPECT_FALSE(Exists("run.csv_unfinished"));
   EXPECT_TRUE(Exists("run.csv"));
 }
 TEST_F(OutputSetTest, LeavesAnEmptyTemporaryTableThatIsClaimed) {
-  WriteFile(m_directory / "run.csv", "old");
+  WriteFile(m_directory / "run.csv", kTable);
   const OutputClaim claim(m_parameters);
   CaptureConsole([&] { EXPECT_TRUE(SkipsFinished(m_parameters)); });
   EXPECT_TRUE(Exists("run.csv_unfinished"));
 }
 TEST_F(OutputSetTest, DeletesWhatAKilledRunLeftBesideAFinishedTable) {
-  WriteFile(m_directory / "run.csv", "old");
+  WriteFile(m_directory / "run.csv", kTable);
   for (const char* const name : {"run.csv", "run.pf1", "run_HCDFT.mgf", "run_ETDITMS.pf2idx",
                                  "run.precursors.tsv", "run.morvex", "run.ms1"})
     WriteFile(m_directory / (std::string(name) + "_unfinished"), "partial");
@@ -176,7 +187,7 @@ TEST_F(OutputSetTest, DeletesWhatAKilledRunLeftBesideAFinishedTable) {
   EXPECT_EQ(Names(), std::vector<std::string>{"run.csv"});
 }
 TEST_F(OutputSetTest, LeavesTheFilesOfARunThatGoesOn) {
-  WriteFile(m_directory / "run.csv", "old");
+  WriteFile(m_directory / "run.csv", kTable);
   const OutputClaim claim(m_parameters);
   WriteFile(m_directory / "run.pf1_unfinished", "partial");
   CaptureConsole([&] { EXPECT_TRUE(SkipsFinished(m_parameters)); });
@@ -218,7 +229,7 @@ TEST_F(OutputSetTest, IsClaimedWhenItIsNotFinished) {
   EXPECT_FALSE(Exists("run.csv_unfinished"));
 }
 TEST_F(OutputSetTest, IsNotClaimedWhenItIsFinished) {
-  WriteFile(m_directory / "run.csv", "old");
+  WriteFile(m_directory / "run.csv", kTable);
   CaptureConsole([&] { EXPECT_FALSE(ClaimUnlessFinished(m_parameters)); });
   EXPECT_FALSE(Exists("run.csv_unfinished"));
 }
@@ -228,7 +239,7 @@ TEST_F(OutputSetTest, IsClaimedOnceWhenTheClaimIsMoved) {
   EXPECT_THROW(OutputClaim other(m_parameters), std::string);
 }
 TEST_F(OutputSetTest, SkipsNothingWhenFilesAreRewritten) {
-  WriteFile(m_directory / "run.csv", "old");
+  WriteFile(m_directory / "run.csv", kTable);
   m_parameters.m_rewrite_files = true;
   EXPECT_FALSE(SkipsFinished(m_parameters));
 }

@@ -6,8 +6,10 @@
 #include <algorithm>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "PrecursorTable.h"
 #include "ProcessTestSupport.h"
 #include "TestSupport.h"
 
@@ -33,8 +35,8 @@ class RunDriver : public testing::Test {
   [[nodiscard]] bool Exists(const std::string& name) const {
     return std::filesystem::exists(m_directory / name);
   }
-  std::string MakeFile(const std::string& name) {
-    WriteFile(m_directory / name, "x\n");
+  std::string MakeFile(const std::string& name, std::string_view content = "x\n") {
+    WriteFile(m_directory / name, std::string(content));
     return m_directory / name;
   }
   std::string MakeFolder(const std::string& name) {
@@ -103,7 +105,12 @@ TEST_F(RunDriver, SaysWhichInstalledTableItUses) {
   };
   EXPECT_EQ(said(), "[Tarvek] <INFO> - Uses the installed isotope table " + installed + "\n");
   parameters.m_ipv_file = "other.txt";
+  EXPECT_EQ(said(), "") << "it is not there";
+  parameters.m_ipv_file = installed;
   EXPECT_EQ(said(), "");
+  parameters.m_ipv_file = MakeFile("other.txt");
+  EXPECT_EQ(said(), "[Tarvek] <INFO> - Uses the isotope table " + parameters.m_ipv_file +
+                        ", which is not the installed one\n");
 }
 TEST_F(RunDriver, KeepsTheDefaultNameWhenNoTableIsInstalled) {
   EXPECT_EQ(IsotopeTablePath("IPV.txt", false, m_directory / "none.txt"), "IPV.txt");
@@ -163,14 +170,14 @@ TEST_F(RunDriver, FailsItsCheckOnAFileOfAnotherFormat) {
   EXPECT_THAT(Run(), testing::EndsWith(", module BasicProcessLogic"));
 }
 TEST_F(RunDriver, SkipsAnMs1FileWithResultsBeforeItOpensAnything) {
-  MakeFile("a.csv");
+  MakeFile("a.csv", kPrecursorTableHeader);
   m_parameters.m_datapaths = {MakeFile("a.ms1")};  // without an MS2 file
   EXPECT_EQ(Run(), kNothingThrown);
   EXPECT_EQ(m_text.m_out,
             "[Tarvek] <INFO> - " + (m_directory / "a.ms1") + " has existed results, skipping...\n");
 }
 TEST_F(RunDriver, SkipsAnInstrumentFileWithResultsBeforeTheExtractor) {
-  MakeFile("a.csv");
+  MakeFile("a.csv", kPrecursorTableHeader);
   m_parameters.m_datapaths = {MakeFile("a.raw")};
   EXPECT_EQ(Run(), kNothingThrown);
   EXPECT_EQ(m_text.m_out,

@@ -182,15 +182,35 @@ TEST(PrecursorCsvWriter, ReportsARenameThatFails) {
   EXPECT_EQ(message, "Cannot rename file: " + (directory / "run.csv_unfinished"));
 }
 
-TEST(PrecursorCsvWriter, ToleratesThatTheTemporaryFileHasGone) {
-  const TemporaryDirectory directory;
+/// What Complete says after change was made to the temporary table in directory.
+template <class Change>
+std::string MessageAfter(const TemporaryDirectory& directory, Change change) {
   std::string message;
   CaptureConsole([&] {
     PrecursorCsvWriter writer(directory / "run.csv", "w+");
-    std::filesystem::remove(directory / "run.csv_unfinished");
+    change(directory / "run.csv_unfinished");
     message = MessageOf([&] { writer.Complete(); });
   });
-  EXPECT_EQ(message, test::kNothingThrown);
+  return message;
+}
+
+TEST(PrecursorCsvWriter, IsNotCompleteWithoutTheFileThatItWrote) {
+  const TemporaryDirectory directory;
+  EXPECT_EQ(MessageAfter(directory, [](const auto& path) { std::filesystem::remove(path); }),
+            "Cannot finish " + (directory / "run.csv") + ": " + (directory / "run.csv_unfinished") +
+                " was removed or replaced while it was written.");
+  EXPECT_FALSE(std::filesystem::exists(directory / "run.csv"));
+}
+
+TEST(PrecursorCsvWriter, GivesItsNameToNoOtherFile) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.csv", "earlier");
+  WriteFile(directory / "planted", "planted");
+  const std::string message = MessageAfter(
+      directory, [&](const auto& path) { std::filesystem::rename(directory / "planted", path); });
+  EXPECT_NE(message, test::kNothingThrown);
+  EXPECT_EQ(ReadFile(directory / "run.csv"), "earlier");
+  EXPECT_EQ(ReadFile(directory / "run.csv_unfinished"), "planted");
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "ChildText.h"
+#include "FileUtils.h"
 #include "Platform.h"
 #include "TestSupport.h"
 
@@ -21,6 +22,24 @@ using test::PiecesOf;
 using test::StatusOf;
 using test::ThroughTheShell;
 using testing::ElementsAre;
+
+// A link to itself is nothing that is absent: the system does not let us look behind it.
+TEST(StateAt, TellsAbsentFromWhatCannotBeReadAndFromDirectories) {
+  const test::TemporaryDirectory directory;
+  test::WriteFile(directory / "file", "");
+  std::filesystem::create_symlink("loop", directory / "loop");
+  EXPECT_EQ(StateAt(directory / "file"), FileState::kReadable);
+  EXPECT_EQ(StateAt(directory / "loop"), FileState::kUnreadable);
+  EXPECT_EQ(StateAt(directory / "none"), FileState::kAbsent);
+  EXPECT_EQ(StateAt(directory.Path()), FileState::kDirectory);
+  EXPECT_TRUE(IsThere(directory / "file"));
+  EXPECT_TRUE(IsThere(directory / "loop"));
+  EXPECT_FALSE(IsThere(directory / "none"));
+  EXPECT_FALSE(IsThere(directory.Path()));
+  EXPECT_FALSE(FileExists(directory / "loop"));
+  RemoveFile(directory / "loop");
+  EXPECT_EQ(StateAt(directory / "loop"), FileState::kAbsent);
+}
 
 TEST(ExecutableDirectory, HoldsThisProgram) {
   ASSERT_NE(ExecutableDirectory(), "");

@@ -88,6 +88,26 @@ TEST(UnfinishedFile, ThatIsLockedKeepsAnotherHolderOutUntilItsEnd) {
   EXPECT_EQ(ReadFile(directory / "a"), "");
 }
 
+TEST(UnfinishedFile, ThatWasRemovedWhileItWasWrittenIsAnError) {
+  const TemporaryDirectory directory;
+  for (const Naming naming : {Naming::kAtOnce, Naming::kWhenComplete}) {
+    UnfinishedFile file(directory / "a", "test", {.m_naming = naming});
+    fs::remove(file.TemporaryPath());
+    EXPECT_EQ(MessageOf([&] { file.Close(); }),
+              "Cannot finish " + directory / "a" + ": " + file.TemporaryPath() +
+                  " was removed or replaced while it was written.");
+  }
+}
+TEST(UnfinishedFile, ThatWasReplacedAfterItsEndIsAnError) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "planted", "planted");
+  UnfinishedFile file(directory / "a", "test");
+  file.Close();
+  fs::rename(directory / "planted", file.TemporaryPath());
+  EXPECT_NE(MessageOf([&] { file.TakeName(); }), test::kNothingThrown);
+  EXPECT_FALSE(fs::exists(directory / "a"));
+}
+
 TEST(WriteWhole, ReplacesAFile) {
   const TemporaryDirectory directory;
   WriteFile(directory / "a", "old");

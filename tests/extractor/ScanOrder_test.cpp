@@ -139,7 +139,7 @@ TEST(ScanOrder, TakesNumbersThatAreTooLargeForPositions) {
               ElementsAre("S\t1\t1", "S\t2\t2"));
 }
 
-/// The lines of the marker after its first.
+/// The lines of the marker after its first, without those of input and outputs, which are at the end.
 std::string Record(const std::vector<TestScan>& scans, std::vector<std::string> arguments = {}) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.mzML", Mzml(scans));
@@ -150,7 +150,8 @@ std::string Record(const std::vector<TestScan>& scans, std::vector<std::string> 
   Extract(options, options.m_input, marker, report);
   const std::string text = ReadFile(directory / "run.morvex");
   const std::string first = "All spectra of run were extracted.\n";
-  return text.starts_with(first) ? text.substr(first.size()) : "no marker";
+  if (!text.starts_with(first)) return "no marker";
+  return text.substr(first.size(), text.find("source\t") - first.size());
 }
 
 TEST(MarkerRecord, CountsSurveysAndWhyFragmentScansWereLeftOut) {
@@ -167,6 +168,25 @@ TEST(MarkerRecord, CountsSurveysAndWhyFragmentScansWereLeftOut) {
             "left_out\tactivation without a word: term 1000250\t1\nleft_out\tempty\t1\n");
 }
 
+TEST(MarkerRecord, NamesTheInputAndTheSizesOfTheOutputs) {
+  const TemporaryDirectory directory;
+  const std::string input = directory / "run.mzML";
+  WriteFile(input, Mzml({Survey(1), Fragment(2)}));
+  // 2001-09-09 01:46:40.5 UTC
+  ASSERT_EQ(std::system(("touch -d @1000000000.5 " + input).c_str()), 0);
+  const std::string bytes = std::to_string(ReadFile(input).size());
+  const ExtractorOptions options = ParseOptions(std::vector{input});
+  Marker marker(options);
+  std::ostringstream report;
+  Extract(options, options.m_input, marker, report);
+  const std::string text = ReadFile(directory / "run.morvex");
+  EXPECT_EQ(text.substr(text.find("source\t")),
+            "source\tbytes\t" + bytes +
+                "\nsource\tmodified_ns\t1000000000500000000\nsource\tname\trun.mzML\n"
+                "output\t.ms1\t" +
+                std::to_string(ReadFile(directory / "run.ms1").size()) + "\noutput\t.ms2\t" +
+                std::to_string(ReadFile(directory / "run.ms2").size()) + "\n");
+}
 TEST(MarkerRecord, CountsOnceWhenTheFileIsReadAgain) {
   EXPECT_EQ(Record({Survey(2), Fragment(3), Survey(1), Fragment(4)}),
             "setting\tintensity\t1\nsetting\tm/z\t5\n"

@@ -397,7 +397,7 @@ def fingerprint(isotopes):
     return f"{value:016x}"
 
 
-def record(ms1, ms2, written, left_out, isotopes, options):
+def record(path, ms1, ms2, written, left_out, isotopes, options):
     """The settings (those without an option here have their defaults) and what was counted."""
     settings = {
         "charge_range": f"{options['charge_min']}t{options['charge_max']}", "check_activationcenter": 1,
@@ -409,7 +409,8 @@ def record(ms1, ms2, written, left_out, isotopes, options):
               "precursors": sum(len(precursors) for _, precursors in written), "surveys": len(ms1)}
     return "".join(f"{kind}\t{key}\t{value}\n"
                    for kind, entries in (("setting", settings), ("count", counts),
-                                         ("left_out", collections.Counter(left_out.values())), ("left_out_scan", left_out))
+                                         ("left_out", collections.Counter(left_out.values())), ("left_out_scan", left_out),
+                                         ("source", {"bytes": path.stat().st_size, "name": path.name}))
                    for key, value in sorted(entries.items()))
 
 
@@ -448,7 +449,7 @@ def main():
     isotopes = read_isotope_table(source / "IPV.txt")
     left_out = {}
     written = list(process(ms1, ms2, isotopes, options, left_out))
-    (out / "run.tarvek").write_text(record(ms1, ms2, written, left_out, isotopes, options), encoding="ascii")
+    (out / "run.tarvek").write_text(record(source / "run.ms1", ms1, ms2, written, left_out, isotopes, options), encoding="ascii")
     (out / "run.csv").write_text(HEADER + "".join(csv_row(*record) for record in written), encoding="ascii")
     write_pf(out / "run.pf1", [(scan, [(scan["rt"], 1)]) for scan in ms1])
     for key in sorted({scan["activation"] + scan["instrument"] for scan, _ in written}):

@@ -18,13 +18,13 @@ namespace tarvek::test {
 inline constexpr const char* kCopyTextPair =
     "cp prepared/run.ms1 \"$out/$base.ms1\"\n"
     "cp prepared/run.ms2 \"$out/$base.ms2\"\n"
-    ": > \"$out/$base.morvex\"\n";
+    "echo done > \"$out/$base.morvex\"\n";
 
 /// The same for the binary pair, whose name keeps the format.
 inline constexpr const char* kCopyBinaryPair =
     "cp prepared/run.msb \"$out/$base.$format.msb\"\n"
     "cp prepared/run.mscsv \"$out/$base.$format.mscsv\"\n"
-    ": > \"$out/$base.morvex\"\n";
+    "echo done > \"$out/$base.morvex\"\n";
 
 /// Lines of a script that say where they are and wait for leave to go on. They wait no longer than
 /// the test's directory is there.

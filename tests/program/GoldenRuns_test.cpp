@@ -23,7 +23,7 @@ class GoldenRuns : public PairTest, public testing::WithParamInterface<GoldenRun
     const std::vector<std::string>& options = GetParam().m_options;
     arguments.insert(arguments.end(), options.begin(), options.end());
     Run(arguments);
-    m_expected = OutputsIn(GoldenFolder() + "/" + GetParam().m_name);
+    m_expected = FilesIn(GoldenFolder() + "/" + GetParam().m_name);
   }
   FileMap m_expected;
 };
@@ -34,7 +34,7 @@ TEST_P(GoldenRuns, WriteTheExpectedFiles) {
   std::vector<std::string> expected;
   std::vector<std::string> written;
   for (const auto& file : m_expected) expected.push_back(file.first);
-  for (const auto& file : OutputsIn(Path("out"))) written.push_back(file.first);
+  for (const auto& file : FilesIn(Path("out"))) written.push_back(file.first);
   EXPECT_EQ(written, expected);
 }
 TEST_P(GoldenRuns, WriteTheExpectedBytes) {

@@ -5,6 +5,7 @@
 #include <csignal>
 #include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ProgramTest.h"
@@ -22,6 +23,12 @@ std::vector<std::string> NamesOf(const FileMap& files) {
   std::vector<std::string> names;
   for (const auto& file : files) names.push_back(file.first);
   return names;
+}
+
+/// The first line of every table.
+std::string HeaderLine() {
+  const std::string table = ReadFile(GoldenFolder() + "/default/run.csv");
+  return table.substr(0, table.find('\n') + 1);
 }
 
 FileMap WithoutRecord(FileMap files) {
@@ -71,11 +78,28 @@ TEST_F(MainJob, TakesTheScoringModelOfItsNumber) {
 
 TEST_F(MainJob, SkipsAFileThatIsFinished) {
   RunPair();
-  Write("out/run.csv", "mine");
+  const std::string mine = HeaderLine() + "mine";
+  Write("out/run.csv", mine);
   RunPair();
   EXPECT_THAT(m_result.m_out,
               HasSubstr("[Tarvek] <INFO> - run.ms1 has existed results, skipping...\n"));
-  EXPECT_EQ(Content("out/run.csv"), "mine");
+  EXPECT_EQ(Content("out/run.csv"), mine);
+}
+TEST_F(MainJob, ProcessesAFileAgainWithoutAWholeTable) {
+  RunPair();
+  const std::string header = HeaderLine();
+  const std::string no_header = "it does not begin with the header";
+  for (const auto& [damaged, flaw] : {std::pair<std::string, std::string>{"", "it is empty"},
+                                      {std::string(4096, '\0'), no_header},
+                                      {header.substr(0, header.size() / 2), no_header},
+                                      {header.substr(0, header.size() - 1), no_header}}) {
+    Write("out/run.csv", damaged);
+    RunPair();
+    EXPECT_EQ(m_result.m_exit_status, 0);
+    EXPECT_THAT(m_result.m_err, HasSubstr("[Tarvek] <WARN> - out/run.csv is no finished table: " +
+                                          flaw + ". run.ms1 is processed again.\n"));
+    EXPECT_EQ(Outputs(), Expected());
+  }
 }
 TEST_F(MainJob, RewritesAFinishedFileWhenAskedTo) {
   RunPair();
@@ -99,6 +123,37 @@ TEST_F(MainJob, RemovesTheOldTableBeforeAnOutputIsOpened) {
   RunPair({"-r", "1"});
   EXPECT_EQ(m_result.m_err, "[Tarvek] <ERROR> - Cannot open PF File, Path: out/run.pf1\n");
   EXPECT_FALSE(Exists("out/run.csv"));
+}
+TEST_F(MainJob, KeepsTheOldTableWhenAnOutputMayNotBeWritten) {
+  RunPair();
+  const std::string table = Content("out/run.csv");
+  // Nobody, not even root, may write to a program that is running.
+  for (const char* const name : {"run.pf1idx", "run_HCDFT.mgf", "run_HCDFT.pf2"}) {
+    SCOPED_TRACE(name);
+    const std::string before = Content(std::string("out/") + name);
+    fs::copy_file("/bin/sleep", Path("busy"), fs::copy_options::overwrite_existing);
+    fs::permissions(Path("busy"), fs::perms::owner_all);
+    fs::remove(Path(std::string("out/") + name));
+    fs::create_hard_link(Path("busy"), Path(std::string("out/") + name));
+    ProcessRequest request = Request({"20"});
+    request.m_program = Path("busy");
+    {
+      const RunningProcess busy(request);
+      const std::string program = "/proc/" + std::to_string(busy.Id()) + "/exe";
+      std::error_code error;
+      ASSERT_TRUE(
+          Eventually([&] { return fs::read_symlink(program, error).filename() == "busy"; }));
+      RunPair({"-r", "1"});
+    }
+    EXPECT_EQ(m_result.m_exit_status, 255);
+    EXPECT_THAT(m_result.m_err, HasSubstr(std::string("File, Path: out/") + name + "\n"));
+    EXPECT_EQ(Content("out/run.csv"), table);
+    fs::remove(Path(std::string("out/") + name));
+    fs::remove(Path("busy"));
+    Write(std::string("out/") + name, before);
+  }
+  RunPair({"-r", "1"});
+  EXPECT_EQ(Outputs(), Expected());
 }
 TEST_F(MainJob, WritesNoPfFilesWhenTheyAreOff) {
   RunPair({"-p", "0"});
@@ -179,9 +234,10 @@ TEST_F(Directory, HasItsFinishedFilesSkippedAndTheOthersProcessed) {
   PlacePair("in", "a");
   PlacePair("in", "b");
   MakeFolder("out");
-  Write("out/a.csv", "mine");
+  const std::string mine = HeaderLine() + "mine";
+  Write("out/a.csv", mine);
   Run({"-D", "in", "-F", "ms1", "-O", "out"});
-  EXPECT_EQ(Content("out/a.csv"), "mine");
+  EXPECT_EQ(Content("out/a.csv"), mine);
   EXPECT_TRUE(Exists("out/b.csv"));
 }
 TEST_F(Directory, WithAnUnknownFormatFailsTheCheckOfTheFormat) {
@@ -233,6 +289,24 @@ TEST_F(BadInput, EmptyMs1FileGivesAPf1FileWithoutRecords) {
   RunPair();
   EXPECT_EQ(Content("out/run.pf1"), std::string("\0\0\0\0\3\0\0\0run", 11));
   EXPECT_EQ(Content("out/run.pf1idx"), "");
+}
+TEST_F(BadInput, EmptyOrOtherFilesAreNamedWithWhatTheyLookLike) {
+  const std::string ms1 = Content("run.ms1");
+  const std::string ms2 = Content("run.ms2");
+  const auto expect = [&](const std::string& surveys, const std::string& fragments,
+                          const std::vector<std::string>& warnings) {
+    Write("run.ms1", surveys);
+    Write("run.ms2", fragments);
+    EXPECT_EQ(RunPair({"-r", "1"}).m_exit_status, 0);
+    for (const std::string& warning : warnings)
+      EXPECT_THAT(m_result.m_err, HasSubstr("[Tarvek] <WARN> - " + warning + ".\n"));
+  };
+  expect("", "", {"run.ms1 is empty", "./run.ms2 is empty"});
+  expect("\x1F\x8B\x08", ms2, {"run.ms1 looks gzipped"});
+  expect(ms1, "\xFF\xFES", {"./run.ms2 looks like UTF-16"});
+  expect(ms2, ms1, {"run.ms1 looks like MS2 spectra", "./run.ms2 looks like MS1 spectra"});
+  expect(ms1, ms2, {});
+  EXPECT_THAT(m_result.m_err, Not(HasSubstr("looks like")));
 }
 TEST_F(BadInput, InvalidDataPathIsAWarning) {
   Run({"-D", "none/", "-O", "out"});
@@ -341,6 +415,9 @@ TEST_F(IsotopeTableLookup, PrefersTheTableOfTheCurrentDirectory) {
   Install();
   Write("IPV.txt", GoldenInput("IPV.txt"));
   EXPECT_THAT(RunInstalled().m_out, Not(HasSubstr("share/tarvek/IPV.txt")));
+  EXPECT_THAT(m_result.m_out, HasSubstr("[Tarvek] <INFO> - Uses the isotope table " +
+                                        fs::canonical(m_directory.Path()).string() +
+                                        "/IPV.txt, which is not the installed one\n"));
 }
 TEST_F(IsotopeTableLookup, DoesNotReplaceATableThatWasNamed) {
   Install();

@@ -154,6 +154,17 @@ TEST_F(MgfRun, OfAnEmptyFileGivesAHeaderAlone) {
   EXPECT_EQ(RunMgf("").m_exit_status, 0);
   EXPECT_EQ(Content("out/run.pf2"), Header(0));
 }
+TEST_F(MgfRun, ThatFailsLeavesTheFilesOfAnEarlierOneAndNothingOfItsOwn) {
+  const std::string broken = Block(7) + "BEGIN IONS\nTITLE=no number here\n200.5 5.0\nEND IONS\n";
+  RunMgf(broken);
+  EXPECT_EQ(m_result.m_exit_status, 255);
+  EXPECT_EQ(OutputsIn(Path("out")), FileMap{});
+  RunMgf(Block(7));
+  const FileMap whole = OutputsIn(Path("out"));
+  RunMgf(broken);
+  EXPECT_EQ(m_result.m_exit_status, 255);
+  EXPECT_EQ(OutputsIn(Path("out")), whole);
+}
 TEST_F(MgfRun, EndsOnATitleWithoutScanNumber) {
   RunMgf(Block(7) + "BEGIN IONS\nTITLE=no number here\n200.5 5.0\nEND IONS\n");
   EXPECT_EQ(m_result.m_exit_status, 255);

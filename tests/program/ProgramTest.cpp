@@ -12,6 +12,14 @@ namespace fs = std::filesystem;
 
 namespace {
 
+/// A record without the lines that say of which input it is.
+std::string WithoutInput(const std::string& record) {
+  std::string rest;
+  for (const std::string& line : LinesOf(record))
+    if (!line.starts_with("source\t")) rest += line + "\n";
+  return rest;
+}
+
 /// The lines of the log in text with '/' in place of '\\': expected paths are written with '/'.
 std::string LogWithSlashes(const std::string& text) {
   std::string result;
@@ -28,6 +36,13 @@ std::string LogWithSlashes(const std::string& text) {
 }  // namespace
 
 FileMap OutputsIn(const std::string& directory) {
+  FileMap files = FilesIn(directory);
+  for (auto& [name, content] : files)
+    if (name.ends_with(".tarvek")) content = WithoutInput(content);
+  return files;
+}
+
+FileMap FilesIn(const std::string& directory) {
   FileMap files;
   if (!fs::is_directory(directory)) return files;
   for (const fs::directory_entry& entry : fs::directory_iterator(directory)) {

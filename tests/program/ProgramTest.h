@@ -20,6 +20,9 @@ namespace tarvek::test {
 using FileMap = std::map<std::string, std::string>;
 
 /// The files of a directory, without the log; nothing when there is no such directory.
+FileMap FilesIn(const std::string& directory);
+
+/// The same, with records that do not say of which input they are: equal for equal spectra.
 FileMap OutputsIn(const std::string& directory);
 
 /// The lines of text, without their line feeds.

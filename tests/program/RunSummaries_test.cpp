@@ -393,6 +393,50 @@ TEST_F(SameName, InTwoDirectoriesWithOneOutputDirectoryIsAWarning) {
               HasSubstr("<WARN> - in/a.ms1 and more/a.ms1 have the same outputs, "));
   EXPECT_THAT(m_result.m_out, HasSubstr("more/a.ms1 has existed results, skipping...\n"));
 }
+TEST_F(SameName, WithAnEndingInAnotherLetterCaseIsAWarning) {
+  if (TestsForeignPrograms()) GTEST_SKIP() << "Windows does not tell the cases apart";
+  Write("in/a.mzML", "x");
+  Write("in/a.mzml", "xyz");
+  EXPECT_EQ(Run({"-D", "in", "-F", "mzml", "-O", "out"}).m_exit_status, 0);
+  // In the order in which the system lists them.
+  EXPECT_THAT(
+      m_result.m_err,
+      testing::AnyOf(HasSubstr("<WARN> - in/a.mzML and in/a.mzml have the same outputs, "),
+                     HasSubstr("<WARN> - in/a.mzml and in/a.mzML have the same outputs, ")));
+  EXPECT_EQ(Starts("morvex_xml.exe"), 1);
+}
+TEST_F(SameName, OfAnotherRunBeforeIsAWarning) {
+  MakeFolder("more");
+  Write("in/a.mzML", "x");
+  Write("more/a.mzML", "xyz");
+  EXPECT_EQ(Run({"-D", "in/a.mzML", "-O", "out"}).m_exit_status, 0);
+  EXPECT_EQ(Run({"-D", "in/a.mzML", "-O", "out"}).m_exit_status, 0);
+  EXPECT_THAT(m_result.m_err, Not(HasSubstr("another input")));
+  const std::string others =
+      "out/a.* are the results of another input, a.mzML (1 bytes), now a.mzML (3 bytes)";
+  EXPECT_EQ(Run({"-D", "more/a.mzML", "-O", "out"}).m_exit_status, 0);
+  EXPECT_THAT(m_result.m_out, HasSubstr("more/a.mzML has existed results, skipping...\n"));
+  EXPECT_THAT(m_result.m_err,
+              HasSubstr("<WARN> - more/a.mzML is skipped: " + others +
+                        ". Give each its own output directory, or -r 1 to replace them.\n"));
+  EXPECT_EQ(Run({"-D", "more/a.mzML", "-O", "out", "-r", "1"}).m_exit_status, 0);
+  EXPECT_THAT(m_result.m_err, HasSubstr("<WARN> - " + others + ", and are replaced.\n"));
+  EXPECT_THAT(Content("out/a.tarvek"), HasSubstr("source\tbytes\t3\nsource\tname\ta.mzML\n"));
+  EXPECT_EQ(Run({"-D", "more/a.mzML", "-O", "out", "-r", "1"}).m_exit_status, 0);
+  EXPECT_THAT(m_result.m_err, Not(HasSubstr("another input")));
+}
+TEST_F(SameName, OfAnMgfFileBeforeIsAWarning) {
+  MakeFolder("more");
+  const std::string block =
+      "BEGIN IONS\nTITLE=a.7.7.2.0.dta\nCHARGE=2+\nPEPMASS=500.1\n200.1 5.0\nEND IONS\n";
+  Write("in/a.mgf", block);
+  Write("more/a.mgf", block + block);
+  EXPECT_EQ(Run({"-D", "in/a.mgf", "-O", "out"}).m_exit_status, 0);
+  EXPECT_EQ(Run({"-D", "in/a.mgf", "-O", "out"}).m_exit_status, 0);
+  EXPECT_THAT(m_result.m_err, Not(HasSubstr("another input")));
+  EXPECT_EQ(Run({"-D", "more/a.mgf", "-O", "out"}).m_exit_status, 0);
+  EXPECT_THAT(m_result.m_err, HasSubstr("another input, a.mgf ("));
+}
 TEST_F(SameName, InTwoDirectoriesWithTheirOwnOutputsIsNone) {
   MakeFolder("more");
   PlacePair("in", "a");

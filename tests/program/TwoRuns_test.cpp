@@ -190,7 +190,7 @@ TEST_F(ProgramTest, OnTheMgfRoadASecondRunEndsWithAnErrorToo) {
   const int pipe = ::open(Path("in/run.mgf").c_str(), O_RDWR | O_CLOEXEC);
   ASSERT_GE(pipe, 0);
   RunningProcess first(Request({"-D", "in/run.mgf", "-O", "out"}));
-  ASSERT_TRUE(Appears(Path("out/run.pf2idx")));
+  ASSERT_TRUE(Appears(Path("out/run.pf2idx_unfinished")));
   Run({"-D", "run.mgf", "-O", "out"});
   EXPECT_EQ(m_result.m_exit_status, 255);
   EXPECT_EQ(m_result.m_err.substr(m_result.m_err.rfind("[Tarvek] <ERROR>")),

@@ -173,7 +173,8 @@ void KeepWithinTable(const InputLook& look, ChargeChoice& choice) {
                               ? UserParameters().m_isolation_width
                               : static_cast<double>(look.m_widths.rbegin()->first) / 100.0;
   const double mz = look.m_highest_mz + width_mz * 0.5 + kEdgeAllowanceMz;
-  const std::int32_t largest = std::max(1, LargestCharge(mz, kIsotopeTableRows));
+  const bool is_negative = look.m_negative > look.m_positive;
+  const std::int32_t largest = std::max(1, LargestCharge(mz, kIsotopeTableRows, is_negative));
   if (choice.m_high <= largest) return;
   choice.m_high = largest;
   choice.m_low = std::min(choice.m_low, largest);

@@ -37,7 +37,8 @@ CheckVerdict VerdictOf(const json& report) {
     const std::string meaning = PlaceOf(finding) + finding.at("meaning").get<std::string>();
     if (severity == SeverityWord(Severity::kWarning))
       verdict.m_warnings.push_back(
-          {finding.at("code"), meaning + " " + finding.at("advice").get<std::string>()});
+          {finding.at("code"), meaning + " " + finding.at("advice").get<std::string>(),
+           finding.value("settings", std::map<std::string, std::string>())});
     if (severity == SeverityWord(Severity::kDefect) && defects++ == 0) verdict.m_defect = meaning;
   }
   if (defects > 1) verdict.m_defect += " And " + std::to_string(defects - 1) + " more.";

@@ -5,6 +5,7 @@
 //           inputs are checked beside each other and one that ends it ends nothing else.
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -13,6 +14,7 @@ namespace tarvek::tools {
 struct CheckWarning {
   std::string m_code;
   std::string m_meaning;
+  std::map<std::string, std::string> m_settings{};  // that the check advises, by their keys
 };
 
 struct CheckVerdict {

@@ -38,7 +38,10 @@ RunRecord FinishedRuns::SettingsNow(const UserParameters& settings) {
 std::string FinishedRuns::OtherSettings(const UserParameters& settings) {
   if (RecordAt(RunRecordPath(settings)).m_settings.empty())
     return {};  // without asking for a table
-  return RecordedDifference(settings, Fingerprint(), KindOf(settings), m_more);
+  std::string text = RecordedDifference(settings, Fingerprint(), KindOf(settings), m_more);
+  if (const std::string input = RecordedInputDifference(settings); !input.empty())
+    text += (text.empty() ? "input " : "; input ") + input;
+  return text;
 }
 
 }  // namespace tarvek::tools

@@ -12,6 +12,7 @@
 #include "OutputSet.h"
 #include "ParameterFile.h"
 #include "Platform.h"
+#include "PrecursorTableReader.h"
 #include "RunDriver.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
@@ -224,9 +225,9 @@ BatchTask TaskFor(const std::string& input, const UserParameters& settings,
   // Of MGF, which is only rewritten, no table tells.
   if (ToLower(current.m_current_ext) != "mgf") task.m_table = FinishedTablePath(current);
   task.m_record = RunRecordPath(current);
-  task.m_has_record = FileExists(task.m_record);
+  task.m_has_record = IsThere(task.m_record);
   task.m_is_finished =
-      !settings.m_rewrite_files && !task.m_table.empty() && FileExists(task.m_table);
+      !settings.m_rewrite_files && !task.m_table.empty() && IsFinishedTable(task.m_table);
   if (task.m_is_finished) task.m_other_settings = finished.OtherSettings(current);
   task.m_size_bytes = File::Open(input, "r").SizeBytes();
   return task;

@@ -41,6 +41,8 @@ struct BatchTask {
   std::vector<std::string> m_check;        // arguments of tarvek-tools, before tarvek; may be empty
   std::vector<std::string> m_calibration;  // the same after tarvek
   std::vector<AutoChoice> m_choices;       // settings that were chosen for this input
+  /// Try only the charges whose candidates are in the isotope table, where the check sees others.
+  bool m_narrows_charges = false;
 };
 
 /// What is asked for in the words of both commands.

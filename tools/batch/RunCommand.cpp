@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "Extractor.h"
 #include "InputFormats.h"
 #include "NumberText.h"
 #include "Platform.h"
@@ -147,8 +148,16 @@ void TakePreset(RunArguments& arguments, const std::function<void(const std::str
   request.m_settings.insert(preset.begin(), preset.end());
 }
 
+// A program that lies in a folder of data is not started, unless the user says so.
+void TakeInstalledExtractors() {
+  if (EnvironmentVariable(kExtractorsVariable).value_or("").empty() &&
+      !SetEnvironment(kExtractorsVariable, kInstalledExtractors))
+    throw "The environment variable " + std::string(kExtractorsVariable) + " cannot be set";
+}
+
 void RunRunCommand(RunArguments& arguments) {
   CheckPlaces(arguments);
+  TakeInstalledExtractors();
   if (arguments.m_request.m_takes_declared_width)
     arguments.m_options.m_joint = ExactText(arguments.m_probability);
   BatchSettings settings = PrepareBatch(arguments.m_options);

@@ -125,7 +125,7 @@ class InputFinder {
     const std::size_t met_before = m_met;
     if (IsDirectory(word))
       TakeFolder(word);
-    else if (FileExists(word))
+    else if (IsThere(word))
       TakeNamed(word);
     else if (word.find_first_of(kWildcards) != std::string::npos)
       TakePattern(word);

@@ -6,8 +6,11 @@
 #include "NumberText.h"
 #include "Platform.h"
 #include "RunDriver.h"
+#include "RunSummary.h"
 #include "batch/RunInputs.h"
 #include "calibrate/Calibration.h"
+#include "check/Account.h"
+#include "check/Command.h"
 #include "outputs/DeclaredWidth.h"
 
 namespace tarvek::tools {
@@ -30,7 +33,7 @@ std::vector<std::string> CheckArguments(const std::string& input, const Paramete
   std::vector<std::string> words{"check", "--json", "-I", table.at(kTableKey)};
   if (const auto width = table.find(kWidthKey); width != table.end())
     words.push_back("--isolation-width=" + width->second);
-  if (const auto charges = table.find("charge_range"); charges != table.end())
+  if (const auto charges = table.find(kChargeRangeKey); charges != table.end())
     words.push_back("--charge-range=" + charges->second);
   words.push_back(AbsolutePath(input));
   return words;
@@ -88,6 +91,32 @@ std::string RefusalOf(const BatchTask& task) {
   return {};
 }
 
+/// The charges that a run of input with these settings is narrowed to; empty when it is not.
+std::string NarrowedCharges(const std::string& input, const UserParameters& settings) {
+  CheckOptions options;
+  options.m_settings.m_isolation_width = settings.m_isolation_width;
+  options.m_settings.m_charge_min = settings.m_charge_min;
+  options.m_settings.m_charge_max = settings.m_charge_max;
+  options.m_ipv_file = settings.m_ipv_file;
+  options.m_ipv_file_is_given = true;
+  const CheckReport report = CheckPaths({input}, options);
+  for (const Finding& finding : report.Findings())
+    if (const auto charges = finding.m_settings.find(kChargeRangeKey);
+        finding.m_code == kMassLimitCode && charges != finding.m_settings.end())
+      return charges->second;
+  return {};
+}
+
+/// Of a run that was narrowed, in what it differs from settings narrowed in the same way.
+void CompareNarrowed(BatchTask& task, const UserParameters& settings, FinishedRuns& finished) {
+  if (task.m_other_settings.find(kChargeRangeKey) == std::string::npos) return;
+  const std::string charges = NarrowedCharges(task.m_input, settings);
+  if (charges.empty()) return;
+  UserParameters narrowed = settings;
+  ApplyParameterTable(narrowed, {{kChargeRangeKey, charges}, {"datanum", "0"}});
+  task.m_other_settings = finished.OtherSettings(CurrentOf(narrowed, task.m_input));
+}
+
 }  // namespace
 
 std::string InstalledIsotopeTable() {
@@ -113,6 +142,9 @@ std::vector<BatchTask> PlanRun(const RunRequest& request) {
     tasks.push_back(TaskFor(input, settings, finished));
     BatchTask& task = tasks.back();
     task.m_choices = std::move(choices);
+    // The joint determination passes over such candidates by itself.
+    task.m_narrows_charges = !request.m_takes_declared_width;
+    if (task.m_narrows_charges) CompareNarrowed(task, settings, finished);
     SetArguments(task, own);
     task.m_wanted = finished.SettingsNow(CurrentOf(settings, input));
     if (InputFormatOf(input) == "mgf")

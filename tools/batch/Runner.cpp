@@ -1,5 +1,7 @@
 #include "batch/Runner.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -7,11 +9,11 @@
 #include "FileUtils.h"
 #include "LineReader.h"
 #include "Logger.h"
-#include "OutputFile.h"
 #include "Platform.h"
 #include "RunSummary.h"
 #include "StringUtils.h"
 #include "UnfinishedFile.h"
+#include "check/Account.h"
 #include "outputs/RunOutcome.h"
 
 namespace tarvek::tools {
@@ -33,6 +35,18 @@ struct RunningTask {
 const std::vector<std::string>& ArgumentsOf(const BatchTask& task, Step step) {
   if (step == Step::kCheck) return task.m_check;
   return step == Step::kTarvek ? task.m_arguments : task.m_calibration;
+}
+
+/// Options of tarvek with other charges.
+std::vector<std::string> WithCharges(std::vector<std::string> arguments,
+                                     const std::string& charges) {
+  const std::string option = OptionOf(kChargeRangeKey);
+  const auto given = std::ranges::find(arguments, option);
+  if (given == arguments.end())
+    arguments.insert(arguments.end(), {option, charges});
+  else
+    *std::next(given) = charges;
+  return arguments;
 }
 
 std::string OutputOf(const BatchTask& task, Step step) {
@@ -86,11 +100,8 @@ class BatchRunner {
   void StartTask(std::size_t number) {
     const BatchTask& task = m_tasks[number];
     MakeDirectory(task.m_log_directory);
-    if (!task.m_parameter_file.empty()) {
-      OutputFile file(ParameterFileOf(task), "wb", "parameter");
-      file.Write(task.m_parameter_file);
-      file.Close();
-    }
+    if (!task.m_parameter_file.empty())
+      WriteWhole(ParameterFileOf(task), task.m_parameter_file, "parameter");
     if (!task.m_choices.empty()) {
       std::string text;
       for (const AutoChoice& choice : task.m_choices) text += ChoiceText(choice) + "\n";
@@ -107,7 +118,9 @@ class BatchRunner {
     const BatchTask& task = m_tasks[running.m_task];
     const bool is_tarvek = running.m_step == Step::kTarvek;
     std::vector<std::string> words{is_tarvek ? m_settings.m_program : m_settings.m_check_program};
-    const std::vector<std::string>& arguments = ArgumentsOf(task, running.m_step);
+    std::vector<std::string> arguments = ArgumentsOf(task, running.m_step);
+    const std::string& charges = m_results[running.m_task].m_narrowed_charges;
+    if (is_tarvek && !charges.empty()) arguments = WithCharges(std::move(arguments), charges);
     words.insert(words.end(), arguments.begin(), arguments.end());
     BackgroundProcess process =
         BackgroundProcess::Start(words, OutputOf(task, running.m_step), task.m_working_directory);
@@ -174,7 +187,20 @@ class BatchRunner {
     CheckVerdict verdict = ReadCheckVerdict(CheckFileOf(m_tasks[running.m_task]), status);
     m_results[running.m_task].m_warnings = std::move(verdict.m_warnings);
     if (!verdict.m_defect.empty()) return Fail(running.m_task, verdict.m_defect);
+    if (m_tasks[running.m_task].m_narrows_charges) NarrowCharges(m_results[running.m_task]);
     GoOn(running, Step::kTarvek);
+  }
+
+  /// As the check advises, where a candidate would stop tarvek. Its warning then says what is done.
+  static void NarrowCharges(BatchResult& result) {
+    for (CheckWarning& warning : result.m_warnings) {
+      const auto charges = warning.m_settings.find(kChargeRangeKey);
+      if (warning.m_code != kMassLimitCode || charges == warning.m_settings.end()) continue;
+      result.m_narrowed_charges = charges->second;
+      warning.m_code = "charges-narrowed";
+      warning.m_meaning = "Only the charges " + charges->second +
+                          " are tried: masses of higher ones have no rows in the isotope table.";
+    }
   }
 
   /// The end of a task whose outputs are there.
@@ -194,8 +220,10 @@ class BatchRunner {
 
   /// tarvek takes spectra that an earlier run has extracted, as they are.
   [[nodiscard]] std::string OtherThanWanted(std::size_t number) const {
-    const RunRecord& wanted = m_tasks[number].m_wanted;
+    RunRecord wanted = m_tasks[number].m_wanted;
     if (wanted.m_settings.empty()) return {};
+    const std::string& charges = m_results[number].m_narrowed_charges;
+    if (!charges.empty()) wanted.m_settings[kChargeRangeKey] = charges;
     const std::string difference = SettingsDifference(m_results[number].m_record, wanted);
     return difference.empty()
                ? difference

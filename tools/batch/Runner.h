@@ -28,7 +28,8 @@ struct BatchResult {
   std::string m_reason;        // of a failure
   bool m_has_started = false;  // so that there is a log
   std::vector<CheckWarning> m_warnings;
-  RunRecord m_record;  // of a done or finished input; empty when it has none
+  std::string m_narrowed_charges;  // in place of those of the task; empty for most
+  RunRecord m_record;              // of a done or finished input; empty when it has none
 };
 
 struct BatchSettings {

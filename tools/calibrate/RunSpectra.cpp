@@ -25,7 +25,7 @@ std::vector<KindFile> KindFilesOf(const std::string& base, std::string_view endi
     for (const std::string_view analyser : kInstrumentTypes) {
       std::string path = base + "_";
       path.append(activation).append(analyser).append(ending);
-      if (FileExists(path))
+      if (IsThere(path))
         files.push_back({std::move(path), std::string(activation), std::string(analyser)});
     }
   return files;
@@ -112,18 +112,18 @@ OutputFiles FindOutputs(const std::string& base_path) {
                      ? base_path.substr(0, base_path.size() - kTableEnding.size())
                      : base_path;
   files.m_table = files.m_base + std::string(kTableEnding);
-  if (!FileExists(files.m_table))
+  if (!IsThere(files.m_table))
     throw files.m_table + " is not there" +
         (IsUnfinishedRun(files.m_base)
              ? ": the run did not finish, its table still ends in _unfinished."
              : ".");
   files.m_record = files.m_base + std::string(kRunRecordEnding);
-  if (!FileExists(files.m_record))
+  if (!IsThere(files.m_record))
     throw files.m_record + " is not there, which would say whether the run is calibrated already.";
   files.m_pf1 = files.m_base + ".pf1";
-  if (!FileExists(files.m_pf1)) files.m_pf1.clear();
+  if (!IsThere(files.m_pf1)) files.m_pf1.clear();
   files.m_evidence = files.m_base + kEvidenceEnding;
-  if (!FileExists(files.m_evidence)) files.m_evidence.clear();
+  if (!IsThere(files.m_evidence)) files.m_evidence.clear();
   files.m_mgf = KindFilesOf(files.m_base, ".mgf");
   files.m_pf2 = KindFilesOf(files.m_base, ".pf2");
   return files;

@@ -46,6 +46,13 @@ std::string MzText(double mz) {
   return text;
 }
 
+// lowest and highest: without their signs.
+std::string RangeText(std::int32_t lowest, std::int32_t highest, bool is_negative) {
+  const std::string from = std::to_string(lowest);
+  const std::string to = std::to_string(highest);
+  return is_negative ? "-" + to + "t-" + from : from + "t" + to;
+}
+
 }  // namespace
 
 void CheckAccount::Marked::Add(std::int64_t scan_no) {
@@ -254,14 +261,12 @@ double CheckAccount::HighestCandidateMz(const RunSettings& settings) const {
 std::string CheckAccount::ChargeAdvice(std::int32_t lowest, std::int32_t highest, bool is_negative,
                                        const RunSettings& settings) const {
   const double mz = HighestCandidateMz(settings);
-  const std::int32_t largest = LargestCharge(mz, settings.m_table_end_da);
+  const std::int32_t largest = LargestCharge(mz, settings.m_table_end_da, is_negative);
   const std::string end =
       "the isotope table, which ends at " + std::to_string(settings.m_table_end_da) + " Da";
   if (largest < 1) return "Leave them: ions of m/z " + MzText(mz) + " lie beyond " + end;
-  const std::string from = std::to_string(std::min(lowest, largest));
-  const std::string to = std::to_string(std::min(highest, largest));
-  std::string text =
-      "Run tarvek with -c " + (is_negative ? "-" + to + "t-" + from : from + "t" + to);
+  std::string text = "Run tarvek with -c " +
+                     RangeText(std::min(lowest, largest), std::min(highest, largest), is_negative);
   if (highest > largest)
     text += ", since higher charges at m/z " + MzText(mz) + " reach masses beyond " + end;
   return text;
@@ -273,14 +278,21 @@ void CheckAccount::ReportMasses(CheckReport& report, const RunSettings& settings
       std::max(std::abs(settings.m_charge_min), std::abs(settings.m_charge_max));
   const double mz = HighestCandidateMz(settings);
   // Rows of zeros stop no run.
-  if (m_fragments == 0 || highest <= LargestCharge(mz, kIsotopeTableRows)) return;
+  const std::int32_t largest = LargestCharge(mz, kIsotopeTableRows, is_negative);
+  if (m_fragments == 0 || highest <= largest) return;
   const std::int32_t lowest =
       std::min(std::abs(settings.m_charge_min), std::abs(settings.m_charge_max));
-  report.Warning("mass-limit", m_path,
-                 "Charge " + std::to_string(highest) + " at m/z " + MzText(mz) +
-                     " reaches masses for which the isotope table has no rows, and a run stops at "
-                     "such a candidate.",
-                 ChargeAdvice(lowest, highest, is_negative, settings) + ".");
+  Finding finding{Severity::kWarning,
+                  kMassLimitCode,
+                  m_path,
+                  {},
+                  "Charge " + std::to_string(highest) + " at m/z " + MzText(mz) +
+                      " reaches masses for which the isotope table has no rows, and a run stops at "
+                      "such a candidate.",
+                  ChargeAdvice(lowest, highest, is_negative, settings) + "."};
+  if (lowest <= largest)
+    finding.m_settings[kChargeRangeKey] = RangeText(lowest, largest, is_negative);
+  report.Add(std::move(finding));
 }
 
 void CheckAccount::ReportWidths(CheckReport& report, double setting) const {
@@ -323,11 +335,14 @@ void CheckAccount::Report(CheckReport& report, const RunSettings& settings) cons
   ReportWidths(report, settings.m_isolation_width);
 }
 
-std::int32_t LargestCharge(double mz, std::int64_t end_da) {
+std::int32_t LargestCharge(double mz, std::int64_t end_da, bool is_negative) {
   std::int32_t charge = 0;
+  const auto mass_da = [&](std::int32_t z) {
+    return ProtonatedMassDa(is_negative ? Precursor{-mz, -z} : Precursor{mz, z});
+  };
   // Each charge adds the m/z less a proton; below that there is no end to find.
   if (!(mz > 2.0 * kProtonMass)) return std::numeric_limits<std::int32_t>::max();
-  while (ProtonatedMassDa({mz, charge + 1}) < static_cast<double>(end_da)) ++charge;
+  while (mass_da(charge + 1) < static_cast<double>(end_da)) ++charge;
   return charge;
 }
 

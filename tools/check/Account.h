@@ -41,9 +41,13 @@ struct RunSettings {
   std::int64_t m_table_end_da = kIsotopeTableRows;
 };
 
-/// The largest charge whose candidates up to mz have singly protonated masses below end_da; 0 when
-/// not even charge 1 has.
-std::int32_t LargestCharge(double mz, std::int64_t end_da);
+/// The largest charge, without its sign, whose candidates up to mz have singly protonated masses below
+/// end_da; 0 when not even charge 1 has.
+std::int32_t LargestCharge(double mz, std::int64_t end_da, bool is_negative = false);
+
+/// The code of the finding that a candidate may be beyond the isotope table. Its settings have the
+/// charges that are left, where any are.
+inline constexpr const char* kMassLimitCode = "mass-limit";
 
 /// What an account must know of the format.
 struct AccountRules {

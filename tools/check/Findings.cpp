@@ -59,6 +59,7 @@ ordered_json FindingJson(const Finding& finding) {
   if (finding.m_place.m_line) json["line"] = *finding.m_place.m_line;
   json["meaning"] = finding.m_meaning;
   json["advice"] = finding.m_advice;
+  if (!finding.m_settings.empty()) json["settings"] = finding.m_settings;
   return json;
 }
 

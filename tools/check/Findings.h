@@ -34,6 +34,8 @@ struct Finding {
   FindingPlace m_place;
   std::string m_meaning;  // one sentence
   std::string m_advice;   // one sentence
+  /// What the advice would set, by the keys of a parameter file, for programs.
+  std::map<std::string, std::string> m_settings{};
 };
 
 /// Scans that a run would not use, for one reason.

@@ -100,7 +100,7 @@ class OutputsCheck {
   std::optional<PfContent> ReadPf(const std::string& ending) {
     std::optional<PfContent> content;
     Guarded(ending, [&](const std::string& path) {
-      if (!FileExists(path)) {
+      if (!IsThere(path)) {
         m_report->Defect("pf-data-missing", path, "It is missing beside its index.", kRunAgain);
         return;
       }

@@ -55,7 +55,7 @@ class PfWalk {
 
   void CheckIndex() {
     const std::string path = PfIndexPath(m_path);
-    if (!FileExists(path)) {
+    if (!IsThere(path)) {
       Defect("pf-index-missing", "Its index " + path + " is missing.");
       return;
     }

@@ -252,7 +252,11 @@ void AddTargets(CheckTargets& targets, CheckReport& report, const std::string& p
   }
   TargetFinder finder(targets, report, FolderOf(path));
   const std::string name(FileNameOf(path));
-  if (!FileExists(path)) {
+  if (StateAt(path) == FileState::kDirectory) {
+    report.Defect("unreadable", path, "The directory cannot be listed.", "Check its permissions.");
+    return;
+  }
+  if (!IsThere(path)) {
     if (!finder.TakeAll(name))
       report.Defect("nothing-here", path, "There is no such file, directory or base name of files.",
                     "Check the path.");

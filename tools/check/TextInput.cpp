@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "FileUtils.h"
+#include "MsTextLook.h"
 #include "MsTextReader.h"
 #include "NumberText.h"
 #include "StringUtils.h"
@@ -34,6 +35,7 @@ struct TextLook {
   std::int64_t m_first_comma_line = 0;
   std::unordered_set<std::int32_t> m_without_charge;  // scans whose first "Z" line has none
   bool m_ends_in_line = false;
+  bool m_is_empty = true;
 };
 
 /// Goes through the lines and keeps what is asked of the present block.
@@ -48,6 +50,7 @@ class TextLooker {
 
  private:
   void Take(std::string_view line, std::int64_t number) {
+    m_look.m_is_empty = false;
     if (line.empty()) return;
     const char kind = line.front();
     if (IsDigit(kind)) TakePeak(line, number);
@@ -124,9 +127,20 @@ void ReportLines(CheckReport& report, const std::string& path, const TextLook& l
                    "Copy or extract it again if it should be longer.");
 }
 
+// That a file is empty is told by the scans that are missing, that it has tabs by its lines.
+void ReportOtherContent(CheckReport& report, const std::string& path, bool is_fragments,
+                        const TextLook& look) {
+  if (look.m_is_empty) return;
+  const std::string flaw = FlawOfMsText(path, is_fragments ? MsLevel::kMs2 : MsLevel::kMs1, true);
+  if (!flaw.empty())
+    report.Defect("other-content", path, "It " + flaw + ".",
+                  "Unpack it or write it again as plain text, or start from the mzML or raw file.");
+}
+
 /// What the lines of a file say, after its findings.
 TextLook LookAtFile(CheckReport& report, const std::string& path, bool is_fragments) {
   const TextLook look = TextLooker().Look(path);
+  ReportOtherContent(report, path, is_fragments, look);
   constexpr std::array<const char*, 2> kSurveyKeys = {"RetTime", "InstrumentType"};
   constexpr std::array<const char*, 5> kFragmentKeys = {
       "RetTime", "InstrumentType", "ActivationType", "ActivationCenter", "PrecursorScan"};

@@ -31,7 +31,7 @@ bool RemoveOthers(const std::string& base, const std::vector<std::string>& writt
   bool any = false;
   for (const std::string_view ending : {kEnding, kPackedEnding}) {
     const std::string path = base + std::string(ending);
-    if (!FileExists(path)) continue;
+    if (!IsThere(path)) continue;
     any = true;
     if (std::ranges::find(written, path) == written.end()) RemoveFile(path);
   }

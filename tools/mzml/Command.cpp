@@ -40,7 +40,6 @@ void Print(const CopyCounts& counts) {
 }
 
 void RunMzml(const MzmlOptions& options) {
-  IgnoreWriteSignals();
   RefuseOutput(options);
   CopyOptions copy;
   copy.m_form = options.m_is_split ? PrecursorForm::kSplit : PrecursorForm::kAll;

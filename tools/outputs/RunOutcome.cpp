@@ -25,7 +25,7 @@ bool MayBeUnfinishedTable(const std::string& path) {
 
 bool IsUnfinishedRun(const std::string& base_path) {
   const std::string table = base_path + std::string(kTableEnding);
-  return FileExists(UnfinishedPathOf(table)) && !FileExists(table);
+  return FileExists(UnfinishedPathOf(table)) && !IsThere(table);
 }
 
 FoundRuns FindRuns(const std::string& folder) {
@@ -47,7 +47,7 @@ FoundRuns FindRuns(const std::string& folder) {
 }
 
 RunRecord RecordAt(const std::string& path) {
-  return PathExists(path) ? ReadRunRecord(path) : RunRecord();
+  return IsThere(path) ? ReadRunRecord(path) : RunRecord();
 }
 
 bool LostAllScans(const RunRecord& record) {

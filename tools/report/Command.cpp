@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "FileUtils.h"
@@ -50,18 +51,19 @@ ScanPageOutcome WriteScanPage(const std::string& base_path, const std::string& o
   ScanPageOutcome outcome;
   const std::string file = name + ".scans.html";
   const std::string path = JoinPath({out_folder, file});
-  if (FileExists(path)) RemoveFile(path);
+  RemoveFile(path);
   if (options.m_scan_page.m_most == 0) {
     outcome.m_why_not = "It was not asked for (--scans 0).";
     return outcome;
   }
+  std::string html;
   try {
-    const ScanPage page = MakeScanPage(
+    ScanPage page = MakeScanPage(
         {base_path, options.m_settings.m_input_folder, options.m_scan_page.m_isotope_table},
         options.m_scan_page.m_most);
-    WriteReport(path, page.m_html);
     outcome = page.m_outcome;
     outcome.m_file = file;
+    html = std::move(page.m_html);
   } catch (const char* why) {  // of the parameters
     outcome.m_why_not = why;
   } catch (const std::string& why) {  // of the file helpers
@@ -69,6 +71,7 @@ ScanPageOutcome WriteScanPage(const std::string& base_path, const std::string& o
   } catch (const std::exception& error) {
     outcome.m_why_not = error.what();
   }
+  if (!outcome.m_file.empty()) WriteReport(path, html);
   return outcome;
 }
 
@@ -157,7 +160,7 @@ void ReportBatch(const ReportOptions& options) {
   std::size_t failed = 0;
   for (const BatchRun& run : runs) failed += run.m_page.empty() ? 1U : 0U;
   for (const std::string& base_path : found.m_unfinished)
-    if (!FileExists(base_path + ".csv")) runs.push_back(ReportUnfinished(base_path, out_folder));
+    if (!IsThere(base_path + ".csv")) runs.push_back(ReportUnfinished(base_path, out_folder));
 
   const std::string page = JoinPath({out_folder, "tarvek_report.html"});
   WriteReport(page, BatchPage(BatchTitle(folder), runs));

@@ -23,7 +23,7 @@
 namespace tarvek::tools {
 namespace {
 
-std::string IfThere(std::string path) { return FileExists(path) ? std::move(path) : std::string(); }
+std::string IfThere(std::string path) { return IsThere(path) ? std::move(path) : std::string(); }
 
 // The files "BASE_<activation><analyser>" + ending. They are asked for by name: a listing could not
 // tell the files of the run "a_b" from those of the run "a".
@@ -33,7 +33,7 @@ std::vector<std::string> KeyedFiles(const std::string& base_path, std::string_vi
     for (const std::string_view analyser : kInstrumentTypes) {
       std::string path = base_path + "_";
       path.append(activation).append(analyser).append(ending);
-      if (FileExists(path)) paths.push_back(std::move(path));
+      if (IsThere(path)) paths.push_back(std::move(path));
     }
   return paths;
 }
@@ -57,11 +57,11 @@ ReportRow WithoutSigns(const PrecursorRow& read) {
 // empty without one.
 std::string ScanTableOf(const std::string& input) {
   constexpr std::string_view kEnding = ".mscsv";
-  if (FileExists(input + std::string(kEnding))) return input + std::string(kEnding);
+  if (IsThere(input + std::string(kEnding))) return input + std::string(kEnding);
   for (const std::string_view format : kInstrumentFormats) {
     std::string path = input + '.';
     path.append(format).append(kEnding);
-    if (FileExists(path)) return path;
+    if (IsThere(path)) return path;
   }
   return {};
 }
@@ -69,7 +69,7 @@ std::string ScanTableOf(const std::string& input) {
 // The instrument file of an input; empty without one that can be read here.
 std::string InstrumentFileOf(const std::string& input) {
   for (const char* ending : {".mzML", ".mzXML", ".mzML.gz", ".mzXML.gz"})
-    if (FileExists(input + ending)) return input + ending;
+    if (IsThere(input + ending)) return input + ending;
   return {};
 }
 
@@ -115,7 +115,7 @@ RunFiles FindRunFiles(const std::string& base_path, const std::string& input_fol
   RunFiles files;
   files.m_name = FileNameOf(base);
   files.m_table = base + std::string(kTableEnding);
-  if (!FileExists(files.m_table))
+  if (!IsThere(files.m_table))
     throw files.m_table + " is not there" +
         (IsUnfinishedRun(base) ? ": the run did not finish, its table still ends in _unfinished."
                                : ".");

@@ -52,7 +52,7 @@ class TableOutput {
 
  private:
   static void CheckConsole() {
-    if (!std::cout) throw std::string("Cannot write standard output");
+    if (!std::cout) throw CLI::RuntimeError(1);  // main says why
   }
 
   std::optional<UnfinishedFile> m_file;
@@ -88,7 +88,6 @@ std::vector<std::string> BasesOf(const std::vector<std::string>& paths) {
 }
 
 void RunTable(const TableOptions& options) {
-  IgnoreWriteSignals();
   const std::vector<std::string> bases = BasesOf(options.m_runs);
   TableOutput output(options.m_out);
   if (!options.m_is_json) output.Write(TsvHeader());

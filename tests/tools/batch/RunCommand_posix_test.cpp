@@ -144,7 +144,12 @@ TEST_F(RunCommandTest, TakesTheInstalledProgramsAndTable) {
   EXPECT_EQ(test::RunProcess(request).m_exit_status, 0);
   for (const char* name : {"IPV.txt", "morvex_xml.exe"})
     WriteFile(m_directory / name, "#!/bin/sh\nexit 1\n");
-  fs::permissions(m_directory / "morvex_xml.exe", fs::perms::owner_all);
+  // A process of a run works in its log directory.
+  fs::create_directories(m_directory / "out/batch_logs/r1");
+  for (const char* name : {"morvex_xml.exe", "out/batch_logs/r1/morvex_xml.exe"}) {
+    WriteFile(m_directory / name, "#!/bin/sh\nexit 1\n");
+    fs::permissions(m_directory / name, fs::perms::owner_all);
+  }
   request.m_program = (home / "bin/tarvek-tools").string();
   request.m_arguments = {"run", "in", "-o", "out"};
   const ProcessResult result = test::RunProcess(request);
@@ -200,6 +205,59 @@ TEST_F(RunCommandTest, RefusesWhatWasFinishedWithOtherSettings) {
                                      "2.000000, now 3.000000; --again processes it again"));
   EXPECT_EQ(Run({"in", "-o", "out", "--width", "3", "--again"}).m_exit_status, 0);
   EXPECT_EQ(Run({"in", "-o", "out", "--width", "3"}).m_exit_status, 0);
+}
+
+TEST_F(RunCommandTest, RefusesWhatWasFinishedFromAnotherInput) {
+  Simulate(1);
+  EXPECT_EQ(Run({"in", "-o", "out"}).m_exit_status, 0);
+  const std::string bytes = std::to_string(fs::file_size(m_directory / "in/r1.ms1"));
+  WriteFile(m_directory / "in/r1.ms1", ReadFile(m_directory / "in/r1.ms1") + "500.5 1.0\n");
+  const std::string more = std::to_string(fs::file_size(m_directory / "in/r1.ms1"));
+  const ProcessResult other = Run({"in", "-o", "out"});
+  EXPECT_EQ(other.m_exit_status, 1);
+  EXPECT_THAT(other.m_err, HasSubstr("finished before, with other settings: input r1.ms1 (" +
+                                     bytes + " bytes), now r1.ms1 (" + more + " bytes); --again"));
+  EXPECT_EQ(Run({"in", "-o", "out", "--again"}).m_exit_status, 0);
+  EXPECT_EQ(Run({"in", "-o", "out"}).m_exit_status, 0);
+}
+
+/// An envelope of charge 10 at m/z 1600, whose mass of 16 kDa has no row in the isotope table. Charge 9
+/// reaches 9 x 1601.05 = 14.4 kDa at the edge of the window.
+class RunOfHeavyIons : public RunCommandTest {
+ protected:
+  RunOfHeavyIons() {
+    std::string ms1;
+    for (int scan = 1; scan <= 10; ++scan) {
+      const std::string number = std::to_string(scan);
+      ms1 += "S\t" + number + "\t" + number + "\nI\tRetTime\t" + number +
+             "\nI\tInstrumentType\tFTMS\n"
+             "1600.0 1000.0\n1600.1003 900.0\n1600.2006 500.0\n1600.3009 200.0\n";
+    }
+    fs::create_directory(m_directory / "in");
+    WriteFile(m_directory / "in/heavy.ms1", ms1);
+    WriteFile(m_directory / "in/heavy.ms2",
+              "S\t11\t11\t1600.0\nI\tRetTime\t11\nI\tInstrumentType\tFTMS\n"
+              "I\tActivationType\tHCD\nI\tActivationCenter\t1600.0\nI\tPrecursorScan\t5\n"
+              "Z\t10\t0\n200.0 5.0\n");
+  }
+};
+
+TEST_F(RunOfHeavyIons, TriesOnlyTheChargesInTheTableAndSaysSoOnce) {
+  const ProcessResult stopped = Run({"in", "-o", "out", "--charges", "2-10", "--no-check"});
+  EXPECT_EQ(stopped.m_exit_status, 1);
+  EXPECT_THAT(stopped.m_err, HasSubstr("is outside the isotope table"));
+  const ProcessResult result = Run({"in", "-o", "out", "--charges", "2-10", "--again"});
+  EXPECT_EQ(result.m_exit_status, 0) << result.m_out << result.m_err;
+  EXPECT_THAT(result.m_out, HasSubstr("warning: charges-narrowed: in/heavy.ms1: Only the charges "
+                                      "2t9 are tried: "));
+  EXPECT_THAT(result.m_out, Not(HasSubstr("mass-limit")));
+  EXPECT_THAT(ReadFile(m_directory / "out/heavy.tarvek"), HasSubstr("charge_range\t2t9\n"));
+  EXPECT_THAT(Run({"in", "-o", "out", "--charges", "2-10"}).m_out,
+              HasSubstr("1 finished before, "));
+  EXPECT_EQ(Run({"in", "-o", "out", "--charges", "2-9"}).m_exit_status, 0);
+  const ProcessResult other = Run({"in", "-o", "out", "--charges", "1-10"});
+  EXPECT_EQ(other.m_exit_status, 1);
+  EXPECT_THAT(other.m_err, HasSubstr("charge_range 2t9, now 1t9"));
 }
 
 TEST_F(RunCommandTest, RefusesResultsOfSpectraThatWereExtractedWithOtherSettings) {

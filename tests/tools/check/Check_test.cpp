@@ -120,7 +120,8 @@ TEST(CheckXmlInput, AWidthIsAnotherWhenItDiffersByMoreThanATenth) {
 // 14999.9 for 14.99 charges.
 TEST(LargestCharge, IsTheLastWhoseMassesAreInTheTable) {
   EXPECT_EQ(LargestCharge(1001.0, 15000), 14);
-  EXPECT_EQ(LargestCharge(1000.0, 15000), 15);  // 15 x 998.992724 + 1.007276 = 14985.9
+  EXPECT_EQ(LargestCharge(1000.0, 15000), 15);        // 15 x 998.992724 + 1.007276 = 14985.9
+  EXPECT_EQ(LargestCharge(1000.0, 15000, true), 14);  // 15 x 1001.007276 + 1.007276 = 15016.1
   EXPECT_EQ(LargestCharge(7600.0, 15000), 1);
   EXPECT_EQ(LargestCharge(15000.0, 15000), 0);
   EXPECT_GT(LargestCharge(0.0, 15000), 1000000);  // nothing is known of the m/z
@@ -143,6 +144,14 @@ TEST(CheckXmlInput, NoChargeIsAdvisedThatReachesBeyondTheIsotopeTable) {
   const CheckReport planned = CheckScans(scans, options);
   ASSERT_THAT(Codes(planned), ElementsAre("mass-limit"));
   EXPECT_THAT(planned.Findings().front().m_advice, HasSubstr("-c 8t9, since"));
+  const std::map<std::string, std::string> narrowed = {{"charge_range", "8t9"}};
+  EXPECT_EQ(planned.Findings().front().m_settings, narrowed);
+  EXPECT_THAT(CheckJson(planned), HasSubstr("\"settings\": {\n        \"charge_range\": \"8t9\""));
+  options.m_settings.m_charge_min = 10;
+  const CheckReport hopeless = CheckScans(scans, options);
+  ASSERT_THAT(Codes(hopeless, false), ElementsAre("mass-limit"));
+  EXPECT_THAT(hopeless.Findings().front().m_settings, IsEmpty());
+  options.m_settings.m_charge_min = 8;
   options.m_settings.m_charge_max = 9;
   EXPECT_THAT(Codes(CheckScans(scans, options), false), IsEmpty());
 }

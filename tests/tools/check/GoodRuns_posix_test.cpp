@@ -70,7 +70,7 @@ class CheckGoodRuns : public TestWithParam<GoodRun> {
     if (run.m_format == "msb") {
       // As the extractor leaves it: the pair and its marker among the outputs.
       Simulate(simulate, Out() + "/run.mzml");
-      WriteFile(Out() + "/run.morvex", "");
+      WriteFile(Out() + "/run.morvex", "done\n");
       WriteFile(m_directory / "run.mzML", "");
       settings.insert(settings.end(), {"-b", "1"});
       Process(m_directory / "run.mzML", Out(), settings);

@@ -318,6 +318,16 @@ const std::vector<Planted>& AllPlanted() {
        [](auto& run) { run.Replace(kMs2, "Z\t2\t", "Z\t0\t"); }},
       {"a raw file", "text", "note vendor-file",
        [](auto& run) { run.Write("text/other.raw", ""); }},
+      {"a file that cannot be read", "out/loop.mzML", "defect unreadable",
+       [](auto& run) { std::filesystem::create_symlink("loop.mzML", run.Path("out/loop.mzML")); }},
+      {"a gzipped text", "text", "defect other-content",
+       [](auto& run) { run.Write(kMs1, "\x1F\x8B\x08"); }},
+      {"swapped halves", "text", "defect other-content",
+       [](auto& run) {
+         run.Rename(kMs1, "text/swap");
+         run.Rename(kMs2, kMs1);
+         run.Rename("text/swap", kMs2);
+       }},
       {"nothing there", "nowhere", "defect nothing-here", [](auto&) {}},
       {"a file of another kind", "out/log.txt", "defect unknown-format",
        [](auto& run) { run.Write("out/log.txt", "x"); }},

@@ -79,6 +79,14 @@ TEST_F(ReportCommand, WritesTheSameBytesAgain) {
   EXPECT_EQ(ReadFile(m_directory / "hand.report.html"), first);
 }
 
+TEST_F(ReportCommand, AFileThatCannotBeReadIsNotTakenForAMissingOne) {
+  WriteHandRun(m_directory);
+  std::filesystem::remove(m_directory / "hand.pf1");
+  std::filesystem::create_symlink("hand.pf1", m_directory / "hand.pf1");  // leads to itself
+  EXPECT_EQ(Run("hand"), 1);
+  EXPECT_THAT(Err(), HasSubstr("Cannot open PF File, Path: ./hand.pf1"));
+}
+
 TEST_F(ReportCommand, WritesABatchIntoAnotherFolderAndFinishesTheOthersWhenARunIsBroken) {
   WriteHandRun(m_directory);
   WriteFile(m_directory / "broken.csv", HandTable());
