@@ -14,9 +14,10 @@
 namespace tarvek::extractor {
 
 /// A handler for a file whose root element is mzML or indexedmzML.
-std::unique_ptr<XmlHandler> MakeMzmlReader(ScanConsumer& consumer);
+/// most_numbers: of one array; see ReadingLimits.h.
+std::unique_ptr<XmlHandler> MakeMzmlReader(ScanConsumer& consumer, std::int64_t most_numbers);
 
 /// A handler for a file whose root element is mzXML or, in old files, msRun.
-std::unique_ptr<XmlHandler> MakeMzxmlReader(ScanConsumer& consumer);
+std::unique_ptr<XmlHandler> MakeMzxmlReader(ScanConsumer& consumer, std::int64_t most_numbers);
 
 }  // namespace tarvek::extractor
