@@ -10,6 +10,7 @@
 #include "Ms2Loop.h"
 #include "OutputSet.h"
 #include "RunSummary.h"
+#include "ShownText.h"
 
 namespace tarvek {
 namespace {
@@ -39,7 +40,7 @@ void processMgfFile(const UserParameters& parameters) {
     const std::string path = OutputPath(parameters, ".pf2");
     lock = LockFile(path);
     RemoveFile(RunRecordPath(parameters));
-    pf2.emplace(path, "wb+", parameters.m_current_basename, logMessage);
+    pf2.emplace(path, "wb+", Shown(parameters.m_current_basename), logMessage);
   }
   MS2Spectrum scan;
   std::int64_t precursors = 0;
