@@ -15,7 +15,7 @@ class FormatChooser final : public XmlHandler {
   FormatChooser(ScanConsumer& consumer, std::function<void(const std::string&)> on_format)
       : m_consumer(&consumer), m_on_format(std::move(on_format)) {}
 
-  void OnStoredBytes(std::int64_t bytes) override { m_most_numbers = MostNumbers(bytes); }
+  void OnStoredBytes(std::int64_t bytes) override { m_limits = SizeLimits(bytes); }
 
   void OnStart(std::string_view name, const XmlAttributes& attributes) override {
     if (!m_reader) Choose(name);
@@ -27,10 +27,10 @@ class FormatChooser final : public XmlHandler {
  private:
   void Choose(std::string_view root) {
     if (root == "mzML" || root == "indexedmzML") {
-      m_reader = MakeMzmlReader(*m_consumer, m_most_numbers);
+      m_reader = MakeMzmlReader(*m_consumer, m_limits);
       m_on_format("mzML");
     } else if (root == "mzXML" || root == "msRun") {
-      m_reader = MakeMzxmlReader(*m_consumer, m_most_numbers);
+      m_reader = MakeMzxmlReader(*m_consumer, m_limits);
       m_on_format("mzXML");
     } else {
       throw "neither mzML nor mzXML: the root element is " + std::string(root);
@@ -39,7 +39,7 @@ class FormatChooser final : public XmlHandler {
 
   ScanConsumer* m_consumer;
   std::function<void(const std::string&)> m_on_format;
-  std::int64_t m_most_numbers = kMaxArrayLength;
+  SizeLimits m_limits;
   std::unique_ptr<XmlHandler> m_reader;
 };
 

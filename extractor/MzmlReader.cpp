@@ -125,8 +125,8 @@ void ApplyEncoding(const Param& param, ArrayEncoding& encoding) {
 
 class MzmlReader final : public XmlHandler {
  public:
-  MzmlReader(ScanConsumer& consumer, std::int64_t most_numbers)
-      : m_consumer(&consumer), m_most_numbers(most_numbers) {}
+  MzmlReader(ScanConsumer& consumer, const SizeLimits& limits)
+      : m_consumer(&consumer), m_limits(limits) {}
 
   void OnStart(std::string_view name, const XmlAttributes& attributes) override;
   void OnEnd(std::string_view name) override;
@@ -171,7 +171,7 @@ class MzmlReader final : public XmlHandler {
   [[noreturn]] void Fail(const std::string& detail) const;
 
   ScanConsumer* m_consumer;
-  std::int64_t m_most_numbers;
+  SizeLimits m_limits;
   ElementNesting m_nesting{MzmlRules()};
   std::map<std::string, ParamGroup, std::less<>> m_groups;
   ParamGroup* m_group = nullptr;  // that is being read, inside its element
@@ -381,10 +381,11 @@ void MzmlReader::StartBinary() {
   if (m_has_own_length && m_array_length > 0 && !m_wants_peaks)
     m_scan.m_peak_count = m_array_length;
   m_collects_text = WantsPeaks();
-  if (m_collects_text && m_array_length > m_most_numbers && m_array_length <= kMaxArrayLength)
+  if (m_collects_text && m_array_length > m_limits.m_of_array && m_array_length <= kMaxArrayLength)
     Fail(NameOf(m_array_kind) + " declares " + std::to_string(m_array_length) +
          " numbers, more than a file of this size can hold");
-  m_most_text = MostArrayText(m_array_length == kUnknownLength ? m_most_numbers : m_array_length);
+  m_most_text =
+      MostArrayText(m_array_length == kUnknownLength ? m_limits.m_of_array : m_array_length);
 }
 
 void MzmlReader::TakeArrayText(std::string_view text) {
@@ -427,7 +428,8 @@ void MzmlReader::EndArray() {
   }
   try {
     m_decoder.Decode(m_text, m_encoding, m_array_length, NameOf(m_array_kind), *numbers,
-                     m_most_numbers);
+                     m_limits.m_of_array);
+    m_limits.Take(numbers->size());
   } catch (const std::string& detail) {
     Fail(detail);
   }
@@ -615,8 +617,8 @@ void MzmlReader::ApplyToArray(const Param& param) {
 
 }  // namespace
 
-std::unique_ptr<XmlHandler> MakeMzmlReader(ScanConsumer& consumer, std::int64_t most_numbers) {
-  return std::make_unique<MzmlReader>(consumer, most_numbers);
+std::unique_ptr<XmlHandler> MakeMzmlReader(ScanConsumer& consumer, const SizeLimits& limits) {
+  return std::make_unique<MzmlReader>(consumer, limits);
 }
 
 }  // namespace tarvek::extractor

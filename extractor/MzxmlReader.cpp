@@ -88,8 +88,8 @@ struct OpenScan {
 
 class MzxmlReader final : public XmlHandler {
  public:
-  MzxmlReader(ScanConsumer& consumer, std::int64_t most_numbers)
-      : m_consumer(&consumer), m_most_numbers(most_numbers) {}
+  MzxmlReader(ScanConsumer& consumer, const SizeLimits& limits)
+      : m_consumer(&consumer), m_limits(limits) {}
 
   void OnStart(std::string_view name, const XmlAttributes& attributes) override;
   void OnEnd(std::string_view name) override;
@@ -116,7 +116,7 @@ class MzxmlReader final : public XmlHandler {
   void HandOn(OpenScan& open);
 
   ScanConsumer* m_consumer;
-  std::int64_t m_most_numbers;
+  SizeLimits m_limits;
   ElementNesting m_nesting{MzxmlRules()};
   // The consumer borrows them for a call, so they must stay where they are.
   std::map<std::string, InstrumentConfiguration, std::less<>> m_configurations;
@@ -306,10 +306,10 @@ void MzxmlReader::StartPeaks(const XmlAttributes& attributes) {
   m_text.clear();
   m_collects_text = open.m_wants_peaks && open.m_scan.m_peak_count != 0;
   const std::int64_t peaks = open.m_scan.m_peak_count;
-  if (m_collects_text && 2 * peaks > m_most_numbers)
+  if (m_collects_text && 2 * peaks > m_limits.m_of_array)
     Fail(open,
          "declares " + std::to_string(peaks) + " peaks, more than a file of this size can hold");
-  m_most_text = MostArrayText(peaks == kUnknownLength ? m_most_numbers : 2 * peaks);
+  m_most_text = MostArrayText(peaks == kUnknownLength ? m_limits.m_of_array : 2 * peaks);
 }
 
 void MzxmlReader::TakeText(std::string_view text) {
@@ -326,7 +326,8 @@ void MzxmlReader::EndPeaks() {
   try {
     m_decoder.Decode(m_text, m_format.m_encoding,
                      peaks == kUnknownLength ? kUnknownLength : 2 * peaks, "peaks", m_numbers,
-                     m_most_numbers);
+                     m_limits.m_of_array);
+    m_limits.Take(m_numbers.size());
   } catch (const std::string& detail) {
     Fail(open, detail);
   }
@@ -353,8 +354,8 @@ void MzxmlReader::EndScan() {
 
 }  // namespace
 
-std::unique_ptr<XmlHandler> MakeMzxmlReader(ScanConsumer& consumer, std::int64_t most_numbers) {
-  return std::make_unique<MzxmlReader>(consumer, most_numbers);
+std::unique_ptr<XmlHandler> MakeMzxmlReader(ScanConsumer& consumer, const SizeLimits& limits) {
+  return std::make_unique<MzxmlReader>(consumer, limits);
 }
 
 }  // namespace tarvek::extractor

@@ -1,6 +1,6 @@
 // extractor/ReadingLimits.h: what no instrument file has more of.
 // Does:     says the limits that keep time and memory in proportion to the size of a file.
-// Throws:   nothing.
+// Throws:   Take a std::string without file and place; the rest nothing.
 // Not here: the size of a tag (XmlPlace.h), the largest array (BinaryArray.h), how deep elements nest
 //           (ElementNesting.h).
 #pragma once
@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <string>
 #include <string_view>
 
 #include "BinaryArray.h"
@@ -52,6 +54,30 @@ inline std::int64_t MostNumbers(std::int64_t stored_bytes) {
   if (stored_bytes <= 0) return kMaxArrayLength;
   return std::clamp(stored_bytes / kBytesPerPeak, kInSmallFiles, kMaxArrayLength);
 }
+
+/// The numbers of all arrays together, in a file of so many stored bytes.
+inline std::int64_t MostNumbersOfFile(std::int64_t stored_bytes) {
+  constexpr std::int64_t kFree = 100'000'000;
+  constexpr std::int64_t kNumbersPerByte = 50;
+  if (stored_bytes <= 0) return std::numeric_limits<std::int64_t>::max();
+  return kFree + kNumbersPerByte * stored_bytes;
+}
+
+/// What the stored size of a file allows.
+struct SizeLimits {
+  explicit SizeLimits(std::int64_t stored_bytes = 0)
+      : m_of_array(MostNumbers(stored_bytes)), m_of_file(MostNumbersOfFile(stored_bytes)) {}
+
+  /// Takes the numbers of an array from those of the file; throws when there are too many.
+  void Take(std::size_t numbers) {
+    m_of_file -= static_cast<std::int64_t>(numbers);
+    if (m_of_file < 0)
+      throw std::string("the arrays of the file hold more numbers than one of its size can");
+  }
+
+  std::int64_t m_of_array;
+  std::int64_t m_of_file;
+};
 
 /// A gzip file may unpack to so much, and to so many times its own size.
 inline constexpr std::int64_t kFreeUnpackedBytes = std::int64_t{256} << 20;

@@ -8,16 +8,16 @@
 
 #include <memory>
 
+#include "ReadingLimits.h"
 #include "ScanConsumer.h"
 #include "XmlStream.h"
 
 namespace tarvek::extractor {
 
 /// A handler for a file whose root element is mzML or indexedmzML.
-/// most_numbers: of one array; see ReadingLimits.h.
-std::unique_ptr<XmlHandler> MakeMzmlReader(ScanConsumer& consumer, std::int64_t most_numbers);
+std::unique_ptr<XmlHandler> MakeMzmlReader(ScanConsumer& consumer, const SizeLimits& limits);
 
 /// A handler for a file whose root element is mzXML or, in old files, msRun.
-std::unique_ptr<XmlHandler> MakeMzxmlReader(ScanConsumer& consumer, std::int64_t most_numbers);
+std::unique_ptr<XmlHandler> MakeMzxmlReader(ScanConsumer& consumer, const SizeLimits& limits);
 
 }  // namespace tarvek::extractor

@@ -166,6 +166,21 @@ TEST_F(BoundedWork, RefusesAnArrayThatASmallFileCannotHold) {
                                                "file of this size can hold"));
 }
 
+TEST_F(BoundedWork, RefusesMoreNumbersThanAFileOfItsSizeCanHold) {
+  const std::size_t count = 400'000;
+  const std::string zeros = test::EncodeBase64(test::Deflated(std::string(8 * count, '\0')));
+  std::vector<TestScan> scans;
+  for (int number = 1; number <= 300; ++number) {
+    TestScan scan = Survey(number);
+    scan.m_length = static_cast<std::int64_t>(count);
+    scan.m_arrays = {TestArray{Cv(1000514) + Cv(1000523) + Cv(1000574), zeros, ""},
+                     TestArray{Cv(1000515) + Cv(1000523) + Cv(1000574), zeros, ""}};
+    scans.push_back(scan);
+  }
+  EXPECT_THAT(ErrorOf(test::Gzipped(Mzml(scans)), "run.mzML.gz"),
+              HasSubstr("the arrays of the file hold more numbers than one of its size can"));
+}
+
 TEST_F(BoundedWork, TakesLargeArraysOfLargeFiles) {
   std::vector<Peak> peaks;
   for (int i = 0; i < 600'000; ++i) peaks.push_back({100.0 + i * 0.001, 1.0 + i % 977});
