@@ -88,8 +88,8 @@ std::string LengthError(std::size_t found, std::int64_t declared) {
          " are declared";
 }
 
-std::string TooManyError() {
-  return "holds more than " + std::to_string(kMaxArrayLength) + " numbers, which cannot be";
+std::string TooManyError(std::int64_t most) {
+  return "holds more than " + std::to_string(most) + " numbers, which cannot be";
 }
 
 // Without a branch, so that the compiler takes several numbers at once.
@@ -115,31 +115,31 @@ void CheckNumbers(const std::vector<double>& numbers) {
 
 // The bytes of m_bytes, inflated where they are packed.
 std::string_view ArrayDecoder::Unpack(const ArrayEncoding& encoding, std::int64_t count,
-                                      const std::string& what) {
+                                      const std::string& what, std::int64_t most) {
   if (!encoding.m_zlib) return m_bytes.View();
   // numpress takes at most 5 bytes a number and two reals
   const std::size_t width = encoding.m_numpress == Numpress::kNone ? WidthOf(encoding.m_type) : 8;
   const std::size_t slack = encoding.m_numpress == Numpress::kNone ? 0 : kNumpressSlack;
-  const std::int64_t most = count == kUnknownLength ? kMaxArrayLength : count;
+  if (count != kUnknownLength) most = count;
   const std::size_t max_bytes = static_cast<std::size_t>(most) * width + slack;
   if (!m_zlib.Inflate(m_bytes.View(), max_bytes, m_inflated))
     throw what + " holds damaged zlib data";
   if (m_inflated.View().size() > max_bytes)
     throw what + (count == kUnknownLength
-                      ? " " + TooManyError()
+                      ? " " + TooManyError(most)
                       : " holds more than the " + std::to_string(most) + " numbers declared");
   return m_inflated.View();
 }
 
 void ArrayDecoder::Decode(std::string_view text, const ArrayEncoding& encoding, std::int64_t count,
-                          std::string_view what, std::vector<double>& numbers) {
+                          std::string_view what, std::vector<double>& numbers, std::int64_t most) {
   const std::string name(what);
   if (!encoding.m_unsupported.empty())
     throw name + " uses a compression that is not supported: " + encoding.m_unsupported;
   if (count != kUnknownLength && (count < 0 || count > kMaxArrayLength))
     throw name + " declares " + std::to_string(count) + " numbers, which cannot be";
   if (!DecodeBase64(text, m_bytes)) throw name + " is no base64 text";
-  const std::string_view bytes = Unpack(encoding, count, name);
+  const std::string_view bytes = Unpack(encoding, count, name, most);
   try {
     if (encoding.m_numpress != Numpress::kNone) {
       ConvertNumpress(bytes, encoding.m_numpress, numbers);
@@ -148,7 +148,7 @@ void ArrayDecoder::Decode(std::string_view text, const ArrayEncoding& encoding, 
       if (bytes.size() % width != 0) throw LengthError(bytes.size() / width, count);
       ConvertPlain(bytes, encoding, numbers);
     }
-    if (numbers.size() > static_cast<std::size_t>(kMaxArrayLength)) throw TooManyError();
+    if (numbers.size() > static_cast<std::size_t>(most)) throw TooManyError(most);
     if (count != kUnknownLength && numbers.size() != static_cast<std::size_t>(count))
       throw LengthError(numbers.size(), count);
     CheckNumbers(numbers);

@@ -38,12 +38,14 @@ class ArrayDecoder {
   /// Replaces numbers by the count numbers that text encodes; with kUnknownLength, by as many as
   /// there are. Throws when the text is damaged, the compression is unknown, there are more or fewer
   /// numbers, or one is no finite number. what: the name of the array in messages, as "m/z array".
+  /// most: how many numbers there may be where count does not say it.
   void Decode(std::string_view text, const ArrayEncoding& encoding, std::int64_t count,
-              std::string_view what, std::vector<double>& numbers);
+              std::string_view what, std::vector<double>& numbers,
+              std::int64_t most = kMaxArrayLength);
 
  private:
   std::string_view Unpack(const ArrayEncoding& encoding, std::int64_t count,
-                          const std::string& what);
+                          const std::string& what, std::int64_t most);
 
   ZlibArray m_zlib;
   ByteBuffer m_bytes;

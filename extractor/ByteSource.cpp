@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "BgzfBlocks.h"
+#include "ReadingLimits.h"
 #include "Threads.h"
 
 namespace tarvek::extractor {
@@ -38,6 +39,16 @@ std::int64_t ByteSource::StoredBytesRead() const noexcept {
 }
 
 std::size_t ByteSource::Read(char* bytes, std::size_t size) {
+  const std::size_t count = ReadSome(bytes, size);
+  m_given_bytes += static_cast<std::int64_t>(count);
+  if (m_given_bytes > std::max(kFreeUnpackedBytes, kMaxUnpackedRatio * StoredBytes()) &&
+      StoredBytes() > 0)
+    throw m_file.Path() + ": unpacks to more than " + std::to_string(kMaxUnpackedRatio) +
+        " times its size, which no instrument file does";
+  return count;
+}
+
+std::size_t ByteSource::ReadSome(char* bytes, std::size_t size) {
   while (m_blocks && m_ahead.empty())
     if (!NextBlock()) return 0;
   if (!m_ahead.empty()) {

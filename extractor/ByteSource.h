@@ -2,8 +2,9 @@
 // Does:     delivers them from front to back; a file that begins as gzip does is inflated, ahead of
 //           the reader by other threads where these are allowed.
 // Owns:     the open file, the threads and what they have ready.
-// Throws:   std::string: OpenFile's message, File::Read's, or path + ": ..." for a damaged gzip file;
-//           a TruncatedFile (GzipStream.h) for one that is cut off; what ThreadsAllowed throws.
+// Throws:   std::string: OpenFile's message, File::Read's, or path + ": ..." for a damaged gzip file
+//           and one that unpacks to too much; a TruncatedFile (GzipStream.h) for one that is cut
+//           off; what ThreadsAllowed throws.
 // Not here: XML.
 #pragma once
 
@@ -31,11 +32,13 @@ class ByteSource {
   [[nodiscard]] std::int64_t StoredBytesRead() const noexcept;
 
  private:
+  std::size_t ReadSome(char* bytes, std::size_t size);
   void ReadMembers(GzipStream::Place place);
   bool NextBlock();
 
   StoredFile m_file;
   std::size_t m_threads;
+  std::int64_t m_given_bytes = 0;
   std::optional<GzipStream> m_stream;   // inflates in this thread
   Block m_block;                        // the present one
   std::string_view m_ahead;             // into m_block

@@ -8,6 +8,7 @@
 #include "Extraction.h"
 #include "FileUtils.h"
 #include "Platform.h"
+#include "ShownText.h"
 #include "StringUtils.h"
 
 namespace tarvek::extractor {
@@ -172,7 +173,7 @@ std::vector<std::string> FindMzml(const std::string& directory) {
 void RunConverter(const std::vector<std::string>& words, const std::string& input,
                   std::ostream& report) {
   const std::string command = ShownCommand(words);
-  report << "Runs " << command << std::endl;
+  report << "Runs " << Shown(command) << std::endl;
   ChildProcess child = ChildProcess::Start(words);
   if (!child.IsRunning())
     throw input + ": the converter cannot be started: " + command + ": " + child.Failure() +

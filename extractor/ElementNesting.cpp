@@ -76,6 +76,8 @@ void ElementNesting::Check(std::size_t rule) const {
 
 Element ElementNesting::Enter(std::string_view name) {
   if (m_open.size() >= kMaxDepth) throw std::string("elements are nested too deep");
+  if (name.size() > kMaxNameBytes)
+    throw std::string("the name of an element has more than 1000 bytes");
   const bool is_passed_over = !m_open.empty() && m_open.back() == m_rules.size();
   const std::size_t rule = is_passed_over ? m_rules.size() : RuleOf(name);
   if (rule < m_rules.size()) Check(rule);

@@ -22,10 +22,13 @@ class ElementNesting {
   /// No file of the formats nests as deep; a deeper one is damaged.
   static constexpr std::size_t kMaxDepth = 256;
 
+  /// No element has a longer name, of any format.
+  static constexpr std::size_t kMaxNameBytes = 1000;
+
   explicit ElementNesting(std::span<const ElementRule> rules);
 
-  /// Opens an element and says which it is. Throws when it must not be where it is, or the nesting is
-  /// too deep.
+  /// Opens an element and says which it is. Throws when it must not be where it is, the nesting is
+  /// too deep, or the name too long.
   Element Enter(std::string_view name);
 
   /// Closes the innermost element and returns what Enter said of it. There must be one.

@@ -16,6 +16,10 @@ namespace {
 
 constexpr std::size_t kMostBytesAtOnce = std::size_t{1} << 20;
 
+// Expat reads a token that is cut again from its start. Of a larger one it gets as much again at once,
+// so that it does so seldom.
+constexpr std::size_t kLargeTokenBytes = std::size_t{1} << 16;
+
 struct FreeParser {
   void operator()(XML_Parser parser) const noexcept { XML_ParserFree(parser); }
 };
@@ -33,7 +37,7 @@ class Callbacks {
     XML_SetUserData(m_parser, this);
     XML_SetElementHandler(m_parser, &OnStart, &OnEnd);
     XML_SetCharacterDataHandler(m_parser, &OnText);
-    XML_SetEntityDeclHandler(m_parser, &OnEntity);
+    XML_SetStartDoctypeDeclHandler(m_parser, &OnDoctype);
     XML_SetUnknownEncodingHandler(m_parser, &OnEncoding, nullptr);
   }
 
@@ -71,11 +75,14 @@ class Callbacks {
     Callbacks& self = Of(user);
     self.Run([&] { self.m_handler->OnText({text, static_cast<std::size_t>(size)}); });
   }
-  // Entities can blow a small file up, and no instrument file declares any.
-  static void XMLCALL OnEntity(void* user, const XML_Char*, int, const XML_Char*, int,
-                               const XML_Char*, const XML_Char*, const XML_Char*, const XML_Char*) {
+  // What it may declare, entities and defaults of attributes, can blow a small file up. No instrument
+  // file has one.
+  static void XMLCALL OnDoctype(void* user, const XML_Char*, const XML_Char*, const XML_Char*,
+                                int) {
     Callbacks& self = Of(user);
-    self.Run([] { throw std::string("declares XML entities, which are not supported"); });
+    self.Run([] {
+      throw std::string("has a document type declaration (DOCTYPE), which is not supported");
+    });
   }
   // Windows-1252, GB2312 and the like: bytes below 0x80 are ASCII wherever markup may begin or end,
   // and nothing else has a meaning here.
@@ -114,9 +121,18 @@ class ExpatParser::Implementation {
   }
 
   void Parse(std::string_view bytes, bool is_last) {
-    for (; bytes.size() > kMostBytesAtOnce; bytes.remove_prefix(kMostBytesAtOnce))
-      Feed(bytes.substr(0, kMostBytesAtOnce), false);
-    if (!bytes.empty()) Feed(bytes, false);
+    if (!m_waiting.empty()) bytes = m_waiting.append(bytes);
+    if (!is_last && bytes.size() < m_bytes_to_wait_for) {
+      if (m_waiting.empty()) m_waiting = bytes;
+      return;
+    }
+    while (!bytes.empty()) {
+      const std::string_view piece =
+          bytes.substr(0, std::max(kMostBytesAtOnce, m_bytes_to_wait_for));
+      Feed(piece, false);
+      bytes.remove_prefix(piece.size());
+    }
+    m_waiting.clear();
     if (is_last) Feed({}, true);
   }
 
@@ -134,7 +150,11 @@ class ExpatParser::Implementation {
       throw Place() + detail;
     }
     if (status != XML_STATUS_OK) ThrowParserError();
-    if (UnfinishedBytes() > kMaxXmlTokenBytes) throw Place() + kHugeXmlToken;
+    const std::size_t unfinished = UnfinishedBytes();
+    if (unfinished > kMaxXmlTokenBytes) throw Place() + kHugeXmlToken;
+    m_bytes_to_wait_for = unfinished < kLargeTokenBytes
+                              ? 0
+                              : std::min(unfinished, kMaxXmlTokenBytes + 1 - unfinished);
   }
 
   // Expat's index may be of 32 bits.
@@ -165,6 +185,8 @@ class ExpatParser::Implementation {
   std::string m_path;
   Parser m_parser;
   Callbacks m_callbacks;
+  std::string m_waiting;  // bytes that were not fed yet
+  std::size_t m_bytes_to_wait_for = 0;
   std::int64_t m_bytes_fed = 0;
   std::int64_t m_lines_before = 0;
   std::int64_t m_bytes_before = 0;  // in the file, less those of the opening

@@ -10,6 +10,9 @@
 #include <string>
 #include <vector>
 
+#include "ShownText.h"
+#include "SpectrumRecords.h"
+
 namespace tarvek::extractor {
 
 enum class Analyser { kUnknown, kFourier, kTimeOfFlight, kIonTrap, kOther };
@@ -72,10 +75,23 @@ struct ExtractedScan {
   std::int64_t m_peak_count = 0;  // as declared
 };
 
+/// Of the id of a spectrum in a message.
+inline constexpr std::size_t kMaxShownId = 1000;
+
 /// What is wrong with a spectrum, with the spectrum named.
 inline std::string FaultOf(const ExtractedScan& scan, const std::string& detail) {
-  if (!scan.m_id.empty()) return "spectrum \"" + scan.m_id + "\": " + detail;
+  if (!scan.m_id.empty()) return "spectrum \"" + Shown(scan.m_id, kMaxShownId) + "\": " + detail;
   return "spectrum number " + std::to_string(scan.m_position + 1) + ", which has no id: " + detail;
+}
+
+inline std::string TooManyPrecursorsText() {
+  return "declares more than " + std::to_string(kMaxDeclaredPrecursors) +
+         " precursors, which no scan does";
+}
+
+/// A single one counts as the charge; of several it is enough to know that there is no single one.
+inline void AddPossibleCharge(SelectedIon& ion, std::int32_t charge) {
+  if (ion.m_possible_charges.size() < 2) ion.m_possible_charges.push_back(charge);
 }
 
 /// The full width of the isolation window, where the file tells it.

@@ -22,8 +22,9 @@
 namespace tarvek::extractor {
 namespace {
 
+// The base name may end with a '\\', which is no separator there.
 std::string BasePath(const ExtractorOptions& options) {
-  return JoinPath({options.m_output_directory, options.m_base_name});
+  return JoinPath({options.m_output_directory, ""}) + options.m_base_name;
 }
 
 std::unique_ptr<ScanSink> MakePlainSink(const ExtractorOptions& options,

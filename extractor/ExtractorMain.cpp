@@ -4,6 +4,7 @@
 #include <exception>
 #include <functional>
 #include <iostream>
+#include <new>
 #include <string>
 #include <vector>
 
@@ -11,6 +12,7 @@
 #include "FileUtils.h"
 #include "Platform.h"
 #include "ProductTexts.h"
+#include "ShownText.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -25,15 +27,29 @@ struct ProgramTexts {
 
 // The exit status: that of success, or status_of_failure after a line on standard error.
 int Guarded(const ProgramTexts& texts, const std::function<void()>& action, int status_of_failure) {
+  const auto say = [&](const std::string& message) {
+    std::cerr << texts.m_name << ": " << message << std::endl;
+  };
   try {
     action();
     return EXIT_SUCCESS;
+  } catch (const LinesMessage& message) {
+    say(ShownLines(message));
   } catch (const std::string& message) {
-    std::cerr << texts.m_name << ": " << message << std::endl;
+    say(Shown(message));
   } catch (const std::exception& error) {
-    std::cerr << texts.m_name << ": " << error.what() << std::endl;
+    say(Shown(error.what()));
   }
   return status_of_failure;
+}
+
+// A failed request for memory becomes a message that names the input.
+void NamingInput(const ExtractorOptions& options, const std::function<void()>& action) {
+  try {
+    action();
+  } catch (const std::bad_alloc&) {
+    throw options.m_input + ": " + std::string(kNoMemory);
+  }
 }
 
 int Run(int argc, const char* const* argv, const ProgramTexts& texts,
@@ -56,7 +72,7 @@ int Run(int argc, const char* const* argv, const ProgramTexts& texts,
       texts, [&] { AddEnvironment(EnvironmentVariable, options.m_overrides); }, kBadCommandLine);
   if (status_of_environment != EXIT_SUCCESS) return status_of_environment;
   return Guarded(
-      texts, [&] { extract(options); }, kFailed);
+      texts, [&] { NamingInput(options, [&] { extract(options); }); }, kFailed);
 }
 
 void ExtractXmlFile(const ExtractorOptions& options) {
@@ -73,7 +89,8 @@ void ExtractVendorFile(const ExtractorOptions& options, VendorKind kind) {
   const auto converter =
       FindConverter(kind, EnvironmentVariable(TemplateVariable(kind)).value_or(std::string()),
                     EnvironmentVariable("PATH").value_or(std::string()));
-  if (!converter) throw options.m_input + ": cannot be read.\n" + NoConverterText(kind);
+  if (!converter)
+    throw LinesMessage(Shown(options.m_input) + ": cannot be read.\n" + NoConverterText(kind));
   const ConvertedFile converted(options, *converter, std::cout);
   Extract(options, converted.MzmlPath(), marker, std::cout);
 }

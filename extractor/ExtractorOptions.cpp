@@ -123,6 +123,8 @@ class ArgumentReader {
       m_options.m_faims_volts = TakeVoltage(option);
     } else if (option == "--analyser" || option == "--activation") {
       TakeOverride(option);
+    } else if (!FormatOf(option).empty()) {  // "-run.mzML"
+      TakeInput(option);
     } else if (option != "-a") {
       throw "unknown option " + option + "; try --help";
     }

@@ -3,6 +3,7 @@
 #include <memory>
 #include <utility>
 
+#include "ReadingLimits.h"
 #include "XmlReaders.h"
 
 namespace tarvek::extractor {
@@ -14,6 +15,8 @@ class FormatChooser final : public XmlHandler {
   FormatChooser(ScanConsumer& consumer, std::function<void(const std::string&)> on_format)
       : m_consumer(&consumer), m_on_format(std::move(on_format)) {}
 
+  void OnStoredBytes(std::int64_t bytes) override { m_limits = SizeLimits(bytes); }
+
   void OnStart(std::string_view name, const XmlAttributes& attributes) override {
     if (!m_reader) Choose(name);
     m_reader->OnStart(name, attributes);
@@ -24,10 +27,10 @@ class FormatChooser final : public XmlHandler {
  private:
   void Choose(std::string_view root) {
     if (root == "mzML" || root == "indexedmzML") {
-      m_reader = MakeMzmlReader(*m_consumer);
+      m_reader = MakeMzmlReader(*m_consumer, m_limits);
       m_on_format("mzML");
     } else if (root == "mzXML" || root == "msRun") {
-      m_reader = MakeMzxmlReader(*m_consumer);
+      m_reader = MakeMzxmlReader(*m_consumer, m_limits);
       m_on_format("mzXML");
     } else {
       throw "neither mzML nor mzXML: the root element is " + std::string(root);
@@ -36,6 +39,7 @@ class FormatChooser final : public XmlHandler {
 
   ScanConsumer* m_consumer;
   std::function<void(const std::string&)> m_on_format;
+  SizeLimits m_limits;
   std::unique_ptr<XmlHandler> m_reader;
 };
 

@@ -9,6 +9,7 @@
 #include "ElementNesting.h"
 #include "InstrumentTerms.h"
 #include "NumberText.h"
+#include "ReadingLimits.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -30,7 +31,16 @@ struct StoredParam {
   std::string m_name;
 };
 
+struct ParamGroup {
+  std::vector<StoredParam> m_params;
+  std::uint64_t m_bytes = 0;  // of the texts, and something for each parameter
+};
+
 enum class ArrayKind { kOther, kMz, kIntensity };
+
+std::string NameOf(ArrayKind kind) {
+  return kind == ArrayKind::kMz ? "m/z array" : "intensity array";
+}
 
 std::int32_t AccessionOf(std::string_view text) {
   return text.starts_with("MS:") ? ParseInteger(text.substr(3)) : 0;
@@ -115,12 +125,13 @@ void ApplyEncoding(const Param& param, ArrayEncoding& encoding) {
 
 class MzmlReader final : public XmlHandler {
  public:
-  explicit MzmlReader(ScanConsumer& consumer) : m_consumer(&consumer) {}
+  MzmlReader(ScanConsumer& consumer, const SizeLimits& limits)
+      : m_consumer(&consumer), m_limits(limits) {}
 
   void OnStart(std::string_view name, const XmlAttributes& attributes) override;
   void OnEnd(std::string_view name) override;
   void OnText(std::string_view text) override {
-    if (m_collects_text && m_nesting.Outer(0) == kBinary) m_text += text;
+    if (m_collects_text && m_nesting.Outer(0) == kBinary) TakeArrayText(text);
   }
 
  private:
@@ -134,11 +145,14 @@ class MzmlReader final : public XmlHandler {
   void StartPrecursor(const XmlAttributes& attributes);
   void StartArray(const XmlAttributes& attributes);
   void StartBinary();
+  void TakeArrayText(std::string_view text);
   void EndSpectrum();
   void EndArray();
 
   void Apply(const Param& param);
   void ApplyGroup(std::string_view id);
+  void KeepInGroup(const Param& param);
+  void CountHeaderBytes(std::size_t bytes);
   void ApplyToConfiguration(const Param& param);
   void ApplyInSpectrum(const Param& param);
   void ApplyToSpectrum(const Param& param);
@@ -157,9 +171,13 @@ class MzmlReader final : public XmlHandler {
   [[noreturn]] void Fail(const std::string& detail) const;
 
   ScanConsumer* m_consumer;
+  SizeLimits m_limits;
   ElementNesting m_nesting{MzmlRules()};
-  std::map<std::string, std::vector<StoredParam>, std::less<>> m_groups;
-  std::vector<StoredParam>* m_group = nullptr;  // that is being read, inside its element
+  std::map<std::string, ParamGroup, std::less<>> m_groups;
+  ParamGroup* m_group = nullptr;  // that is being read, inside its element
+  std::size_t m_header_bytes = 0;
+  std::uint64_t m_elements = 0;
+  std::uint64_t m_group_bytes = 0;  // of all references
 
   // The consumer borrows them for a call, so they must stay where they are.
   std::map<std::string, InstrumentConfiguration, std::less<>> m_configurations;
@@ -171,6 +189,7 @@ class MzmlReader final : public XmlHandler {
   std::int64_t m_position = 0;
   bool m_in_spectrum = false;
   int m_scan_elements = 0;
+  std::size_t m_selected_ions = 0;
   std::string m_scan_configuration;
   ActivationTerms m_activation;
   std::optional<bool> m_wants_peaks;
@@ -180,6 +199,7 @@ class MzmlReader final : public XmlHandler {
   bool m_has_own_length = false;
   std::int64_t m_array_length = 0;
   bool m_collects_text = false;
+  std::size_t m_most_text = 0;
   std::string m_text;
   ArrayDecoder m_decoder;
   std::optional<std::vector<double>> m_mz;
@@ -202,6 +222,7 @@ Element MzmlReader::Enter(std::string_view name) {
 }
 
 void MzmlReader::OnStart(std::string_view name, const XmlAttributes& attributes) {
+  ++m_elements;
   const Element element = Enter(name);
   switch (element) {
     case kPassedOver:
@@ -223,16 +244,19 @@ void MzmlReader::OnStart(std::string_view name, const XmlAttributes& attributes)
 void MzmlReader::Start(Element element, const XmlAttributes& attributes) {
   switch (element) {
     case kReferenceableParamGroup:
+      CountHeaderBytes(kParamBytes + attributes.Get("id").size());
       m_group = &m_groups[std::string(attributes.Get("id"))];
-      m_group->clear();  // of two groups with one id the later holds
+      *m_group = {};  // of two groups with one id the later holds
       return;
     case kInstrumentConfiguration:
       return StartConfiguration(attributes);
     case kAnalyzer:
+      if (m_analysers.size() >= kMaxAnalysers)
+        throw std::string("declares too many analysers of one instrument");
       m_analysers.push_back({ParseInteger(attributes.Get("order")), Analyser::kUnknown});
       return;
     case kRun:
-      m_default_configuration = attributes.Get("defaultInstrumentConfigurationRef");
+      m_default_configuration = KeptText(attributes.Get("defaultInstrumentConfigurationRef"));
       return;
     case kSpectrumList:
       if (const std::string_view count = attributes.Get("count"); !count.empty())
@@ -254,6 +278,7 @@ void MzmlReader::StartInSpectrum(Element element, const XmlAttributes& attribute
     case kPrecursor:
       return StartPrecursor(attributes);
     case kSelectedIon:
+      if (++m_selected_ions > kMaxDeclaredPrecursors) Fail(TooManyPrecursorsText());
       m_scan.m_precursors.back().m_ions.emplace_back();
       return;
     case kBinaryDataArray:
@@ -287,7 +312,8 @@ void MzmlReader::OnEnd(std::string_view) {
 
 // Of two configurations with one id the later holds.
 void MzmlReader::StartConfiguration(const XmlAttributes& attributes) {
-  m_configuration = &m_configurations[std::string(attributes.Get("id"))];
+  CountHeaderBytes(kConfigurationBytes);
+  m_configuration = &m_configurations[std::string(KeptText(attributes.Get("id")))];
   *m_configuration = {};
   m_analysers.clear();
 }
@@ -315,6 +341,7 @@ void MzmlReader::StartSpectrum(const XmlAttributes& attributes) {
   m_in_spectrum = true;
   m_scan.m_peak_count = LengthOf(attributes.Get("defaultArrayLength"));
   m_scan_elements = 0;
+  m_selected_ions = 0;
   m_scan_configuration.clear();
   m_wants_peaks.reset();
 }
@@ -326,11 +353,13 @@ void MzmlReader::RefuseBehindArrays(const char* name) const {
 
 void MzmlReader::StartScan(const XmlAttributes& attributes) {
   RefuseBehindArrays("scan");
-  if (++m_scan_elements == 1) m_scan_configuration = attributes.Get("instrumentConfigurationRef");
+  if (++m_scan_elements == 1)
+    m_scan_configuration = KeptText(attributes.Get("instrumentConfigurationRef"));
 }
 
 void MzmlReader::StartPrecursor(const XmlAttributes& attributes) {
   RefuseBehindArrays("precursor");
+  if (m_scan.m_precursors.size() >= kMaxDeclaredPrecursors) Fail(TooManyPrecursorsText());
   m_activation = {};
   DeclaredPrecursor& precursor = m_scan.m_precursors.emplace_back();
   // A spectrum of another file says nothing here.
@@ -352,6 +381,20 @@ void MzmlReader::StartBinary() {
   if (m_has_own_length && m_array_length > 0 && !m_wants_peaks)
     m_scan.m_peak_count = m_array_length;
   m_collects_text = WantsPeaks();
+  if (m_collects_text && m_array_length > m_limits.m_of_array && m_array_length <= kMaxArrayLength)
+    Fail(NameOf(m_array_kind) + " declares " + std::to_string(m_array_length) +
+         " numbers, more than a file of this size can hold");
+  m_most_text =
+      MostArrayText(m_array_length == kUnknownLength ? m_limits.m_of_array : m_array_length);
+}
+
+void MzmlReader::TakeArrayText(std::string_view text) {
+  if (m_text.size() + text.size() > m_most_text)
+    Fail(NameOf(m_array_kind) + " has more text than " +
+         (m_array_length == kUnknownLength
+              ? "a file of this size can hold"
+              : "the " + std::to_string(m_array_length) + " numbers declared take"));
+  m_text += text;
 }
 
 const InstrumentConfiguration* MzmlReader::ConfigurationOfScan() const {
@@ -384,8 +427,9 @@ void MzmlReader::EndArray() {
     return;
   }
   try {
-    m_decoder.Decode(m_text, m_encoding, m_array_length, is_mz ? "m/z array" : "intensity array",
-                     *numbers);
+    m_decoder.Decode(m_text, m_encoding, m_array_length, NameOf(m_array_kind), *numbers,
+                     m_limits.m_of_array);
+    m_limits.Take(numbers->size());
   } catch (const std::string& detail) {
     Fail(detail);
   }
@@ -424,7 +468,10 @@ void MzmlReader::ApplyGroup(std::string_view id) {
         "referenceableParamGroup");
   const auto group = m_groups.find(id);
   if (group == m_groups.end()) return;
-  for (const StoredParam& param : group->second)
+  m_group_bytes += group->second.m_bytes;
+  if (m_group_bytes > kFreeGroupBytes + kGroupBytesPerElement * m_elements)
+    Fail("refers to large groups of parameters too often");
+  for (const StoredParam& param : group->second.m_params)
     Apply({param.m_accession, param.m_value, param.m_unit, param.m_name});
 }
 
@@ -433,9 +480,7 @@ void MzmlReader::Apply(const Param& param) {
   if (m_in_spectrum) return ApplyInSpectrum(param);
   switch (m_nesting.Outer(1)) {
     case kReferenceableParamGroup:
-      m_group->push_back({param.m_accession, std::string(param.m_value), std::string(param.m_unit),
-                          std::string(param.m_name)});
-      return;
+      return KeepInGroup(param);
     case kInstrumentConfiguration:
       return ApplyToConfiguration(param);
     case kAnalyzer:
@@ -452,16 +497,32 @@ void MzmlReader::Apply(const Param& param) {
   }
 }
 
+void MzmlReader::KeepInGroup(const Param& param) {
+  const std::size_t bytes =
+      kParamBytes + param.m_value.size() + param.m_unit.size() + param.m_name.size();
+  CountHeaderBytes(bytes);
+  m_group->m_bytes += bytes;
+  m_group->m_params.push_back({param.m_accession, std::string(param.m_value),
+                               std::string(param.m_unit), std::string(param.m_name)});
+}
+
+// What is kept to the end of the file.
+void MzmlReader::CountHeaderBytes(std::size_t bytes) {
+  m_header_bytes += bytes;
+  if (m_header_bytes > kMaxHeaderBytes)
+    throw std::string("more than 16 MB of parameter groups and instrument configurations");
+}
+
 // The first term that may be a model is it; without one, a text.
 void MzmlReader::ApplyToConfiguration(const Param& param) {
   if (m_configuration->m_model_accession != 0) return;
   if (MayBeModel(param.m_accession, param.m_name)) {
     m_configuration->m_model_accession = param.m_accession;
-    m_configuration->m_model_name = param.m_name;
+    m_configuration->m_model_name = KeptText(param.m_name);
     return;
   }
   if (HasModelValue(param.m_accession, param.m_name) && !param.m_value.empty())
-    m_configuration->m_model_name = param.m_value;
+    m_configuration->m_model_name = KeptText(param.m_value);
 }
 
 void MzmlReader::ApplyInSpectrum(const Param& param) {
@@ -537,7 +598,7 @@ void MzmlReader::ApplyToIon(const Param& param) {
   if (param.m_accession == 1000744) ion.m_mz = mz;
   if (param.m_accession == 1000040 && ion.m_mz == 0.0) ion.m_mz = mz;
   if (param.m_accession == 1000041) ion.m_charge = ParseInteger(param.m_value);
-  if (param.m_accession == 1000633) ion.m_possible_charges.push_back(ParseInteger(param.m_value));
+  if (param.m_accession == 1000633) AddPossibleCharge(ion, ParseInteger(param.m_value));
 }
 
 void MzmlReader::ApplyToActivation(const Param& param) {
@@ -556,8 +617,8 @@ void MzmlReader::ApplyToArray(const Param& param) {
 
 }  // namespace
 
-std::unique_ptr<XmlHandler> MakeMzmlReader(ScanConsumer& consumer) {
-  return std::make_unique<MzmlReader>(consumer);
+std::unique_ptr<XmlHandler> MakeMzmlReader(ScanConsumer& consumer, const SizeLimits& limits) {
+  return std::make_unique<MzmlReader>(consumer, limits);
 }
 
 }  // namespace tarvek::extractor

@@ -10,6 +10,7 @@
 #include "ElementNesting.h"
 #include "InstrumentTerms.h"
 #include "NumberText.h"
+#include "ReadingLimits.h"
 #include "StringUtils.h"
 
 namespace tarvek::extractor {
@@ -18,6 +19,9 @@ namespace {
 using enum Element;
 
 constexpr std::size_t kMaxNesting = 64;
+
+// Of a precursorMz, which is a number.
+constexpr std::size_t kMaxNumberText = 1000;
 
 /// "PT12.5S", "PT0.2M", "PT1H2M3S" or a plain number of seconds.
 std::optional<double> SecondsOf(std::string_view duration) {
@@ -84,12 +88,13 @@ struct OpenScan {
 
 class MzxmlReader final : public XmlHandler {
  public:
-  explicit MzxmlReader(ScanConsumer& consumer) : m_consumer(&consumer) {}
+  MzxmlReader(ScanConsumer& consumer, const SizeLimits& limits)
+      : m_consumer(&consumer), m_limits(limits) {}
 
   void OnStart(std::string_view name, const XmlAttributes& attributes) override;
   void OnEnd(std::string_view name) override;
   void OnText(std::string_view text) override {
-    if (m_collects_text && m_nesting.Outer(0) != kPassedOver) m_text += text;
+    if (m_collects_text && m_nesting.Outer(0) != kPassedOver) TakeText(text);
   }
 
  private:
@@ -104,12 +109,14 @@ class MzxmlReader final : public XmlHandler {
   void StartScan(const XmlAttributes& attributes);
   void StartPrecursor(const XmlAttributes& attributes);
   void StartPeaks(const XmlAttributes& attributes);
+  void TakeText(std::string_view text);
   void EndPrecursor();
   void EndPeaks();
   void EndScan();
   void HandOn(OpenScan& open);
 
   ScanConsumer* m_consumer;
+  SizeLimits m_limits;
   ElementNesting m_nesting{MzxmlRules()};
   // The consumer borrows them for a call, so they must stay where they are.
   std::map<std::string, InstrumentConfiguration, std::less<>> m_configurations;
@@ -120,7 +127,9 @@ class MzxmlReader final : public XmlHandler {
   std::vector<OpenScan> m_open;  // the innermost last
   PeaksFormat m_format;
   bool m_collects_text = false;
+  std::size_t m_most_text = 0;
   std::string m_text;
+  std::size_t m_header_bytes = 0;
   ArrayDecoder m_decoder;
   std::vector<double> m_numbers;
 };
@@ -190,7 +199,9 @@ void MzxmlReader::DeclareCount(std::string_view text) {
 
 // Of two instruments with one id the later holds.
 void MzxmlReader::StartInstrument(std::string_view id) {
-  m_configuration = &m_configurations[std::string(id)];
+  m_header_bytes += kConfigurationBytes;
+  if (m_header_bytes > kMaxHeaderBytes) throw std::string("declares too many instruments");
+  m_configuration = &m_configurations[std::string(KeptText(id))];
   *m_configuration = {};
   if (m_configurations.size() == 1) m_default_configuration = m_configuration;
 }
@@ -204,16 +215,18 @@ void MzxmlReader::StartOldInstrument(const XmlAttributes& attributes) {
 }
 
 void MzxmlReader::AddAnalyser(std::string_view word) {
+  if (m_configuration->m_analysers.size() >= kMaxAnalysers)
+    throw std::string("declares too many analysers of one instrument");
   m_configuration->m_analysers.push_back(AnalyserOfWord(word));
 }
 
 void MzxmlReader::AddModel(std::string_view name) {
-  if (!Trim(name).empty()) m_configuration->m_model_name = Trim(name);
+  if (!Trim(name).empty()) m_configuration->m_model_name = KeptText(Trim(name));
 }
 
 const InstrumentConfiguration* MzxmlReader::ConfigurationOf(std::string_view id) const {
   if (id.empty()) return m_default_configuration;
-  const auto found = m_configurations.find(id);
+  const auto found = m_configurations.find(KeptText(id));
   return found == m_configurations.end() ? m_default_configuration : &found->second;
 }
 
@@ -244,7 +257,7 @@ void MzxmlReader::StartScan(const XmlAttributes& attributes) {
   scan.m_mode = ModeOf(attributes.Get("centroided"), m_default_mode);
   const std::string_view instrument = attributes.Get("msInstrumentID");
   scan.m_configuration = ConfigurationOf(instrument);
-  scan.m_has_own_analyser = !instrument.empty() && m_configurations.contains(instrument);
+  scan.m_has_own_analyser = !instrument.empty() && m_configurations.contains(KeptText(instrument));
   if (scan.m_configuration != nullptr) scan.m_analyser = LastKnownAnalyser(*scan.m_configuration);
 }
 
@@ -259,7 +272,9 @@ std::int64_t MzxmlReader::PeakCountOf(const OpenScan& open, std::string_view tex
 }
 
 void MzxmlReader::StartPrecursor(const XmlAttributes& attributes) {
-  DeclaredPrecursor& precursor = m_open.back().m_scan.m_precursors.emplace_back();
+  std::vector<DeclaredPrecursor>& precursors = m_open.back().m_scan.m_precursors;
+  if (precursors.size() >= kMaxDeclaredPrecursors) Fail(m_open.back(), TooManyPrecursorsText());
+  DeclaredPrecursor& precursor = precursors.emplace_back();
   precursor.m_scan_ref = IdOf(attributes.Get("precursorScanNum"));
   precursor.m_activation = ActivationOfWords(attributes.Get("activationMethod"));
   if (precursor.m_activation == kActivationOther)
@@ -269,8 +284,9 @@ void MzxmlReader::StartPrecursor(const XmlAttributes& attributes) {
   SelectedIon& ion = precursor.m_ions.emplace_back();
   ion.m_charge = ParseInteger(attributes.Get("precursorCharge"));
   for (const std::string_view charge : Split(attributes.Get("possibleCharges"), ", "))
-    if (!charge.empty()) ion.m_possible_charges.push_back(ParseInteger(charge));
+    if (!charge.empty()) AddPossibleCharge(ion, ParseInteger(charge));
   m_text.clear();
+  m_most_text = kMaxNumberText;
   m_collects_text = true;
 }
 
@@ -289,6 +305,17 @@ void MzxmlReader::StartPeaks(const XmlAttributes& attributes) {
   m_format = FormatOf(attributes);
   m_text.clear();
   m_collects_text = open.m_wants_peaks && open.m_scan.m_peak_count != 0;
+  const std::int64_t peaks = open.m_scan.m_peak_count;
+  if (m_collects_text && 2 * peaks > m_limits.m_of_array)
+    Fail(open,
+         "declares " + std::to_string(peaks) + " peaks, more than a file of this size can hold");
+  m_most_text = MostArrayText(peaks == kUnknownLength ? m_limits.m_of_array : 2 * peaks);
+}
+
+void MzxmlReader::TakeText(std::string_view text) {
+  if (m_text.size() + text.size() > m_most_text)
+    Fail(m_open.back(), "has more text in one element than its numbers can take");
+  m_text += text;
 }
 
 void MzxmlReader::EndPeaks() {
@@ -298,7 +325,9 @@ void MzxmlReader::EndPeaks() {
   const std::int64_t peaks = open.m_scan.m_peak_count;
   try {
     m_decoder.Decode(m_text, m_format.m_encoding,
-                     peaks == kUnknownLength ? kUnknownLength : 2 * peaks, "peaks", m_numbers);
+                     peaks == kUnknownLength ? kUnknownLength : 2 * peaks, "peaks", m_numbers,
+                     m_limits.m_of_array);
+    m_limits.Take(m_numbers.size());
   } catch (const std::string& detail) {
     Fail(open, detail);
   }
@@ -315,6 +344,7 @@ void MzxmlReader::HandOn(OpenScan& open) {
   const bool lacks_peaks = !open.m_has_peaks && open.m_scan.m_peak_count > 0;
   if (lacks_peaks && m_consumer->WantsPeaks(open.m_scan)) Fail(open, "has no peaks element");
   m_consumer->OnScan(open.m_scan, open.m_peaks);
+  open.m_peaks = {};  // the scans inside may be many
 }
 
 void MzxmlReader::EndScan() {
@@ -324,8 +354,8 @@ void MzxmlReader::EndScan() {
 
 }  // namespace
 
-std::unique_ptr<XmlHandler> MakeMzxmlReader(ScanConsumer& consumer) {
-  return std::make_unique<MzxmlReader>(consumer);
+std::unique_ptr<XmlHandler> MakeMzxmlReader(ScanConsumer& consumer, const SizeLimits& limits) {
+  return std::make_unique<MzxmlReader>(consumer, limits);
 }
 
 }  // namespace tarvek::extractor

@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "FileUtils.h"
+#include "ShownText.h"
 #include "StringUtils.h"
 
 namespace tarvek::extractor {
@@ -55,7 +56,7 @@ void NativeIdList::Add(std::int32_t scan_no, std::string_view native_id) {
     m_file.emplace(m_path, "output", UnfinishedForm{.m_is_locked = true});
     m_file->File().Write("scan\tnativeID\n");
   }
-  m_file->File().Write(std::to_string(scan_no).append("\t").append(native_id).append("\n"));
+  m_file->File().Write(std::to_string(scan_no).append("\t").append(Shown(native_id)).append("\n"));
 }
 
 void NativeIdList::Close() {

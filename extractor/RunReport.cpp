@@ -6,12 +6,16 @@
 
 #include "NumberText.h"
 #include "Platform.h"
+#include "ShownText.h"
 
 namespace tarvek::extractor {
 namespace {
 
 // A damaged file must not fill the memory with ever new texts.
 constexpr std::size_t kMaxKeys = 100;
+// Of a name from the file that is part of a counted text.
+constexpr std::size_t kMaxShownName = 200;
+
 constexpr std::int64_t kBytesPerMb = 1'000'000;
 
 std::string Megabytes(std::int64_t bytes) {
@@ -32,7 +36,8 @@ std::string HowKnown(const ExtractedScan& scan, AnalyserStep step) {
     case AnalyserStep::kDetector:
       return "from the inductive detector";
     case AnalyserStep::kModel:
-      return "from the instrument model \"" + ShownModel(*scan.m_configuration) + "\"";
+      return "from the instrument model \"" +
+             Shown(ShownModel(*scan.m_configuration), kMaxShownName) + "\"";
     case AnalyserStep::kPeaks:
       return "from the look of the peaks";
     case AnalyserStep::kAssumed:
@@ -126,7 +131,7 @@ void RunReport::CountFragment(const ExtractedScan& scan, const OutputScan& outpu
 
 void RunReport::PrintStart() {
   m_is_started = true;
-  *m_out << "Extracts " << m_name << " (" << m_format << ", " << Megabytes(m_state.m_bytes);
+  *m_out << "Extracts " << Shown(m_name) << " (" << m_format << ", " << Megabytes(m_state.m_bytes);
   if (m_tally.m_declared_count) *m_out << ", " << *m_tally.m_declared_count << " spectra declared";
   *m_out << ")" << std::endl;
 }

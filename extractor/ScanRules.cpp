@@ -8,12 +8,16 @@
 
 #include "NativeId.h"
 #include "NumberText.h"
+#include "ShownText.h"
 
 namespace tarvek::extractor {
 namespace {
 
 // A precursor scan lies a few cycles back at most; older spectra are forgotten.
 constexpr std::size_t kMaxSeen = 1 << 16;
+
+// Of the name of an activation in a reason.
+constexpr std::size_t kMaxShownName = 200;
 
 // Pairs of polarity and compensation voltage that a run may have.
 constexpr std::size_t kMaxKinds = 64;
@@ -90,7 +94,7 @@ std::string ScanRules::WhyUnused(const ExtractedScan& scan,
   if (scan.m_ms_level == 1) return {};
   const bool is_told = !m_options.m_overrides.m_activation.empty();
   if (!is_told && !activation.m_other.empty())
-    return "activation without a word: " + activation.m_other;
+    return "activation without a word: " + Shown(activation.m_other, kMaxShownName);
   return ActivationCentre(scan) > 0.0 ? std::string() : "no isolation target and no selected ion";
 }
 

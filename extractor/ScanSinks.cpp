@@ -8,6 +8,7 @@
 #include "MsTextEcho.h"
 #include "MsTextWriter.h"
 #include "MsbWriter.h"
+#include "ShownText.h"
 
 namespace tarvek::extractor {
 namespace {
@@ -156,7 +157,7 @@ class BinarySink final : public FormatSink {
 class MgfSink final : public ScanSink {
  public:
   MgfSink(const std::string& base_path, const std::string& title, PeakDigits digits)
-      : m_title(title), m_digits(digits), m_mgf(&Open(base_path + ".mgf")) {
+      : m_title(Shown(title)), m_digits(digits), m_mgf(&Open(base_path + ".mgf")) {
     std::ranges::replace(m_title, '.', '_');
   }
 

@@ -11,9 +11,11 @@
 namespace tarvek::extractor {
 namespace {
 
-// A batch is handed on when its peaks have so many bytes; so many are on the way at most.
+// A batch is handed on when its peaks have so many bytes; so many are on the way at most, and one where
+// it is large.
 constexpr std::size_t kBatchBytes = std::size_t{1} << 19;
 constexpr std::size_t kMaxBatches = 4;
+constexpr std::size_t kLargeBatchBytes = std::size_t{8} << 20;
 
 /// Scans that are handed on together, their peaks one after the other: lists of their own would all
 /// grow to the size of the largest. An emptied batch keeps its room.
@@ -33,6 +35,9 @@ struct Batch {
   }
   [[nodiscard]] bool IsFull() const {
     return m_used * sizeof(Place) + m_peaks.size() * sizeof(Peak) >= kBatchBytes;
+  }
+  [[nodiscard]] bool IsLarge() const {
+    return m_peaks.capacity() * sizeof(Peak) > kLargeBatchBytes;
   }
   void Empty() {
     m_used = 0;
@@ -71,7 +76,7 @@ class SinkAside final : public ScanSink {
  private:
   void HandOn() {
     std::unique_lock lock(m_mutex);
-    m_has_room.wait(lock, [this] { return m_batches.size() < kMaxBatches || m_failure; });
+    m_has_room.wait(lock, [this] { return HasRoom() || m_failure; });
     if (m_failure) std::rethrow_exception(m_failure);
     m_batches.push_back(std::move(m_filling));
     m_filling = {};
@@ -80,6 +85,11 @@ class SinkAside final : public ScanSink {
       m_emptied.pop_back();
     }
     m_has_batches.notify_one();
+  }
+
+  [[nodiscard]] bool HasRoom() const {
+    if (m_batches.empty()) return true;
+    return m_batches.size() < kMaxBatches && !m_filling.IsLarge() && !m_batches.back().IsLarge();
   }
 
   // No more batches come.
@@ -117,8 +127,9 @@ class SinkAside final : public ScanSink {
   // batch: goes back emptied; false at the end.
   bool NextBatch(Batch& batch) {
     std::unique_lock lock(m_mutex);
+    const bool is_large = batch.IsLarge();
     batch.Empty();
-    if (!batch.m_places.empty()) m_emptied.push_back(std::move(batch));
+    if (!batch.m_places.empty() && !is_large) m_emptied.push_back(std::move(batch));
     batch = {};
     m_has_batches.wait(lock, [this] { return !m_batches.empty() || m_is_complete; });
     if (m_batches.empty() || m_is_dropped) return false;

@@ -4,6 +4,7 @@
 // Not here: reading (XmlStream.h), what the elements mean (XmlReaders.h).
 #pragma once
 
+#include <cstdint>
 #include <span>
 #include <string_view>
 
@@ -36,6 +37,8 @@ class XmlAttributes {
 class XmlHandler {
  public:
   virtual ~XmlHandler() = default;
+  /// Before all else: the size of the file as it is stored, 0 when it has none, as a pipe.
+  virtual void OnStoredBytes(std::int64_t) {}
   virtual void OnStart(std::string_view name, const XmlAttributes& attributes) = 0;
   virtual void OnEnd(std::string_view name) = 0;
   /// A piece of the text of the present element. A text may come in any number of pieces.

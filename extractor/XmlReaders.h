@@ -8,15 +8,16 @@
 
 #include <memory>
 
+#include "ReadingLimits.h"
 #include "ScanConsumer.h"
 #include "XmlStream.h"
 
 namespace tarvek::extractor {
 
 /// A handler for a file whose root element is mzML or indexedmzML.
-std::unique_ptr<XmlHandler> MakeMzmlReader(ScanConsumer& consumer);
+std::unique_ptr<XmlHandler> MakeMzmlReader(ScanConsumer& consumer, const SizeLimits& limits);
 
 /// A handler for a file whose root element is mzXML or, in old files, msRun.
-std::unique_ptr<XmlHandler> MakeMzxmlReader(ScanConsumer& consumer);
+std::unique_ptr<XmlHandler> MakeMzxmlReader(ScanConsumer& consumer, const SizeLimits& limits);
 
 }  // namespace tarvek::extractor

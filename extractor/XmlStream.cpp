@@ -112,6 +112,7 @@ void ReadXmlFile(const std::string& path, XmlHandler& handler,
                  const std::function<void(const ReadingState&)>& on_block,
                  const XmlReading& reading) {
   ByteSource source(path);
+  handler.OnStoredBytes(source.StoredBytes());
   XmlReader reader(path, handler, reading.m_by_expat_alone);
   PendingBytes pending;
   bool is_header = true;

@@ -2,6 +2,7 @@
 
 #include <exception>
 #include <iostream>
+#include <new>
 #include <ostream>
 #include <streambuf>
 #include <utility>
@@ -11,6 +12,7 @@
 #include "Ms2Loop.h"
 #include "OutputSet.h"
 #include "Platform.h"
+#include "ShownText.h"
 #include "Threads.h"
 
 namespace tarvek {
@@ -105,7 +107,7 @@ bool InstrumentSource::Next(Scan& scan, Announcer& announcer) {
   bool has_scan = false;
   const auto fail = [this](const std::string& reason) {
     LogLines();
-    const std::string line = m_name + ": " + reason + "\n";
+    const std::string line = m_name + ": " + Shown(reason) + "\n";
     std::cerr << line << std::flush;
     appendToLog(line);
     throw ExtractionFailedText(m_input);
@@ -114,6 +116,8 @@ bool InstrumentSource::Next(Scan& scan, Announcer& announcer) {
     has_scan = m_queue.Take(scan);
   } catch (const std::string& reason) {
     fail(reason);
+  } catch (const std::bad_alloc&) {
+    fail(std::string(kNoMemory));
   } catch (const std::exception& reason) {
     fail(reason.what());
   }

@@ -15,6 +15,7 @@
 #include "Platform.h"
 #include "ProductTexts.h"
 #include "RunDriver.h"
+#include "ShownText.h"
 #include "StringUtils.h"
 #include "UserParameters.h"
 
@@ -45,7 +46,7 @@ void PrintBanner() {
 
 void RecordCommandLine(int argc, const char* const* argv) {
   std::string record;
-  for (int i = 0; i < argc; ++i) record += std::string(argv[i]) + " ";
+  for (int i = 0; i < argc; ++i) record += Shown(argv[i]) + " ";
   appendToLog(record + "\n");
 }
 
@@ -108,10 +109,20 @@ void RunGuarded(int argc, const char* const* argv) {
     RunWithArguments(argc, argv);
 }
 
+int EndFailed() {
+  logLines(kExit, CrashMessage());
+  return kFailure;
+}
+
 int Fail(std::string_view message) {
   logMessage(kError, message);
-  logMessage(kExit, CrashMessage());
-  return kFailure;
+  return EndFailed();
+}
+
+int Fail(const FileFault& fault) {
+  logLines(kError, fault);
+  logMessage(kError, fault.NamingLine());
+  return EndFailed();
 }
 
 }  // namespace
@@ -124,13 +135,14 @@ int RunTarvek(int argc, const char* const* argv) {
     return 0;
   } catch (const char* message) {
     return Fail(message);
+  } catch (const FileFault& fault) {
+    return Fail(fault);
   } catch (const std::string& message) {
     return Fail(message);
   } catch (const std::exception& error) {
     return Fail(error.what());
   } catch (...) {
-    logMessage(kExit, CrashMessage());
-    return kFailure;
+    return EndFailed();
   }
 }
 

@@ -10,6 +10,7 @@
 #include "Ms2Loop.h"
 #include "OutputSet.h"
 #include "RunSummary.h"
+#include "ShownText.h"
 #include "UnfinishedFile.h"
 
 namespace tarvek {
@@ -73,7 +74,8 @@ void processMgfFile(const UserParameters& parameters) {
     const std::string path = OutputPath(parameters, ".pf2");
     claim.emplace(path);
     WarnOfOtherInput(parameters, OldResults::kAreReplaced);
-    pf2.emplace(path, "wb+", parameters.m_current_basename, logMessage, Naming::kWhenComplete);
+    pf2.emplace(path, "wb+", Shown(parameters.m_current_basename), logMessage,
+                Naming::kWhenComplete);
   }
   MS2Spectrum scan;
   std::int64_t precursors = 0;

@@ -4,6 +4,7 @@
 #include "Logger.h"
 #include "PrecursorTableReader.h"
 #include "RunSummary.h"
+#include "ShownText.h"
 #include "UnfinishedFile.h"
 
 namespace tarvek {
@@ -149,7 +150,7 @@ OutputSet::OutputSet(const UserParameters& parameters, OutputClaim& claim, bool 
       m_csv(TablePathAfterRemoval(parameters, naming), "w+", logMessage) {
   using enum OutputClaim::AtTheEnd;
   claim.Decide(naming == Naming::kAtOnce ? kKeep : kDelete);
-  const std::string& title = parameters.m_current_basename;
+  const std::string title = Shown(parameters.m_current_basename);
   if (parameters.m_output_pf) {
     m_pf1.emplace(OutputPath(parameters, ".pf1"), "wb+", title, logMessage, naming);
     m_pf2.emplace(OutputPath(parameters, "_.pf2"), "wb+", title, logMessage, naming);

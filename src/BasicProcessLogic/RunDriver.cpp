@@ -1,6 +1,7 @@
 #include "RunDriver.h"
 
 #include <map>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -18,6 +19,7 @@
 #include "Platform.h"
 #include "RunSummary.h"
 #include "ScanQueue.h"
+#include "ShownText.h"
 #include "StringUtils.h"
 
 namespace tarvek {
@@ -49,6 +51,16 @@ void ProcessTextFile(UserParameters& parameters) {
 std::string OutputKey(const UserParameters& parameters) {
   const std::string start = OutputPath(parameters, "");
   return kFileNamesIgnoreCase ? ToLower(start) : start;
+}
+
+// A failed request for memory becomes one that names the file in work.
+template <class Action>
+void NamingFile(const std::string& path, Action action) {
+  try {
+    action();
+  } catch (const std::bad_alloc& error) {
+    throw FileFault(path, error.what(), kNoMemory);
+  }
 }
 
 // Walks the data paths of one run.
@@ -83,7 +95,7 @@ class DataPathWalk {
     for (const std::string& file : files) {
       SetCurrentFile(m_parameters, file);
       WarnOfSameOutputs();
-      process(m_parameters);
+      NamingFile(file, [&] { process(m_parameters); });
     }
   }
 

@@ -3,14 +3,18 @@
 #include "MgfText.h"
 #include "NumberText.h"
 #include "ScanCompletion.h"
+#include "ShownText.h"
 #include "StringUtils.h"
 
 namespace tarvek {
 namespace {
 
+/// A value of a block; what names it in the line that names the file.
 template <class Number>
-Number Readable(const ScannedNumber<Number>& scanned) {
-  if (scanned.m_status != NumberStatus::kOk) throw std::string(kMgfTitleError);
+Number Readable(const ScannedNumber<Number>& scanned, const std::string& path,
+                std::string_view line) {
+  if (scanned.m_status != NumberStatus::kOk)
+    throw FileFault(path, kMgfTitleError, "no number in the line '" + Shown(Trim(line), 200) + "'");
   return scanned.m_value;
 }
 
@@ -47,7 +51,7 @@ bool MgfReader::ReadNext(MS2Spectrum& scan) {
     if (token == MgfToken::kPeak) {
       if (!is_repeat) AppendPeak(text, scan.m_peaks);
     } else if (token == MgfToken::kTitle) {
-      const std::int32_t read = Readable(ScanMgfScanNumber(text));
+      const std::int32_t read = Readable(ScanMgfScanNumber(text), Path(), line);
       is_repeat = number == read;
       if (!is_repeat && !scan.m_peaks.empty()) {
         m_pending_number = read;
@@ -56,9 +60,9 @@ bool MgfReader::ReadNext(MS2Spectrum& scan) {
       number = read;
       scan.m_scan_no = read;
     } else if (token == MgfToken::kCharge) {
-      charge = m_block_precursor.m_charge = Readable(ScanMgfCharge(text));
+      charge = m_block_precursor.m_charge = Readable(ScanMgfCharge(text), Path(), line);
     } else if (token == MgfToken::kPepmass) {
-      m_block_precursor.m_mz = Readable(ScanReal(text));
+      m_block_precursor.m_mz = Readable(ScanReal(text), Path(), line);
     } else if (token == MgfToken::kEnd) {
       scan.m_precursors.push_back({m_block_precursor.m_mz, charge == 0 ? kAssumedCharge : charge});
       m_block_precursor = {};

@@ -1,8 +1,8 @@
 // IO/MgfReader.h: MS2 scans from Mascot Generic Format text.
 // Does:     delivers one scan per call; blocks that repeat a scan number add their precursors.
 // Owns:     the open file, and what was read of the block that comes next.
-// Throws:   a std::string: "Cannot open MGF File, Path: ..."; kMgfTitleError for a block whose scan
-//           number, charge or m/z cannot be read; what File::Read throws.
+// Throws:   a std::string: "Cannot open MGF File, Path: ..."; as a FileFault (ShownText.h)
+//           kMgfTitleError for a block whose scan number, charge or m/z cannot be read; what File::Read throws.
 // Not here: the lines (MgfText.h); keys other than TITLE, CHARGE and PEPMASS are passed over.
 #pragma once
 

@@ -31,9 +31,13 @@ void AppendPeak(std::string_view line, std::vector<Peak>& peaks) {
   if (intensity > kZeroTolerance) peaks.push_back({ParseReal(line.substr(0, blank)), intensity});
 }
 
+// Longer than any such line: two numbers of 18 digits at most.
+constexpr std::ptrdiff_t kMaxPlainLine = 64;
+
 // Where a line "m/z intensity" of plain decimals ends, or null when the text at first is no such
 // line or is not there to its end.
 const char* ReadPlainPeak(const char* first, const char* last, Peak& peak) {
+  last = first + std::min(last - first, kMaxPlainLine);
   const char* p = ReadPlainDecimal(first, last, peak.m_mz);
   if (p == nullptr || p == last || *p != ' ') return nullptr;
   p = ReadPlainDecimal(p + 1, last, peak.m_intensity);
@@ -84,10 +88,13 @@ void ReadPrecursorAttribute(std::string_view line, MS2Spectrum& scan) {
   }
 }
 
-void ReadChargeLine(std::string_view, MS1Spectrum&) {}
+void ReadChargeLine(std::string_view, MS1Spectrum&, const std::string&) {}
 
 // "Z charge M+H", the mass that of the singly protonated ion in Da.
-void ReadChargeLine(std::string_view line, MS2Spectrum& scan) {
+void ReadChargeLine(std::string_view line, MS2Spectrum& scan, const std::string& path) {
+  if (scan.m_precursors.size() >= kMaxDeclaredPrecursors)
+    throw path + ": scan " + std::to_string(scan.m_scan_no) + " has more than " +
+        std::to_string(kMaxDeclaredPrecursors) + " Z lines, which no scan has";
   scan.m_precursors.push_back(PrecursorOfChargeLine(ParseInteger(TokenAt(line, '\t', 1)),
                                                     ParseReal(TokenAt(line, '\t', 2)),
                                                     scan.m_activation_center));
@@ -132,7 +139,7 @@ bool MsTextReader<Spectrum>::ReadNext(Spectrum& scan) {
       ReadCommonAttribute(line, scan);
       if (!is_repeat) ReadPrecursorAttribute(line, scan);
     } else if (kind == 'Z') {
-      ReadChargeLine(line, scan);
+      ReadChargeLine(line, scan, Path());
     }
   }
   return !scan.m_peaks.empty() && FinishRecord(scan);

@@ -3,7 +3,7 @@
 //           number merged into one record.
 // Owns:     the open file and the number of the scan whose "S" line ended the previous one.
 // Throws:   a std::string: "Cannot open MS1 File, Path: ..." (or MS2) when opening; what File::Read
-//           throws. A malformed line is no error: a text that is no number reads as 0.
+//           throws; a message naming file and scan for one with too many Z lines. A malformed line is no error: a text that is no number reads as 0.
 // Not here: which scans are of use. Line kinds and keys: docs/formats/ms1-ms2.md.
 #pragma once
 

@@ -6,6 +6,7 @@
 
 #include "Check.h"
 #include "LittleEndian.h"
+#include "ShownText.h"
 
 namespace tarvek {
 namespace {
@@ -18,6 +19,8 @@ MsbReader::MsbReader(const std::string& base_path, NoticeTaker notice)
     : SpectrumReader(base_path + ".msb", "rb", "MSB", notice),
       m_table(LoadScanTable(base_path + ".mscsv", notice)) {}
 
+void MsbReader::Fail(const char* what) const { throw FileFault(Path(), what); }
+
 bool MsbReader::ReadNext() {
   if (m_at_end) return false;
   CountRecord();  // also at the end of the data: the number in the log has always been one more
@@ -28,13 +31,13 @@ bool MsbReader::ReadNext() {
   }
   const std::int32_t scan_no = Int32At(head.data());
   const std::int32_t peak_count = Int32At(head.data() + 4);
-  if (peak_count < 0 || peak_count > kMaxMsbPeaks) throw std::string("The peak num is too large!");
+  if (peak_count < 0 || peak_count > kMaxMsbPeaks) Fail("The peak num is too large!");
   std::vector<Peak> peaks = EmptyPeakList();
   ReadPeaks(static_cast<std::size_t>(peak_count), peaks);
   const ScanTableEntry* const entry = m_table.Find(scan_no);
   TARVEK_CHECK(entry != nullptr && entry->m_scan_no == scan_no, "ans.m_scan_no == scanNo",
                "MsbReader");
-  if (peak_count != entry->m_peak_num) throw std::string("The peak num is not equal!");
+  if (peak_count != entry->m_peak_num) Fail("The peak num is not equal!");
   if (entry->m_precursor_scan != kNoPrecursorScan)
     QueueMs2(*entry, std::move(peaks));
   else
@@ -46,7 +49,7 @@ bool MsbReader::ReadNext() {
 void MsbReader::ReadPeaks(std::size_t count, std::vector<Peak>& peaks) {
   const std::string_view arrays = m_bytes.Take(2 * sizeof(double) * count);
   if (arrays.size() < 2 * sizeof(double) * count)
-    throw std::string("The MSB terminated unexpectly!");  // frozen, see docs/frozen-names.md
+    Fail("The MSB terminated unexpectly!");  // frozen, see docs/frozen-names.md
   const char* const mz = arrays.data();
   const char* const intensity = arrays.data() + sizeof(double) * count;
   peaks.resize(count);

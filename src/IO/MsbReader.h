@@ -1,8 +1,8 @@
 // IO/MsbReader.h: binary spectrum files (.msb) with their scan table (.mscsv).
 // Does:     reads records in file order and queues each as an MS1 or MS2 scan, as the table says.
 // Owns:     the open file, the table and the queued scans.
-// Throws:   a std::string: what opening and the table throw, "The peak num is too large!", "The MSB
-//           terminated unexpectly!", "The peak num is not equal!". A record that the table does not
+// Throws:   a std::string: what opening and the table throw; as a FileFault (ShownText.h) "The peak num
+//           is too large!", "The MSB terminated unexpectly!", "The peak num is not equal!". A record that the table does not
 //           know fails an internal check.
 // Not here: seeking; StartPos and EndPos of the table are not used. Records: docs/formats/msb.md.
 #pragma once
@@ -39,6 +39,7 @@ class MsbReader final : public SpectrumReader {
   [[nodiscard]] double FractionRead() const noexcept;
 
  private:
+  [[noreturn]] void Fail(const char* what) const;
   void ReadPeaks(std::size_t count, std::vector<Peak>& peaks);
   void QueueMs1(const ScanTableEntry& entry, std::vector<Peak>&& peaks);
   void QueueMs2(const ScanTableEntry& entry, std::vector<Peak>&& peaks);

@@ -10,6 +10,7 @@
 #include "NumberText.h"
 #include "NumericUtils.h"
 #include "PeakDigits.h"
+#include "ShownText.h"
 #include "SpectrumFile.h"
 #include "StringUtils.h"
 
@@ -129,7 +130,7 @@ class ScanTableReader final : public SpectrumReader {
       line = WithoutLineEnd(line);
       if (line.empty()) continue;
       fields.Assign(line);
-      rows.push_back(ParseRow(fields));
+      rows.push_back(RowOf(fields, number));
       CheckScanNumber(rows.back().m_scan_no, number);
       CountRecord();
     }
@@ -139,14 +140,23 @@ class ScanTableReader final : public SpectrumReader {
  private:
   void ReadHeader() {
     std::string_view line;
-    if (!ReadLine(line)) throw std::string("mscsv file is empty!");
+    if (!ReadLine(line)) throw FileFault(Path(), "mscsv file is empty!");
     m_positions.fill(std::string_view::npos);
     const auto names = Split(WithoutLineEnd(line), "\t");
     for (std::size_t column = 0; column < kColumnCount; ++column) {
       for (std::size_t i = 0; i < names.size(); ++i)
         if (names[i] == kColumnNames[column]) m_positions[column] = i;
       if (m_positions[column] == std::string_view::npos)
-        throw "mscsv file has no column " + std::string(kColumnNames[column]) + "!";
+        throw FileFault(Path(),
+                        "mscsv file has no column " + std::string(kColumnNames[column]) + "!");
+    }
+  }
+
+  [[nodiscard]] ScanTableEntry RowOf(const RowFields& fields, std::int64_t line_number) const {
+    try {
+      return ParseRow(fields);
+    } catch (const std::string& what) {
+      throw FileFault(Path(), what, "line " + std::to_string(line_number) + ": " + what);
     }
   }
 

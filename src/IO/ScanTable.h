@@ -1,9 +1,9 @@
 // IO/ScanTable.h: the .mscsv table that accompanies a binary spectrum file.
 // Does:     reads one row of attributes per scan and finds it by scan number; writes the same.
 // Owns:     its entries.
-// Throws:   a std::string: "Cannot open MSCSV File, Path: ...", "mscsv file is empty!", "mscsv file
-//           has no column " + name + "!", "invalid stoi argument" and its kind, or a message naming
-//           file and line for a scan number that no run has.
+// Throws:   a std::string: "Cannot open MSCSV File, Path: ..."; as a FileFault (ShownText.h) "mscsv file
+//           is empty!", "mscsv file has no column " + name + "!", "invalid stoi argument" and its
+//           kind; a message naming file and line for a scan number that no run has.
 // Not here: the peaks (MsbReader.h). Columns: docs/formats/msb.md.
 #pragma once
 

@@ -243,7 +243,7 @@ UserParameters CompleteParameters(const ParameterTable& table, NoticeTaker notic
 }
 
 void SetCurrentFile(UserParameters& record, const std::string& path) {
-  const std::size_t separator = path.find_last_of(kSeparators);
+  const std::size_t separator = LastSeparatorOf(path);
   const bool bare = separator == std::string::npos;
   record.m_current_file = path;
   record.m_current_dir = bare ? "." : path.substr(0, separator);

@@ -1,6 +1,8 @@
 #include "FileUtils.h"
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 #include "StringUtils.h"
 
@@ -31,20 +33,28 @@ bool IsThere(const std::string& path) {
 
 bool PathExists(const std::string& path) { return FileExists(path) || IsDirectory(path); }
 
+std::size_t LastSeparatorOf(std::string_view path) {
+  const std::size_t separator = path.find_last_of(kSeparators);
+  if (separator == std::string_view::npos || path[separator] == kPathSeparator) return separator;
+  std::error_code error;
+  const bool is_system_path = kPathSeparator == '/' && std::filesystem::exists(path, error);
+  return is_system_path ? path.rfind(kPathSeparator) : separator;
+}
+
 std::string DirectoryOf(const std::string& path) {
   if (IsDirectory(path)) return path;
-  const std::size_t separator = path.find_last_of(kSeparators);
+  const std::size_t separator = LastSeparatorOf(path);
   if (separator != std::string::npos) return path.substr(0, separator);
   return path.empty() ? "." : path;
 }
 
 std::string_view FileNameOf(std::string_view path) {
-  const std::size_t separator = path.find_last_of(kSeparators);
+  const std::size_t separator = LastSeparatorOf(path);
   return separator == std::string_view::npos ? path : path.substr(separator + 1);
 }
 
 std::string FolderOf(std::string_view path) {
-  const std::size_t separator = path.find_last_of(kSeparators);
+  const std::size_t separator = LastSeparatorOf(path);
   if (separator == std::string_view::npos) return ".";
   if (separator == 0) return std::string(1, kPathSeparator);
   return std::string(path.substr(0, separator));

@@ -4,6 +4,7 @@
 // Not here: what is in a file; how an operating system does it (Platform.h).
 #pragma once
 
+#include <cstddef>
 #include <initializer_list>
 #include <span>
 #include <string>
@@ -36,6 +37,10 @@ bool IsThere(const std::string& path);
 
 /// Whether path is a file that can be read or a directory that can be listed.
 bool PathExists(const std::string& path);
+
+/// Where the last separator of path is, npos without one. A '\\' in the name of a file that is there is
+/// none where the system takes it for a letter.
+std::size_t LastSeparatorOf(std::string_view path);
 
 /// path itself when it is a directory or has no separator, "." when it is empty, else the text
 /// before the last separator.

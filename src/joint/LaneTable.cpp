@@ -2,11 +2,15 @@
 
 #include <algorithm>
 #include <cmath>
+#include <span>
 
 namespace tarvek::joint {
 namespace {
 
 constexpr double kStepsPerMz = 50.0;
+
+// A step with more points is sorted before: insertion takes the square of their number.
+constexpr std::size_t kMostForInsertion = 64;
 
 bool IsNear(std::size_t row) { return row >= kFirstNearRow && row <= kLastNearRow; }
 
@@ -70,6 +74,12 @@ void LaneTable::SortPoints() {
   for (std::size_t i = 1; i < m_bins.size(); ++i) m_bins[i] += m_bins[i - 1];
   m_sorted.resize(m_points.size());
   for (const Point& point : m_points) m_sorted[m_bins[bin_of(point)]++] = point;
+  std::size_t begin = 0;
+  for (const std::size_t end : m_bins) {  // where its points end now
+    const auto step = std::span(m_sorted).subspan(begin, end - begin);
+    if (step.size() > kMostForInsertion) std::ranges::stable_sort(step, {}, &Point::m_mz);
+    begin = end;
+  }
   for (std::size_t i = 1; i < m_sorted.size(); ++i) {
     const Point point = m_sorted[i];
     std::size_t place = i;

@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "FileUtils.h"
+#include "ShownText.h"
 
 namespace tarvek {
 namespace {
@@ -14,8 +15,14 @@ constexpr std::string_view kPurpose = "Log Dump";
 Logger::Logger() : m_buffer(AsctimeText(CurrentLocalTime())) {}
 
 void Logger::Message(std::string_view level, std::string_view text) {
-  std::string line(text);
-  if (level != kSubprocess) line = LinePrefix(level) + line + "\n";
+  Write(level, level == kSubprocess ? std::string(text) : LinePrefix(level) + Shown(text) + "\n");
+}
+
+void Logger::Lines(std::string_view level, std::string_view text) {
+  Write(level, LinePrefix(level) + ShownLines(text) + "\n");
+}
+
+void Logger::Write(std::string_view level, const std::string& line) {
   ShowStatus({});
   std::ostream& console = level == kWarn || level == kError ? std::cerr : std::cout;
   console << line << std::flush;
@@ -61,6 +68,7 @@ Logger& GlobalLogger() {
 void logMessage(std::string_view level, std::string_view text) {
   GlobalLogger().Message(level, text);
 }
+void logLines(std::string_view level, std::string_view text) { GlobalLogger().Lines(level, text); }
 void logInfo(std::string_view text) { logMessage(kInfo, text); }
 void appendToLog(std::string_view text) { GlobalLogger().Append(text); }
 void setLogDirectory(const std::string& directory) { GlobalLogger().SetLogDirectory(directory); }

@@ -33,8 +33,11 @@ class Logger {
   Logger();
 
   /// Writes "[Tarvek] <LEVEL> - text\n" (a SUBPROCESS text as it is) to standard error for WARN and
-  /// ERROR, to standard output otherwise, and to the log.
+  /// ERROR, to standard output otherwise, and to the log. The text is Shown (ShownText.h), in one line.
   void Message(std::string_view level, std::string_view text);
+
+  /// The same for a text of several lines, in which names are Shown already.
+  void Lines(std::string_view level, std::string_view text);
 
   /// Shows one line on standard error that the next one, or a message, replaces; it is not logged.
   /// For terminals only. An empty text clears the line.
@@ -50,6 +53,8 @@ class Logger {
   void Dump();
 
  private:
+  void Write(std::string_view level, const std::string& line);
+
   File m_file;
   std::string m_buffer;
   std::string m_path{kLogFileName};
@@ -61,6 +66,7 @@ Logger& GlobalLogger();
 
 void logMessage(std::string_view level, std::string_view text);
 void logInfo(std::string_view text);
+void logLines(std::string_view level, std::string_view text);
 void appendToLog(std::string_view text);
 void setLogDirectory(const std::string& directory);
 void dumpLog();

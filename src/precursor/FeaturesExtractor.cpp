@@ -52,7 +52,17 @@ const IsotopeRow& ExpectedEnvelope(const ScanContext& scan, const Precursor& pre
   return LookUpIsotopeRow(precursor);
 }
 
+PeakSpan WindowPeaks(const ScanContext& scan) {
+  return peaks_in_window(scan.m_peak_candidates, scan.m_ms2.m_activation_center,
+                         scan.m_params.m_isolation_width * 0.5, false);
+}
+
 }  // namespace
+
+double WindowTotal(const ScanContext& scan) {
+  if (!scan.m_window_total) scan.m_window_total = SumIntensity(WindowPeaks(scan));
+  return *scan.m_window_total;
+}
 
 double PearsonCorrelation(std::span<const double> x, std::span<const double> y) {
   double sx = 0.0;
@@ -168,12 +178,10 @@ double FeaturesExtractor::IsotopeIntensityInWindow(PeakSpan window_peaks) {
 double FeaturesExtractor::window_intensity_ratio() {
   if (m_window_intensity_ratio) return *m_window_intensity_ratio;
   const double width = m_scan->m_params.m_isolation_width;
-  const PeakSpan window_peaks = peaks_in_window(
-      m_scan->m_peak_candidates, m_scan->m_ms2.m_activation_center, width * 0.5, false);
-  const double total = SumIntensity(window_peaks);
+  const double total = WindowTotal(*m_scan);
   if (total <= kZeroDenominator) return 0.0;
-  return m_window_intensity_ratio.emplace(IsotopeIntensityInWindow(window_peaks) * width / total *
-                                          0.5);
+  return m_window_intensity_ratio.emplace(IsotopeIntensityInWindow(WindowPeaks(*m_scan)) * width /
+                                          total * 0.5);
 }
 
 double FeaturesExtractor::mz_spread_ppm() {

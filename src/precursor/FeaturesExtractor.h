@@ -27,7 +27,11 @@ struct ScanContext {
   const ScanWindow& m_scan_window;  // as gathered, not thinned
   PeakSpan m_peak_candidates;       // not empty, before the cut at the isolation window
   const ElutionGrid& m_grid;
+  mutable std::optional<double> m_window_total{};  // WindowTotal, when it was asked for
 };
+
+/// Intensity of the candidate peaks inside the isolation window.
+double WindowTotal(const ScanContext& scan);
 
 class FeaturesExtractor {
  public:

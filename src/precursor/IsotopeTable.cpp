@@ -22,10 +22,17 @@ IsotopeTable m_h_IPV_Matrix;
 bool m_h_is_IPV_inited = false;
 std::string m_h_IPV_fingerprint;
 
-std::string ReadWholeFile(File& file) {
+// A table has 0.7 MB; one with many more rows and digits has room.
+constexpr std::size_t kMaxTableBytes = std::size_t{16} << 20;
+
+std::string ReadTableText(File& file, const std::string& path) {
   std::string text;
   char block[1 << 16];
-  while (const std::size_t count = file.Read(block, sizeof block)) text.append(block, count);
+  while (const std::size_t count = file.Read(block, sizeof block)) {
+    text.append(block, count);
+    if (text.size() > kMaxTableBytes)
+      throw "Isotope table " + path + " has more than 16 MB, which no table has.";
+  }
   return text;
 }
 
@@ -72,7 +79,7 @@ IsotopeTable ParseIsotopeTable(std::string_view text, const std::string& path) {
 
 IsotopeTable ReadIsotopeTable(const std::string& path) {
   File file = OpenFile(path, "r", "IPV Store");
-  return ParseIsotopeTable(ReadWholeFile(file), path);
+  return ParseIsotopeTable(ReadTableText(file, path), path);
 }
 
 void LoadIsotopeTable(const std::string& path) {

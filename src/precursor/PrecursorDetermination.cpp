@@ -23,6 +23,24 @@ void ReportMissingPrecursorScan(const MS2Spectrum& ms2) {
   logInfo(text);
 }
 
+// Three surveys have no more in one m/z.
+constexpr double kMaxPeaksPerMz = 1500.0;
+
+std::size_t MostCandidatePeaks(const UserParameters& params) {
+  return static_cast<std::size_t>(kMaxPeaksPerMz * 2.0 *
+                                  std::clamp(params.m_candidate_halfwidth, 1.0, 1e6));
+}
+
+void ReportTooManyPeaks(const UserParameters& params, const MS2Spectrum& ms2) {
+  std::string text = params.m_current_file + ", scan ";
+  AppendInteger(text, ms2.m_scan_no);
+  text += ": more than ";
+  AppendInteger(text, static_cast<std::int64_t>(MostCandidatePeaks(params)));
+  logMessage(kWarn, text +
+                        " survey peaks around its isolation window, which no survey has. Its "
+                        "declared precursors are kept.");
+}
+
 RankVector RankingValues(FeaturesExtractor& candidate) {
   return {candidate.ipv_similarity_0(), -candidate.xic_correlation_m1_0(),
           candidate.xic_correlation_0_1(), candidate.window_intensity_ratio()};
@@ -104,6 +122,8 @@ void PrecursorDetermination::WithScan(const Ms1Store& store, const MS2Spectrum& 
   filter_by_local_intensity(*window, ms2.m_activation_center, m_filtered);
   collect_peak_candidates(*m_params, m_filtered, ms2, m_candidates);
   if (m_candidates.empty()) return;
+  if (m_candidates.size() > MostCandidatePeaks(*m_params))
+    return ReportTooManyPeaks(*m_params, ms2);
   FillGrid(ms2);
   use({*m_params, ms2, *window, m_candidates, m_grid});
   m_survivors.clear();  // they borrow from what ends here

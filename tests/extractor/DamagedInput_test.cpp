@@ -152,9 +152,9 @@ TEST(DamagedInput, FilesOfAnotherKind) {
   EXPECT_THAT(ExtractionError(""), HasSubstr("the file is truncated"));
 }
 
-TEST(DamagedInput, EntitiesAreRefused) {
+TEST(DamagedInput, DocumentTypesAreRefused) {
   EXPECT_THAT(ExtractionError("<!DOCTYPE mzML [<!ENTITY a \"aaaa\">]><mzML>&a;</mzML>"),
-              HasSubstr("declares XML entities"));
+              HasSubstr("has a document type declaration (DOCTYPE)"));
 }
 
 }  // namespace

@@ -134,7 +134,6 @@ TEST_F(XmlStreamTest, HandsOverWhatIsOdd) {
     ExpectHandedOver("<a>1<b>2" + std::string(odd) + "3</b><c d='4'/>5</a>",
                      InRoot("1" + Open("b") + "2<x>&]3" + Close("b") +
                             Open("c", Attribute("d", "4")) + Close("c") + "5"));
-  ExpectHandedOver("<!DOCTYPE a><a>1</a>", InRoot("1"));
   ExpectHandedOver("<?pi?><a>1</a>", InRoot("1"));
   ExpectHandedOver("<a>1</a>\r\n<?pi?>", InRoot("1"));
   ExpectHandedOver("<?xml version=\"1.0\" encoding=\"windows-1252\"?><a>1\x80</a>",
@@ -218,6 +217,13 @@ TEST_F(XmlStreamTest, RefusesAHugeToken) {
       EXPECT_THAT(Read(xml, {.m_by_expat_alone = by_expat}),
                   testing::EndsWith("\nerror: " + std::string(place) +
                                     ": a tag or comment of more than 8 MB, which cannot be"));
+}
+
+TEST_F(XmlStreamTest, RefusesADocumentType) {
+  for (const bool by_expat : {false, true})
+    EXPECT_EQ(Read("<!-- x -->\n<!DOCTYPE a><a/>", {.m_by_expat_alone = by_expat}),
+              "\nerror: line 2, byte 22: has a document type declaration (DOCTYPE), which is not "
+              "supported");
 }
 
 TEST_F(XmlStreamTest, TakesALargeToken) {

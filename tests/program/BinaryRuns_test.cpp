@@ -178,9 +178,11 @@ TEST_F(BinaryRun, IsSkippedTheSecondTime) {
 
 class BrokenPair : public BinaryRun {
  protected:
-  void ExpectError(const std::string& message) {
+  void ExpectError(const std::string& message, const std::string& file) {
     EXPECT_EQ(m_result.m_exit_status, 255);
-    EXPECT_EQ(m_result.m_err, "[Tarvek] <ERROR> - " + message + "\n");
+    EXPECT_EQ(m_result.m_err, "[Tarvek] <ERROR> - " + message +
+                                  "\n[Tarvek] <ERROR> - Cannot process " + file + ": " + message +
+                                  "\n");
     EXPECT_FALSE(Exists("binary/run.csv"));
   }
   /// Runs with the pair changed after the extractor has left it.
@@ -193,11 +195,11 @@ class BrokenPair : public BinaryRun {
 
 TEST_F(BrokenPair, CutInAPeakListEndsTheRun) {
   RunWith("head -c 100 prepared/run.msb > \"$out/run.raw.msb\"");
-  ExpectError("The MSB terminated unexpectly!");
+  ExpectError("The MSB terminated unexpectly!", "binary/run.raw.msb");
 }
 TEST_F(BrokenPair, WithAnEmptyTableEndsTheRun) {
   RunWith(": > \"$out/run.raw.mscsv\"");
-  ExpectError("mscsv file is empty!");
+  ExpectError("mscsv file is empty!", "binary/run.raw.mscsv");
 }
 TEST_F(BrokenPair, WithoutItsPeaksIsNamed) {
   RunWith("rm \"$out/run.raw.msb\"");

@@ -172,7 +172,9 @@ TEST_F(MgfRun, EndsOnATitleWithoutScanNumber) {
             std::string(kNotRecommended) +
                 "[Tarvek] <ERROR> - Sorry, Tarvek fail to parse the title of the MGF.\n"
                 "[Error] Incorrect title format! correct format should be: "
-                "\tRAWName.scan.scan.charge.dta\ne.g:\t\thuman_SILAC.2345.2345.2.dta\n");
+                "\tRAWName.scan.scan.charge.dta\ne.g:\t\thuman_SILAC.2345.2345.2.dta\n"
+                "[Tarvek] <ERROR> - Cannot process run.mgf: no number in the line "
+                "'TITLE=no number here'\n");
   EXPECT_THAT(m_result.m_out, EndsWith(kCrashLines));
 }
 TEST_F(MgfRun, GivesBackWhatAnotherRunWrote) {

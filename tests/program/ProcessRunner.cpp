@@ -80,9 +80,14 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
 void LimitChild(const ProcessRequest& request) {
   const rlimit no_core{0, 0};
   ::setrlimit(RLIMIT_CORE, &no_core);
-  if (!request.m_file_size_limit_bytes) return;
-  const rlimit size{*request.m_file_size_limit_bytes, *request.m_file_size_limit_bytes};
-  ::setrlimit(RLIMIT_FSIZE, &size);
+  if (request.m_file_size_limit_bytes) {
+    const rlimit size{*request.m_file_size_limit_bytes, *request.m_file_size_limit_bytes};
+    ::setrlimit(RLIMIT_FSIZE, &size);
+  }
+  if (request.m_memory_limit_bytes) {
+    const rlimit size{*request.m_memory_limit_bytes, *request.m_memory_limit_bytes};
+    ::setrlimit(RLIMIT_DATA, &size);
+  }
 }
 
 void ConnectChild(const ProcessRequest& request, const OutputEnds& ends) {
@@ -173,8 +178,12 @@ bool Collect(OutputEnds& ends, pid_t child, const std::vector<Alarm>& alarms,
 
 void Reap(pid_t child, ProcessResult& result) {
   int status = 0;
-  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  rusage usage{};
+  while (::wait4(child, &status, 0, &usage) < 0 && errno == EINTR) {
   }
+  for (const timeval& time : {usage.ru_utime, usage.ru_stime})
+    result.m_cpu_seconds +=
+        static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
   if (WIFEXITED(status)) result.m_exit_status = WEXITSTATUS(status);
   if (WIFSIGNALED(status)) result.m_signal = WTERMSIG(status);
 }
@@ -255,6 +264,19 @@ ProcessResult RunningProcess::Wait() {
     throw std::runtime_error("cannot run " + request.m_program);
   if (!in_time) throw std::runtime_error(request.m_program + " did not end in time");
   return result;
+}
+
+ProcessRequest InLittleMemory(ProcessRequest request) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  constexpr bool kIsSanitized = true;
+#elif defined(__has_feature)
+  constexpr bool kIsSanitized = __has_feature(address_sanitizer) || __has_feature(thread_sanitizer);
+#else
+  constexpr bool kIsSanitized = false;
+#endif
+  constexpr std::uint64_t kBytes = std::uint64_t{256} << 20;
+  if (!kIsSanitized && !TestsForeignPrograms()) request.m_memory_limit_bytes = kBytes;
+  return request;
 }
 
 ProcessResult RunProcess(const ProcessRequest& request) { return RunningProcess(request).Wait(); }

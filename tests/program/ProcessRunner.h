@@ -33,6 +33,7 @@ struct ProcessRequest {
   std::map<std::string, std::string> m_environment;  // added to the present one
   StandardOutput m_standard_output = StandardOutput::kCaptured;
   std::optional<std::uint64_t> m_file_size_limit_bytes;
+  std::optional<std::uint64_t> m_memory_limit_bytes;      // of data and stacks
   std::optional<std::chrono::microseconds> m_kill_after;  // a signal at this moment
   int m_kill_signal = SIGKILL;
   std::chrono::microseconds m_time_limit = std::chrono::minutes(5);
@@ -41,11 +42,16 @@ struct ProcessRequest {
 struct ProcessResult {
   int m_exit_status = -1;  // -1 when a signal ended the process
   int m_signal = 0;        // 0 when it exited
+  double m_cpu_seconds = 0.0;
   std::string m_out;
   std::string m_err;
 };
 
 ProcessResult RunProcess(const ProcessRequest& request);
+
+/// request with the memory that an input of up to 10 MB may take, 256 MB. The programs of a sanitizer take
+/// more by themselves and get none.
+ProcessRequest InLittleMemory(ProcessRequest request);
 
 /// A process that goes on beside the test, which must not let its output fill a pipe before Wait.
 class RunningProcess {

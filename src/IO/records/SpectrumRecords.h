@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -27,6 +28,9 @@ struct Precursor {
   double m_mz = 0.0;
   std::int32_t m_charge = 0;
 };
+
+/// No scan declares more; each is a copy of its peaks in MGF.
+inline constexpr std::size_t kMaxDeclaredPrecursors = 100;
 
 /// What speaks for a precursor that was determined together with the others of its scan.
 struct PrecursorEvidence {
