@@ -1,4 +1,4 @@
-// What is the same on every system.
+// The code that all systems share.
 #include "Platform.h"
 
 #include <array>
@@ -32,9 +32,9 @@ File& File::operator=(File&& other) noexcept {
 
 File::~File() { static_cast<void>(Close()); }
 
-// Between opening and locking, the holder before us may have moved the file to its final name, and
-// we would hold that one. Then the path is tried again, but not for ever: there are file systems
-// that never say that two names are of one file.
+// Between our open and our lock, the previous holder may have moved the file to its final name, and
+// we would hold that one. So we try the path again, but not forever: some file systems never say
+// that two names are of one file.
 FileLock FileLock::Take(const std::string& path) {
   for (int i = 0; i < kMaxLockTries; ++i)
     if (std::optional<FileLock> lock = TryTake(path)) return std::move(*lock);
@@ -64,7 +64,7 @@ ChildProcess::ChildProcess(ChildProcess&& other) noexcept
 
 ChildProcess::~ChildProcess() { static_cast<void>(Wait()); }
 
-// Byte by byte, since fgets does not say where a line with a NUL byte ends.
+// Byte by byte, because fgets does not say where a line with a NUL byte ends.
 bool ChildProcess::ReadLine(std::string& line) {
   line.clear();
   while (line.size() < kMaxPieceBytes) {

@@ -1,11 +1,12 @@
 // Utils/UnfinishedFile.h: a file that gets its name when it is complete.
-// Does:     writes under a temporary name beside the final one, renames at the end, and removes what
-//           did not come that far; on request keeps that, or locks the temporary file.
+// Does:     writes under a temporary name next to the final one, renames at the end, and removes
+//           the file when that was not reached; on request keeps it instead, or locks the temporary
+//           file.
 // Owns:     the open file, the lock.
-// Throws:   a std::string: what OutputFile throws, "Cannot rename file: " + temporary path, or, of a
-//           locked one, "Another run is writing ..." while another holder has it. The destructor
-//           removes the temporary file when it can and throws nothing, so that the error that led
-//           there stays the one that is told.
+// Throws:   a std::string: what OutputFile throws, "Cannot rename file: " + temporary path, or, for
+//           a locked one, "Another run is writing ..." while another holder has it. The destructor
+//           removes the temporary file when it can and throws nothing, so that the user sees the
+//           original error.
 // Not here: which of several files is named last.
 #pragma once
 
@@ -18,7 +19,7 @@
 
 namespace tarvek {
 
-/// What the name of a file goes on with until it is complete.
+/// The suffix of a file's name until the file is complete.
 inline constexpr std::string_view kUnfinished = "_unfinished";
 
 /// The name of a file until it is complete: path + kUnfinished.
@@ -33,26 +34,26 @@ enum class Naming { kAtOnce, kWhenComplete };
 struct UnfinishedForm {
   std::string_view m_mode = "wb";
   bool m_is_locked = false;                 // as long as the object lives: see LockFile
-  bool m_is_kept = false;                   // when it never takes its name
-  Naming m_naming = Naming::kWhenComplete;  // kAtOnce: there is no temporary file
+  bool m_is_kept = false;                   // when it never gets its name
+  Naming m_naming = Naming::kWhenComplete;  // kAtOnce: without a temporary file
 };
 
 class UnfinishedFile {
  public:
-  /// kind is the purpose word of OpenFile's message.
+  /// kind goes into OpenFile's message.
   UnfinishedFile(std::string path, const std::string& kind, const UnfinishedForm& form = {});
   ~UnfinishedFile();
   UnfinishedFile(const UnfinishedFile&) = delete;
   UnfinishedFile& operator=(const UnfinishedFile&) = delete;
 
-  /// Not to be called once the file is closed.
+  /// Do not call it once the file is closed.
   [[nodiscard]] OutputFile& File() noexcept { return *m_file; }
   [[nodiscard]] const std::string& Path() const noexcept { return m_path; }
   [[nodiscard]] std::string TemporaryPath() const {
     return m_naming == Naming::kAtOnce ? m_path : UnfinishedPathOf(m_path);
   }
 
-  /// Writes what is left and gives the memory back. Closing twice is harmless.
+  /// Writes what is left and frees the buffer. Closing twice is harmless.
   void Close();
 
   /// Closes the file and gives it its name, replacing an existing one.
@@ -62,11 +63,11 @@ class UnfinishedFile {
   std::string m_path;
   Naming m_naming;
   FileLock m_lock;
-  std::optional<OutputFile> m_file;  // closed before it is renamed or deleted, as Windows needs it
+  std::optional<OutputFile> m_file;  // closed before a rename or delete: Windows requires it
   bool m_is_kept;                    // or has its name
 };
 
-/// Writes a small file in one go: path is complete, or as it was before.
+/// Writes a small file in one go: path is complete or unchanged.
 void WriteWhole(const std::string& path, std::string_view content, const std::string& kind);
 
 }  // namespace tarvek
