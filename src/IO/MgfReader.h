@@ -1,9 +1,9 @@
 // IO/MgfReader.h: MS2 scans from Mascot Generic Format text.
 // Does:     delivers one scan per call; blocks that repeat a scan number add their precursors.
 // Owns:     the open file, and what was read of the block that comes next.
-// Throws:   a std::string: "Cannot open MGF File, Path: ..."; kMgfTitleError for a block whose scan
+// Owns:     the open file, and the part of the next block that was already read.
 //           number, charge or m/z cannot be read; what File::Read throws.
-// Not here: the lines (MgfText.h); keys other than TITLE, CHARGE and PEPMASS are passed over.
+// Not here: the lines (MgfText.h). Keys other than TITLE, CHARGE and PEPMASS are skipped.
 #pragma once
 
 #include <cstdint>
@@ -30,7 +30,7 @@ class MgfReader final : public SpectrumReader {
   bool FinishRecord(MS2Spectrum& scan);
 
   std::optional<std::int32_t> m_pending_number;
-  Precursor m_block_precursor;  // as read since the last END IONS; a charge of 0 is unknown
+  Precursor m_block_precursor;  // read since the last END IONS; a charge of 0 is unknown
 };
 
 }  // namespace tarvek
