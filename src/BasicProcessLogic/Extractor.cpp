@@ -41,7 +41,7 @@ int RunChild(const std::string& command) {
 
 std::string CurrentDirectoryExtractor(std::string_view name) { return JoinPath({".", name}); }
 
-// The extractor would take a path that begins with a dash for one of its options.
+// The extractor would take a path that begins with a dash for an option.
 std::string NoOption(const std::string& path) { return path.starts_with('-') ? "./" + path : path; }
 
 }  // namespace
