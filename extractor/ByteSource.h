@@ -1,9 +1,10 @@
 // extractor/ByteSource.h: the bytes of a plain or gzip file.
-// Does:     delivers them from front to back; a file that begins as gzip does is inflated, ahead of
-//           the reader by other threads where these are allowed.
-// Owns:     the open file, the threads and what they have ready.
-// Throws:   std::string: OpenFile's message, File::Read's, or path + ": ..." for a damaged gzip file;
-//           a TruncatedFile (GzipStream.h) for one that is cut off; what ThreadsAllowed throws.
+// Does:     delivers them from front to back; inflates a file that begins like gzip, in advance by
+//           other threads when these are allowed.
+// Owns:     the open file, the threads and their finished blocks.
+// Throws:   std::string: OpenFile's message, File::Read's, or path + ": ..." for a damaged gzip
+//           file; a TruncatedFile (GzipStream.h) for a file that is cut off; what ThreadsAllowed
+//           throws.
 // Not here: XML.
 #pragma once
 
@@ -26,7 +27,7 @@ class ByteSource {
   /// Reads up to size bytes and returns how many came; 0 only at the end.
   std::size_t Read(char* bytes, std::size_t size);
 
-  /// Size of the file as it is stored, and how much of it was read for what Read gave.
+  /// Size of the stored file, and how many of its bytes the results of Read needed.
   [[nodiscard]] std::int64_t StoredBytes() const noexcept { return m_file.SizeBytes(); }
   [[nodiscard]] std::int64_t StoredBytesRead() const noexcept;
 
@@ -37,9 +38,9 @@ class ByteSource {
   StoredFile m_file;
   std::size_t m_threads;
   std::optional<GzipStream> m_stream;   // inflates in this thread
-  Block m_block;                        // the present one
+  Block m_block;                        // the current one
   std::string_view m_ahead;             // into m_block
-  std::optional<BlocksAhead> m_blocks;  // the last to come, the first to go: it uses the file
+  std::optional<BlocksAhead> m_blocks;  // declared last, destroyed first: it uses the file
 };
 
 }  // namespace tarvek::extractor

@@ -36,7 +36,7 @@ std::unique_ptr<ScanSink> MakePlainSink(const ExtractorOptions& options,
   return MakeBinarySink(BasePath(options) + "." + named, digits);
 }
 
-// Where a thread is left, scans are written while the next ones are decoded.
+// When a thread is free, it writes scans while the next ones are decoded.
 std::unique_ptr<ScanSink> MakeSink(const ExtractorOptions& options,
                                    const ExtractionTargets& targets, const std::string& format) {
   std::unique_ptr<ScanSink> sink = MakePlainSink(options, targets, format);
@@ -111,13 +111,13 @@ class ScanPipeline final : public ScanConsumer {
   ScanSink* m_sink = nullptr;
 };
 
-// The path of the marker in a directory that exists.
+// Makes the output directory and returns the path of the marker.
 std::string PreparedMarkerPath(const ExtractorOptions& options) {
   MakeDirectory(options.m_output_directory);
   return MarkerPath(options);
 }
 
-/// One reading of the file from its start: what it writes, which goes away with it unless it is
+/// One reading of the file from its start, with its outputs, which are deleted with it unless it is
 /// finished.
 class Reading {
  public:

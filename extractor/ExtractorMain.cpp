@@ -23,7 +23,7 @@ struct ProgramTexts {
   std::string m_inputs;
 };
 
-// The exit status: that of success, or status_of_failure after a line on standard error.
+// The exit status: success, or status_of_failure after an error line on standard error.
 int Guarded(const ProgramTexts& texts, const std::function<void()>& action, int status_of_failure) {
   try {
     action();

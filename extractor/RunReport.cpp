@@ -10,7 +10,7 @@
 namespace tarvek::extractor {
 namespace {
 
-// A damaged file must not fill the memory with ever new texts.
+// A damaged file must not fill the memory with ever more texts.
 constexpr std::size_t kMaxKeys = 100;
 constexpr std::int64_t kBytesPerMb = 1'000'000;
 
@@ -18,7 +18,7 @@ std::string Megabytes(std::int64_t bytes) {
   return Fixed(static_cast<double>(bytes) / static_cast<double>(kBytesPerMb), 1) + " MB";
 }
 
-// How the analyser of a scan is known, to follow its word.
+// The evidence for the analyser of a scan, to follow its word.
 std::string HowKnown(const ExtractedScan& scan, AnalyserStep step) {
   switch (step) {
     case AnalyserStep::kUser:
@@ -51,7 +51,7 @@ std::string Joined(const std::map<std::string, std::int64_t>& counts) {
   return text;
 }
 
-// The reason that took most scans.
+// The reason for most scans.
 std::string LargestOf(const std::map<std::string, std::int64_t>& counts) {
   const auto largest =
       std::ranges::max_element(counts, {}, [](const auto& reason) { return reason.second; });

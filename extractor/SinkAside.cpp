@@ -11,12 +11,12 @@
 namespace tarvek::extractor {
 namespace {
 
-// A batch is handed on when its peaks have so many bytes; so many are on the way at most.
+// A batch is passed on when it has this many bytes of peaks; at most kMaxBatches wait.
 constexpr std::size_t kBatchBytes = std::size_t{1} << 19;
 constexpr std::size_t kMaxBatches = 4;
 
-/// Scans that are handed on together, their peaks one after the other: lists of their own would all
-/// grow to the size of the largest. An emptied batch keeps its room.
+/// Scans that are passed on together, with their peaks in one list: separate lists would all grow
+/// to the size of the largest. An emptied batch keeps its capacity.
 struct Batch {
   struct Place {
     OutputScan m_scan;
@@ -82,7 +82,7 @@ class SinkAside final : public ScanSink {
     m_has_batches.notify_one();
   }
 
-  // No more batches come.
+  // Tells the thread that no more batches come, and waits for it.
   void End() {
     {
       const std::lock_guard lock(m_mutex);
@@ -92,7 +92,7 @@ class SinkAside final : public ScanSink {
     if (m_thread.joinable()) m_thread.join();
   }
 
-  // Of the thread: nothing may leave it.
+  // Runs in the thread, so no exception may leave it.
   void WriteAll() {
     try {
       Batch batch;
@@ -114,7 +114,7 @@ class SinkAside final : public ScanSink {
     }
   }
 
-  // batch: goes back emptied; false at the end.
+  // Returns the old batch emptied and takes the next; false at the end.
   bool NextBatch(Batch& batch) {
     std::unique_lock lock(m_mutex);
     batch.Empty();
@@ -134,7 +134,7 @@ class SinkAside final : public ScanSink {
   }
 
   std::unique_ptr<ScanSink> m_sink;
-  std::vector<Peak> m_peaks;  // of the thread
+  std::vector<Peak> m_peaks;  // the thread's
   Batch m_filling;
   std::mutex m_mutex;
   std::condition_variable m_has_room;
