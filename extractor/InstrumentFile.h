@@ -2,7 +2,6 @@
 // Does:     recognises the format by the root element and reads the file once from front to back.
 // Throws:   std::string naming the file and, if known, spectrum and place; what the consumer and
 //           the callbacks throw.
-//           consumer and the callbacks throw.
 // Not here: the use of the spectra (Extraction.h).
 #pragma once
 

@@ -2,7 +2,6 @@
 // Does:     reads the scan number from an id of a form that has one; lists in BASE.nativeid.tsv
 //           which spectrum has which scan number when the id does not say.
 // Owns:     the list, which gets its final name in Commit.
-// Throws:   NativeIdList what UnfinishedFile throws; otherwise nothing.
 // Throws:   NativeIdList what UnfinishedFile throws; else nothing.
 // Not here: the numbers of spectra whose ids have none (ScanRules.h).
 #pragma once

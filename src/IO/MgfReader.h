@@ -1,7 +1,7 @@
 // IO/MgfReader.h: MS2 scans from Mascot Generic Format text.
 // Does:     delivers one scan per call; blocks that repeat a scan number add their precursors.
-// Owns:     the open file, and what was read of the block that comes next.
 // Owns:     the open file, and the part of the next block that was already read.
+// Throws:   a std::string: "Cannot open MGF File, Path: ..."; kMgfTitleError for a block whose scan
 //           number, charge or m/z cannot be read; what File::Read throws.
 // Not here: the lines (MgfText.h). Keys other than TITLE, CHARGE and PEPMASS are skipped.
 #pragma once

@@ -4,7 +4,6 @@
 // Owns:     its texts; it is copied by value.
 // Throws:   a character string (charge range, missing data path, digit ranges) or a std::string
 //           (missing numbered data path, conversions, directories); each is the whole message.
-//           (missing numbered data path, conversions, directories); each is the whole message.
 // Not here: where the table comes from (ParameterFile.h, CommandLine.h), how it is shown
 //           (ParameterText.h).
 #pragma once
