@@ -42,7 +42,7 @@ constexpr auto kModels = std::to_array<InstrumentModel>({
     {0, "apex", ModelKind::kFourier},
     {0, "solariX XR", ModelKind::kFourier},
     {0, "FT-ICR", ModelKind::kFourier},
-    // time of flight, alone and behind a quadrupole
+    // time of flight, alone and after a quadrupole
     {1000190, "QSTAR", ModelKind::kTimeOfFlight},
     {1000655, "QSTAR Elite", ModelKind::kTimeOfFlight},
     {1000656, "QSTAR Pulsar", ModelKind::kTimeOfFlight},

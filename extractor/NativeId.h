@@ -3,7 +3,7 @@
 //           which spectrum has which scan number when the id does not say.
 // Owns:     the list, which gets its final name in Commit.
 // Throws:   NativeIdList what UnfinishedFile throws; else nothing.
-// Not here: the numbers of spectra whose ids have none (ScanRules.h).
+// Not here: the numbers of spectra without one in their ids (ScanRules.h).
 #pragma once
 
 #include <cstdint>

@@ -155,7 +155,7 @@ std::int64_t MonotonicMilliseconds();
 /// Whether standard error goes to a terminal.
 bool StandardErrorIsTerminal() noexcept;
 
-/// A child process whose output is read through a pipe.
+/// A child process that writes into a pipe, which we read.
 class ChildProcess {
  public:
   ChildProcess() noexcept = default;

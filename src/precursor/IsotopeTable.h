@@ -18,7 +18,7 @@ namespace tarvek {
 /// Relative intensities of the monoisotopic peak and of the +1, +2, +3 and +4 isotope peaks.
 using IsotopeRow = std::array<double, 5>;
 
-/// Row i belongs to a singly protonated mass whose integer part is i Da.
+/// Row i is for singly protonated masses with the integer part i Da.
 using IsotopeTable = std::vector<IsotopeRow>;
 
 inline constexpr std::size_t kIsotopeTableRows = 15000;
