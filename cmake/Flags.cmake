@@ -1,11 +1,11 @@
-# The compile flags of every target of this project ride on one interface target.
+# All targets get their compile flags from one interface target.
 # -ffp-contract=off: a fused multiply-add would change the last digits between machines.
 add_library(tarvek_flags INTERFACE)
 target_compile_options(tarvek_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -ffp-contract=off)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  # g++ 12 warns of overlapping copies and of reads past the end inside std::string where there are none:
-  # of the latter only when the standard headers come precompiled.
+  # g++ 12 wrongly warns of overlapping copies and of reads past the end inside std::string; of the
+  # latter only with precompiled standard headers.
   target_compile_options(tarvek_flags INTERFACE -Wno-restrict)
   if(TARVEK_PRECOMPILES)
     target_compile_options(tarvek_flags INTERFACE -Wno-array-bounds)

@@ -1,6 +1,6 @@
-# Whether the headers of large libraries are read once and kept. Only g++ and clang++ themselves do: ccache
-# would not know what is in them, clang-tidy cannot read those of others, and gcov and another system's
-# compiler have ways of their own.
+# Whether to precompile the headers of large libraries. Only g++ and clang++ themselves can: ccache
+# would not see changes in them, clang-tidy cannot read those of others, and gcov and cross
+# compilers work differently.
 if(CMAKE_CXX_COMPILER_LAUNCHER OR CMAKE_CROSSCOMPILING OR TARVEK_COVERAGE OR NOT TARVEK_TESTS)
   set(TARVEK_PRECOMPILES OFF)
 else()

@@ -11,6 +11,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-# Users get programs that need no library beside them.
+# Users get programs that need no separate libraries.
 set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
 set(ZLIB_LIBRARY /usr/x86_64-w64-mingw32/lib/libz.a)

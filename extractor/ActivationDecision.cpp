@@ -19,8 +19,8 @@ constexpr std::array<std::pair<std::string_view, unsigned>, 9> kFilterMethods = 
      {"uvp", kActivationOther},
      {"ptr", kActivationOther}}};
 
-// "ITMS + c NSI sa d Full ms2 413.26@etd35.00 ...": the methods follow the '@'s; sa is supplemental
-// activation, which is collisional where no second method is named.
+// "ITMS + c NSI sa d Full ms2 413.26@etd35.00 ...": the methods follow each '@'; sa is supplemental
+// activation, which is collisional when no second method is named.
 unsigned ActivationOfFilter(std::string_view filter) {
   unsigned bits = 0;
   for (std::size_t at = filter.find('@'); at != std::string_view::npos;

@@ -11,8 +11,8 @@ namespace {
 
 enum class Sense { kNothing, kMethod, kInSource };
 
-/// A method: its term, or 0; its bits; and one of its names, of which only the letters, without
-/// case, and digits count. A method of several names has several rows.
+/// A method: its term, or 0; its bits; and one of its names, of which only digits and letters,
+/// without case, count. A method with several names has several rows.
 struct Method {
   std::int32_t m_accession;
   unsigned m_bits;
@@ -21,7 +21,7 @@ struct Method {
 };
 
 constexpr Method kMethods[] = {
-    // nothing declared
+    // no method declared
     {1000044, 0, "dissociationmethod", Sense::kNothing},
     {0, 0, "activationmethod", Sense::kNothing},
     {0, 0, "fragmentationmethod", Sense::kNothing},
@@ -67,8 +67,8 @@ constexpr Method kMethods[] = {
     {0, kActivationHcd, "beamtypecid"},
     {0, kActivationHcd, "highenergycid"},
     {0, kActivationHcd, "higherenergycid"},
-    // electron transfer, alone and with supplemental activation, which without another word is
-    // collision-induced
+    // electron transfer, alone and with supplemental activation, which is collision-induced unless
+    // another word follows
     {1000598, kActivationEtd, "electrontransferdissociation"},
     {0, kActivationEtd, "etd"},
     {1002631, kActivationEthcd, "electrontransferhigherenergycollisiondissociationethcd"},

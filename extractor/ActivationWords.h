@@ -1,8 +1,8 @@
 // extractor/ActivationWords.h: the words and terms for dissociation methods.
-// Does:     one table for both formats: terms of the PSI-MS vocabulary, and names as files write
-//           them, in any letter case.
+// Does:     keeps one table for both formats: terms of the PSI-MS vocabulary, and names as files
+//           write them, in any letter case.
 // Throws:   nothing but std::bad_alloc.
-// Not here: the words that the outputs have (ScanRules.h).
+// Not here: the words in the outputs (ScanRules.h).
 #pragma once
 
 #include <cstdint>
@@ -13,28 +13,28 @@
 
 namespace tarvek::extractor {
 
-/// The bits of a method in words: "HCD", "beam-type CID", "ETD+SA"; several methods are joined by
-/// '+', '/', ',', ';' or '&'. 0 where nothing is declared ("", "none", "dissociation method");
-/// kActivationOther for a method without a bit and for words that are not known.
+/// The bits of the methods in words: "HCD", "beam-type CID", "ETD+SA"; '+', '/', ',', ';' or '&'
+/// join several methods. 0 when no method is declared ("", "none", "dissociation method");
+/// kActivationOther for a method without a bit and for unknown words.
 unsigned ActivationOfWords(std::string_view words);
 
-/// Collects what the parameters of one activation say.
+/// Collects the parameters of one activation.
 class ActivationTerms {
  public:
-  /// accession: the number of an MS: term, or 0. A term that is not known counts by its name. The
-  /// term for methods as such ("dissociation method") counts by its value.
+  /// accession: the number of an MS: term, or 0. An unknown term counts by its name, the generic
+  /// term "dissociation method" by its value.
   void Add(std::int32_t accession, std::string_view name, std::string_view value);
 
   /// ActivationBit; 0 when no method is declared.
   [[nodiscard]] unsigned Bits() const;
 
-  /// Of the method that has no bit of its own; empty when there is none.
+  /// The name of the method that has no bit; empty without one.
   [[nodiscard]] const std::string& OtherName() const;
 
  private:
   unsigned m_bits = 0;
   std::string m_other_name;
-  // In-source fragmentation comes before the method of the scan and counts where it is alone.
+  // In-source fragmentation comes before the method of the scan; it only counts when it is alone.
   std::string m_in_source_name;
 };
 

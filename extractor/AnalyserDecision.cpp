@@ -25,7 +25,7 @@ Analyser AnalyserOfFilter(std::string_view filter) {
   return filter.starts_with("ITMS") ? Analyser::kIonTrap : Analyser::kUnknown;
 }
 
-// Without a configuration, what the reader knows of the run's default.
+// Without a configuration, the reader's analyser for the run's default.
 Analyser AnalyserOfConfiguration(const ExtractedScan& scan) {
   if (scan.m_configuration == nullptr) return scan.m_analyser;
   const auto& analysers = scan.m_configuration->m_analysers;
@@ -37,8 +37,8 @@ bool HasInductiveDetector(const ExtractedScan& scan) {
   return scan.m_configuration != nullptr && scan.m_configuration->m_has_inductive_detector;
 }
 
-// What a converter names without an analyser of the scan's own, often the first configuration for
-// all scans, describes the surveys of a trap hybrid, not its fragment scans.
+// A configuration that is not the scan's own, often the first one that a converter names for all
+// scans, describes the survey scans of a trap hybrid, not its MS2 scans.
 bool IsOpen(const ExtractedScan& scan, const InstrumentModel* model) {
   return scan.m_ms_level == 2 && model != nullptr && model->m_kind == ModelKind::kTrapHybrid;
 }
@@ -66,7 +66,7 @@ AnalyserDecision OfConfiguration(const ExtractedScan& scan) {
   return {};
 }
 
-// otherwise: what is taken when the peaks do not tell.
+// otherwise: the decision when the peaks are unclear.
 AnalyserDecision OfPeaks(const ExtractedScan& scan, std::string_view activation,
                          const ExtractionPlan& plan, AnalyserDecision otherwise) {
   if (!plan.m_has_looked) return {};
@@ -96,7 +96,7 @@ AnalyserDecision AnalyserDecider::Decide(const ExtractedScan& scan, std::string_
   return OfPeaks(scan, activation, plan, decision);
 }
 
-// Names repeat from scan to scan, and the table is long.
+// Caches the result, because names repeat from scan to scan and the table is long.
 const InstrumentModel* AnalyserDecider::ModelOf(const ExtractedScan& scan) {
   if (scan.m_configuration == nullptr) return nullptr;
   const std::int32_t accession = scan.m_configuration->m_model_accession;

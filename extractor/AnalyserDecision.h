@@ -1,7 +1,7 @@
-// extractor/AnalyserDecision.h: which analyser measured a scan, and how that is known.
-// Does:     takes the first of these that decides: what the user says, the analyser of the scan, its
+// extractor/AnalyserDecision.h: finds which analyser measured a scan, and records the evidence.
+// Does:     takes the first of these that decides: the user's option, the analyser of the scan, its
 //           filter line, its configuration, the detector, the instrument model, the peaks.
-// Owns:     what it found of the models of the file.
+// Owns:     the models that it looked up for the file.
 // Throws:   nothing but std::bad_alloc.
 // Not here: the table of models (InstrumentModels.h), the look at the peaks (ExtractionPlan.h).
 #pragma once
@@ -19,7 +19,7 @@
 
 namespace tarvek::extractor {
 
-/// What decided, in the order in which it is asked.
+/// The evidence that decided, in the order of the checks.
 enum class AnalyserStep {
   kUser,
   kScan,           // the configuration that the scan names, by its last analyser
@@ -28,8 +28,8 @@ enum class AnalyserStep {
   kDetector,
   kModel,
   kPeaks,
-  kAssumed,   // nothing did
-  kUndecided  // nothing did so far, and the peaks were not looked at
+  kAssumed,   // no evidence
+  kUndecided  // no evidence so far, before the look at the peaks
 };
 
 struct AnalyserDecision {
@@ -41,8 +41,8 @@ class AnalyserDecider {
  public:
   explicit AnalyserDecider(const ScanOverrides& overrides) : m_overrides(overrides) {}
 
-  /// scan: a mass spectrum of level 1 or 2. activation: its word, for level 2. plan: what the look
-  /// at the peaks gave, if there was one.
+  /// scan: a mass spectrum of level 1 or 2. activation: its word, for level 2. plan: with the
+  /// result of the look at the peaks, if there was one.
   [[nodiscard]] AnalyserDecision Decide(const ExtractedScan& scan, std::string_view activation,
                                         const ExtractionPlan& plan);
 
@@ -53,7 +53,7 @@ class AnalyserDecider {
   std::map<std::pair<std::int32_t, std::string>, const InstrumentModel*> m_models;
 };
 
-/// The model of a configuration as a person calls it: the name in the file, else that of the table.
+/// The model's name for people: that in the file, else that in the table.
 std::string ShownModel(const InstrumentConfiguration& configuration);
 
 }  // namespace tarvek::extractor

@@ -28,8 +28,8 @@ constexpr std::array<std::uint8_t, 256> kValues = [] {
   return values;
 }();
 
-// What a character adds to the 24 bits of its group, by its place in the group; kNoDigit when it is
-// no digit.
+// The value that a character adds to the 24 bits of its group, by its place in the group; kNoDigit
+// for a character that is not a digit.
 constexpr std::uint32_t kNoDigit = std::uint32_t{1} << 31;
 using PlaceTable = std::array<std::uint32_t, 256>;
 constexpr PlaceTable TableOfPlace(int place) {
@@ -48,8 +48,8 @@ std::uint32_t GroupAt(const char* text) {
          kPlaces[3][static_cast<unsigned char>(text[3])];
 }
 
-// Decodes groups of four digits as long as they come without blanks or padding; returns how many
-// characters they are.
+// Decodes groups of four digits up to the first blank or padding; returns their number of
+// characters.
 std::size_t DecodePlainGroups(std::string_view text, char*& out) {
   std::size_t at = 0;
   for (; at + 4 <= text.size(); at += 4) {
@@ -62,16 +62,16 @@ std::size_t DecodePlainGroups(std::string_view text, char*& out) {
   return at;
 }
 
-// A vector is written whole, with bytes behind those that count.
+// A vector is written whole, including bytes beyond the decoded ones.
 constexpr std::size_t kVectorSlack = 4;
 
 #if TARVEK_BASE64_SSSE3
 
-// As DecodePlainGroups, four groups at once: stops where 16 characters are not all digits.
+// Like DecodePlainGroups, four groups at once: stops when 16 characters are not all digits.
 //
-// The upper half of a character tells its range but for '/', which shares one with '+': each range
+// The upper half of a character gives its range, except that '/' shares one with '+'; each range
 // has a number to add. A character is a digit unless the bits that the tables give for its two
-// halves meet.
+// halves overlap.
 __attribute__((target("ssse3"))) std::size_t DecodeVectors(std::string_view text, char*& out) {
   constexpr std::size_t kVector = 16;
   const __m128i half = _mm_set1_epi8(0x0F);
@@ -82,8 +82,8 @@ __attribute__((target("ssse3"))) std::size_t DecodeVectors(std::string_view text
                                            0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10);
   // '/' at 1, '+' at 2, '0'..'9' at 3, 'A'..'Z' at 4 and 5, 'a'..'z' at 6 and 7
   const __m128i to_add = _mm_setr_epi8(0, 16, 19, 4, -65, -65, -71, -71, 0, 0, 0, 0, 0, 0, 0, 0);
-  const __m128i pairs = _mm_set1_epi32(0x01400140);  // one digit << 6, the next as it is
-  const __m128i fours = _mm_set1_epi32(0x00011000);  // one pair << 12, the next as it is
+  const __m128i pairs = _mm_set1_epi32(0x01400140);  // one digit << 6, the next unshifted
+  const __m128i fours = _mm_set1_epi32(0x00011000);  // one pair << 12, the next unshifted
   const __m128i order = _mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1);
   std::size_t at = 0;
   for (; at + kVector <= text.size(); at += kVector) {
@@ -123,7 +123,7 @@ struct Group {
   int m_digits = 0;
   int m_padding = 0;
 
-  // False when c cannot stand here.
+  // False when c is not allowed here.
   bool Take(char c) {
     const std::uint32_t value = kValues[static_cast<unsigned char>(c)];
     if (value == kBlank) return true;
@@ -143,7 +143,7 @@ void WriteBytes(const Group& group, char*& out) {
     *out++ = static_cast<char>(bits >> (16 - 8 * i) & 0xFFu);
 }
 
-// decode_plain: takes groups without blanks or padding from the front, as DecodePlainGroups.
+// decode_plain: decodes groups without blanks or padding from the front, like DecodePlainGroups.
 template <class DecodePlain>
 bool Decode(std::string_view text, ByteBuffer& bytes, DecodePlain decode_plain) {
   char* const begin = bytes.Prepare(text.size() / 4 * 3 + 3 + kVectorSlack);

@@ -10,9 +10,9 @@
 namespace tarvek::extractor {
 namespace {
 
-// A member begins: two bytes of gzip, deflate, an extra field and nothing else, four bytes of time,
-// two of the packer, and the length of the extra field, 6. That is "BC", its length 2, and the
-// size of the whole member less 1.
+// The start of a member: two bytes of gzip, deflate, the flag for an extra field only, four bytes
+// of time, two of the packer, and the length of the extra field, 6. The field is "BC", its length
+// 2, and the size of the whole member less 1.
 constexpr std::string_view kStart = "\x1f\x8b\x08\x04";
 constexpr std::size_t kExtraAt = 10;
 constexpr std::string_view kExtra{"\x06\0BC\x02\0", 6};
@@ -22,7 +22,7 @@ constexpr std::size_t kHeaderBytes = 18;
 constexpr std::size_t kMaxMemberBytes = std::size_t{1} << 16;  // packed and inflated
 constexpr std::size_t kMembersPerBlock = 8;
 
-// header: of kHeaderBytes at least.
+// header: at least kHeaderBytes long.
 bool IsHeader(std::string_view header) {
   return header.starts_with(kStart) && header.substr(kExtraAt).starts_with(kExtra);
 }
@@ -40,7 +40,7 @@ struct FreeDecompressor {
 };
 using Decompressor = std::unique_ptr<libdeflate_decompressor, FreeDecompressor>;
 
-// Adds bytes of the file until text has size; false when the file ends before.
+// Appends bytes of the file until text has size bytes; false when the file ends before.
 bool Gather(StoredFile& file, std::size_t size, std::string& text) {
   while (text.size() < size) {
     if (file.Ahead().empty() && !file.Refill()) return false;
@@ -51,7 +51,8 @@ bool Gather(StoredFile& file, std::size_t size, std::string& text) {
   return true;
 }
 
-// Inflates one whole member to out; how many bytes came, nothing unless all is as it should be.
+// Inflates one whole member to out and returns the number of bytes; std::nullopt when any part of
+// it is wrong.
 std::optional<std::size_t> InflateMember(libdeflate_decompressor* decompressor,
                                          std::string_view member, char* out) {
   std::size_t taken = 0;
@@ -66,7 +67,7 @@ std::optional<std::size_t> InflateMember(libdeflate_decompressor* decompressor,
 
 bool BeginsBgzf(std::string_view bytes) { return bytes.size() >= kHeaderBytes && IsHeader(bytes); }
 
-// Adds the next member to what is packed; false, and nothing added, when none follows.
+// Appends the next member to the packed bytes; false, without appending, when none follows.
 bool BgzfBlocks::TakeMember(Block& block) {
   const std::size_t before = block.m_packed.size();
   const auto member = [&] { return std::string_view(block.m_packed).substr(before); };

@@ -1,6 +1,6 @@
-// extractor/BgzfBlocks.h: a gzip file of many small members that say how long they are.
-// Does:     inflates such members, as bgzip writes them, a few at a time in any order; stops before
-//           anything else, another kind of member, damage or the end, which is left to GzipStream.
+// extractor/BgzfBlocks.h: a gzip file of many small members that state their length.
+// Does:     inflates members as bgzip writes them, a few at a time in any order; stops before
+//           anything else (another kind of member, damage, the end) and leaves it to GzipStream.
 // Owns:     nothing; borrows the file, which must outlive it.
 // Throws:   what StoredFile throws.
 // Not here: threads (BlocksAhead.h).
@@ -13,10 +13,10 @@
 
 namespace tarvek::extractor {
 
-/// Whether bytes, the start of a file, begin a member that says how long it is.
+/// Whether bytes, the start of a file, begin a member that states its length.
 bool BeginsBgzf(std::string_view bytes);
 
-/// The last block, which may be empty, says where the file goes on.
+/// The last block, which may be empty, says where in the file to continue.
 class BgzfBlocks final : public BlockMaker {
  public:
   explicit BgzfBlocks(StoredFile& file) : m_file(&file) {}

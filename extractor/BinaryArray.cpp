@@ -58,15 +58,15 @@ void ConvertPlain(std::string_view bytes, const ArrayEncoding& encoding,
   throw std::string("has no number type");
 }
 
-// Every number takes at least half a byte (a half byte of 8 is a zero), and two reals may stand
-// before them.
+// Every number takes at least half a byte (a half byte of 8 is a zero), and two reals may come
+// first.
 constexpr std::size_t kNumpressNumbersPerByte = 2;
 constexpr std::size_t kNumpressSlack = 16;
 
 void ConvertNumpress(std::string_view bytes, Numpress kind, std::vector<double>& numbers) {
   const std::size_t size = bytes.size();
   numbers.assign(size * kNumpressNumbersPerByte + kNumpressSlack, 0.0);
-  std::string padded(bytes);  // the decoders look behind the end
+  std::string padded(bytes);  // the decoders read beyond the end
   padded.append(kNumpressSlack, '\0');
   const auto* const data = reinterpret_cast<const unsigned char*>(padded.data());
   namespace numpress = ms::numpress::MSNumpress;
@@ -92,11 +92,11 @@ std::string TooManyError(std::int64_t most) {
   return "holds more than " + std::to_string(most) + " numbers, which cannot be";
 }
 
-// Without a branch, so that the compiler takes several numbers at once.
+// Without a branch, so that the compiler vectorises it.
 bool AreFinite(const std::vector<double>& numbers) {
   constexpr std::uint64_t kExponent = 0x7FF0'0000'0000'0000;
   constexpr std::uint64_t kLowestOfExponent = 0x0010'0000'0000'0000;
-  std::uint64_t carried = 0;  // the highest bit, out of an exponent that is all ones
+  std::uint64_t carried = 0;  // into the highest bit, from an exponent that is all ones
   for (const double number : numbers)
     carried |= (std::bit_cast<std::uint64_t>(number) & kExponent) + kLowestOfExponent;
   return carried >> 63 == 0;
@@ -113,11 +113,11 @@ void CheckNumbers(const std::vector<double>& numbers) {
 
 }  // namespace
 
-// The bytes of m_bytes, inflated where they are packed.
+// The bytes of m_bytes, inflated if they are packed.
 std::string_view ArrayDecoder::Unpack(const ArrayEncoding& encoding, std::int64_t count,
                                       const std::string& what, std::int64_t most) {
   if (!encoding.m_zlib) return m_bytes.View();
-  // numpress takes at most 5 bytes a number and two reals
+  // numpress takes at most 5 bytes per number and two reals
   const std::size_t width = encoding.m_numpress == Numpress::kNone ? WidthOf(encoding.m_type) : 8;
   const std::size_t slack = encoding.m_numpress == Numpress::kNone ? 0 : kNumpressSlack;
   if (count != kUnknownLength) most = count;

@@ -1,7 +1,7 @@
 // extractor/BinaryArray.h: the encoded number arrays of instrument files.
 // Does:     decodes base64, zlib and numpress into numbers; checks length and values.
-// Owns:     the buffers it works in, used again from array to array.
-// Throws:   std::string, a sentence without file and scan, which the reader puts before it.
+// Owns:     its working buffers, reused from array to array.
+// Throws:   std::string, a sentence without file and scan; the reader adds these.
 // Not here: which array is which.
 #pragma once
 
@@ -24,13 +24,13 @@ struct ArrayEncoding {
   ByteOrder m_order = ByteOrder::kLittle;
   Numpress m_numpress = Numpress::kNone;
   bool m_zlib = false;
-  std::string m_unsupported;  // name of a compression that we do not know
+  std::string m_unsupported;  // name of a compression that we do not support
 };
 
 /// No spectrum has more peaks; a larger number is a damaged file.
 inline constexpr std::int64_t kMaxArrayLength = 20'000'000;
 
-/// The file does not say how many numbers an array has.
+/// The file does not give the length of an array.
 inline constexpr std::int64_t kUnknownLength = -1;
 
 class ArrayDecoder {

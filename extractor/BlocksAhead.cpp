@@ -6,7 +6,7 @@
 namespace tarvek::extractor {
 namespace {
 
-// Blocks that wait for the caller while every thread works on another.
+// Finished blocks for the caller while every thread works on another.
 constexpr std::size_t kWaiting = 3;
 
 }  // namespace
@@ -16,7 +16,7 @@ BlocksAhead::BlocksAhead(std::unique_ptr<BlockMaker> maker, std::size_t thread_c
   m_threads.reserve(thread_count);
   try {
     for (std::size_t i = 0; i < thread_count; ++i) m_threads.emplace_back([this] { Work(); });
-  } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): those that run will do
+  } catch (const std::system_error&) {  // NOLINT(bugprone-empty-catch): the running ones suffice
   }
 }
 
@@ -47,8 +47,8 @@ void BlocksAhead::FinishIn(Slot& slot) const {
   }
 }
 
-// From the moment that its block is taken until it is ready, a slot belongs to the thread that took
-// it; from then on to the caller.
+// From taking its block until it is ready, a slot belongs to the thread that took the block; after
+// that, to the caller.
 void BlocksAhead::Work() {
   std::unique_lock lock(m_mutex);
   for (;;) {

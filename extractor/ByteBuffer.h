@@ -1,8 +1,8 @@
-// extractor/ByteBuffer.h: bytes that are overwritten as a whole.
-// Does:     gives room without first filling it, which a std::string would.
+// extractor/ByteBuffer.h: a buffer of bytes that are overwritten as a whole.
+// Does:     gives room without filling it first, as a std::string would.
 // Owns:     the bytes; keeps the largest room that it ever gave.
 // Throws:   nothing but std::bad_alloc.
-// Not here: growing with the content kept.
+// Not here: growing while keeping the contents.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +13,7 @@ namespace tarvek::extractor {
 
 class ByteBuffer {
  public:
-  /// Forgets the content. The size bytes at the result may be written; they have no values yet.
+  /// Discards the contents and returns room for size bytes, which are not initialised.
   char* Prepare(std::size_t size) {
     if (size > m_room || !m_bytes) {
       m_bytes.reset();  // never both at once
@@ -25,7 +25,7 @@ class ByteBuffer {
     return m_bytes.get();
   }
 
-  /// size: at most that of Prepare.
+  /// size: at most the size given to Prepare.
   void Shrink(std::size_t size) noexcept { m_size = size; }
 
   [[nodiscard]] std::string_view View() const noexcept { return {m_bytes.get(), m_size}; }

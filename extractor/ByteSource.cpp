@@ -11,12 +11,12 @@
 namespace tarvek::extractor {
 namespace {
 
-// More threads do not inflate faster than one can read what they give.
+// The reader cannot keep up with more threads.
 constexpr std::size_t kMostInflaters = 6;
 
 }  // namespace
 
-// A pipe is read in step with its reader, which may stop where the writer has not written yet.
+// A pipe is read in step with its reader, which may stop before the writer has more.
 ByteSource::ByteSource(const std::string& path)
     : m_file(path), m_threads(m_file.SizeBytes() > 0 ? ThreadsAllowed() : 1) {
   m_file.Refill();
@@ -60,8 +60,7 @@ std::size_t ByteSource::ReadSome(char* bytes, std::size_t size) {
   return m_stream ? m_stream->Read(bytes, size) : m_file.Read(bytes, size);
 }
 
-// False at the end. Where the present block is the last of its kind, the file goes on member by
-// member.
+// False at the end. After the last block of its kind, continues member by member.
 bool ByteSource::NextBlock() {
   if (m_block.m_goes_on_at) {
     const std::int64_t offset_bytes = *m_block.m_goes_on_at;

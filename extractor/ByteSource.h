@@ -27,7 +27,7 @@ class ByteSource {
   /// Reads up to size bytes and returns how many came; 0 only at the end.
   std::size_t Read(char* bytes, std::size_t size);
 
-  /// Size of the file as it is stored, and how much of it was read for what Read gave.
+  /// Size of the stored file, and how many of its bytes the results of Read needed.
   [[nodiscard]] std::int64_t StoredBytes() const noexcept { return m_file.SizeBytes(); }
   [[nodiscard]] std::int64_t StoredBytesRead() const noexcept;
 
@@ -40,9 +40,9 @@ class ByteSource {
   std::size_t m_threads;
   std::int64_t m_given_bytes = 0;
   std::optional<GzipStream> m_stream;   // inflates in this thread
-  Block m_block;                        // the present one
+  Block m_block;                        // the current one
   std::string_view m_ahead;             // into m_block
-  std::optional<BlocksAhead> m_blocks;  // the last to come, the first to go: it uses the file
+  std::optional<BlocksAhead> m_blocks;  // declared last, destroyed first: it uses the file
 };
 
 }  // namespace tarvek::extractor

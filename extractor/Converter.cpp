@@ -21,7 +21,7 @@ constexpr std::string_view kNoShell =
     "in "
     "it; put what needs a shell into a script)";
 
-/// Walks through the text of a command.
+/// Splits the text of a command into words.
 class TemplateReader {
  public:
   TemplateReader(std::string_view text, const std::string& name) : m_text(text), m_name(&name) {}
@@ -63,7 +63,7 @@ class TemplateReader {
     return m_text.substr(begin, m_at - begin);
   }
 
-  // A word of these alone, or a redirection: digits or '&', then '<' or '>', then anything.
+  // A word of only these, or a redirection: digits or '&', then '<' or '>', then anything.
   static bool IsShellOperator(std::string_view word) {
     if (word.find_first_not_of("|&;<>()") == std::string_view::npos) return true;
     const std::size_t sign = word.find_first_not_of("0123456789&");
@@ -75,12 +75,12 @@ class TemplateReader {
   std::size_t m_at = 0;
 };
 
-// A path that no program takes for an option.
+// Gives a path a form that no program takes for an option.
 std::string PathAsArgument(const std::string& path) {
   return path.starts_with('-') ? "./" + path : path;
 }
 
-// One pass: what was put in is not looked at again.
+// Replaces in one pass, without looking again at the inserted paths.
 std::string WithPaths(std::string_view word, const std::string& input,
                       const std::string& output_directory) {
   constexpr std::string_view kInput = "{in}";
@@ -115,7 +115,7 @@ bool IsExecutable(const std::string& path) {
   return !error && (permissions & kAny) != fs::perms::none;
 }
 
-/// A name beside the outputs that nothing has yet.
+/// An unused name next to the outputs.
 std::string FreshDirectory(const ExtractorOptions& options) {
   const std::string start =
       JoinPath({options.m_output_directory, options.m_base_name + ".converting"});
@@ -133,7 +133,7 @@ std::optional<std::string> FindProgram(std::string_view name, std::string_view s
   return std::nullopt;
 }
 
-// What the program is where names of programs have no ending: a script of a package, or for mono.
+// The program on systems without program extensions: a script of a package, or a program for mono.
 std::vector<std::string> FindPackagedRawParser(std::string_view search_path) {
   for (const char* const name : {"thermorawfileparser", "ThermoRawFileParser.sh"})
     if (const auto script = FindProgram(name, search_path)) return {*script};
@@ -199,10 +199,10 @@ std::string OnlyMzml(const std::string& directory, const std::string& input,
   throw message;
 }
 
-// Converters have ended with status 0 and half a file.
+// Converters may end with status 0 and half a file.
 void CheckWhole(const std::string& path, const std::string& input) {
   constexpr std::int64_t kTailBytes = 1024;
-  if (EndsWithIgnoreCase(path, ".gz")) return;  // reading it tells
+  if (EndsWithIgnoreCase(path, ".gz")) return;  // reading it will show
   File file = OpenFile(path, "rb", "mzML");
   const std::int64_t size = file.SizeBytes();
   std::string tail(static_cast<std::size_t>(std::min(size, kTailBytes)), '\0');

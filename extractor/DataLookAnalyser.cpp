@@ -11,7 +11,7 @@ namespace {
 constexpr std::size_t kMaxPeaks = 5000;  // of one spectrum
 constexpr double kIsotopeGap = 1.00335;  // Th, 13C - 12C
 
-/// Where pairs of one charge are counted, in Th around the isotope distance.
+/// The distance of isotope pairs at one charge and the windows around it, in Th.
 struct PairWindow {
   double m_distance;
   double m_narrow;
@@ -32,7 +32,7 @@ double GapBefore(std::span<const Peak> peaks, std::size_t i) {
 SpacingCounts CountSteps(std::span<const Peak> samples) {
   constexpr double kWidest = 0.15;  // Th, of an ion trap
   constexpr double kFinePerMz = 30e-6;
-  constexpr double kFine = 0.03;  // Th, half of what ion traps take
+  constexpr double kFine = 0.03;  // Th, half the step of ion traps
   constexpr double kSimilar = 1.5;
   SpacingCounts counts;
   for (std::size_t i = 1; i + 1 < samples.size(); ++i) {
@@ -46,7 +46,7 @@ SpacingCounts CountSteps(std::span<const Peak> samples) {
   return counts;
 }
 
-// 32-bit numbers of the same decimal differ from it by up to 3e-8 of their size.
+// A 32-bit number differs from the decimal that it stands for by up to 3e-8 of its size.
 bool IsBlunt(double mz) {
   const double tenths = mz * 10.0;
   return std::fabs(tenths - std::round(tenths)) <= 1e-7 * tenths;
@@ -82,7 +82,7 @@ void CountPairs(std::span<const Peak> peaks, const PairWindow& window, SpacingCo
   counts.m_chance_pairs += static_cast<double>(pairs) * window.m_narrow / window.m_wide;
 }
 
-// Far more true pairs than chance gives.
+// Whether there are far more true pairs than by chance.
 bool ShowsIsotopes(const SpacingCounts& counts) {
   constexpr double kExcess = 2.0;
   constexpr double kDeviations = 6.0;
@@ -133,7 +133,7 @@ SpacingCounts& SpacingCounts::operator+=(const SpacingCounts& other) {
 }
 
 SpacingCounts CountSpacings(std::span<const Peak> peaks) {
-  constexpr double kPartOfProfiles = 0.4;  // that is evenly spaced
+  constexpr double kPartOfProfiles = 0.4;  // the evenly spaced part
   peaks = peaks.first(std::min(peaks.size(), kMaxPeaks));
   SpacingCounts counts = CountSteps(peaks);
   const auto steps = static_cast<double>(counts.m_fine_steps + counts.m_coarse_steps);

@@ -10,7 +10,7 @@ namespace {
 constexpr std::string_view kRoot = "/";
 constexpr std::string_view kAnyHolder = "*";
 
-// Where the search for a name begins.
+// The first slot in the search for a name.
 std::size_t HashOf(std::string_view name) {
   if (name.empty()) return 0;
   const std::size_t first = static_cast<unsigned char>(name.front());
@@ -35,7 +35,7 @@ void ElementNesting::TakeSlot(std::size_t rule) {
   m_rule_of_slot[slot] = static_cast<std::uint8_t>(rule);
 }
 
-// The number of rules when there is none.
+// The number of rules for an unknown name.
 std::size_t ElementNesting::RuleOf(std::string_view name) const {
   for (std::size_t slot = HashOf(name) % kSlots; m_rule_of_slot[slot] != kFree;
        slot = (slot + 1) % kSlots)

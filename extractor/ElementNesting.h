@@ -1,8 +1,8 @@
-// extractor/ElementNesting.h: which element of an XML format may be inside which.
-// Does:     follows the open elements of a file; refuses an element of the format where it must not
-//           be; passes over elements of other names with everything in them.
+// extractor/ElementNesting.h: checks which element of an XML format is inside which.
+// Does:     follows the open elements of a file; rejects a known element in a wrong place; skips
+//           elements with other names, including their contents.
 // Owns:     the open elements; borrows the rules, which are constants.
-// Throws:   std::string, a sentence without file and place, which the reader puts before it.
+// Throws:   std::string, a sentence without file and place; the reader adds these.
 // Not here: what the elements mean (MzmlReader.cpp, MzxmlReader.cpp).
 #pragma once
 
@@ -19,7 +19,7 @@ namespace tarvek::extractor {
 
 class ElementNesting {
  public:
-  /// No file of the formats nests as deep; a deeper one is damaged.
+  /// No file of these formats nests so deeply; one that does is damaged.
   static constexpr std::size_t kMaxDepth = 256;
 
   /// No element has a longer name, of any format.
@@ -31,14 +31,14 @@ class ElementNesting {
   /// too deep, or the name too long.
   Element Enter(std::string_view name);
 
-  /// Closes the innermost element and returns what Enter said of it. There must be one.
+  /// Closes the innermost element and returns what Enter returned for it. One must be open.
   Element Leave();
 
-  /// An open element, counted from the innermost, which is 0; kPassedOver when there is none.
+  /// An open element, counted from the innermost, which is 0; kPassedOver beyond the outermost.
   [[nodiscard]] Element Outer(std::size_t steps) const;
 
  private:
-  // Of four slots one is taken at most, so that a name is found at once.
+  // At most one of four slots is taken, so that a search is short.
   static constexpr std::size_t kSlots = 256;
   static constexpr std::uint8_t kFree = 255;
 
@@ -49,7 +49,7 @@ class ElementNesting {
   [[nodiscard]] std::size_t PairOf(std::size_t rule, std::size_t parent) const;
   [[nodiscard]] Element ElementOf(std::size_t rule) const;
 
-  // Rules are known by their places; the number of rules is that of an element that is passed over.
+  // A rule is known by its index; the number of rules means a skipped element.
   std::span<const ElementRule> m_rules;
   std::array<std::uint8_t, kSlots> m_rule_of_slot{};
   std::vector<bool> m_is_allowed;   // by PairOf

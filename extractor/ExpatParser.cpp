@@ -25,8 +25,8 @@ struct FreeParser {
 };
 using Parser = std::unique_ptr<XML_ParserStruct, FreeParser>;
 
-/// What the parser's callbacks work on. No exception may pass through the parser, which is C: it is
-/// kept here, the parser stopped, and thrown again behind it.
+/// The data of the parser's callbacks. No exception may pass through the parser, which is C: we
+/// keep it here, stop the parser, and rethrow it outside.
 class Callbacks {
  public:
   Callbacks(XML_Parser parser, XmlHandler& handler) : m_parser(parser), m_handler(&handler) {}
@@ -84,8 +84,8 @@ class Callbacks {
       throw std::string("has a document type declaration (DOCTYPE), which is not supported");
     });
   }
-  // Windows-1252, GB2312 and the like: bytes below 0x80 are ASCII wherever markup may begin or end,
-  // and nothing else has a meaning here.
+  // Windows-1252, GB2312 and the like: bytes below 0x80 are ASCII where markup can begin or end,
+  // and the other bytes do not matter here.
   static int XMLCALL OnEncoding(void*, const XML_Char*, XML_Encoding* encoding) {
     constexpr int kReplacement = 0xFFFD;
     for (int byte = 0; byte < 256; ++byte) encoding->map[byte] = byte < 128 ? byte : kReplacement;
@@ -157,7 +157,7 @@ class ExpatParser::Implementation {
                               : std::min(unfinished, kMaxXmlTokenBytes + 1 - unfinished);
   }
 
-  // Expat's index may be of 32 bits.
+  // Expat's index may have only 32 bits.
   [[nodiscard]] std::size_t UnfinishedBytes() const {
     using Index = std::make_unsigned_t<XML_Index>;
     return static_cast<Index>(static_cast<Index>(m_bytes_fed) -
@@ -189,7 +189,7 @@ class ExpatParser::Implementation {
   std::size_t m_bytes_to_wait_for = 0;
   std::int64_t m_bytes_fed = 0;
   std::int64_t m_lines_before = 0;
-  std::int64_t m_bytes_before = 0;  // in the file, less those of the opening
+  std::int64_t m_bytes_before = 0;  // in the file, minus those of the opening
 };
 
 ExpatParser::ExpatParser(const std::string& path, XmlHandler& handler)

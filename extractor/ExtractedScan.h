@@ -1,8 +1,8 @@
-// extractor/ExtractedScan.h: what an instrument file says of one spectrum, whatever its format.
-// Does:     plain values that both readers fill and the rules read.
+// extractor/ExtractedScan.h: the metadata of one spectrum, whatever the format of its file.
+// Does:     gives plain values that both readers fill and the rules read.
 // Owns:     its texts and lists.
 // Throws:   nothing.
-// Not here: what is made of them (ScanRules.h), peaks (BinaryArray.h).
+// Not here: decisions from them (ScanRules.h), peaks (BinaryArray.h).
 #pragma once
 
 #include <cstdint>
@@ -29,9 +29,9 @@ enum ActivationBit : unsigned {
   kActivationOther = 1u << 5  // a method without a word; its name is in m_other_activation
 };
 
-/// One instrument configuration of the file, as it describes itself.
+/// One instrument configuration, as the file describes it.
 struct InstrumentConfiguration {
-  std::vector<Analyser> m_analysers;  // by ascending order; kUnknown for terms that we do not know
+  std::vector<Analyser> m_analysers;  // ascending by order; kUnknown for unknown terms
   bool m_has_inductive_detector = false;
   std::int32_t m_model_accession = 0;  // the number of an MS: term; 0 when none is given
   std::string m_model_name;            // as written, "Q Exactive"; may be empty
@@ -57,15 +57,15 @@ struct DeclaredPrecursor {
 struct ExtractedScan {
   std::string m_id;                // nativeID, or the number of an mzXML scan
   std::int64_t m_position = 0;     // 0 for the first spectrum of the file
-  bool m_is_mass_spectrum = true;  // false for UV and other spectra that are none
+  bool m_is_mass_spectrum = true;  // false for UV and other non-mass spectra
   std::int32_t m_ms_level = 0;     // 0 when not declared
   std::optional<double> m_rt_seconds;
   double m_injection_ms = 0.0;
   std::optional<double> m_faims_volts;
   Analyser m_analyser = Analyser::kUnknown;
-  bool m_has_own_analyser = false;  // the spectrum names it; else it is the default of the run
-  // The configuration that the spectrum names, or the run's default; null when there is none.
-  // Borrowed from the reader for one call.
+  bool m_has_own_analyser = false;  // its own element names it, not the run's default
+  // The configuration that the spectrum names, or the run's default; null without either. Borrowed
+  // from the reader for one call.
   const InstrumentConfiguration* m_configuration = nullptr;
   bool m_has_mobility_array = false;  // one frame of several mobilities: peaks of equal m/z repeat
   std::string m_filter;               // the instrument's filter line, empty when there is none

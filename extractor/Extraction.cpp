@@ -123,13 +123,13 @@ class ScanPipeline final : public ScanConsumer {
   ScanSink* m_sink = nullptr;
 };
 
-// The path of the marker in a directory that exists.
+// Makes the output directory and returns the path of the marker.
 std::string PreparedMarkerPath(const ExtractorOptions& options) {
   MakeDirectory(options.m_output_directory);
   return MarkerPath(options);
 }
 
-/// One reading of the file from its start: what it writes, which goes away with it unless it is
+/// One reading of the file from its start, with its outputs, which are deleted with it unless it is
 /// finished.
 class Reading {
  public:

@@ -1,8 +1,8 @@
-// extractor/Extraction.h: one mzML or mzXML file to the outputs.
-// Does:     keeps other extractors away, removes an old marker, reads the file, writes the
-//           outputs under temporary names, renames them when all are complete, writes the marker
-//           last. A file that needs it is read again from the start (ExtractionPlan.h).
-// Throws:   std::string naming the file; no marker exists then, unless it is another extractor's.
+// extractor/Extraction.h: converts one mzML or mzXML file to the outputs.
+// Does:     keeps other extractors away, removes an old marker, reads the file, writes the outputs
+//           under temporary names, renames them when all are complete, writes the marker last.
+//           Reads a file again from the start when necessary (ExtractionPlan.h).
+// Throws:   std::string naming the file; then no marker exists, except that of another extractor.
 // Not here: the command line (ExtractorOptions.h), other formats (Converter.h).
 #pragma once
 
@@ -17,15 +17,15 @@
 
 namespace tarvek::extractor {
 
-/// The path of the marker that says that all outputs are complete.
+/// The path of the marker, which exists when all outputs are complete.
 std::string MarkerPath(const ExtractorOptions& options);
 
-/// The marker of an input, and with it the right to write its outputs: its temporary file is locked
-/// from before the first of them is touched, or a conversion is begun, until the marker stands.
+/// The marker of an input, and the right to write its outputs. Its temporary file is locked before
+/// the first output changes or a conversion starts, until the marker is written.
 class Marker {
  public:
   /// Makes the output directory and removes the marker of an earlier run. Throws "Another run is
-  /// writing ..." while another extractor has the outputs, whose marker is left alone.
+  /// writing ..." while another extractor has the outputs, and then leaves its marker alone.
   explicit Marker(const ExtractorOptions& options);
 
   /// What it says of the input, as that was before anything was read of it.
@@ -40,19 +40,19 @@ class Marker {
   UnfinishedFile m_file;
 };
 
-/// Where scans go.
+/// Where the scans go.
 struct ExtractionTargets {
-  bool m_writes_spectra = true;  // to the files of options; without them the marker is not written
-  RecordTaker* m_taker = nullptr;  // as well
+  bool m_writes_spectra = true;    // to the files of options; if not, writes no marker
+  RecordTaker* m_taker = nullptr;  // additionally
 };
 
-/// Extracts path, which is options.m_input or what that was converted to, and returns what the marker
-/// says. marker: that of options. report: progress and summary go there.
+/// Extracts path, which is options.m_input or its conversion, and returns the record in the marker.
+/// marker: for options. report: gets progress and summary.
 RunRecord Extract(const ExtractorOptions& options, const std::string& path, Marker& marker,
                   std::ostream& report, const ExtractionTargets& targets = {});
 
-/// Throws "interrupted" when a stop was requested (NoteStopRequests in Platform.h); asked between two
-/// blocks of the work, so that unfinished files are removed on the way out.
+/// Throws "interrupted" when a stop was requested (NoteStopRequests in Platform.h); called between
+/// blocks of work, so that unfinished files are removed on the way out.
 void ThrowIfInterrupted();
 
 }  // namespace tarvek::extractor

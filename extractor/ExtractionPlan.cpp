@@ -12,17 +12,17 @@
 namespace tarvek::extractor {
 namespace {
 
-// Spectra of one group that are looked at, and of the file that are passed to find them. The file
-// may be sorted by level, or begin with another run: the look goes on while it has met no spectrum
-// that it is for, or those of one level alone.
+// How many spectra of one group the look uses, and how many of the file it passes to find them. The
+// file may be sorted by level, or begin with another run: the look continues until it has met
+// spectra that it is for, and both levels.
 constexpr std::int64_t kEnoughSpectra = 50;
 constexpr std::int64_t kMinPassed = 2'000;
 constexpr std::int64_t kMaxPassed = 20'000;
 
-/// Ends a reading whose purpose is reached.
+/// Thrown when the look has seen enough.
 struct LookIsDone {};
 
-/// Which spectra of a group are looked at: ever fewer, so that they spread over the start of the
+/// Selects the spectra of a group to look at: ever fewer, so that they spread over the start of the
 /// file.
 class SparseCounter {
  public:
@@ -40,7 +40,7 @@ class SparseCounter {
   std::int64_t m_taken = 0;
 };
 
-/// Looks at spectra whose analyser nothing else tells.
+/// Looks at spectra without other evidence of their analyser.
 class LookConsumer final : public ScanConsumer {
  public:
   explicit LookConsumer(const ScanOverrides& overrides) : m_decider(overrides) {}
@@ -87,9 +87,9 @@ class LookConsumer final : public ScanConsumer {
   AnalyserDecider m_decider;
   std::map<std::string, SparseCounter> m_counters;
   std::map<std::string, ResolutionLook> m_looks;
-  std::string m_group;  // of the spectrum whose peaks come; empty: not looked at
+  std::string m_group;  // of the spectrum with the next peaks; empty: not used
   std::int64_t m_passed = 0;
-  bool m_has_surveys = false;  // that were met, whatever tells their analyser
+  bool m_has_surveys = false;  // met, with or without evidence of their analyser
   bool m_has_fragments = false;
 };
 

@@ -25,7 +25,7 @@ struct ProgramTexts {
   std::string m_inputs;
 };
 
-// The exit status: that of success, or status_of_failure after a line on standard error.
+// The exit status: success, or status_of_failure after an error line on standard error.
 int Guarded(const ProgramTexts& texts, const std::function<void()>& action, int status_of_failure) {
   const auto say = [&](const std::string& message) {
     std::cerr << texts.m_name << ": " << message << std::endl;

@@ -28,7 +28,7 @@ std::string FormatOf(std::string_view path) {
   return IsInstrumentFormat(extension) ? extension : std::string();
 }
 
-// Puts the name of what gave the value before the message.
+// Puts name, the origin of a value, in front of the message.
 void Named(const std::string& name, const std::function<void()>& action) {
   try {
     action();

@@ -5,7 +5,7 @@ namespace {
 
 constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
 
-// Damage hides what was inflated in the same step: as much as a parser asks for at once.
+// On damage the output of the current step is lost, so a step is as small as a parser's request.
 constexpr std::size_t kStepBytes = std::size_t{1} << 16;
 
 }  // namespace
@@ -31,7 +31,7 @@ std::size_t GzipStream::Read(char* bytes, std::size_t size) {
   return 0;
 }
 
-// A gzip file may hold several members one after the other; anything else behind one is padding.
+// A gzip file may contain several members; other data after one is padding.
 void GzipStream::StartNextMember() {
   if (m_file->Ahead().empty()) m_file->Refill();
   m_at_end = m_file->Ahead().empty() || m_file->Ahead().front() != kGzipMagic.front();

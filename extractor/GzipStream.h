@@ -1,5 +1,5 @@
 // extractor/GzipStream.h: a gzip file, member by member.
-// Does:     inflates from front to back; what stands behind the last member and is none is padding.
+// Does:     inflates from front to back; ignores data after the last member that is not a member.
 // Owns:     the state of the inflater; borrows the file, which must outlive it.
 // Throws:   std::string path + ": ..." for a damaged file, a TruncatedFile for one that is cut off;
 //           what StoredFile throws.
@@ -20,7 +20,7 @@ namespace tarvek::extractor {
 
 inline constexpr std::string_view kGzipMagic = "\x1f\x8b";
 
-/// The message of a file that ends too early; caught as any other by those who do not ask why.
+/// The message for a file that ends too early; other code catches it as a plain std::string.
 class TruncatedFile : public std::string {
  public:
   explicit TruncatedFile(std::string message) : std::string(std::move(message)) {}
@@ -30,7 +30,7 @@ class GzipStream {
  public:
   enum class Place { kFirstMember, kBehindMember };
 
-  /// place: what the file stands at; behind a member another one, padding or the end may come.
+  /// place: what comes next in the file; after a member another one, padding or the end may follow.
   GzipStream(StoredFile& file, Place place);
 
   /// Reads up to size bytes and returns how many came; 0 only at the end.
@@ -44,7 +44,7 @@ class GzipStream {
   bool m_at_end = false;
 };
 
-/// The bytes of a GzipStream in blocks. What came before an error is a block of its own.
+/// The bytes of a GzipStream in blocks. The bytes before an error are a separate block.
 class GzipBlocks final : public BlockMaker {
  public:
   GzipBlocks(StoredFile& file, GzipStream::Place place) : m_file(&file), m_stream(file, place) {}

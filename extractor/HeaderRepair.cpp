@@ -12,12 +12,12 @@ constexpr std::string_view kSpace = " \t\r\n";
 
 bool IsSpace(char c) { return kSpace.find(c) != std::string_view::npos; }
 
-/// Walks through one start tag, from behind its name on.
+/// Walks through one start tag, from the end of its name.
 class TagWalker {
  public:
   explicit TagWalker(std::span<char> block, std::size_t at) : m_block(block), m_at(at) {}
 
-  /// Where the tag ends, behind its '>'; the end of the block when it is cut off or no tag.
+  /// The end of the tag, after its '>'; the end of the block when it is cut off or not a tag.
   std::size_t BlankRepeated() {
     std::vector<std::string_view> names;
     while (SkipSpace() && m_block[m_at] != '>' && m_block[m_at] != '/') {
@@ -48,7 +48,7 @@ class TagWalker {
     return {m_block.data() + begin, m_at - begin};
   }
 
-  // False when the value is cut off or is none.
+  // False when the value is cut off or missing.
   bool SkipValue() {
     if (!SkipSpace() || m_block[m_at] != '=') return false;
     ++m_at;
@@ -60,7 +60,7 @@ class TagWalker {
     return true;
   }
 
-  // Line ends stay, and so do the numbers of lines.
+  // Keeps line ends, and so the line numbers.
   void Blank(std::size_t begin) {
     for (std::size_t i = begin; i < m_at; ++i)
       if (!IsSpace(m_block[i])) m_block[i] = ' ';
@@ -74,7 +74,8 @@ bool StartsName(char c) {
   return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '_' || c == ':';
 }
 
-// Behind a comment or a piece of character data, in which '<' begins no tag; 0 when at is neither.
+// The end of a comment or piece of character data, in which '<' begins no tag; 0 when at is
+// neither.
 std::size_t BehindText(std::string_view text, std::size_t at) {
   constexpr std::string_view kPairs[][2] = {{"<!--", "-->"}, {"<![CDATA[", "]]>"}};
   for (const auto& [opening, closing] : kPairs) {

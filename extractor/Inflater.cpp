@@ -39,7 +39,7 @@ Inflater::Status Inflater::InflateSome(std::string_view& packed, char* out, std:
   z_stream& stream = m_state->m_stream;
   const uInt given = Portion(packed.size());
   const uInt room = Portion(size);
-  // zlib does not change its input but declares it without const unless told otherwise.
+  // zlib does not change its input, but by default declares it without const.
   stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(packed.data()));
   stream.avail_in = given;
   stream.next_out = reinterpret_cast<Bytef*>(out);

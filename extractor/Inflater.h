@@ -1,6 +1,6 @@
 // extractor/Inflater.h: zlib and gzip streams.
 // Does:     inflates one array at once, or a gzip file piece by piece.
-// Owns:     the state of one zlib stream, used again from call to call.
+// Owns:     the state of one zlib stream, reused from call to call.
 // Throws:   nothing but std::bad_alloc; failures are return values.
 // Not here: files (ByteSource.h).
 #pragma once
@@ -21,14 +21,15 @@ class Inflater {
   Inflater(Inflater&&) noexcept;
   Inflater& operator=(Inflater&&) = delete;
 
-  /// Replaces bytes by what the one stream in packed holds; stops behind max_bytes, so that a small
-  /// stream cannot fill the memory. False when the stream is damaged or does not end in packed.
+  /// Replaces bytes by the contents of the one stream in packed; stops after max_bytes, so that a
+  /// small stream cannot fill the memory. False when the stream is damaged or does not end in
+  /// packed.
   bool InflateAll(std::string_view packed, std::size_t max_bytes, std::string& bytes);
 
   enum class Status { kMore, kStreamEnd, kDamaged };
 
-  /// Inflates from the front of packed, which loses what was taken, into out; size becomes the
-  /// number of bytes written. After kStreamEnd, Restart before the next stream.
+  /// Inflates from the front of packed into out and removes the consumed bytes from packed; size
+  /// becomes the number of bytes written. After kStreamEnd, call Restart before the next stream.
   Status InflateSome(std::string_view& packed, char* out, std::size_t& size);
   void Restart();
 

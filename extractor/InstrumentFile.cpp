@@ -9,7 +9,7 @@
 namespace tarvek::extractor {
 namespace {
 
-/// Hands the elements to the reader of the format that the root element names.
+/// Passes the elements to the reader for the format of the root element.
 class FormatChooser final : public XmlHandler {
  public:
   FormatChooser(ScanConsumer& consumer, std::function<void(const std::string&)> on_format)

@@ -1,8 +1,8 @@
-// extractor/InstrumentFile.h: an mzML or mzXML file, whichever it is, to a consumer of its spectra.
-// Does:     tells the format by the root element and reads the file once from front to back.
-// Throws:   std::string naming the file and, where there is one, spectrum and place; what the
-//           consumer and the callbacks throw.
-// Not here: what is made of the spectra (Extraction.h).
+// extractor/InstrumentFile.h: passes the spectra of an mzML or mzXML file to a consumer.
+// Does:     recognises the format by the root element and reads the file once from front to back.
+// Throws:   std::string naming the file and, if known, spectrum and place; what the consumer and
+//           the callbacks throw.
+// Not here: the use of the spectra (Extraction.h).
 #pragma once
 
 #include <functional>

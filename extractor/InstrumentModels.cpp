@@ -42,7 +42,7 @@ constexpr auto kModels = std::to_array<InstrumentModel>({
     {0, "apex", ModelKind::kFourier},
     {0, "solariX XR", ModelKind::kFourier},
     {0, "FT-ICR", ModelKind::kFourier},
-    // time of flight, alone and behind a quadrupole
+    // time of flight, alone and after a quadrupole
     {1000190, "QSTAR", ModelKind::kTimeOfFlight},
     {1000655, "QSTAR Elite", ModelKind::kTimeOfFlight},
     {1000656, "QSTAR Pulsar", ModelKind::kTimeOfFlight},
@@ -148,7 +148,7 @@ constexpr auto kModels = std::to_array<InstrumentModel>({
     {0, "TOF/TOF", ModelKind::kTimeOfFlight},
     {0, "MALDI-TOF", ModelKind::kTimeOfFlight},
     {0, "rapifleX", ModelKind::kTimeOfFlight},
-    // time of flight behind ion mobility
+    // time of flight after ion mobility
     {1003005, "timsTOF Pro", ModelKind::kTimeOfFlight},
     {1001782, "Synapt MS", ModelKind::kTimeOfFlight},
     {1001781, "Synapt HDMS", ModelKind::kTimeOfFlight},
@@ -243,7 +243,7 @@ constexpr auto kModels = std::to_array<InstrumentModel>({
     {0, "Orbitrap ID-X", ModelKind::kTrapHybrid},
     {0, "Orbitrap Tribrid", ModelKind::kTrapHybrid},
     {0, "Orbitrap", ModelKind::kTrapHybrid},
-    // triple quadrupoles and their traps: the data must tell
+    // triple quadrupoles and their traps: only the data can tell
     {1000750, "TSQ", ModelKind::kUndecided},
     {1000749, "TSQ 7000", ModelKind::kUndecided},
     {1002525, "TSQ 8000 Evo", ModelKind::kUndecided},
@@ -315,13 +315,13 @@ constexpr auto kModels = std::to_array<InstrumentModel>({
 bool IsUpper(char c) { return c >= 'A' && c <= 'Z'; }
 bool IsLower(char c) { return c >= 'a' && c <= 'z'; }
 
-/// A name without what does not count, and where its words begin.
+/// A name without the characters that do not count, and where its words begin.
 struct PlainName {
   std::string m_text;             // lower-case letters and digits
-  std::vector<bool> m_is_border;  // a word begins at this place; one longer than m_text
+  std::vector<bool> m_is_border;  // a word begins here; one longer than m_text
 };
 
-// A border lies at blanks and marks, between letters and digits, and before a capital letter.
+// Words end at blanks and punctuation, between letters and digits, and before a capital letter.
 PlainName PlainNameOf(std::string_view name) {
   PlainName plain;
   char before = ' ';

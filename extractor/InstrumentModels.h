@@ -4,7 +4,7 @@
 // Not here: when a model decides (AnalyserDecision.h).
 //
 // Accessions and names are those of the PSI-MS vocabulary. Entries without an accession are models
-// and families that are told by name only.
+// and families that are recognised by name only.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@
 namespace tarvek::extractor {
 
 enum class ModelKind {
-  kUndecided,     // one that resolves unit masses or several kinds: the model does not tell
+  kUndecided,     // unit-mass analysers or several kinds: the model does not decide
   kFourier,       // every scan
   kTimeOfFlight,  // every scan
   kIonTrap,       // every scan
@@ -22,7 +22,7 @@ enum class ModelKind {
 };
 
 struct InstrumentModel {
-  std::int32_t m_accession;  // the number of an MS: term; 0 when it is told by name only
+  std::int32_t m_accession;  // the number of an MS: term; 0 without one
   std::string_view m_name;
   ModelKind m_kind;
 };
@@ -30,10 +30,10 @@ struct InstrumentModel {
 /// The whole table.
 std::span<const InstrumentModel> InstrumentModels();
 
-/// The model of an accession (0: none is known), else of a name; null when the table has neither.
-/// Of a name letter case, blanks and marks do not count, and words around the model ("Thermo
-/// Scientific ...") do not matter; the longest name of the table that it holds as whole words is
-/// taken. A figure may follow a word directly: "esquire3000" holds "esquire".
+/// The model for an accession (0: unknown), else for a name; null when the table has neither. In a
+/// name, letter case, blanks and punctuation do not count, and words around the model ("Thermo
+/// Scientific ...") do not matter; the longest table name that it contains as whole words wins. A
+/// digit may directly follow a word: "esquire3000" contains "esquire".
 const InstrumentModel* FindInstrumentModel(std::int32_t accession, std::string_view name);
 
 }  // namespace tarvek::extractor

@@ -76,7 +76,7 @@ bool MayBeModel(std::int32_t accession, std::string_view name) {
                           1000221, 1000246, 1000275, 1000281, 1000286, 1000300,  // ion optics
                           1000307, 1000309, 1000310, 1000311, 1000320,           //
                           1000216, 1000304, 1000308, 1000319,                    // their attributes
-                          1000463, 1000487, 1000496, 1000597});  // all of these as such
+                          1000463, 1000487, 1000496, 1000597});  // the generic terms for these
   const bool is_maker =
       IsOneOf(accession, {1000031, 1000121, 1000122, 1000123, 1000124, 1000125, 1000126, 1000483,
                           1000488, 1000489, 1000490, 1000491, 1000492, 1000493, 1000494, 1000495,
@@ -93,12 +93,12 @@ bool IsMobilityArray(std::int32_t accession, std::string_view name, std::string_
   if (IsOneOf(accession, {1002477,                      // mean drift time
                           1002816, 1002893, 1003006,    // mean, any, mean inverse reduced
                           1003007, 1003008, 1003153,    // raw, raw inverse reduced, raw drift time
-                          1003154, 1003155, 1003156}))  // the three of them deconvoluted
+                          1003154, 1003155, 1003156}))  // these three deconvoluted
     return true;
   const std::string lower_name = ToLower(name);
   const auto names = [&](const char* words) { return lower_name.find(words) != std::string::npos; };
   if (names("ion mobility array") || names("drift time array")) return true;
-  constexpr std::int32_t kOtherArray = 1000786;  // which its value describes
+  constexpr std::int32_t kOtherArray = 1000786;  // described by its value
   const std::string lower_value = ToLower(value);
   return accession == kOtherArray && (lower_value.find("ion mobility") != std::string::npos ||
                                       lower_value.find("drift time") != std::string::npos);

@@ -49,7 +49,7 @@ std::int32_t AccessionOf(std::string_view text) {
 Param ParamOf(const XmlAttributes& attributes) {
   Param param;
   for (const auto& [name, value] : attributes.All()) {
-    switch (name.size()) {  // most attributes are told apart by it
+    switch (name.size()) {  // distinguishes most attributes
       case 4:
         if (name == "name") param.m_name = value;
         break;
@@ -69,7 +69,7 @@ Param ParamOf(const XmlAttributes& attributes) {
   return param;
 }
 
-/// Seconds in a unit of time; 0 for other units and none. The MS: terms are those of old files.
+/// Seconds in a unit of time; 0 for others and without one. The MS: terms occur in old files.
 double SecondsPer(std::string_view unit) {
   if (unit == "UO:0000010" || unit == "MS:1000039") return 1.0;
   if (unit == "UO:0000031" || unit == "MS:1000038") return 60.0;
@@ -99,12 +99,12 @@ Numpress NumpressOf(std::int32_t accession) {
   }
 }
 
-// Number types and compressions that have a term but no decoder here.
+// Number types and compressions that have a term but that we cannot decode.
 bool IsUnsupported(std::int32_t accession) {
   return accession == 1000520 ||                            // 16-bit float
          accession == 1001479 ||                            // null-terminated ASCII string
          (accession >= 1003088 && accession <= 1003090) ||  // truncation and prediction
-         (accession >= 1003780 && accession <= 1003785);    // zstd, alone and behind others
+         (accession >= 1003780 && accession <= 1003785);    // zstd, alone and after others
 }
 
 void ApplyEncoding(const Param& param, ArrayEncoding& encoding) {
@@ -179,9 +179,9 @@ class MzmlReader final : public XmlHandler {
   std::uint64_t m_elements = 0;
   std::uint64_t m_group_bytes = 0;  // of all references
 
-  // The consumer borrows them for a call, so they must stay where they are.
+  // The consumer borrows them for a call, so they must not move.
   std::map<std::string, InstrumentConfiguration, std::less<>> m_configurations;
-  InstrumentConfiguration* m_configuration = nullptr;  // as m_group
+  InstrumentConfiguration* m_configuration = nullptr;  // like m_group
   std::vector<OrderedAnalyser> m_analysers;            // of m_configuration
   std::string m_default_configuration;
 
@@ -269,8 +269,8 @@ void MzmlReader::Start(Element element, const XmlAttributes& attributes) {
   }
 }
 
-// The table of elements sees to it that a selected ion, a window and an activation have a
-// precursor around them, and a binary its array.
+// The table of elements guarantees that a selected ion, a window and an activation have a precursor
+// around them, and a binary its array.
 void MzmlReader::StartInSpectrum(Element element, const XmlAttributes& attributes) {
   switch (element) {
     case kScan:
@@ -310,7 +310,7 @@ void MzmlReader::OnEnd(std::string_view) {
   }
 }
 
-// Of two configurations with one id the later holds.
+// Of two configurations with one id the later counts.
 void MzmlReader::StartConfiguration(const XmlAttributes& attributes) {
   CountHeaderBytes(kConfigurationBytes);
   m_configuration = &m_configurations[std::string(KeptText(attributes.Get("id")))];
@@ -325,7 +325,7 @@ void MzmlReader::EndConfiguration() {
   m_configuration = nullptr;
 }
 
-// kUnknownLength where text is empty, and the arrays decide.
+// kUnknownLength for an empty text; then the arrays decide.
 std::int64_t MzmlReader::LengthOf(std::string_view text) const {
   if (text.empty()) return kUnknownLength;
   const auto length = ScanInteger64(text);
@@ -346,7 +346,7 @@ void MzmlReader::StartSpectrum(const XmlAttributes& attributes) {
   m_wants_peaks.reset();
 }
 
-// A consumer that was asked for the peaks would have been told too little.
+// The consumer decided about the peaks before this element, without its information.
 void MzmlReader::RefuseBehindArrays(const char* name) const {
   if (m_wants_peaks) Fail("element " + std::string(name) + " must not be behind the arrays");
 }
@@ -362,7 +362,7 @@ void MzmlReader::StartPrecursor(const XmlAttributes& attributes) {
   if (m_scan.m_precursors.size() >= kMaxDeclaredPrecursors) Fail(TooManyPrecursorsText());
   m_activation = {};
   DeclaredPrecursor& precursor = m_scan.m_precursors.emplace_back();
-  // A spectrum of another file says nothing here.
+  // A spectrum of another file is of no use here.
   if (attributes.Get("externalSpectrumID").empty())
     precursor.m_scan_ref = attributes.Get("spectrumRef");
 }
@@ -404,7 +404,7 @@ const InstrumentConfiguration* MzmlReader::ConfigurationOfScan() const {
   return m_configurations.size() == 1 ? &m_configurations.begin()->second : nullptr;
 }
 
-// Known before the peaks come, so that unwanted ones cost nothing.
+// Asks the consumer before decoding, so that unwanted peaks cost no time.
 bool MzmlReader::WantsPeaks() {
   if (!m_wants_peaks) {
     m_scan.m_configuration = ConfigurationOfScan();
@@ -447,7 +447,7 @@ void MzmlReader::JoinPeaks() {
 
 void MzmlReader::EndSpectrum() {
   m_peaks.clear();
-  // A spectrum that says nothing of arrays and has none is empty.
+  // A spectrum that declares no arrays and has none is empty.
   if (m_scan.m_peak_count == kUnknownLength && !m_wants_peaks) m_scan.m_peak_count = 0;
   if (WantsPeaks() && (m_scan.m_peak_count > 0 || m_mz || m_intensity)) JoinPeaks();
   if (m_mz) {
@@ -475,7 +475,7 @@ void MzmlReader::ApplyGroup(std::string_view id) {
     Apply({param.m_accession, param.m_value, param.m_unit, param.m_name});
 }
 
-// The element of the parameter, or of the reference to its group, is the innermost.
+// The innermost element is that of the parameter, or of the reference to its group.
 void MzmlReader::Apply(const Param& param) {
   if (m_in_spectrum) return ApplyInSpectrum(param);
   switch (m_nesting.Outer(1)) {
@@ -560,7 +560,7 @@ void MzmlReader::ApplyToSpectrum(const Param& param) {
   if (param.m_accession == 1000128) m_scan.m_mode = PeakMode::kProfile;
 }
 
-// What files say of the scan, and some of the spectrum.
+// The terms for the scan; some files have them in the spectrum.
 void MzmlReader::ApplyToScan(const Param& param) {
   if (param.m_accession == 1000129) m_scan.m_polarity = Polarity::kNegative;
   if (param.m_accession == 1000130) m_scan.m_polarity = Polarity::kPositive;
@@ -570,8 +570,8 @@ void MzmlReader::ApplyToScan(const Param& param) {
   ApplyTime(param);
 }
 
-// A scan start time without unit is in minutes, as most writers mean it. The other terms count
-// where there is none, and with a unit only.
+// A scan start time without unit is in minutes, as most writers mean it. The other terms only count
+// without a start time, and only with a unit.
 void MzmlReader::ApplyTime(const Param& param) {
   constexpr std::int32_t kStartTime = 1000016;
   constexpr std::int32_t kElutionTime = 1000826;
@@ -591,7 +591,7 @@ void MzmlReader::ApplyToWindow(const Param& param) {
   if (param.m_accession == 1000829) precursor.m_upper_offset = FiniteReal(param.m_value);
 }
 
-// The term "m/z" is what some writers, and old files, give in place of "selected ion m/z".
+// Some writers, and old files, use the term "m/z" instead of "selected ion m/z".
 void MzmlReader::ApplyToIon(const Param& param) {
   SelectedIon& ion = m_scan.m_precursors.back().m_ions.back();
   const double mz = FiniteReal(param.m_value).value_or(0.0);

@@ -42,7 +42,7 @@ std::optional<double> SecondsOf(std::string_view duration) {
   return seconds;
 }
 
-/// The number of a scan in the form of a nativeID; empty when there is none.
+/// The number of a scan in the form of a nativeID; empty without a number.
 std::string IdOf(std::string_view number) {
   return number.empty() ? std::string() : "scan=" + std::string(Trim(number));
 }
@@ -73,11 +73,11 @@ PeaksFormat FormatOf(const XmlAttributes& attributes) {
   return format;
 }
 
-/// A scan that was started and not yet handed on.
+/// A scan that was started but not yet passed on.
 struct OpenScan {
   ExtractedScan m_scan;
   std::vector<Peak> m_peaks;
-  bool m_has_peaks = false;  // an element for them was seen
+  bool m_has_peaks = false;  // an element for them was met
   bool m_handed_on = false;
   bool m_wants_peaks = false;
 };
@@ -118,7 +118,7 @@ class MzxmlReader final : public XmlHandler {
   ScanConsumer* m_consumer;
   SizeLimits m_limits;
   ElementNesting m_nesting{MzxmlRules()};
-  // The consumer borrows them for a call, so they must stay where they are.
+  // The consumer borrows them for a call, so they must not move.
   std::map<std::string, InstrumentConfiguration, std::less<>> m_configurations;
   InstrumentConfiguration* m_configuration = nullptr;                // the latest
   const InstrumentConfiguration* m_default_configuration = nullptr;  // the first of the file
@@ -197,7 +197,7 @@ void MzxmlReader::DeclareCount(std::string_view text) {
   if (!text.empty()) m_consumer->OnDeclaredCount(ParseInteger(text));
 }
 
-// Of two instruments with one id the later holds.
+// Of two instruments with one id the later counts.
 void MzxmlReader::StartInstrument(std::string_view id) {
   m_header_bytes += kConfigurationBytes;
   if (m_header_bytes > kMaxHeaderBytes) throw std::string("declares too many instruments");
@@ -242,7 +242,7 @@ PeakMode ModeOf(std::string_view centroided, PeakMode default_mode) {
 
 void MzxmlReader::StartScan(const XmlAttributes& attributes) {
   if (m_open.size() >= kMaxNesting) Fail(m_open.back(), "scans are nested too deep");
-  // The number of a nested scan is higher, so the outer one goes first.
+  // A nested scan has the higher number, so the outer one goes first.
   if (!m_open.empty() && m_open.back().m_has_peaks) HandOn(m_open.back());
   ExtractedScan& scan = m_open.emplace_back().m_scan;
   scan.m_id = IdOf(attributes.Get("num"));
@@ -261,7 +261,7 @@ void MzxmlReader::StartScan(const XmlAttributes& attributes) {
   if (scan.m_configuration != nullptr) scan.m_analyser = LastKnownAnalyser(*scan.m_configuration);
 }
 
-// kUnknownLength where text is empty, and the peaks decide.
+// kUnknownLength for an empty text; then the peaks decide.
 std::int64_t MzxmlReader::PeakCountOf(const OpenScan& open, std::string_view text) {
   if (text.empty()) return kUnknownLength;
   const auto count = ScanInteger64(text);
@@ -299,7 +299,7 @@ void MzxmlReader::StartPeaks(const XmlAttributes& attributes) {
   OpenScan& open = m_open.back();
   if (open.m_has_peaks) Fail(open, "has several peaks elements, which is not supported");
   open.m_has_peaks = true;
-  // The precursor may come behind the peaks, and the consumer want them then.
+  // The precursor may come after the peaks, and the consumer may then want them.
   const bool lacks_precursor = open.m_scan.m_ms_level == 2 && open.m_scan.m_precursors.empty();
   open.m_wants_peaks = m_consumer->WantsPeaks(open.m_scan) || lacks_precursor;
   m_format = FormatOf(attributes);

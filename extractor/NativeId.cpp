@@ -10,7 +10,7 @@
 namespace tarvek::extractor {
 namespace {
 
-// All of text must be a number without sign.
+// The number in text, which must contain only digits.
 std::optional<std::int32_t> WholeNumber(std::string_view text) {
   std::int32_t number = 0;
   const char* const last = text.data() + text.size();
@@ -26,7 +26,7 @@ std::optional<std::int32_t> NumberAfter(std::string_view text, std::string_view 
 
 bool IsBlank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 
-// The first word of text, between blanks; text is afterwards what follows it.
+// Removes the first word, between blanks, from text and returns it.
 std::string_view TakeWord(std::string_view& text) {
   const auto begin = std::ranges::find_if_not(text, IsBlank);
   const auto end = std::find_if(begin, text.end(), IsBlank);

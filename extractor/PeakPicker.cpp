@@ -11,7 +11,7 @@ namespace {
 constexpr double kHole = 1.75;    // times the expected spacing; a removed sample makes it 2
 constexpr double kSimilar = 1.5;  // two gaps differ by no more than this factor
 constexpr double kTrapSpacing = 0.15;
-constexpr double kRipple = 0.98;  // a valley above this part of a maximum is no valley
+constexpr double kRipple = 0.98;  // a valley above this part of a maximum does not count
 constexpr double kMaxHeightOverSample = 1.5;
 constexpr double kFloorOverMedian = 3.0;
 
@@ -29,7 +29,7 @@ bool AreSimilar(double one, double other) {
   return one < kSimilar * other && other < kSimilar * one;
 }
 
-/// The distance at which samples lie where none was removed.
+/// The distance between samples where none was removed.
 class ExpectedSpacing {
  public:
   ExpectedSpacing(std::span<const Peak> samples, bool is_ion_trap) : m_samples(samples) {
@@ -44,7 +44,7 @@ class ExpectedSpacing {
     }
   }
 
-  /// At the gap behind sample i. Fast when i changes little from one call to the next.
+  /// At the gap after sample i. Fast when i changes little between calls.
   double After(std::size_t i) {
     if (m_regular.size() < kFewRegular) return SmallestGap();
     while (m_next < m_regular.size() && m_regular[m_next].m_middle <= i) ++m_next;
@@ -64,7 +64,7 @@ class ExpectedSpacing {
   static constexpr std::size_t kAround = 16;
   static constexpr std::size_t kFewRegular = 4;
 
-  // One that is smaller by accident does not decide.
+  // The second smallest, because the smallest may be an accident.
   [[nodiscard]] double SecondSmallestAround(std::size_t place) const {
     const std::size_t count = std::min(m_regular.size(), kAround);
     const std::size_t begin =
@@ -91,7 +91,7 @@ class ExpectedSpacing {
 
   std::span<const Peak> m_samples;
   std::vector<Regular> m_regular;
-  std::size_t m_next = 0;  // the first regular spacing behind the place asked for
+  std::size_t m_next = 0;  // the first regular spacing after the last place
   std::size_t m_known_at = std::numeric_limits<std::size_t>::max();
   double m_known = 0.0;
   double m_smallest = 0.0;  // 0: not looked for
@@ -123,7 +123,7 @@ std::vector<Stretch> FindStretches(std::span<const Peak> samples, ExpectedSpacin
   return stretches;
 }
 
-// The maxima of a stretch that are no ripples, ascending.
+// The maxima of a stretch, without ripples, ascending.
 std::vector<std::size_t> FindMaxima(std::span<const Peak> samples, Stretch stretch) {
   std::vector<std::size_t> maxima;
   double valley = 0.0;  // lowest since the last kept maximum
@@ -152,8 +152,8 @@ double CentroidOf(const Peak& left, const Peak& right) {
   return std::clamp(moment / (left.m_intensity + right.m_intensity), left.m_mz, right.m_mz);
 }
 
-// The apex of the parabola through (x, ln intensity) of three samples, x relative to the middle,
-// which is the highest. It lies no further from it than half way to a neighbour.
+// The apex of the parabola through (x, ln intensity) of three samples, x relative to the middle
+// one, which is the highest. The apex is at most half way to a neighbour.
 Peak ApexOf(const Peak& left, const Peak& middle, const Peak& right) {
   const double x0 = left.m_mz - middle.m_mz;
   const double x2 = right.m_mz - middle.m_mz;
@@ -162,7 +162,7 @@ Peak ApexOf(const Peak& left, const Peak& middle, const Peak& right) {
   // y = a x^2 + b x, through (0, 0)
   const double a = (y2 / x2 - y0 / x0) / (x2 - x0);
   const double b = y0 / x0 - a * x0;
-  if (!(a < 0.0) || !std::isfinite(b)) return middle;  // a flat top, or beside next to nothing
+  if (!(a < 0.0) || !std::isfinite(b)) return middle;  // a flat top, or a neighbour of almost 0
   const double apex = std::clamp(-b / (2.0 * a), x0, x2);
   const double height = middle.m_intensity * std::exp((a * apex + b) * apex);
   return {middle.m_mz + apex,
@@ -181,7 +181,7 @@ Peak PeakAt(std::span<const Peak> samples, Stretch stretch, std::size_t i) {
   return peak;
 }
 
-// Whether the only sample of a stretch lies between zeros, with no room for a removed one.
+// Whether the only sample of a stretch is between zeros, without room for a removed one.
 bool IsSpike(std::span<const Peak> samples, Stretch stretch, ExpectedSpacing& spacing) {
   const std::size_t i = stretch.m_begin;
   if (stretch.m_end - i > 1 || i == 0 || i + 1 == samples.size()) return false;

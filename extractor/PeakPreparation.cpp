@@ -5,8 +5,8 @@
 namespace tarvek::extractor {
 namespace {
 
-// Peaks of exactly equal m/z become one of their summed intensity. peaks: ascending in m/z.
-// Returns how many there are fewer.
+// Replaces peaks of exactly equal m/z by one with their summed intensity. peaks: ascending in m/z.
+// Returns how many disappeared.
 std::size_t MergeEqualMz(std::vector<Peak>& peaks) {
   std::size_t kept = 0;
   for (std::size_t i = 0; i < peaks.size(); ++i) {
@@ -34,8 +34,8 @@ bool VisibilityTest::IsVisible(double value) const {
   return value > m_surely_zero && Rounded(value, m_decimals) > 0.0;
 }
 
-// Whether no peak needs the test. peaks: ascending in m/z. Without a branch for each, since nearly
-// always all are.
+// Whether no peak needs the test. peaks: ascending in m/z. Without a branch per peak, because
+// nearly always all are visible.
 bool PeakPreparation::AreSurelyVisible(const std::vector<Peak>& peaks) const {
   if (!peaks.empty() && !m_mz_test.IsSurelyVisible(peaks.front().m_mz)) return false;
   bool are_visible = true;

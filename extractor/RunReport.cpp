@@ -11,7 +11,7 @@
 namespace tarvek::extractor {
 namespace {
 
-// A damaged file must not fill the memory with ever new texts.
+// A damaged file must not fill the memory with ever more texts.
 constexpr std::size_t kMaxKeys = 100;
 // Of a name from the file that is part of a counted text.
 constexpr std::size_t kMaxShownName = 200;
@@ -22,7 +22,7 @@ std::string Megabytes(std::int64_t bytes) {
   return Fixed(static_cast<double>(bytes) / static_cast<double>(kBytesPerMb), 1) + " MB";
 }
 
-// How the analyser of a scan is known, to follow its word.
+// The evidence for the analyser of a scan, to follow its word.
 std::string HowKnown(const ExtractedScan& scan, AnalyserStep step) {
   switch (step) {
     case AnalyserStep::kUser:
@@ -56,7 +56,7 @@ std::string Joined(const std::map<std::string, std::int64_t>& counts) {
   return text;
 }
 
-// The reason that took most scans.
+// The reason for most scans.
 std::string LargestOf(const std::map<std::string, std::int64_t>& counts) {
   const auto largest =
       std::ranges::max_element(counts, {}, [](const auto& reason) { return reason.second; });

@@ -1,7 +1,7 @@
-// extractor/RunReport.h: what the user is told of a run.
-// Does:     counts what was written and what was left out; prints start, progress and summary.
+// extractor/RunReport.h: the report of a run for the user.
+// Does:     counts written and left-out scans; prints start, progress and summary.
 // Owns:     the counts; borrows the stream.
-// Throws:   nothing but std::bad_alloc; an output that cannot be written is not our concern here.
+// Throws:   nothing but std::bad_alloc; ignores a failed write to the stream.
 // Not here: errors, which the programs print.
 #pragma once
 
@@ -25,27 +25,27 @@ class RunReport {
   void SetFormat(const std::string& format) { m_format = format; }
   void SetDeclaredCount(std::int64_t count) { m_tally.m_declared_count = count; }
 
-  /// Forgets what was counted: the file is read from its start, perhaps once more.
+  /// Resets the counts: the file is read from its start, perhaps again.
   void StartReading();
 
   /// One spectrum of the file, used or not.
   void Count(const ExtractedScan& scan, const OutputScan& output);
 
-  /// Something the user should know, counted by its text.
+  /// Adds a note for the user, counted by its text.
   void Note(const std::string& what, std::int64_t count = 1);
 
-  /// Prints the start once, then progress when it is time for it.
+  /// Prints the start once, then progress at intervals.
   void Progress(const ReadingState& state);
 
   void PrintSummary();
 
   [[nodiscard]] std::int64_t WrittenScans() const { return m_tally.m_written; }
 
-  /// The counts of the marker: written surveys, MS2 scans of the file with the widths that the
-  /// written ones declare, why the others were left out.
+  /// The counts for the marker: written survey scans, MS2 scans of the file with the widths that
+  /// the written ones declare, why the others were left out.
   [[nodiscard]] RunRecord Counted() const;
 
-  /// The compensation voltages found, as "-40, -60"; empty when there are none.
+  /// The compensation voltages found, as "-40, -60"; empty without any.
   [[nodiscard]] std::string Voltages() const;
 
  private:
@@ -62,8 +62,8 @@ class RunReport {
   /// The scans of one level, written and left out.
   struct LevelCounts {
     std::int64_t m_written = 0;
-    std::int64_t m_assumed = 0;  // of these, those whose analyser nothing tells
-    Counts m_analysers;          // what was decided and by which step
+    std::int64_t m_assumed = 0;  // of m_written, those without evidence of their analyser
+    Counts m_analysers;          // decisions with their evidence
     Counts m_left_out;
   };
 

@@ -1,5 +1,5 @@
-// extractor/ScanConsumer.h: where a reader's spectra go.
-// Does:     the interface between the readers of a format and what is made of their spectra.
+// extractor/ScanConsumer.h: the receiver of a reader's spectra.
+// Does:     is the interface between the readers of a format and the users of their spectra.
 // Throws:   what the consumer throws; readers pass it on.
 // Not here: either side.
 #pragma once
@@ -18,12 +18,12 @@ class ScanConsumer {
   /// The number of spectra that the file declares; may never be called.
   virtual void OnDeclaredCount(std::int64_t count) = 0;
 
-  /// Asked when everything but the peaks is known. A reader does not decode peaks that are not
-  /// wanted. Called once for each spectrum that has peaks, before OnScan.
+  /// Called when everything but the peaks is known, once for each spectrum that has peaks, before
+  /// OnScan. A reader does not decode peaks that are not wanted.
   virtual bool WantsPeaks(const ExtractedScan& scan) = 0;
 
-  /// One spectrum, in file order. peaks: empty when there are none or they were not wanted; the
-  /// consumer may change them.
+  /// One spectrum, in file order. peaks: empty when the spectrum has none or they were not wanted;
+  /// the consumer may change them.
   virtual void OnScan(const ExtractedScan& scan, std::vector<Peak>& peaks) = 0;
 };
 

@@ -11,7 +11,7 @@ namespace {
 
 constexpr std::array<std::string_view, 2> kAnalysers = {"FTMS", "ITMS"};
 
-// The word that text is in any letter case; empty when it is none.
+// The word that equals text in any letter case; empty when none does.
 template <class Words>
 std::string WordOf(const Words& words, std::string_view text) {
   const std::string lower = ToLower(Trim(text));
@@ -34,7 +34,7 @@ void AddOne(std::string_view part, ScanOverrides& overrides) {
 }  // namespace
 
 void AddAnalyserOverride(std::string_view value, ScanOverrides& overrides) {
-  // A comma at the end leaves no token, which is as wrong as one between two commas.
+  // A comma at the end leaves no token, but is as wrong as two commas in a row.
   if (value.empty() || value.back() == ',') AddOne({}, overrides);
   for (const std::string_view part : Split(value, ",")) AddOne(part, overrides);
 }

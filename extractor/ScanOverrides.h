@@ -1,7 +1,8 @@
-// extractor/ScanOverrides.h: what the user says of analysers and activation, against the file.
+// extractor/ScanOverrides.h: the user's choice of analysers and activation, which overrides the
+// file.
 // Does:     reads and writes the values of --analyser and --activation.
 // Throws:   std::string, the end of a sentence that begins with the name of the option.
-// Not here: options and environment (ExtractorOptions.h), what comes of them (ScanRules.h).
+// Not here: options and environment (ExtractorOptions.h), effects (ScanRules.h).
 #pragma once
 
 #include <string>
@@ -15,14 +16,14 @@ struct ScanOverrides {
   std::string m_activation;  // "HCD", "CID", ...; empty: the file decides
 };
 
-/// Adds what a value of --analyser says: "FTMS", "ms2=ITMS", "ms1=FTMS,ms2=ITMS"; letter case does
-/// not matter, and of two for one level the last counts.
+/// Adds a value of --analyser: "FTMS", "ms2=ITMS", "ms1=FTMS,ms2=ITMS". Letter case does not
+/// matter; of two values for one level the last counts.
 void AddAnalyserOverride(std::string_view value, ScanOverrides& overrides);
 
-/// Takes a value of --activation: one of the words of the text format in any letter case.
+/// Sets a value of --activation: one of the words of the text format, in any letter case.
 void SetActivationOverride(std::string_view value, ScanOverrides& overrides);
 
-/// The analysers as a value of --analyser: "FTMS" when both levels have the same; empty for none.
+/// The analysers as a value of --analyser: "FTMS" when both levels have it; empty without any.
 std::string AnalyserOverrideText(const ScanOverrides& overrides);
 
 }  // namespace tarvek::extractor

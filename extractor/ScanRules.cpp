@@ -13,7 +13,7 @@
 namespace tarvek::extractor {
 namespace {
 
-// A precursor scan lies a few cycles back at most; older spectra are forgotten.
+// A precursor scan is at most a few cycles back; we forget older spectra.
 constexpr std::size_t kMaxSeen = 1 << 16;
 
 // Of the name of an activation in a reason.
@@ -34,8 +34,8 @@ bool SamePolarity(Polarity a, Polarity b) {
   return a == b || a == Polarity::kUnknown || b == Polarity::kUnknown;
 }
 
-// mzXML ids and references are numbers alone, and so are the ids that some mzML writers give; only
-// the forms with a scan number in them name it.
+// The key of an id: its scan number in a known form, else a hash of the text. Ids that are only a
+// number, as some mzML writers have them, get a hash too.
 std::uint64_t KeyOf(std::string_view id) {
   constexpr std::uint64_t kTextMark = std::uint64_t{1} << 63;
   if (const auto number = ScanNumberOf(id)) return static_cast<std::uint64_t>(*number) + 1;
@@ -50,7 +50,7 @@ std::int32_t ChargeOf(const SelectedIon& ion) {
   return charge >= -kMaxCharge && charge <= kMaxCharge ? std::abs(charge) : 0;
 }
 
-// "ITMS + c NSI d Full ms2 413.26@cid35.00 [...]": the first number behind the level.
+// "ITMS + c NSI d Full ms2 413.26@cid35.00 [...]": the first number after the level.
 double CentreOfFilter(std::string_view filter) {
   constexpr std::string_view kLevel = " ms2 ";
   const std::size_t level = filter.find(kLevel);
@@ -98,7 +98,7 @@ std::string ScanRules::WhyUnused(const ExtractedScan& scan,
   return ActivationCentre(scan) > 0.0 ? std::string() : "no isolation target and no selected ion";
 }
 
-// Larger numbers than the outputs hold are no numbers.
+// Numbers that are too large for the outputs do not count.
 std::int32_t ScanRules::ScanNumber(const ExtractedScan& scan) const {
   constexpr std::int64_t kLargest = std::numeric_limits<std::int32_t>::max() - 1;
   const auto number = ScanNumberOf(scan.m_id);
@@ -145,7 +145,7 @@ const ScanRules::Seen* ScanRules::Find(std::uint64_t key) const {
   return &m_seen[static_cast<std::size_t>(place->second - m_forgotten)];
 }
 
-// Methods that decide by a fragment scan name that one; it names the survey.
+// In methods with decision scans, an MS2 scan names another MS2 scan, which names the survey scan.
 const ScanRules::Seen* ScanRules::ClimbToSurvey(std::uint64_t key) const {
   constexpr int kMaxSteps = 16;
   for (int step = 0; step < kMaxSteps && key != 0; ++step) {
@@ -166,8 +166,8 @@ std::int32_t ScanRules::PrecursorScan(const ExtractedScan& scan) const {
   return SurveyBefore(scan);
 }
 
-// The latest in the file, unless it was measured later: then the file is not in the order of time,
-// and the latest by time is taken.
+// The latest in the file, unless it was measured later: then the file is not in time order, and
+// this takes the latest by time.
 std::int32_t ScanRules::SurveyBefore(const ExtractedScan& scan) const {
   const auto fits = [&](const SurveyList& list) {
     return SamePolarity(list.m_polarity, scan.m_polarity) &&

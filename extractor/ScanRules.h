@@ -1,10 +1,10 @@
-// extractor/ScanRules.h: which spectra are used, and what the outputs say of them.
-// Does:     decides survey, fragment scan or left out; gives scan number, analyser and activation
+// extractor/ScanRules.h: which spectra are used, and their fields in the outputs.
+// Does:     decides survey scan, MS2 scan or left out; gives scan number, analyser and activation
 //           words, activation centre, declared precursors and precursor scan.
-// Owns:     what it must remember of the spectra seen so far: a bounded stretch of them.
-// Throws:   PlanLack when the file needs another plan than it was given; std::bad_alloc.
+// Owns:     its memory of the last spectra, which is bounded.
+// Throws:   PlanLack when the file needs another plan; std::bad_alloc.
 // Not here: which analyser (AnalyserDecision.h) and which activation (ActivationDecision.h), peaks
-//           (PeakPreparation.h), counting (RunReport.h), the reading again (ExtractionPlan.h).
+//           (PeakPreparation.h), counting (RunReport.h), reading again (ExtractionPlan.h).
 #pragma once
 
 #include <cstdint>
@@ -25,13 +25,13 @@ namespace tarvek::extractor {
 
 enum class ScanKind { kLeftOut, kSurvey, kFragment };
 
-/// One precursor that the file declares; 0 for what it does not say.
+/// One precursor that the file declares; 0 for a missing value.
 struct DeclaredIon {
   double m_mz = 0.0;
   std::int32_t m_charge = 0;  // never negative
 };
 
-/// A scan as the outputs have it, without its peaks.
+/// A scan for the outputs, without its peaks.
 struct OutputScan {
   ScanKind m_kind = ScanKind::kLeftOut;
   std::string m_why_left_out;
@@ -41,16 +41,16 @@ struct OutputScan {
   std::string m_instrument;  // "FTMS" or "ITMS"
   AnalyserStep m_analyser_step = AnalyserStep::kUndecided;
   bool m_is_negative = false;
-  // fragment scans only
+  // MS2 scans only
   std::string m_activation;
-  bool m_is_activation_assumed = false;  // the file says nothing of it, nor does the user
+  bool m_is_activation_assumed = false;  // neither the file nor the user names it
   bool m_has_several_activations = false;
   double m_centre_mz = 0.0;
-  std::int32_t m_precursor_scan = 0;  // 0 when no survey comes before
+  std::int32_t m_precursor_scan = 0;  // 0 without an earlier survey scan
   std::vector<DeclaredIon> m_ions;    // at least one
 };
 
-/// What the user asks for.
+/// The user's choices.
 struct RuleOptions {
   std::optional<double> m_faims_volts;  // take only scans of this compensation voltage
   ScanOverrides m_overrides;
@@ -61,11 +61,12 @@ class ScanRules {
   ScanRules(const RuleOptions& options, ExtractionPlan plan)
       : m_options(options), m_plan(std::move(plan)), m_analysers(options.m_overrides) {}
 
-  /// What becomes of a spectrum, its peaks aside. The answer is the same until the next Remember.
+  /// The decision for a spectrum, without regard to its peaks. It stays the same until the next
+  /// Remember.
   [[nodiscard]] OutputScan Decide(const ExtractedScan& scan);
 
-  /// Remembers a spectrum; to be called once for each, in file order. output: what Decide said,
-  /// with m_kind kLeftOut when it was left out for its peaks.
+  /// Remembers a spectrum; call it once for each, in file order. output: the result of Decide, with
+  /// m_kind kLeftOut when the spectrum was left out because of its peaks.
   void Remember(const ExtractedScan& scan, const OutputScan& output);
 
  private:
@@ -101,19 +102,18 @@ class ScanRules {
   RuleOptions m_options;
   ExtractionPlan m_plan;
   AnalyserDecider m_analysers;
-  std::int32_t m_last_scan_no = -1;  // of those that were written
-  std::int64_t m_spectra = 0;        // that were remembered
+  std::int32_t m_last_scan_no = -1;  // of the written scans
+  std::int64_t m_spectra = 0;        // number of remembered ones
   std::deque<Seen> m_seen;
-  std::int64_t m_forgotten = 0;  // how many went from the front of m_seen
+  std::int64_t m_forgotten = 0;  // how many were removed from the front of m_seen
   std::unordered_map<std::uint64_t, std::int64_t> m_place_of_key;  // counted from the file's start
   std::vector<SurveyList> m_surveys;  // the list of the latest survey last
 };
 
-/// The precursors that a fragment scan declares, one at least: charge 0 stands for an unknown
-/// charge.
+/// The precursors that an MS2 scan declares, at least one; charge 0 means unknown.
 std::vector<DeclaredIon> DeclaredIons(const ExtractedScan& scan);
 
-/// Isolation target, or the selected ion where no target is declared; 0 when there is neither.
+/// The isolation target, else the selected ion; 0 without either.
 double ActivationCentre(const ExtractedScan& scan);
 
 }  // namespace tarvek::extractor

@@ -31,7 +31,7 @@ void DescribeFragment(const OutputScan& scan, MS2Spectrum& record) {
     record.m_orig_precursors.push_back({ion.m_mz, ion.m_charge});
 }
 
-/// A sink for records as the formats of IO take them.
+/// A sink for records in the form that the formats of IO take.
 class FormatSink : public ScanSink {
  public:
   void Write(const OutputScan& scan, std::vector<Peak>& peaks) final {
@@ -48,7 +48,7 @@ class FormatSink : public ScanSink {
   virtual void WriteRecord(MS1Spectrum& scan) = 0;
   virtual void WriteRecord(MS2Spectrum& scan) = 0;
 
-  // Lends the peaks to the record, as there may be many.
+  // Moves the peaks into the record for the call, because they may be many.
   template <class Spectrum>
   void WriteWith(std::vector<Peak>& peaks, Spectrum& record) {
     record.m_peaks.swap(peaks);
@@ -56,7 +56,7 @@ class FormatSink : public ScanSink {
     record.m_peaks.swap(peaks);
   }
 
-  MS1Spectrum m_survey;  // both used again from scan to scan
+  MS1Spectrum m_survey;  // both reused from scan to scan
   MS2Spectrum m_fragment;
 };
 
@@ -97,7 +97,8 @@ class TextSink final : public FormatSink {
   std::string m_text;
 };
 
-/// Scans as their text would be read go to a taker, and the text to files where there are any.
+/// Passes scans in the form that reading their text gives to a taker, and the text to files if
+/// there are any.
 class TakerSink final : public FormatSink {
  public:
   TakerSink(RecordTaker& taker, PeakDigits digits, const std::string& base_path)
@@ -120,7 +121,7 @@ class TakerSink final : public FormatSink {
     if (has_peaks) m_taker->Take(scan);
   }
 
-  // lines: null, or m_lines, which get those of all peaks.
+  // lines: null, or m_lines, which gets the lines of all peaks.
   template <class Spectrum>
   bool WriteAndEcho(Spectrum& scan, std::string* lines) {
     m_lines.clear();
@@ -137,7 +138,7 @@ class TakerSink final : public FormatSink {
   PeakDigits m_digits;
   MsTextEcho m_echo;
   std::optional<TextFiles> m_files;
-  std::string m_start;  // both used again from scan to scan
+  std::string m_start;  // both reused from scan to scan
   std::string m_lines;
 };
 

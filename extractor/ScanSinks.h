@@ -1,6 +1,6 @@
 // extractor/ScanSinks.h: the outputs of an extraction.
 // Does:     writes scans as .ms1/.ms2 text, as .msb with .mscsv, or as .mgf.
-// Owns:     its output files, which others are kept from; nothing has its final name before Commit.
+// Owns:     its output files, which it locks; none has its final name before Commit.
 // Throws:   what UnfinishedFile throws.
 // Not here: the formats (IO/); which scans there are (ScanRules.h); the marker (Extraction.cpp).
 #pragma once
@@ -22,8 +22,8 @@ class ScanSink {
  public:
   virtual ~ScanSink() = default;
 
-  /// One scan. peaks: ascending in m/z, none of which the digits turn to 0; what they hold afterwards
-  /// is of no use, except to be filled again.
+  /// One scan. peaks: ascending in m/z, none that the digits show as 0. Afterwards their contents
+  /// are undefined; only their capacity is useful.
   virtual void Write(const OutputScan& scan, std::vector<Peak>& peaks) = 0;
 
   /// Flushes and closes every file; a failed write throws here at the latest.
@@ -51,22 +51,22 @@ std::unique_ptr<ScanSink> MakeBinarySink(const std::string& base_path, PeakDigit
 std::unique_ptr<ScanSink> MakeMgfSink(const std::string& base_path, const std::string& title,
                                       PeakDigits digits);
 
-/// Who takes scans as they come back from their text (MsTextEcho.h).
+/// Takes scans in the form that reading their text would give (MsTextEcho.h).
 class RecordTaker {
  public:
   virtual ~RecordTaker() = default;
-  /// Whether m_peak_lines of MS2 scans are asked for.
+  /// Whether it needs m_peak_lines of MS2 scans.
   [[nodiscard]] virtual bool WantsPeakLines() const = 0;
-  /// scan: may be changed.
+  /// scan: Take may change it.
   virtual void Take(MS1Spectrum& scan) = 0;
   virtual void Take(MS2Spectrum& scan) = 0;
-  /// The file is read from its start, perhaps once more: what was taken counts for nothing.
+  /// Reading starts from the beginning, perhaps again: discards all scans taken so far.
   virtual void Start() = 0;
   /// Called after every block of the file.
   virtual void OnBlock(const ReadingState& state) = 0;
 };
 
-/// Scans go to taker, and to base_path.ms1 and base_path.ms2 unless base_path is empty.
+/// Sends scans to taker, and to base_path.ms1 and base_path.ms2 unless base_path is empty.
 std::unique_ptr<ScanSink> MakeTakerSink(RecordTaker& taker, PeakDigits digits,
                                         const std::string& base_path);
 

@@ -17,8 +17,8 @@ constexpr std::size_t kBatchBytes = std::size_t{1} << 19;
 constexpr std::size_t kMaxBatches = 4;
 constexpr std::size_t kLargeBatchBytes = std::size_t{8} << 20;
 
-/// Scans that are handed on together, their peaks one after the other: lists of their own would all
-/// grow to the size of the largest. An emptied batch keeps its room.
+/// Scans that are passed on together, with their peaks in one list: separate lists would all grow
+/// to the size of the largest. An emptied batch keeps its capacity.
 struct Batch {
   struct Place {
     OutputScan m_scan;
@@ -102,7 +102,7 @@ class SinkAside final : public ScanSink {
     if (m_thread.joinable()) m_thread.join();
   }
 
-  // Of the thread: nothing may leave it.
+  // Runs in the thread, so no exception may leave it.
   void WriteAll() {
     try {
       Batch batch;
@@ -124,7 +124,7 @@ class SinkAside final : public ScanSink {
     }
   }
 
-  // batch: goes back emptied; false at the end.
+  // Returns the old batch emptied and takes the next; false at the end.
   bool NextBatch(Batch& batch) {
     std::unique_lock lock(m_mutex);
     const bool is_large = batch.IsLarge();
@@ -145,7 +145,7 @@ class SinkAside final : public ScanSink {
   }
 
   std::unique_ptr<ScanSink> m_sink;
-  std::vector<Peak> m_peaks;  // of the thread
+  std::vector<Peak> m_peaks;  // the thread's
   Batch m_filling;
   std::mutex m_mutex;
   std::condition_variable m_has_room;

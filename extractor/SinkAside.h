@@ -1,6 +1,6 @@
-// extractor/SinkAside.h: a sink that writes on a thread of its own.
-// Does:     takes scans, keeps a few on the way, and has another sink write them in their order.
-// Owns:     the other sink, the thread, the scans on the way.
+// extractor/SinkAside.h: a sink that writes in its own thread.
+// Does:     takes scans, queues a few, and has another sink write them in order.
+// Owns:     the other sink, the thread, the queued scans.
 // Throws:   what the other sink throws: out of a later Write, or out of Close.
 // Not here: what is written (ScanSinks.h).
 #pragma once
@@ -11,8 +11,8 @@
 
 namespace tarvek::extractor {
 
-/// sink: is called from the thread until Close has returned. When the result is destroyed before Close,
-/// scans on the way are dropped.
+/// sink: the thread calls it until Close has returned. When the result is destroyed before Close,
+/// it drops the queued scans.
 std::unique_ptr<ScanSink> MakeSinkAside(std::unique_ptr<ScanSink> sink);
 
 }  // namespace tarvek::extractor

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
 
-// From this size on a caller's buffer is filled by the system itself.
+// From this size on, the system reads directly into the caller's buffer.
 constexpr std::size_t kLargeRead = std::size_t{1} << 15;
 
 }  // namespace

@@ -1,8 +1,9 @@
-// extractor/StoredFile.h: the bytes of a file as they are stored.
-// Does:     reads them in blocks that begin at multiples of their size, or straight to the caller.
+// extractor/StoredFile.h: the stored bytes of a file, before any inflating.
+// Does:     reads them in blocks that begin at multiples of their size, or directly into the
+//           caller's buffer.
 // Owns:     the open file and a block of it.
 // Throws:   std::string: OpenFile's message, File::Read's.
-// Not here: what is packed in them (GzipStream.h, BgzfBlocks.h).
+// Not here: unpacking (GzipStream.h, BgzfBlocks.h).
 #pragma once
 
 #include <cstddef>
@@ -21,24 +22,24 @@ class StoredFile {
 
   [[nodiscard]] const std::string& Path() const noexcept { return m_path; }
 
-  /// What was read and not taken; valid until the next Refill.
+  /// The bytes read and not taken; valid until the next Refill.
   [[nodiscard]] std::string_view Ahead() const noexcept { return m_ahead; }
-  /// size: at most that of Ahead.
+  /// size: at most the size of Ahead().
   void Take(std::size_t size) noexcept { m_ahead.remove_prefix(size); }
 
-  /// Replaces what lies ahead, which must have been taken, by the next block; false at the end.
+  /// Reads the next block into Ahead(), which must be empty; false at the end.
   bool Refill();
 
   /// Reads up to size bytes and returns how many came; 0 only at the end.
   std::size_t Read(char* bytes, std::size_t size);
 
-  /// Goes on at an offset from the start; false when the file has no such place, as a pipe.
+  /// Continues at an offset from the start; false when the file cannot, such as a pipe.
   [[nodiscard]] bool Seek(std::int64_t offset_bytes);
 
   /// 0 for a pipe.
   [[nodiscard]] std::int64_t SizeBytes() const noexcept { return m_size_bytes; }
   [[nodiscard]] std::int64_t BytesRead() const noexcept { return m_bytes_read; }
-  /// Offset of the first byte ahead.
+  /// Offset of the first byte of Ahead().
   [[nodiscard]] std::int64_t Offset() const noexcept {
     return m_bytes_read - static_cast<std::int64_t>(m_ahead.size());
   }

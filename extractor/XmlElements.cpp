@@ -7,10 +7,10 @@ using enum Element;
 
 constexpr bool kLeaf = false;
 
-// Parameters may be in every element that holds elements: those that the schema gives them to, and
-// the others, where they mean nothing. A list may be left out around its elements. The index may be
+// Parameters are allowed in every element that contains elements, even where the schema does not
+// have them; there they mean nothing. A list may be missing around its elements. The index may be
 // inside mzML, and lists of precursors and products around those of a chromatogram.
-// spectrumDescription is of mzML 1.0, and so are the parents next to it.
+// spectrumDescription and the parents next to it belong to mzML 1.0.
 constexpr ElementRule kMzmlRules[] = {
     {"indexedmzML", "/"},
     {"mzML", "/ indexedmzML"},
@@ -75,7 +75,7 @@ constexpr ElementRule kMzmlRules[] = {
     {"chromatogram", "chromatogramList run"},
 };
 
-// The element instrument is of mzXML 1, and msRun its root now and then.
+// The element instrument belongs to mzXML 1, which sometimes has msRun as its root.
 constexpr ElementRule kMzxmlRules[] = {
     {"mzXML", "/"},
     {"msRun", "/ mzXML", kMsRun},

@@ -1,8 +1,8 @@
 // extractor/XmlElements.h: the elements of mzML and mzXML.
-// Does:     says which elements of mzML 1.1, with or without index, and of mzXML 2 and 3 may be inside
-//           which, and those of mzML 1.0 and mzXML 1 where they differ.
+// Does:     lists which elements of mzML 1.1, with or without index, and of mzXML 2 and 3 may be
+//           inside which, and those of mzML 1.0 and mzXML 1 that differ.
 // Throws:   nothing.
-// Not here: what they mean (MzmlReader.cpp, MzxmlReader.cpp).
+// Not here: their meaning (MzmlReader.cpp, MzxmlReader.cpp).
 #pragma once
 
 #include <span>
@@ -10,10 +10,10 @@
 
 namespace tarvek::extractor {
 
-/// The elements that a reader asks for.
+/// The elements that a reader uses.
 enum class Element {
-  kPassedOver,  // no element of the format, or inside such a one
-  kOther,       // one of the format that no reader asks for
+  kPassedOver,  // unknown to the format, or inside an unknown one
+  kOther,       // known, but no reader uses it
   kReferenceableParamGroup,
   kReferenceableParamGroupRef,
   kCvParam,
@@ -47,8 +47,8 @@ enum class Element {
 /// Where one element may be.
 struct ElementRule {
   std::string_view m_name;
-  // Names of elements between blanks. "/" is the top of the file; "*" every element of the format
-  // that may hold elements.
+  // Names of elements between blanks. "/" is the top of the file; "*" is every element of the
+  // format that may contain elements.
   std::string_view m_parents;
   Element m_element = Element::kOther;
   bool m_holds_elements = true;

@@ -6,10 +6,10 @@
 namespace tarvek::extractor {
 namespace {
 
-// Sixteen bytes that the compiler treats at once, on any machine.
+// Sixteen bytes that the compiler processes at once, on any machine.
 using Lanes = signed char __attribute__((vector_size(16)));
 
-// No lane counts further.
+// A lane cannot count further.
 constexpr std::size_t kMostSteps = 127;
 
 std::int64_t CountOf(char wanted, std::string_view bytes) {
@@ -28,7 +28,7 @@ std::int64_t CountOf(char wanted, std::string_view bytes) {
   return count + std::ranges::count(bytes, wanted);
 }
 
-// The line ends of two bytes.
+// The number of line ends of two bytes.
 std::int64_t CountPairs(std::string_view bytes) {
   std::int64_t count = 0;
   for (std::size_t at = bytes.find("\r\n"); at != std::string_view::npos;

@@ -1,5 +1,5 @@
 // extractor/XmlPlace.h: a place in an XML file, for messages.
-// Does:     counts bytes and lines as the bytes go by; a line ends with LF, CR or both together.
+// Does:     counts bytes and lines as they pass; a line ends with LF, CR or CR LF.
 // Throws:   nothing.
 // Not here: which place a message names (XmlScanner.h, ExpatParser.h).
 #pragma once
@@ -10,14 +10,14 @@
 
 namespace tarvek::extractor {
 
-/// Of one token more than this, which no instrument file has, the parsers read no more: a larger one
-/// takes them minutes.
+/// The parsers reject tokens longer than this, which would take them minutes; no instrument file
+/// has any.
 inline constexpr std::size_t kMaxXmlTokenBytes = std::size_t{8} << 20;
 inline constexpr const char* kHugeXmlToken = "a tag or comment of more than 8 MB, which cannot be";
 
 class XmlPlace {
  public:
-  /// Moves on behind bytes.
+  /// Moves past bytes.
   void Pass(std::string_view bytes);
 
   /// "line L, byte B: "; lines are counted from 1 and bytes from 0.

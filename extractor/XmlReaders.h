@@ -1,7 +1,7 @@
-// extractor/XmlReaders.h: mzML and mzXML to neutral scans.
+// extractor/XmlReaders.h: turns mzML and mzXML into scans of one common form.
 // Does:     reads mzML (indexed or not; the index is ignored) and mzXML (scans may be nested) element
 //           by element.
-// Owns:     the spectra that are being read; borrows the consumer.
+// Owns:     the spectra that it is reading; borrows the consumer.
 // Throws:   std::string naming the spectrum; the caller adds file and place.
 // Not here: which spectra are used and how (ScanRules.h).
 #pragma once

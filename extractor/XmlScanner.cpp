@@ -8,14 +8,14 @@
 namespace tarvek::extractor {
 namespace {
 
-// What a byte may be. None of them holds for zero, which ends every run of bytes.
+// The classes of a byte. Zero is in none of them, so it ends every run of bytes.
 enum ByteClass : std::uint8_t {
   kNameStart = 1,
   kNameByte = 2,
   kSpace = 4,
   kTextByte = 8,      // stands for itself in text
   kValueByte = 16,    // stands for itself in a value, whatever the quote
-  kCommentByte = 32,  // needs no thought in a comment
+  kCommentByte = 32,  // needs no special care in a comment
 };
 
 constexpr bool IsAsciiLetter(int byte) {
@@ -58,19 +58,19 @@ inline std::string_view Between(const char* begin, const char* end) {
   return {begin, static_cast<std::size_t>(end - begin)};
 }
 
-// Sixteen bytes that the compiler treats at once, on any machine.
+// Sixteen bytes that the compiler processes at once, on any machine.
 using Lanes = signed char __attribute__((vector_size(16)));
 constexpr std::ptrdiff_t kBlockBytes = 4 * sizeof(Lanes);
 
-// A lane is not 0 where its byte is not printed (those beyond ASCII are negative), or may mean
-// something.
+// A lane is not 0 when its byte is not printable (those beyond ASCII are negative) or may be
+// special.
 inline Lanes OddLanes(const char* bytes) {
   Lanes lanes;
   std::memcpy(&lanes, bytes, sizeof(lanes));
   return (lanes < 0x20) | (lanes == '<') | (lanes == '&') | (lanes == ']');
 }
 
-// True when the bytes of a block are all printed and stand for themselves.
+// Whether all bytes of a block are printable and stand for themselves.
 inline bool IsPlainBlock(const char* block) {
   constexpr std::size_t kStep = sizeof(Lanes);
   const Lanes odd = OddLanes(block) | OddLanes(block + kStep) | OddLanes(block + 2 * kStep) |
@@ -80,7 +80,7 @@ inline bool IsPlainBlock(const char* block) {
   return (halves[0] | halves[1]) == 0;
 }
 
-// Long texts have no line ends in them; short ones are mostly line ends and blanks.
+// Long texts contain no line ends; short ones are mostly line ends and blanks.
 const char* SkipText(const char* at, const char* end) {
   for (;;) {
     while (end - at >= kBlockBytes && IsPlainBlock(at)) at += kBlockBytes;
@@ -92,7 +92,7 @@ const char* SkipText(const char* at, const char* end) {
 
 inline bool IsFollowing(char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; }
 
-// The number of bytes of the UTF-8 character that lead begins, 0 when it begins none.
+// The length in bytes of the UTF-8 character that begins with lead, 0 when none does.
 int Utf8Length(unsigned char lead) {
   if (lead >= 0xC2 && lead <= 0xDF) return 2;
   if (lead >= 0xE0 && lead <= 0xEF) return 3;
@@ -105,7 +105,7 @@ bool IsCharacterCode(std::uint32_t code) {
          (code >= 0x10000 && code <= 0x10FFFF);
 }
 
-// Of a character of two bytes or more, all of them there; 0 when they are none.
+// The code of a character of two bytes or more, which must be complete; 0 when invalid.
 std::uint32_t CodeOf(std::string_view bytes) {
   constexpr std::array<std::uint32_t, 5> kLowest = {0, 0, 0x80, 0x800, 0x10000};
   std::uint32_t code = static_cast<unsigned char>(bytes[0]) & (0xFFU >> (bytes.size() + 1));
@@ -141,7 +141,7 @@ struct KnownEntity {
 constexpr std::array<KnownEntity, 5> kEntities = {
     {{"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"quot", '"'}, {"apos", '\''}}};
 
-// The character that a reference means, given what is between '&' and ';'; 0 for others.
+// The character for the text of a reference between '&' and ';'; 0 for others.
 std::uint32_t ReferredCode(std::string_view reference) {
   if (!reference.starts_with('#')) {
     for (const KnownEntity& one : kEntities)
@@ -164,8 +164,8 @@ std::string ToLowerAscii(std::string_view text) {
   return result;
 }
 
-/// Takes one part of an XML declaration, in its usual form, from the front of text: blanks, name,
-/// '=', a quoted word. False when it is not there.
+/// Takes one part of an XML declaration in its usual form (blanks, name, '=', a quoted word) from
+/// the front of text. False when text does not begin with it.
 bool TakePart(std::string_view& text, std::string_view name, std::string_view& value) {
   std::string_view rest = text;
   const char* const begin = Skip(rest.data(), kSpace);
@@ -181,17 +181,17 @@ bool TakePart(std::string_view& text, std::string_view name, std::string_view& v
   return true;
 }
 
-// One bit for a name. Two names with the same bit are compared.
+// One bit for a name. Names with the same bit are then compared.
 std::uint64_t MarkOf(std::string_view name) {
   const std::size_t first = static_cast<unsigned char>(name.front());
   const std::size_t last = static_cast<unsigned char>(name.back());
   return std::uint64_t{1} << ((name.size() * 5 + first * 3 + last) % 64);
 }
 
-// More attributes than any element has. Their names are compared with each other.
+// More attributes than any element has; a limit because their names are compared in pairs.
 constexpr std::size_t kMostAttributes = 64;
 
-// "&#x10FFFF;" without its ends, and some zeros.
+// "&#x10FFFF;" without its ends, plus some zeros.
 constexpr std::ptrdiff_t kLongestReference = 16;
 
 }  // namespace
@@ -222,7 +222,8 @@ std::string XmlScanner::Opening() const {
   return opening;
 }
 
-// A prolog that is cut is read again with what follows, since nothing is taken before the root.
+// A prolog that is cut off is scanned again with the next bytes, because nothing is taken before
+// the root.
 XmlScanner::Step XmlScanner::ScanProlog() {
   constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
   constexpr std::string_view kDeclaration = "<?xml";
@@ -275,7 +276,7 @@ XmlScanner::Step XmlScanner::ScanContent() {
   return Step::kDone;
 }
 
-// A line end of two bytes is not cut, so that the lines are counted well behind it.
+// Does not split a line end of two bytes, so that the lines after it are counted correctly.
 XmlScanner::Step XmlScanner::ScanEpilog() {
   for (;;) {
     m_at = Skip(m_at, kSpace);
@@ -308,7 +309,7 @@ XmlScanner::Step XmlScanner::ScanText() {
   return m_at == m_end ? Step::kCut : ScanOddText();
 }
 
-// At a byte of text that may not stand for itself.
+// Handles a byte of text that may be special.
 XmlScanner::Step XmlScanner::ScanOddText() {
   const char* at = m_at;
   switch (*at) {
@@ -339,7 +340,7 @@ XmlScanner::Step XmlScanner::ScanReferenceInText() {
   return step;
 }
 
-// at: '&'; afterwards behind the reference.
+// at: the '&'; afterwards the byte after the reference.
 XmlScanner::Step XmlScanner::TakeReference(const char*& at, std::string& text) const {
   const char* const begin = at + 1;
   const char* const limit = begin + std::min<std::ptrdiff_t>(kLongestReference, m_end - begin);
@@ -352,7 +353,7 @@ XmlScanner::Step XmlScanner::TakeReference(const char*& at, std::string& text) c
   return Step::kDone;
 }
 
-// at: a character beyond ASCII; afterwards behind it.
+// at: a character beyond ASCII; afterwards the byte after it.
 XmlScanner::Step XmlScanner::TakeCharacter(const char*& at, std::string& text) const {
   const char* const begin = at;
   const Step step = SkipCharacter(at);
@@ -393,8 +394,8 @@ XmlScanner::Step XmlScanner::ScanStartTag() {
   return Step::kDone;
 }
 
-// The element is open, or was closed, before the handler learns of it, so that nothing is done twice
-// when that throws.
+// The element is opened or closed before the handler is called, so that nothing happens twice when
+// the handler throws.
 void XmlScanner::Start(std::string_view name, const char* tag_end, bool is_empty) {
   m_has_root = true;
   m_taken = tag_end;
@@ -406,7 +407,7 @@ void XmlScanner::Start(std::string_view name, const char* tag_end, bool is_empty
   if (is_empty) m_handler->OnEnd(name);
 }
 
-// Behind the name of a tag; afterwards behind the tag.
+// Starts after the name of a tag; ends after the tag.
 XmlScanner::Step XmlScanner::ScanAttributes(bool& is_empty) {
   for (;;) {
     const char* const behind = m_at;
@@ -455,8 +456,8 @@ XmlScanner::Step XmlScanner::ScanValue(char quote, std::string_view& value) {
   return Step::kDone;
 }
 
-// The value as the handler is to have it, written out. All values of a tag fit, so that none moves:
-// a byte becomes two at most.
+// Writes out the value for the handler. Room for all values of a tag is reserved, so that none
+// moves: a byte becomes at most two.
 XmlScanner::Step XmlScanner::ScanOddValue(char quote, const char* begin, std::string_view& value) {
   if (m_at == m_end) return Step::kCut;
   if (m_values.empty()) m_values.reserve(2 * static_cast<std::size_t>(m_end - begin));
@@ -482,7 +483,7 @@ XmlScanner::Step XmlScanner::ScanOddValue(char quote, const char* begin, std::st
   return Step::kDone;
 }
 
-// False when the tag has the name already, or too many.
+// False when the tag already has the name, or has too many attributes.
 bool XmlScanner::AddAttribute(std::string_view name, std::string_view value) {
   const std::uint64_t mark = MarkOf(name);
   if ((m_attribute_marks & mark) != 0)
@@ -512,7 +513,7 @@ void XmlScanner::CloseInnermost() {
   m_open_sizes.pop_back();
 }
 
-// At "<!", which may begin something else.
+// At "<!", which may also begin something else.
 XmlScanner::Step XmlScanner::ScanComment() {
   constexpr std::string_view kOpening = "<!--";
   const std::string_view rest = Between(m_at, m_end);

@@ -1,7 +1,7 @@
-// extractor/XmlScanner.h: the XML that instrument files are made of, fast.
-// Does:     hands elements and text to a handler. Takes UTF-8, US-ASCII and ISO-8859-1; tags with
-//           ASCII names, attributes, text, comments, character references and the five entities that
-//           XML knows. Of anything else, and of every mistake, it says that it is not for the scanner.
+// extractor/XmlScanner.h: a fast scanner for the XML of instrument files.
+// Does:     passes elements and text to a handler. Takes UTF-8, US-ASCII and ISO-8859-1; tags with
+//           ASCII names, attributes, text, comments, character references and the five entities of
+//           XML. Returns kOdd for anything else and for every mistake.
 // Owns:     the names of the open elements; borrows the handler as long as it lives.
 // Throws:   what the handler throws.
 // Not here: the rest of XML and the messages about mistakes (ExpatParser.h); reading (XmlStream.h).
@@ -20,30 +20,29 @@ namespace tarvek::extractor {
 class XmlScanner {
  public:
   enum class Outcome {
-    kTook,  // all that can be taken without the bytes that follow
-    kOdd    // not for the scanner, from At() on
+    kTook,  // took all bytes that it can without the next ones
+    kOdd    // cannot handle the bytes from At() on
   };
 
   explicit XmlScanner(XmlHandler& handler) : m_handler(&handler) {}
 
-  /// Reads bytes: those that the call before did not take, and what follows them in the file. A
-  /// terminating zero must follow them.
+  /// Scans bytes: those that the previous call did not take, and the next ones of the file. A zero
+  /// must follow them.
   Outcome Scan(std::string_view bytes);
 
-  /// How many bytes of the latest call were taken. While the handler is called, and after it threw:
-  /// those up to the end of the tag or piece of text that it was called for. Nothing is taken until
-  /// the root element has started.
+  /// How many bytes the last call took. While the handler runs, and after it threw: those up to the
+  /// end of the tag or piece of text that it was called for. 0 until the root element has started.
   [[nodiscard]] std::size_t TakenBytes() const {
     return static_cast<std::size_t>(m_taken - m_begin);
   }
 
   [[nodiscard]] bool HasRoot() const { return m_has_root; }
 
-  /// True when the file may end behind the bytes taken.
+  /// Whether the file may end after the bytes taken.
   [[nodiscard]] bool IsComplete() const { return m_has_root && m_open_sizes.empty(); }
 
-  /// XML that opens what is open, for a parser that is to go on behind the bytes taken; empty before
-  /// the root.
+  /// XML that opens the currently open elements, for a parser that continues after the bytes taken;
+  /// empty before the root.
   [[nodiscard]] std::string Opening() const;
 
  private:
@@ -78,14 +77,14 @@ class XmlScanner {
   XmlHandler* m_handler;
   Encoding m_encoding = Encoding::kUtf8;
   bool m_has_root = false;
-  std::string m_open_names;                // one behind the other, the innermost last
+  std::string m_open_names;                // one after the other, the innermost last
   std::vector<std::size_t> m_open_sizes;   // of the names
-  std::vector<XmlAttribute> m_attributes;  // of the present tag
-  std::uint64_t m_attribute_marks = 0;     // a bit for each name, which some names share
-  std::string m_values;                    // of the present tag that differ from the file's bytes
+  std::vector<XmlAttribute> m_attributes;  // of the current tag
+  std::uint64_t m_attribute_marks = 0;     // a bit per name; names may share one
+  std::string m_values;                    // values of the current tag that differ from the file
   std::string m_character;
 
-  // The bytes of the present call, and where the scanner is in them.
+  // The bytes of the current call, and the scanner's position in them.
   const char* m_begin = nullptr;
   const char* m_end = nullptr;
   const char* m_taken = nullptr;

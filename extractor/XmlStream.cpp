@@ -18,13 +18,13 @@ namespace {
 
 constexpr std::size_t kLargeTokenBytes = std::size_t{1} << 16;
 
-// A prolog, which is read again with every block, is no longer.
+// A longer prolog goes to expat, because the scanner reads it again with every block.
 constexpr std::size_t kMaxPrologBytes = std::size_t{1} << 16;
 
-/// Bytes that were read and not yet taken, and room for a block behind them.
+/// Bytes that were read and not yet taken, with room for a block after them.
 class PendingBytes {
  public:
-  /// Room behind the pending bytes. It is good until the next call.
+  /// Room after the pending bytes, valid until the next call.
   std::span<char> Room(std::size_t size) {
     if (m_begin > 0) std::memmove(m_bytes.data(), m_bytes.data() + m_begin, Size());
     m_end -= std::exchange(m_begin, 0);
@@ -32,7 +32,7 @@ class PendingBytes {
     return {m_bytes.data() + m_end, size};
   }
 
-  /// size bytes were written to the room. A zero follows them, for the scanner.
+  /// Adds size bytes that were written to the room. A zero follows them, for the scanner.
   void Add(std::size_t size) {
     m_end += size;
     m_bytes[m_end] = '\0';
@@ -49,7 +49,7 @@ class PendingBytes {
   std::size_t m_end = 0;
 };
 
-/// The scanner, and expat from where the scanner gives up.
+/// The scanner, and expat from the place where the scanner stops.
 class XmlReader {
  public:
   XmlReader(const std::string& path, XmlHandler& handler, bool by_expat_alone)
@@ -77,8 +77,8 @@ class XmlReader {
     const bool is_odd_end = is_last && !(m_scanner.IsComplete() && pending.Size() == 0);
     if (outcome == XmlScanner::Outcome::kOdd || is_odd_prolog || is_odd_end) return GiveToExpat();
     if (pending.Size() > kMaxXmlTokenBytes) throw Placed(kHugeXmlToken);
-    // A token that is cut is read again from its start; a large one only when there is twice as much
-    // of it, so that it is not read too often.
+    // A token that is cut off is scanned again from its start; a large one only after twice as many
+    // bytes have come, so that it is not scanned too often.
     m_bytes_to_wait_for =
         pending.Size() < kLargeTokenBytes ? 0 : std::min(2 * pending.Size(), kMaxXmlTokenBytes + 1);
   }

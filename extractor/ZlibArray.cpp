@@ -22,11 +22,11 @@ ZlibArray::ZlibArray() : m_quick(std::make_unique<Decompressor>()) {}
 ZlibArray::~ZlibArray() = default;
 ZlibArray::ZlibArray(ZlibArray&&) noexcept = default;
 
-// False also when there are more than max_bytes.
+// Also false for more than max_bytes.
 bool ZlibArray::InflateQuickly(std::string_view packed, std::size_t max_bytes, ByteBuffer& bytes) {
   constexpr std::size_t kUsualRatio = 8;
   constexpr std::size_t kLeastRoom = 4096;
-  // Deflate cannot pack tighter than 258 bytes into 2 bits.
+  // Deflate packs at most 258 bytes into 2 bits.
   constexpr std::size_t kMaxRatio = 1032;
   const std::size_t most = std::min(max_bytes, packed.size() * kMaxRatio);
   std::size_t room = std::min(most, std::max(packed.size() * kUsualRatio, kLeastRoom));
@@ -43,8 +43,8 @@ bool ZlibArray::InflateQuickly(std::string_view packed, std::size_t max_bytes, B
   }
 }
 
-// Whether a stream is too long or damaged depends on what is met first, which only an inflater that
-// goes byte by byte can tell.
+// Whether a stream counts as too long or as damaged depends on what comes first, which only an
+// inflater that goes byte by byte can tell.
 bool ZlibArray::Inflate(std::string_view packed, std::size_t max_bytes, ByteBuffer& bytes) {
   if (InflateQuickly(packed, max_bytes, bytes)) return true;
   if (!m_thorough.InflateAll(packed, max_bytes, m_inflated)) return false;

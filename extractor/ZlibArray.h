@@ -1,8 +1,8 @@
-// extractor/ZlibArray.h: an array that was packed as one zlib stream.
-// Does:     inflates it at once.
-// Owns:     the state of its two inflaters, used again from array to array.
+// extractor/ZlibArray.h: an array packed as one zlib stream.
+// Does:     inflates it in one go.
+// Owns:     the state of its two inflaters, reused from array to array.
 // Throws:   nothing but std::bad_alloc; a damaged stream is a return value.
-// Not here: gzip files (ByteSource.h), what the bytes mean (BinaryArray.h).
+// Not here: gzip files (ByteSource.h), the meaning of the bytes (BinaryArray.h).
 #pragma once
 
 #include <cstddef>
@@ -22,11 +22,11 @@ class ZlibArray {
   ZlibArray(ZlibArray&&) noexcept;
   ZlibArray& operator=(ZlibArray&&) = delete;
 
-  /// Replaces bytes by what the one stream in packed holds. What follows the stream does not count.
-  /// When there are more than max_bytes, bytes holds some more than these and nothing that counts.
-  /// False when the stream is damaged or does not end in packed; damage that left the checksum and
-  /// the bytes as they were may pass. The room taken follows the size of
-  /// packed, not max_bytes, so that a small stream cannot fill the memory.
+  /// Replaces bytes by the contents of the one stream in packed; ignores data after the stream.
+  /// When these are more than max_bytes, bytes becomes somewhat longer than that, with undefined
+  /// contents. False when the stream is damaged or does not end in packed; damage that changes
+  /// neither the checksum nor the bytes may pass. The memory used follows the size of packed, not
+  /// max_bytes, so that a small stream cannot fill the memory.
   bool Inflate(std::string_view packed, std::size_t max_bytes, ByteBuffer& bytes);
 
  private:

@@ -57,7 +57,7 @@ double SpectralSimilarity(std::span<const Peak> a, std::span<const Peak> b, doub
 void Ms2Clusters::Add(std::int32_t scan_no, double activation_center, std::vector<Peak> peaks) {
   const std::size_t cluster = ClusterFor(activation_center, peaks);
   m_cluster_count = std::max(m_cluster_count, cluster + 1);
-  // A centre that is no number is near to none, and would spoil the order of the index.
+  // A NaN centre is near none, and would spoil the order of the index.
   if (!std::isnan(activation_center))
     m_member_by_center.emplace(activation_center, m_members.size());
   const double total = SummedIntensity(peaks);

@@ -1,9 +1,9 @@
 // BasicProcessLogic/ClusterMs2.h: groups of near-identical MS2 spectra.
-// Does:     reads all MS2 scans of a file and picks one of each group, so that repeated
-//           acquisitions of one precursor are processed once.
+// Does:     reads all MS2 scans of a file and picks one of each group, so that a precursor that was
+//           acquired several times is processed once.
 // Owns:     all MS2 scans of the file while it runs.
 // Throws:   what reading throws.
-// Not here: the switch; it is in the parameter record and no key sets it.
+// Not here: the switch, which is in the parameter record; no key sets it.
 #pragma once
 
 #include <cstdint>
@@ -17,8 +17,8 @@
 
 namespace tarvek {
 
-/// The scan numbers to process, one of each cluster: its scan of the largest summed intensity, the
-/// lowest scan number of equals.
+/// The scan numbers to process, one of each cluster: the scan with the largest summed intensity, of
+/// equals the lowest scan number.
 std::set<std::int32_t> clusterMs2Scans(const std::string& ms2_path);
 
 /// Cosine, 0 to 1, of the intensities of a and b paired by m/z within tol_ppm, peaks of a against b
@@ -28,8 +28,8 @@ double SpectralSimilarity(std::span<const Peak> a, std::span<const Peak> b, doub
 /// Clusters scans given in file order.
 class Ms2Clusters {
  public:
-  /// A scan joins the cluster of the earliest scan of nearly the same activation centre to which it
-  /// is similar, or starts its own.
+  /// Adds a scan to the cluster of the earliest similar scan with nearly the same activation
+  /// centre, or starts a new cluster with it.
   void Add(std::int32_t scan_no, double activation_center, std::vector<Peak> peaks);
 
   [[nodiscard]] std::set<std::int32_t> Representatives() const;

@@ -2,7 +2,7 @@
 // Does:     runs it for one file as a child process, forwards its output to the log line by line,
 //           and checks that it finished.
 // Throws:   a std::runtime_error when it cannot be started or the pipe breaks; a std::string when
-//           it fails or leaves no marker.
+//           it fails or writes no marker.
 // Not here: the extractor itself.
 #pragma once
 
@@ -38,22 +38,22 @@ inline constexpr const char* kInstalledExtractors = "installed";
 /// File name of the extractor for an input format, such as "mzml".
 std::string_view ExtractorName(std::string_view input_format);
 
-/// How the shell is to start the extractor: the program in the current directory as it is, or,
-/// when there is none, the installed one of installed_directory in quotes where there is one.
+/// The shell's text for starting the extractor: the program in the current directory when it
+/// exists, else the one in installed_directory in quotes when that exists, else the former.
 std::string ExtractorProgram(std::string_view name, const std::string& installed_directory);
 
-/// Whether the current file can be extracted without starting a program: it would be the installed one
-/// that reads mzML and mzXML, with work to do, and only text is asked of it.
+/// Whether this process can extract the current file itself: the extractor would be the installed
+/// one for mzML and mzXML, there is work to do, and only text output is wanted.
 bool CanExtractHere(const UserParameters& parameters);
 
 /// What the shell would be given to start the extractor of the current file: as ExtractorProgram, unless
 /// the environment says where it is.
 std::string ChosenExtractor(const UserParameters& parameters);
 
-/// What the extractor is told of the current file to write text, word by word.
+/// The extractor's arguments for writing the current file as text.
 std::vector<std::string> ExtractorArguments(const UserParameters& parameters);
 
-/// The error of a file that the extractor did not finish.
+/// The error for a file that the extractor did not finish.
 std::string ExtractionFailedText(const std::string& path);
 
 /// The command line for the current file, starting with program.

@@ -18,10 +18,10 @@
 namespace tarvek {
 namespace {
 
-// Peaks on their way; about half a second of reading.
+// Limit for peaks in the queue; about half a second of reading.
 constexpr std::size_t kQueueBytes = std::size_t{16} << 20;
 
-/// A stream whose lines go to a queue.
+/// A stream that sends its lines to a queue.
 class LineBuffer final : public std::streambuf {
  public:
   explicit LineBuffer(ScanQueue& queue) : m_queue(&queue) {}
@@ -83,7 +83,7 @@ InstrumentSource::~InstrumentSource() {
   m_thread.join();
 }
 
-// Of the thread: nothing may leave it.
+// Runs in the thread, so no exception may leave it.
 void InstrumentSource::Read(const extractor::ExtractorOptions& options) {
   try {
     LineBuffer lines(m_queue);

@@ -1,10 +1,10 @@
 // BasicProcessLogic/InstrumentSource.h: the scans of an mzML or mzXML file, read in this process.
-// Does:     runs the extraction on a thread of its own and delivers its scans as the text files that it
-//           writes would be read, while it writes them; its lines go to the log.
+// Does:     runs the extraction in its own thread. Delivers the scans as if they were read from the
+//           text files, while the extraction writes these; logs its lines.
 // Owns:     the thread, the queue between it and the determination.
-// Throws:   "Cannot use morvex ..." of Extractor.h after the reason was logged, when the file cannot be
-//           read; OrderNeedsFiles (ScanQueue.h) when it has to be read from its text files.
-// Not here: reading the file (extractor/), which files come this way (RunDriver.cpp).
+// Throws:   "Cannot use morvex ..." of Extractor.h, after logging the reason, when the file cannot
+//           be read; OrderNeedsFiles (ScanQueue.h) when its scans must be read from the text files.
+// Not here: reading the file (extractor/); which files are read this way (RunDriver.cpp).
 #pragma once
 
 #include <cstdint>
@@ -20,13 +20,13 @@
 
 namespace tarvek {
 
-/// What the extractor is to be told of a file, as its command line tells it.
+/// The extractor's options for a file, equal to those on its command line.
 extractor::ExtractorOptions OptionsOfExtraction(const UserParameters& parameters);
 
 class InstrumentSource final : public TextRuledSource {
  public:
-  /// Begins to read the current file. The text pair and the marker are written except when they would
-  /// be deleted at the end.
+  /// Starts to read the current file. Writes the text pair and the marker unless the end of the run
+  /// would delete them.
   explicit InstrumentSource(const UserParameters& parameters);
   ~InstrumentSource() override;
 
@@ -37,11 +37,11 @@ class InstrumentSource final : public TextRuledSource {
   void FinishMs1() override { m_ms1.Finish(); }
   void FinishMs2() override { m_ms2.Finish(); }
 
-  /// What the extraction counted. To be called when both kinds of scans are at their end.
+  /// The counts of the extraction. Call it when both kinds of scans are at their end.
   RunRecord Extraction();
 
  private:
-  /// Gives the notices of a text reader for scans that come without it.
+  /// Gives the notices of a text reader for scans that do not come from text.
   class Announcer final : public SpectrumFile {
    public:
     explicit Announcer(const std::string& path)
@@ -60,13 +60,13 @@ class InstrumentSource final : public TextRuledSource {
   void LogLines();
 
   std::string m_input;
-  std::string m_name;  // of the program whose work this is
+  std::string m_name;  // of the extractor program that would do this
   mutable ScanQueue m_queue;
   Announcer m_ms1;
   Announcer m_ms2;
   bool m_wants_peak_lines;
   bool m_writes_spectra;
-  RunRecord m_extraction;  // of the thread until the queue is at its end
+  RunRecord m_extraction;  // the thread's until the queue is at its end
   std::thread m_thread;
 };
 

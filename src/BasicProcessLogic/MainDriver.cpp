@@ -79,14 +79,14 @@ UserParameters ReadParameters(int argc, const char* const* argv) {
 void RunWithArguments(int argc, const char* const* argv) {
   const std::int64_t start_ms = MonotonicMilliseconds();
   const UserParameters parameters = ReadParameters(argc, argv);
-  setLogDirectory(parameters.m_logfilepath);  // writes what was kept so far
+  setLogDirectory(parameters.m_logfilepath);  // also writes the lines kept so far
   runAllDataPaths(parameters);
   std::string report = " == == == Time elapsed: ";
   AppendInteger(report, (MonotonicMilliseconds() - start_ms) / 1000);
   logInfo(report + " seconds. == == == = ");
 }
 
-// "--help" and "--version" answer when they are alone and no such file exists.
+// "--help" and "--version" count only when alone and when no such file exists.
 bool AnswersQuestion(int argc, const char* const* argv) {
   if (argc != 2 || FileExists(argv[1])) return false;
   const std::string_view argument = argv[1];

@@ -1,6 +1,6 @@
 // BasicProcessLogic/MainDriver.h: the program from its arguments to its exit status.
-// Does:     banner, choice of start (none, parameter file, options), the run, the time report;
-//           turns every escaping error into logged messages.
+// Does:     prints the banner, chooses the start (none, parameter file, options), runs, reports the
+//           time; turns every escaping error into logged messages.
 // Throws:   nothing.
 #pragma once
 

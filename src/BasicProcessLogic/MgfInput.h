@@ -8,9 +8,9 @@
 
 namespace tarvek {
 
-/// Converts the current file, an .mgf file, and writes the record of that beside the PF2 file;
-/// without PF output there is neither. It is skipped when a file of its name stands in the
-/// output directory, which is the input itself unless an output directory was given.
+/// Converts the current file, an .mgf file, and writes a record next to the PF2 file; without PF
+/// output it writes neither. Skips a file when the output directory has one of the same name:
+/// without a given output directory that is the input itself.
 void processMgfFile(const UserParameters& parameters);
 
 }  // namespace tarvek

@@ -10,15 +10,15 @@
 namespace tarvek {
 namespace {
 
-// The scan at this place from the back tells whether five scans beyond the precursor scan are
-// there.
+// The scan at this place from the back shows whether the store has five scans beyond the precursor
+// scan.
 constexpr std::size_t kLookAheadPlace = 6;
 constexpr std::size_t kMinScansToAdvance = 11;
 
-// At the back of the store.
+// Counted from the back of the store.
 constexpr std::size_t kNeverPacked = 4 * kWindowScans;
 
-// Empties a list and gives its memory back, which assigning {} does not.
+// Empties a list and frees its memory, which assigning {} does not.
 void Release(std::vector<Peak>& peaks) { std::vector<Peak>().swap(peaks); }
 
 std::size_t BytesOf(const MS1Spectrum& scan) { return scan.m_peaks.size() * sizeof(Peak); }
@@ -49,7 +49,7 @@ void Ms1Feed::Drain() {
   }
 }
 
-// At the end of the input each call takes one scan out of the store and returns false.
+// At the end of the input each call drops one scan from the store and returns false.
 bool Ms1Feed::readNextMs1() {
   if (!m_source->NextMs1(m_current)) {
     if (!m_store.empty()) DropOldest();
@@ -62,7 +62,7 @@ bool Ms1Feed::readNextMs1() {
   return true;
 }
 
-// The copy holds just its peaks, while the reader's record keeps its capacity for the next scan.
+// The copy has room for its peaks only; the reader's record keeps its capacity for the next scan.
 void Ms1Feed::Keep(const MS1Spectrum& scan) {
   TARVEK_CHECK(!m_store.empty(), "ms1Store.size() > 0", "BasicProcessLogic");
   DropOldest();

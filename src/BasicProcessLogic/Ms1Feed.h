@@ -1,7 +1,7 @@
 // BasicProcessLogic/Ms1Feed.h: the sliding store of recent MS1 scans.
 // Does:     streams MS1 scans into the store and to the PF1 file, a fixed look-ahead beyond the
-//           precursor scan; packs the peaks of the oldest when all of them take much memory, and
-//           unpacks those that a determination asks for.
+//           precursor scan. Packs the peaks of the oldest scans when the store takes much memory,
+//           and unpacks those that a determination needs.
 // Owns:     the store; borrows the source and the PF1 writer.
 // Throws:   what reading and writing throw.
 #pragma once
@@ -24,23 +24,23 @@ inline constexpr std::size_t kMaxStoreBytes = std::size_t{48} << 20;
 class Ms1Feed {
  public:
   /// pf1 may be null. The store starts with capacity empty scans of number 0. digits: the decimals
-  /// of peaks that can be packed. max_bytes: of peaks that are not packed; as many scans as a
-  /// determination looks at are never packed.
+  /// of peaks that can be packed. max_bytes: the limit for peaks that are not packed; the newest
+  /// scans, as many as a determination needs, are never packed.
   Ms1Feed(SpectrumSource& source, PfWriter* pf1, std::size_t capacity = kMs1StoreCapacity,
           PeakDigits digits = {}, std::size_t max_bytes = kMaxStoreBytes);
 
-  /// Reads on until the store holds five scans beyond precursor_scan or the input ends. The scans
-  /// around precursor_scan have their peaks then.
+  /// Reads until the store holds five scans beyond precursor_scan or the input ends. Afterwards the
+  /// scans around precursor_scan have their peaks.
   void AdvanceTo(std::int32_t precursor_scan);
 
-  /// Reads what is left.
+  /// Reads the rest.
   void Drain();
 
-  /// As determinations at the scan of the last AdvanceTo see it: further from it there may be scans
-  /// without peaks, whose peaks are packed.
+  /// The store for determinations at the scan of the last AdvanceTo: scans further away may have no
+  /// peaks, because these are packed.
   [[nodiscard]] const Ms1Store& Store() const { return m_store; }
 
-  /// MS1 scans read so far, of whatever resolution.
+  /// MS1 scans read so far, of any resolution.
   [[nodiscard]] std::int64_t ReadCount() const { return m_read_count; }
 
  private:
@@ -58,10 +58,10 @@ class Ms1Feed {
   PeakDigits m_digits;
   std::size_t m_max_bytes;
   std::deque<PackedPeaks>
-      m_packed;             // of the scans at the front of the store, empty where not packed
+      m_packed;             // of the scans at the front of the store; empty when not packed
   std::size_t m_bytes = 0;  // of peaks that are not packed
   std::vector<std::size_t>
-      m_opened;  // places in the store of packed scans that have their peaks, too
+      m_opened;  // places in the store of packed scans that also have their peaks
   std::int64_t m_read_count = 0;
 };
 

@@ -20,10 +20,10 @@
 namespace tarvek {
 namespace {
 
-// With fewer MS1 scans in the store no window of ten can be gathered.
+// With fewer MS1 scans in the store there is not a full window of ten.
 constexpr std::size_t kMinStoredScans = 10;
 
-// The scan numbers that clustering selected; nothing when every scan is taken.
+// The scan numbers that clustering selected; std::nullopt means all.
 using AcceptedScans = std::optional<std::set<std::int32_t>>;
 
 AcceptedScans SelectScans(const UserParameters& parameters) {
@@ -31,10 +31,10 @@ AcceptedScans SelectScans(const UserParameters& parameters) {
   return clusterMs2Scans(Ms2Path(parameters.m_current_file));
 }
 
-// One scan in so many is determined once more for its decoys.
+// Every so many scans, one is determined again to count decoys.
 constexpr std::int64_t kScansForADecoy = 8;
 
-/// Finds the precursors of a scan, each for itself or, when the environment asks for that, together.
+/// Finds the precursors of a scan, one by one or, when the environment asks for it, jointly.
 class Determiner {
  public:
   explicit Determiner(const UserParameters& parameters)
@@ -56,7 +56,7 @@ class Determiner {
     m_decoys += static_cast<std::int64_t>(m_joint.CountDecoys(store, scan, *m_threshold));
   }
 
-  /// What chance alone gave in some of the scans; nothing without the joint determination.
+  /// The decoys found in some of the scans; none without the joint determination.
   void AddCounts(RunRecord& counts) const {
     if (!m_threshold) return;
     counts.m_counts[std::string(kCountDecoyScans)] = m_decoy_scans;
@@ -101,7 +101,7 @@ class Ms2Loop {
     m_feed.Drain();
   }
 
-  /// What was read, exported and left out.
+  /// The numbers of scans read, exported and left out.
   [[nodiscard]] RunRecord Counts() const {
     RunRecord counts;
     counts.m_counts = {{std::string(kCountSurveys), m_feed.ReadCount()},
@@ -157,11 +157,11 @@ class Ms2Loop {
   std::int64_t m_read = 0;
   std::int64_t m_exported = 0;
   std::int64_t m_precursors = 0;
-  std::map<std::string_view, std::int64_t> m_left_out;        // by reason, a constant
+  std::map<std::string_view, std::int64_t> m_left_out;        // key: one of the constant reasons
   std::map<std::int32_t, std::string_view> m_left_out_scans;  // the same reasons
 };
 
-/// What a record of the run begins with, asked when all scans were read.
+/// Returns the start of the run's record; called after all scans were read.
 using RecordStart = std::function<RunRecord()>;
 
 RunRecord ProcessSource(const UserParameters& parameters, const AcceptedScans& accepted,

@@ -1,8 +1,8 @@
 // BasicProcessLogic/Ms2Loop.h: the MS2 scans of one extracted input file, from reader to writers.
-// Does:     streams the MS2 scans in file order beside the store of MS1 scans, has the precursors
-//           of each determined, and writes every scan that keeps a usable precursor.
+// Does:     streams the MS2 scans in file order, in step with the store of MS1 scans; has the
+//           precursors of each determined; writes every scan that keeps a usable precursor.
 // Owns:     readers, writers and store of the one file.
-// Throws:   what reading and writing throw; that ends the run. A bad scan is logged and left out.
+// Throws:   errors in reading and writing, which end the run. A bad scan is logged and left out.
 // Not here: which files are processed (RunDriver.h).
 #pragma once
 
@@ -18,36 +18,35 @@
 
 namespace tarvek {
 
-/// The current file is a .ms1 file; the .ms2 file is beside it. claim: of the same file. begun: the
-/// settings and what an extraction counted; it is returned, and written beside the table, with what
-/// was counted here.
+/// The current file is a .ms1 file with its .ms2 file next to it. claim: for the same file. begun:
+/// the settings and the counts of an extraction; returned, and written next to the table, together
+/// with the counts made here.
 RunRecord processTextSpectra(const UserParameters& parameters, OutputClaim& claim,
                              const RunRecord& begun = {});
 
-/// The same of the current file as an instrument file, which is extracted at the same time
-/// (InstrumentSource.h, also for what it throws); of an input that cannot be read nothing is written,
-/// and what an earlier run wrote is left alone.
+/// The same for an instrument file, which is extracted at the same time (InstrumentSource.h, which
+/// also lists its errors). When the input cannot be read, writes nothing and leaves the output of
+/// an earlier run alone.
 RunRecord ProcessInstrumentSpectra(const UserParameters& parameters, OutputClaim& claim,
                                    const RunRecord& settings);
 
-/// The same with the current file's spectra in binary form.
+/// The same for spectra in binary form.
 RunRecord processMsbSpectra(const UserParameters& parameters, OutputClaim& claim,
                             const RunRecord& begun = {});
 
-/// Start of the progress message of MS2 scans; their number follows.
+/// The progress message of MS2 scans up to their number.
 inline constexpr const char* kMs2Progress = "Extracting MS2, Scan Num = ";
 
-/// The .ms2 file beside a .ms1 file.
+/// The .ms2 file next to a .ms1 file.
 std::string Ms2Path(const std::string& ms1_path);
 
 /// Warns that a scan has no usable precursor.
 void WarnWithoutPrecursor(const MS2Spectrum& scan);
 
-/// Why a scan is not processed; of several reasons the one that is tested first. Empty for one that
-/// is (IsProcessed).
+/// Why a scan is not processed, the first reason found; empty when it is (IsProcessed).
 std::string_view ReasonNotProcessed(const MS2Spectrum& scan);
 
-/// Whether the precursors of a scan can be looked for in the MS1 scans read so far.
+/// Whether the MS1 scans read so far suffice to look for the precursors of a scan.
 bool CanDetermine(const SpectrumSource& source, const Ms1Store& store, const MS2Spectrum& scan);
 
 /// Drops precursors without m/z or charge, the last first, with one warning each.

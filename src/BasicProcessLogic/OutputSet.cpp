@@ -10,15 +10,15 @@
 namespace tarvek {
 namespace {
 
-// Deletes what an earlier run left as finished: the table first, which says so. Only a claim gives
-// the right.
+// Deletes the finished files of an earlier run: first the table, which marks it as finished. Needs
+// a claim.
 void RemoveOldTable(const UserParameters& parameters) {
   RemoveFile(FinishedTablePath(parameters));
   RemoveFile(RunRecordPath(parameters));
   RemoveFile(OutputPath(parameters, kEvidenceEnding));
 }
 
-// Deletes what a run that was killed left under temporary names, whatever this run is to write.
+// Deletes all temporary files of a run that was killed, even kinds that this run does not write.
 void RemoveUnfinished(const UserParameters& parameters) {
   const auto remove = [&](const std::string& ending) {
     RemoveFile(UnfinishedPathOf(OutputPath(parameters, ending)));
@@ -69,7 +69,7 @@ void DeleteWhenEmpty(const std::string& path) {
   if (table.IsOpen() && table.SizeBytes() == 0) static_cast<void>(DeleteFileAt(path));
 }
 
-// What an extraction leaves when it is killed.
+// Deletes the files that a killed extraction leaves.
 void DeleteForsakenExtraction(const UserParameters& parameters) {
   const std::string marker = UnfinishedPathOf(OutputPath(parameters, ".morvex"));
   if (!FileExists(marker)) return;
@@ -80,7 +80,7 @@ void DeleteForsakenExtraction(const UserParameters& parameters) {
   static_cast<void>(DeleteFileAt(marker));
 }
 
-// What a rewriting run leaves beside the old table when it is killed.
+// Deletes the files that a killed rewriting run leaves next to the old table.
 void DeleteForsaken(const UserParameters& parameters) {
   const std::string table = TemporaryTablePath(parameters);
   if (!FileExists(table)) return;
@@ -132,8 +132,8 @@ OutputClaim::~OutputClaim() {
   if (m_at_the_end == AtTheEnd::kDelete) static_cast<void>(DeleteFileAt(m_path));
 }
 
-// Asked before the claim, so that a finished file costs nothing, and again with it, since another
-// run may have finished the file in between.
+// Checks before the claim, so that a finished file costs nothing, and again with it, because
+// another run may have finished the file in between.
 std::optional<OutputClaim> ClaimUnlessFinished(const UserParameters& parameters) {
   if (SkipsFinished(parameters)) return std::nullopt;
   OutputClaim claim(parameters);

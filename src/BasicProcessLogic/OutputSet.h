@@ -1,10 +1,10 @@
 // BasicProcessLogic/OutputSet.h: the output files of one input file.
-// Does:     claims them for this run; opens the writers that are switched on, passes scans to
-//           them, closes them in order.
+// Does:     claims them for this run; opens the writers that are switched on, passes scans to them,
+//           closes them in order.
 // Owns:     the lock of the claim, the writers.
-// Throws:   "Another run is writing ..." of LockFile; "Cannot delete file: ..." for a table or record
-//           of an earlier run; what opening and writing throw. When it is destroyed before Complete, the
-//           precursor table keeps its temporary name.
+// Throws:   "Another run is writing ..." of LockFile; "Cannot delete file: ..." for a table or
+//           record of an earlier run; errors in opening and writing. When it is destroyed before
+//           Complete, the precursor table keeps its temporary name.
 #pragma once
 
 #include <optional>
@@ -19,13 +19,13 @@
 namespace tarvek {
 
 /// The right of one run to write the outputs of the current file: a lock on the temporary precursor
-/// table, held until that has its final name. Nothing of an earlier run is touched yet. A table
-/// that was made here and never opened is deleted at the end.
+/// table, held until that gets its final name. Changes no file of an earlier run. At the end it
+/// deletes a table that it created and nobody opened.
 class OutputClaim {
  public:
   /// Throws when another run has it; see LockFile.
   explicit OutputClaim(const UserParameters& parameters);
-  OutputClaim(OutputClaim&& other) noexcept = default;  // other claims nothing any more
+  OutputClaim(OutputClaim&& other) noexcept = default;  // other then claims nothing
   OutputClaim& operator=(OutputClaim&&) = delete;
   ~OutputClaim();
 
@@ -56,10 +56,10 @@ class OutputSet {
 
   void WriteMs2(const MS2Spectrum& scan, bool pf2_first);
 
-  /// Completes the PF1 file. Nothing of the input can fail after it.
+  /// Completes the PF1 file. After this call the input can cause no error.
   void ClosePf1();
 
-  /// Completes the PF2 and MGF files, writes record beside the table, then moves the table to its
+  /// Completes the PF2 and MGF files, writes record next to the table, then moves the table to its
   /// final name.
   void Complete(const RunRecord& record);
 
@@ -76,22 +76,21 @@ class OutputSet {
   std::optional<EvidenceWriter> m_evidence;
 };
 
-/// Path of an output of the current file: its base name and ending in the output directory.
+/// Path of an output of the current file in the output directory: base name + ending.
 std::string OutputPath(const UserParameters& parameters, std::string_view ending);
 
 /// Path of the finished precursor table of the current file: it says that the file is done when it
 /// begins with its header.
 std::string FinishedTablePath(const UserParameters& parameters);
 
-/// Whether the current file is to be skipped because result exists and rewriting is off; says so in
-/// the log.
+/// Whether to skip the current file because result exists and rewriting is off; logs that.
 bool SkipsExisting(const UserParameters& parameters, const std::string& result);
 
-/// The same with the finished precursor table as result. What a rewriting run that was killed left
-/// beside one under temporary names is deleted.
+/// The same with the finished precursor table as result. Also deletes the temporary files of a
+/// rewriting run that was killed.
 bool SkipsFinished(const UserParameters& parameters);
 
-/// The claim for the current file; nothing when it is to be skipped as SkipsFinished says. Nobody
+/// The claim for the current file; std::nullopt when SkipsFinished says to skip it. No other run
 /// finishes the file while the claim lives.
 std::optional<OutputClaim> ClaimUnlessFinished(const UserParameters& parameters);
 

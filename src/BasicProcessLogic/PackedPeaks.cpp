@@ -12,7 +12,7 @@ constexpr std::array<double, 10> kPowersOfTen = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1
 
 double PowerOf(int decimals) { return kPowersOfTen[static_cast<std::size_t>(decimals)]; }
 
-// value x power where dividing it by power gives value back.
+// value x power, if dividing it by power gives value again.
 std::optional<std::uint64_t> WholeMultiple(double value, double power) {
   constexpr double kLimit = 9007199254740992.0;  // 2^53
   const double product = value * power + 0.5;
@@ -22,8 +22,8 @@ std::optional<std::uint64_t> WholeMultiple(double value, double power) {
   return whole;
 }
 
-// Seven bits a byte, the lowest first; the eighth says that more follow.
-constexpr std::size_t kMaxNumberBytes = 8;  // of 53 bits
+// Seven bits per byte, the lowest first; the eighth bit says that more follow.
+constexpr std::size_t kMaxNumberBytes = 8;  // for 53 bits
 
 unsigned char* PutNumber(unsigned char* out, std::uint64_t number) {
   for (; number >= 0x80; number >>= 7) *out++ = static_cast<unsigned char>(number | 0x80);
@@ -59,7 +59,7 @@ bool PackedPeaks::Pack(std::span<const Peak> peaks, PeakDigits digits) {
     out = PutNumber(out, *intensity);
     last_mz = *mz;
   }
-  m_bytes.assign(bytes.data(), out);  // with no more room than it takes
+  m_bytes.assign(bytes.data(), out);  // without spare capacity
   return true;
 }
 

@@ -1,6 +1,6 @@
-// BasicProcessLogic/PackedPeaks.h: peaks of decimals in less than half of their memory.
-// Does:     keeps numbers that are whole multiples of their last decimal as differences and digits, and
-//           gives back the same doubles.
+// BasicProcessLogic/PackedPeaks.h: peaks with few decimals in less than half of their memory.
+// Does:     stores numbers that are whole multiples of their last decimal as differences and
+//           digits, and restores the same doubles.
 // Owns:     the bytes.
 // Throws:   nothing but std::bad_alloc.
 // Not here: which peaks are packed (Ms1Feed.h).
@@ -16,11 +16,11 @@ namespace tarvek {
 
 class PackedPeaks {
  public:
-  /// Packs peaks in place of what was here. False, and empty, when a number has more decimals than
-  /// digits says, or the m/z do not ascend.
+  /// Packs peaks and discards the former contents. False, and empty, when a number has more
+  /// decimals than digits allows, or the m/z do not ascend.
   bool Pack(std::span<const Peak> peaks, PeakDigits digits);
 
-  /// Puts the peaks that were packed into peaks.
+  /// Writes the packed peaks to peaks.
   void Unpack(std::vector<Peak>& peaks) const;
 
   [[nodiscard]] bool IsEmpty() const noexcept { return m_bytes.empty(); }

@@ -10,10 +10,10 @@ namespace tarvek {
 namespace {
 
 constexpr std::int64_t kIntervalMs = 100;
-constexpr std::int64_t kScansPerLook = 16;  // at the clock
+constexpr std::int64_t kScansPerLook = 16;  // between looks at the clock
 constexpr std::size_t kBarWidth = 30;
 
-// A time left that is guessed from less than this says nothing.
+// A smaller fraction is too little to estimate the time left.
 constexpr double kMinFraction = 0.01;
 
 }  // namespace

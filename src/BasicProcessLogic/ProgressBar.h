@@ -1,8 +1,8 @@
-// BasicProcessLogic/ProgressBar.h: how far a file is, for a person at a terminal.
-// Does:     shows one line on standard error, at most ten times a second, and takes it away at the
-//           end.
+// BasicProcessLogic/ProgressBar.h: the progress of a file, for a person at a terminal.
+// Does:     shows one line on standard error, updates it at most ten times a second, and clears it
+//           at the end.
 // Throws:   nothing but std::bad_alloc.
-// Not here: the progress messages of the log, which come wherever the output goes.
+// Not here: the progress messages of the log, which appear wherever the output goes.
 #pragma once
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace tarvek {
 
 class ProgressBar {
  public:
-  /// Does nothing at all unless enabled.
+  /// Shows nothing unless enabled.
   explicit ProgressBar(bool enabled);
   ~ProgressBar();
   ProgressBar(const ProgressBar&) = delete;
@@ -28,8 +28,8 @@ class ProgressBar {
   std::int64_t m_next_ms = 0;
 };
 
-/// The line: a bar, per cent, scans per second and, once it can be told, the time left as minutes
-/// and seconds. elapsed_ms: since the start of the file.
+/// The line: a bar, per cent, scans per second and, once it is known, the time left as minutes and
+/// seconds. elapsed_ms: since the start of the file.
 std::string ProgressLine(double fraction, std::int64_t scans, std::int64_t elapsed_ms);
 
 /// "2:05".

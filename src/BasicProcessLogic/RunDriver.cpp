@@ -46,8 +46,8 @@ void ProcessTextFile(UserParameters& parameters) {
   LogSummary(parameters.m_current_file, record, start_ms);
 }
 
-// Where the outputs of the current file begin, so that equal texts are the same files. Windows does
-// not tell upper case from lower case.
+// The start of the current file's output paths in a form in which equal texts are the same files.
+// Windows ignores case.
 std::string OutputKey(const UserParameters& parameters) {
   const std::string start = OutputPath(parameters, "");
   return kFileNamesIgnoreCase ? ToLower(start) : start;
@@ -110,14 +110,14 @@ class DataPathWalk {
   }
 
   UserParameters m_parameters;
-  std::map<std::string, std::string> m_input_of_outputs;  // by OutputKey
+  std::map<std::string, std::string> m_input_of_outputs;  // key: OutputKey
 };
 
 RunRecord SettingsOfExtraction(const UserParameters& parameters) {
   return SettingsOf(parameters, InstalledTableFingerprint(), InputKind::kInstrumentFile);
 }
 
-// Extracts the current file unless that was done before; what a record of its run begins with.
+// Extracts the current file unless that was done before; returns the start of the run's record.
 RunRecord ExtractAndBegin(const UserParameters& parameters) {
   const bool is_new = runExtractor(parameters, "ms");
   const RunRecord now = SettingsOfExtraction(parameters);
@@ -132,8 +132,8 @@ RunRecord ExtractAndBegin(const UserParameters& parameters) {
   return WithSettingsOfExtraction(begun, extraction);
 }
 
-// Extracts the current file and determines its precursors at the same time; nothing when its scans come
-// in an order that needs the text files.
+// Extracts the current file and determines its precursors at the same time; std::nullopt when the
+// order of its scans requires the text files.
 std::optional<RunRecord> ProcessWhileExtracting(const UserParameters& parameters,
                                                 OutputClaim& claim) {
   ForgetFlawedExtraction(parameters);
@@ -205,7 +205,7 @@ std::string UnknownFormatText(const std::string& path, const std::string& format
 void processInstrumentFile(UserParameters& parameters) {
   const std::int64_t start_ms = MonotonicMilliseconds();
   const std::string input = parameters.m_current_file;
-  std::optional<StopRequestsNoted> noted;  // to the end of the claim, so that it is given back
+  std::optional<StopRequestsNoted> noted;  // outlives the claim, so that the claim is released
   if (CanExtractHere(parameters)) noted.emplace();
   std::optional<OutputClaim> claim = ClaimUnlessFinished(parameters);
   if (!claim) return WarnOfOtherRun(parameters, InputKind::kInstrumentFile);

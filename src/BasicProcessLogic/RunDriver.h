@@ -1,8 +1,8 @@
-// BasicProcessLogic/RunDriver.h: every data path and every file of it, each down its road.
-// Does:     decides the format of each data path, lists its files, and hands each to the MS2 loop,
-//           to the MGF path, or through the extractor to the loop.
+// BasicProcessLogic/RunDriver.h: takes each file of every data path along its input path.
+// Does:     finds the format of each data path, lists its files, and hands each to the MS2 loop, to
+//           the MGF conversion, or through the extractor to the loop.
 // Owns:     its working copy of the parameter record.
-// Throws:   whatever ends the run.
+// Throws:   every error that ends the run.
 #pragma once
 
 #include <string>
@@ -15,30 +15,29 @@ namespace tarvek {
 /// The whole run after configuration.
 void runAllDataPaths(const UserParameters& parameters);
 
-/// The lower-case extension of a path that is a file ("mzml" or "mzxml" also of a packed one), else
+/// The lower-case extension when path is a file ("mzml" or "mzxml" also for a packed one), else
 /// input_format, the configured one.
 std::string detectDataPathFormat(const std::string& path, const std::string& input_format);
 
-/// The files that a data path stands for in a format: ListFiles with its ending, and with that of its
-/// packed files.
+/// The files of a format in a data path: ListFiles with its extension and with that of packed
+/// files.
 std::vector<std::string> ListInputFiles(const std::string& path, const std::string& format);
 
-/// What is said of a data path without a file of the format: which known ones it has instead.
+/// The message for a data path without a file of the format: which known formats it has instead.
 std::string NoInputFileText(const std::string& path, const std::string& format);
 
-/// What is said of a data path that has another one.
+/// The message for a data path with an unknown format.
 std::string UnknownFormatText(const std::string& path, const std::string& format);
 
 /// Converts the current file, an instrument file, and processes its spectra.
 void processInstrumentFile(UserParameters& parameters);
 
-/// Where an installed program has its isotope table, which may not exist; empty when the program's
-/// own place is unknown.
+/// Where an installed program keeps its isotope table, which may not exist; empty when the
+/// program's own directory is unknown.
 std::string InstalledTablePath();
 
-/// The isotope table to read: the installed one when ipv_file has its default value, was not given
-/// by the settings, and is not in the current directory; else ipv_file. installed_table: path of the
-/// installed one, which may not exist.
+/// The isotope table to read: installed_table when it exists and ipv_file has its default value,
+/// was not given by the settings, and is not in the current directory; else ipv_file.
 std::string IsotopeTablePath(const std::string& ipv_file, bool is_given,
                              const std::string& installed_table);
 

@@ -18,8 +18,8 @@ namespace {
 
 constexpr int kJointDecimals = 4;
 
-// The parameters that shape outputs; not those that say where files are and what is done again.
-// Keys: frozen, see docs/frozen-names.md.
+// The parameters that shape outputs, without those for paths and for repeating work. Keys: frozen,
+// see docs/frozen-names.md.
 constexpr std::array<const char*, 14> kShapingKeys = {"check_activationcenter",
                                                       "co-elute",
                                                       "cut_similiar_mono",
@@ -37,7 +37,7 @@ constexpr std::array<const char*, 14> kShapingKeys = {"check_activationcenter",
 
 constexpr std::array<std::string_view, 2> kDigitsKeys = {kSettingIntensityDigits, kSettingMzDigits};
 
-// As it is given, not as the echo shows it, where "2212" could be 2 to 12 or 22 to 2.
+// In the input form: in the echo's form "2212" could be 2 to 12 or 22 to 2.
 std::string ChargeRangeText(const UserParameters& parameters) {
   return std::to_string(parameters.m_charge_min) + "t" + std::to_string(parameters.m_charge_max);
 }
@@ -58,13 +58,13 @@ void AppendDifference(std::string& text, const std::string& key, const RunRecord
           ValueText(now.m_settings, key);
 }
 
-// The decimals of written peaks, which the extractor writes and the outputs are written with.
+// Whether key is for the decimals of peaks, which both the extractor and the outputs use.
 bool IsDigitsKey(std::string_view key) {
   return std::ranges::find(kDigitsKeys, key) != kDigitsKeys.end();
 }
 
-// The settings of an extraction that are other ones now. A marker of an older program does not say
-// some of them; letter case makes no difference.
+// The keys of extraction settings that have another value now, letter case ignored. The marker of
+// an older program does not record all of them.
 std::vector<std::string> KeysThatDiffer(const RunRecord& extraction, const RunRecord& now) {
   std::vector<std::string_view> told;
   if (extraction.Count(kCountMs2Read)) told = {kSettingActivation, kSettingAnalyser};
@@ -93,7 +93,7 @@ std::string Counted(std::int64_t count, const char* thing) {
   return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-// ", 3 left out (2 REASON, 1 REASON)", or nothing.
+// ", 3 left out (2 REASON, 1 REASON)", or empty.
 std::string LeftOutText(const std::vector<LeftOutReason>& reasons) {
   std::string list;
   std::int64_t sum = 0;

@@ -5,10 +5,10 @@
 namespace tarvek {
 namespace {
 
-// Waking the other side costs more than a scan: it is done for so many bytes at once.
+// Waking the other side costs more than one scan does, so we do it once per so many bytes.
 constexpr std::size_t kBatchBytes = std::size_t{1} << 20;
 
-// Emptied records that are kept of each kind; their peaks keep their room.
+// So many emptied records are kept of each kind, for the capacity of their peaks.
 constexpr std::size_t kMaxEmptied = 256;
 
 std::size_t BytesOf(const MS1Spectrum& scan) {
@@ -49,7 +49,7 @@ void ScanQueue::PutInto(Lane<Scan>& lane, const Scan& scan) {
   if (lane.m_emptied.empty()) lane.m_emptied.emplace_back();
   lane.m_scans.push_back(std::move(lane.m_emptied.back()));
   lane.m_emptied.pop_back();
-  // A copy, so that the room of each kind's lists stays that of its own kind.
+  // A copy, so that each kind's lists keep their own capacity.
   lane.m_scans.back() = scan;
   if (m_bytes >= kBatchBytes || m_bytes >= m_max_bytes) WakeTaker();
 }
@@ -74,7 +74,7 @@ bool ScanQueue::TakeFrom(Lane<Scan>& lane, Scan& scan) {
   if (lane.m_emptied.size() < kMaxEmptied)
     lane.m_emptied.push_back(std::move(lane.m_scans.front()));
   lane.m_scans.pop_front();
-  // Not at every scan: the reader goes on when there is room for much.
+  // Not at every scan: the reader continues when half of the queue is free.
   if (m_turns == QueueTurns::kTogether && m_bytes < m_max_bytes / 2) m_can_put.notify_one();
   return true;
 }

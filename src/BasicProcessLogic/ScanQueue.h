@@ -1,9 +1,9 @@
 // BasicProcessLogic/ScanQueue.h: scans on their way from the thread that reads an instrument file to
 // the one that determines precursors.
-// Does:     keeps MS1 and MS2 scans, each kind in its order, until they are taken; holds the reader back
-//           when there are many; ends both sides when one fails.
-// Owns:     the scans on their way, and emptied ones that are used again.
-// Throws:   Put what it says below; Take what the reader failed with.
+// Does:     keeps MS1 and MS2 scans, each kind in order, until they are taken; makes the reader
+//           wait when the queue is full; ends both sides when one fails.
+// Owns:     the scans on their way, and emptied records for reuse.
+// Throws:   Put see below; Take the reader's error.
 // Not here: reading, determining, the threads.
 #pragma once
 
@@ -26,30 +26,30 @@ enum class QueueTurns {
   kOneByOne   // the reader works only while the other side waits
 };
 
-/// Put throws this when nobody takes scans any more.
+/// Put throws this when the taker has closed the queue.
 struct QueueIsClosed {};
 
-/// Put, and Take after it, throw this when a file cannot be read in one go: one kind of scan is waited
-/// for while the queue is full of the other, or scans were taken already and the file has to be read
-/// again from its start.
+/// Put, and Take after it, throw this when a file cannot be read in one go: the taker waits for one
+/// kind of scan while the queue is full of the other, or scans were already taken and the file must
+/// be read again from its start.
 struct OrderNeedsFiles {};
 
 class ScanQueue {
  public:
-  /// max_bytes: of peaks on their way.
+  /// max_bytes: limit for the peaks in the queue.
   ScanQueue(std::size_t max_bytes, QueueTurns turns) : m_max_bytes(max_bytes), m_turns(turns) {}
 
   // The reader's side.
 
   void Put(const MS1Spectrum& scan);
   void Put(const MS2Spectrum& scan);
-  /// Forgets all scans, since the file is read again from its start.
+  /// Discards all scans, because the file is read again from its start.
   void Restart();
   /// A line for the log.
   void PutLine(std::string line);
-  /// How much of the file was read, 0 to 1.
+  /// The share of the file that was read, 0 to 1.
   void SetFractionRead(double fraction);
-  /// Throws QueueIsClosed when it is.
+  /// Throws QueueIsClosed when the taker has closed the queue.
   void ThrowIfClosed();
   void Finish();
   void Fail(std::exception_ptr failure);
@@ -91,7 +91,7 @@ class ScanQueue {
   std::vector<std::string> m_lines;
   std::size_t m_bytes = 0;
   double m_fraction_read = 0.0;
-  bool m_has_given = false;  // a scan to the other side
+  bool m_has_given = false;  // whether a scan was taken
   bool m_is_finished = false;
   bool m_is_closed = false;
   std::exception_ptr m_failure;

@@ -1,6 +1,6 @@
-// BasicProcessLogic/SpectrumSource.h: where the scans of one input file come from.
-// Does:     one interface over the two kinds of extracted spectra, a .ms1 file with the .ms2 file
-//           beside it and a .msb file with its scan table; the rules in which they differ.
+// BasicProcessLogic/SpectrumSource.h: the source of the scans of one input file.
+// Does:     gives one interface to the two kinds of extracted spectra, a .ms1 file with its .ms2
+//           file and a .msb file with its scan table, and to the rules in which they differ.
 // Owns:     each source its readers.
 // Throws:   what the readers throw.
 #pragma once
@@ -25,19 +25,20 @@ class SpectrumSource {
   /// Whether an MS1 scan is resolved well enough to look for isotope envelopes.
   [[nodiscard]] virtual bool IsHighResolution(const MS1Spectrum& scan) const = 0;
 
-  /// Whether the declared charge of an MS2 scan lets its precursors be determined.
+  /// Whether the declared charge of an MS2 scan permits the determination of its precursors.
   [[nodiscard]] virtual bool AllowsDetermination(const MS2Spectrum& scan) const = 0;
 
-  /// The MS1 scans read so far where their number is reported every thousand scans, else 0.
+  /// The MS1 scans read so far if the source reports every thousandth of them, else 0.
   [[nodiscard]] virtual std::int32_t ReportedMs1Count() const = 0;
 
-  /// Whether a scan goes to PF2 before MGF and CSV, or after them.
+  /// Whether a scan goes to PF2 before MGF and CSV; otherwise it goes there last.
   [[nodiscard]] virtual bool WritesPf2First() const = 0;
 
   /// Share of the MS2 input that was read, 0 to 1; 0 when unknown.
   [[nodiscard]] virtual double FractionRead() const { return 0.0; }
 
-  /// Close the readers of MS1 and of MS2 scans; where one reader serves both, the first call does.
+  /// Close the readers of MS1 and of MS2 scans; when one reader serves both, the first call closes
+  /// it.
   virtual void FinishMs1() = 0;
   virtual void FinishMs2() = 0;
 
@@ -47,7 +48,7 @@ class SpectrumSource {
   SpectrumSource& operator=(const SpectrumSource&) = default;
 };
 
-/// The rules of spectra that are read from text, or as if they were.
+/// The rules for spectra that come from text, or are treated as such.
 class TextRuledSource : public SpectrumSource {
  public:
   [[nodiscard]] bool IsHighResolution(const MS1Spectrum& scan) const override {

@@ -1,9 +1,9 @@
 // IO/BufferedLineReader.h: lines of a text file through a read buffer of chosen size.
-// Does:     delivers lines without their line feed; a NUL byte ends the data for good, as does the
-//           end of the file, and a last line that has no line feed is not delivered.
+// Does:     delivers lines without their line feed. A NUL byte ends the data, like the end of the
+//           file; a last line without a line feed is not delivered.
 // Owns:     its buffer and the current line; borrows the File, which must outlive it.
-// Throws:   a std::string "Line " + the 1024 characters read + " is too long!" when they hold no
-//           line feed; what File::Read throws.
+// Throws:   a std::string "Line " + the 1024 characters read + " is too long!" when these contain
+//           no line feed; what File::Read throws.
 // Not here: reading over-long lines in pieces (LineReader.h), which the readers of spectra use.
 #pragma once
 

@@ -1,6 +1,6 @@
-// IO/EvidenceTable.h: what speaks for each precursor that was determined together with others.
+// IO/EvidenceTable.h: the evidence for each precursor that was determined together with others.
 // Does:     writes and reads the tab-separated table BASE.precursors.tsv.
-// Owns:     the writer the unfinished file, nothing has the final name before Complete; the reader
+// Owns:     the writer the unfinished file, which gets its final name only in Complete; the reader
 //           the open file.
 // Throws:   what UnfinishedFile and TableReader throw.
 // Not here: which precursors get a row. The columns: docs/formats/precursors.md.
@@ -17,7 +17,7 @@
 
 namespace tarvek {
 
-/// What the name of the table ends in, after the base name.
+/// The suffix of the table's file name, after the base name.
 inline constexpr const char* kEvidenceEnding = ".precursors.tsv";
 
 struct EvidenceRow {

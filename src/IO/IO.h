@@ -1,4 +1,4 @@
-// IO/IO.h: the chief header: all readers and writers of spectrum files and their records.
+// IO/IO.h: includes all readers and writers of spectrum files and their records.
 #pragma once
 
 #include "MgfReader.h"

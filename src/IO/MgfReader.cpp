@@ -18,7 +18,7 @@ Number Readable(const ScannedNumber<Number>& scanned, const std::string& path,
   return scanned.m_value;
 }
 
-// "m/z intensity" or "m/z TAB intensity"; what comes first of both separates. A missing intensity
+// "m/z intensity" or "m/z TAB intensity"; the first blank or tab separates. A missing intensity
 // reads as 0.
 void AppendPeak(std::string_view line, std::vector<Peak>& peaks) {
   const std::size_t end = line.find_first_of(" \t");
@@ -42,7 +42,7 @@ bool MgfReader::ReadNext(MS2Spectrum& scan) {
   number.swap(m_pending_number);
   bool is_repeat = false;  // inside a further block of the same scan
   if (number) scan.m_scan_no = *number;
-  // A block without a charge of its own takes the one before it, within one scan.
+  // A block without its own charge takes that of the block before it, within one scan.
   std::int32_t charge = m_block_precursor.m_charge;
 
   std::string_view line;

@@ -30,7 +30,7 @@ class MgfReader final : public SpectrumReader {
   bool FinishRecord(MS2Spectrum& scan);
 
   std::optional<std::int32_t> m_pending_number;
-  Precursor m_block_precursor;  // as read since the last END IONS; a charge of 0 is unknown
+  Precursor m_block_precursor;  // read since the last END IONS; a charge of 0 is unknown
 };
 
 }  // namespace tarvek

@@ -28,7 +28,7 @@ bool IsSignedDigits(std::string_view text) {
   return IsDigits(text.starts_with('-') ? text.substr(1) : text);
 }
 
-/// A title in its parts, all but the run integers of any size.
+/// The parts of a title; all but the run are integers of any length.
 struct TitleParts {
   std::string_view m_run;
   std::string_view m_scan;
@@ -37,14 +37,15 @@ struct TitleParts {
   std::string_view m_index;  // empty without one
   bool m_has_ending = false;
 
-  /// Whether it ends as ours do, with or without index.
+  /// Whether it ends like our titles, with or without index.
   [[nodiscard]] bool IsOurs() const {
     return m_has_ending && IsDigits(m_scan) && m_scan == m_scan_again &&
            (m_index.empty() || IsDigits(m_index));
   }
 };
 
-/// Takes the last field off when it is an integer, and the dot before it; empty when it is none.
+/// Removes the last field and the dot before it when it is an integer; returns empty when it is
+/// not.
 std::string_view TakeLastInteger(std::string_view& text) {
   const std::size_t dot = text.rfind('.');
   const bool is_last = dot == std::string_view::npos;

@@ -1,7 +1,7 @@
 // IO/MgfText.h: the lines of MGF text and the titles of its blocks.
-// Does:     tells what a line is and what it holds; reads the numbers of a title from its end, since
-//           run names may hold dots, and writes it. Nothing is refused here: a value that cannot be
-//           read has a status, of which a run makes an error and check a finding.
+// Does:     classifies a line and splits it; parses a title from its end, because run names may
+//           contain dots; writes titles. Rejects no value: one that cannot be read gets a status,
+//           which a run reports as an error and check as a finding.
 // Throws:   nothing but std::bad_alloc.
 // Not here: blocks (MgfReader.h, MgfWriter.h). The lines: docs/formats/mgf.md.
 #pragma once
@@ -17,11 +17,11 @@ namespace tarvek {
 
 enum class MgfToken { kPeak, kBegin, kEnd, kTitle, kCharge, kTime, kPepmass, kOther };
 
-/// What lines of this kind begin with, such as "TITLE="; empty for a peak or another line.
+/// The beginning of lines of this kind, such as "TITLE="; empty for a peak or another line.
 std::string_view MgfBeginning(MgfToken token);
 
-/// A line by its beginning. The text borrows from the line: of a peak or another line it is the line
-/// as it is, else what follows the beginning, without blanks and line end behind it.
+/// A line split by its beginning. m_text borrows from the line: the whole line for a peak or
+/// another line, else the text after the beginning, without trailing blanks and line end.
 struct MgfLine {
   MgfToken m_token = MgfToken::kOther;
   std::string_view m_text;
@@ -38,15 +38,16 @@ struct MgfTitle {
   std::int32_t m_scan_no = 0;
   std::int32_t m_charge = 0;
   std::int32_t m_index = 0;  // of the precursor within its scan, 0 when the title has none
-  /// As tarvek writes it: with a run, one scan number twice, an index and ".dta".
+  /// In the form that tarvek writes: with a run, the same scan number twice, an index and ".dta".
   bool m_is_whole = false;
 };
 
-/// Nothing for a text without scan, scan and charge before index and ".dta", which may be missing.
+/// std::nullopt for a text without scan, scan and charge before index and ".dta", which are
+/// optional.
 std::optional<MgfTitle> ParseMgfTitle(std::string_view text);
 
-/// The scan number that a run takes from a title: that of our own, with or without index, else the
-/// second field, behind the first dot.
+/// The scan number that a run takes from a title: from a title in our form, with or without index,
+/// else from the second field, after the first dot.
 ScannedNumber<std::int32_t> ScanMgfScanNumber(std::string_view text);
 
 /// Appends the title line.

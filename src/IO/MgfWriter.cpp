@@ -24,7 +24,7 @@ MgfWriter::MgfWriter(const std::string& path, std::string_view mode, std::string
 void MgfWriter::WriteMs2(const MS2Spectrum& scan) {
   CountRecord();
   if (scan.m_precursors.empty()) return;
-  // The same for every precursor, and by far the largest part of a block.
+  // Equal for every precursor, and by far the largest part of a block.
   m_peak_lines.clear();
   if (scan.m_peak_lines.empty()) AppendPeakLines(m_peak_lines, scan.m_peaks, m_digits);
   const std::string& peak_lines = scan.m_peak_lines.empty() ? m_peak_lines : scan.m_peak_lines;

@@ -1,6 +1,6 @@
 // IO/MgfWriter.h: MS2 scans as Mascot Generic Format text.
-// Does:     writes one BEGIN IONS block per precursor of a scan, each with all peaks of the scan; gives
-//           the lines around the peaks of a block.
+// Does:     writes one BEGIN IONS block per precursor of a scan, each with all peaks of the scan;
+//           gives the lines before and after the peaks of a block.
 // Owns:     the open file.
 // Throws:   a std::string: "Cannot open MGF File, Path: ..." or "Cannot write " + path.
 // Not here: peak lines (PeakDigits.h); the split by scan type (SpectrumWriterGroup.h). The blocks:
@@ -26,7 +26,7 @@ class MgfWriter final : public SpectrumWriter {
             PeakDigits digits = {}, NoticeTaker notice = TakeSilently,
             Naming naming = Naming::kAtOnce);
 
-  /// A scan without precursors is counted but leaves nothing in the file.
+  /// Counts a scan without precursors but writes no block for it.
   void WriteMs2(const MS2Spectrum& scan);
 
   void Close() { Finish(); }
@@ -40,13 +40,13 @@ class MgfWriter final : public SpectrumWriter {
 
 using MgfGroup = SpectrumWriterGroup<MgfWriter, PeakDigits>;
 
-/// What the lines of a block before its peaks say.
+/// The values in the lines of a block before its peaks.
 struct MgfBlockStart {
   std::string_view m_title;  // the run name that begins the TITLE
   std::int32_t m_scan_no = 0;
   std::size_t m_index = 0;   // of the precursor within the scan
   Precursor m_precursor;     // a negative ion shows its sign in TITLE and after CHARGE only
-  bool m_has_charge = true;  // false: there is no CHARGE line
+  bool m_has_charge = true;  // false: without a CHARGE line
   double m_rt = 0.0;         // seconds
 };
 

@@ -17,7 +17,7 @@ char CharAt(std::string_view line, std::size_t index) {
   return index < line.size() ? line[index] : '\0';
 }
 
-/// What follows a line start of this form, whose length alone counts; empty when line is shorter.
+/// The text after a line start, of which only the length counts; empty when line is shorter.
 std::string_view ValueAfter(std::string_view line, std::string_view start) {
   return line.substr(std::min(start.size(), line.size()));
 }
@@ -45,8 +45,8 @@ const char* ReadPlainPeak(const char* first, const char* last, Peak& peak) {
   return p != nullptr && p != last && *p == '\n' ? p + 1 : nullptr;
 }
 
-// Takes the peak lines that come next as long as they are plain; nearly all are. What it leaves
-// goes the general way, with the same result.
+// Takes the next peak lines as long as they are plain, which nearly all are. The general reader
+// takes the others, with the same result.
 void TakePlainPeaks(LineReader& lines, std::vector<Peak>& peaks) {
   const std::string_view ahead = lines.Ahead();
   const char* p = ahead.data();
@@ -145,7 +145,7 @@ bool MsTextReader<Spectrum>::ReadNext(Spectrum& scan) {
   return !scan.m_peaks.empty() && FinishRecord(scan);
 }
 
-// The next line that is not a plain peak, after the plain peaks before it went to peaks.
+// Appends the plain peaks that come next to peaks, then reads the line after them.
 template <class Spectrum>
 bool MsTextReader<Spectrum>::NextLine(std::string_view& line, std::vector<Peak>* peaks) {
   if (peaks != nullptr) TakePlainPeaks(Lines(), *peaks);

@@ -1,7 +1,8 @@
 // IO/MsTextReader.h: readers of .ms1 and .ms2 text files.
 // Does:     delivers one scan per call, peaks ascending in m/z, the blocks of a repeated scan
 //           number merged into one record.
-// Owns:     the open file and the number of the scan whose "S" line ended the previous one.
+// Owns:     the open file and the number of the scan with the "S" line that ended the previous
+//           scan.
 // Throws:   a std::string: "Cannot open MS1 File, Path: ..." (or MS2) when opening; what File::Read
 //           throws; a message naming file and scan for one with too many Z lines. A malformed line is no error: a text that is no number reads as 0.
 // Not here: which scans are of use. Line kinds and keys: docs/formats/ms1-ms2.md.
@@ -22,8 +23,8 @@ namespace tarvek {
 template <class Spectrum>
 class MsTextReader : public SpectrumReader {
  public:
-  /// Refills scan with the next scan that has peaks; false at the end of the file, when scan holds
-  /// no peaks. Whatever scan held before is gone; its capacity is used again.
+  /// Refills scan with the next scan that has peaks; false, with scan without peaks, at the end of
+  /// the file. Discards what scan held, but reuses its capacity.
   bool ReadNext(Spectrum& scan);
 
  protected:
@@ -45,14 +46,13 @@ extern template class MsTextReader<MS2Spectrum>;
 /// Reads scan numbers, the attributes common to all scans, and peaks.
 class Ms1TextReader final : public MsTextReader<MS1Spectrum> {
  public:
-  /// mode "r". The format's header block (MsTextWriter.h) is for files that are written: a stream
-  /// that is read takes none.
+  /// mode "r". Only a writer needs the header block (MsTextWriter.h).
   Ms1TextReader(const std::string& path, std::string_view mode, NoticeTaker notice = TakeSilently)
       : MsTextReader(path, mode, "MS1", notice) {}
 };
 
-/// Reads also activation, precursor scan and the declared precursors, which it gives twice: as
-/// m_orig_precursors and as m_precursors.
+/// Also reads activation, precursor scan and the declared precursors, which it stores in both
+/// m_orig_precursors and m_precursors.
 class Ms2TextReader final : public MsTextReader<MS2Spectrum> {
  public:
   /// mode "r"; no header block, as for Ms1TextReader.
@@ -60,11 +60,12 @@ class Ms2TextReader final : public MsTextReader<MS2Spectrum> {
       : MsTextReader(path, mode, "MS2", notice) {}
 };
 
-/// What the numbers of a "Z" line say of a precursor: a charge below 1 is unknown, and a mass of 0
-/// stands for the centre of the isolation window.
+/// The precursor for the numbers of a "Z" line: a charge below 1 is unknown, and a mass of 0 means
+/// the centre of the isolation window.
 Precursor PrecursorOfChargeLine(std::int32_t charge, double mass_da, double center_mz);
 
-/// The instrument type of records for what an "InstrumentType" line says: "FT", "IT" or "Unknown".
+/// The instrument type in records for the value of an "InstrumentType" line: "FT", "IT" or
+/// "Unknown".
 std::string_view InstrumentTypeOfText(std::string_view text);
 
 }  // namespace tarvek

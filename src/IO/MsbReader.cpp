@@ -23,7 +23,7 @@ void MsbReader::Fail(const char* what) const { throw FileFault(Path(), what); }
 
 bool MsbReader::ReadNext() {
   if (m_at_end) return false;
-  CountRecord();  // also at the end of the data: the number in the log has always been one more
+  CountRecord();  // also at the end of the data: the log has always shown one too many
   const std::string_view head = m_bytes.Take(kRecordHeadBytes);
   if (head.size() < kRecordHeadBytes) {
     m_at_end = true;

@@ -1,5 +1,6 @@
 // IO/MsbReader.h: binary spectrum files (.msb) with their scan table (.mscsv).
-// Does:     reads records in file order and queues each as an MS1 or MS2 scan, as the table says.
+// Does:     reads records in file order and queues each as an MS1 or MS2 scan, according to the
+//           table.
 // Owns:     the open file, the table and the queued scans.
 // Throws:   a std::string: what opening and the table throw; as a FileFault (ShownText.h) "The peak num
 //           is too large!", "The MSB terminated unexpectly!", "The peak num is not equal!". A record that the table does not
@@ -28,8 +29,8 @@ class MsbReader final : public SpectrumReader {
   /// Reads one record into the queue of its level; false at the end of the data.
   bool ReadNext();
 
-  /// Takes the oldest queued scan, reading records until there is one; false when none is left.
-  /// What scan held before is gone; its capacity is used again.
+  /// Takes the oldest queued scan, reading records until it finds one; false when none is left.
+  /// Discards what scan held, but reuses its capacity.
   bool TakeMs1(MS1Spectrum& scan);
   bool TakeMs2(MS2Spectrum& scan);
 
@@ -52,7 +53,7 @@ class MsbReader final : public SpectrumReader {
   bool m_at_end = false;
   std::deque<MS1Spectrum> m_ms1;
   std::deque<MS2Spectrum> m_ms2;
-  std::vector<std::vector<Peak>> m_spare_peak_lists;  // their capacity is used again
+  std::vector<std::vector<Peak>> m_spare_peak_lists;  // kept for their capacity
 };
 
 }  // namespace tarvek

@@ -11,7 +11,7 @@
 namespace tarvek {
 namespace {
 
-// The text gives a mass and no sign; this is the way to it and back.
+// Converts to text and back, because the text has a mass and no sign.
 Precursor DeclaredAsInText(const MS2Spectrum& scan, int mz_decimals) {
   const Precursor& declared = scan.m_orig_precursors.front();
   return PrecursorOfChargeLine(std::abs(declared.m_charge),

@@ -1,7 +1,7 @@
 // IO/MsbWriter.h: binary spectrum files (.msb) with their scan table (.mscsv).
-// Does:     writes a record and a row for each scan. Every number is the one that reading the text of
-//           the scan (MsTextWriter.h) gives, so both say the same to the last bit; a peak that the
-//           digits show without intensity is left out, and so is a scan without other peaks.
+// Does:     writes a record and a row for each scan. Every number is the one that the text of the
+//           scan (MsTextWriter.h) reads back as, so both formats agree to the last bit. Leaves out
+//           a peak with an intensity that rounds to zero, and a scan without other peaks.
 // Throws:   a std::string: "Cannot write ..." of the files, or naming a scan of more than
 //           kMaxMsbPeaks peaks.
 // Not here: the files, which the caller owns; the rows (ScanTable.h). Records: docs/formats/msb.md.
@@ -18,13 +18,13 @@ namespace tarvek {
 
 class MsbWriter {
  public:
-  /// Writes the header of the table. Both files are empty, and open until the last scan is written.
+  /// Writes the header of the table. Both files must be empty, and stay open until the last scan.
   MsbWriter(OutputFile& msb, OutputFile& table, PeakDigits digits);
 
   void Write(const MS1Spectrum& scan);
 
   /// The table has room for one declared precursor: the first of m_orig_precursors, which are as
-  /// AppendMsText takes them.
+  /// for AppendMsText.
   void Write(const MS2Spectrum& scan);
 
  private:

@@ -16,8 +16,8 @@ namespace {
 // write: as WriteFixed, for one number of a peak.
 template <class AnyPeak, class Write>
 void AppendLines(std::string& text, std::span<AnyPeak> peaks, PeakDigits digits, Write write) {
-  // Lines gather in a block of plain characters: appending each number to text costs more than
-  // writing it.
+  // Collects lines in a block of plain characters: appending each number to text costs more than
+  // writing its digits.
   constexpr std::size_t kMaxLine = 2 * kMaxFixedText + 2;
   std::array<char, 16 * kMaxLine> block;
   char* p = block.data();
@@ -42,7 +42,7 @@ double PowerOfTen(int exponent) {
 
 constexpr std::size_t kBlockPeaks = 32;
 
-/// Peaks of one block in the plain way, a multiplication and a division for each number, without a
+/// Rounds a block of peaks with one multiplication and one division per number and without a
 /// branch, so that the machine does both numbers of a peak at once.
 class PeakRounder {
  public:
@@ -51,9 +51,9 @@ class PeakRounder {
         m_write_mz(ScaledWriterFor(digits.m_mz)),
         m_write_intensity(ScaledWriterFor(digits.m_intensity)) {}
 
-  /// Makes the numbers those that reading their text gives. False, and peaks as they were, where the
-  /// plain way does not decide one: near a half, which the exact digits of the number decide, and where
-  /// it is large or negative. Below 2^40 the product is off by less than 2^-13.
+  /// Rounds the numbers to what their text reads back as. False, with peaks unchanged, when one
+  /// number needs its exact digits (near a half) or is large or negative. Below 2^40 the product is
+  /// off by less than 2^-13.
   bool Round(std::span<Peak> peaks) {
     constexpr double kLimit = 1099511627776.0;  // 2^40
     constexpr double kOffHalf = 0.4998;
@@ -76,7 +76,7 @@ class PeakRounder {
     return is_plain;
   }
 
-  /// Appends the lines of the count peaks that were rounded last.
+  /// Appends the lines of the last count peaks that Round took.
   void AppendLines(std::string& text, std::size_t count) const {
     constexpr std::size_t kMaxLine = 64;  // 2^40 has 13 digits
     std::array<char, kBlockPeaks * kMaxLine> block;
@@ -91,7 +91,7 @@ class PeakRounder {
   }
 
  private:
-  // Adding it rounds a number below 2^51 to a whole one, which is then in the lowest bits.
+  // Adding it rounds a number below 2^51 to an integer, in the lowest bits of the sum.
   static constexpr double kToWhole = 4503599627370496.0;  // 2^52
 
   static std::uint64_t Digits(double shifted) {

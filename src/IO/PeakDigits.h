@@ -1,5 +1,5 @@
 // IO/PeakDigits.h: the decimals of numbers in written spectra.
-// Does:     holds those of peaks, as a writer carries them, and writes peak lines with them.
+// Does:     holds the decimals of peaks, and writes peak lines with them.
 // Throws:   nothing but std::bad_alloc.
 // Not here: where the counts come from.
 #pragma once
@@ -23,7 +23,7 @@ inline constexpr int kTimeDecimals = 4;
 /// Appends one line per peak, in list order, as printf("%.*f %.*f\n") writes m/z and intensity.
 void AppendPeakLines(std::string& text, std::span<const Peak> peaks, PeakDigits digits);
 
-/// The same, and makes every number the one that reading it gives.
+/// The same, and sets every number to the one that its text reads back as.
 void AppendAndRoundPeakLines(std::string& text, std::span<Peak> peaks, PeakDigits digits);
 
 }  // namespace tarvek

@@ -86,7 +86,7 @@ bool PfReader::ReadMs2(MS2Spectrum& scan) {
   return true;
 }
 
-/// Reads the next record; false behind the last one that the header counts, which the file ends with.
+/// Reads the next record; false after the last one that the header counts, at the end of the file.
 bool PfReader::ReadCounted() {
   if (!m_has_header) FailAsDamaged();
   if (m_count == 0 && !AtEnd())
@@ -105,7 +105,7 @@ void PfReader::FailAsDamaged() const {
       ".";
 }
 
-/// Nothing, and the place in the file as it was, when the file does not have as many.
+/// std::nullopt, without moving in the file, when fewer than count bytes are left.
 std::optional<std::string_view> PfReader::Bytes(std::int64_t count) {
   if (count < 0 || count > BytesLeft()) return std::nullopt;
   const std::string_view bytes = m_bytes.Take(static_cast<std::size_t>(count));
@@ -113,7 +113,7 @@ std::optional<std::string_view> PfReader::Bytes(std::int64_t count) {
   return bytes;
 }
 
-/// As many items as the integer before them says.
+/// Reads an integer, then that many items.
 std::optional<std::string_view> PfReader::Items(std::int64_t item_bytes) {
   const auto count = Integer();
   return count ? Bytes(*count * item_bytes) : std::nullopt;

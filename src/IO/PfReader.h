@@ -1,11 +1,11 @@
 // IO/PfReader.h: scans from .pf1 and .pf2 files, and their indexes.
-// Does:     reads from front to back without the index, so that files beyond 2 GiB are like others.
-//           Two policies: ReadNext goes on to the end of the file whatever the header counts and
-//           tells a damaged record from a whole one; ReadMs1 and ReadMs2 refuse whatever is not as
-//           PfWriter leaves it.
+// Does:     reads from front to back without the index, so that files beyond 2 GiB need nothing
+//           special. Two policies: ReadNext reads to the end of the file, whatever count the header
+//           gives, and tells a damaged record from a whole one; ReadMs1 and ReadMs2 reject
+//           everything that PfWriter would not write.
 // Owns:     the open file.
 // Throws:   a std::string: "Cannot open PF File, Path: ...", "Cannot relocate in " + path; ReadMs1
-//           and ReadMs2 also path and what is wrong with it; what File::Read throws.
+//           and ReadMs2 also the path and the fault; what File::Read throws.
 // Not here: the records, which docs/formats/pf.md describes.
 #pragma once
 
@@ -22,7 +22,7 @@
 
 namespace tarvek {
 
-/// A record of either file; that of a survey has its retention time and charge 1 for a precursor.
+/// A record of either file; a survey record has its retention time and charge 1 as a precursor.
 struct PfRecord {
   std::int64_t m_offset_bytes = 0;
   std::int32_t m_scan_no = 0;
@@ -37,18 +37,18 @@ class PfReader {
   /// Opens the file and reads its header.
   explicit PfReader(const std::string& path);
 
-  /// Whether the file does not end inside its header, without which there are no records.
+  /// False when the file ends inside its header; then it has no records.
   [[nodiscard]] bool HasHeader() const noexcept { return m_has_header; }
   [[nodiscard]] const std::string& Title() const noexcept { return m_title; }
   [[nodiscard]] std::int32_t Count() const noexcept { return m_count; }
 
   [[nodiscard]] bool AtEnd() const noexcept { return BytesLeft() == 0; }
 
-  /// Refills record; false when the file ends inside it, which leaves what was read so far.
+  /// Refills record; false when the file ends inside it, with record filled up to there.
   bool ReadNext(PfRecord& record, PfPeaks peaks = PfPeaks::kRead);
 
-  /// The next survey or fragment scan; false behind the last one. Only scan number, peaks and
-  /// retention time or precursors are set, since the file has no others.
+  /// The next survey or MS2 scan; false after the last one. Sets only scan number, peaks and
+  /// retention time or precursors, because the file has no other fields.
   bool ReadMs1(MS1Spectrum& scan);
   bool ReadMs2(MS2Spectrum& scan);
 
@@ -84,14 +84,14 @@ struct PfIndexEntry {
 
 struct PfIndex {
   std::vector<PfIndexEntry> m_entries;
-  bool m_is_whole = true;  // the file does not end inside an entry
+  bool m_is_whole = true;  // false: the file ends inside an entry
 };
 
 /// The index of the data file at path.
 std::string PfIndexPath(const std::string& path);
 PfIndex ReadPfIndex(const std::string& index_path);
 
-/// What an index holds of an offset, of which the format has 32 bits: from 2^31 on it wraps.
+/// An offset in the form of the index, which has 32 bits for it: from 2^31 on it wraps.
 constexpr std::int32_t PfIndexOffset(std::int64_t offset_bytes) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(offset_bytes));
 }

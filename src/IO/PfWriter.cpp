@@ -10,8 +10,8 @@ namespace {
 
 std::int32_t CountOf(std::size_t size) { return static_cast<std::int32_t>(size); }
 
-// Pairs of m/z and intensity, little-endian. Where the machine is that too, a list of peaks already
-// has this form in memory.
+// Pairs of m/z and intensity, little-endian. On a little-endian machine a list of peaks already has
+// this form in memory.
 void WritePeaks(OutputFile& stream, std::span<const Peak> peaks, std::string& scratch) {
   static_assert(sizeof(Peak) == 2 * sizeof(double));
   if constexpr (std::endian::native == std::endian::little) {
@@ -32,8 +32,8 @@ PfWriter::PfWriter(const std::string& path, std::string_view mode, const std::st
                    NoticeTaker notice, Naming naming)
     : SpectrumWriter(path, mode, "PF", notice, naming),
       m_index(PfIndexPath(path), "PF index", {.m_mode = mode, .m_naming = naming}) {
-  // Changes nothing in an empty file, but a file whose start cannot be reached again, such as a
-  // pipe, is refused now instead of at the end of the run.
+  // Writes no bytes to the empty file, but rejects a file that cannot be repositioned, such as a
+  // pipe, now instead of at the end of the run.
   Stream().OverwriteStart({});
   PutInt32(m_bytes, 0);  // the record count, known when the file is closed
   PutInt32(m_bytes, CountOf(title.size()));
@@ -44,7 +44,7 @@ PfWriter::PfWriter(const std::string& path, std::string_view mode, const std::st
 
 void PfWriter::WriteMs1(const MS1Spectrum& scan) {
   StartRecord(scan.m_scan_no, scan.m_peaks);
-  // The shape of an MS2 record with one precursor: the retention time with charge 1.
+  // In the form of an MS2 record with one precursor: the retention time with charge 1.
   PutInt32(m_bytes, 1);
   PutReal(m_bytes, scan.m_rt);
   PutInt32(m_bytes, 1);
@@ -61,7 +61,7 @@ void PfWriter::WriteMs2(const MS2Spectrum& scan) {
   Stream().Write(m_bytes);
 }
 
-// Writes the index entry and the part that both kinds of record share; leaves m_bytes empty.
+// Writes the index entry and the part that both kinds of records share; leaves m_bytes empty.
 void PfWriter::StartRecord(std::int32_t scan_no, std::span<const Peak> peaks) {
   CountRecord();
   m_bytes.clear();

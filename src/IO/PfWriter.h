@@ -1,5 +1,5 @@
 // IO/PfWriter.h: scans in the compact binary form of .pf1 and .pf2 files.
-// Does:     writes a data file and beside it, under the same name followed by "idx", the byte
+// Does:     writes a data file and next to it, under the same name followed by "idx", the byte
 //           offset of every scan.
 // Owns:     both open files.
 // Throws:   a std::string: "Cannot open PF File, Path: ..." (or "PF index"), "Cannot write " +

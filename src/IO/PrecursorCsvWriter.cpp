@@ -13,7 +13,7 @@ namespace {
 
 constexpr int kMzDecimals = 6;
 
-// Every field of a row, the last one too, is followed by a comma and a blank.
+// A comma and a blank follow every field of a row, including the last.
 void AppendField(std::string& row, std::string_view field) { row.append(field).append(", "); }
 
 void AppendField(std::string& row, std::int64_t field) {

@@ -1,7 +1,7 @@
 // IO/PrecursorCsvWriter.h: the table of declared and determined precursors, one row per MS2 scan.
 // Does:     writes the table under a temporary name; Complete gives it its final name, which marks
 //           the run as finished.
-// Owns:     the open temporary file. Destroyed before Complete, it leaves that file behind, so the
+// Owns:     the open temporary file. When destroyed before Complete, it leaves that file, so the
 //           next run starts over.
 // Throws:   a std::string: "Cannot open CSV File, Path: ...", "Cannot write " + temporary path,
 //           "Cannot rename file: " + temporary path, "Cannot finish " + final path + reason when the
@@ -20,8 +20,8 @@ namespace tarvek {
 
 class PrecursorCsvWriter final : public SpectrumFile {
  public:
-  /// mode "w+". Opens final_path + "_unfinished" and writes the header line. Notices name
-  /// final_path throughout; there is none of the start of the file.
+  /// mode "w+". Opens final_path + "_unfinished" and writes the header line. All notices name
+  /// final_path; the start of the file gives no notice.
   PrecursorCsvWriter(const std::string& final_path, std::string_view mode,
                      NoticeTaker notice = TakeSilently);
 

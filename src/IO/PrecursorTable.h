@@ -1,5 +1,5 @@
 // IO/PrecursorTable.h: the layout of the precursor table (.csv), for its writer and its reader.
-// Not here: what the columns mean, which docs/formats/precursor-csv.md says.
+// Not here: the meaning of the columns (docs/formats/precursor-csv.md).
 #pragma once
 
 #include <cstddef>
@@ -9,21 +9,22 @@
 
 namespace tarvek {
 
-/// What the name of a complete table ends in.
+/// The suffix of a complete table's file name.
 inline constexpr std::string_view kTableEnding = ".csv";
 
-/// Five slots are named; rows hold as many as there are. "Totle": frozen, see docs/frozen-names.md.
+/// The header names five slots; rows have as many as needed. "Totle": frozen, see
+/// docs/frozen-names.md.
 inline constexpr std::string_view kPrecursorTableHeader =
     "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, TotleNumOfPrecursor, "
     "PrecursorIdentifier, MZ, Charge, PrecursorIdentifier, MZ, Charge, "
     "PrecursorIdentifier, MZ, Charge, PrecursorIdentifier, MZ, Charge, "
     "PrecursorIdentifier, MZ, Charge\n";
 
-/// The fields of a row before those of the determined precursors, and those of each precursor.
+/// The number of fields before the determined precursors, and of those for each precursor.
 inline constexpr std::size_t kPrecursorTableFixedFields = 6;
 inline constexpr std::size_t kPrecursorTableSlotFields = 3;
 
-/// What a row says of the declared precursor of a scan that has none.
+/// The declared precursor in the row of a scan without one.
 inline constexpr Precursor kNothingDeclared = {-1.0, -1};
 
 }  // namespace tarvek

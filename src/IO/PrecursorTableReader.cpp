@@ -16,7 +16,7 @@ namespace {
 constexpr std::string_view kHeaderStart =
     kPrecursorTableHeader.substr(0, kPrecursorTableHeader.find("OrigCharge"));
 
-// Every field is followed by a comma and a blank, the last one too.
+// A comma and a blank follow every field, including the last.
 std::vector<std::string_view> FieldsOf(std::string_view line) {
   std::vector<std::string_view> fields;
   for (const std::string_view field : Split(line, ",")) fields.push_back(Trim(field));
@@ -24,7 +24,7 @@ std::vector<std::string_view> FieldsOf(std::string_view line) {
   return fields;
 }
 
-// Of the numbers, which begin with the third field, those of m/z are real ones.
+// The numbers begin with the third field; only the m/z are real.
 bool IsNumber(std::span<const std::string_view> fields, std::size_t i) {
   const bool is_mz = i < kPrecursorTableFixedFields
                          ? i == 3

@@ -1,8 +1,8 @@
 // IO/PrecursorTableReader.h: the rows of a precursor table (.csv) as tarvek writes it.
-// Does:     tells such a table from other files; gives its rows in their order, and for a damaged
-//           one what is wrong.
+// Does:     tells such a table from other files; gives its rows in order, and the fault of a
+//           damaged one.
 // Owns:     the open file and the current line.
-// Throws:   a std::string naming the file, for a row also its line.
+// Throws:   a std::string that names the file, and the line of a faulty row.
 // Not here: what the rows mean (score/Score.h, report/Files.h, check/Table.h). The columns:
 //           docs/formats/precursor-csv.md.
 #pragma once
@@ -16,7 +16,7 @@
 
 namespace tarvek {
 
-/// One row, m/z and charges with the signs that they have in the table.
+/// One row, with m/z and charges signed as in the table.
 struct PrecursorRow {
   std::string m_activation;
   std::string m_analyser;
@@ -27,17 +27,17 @@ struct PrecursorRow {
 
 class PrecursorTableReader {
  public:
-  /// Opens the file; whether it is a table of tarvek, HasHeader tells.
+  /// Opens the file; HasHeader says whether it is a table of tarvek.
   explicit PrecursorTableReader(const std::string& path);
 
   [[nodiscard]] bool HasHeader() const noexcept { return m_has_header; }
 
-  /// The next row; false at the end of the file. Throws for a row that is damaged, and at the first
-  /// row for a file that is no precursor table.
+  /// The next row; false at the end of the file. Throws for a damaged row, and at the first row for
+  /// a file that is not a precursor table.
   bool Next(PrecursorRow& row);
 
-  /// The same in two steps, for those that go on behind a damaged row: moves to the next line, then
-  /// reads it and says what is wrong with it; empty when nothing is.
+  /// The same in two steps, for callers that continue after a damaged row: NextLine moves to the
+  /// next line; ReadRow parses it and returns its fault, empty without one.
   bool NextLine() { return m_lines.Next(m_line); }
   [[nodiscard]] std::string ReadRow(PrecursorRow& row) const;
 
@@ -45,7 +45,7 @@ class PrecursorTableReader {
   [[nodiscard]] const std::string& Line() const noexcept { return m_line; }
   [[nodiscard]] std::int64_t Number() const noexcept { return m_lines.Number(); }
 
-  /// Whether the current line ends in a line feed, as every line has that was written whole.
+  /// Whether the current line ends in a line feed; every line that was written whole does.
   [[nodiscard]] bool IsLineComplete() const noexcept { return m_lines.IsComplete(); }
 
  private:
@@ -54,8 +54,8 @@ class PrecursorTableReader {
   bool m_has_header = false;
 };
 
-/// Whether path is a file that begins as a precursor table does. However long its first line is,
-/// no more than a block of it is read. False when it cannot be opened.
+/// Whether the file at path begins like a precursor table. Reads at most one block, however long
+/// the first line is. False when the file cannot be opened.
 bool IsPrecursorTable(const std::string& path);
 
 /// Why the table at path does not count as finished, "it is empty" for one; empty when it does: it

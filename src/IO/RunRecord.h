@@ -1,11 +1,11 @@
-// IO/RunRecord.h: what a run says of itself, for programs and for the next run.
-// Does:     holds the settings that shape the outputs, what was counted, which MS2 scans were left
-//           out and why, and the isolation widths that the instrument file declares; gives it as
-//           text and reads that text again.
+// IO/RunRecord.h: the record of a run, for programs and for the next run.
+// Does:     holds the settings that shape the outputs, the counts, which MS2 scans were left out
+//           and why, and the isolation widths that the instrument file declares; writes it as text
+//           and reads that text back.
 // Owns:     its texts.
 // Throws:   ReadRunRecord a std::string: what OpenFile throws, or PATH + ": line N: ..." for a line
-//           that is no entry; WriteRunRecord what WriteWhole throws.
-// Not here: when a record is written and what is in it.
+//           that is not an entry; WriteRunRecord what WriteWhole throws.
+// Not here: when a record is written and with which entries.
 //
 // Text: one entry a line, three fields separated by tabs: kind ("setting", "count", "width",
 // "left_out", "left_out_scan", "calibration", "source" or "output"), key, value. Other lines that hold no tab are for people and are
@@ -32,10 +32,11 @@ struct RunRecord {
   std::map<std::string, std::int64_t> m_output_bytes;  // ending of an extracted file to its size
   std::map<std::string, std::string> m_calibration;  // of the outputs, by what comes after the run
 
-  /// A count; nothing when the record does not say.
+  /// A count; std::nullopt when it is not recorded.
   [[nodiscard]] std::optional<std::int64_t> Count(std::string_view key) const;
 
-  /// The width in m/z that most MS2 scans declare, the smallest of equals; nothing when none is told.
+  /// The width in m/z that most MS2 scans declare, the smallest of equals; std::nullopt without
+  /// any.
   [[nodiscard]] std::optional<double> CommonestWidth() const;
 
   bool operator==(const RunRecord&) const = default;
@@ -49,19 +50,20 @@ inline constexpr std::string_view kCountPrecursors = "precursors";     // of the
 inline constexpr std::string_view kCountDecoyScans =
     "joint_decoy_scans";  // determined a second time,
 inline constexpr std::string_view kCountDecoys =
-    "joint_decoys";  // and what was found with a spacing of no isotopes
+    "joint_decoys";  // and the precursors found with a spacing that isotopes do not have
 
-/// Keys of m_settings that an extraction has too: decimals of written peaks, and what its user says.
+/// Keys of m_settings that an extraction also has: decimals of written peaks, and the user's
+/// choices.
 inline constexpr std::string_view kSettingMzDigits = "m/z";
 inline constexpr std::string_view kSettingIntensityDigits = "intensity";
 inline constexpr std::string_view kSettingAnalyser = "analyser";
 inline constexpr std::string_view kSettingActivation = "activation";
 
-/// The environment variables that say the last two to an extractor.
+/// The environment variables that pass the last two to an extractor.
 inline constexpr const char* kAnalyserVariable = "TARVEK_ANALYSER";
 inline constexpr const char* kActivationVariable = "TARVEK_ACTIVATION";
 
-/// The probability from which the joint determination reports a precursor; absent without it.
+/// The lowest probability that the joint determination reports; absent without that determination.
 inline constexpr std::string_view kSettingJoint = "joint";
 inline constexpr const char* kJointVariable = "TARVEK_JOINT";
 
@@ -72,10 +74,10 @@ inline constexpr std::string_view kMarkerEnd = " were extracted.";
 /// Key of m_widths for scans that declare none; the others are the width with two decimals.
 inline constexpr std::string_view kWidthNotDeclared = "not declared";
 
-/// Scans that m_left_out_scans names at most, the first that were read; all are counted.
+/// m_left_out_scans names at most this many scans, the first ones read; the counts include all.
 inline constexpr std::size_t kMaxLeftOutScans = 10'000;
 
-/// What the name of the record of a run ends in, after the base name.
+/// The suffix of a run record's file name, after the base name.
 inline constexpr std::string_view kRunRecordEnding = ".tarvek";
 
 /// What m_source says of the file at path: its name without the folder, its size, and when it was
@@ -86,14 +88,14 @@ std::map<std::string, std::string> SourceOf(const std::string& path);
 /// become blanks.
 std::string RunRecordText(const RunRecord& record);
 
-/// Adds the entry that a line holds; false when the line is none. The line has no end of line.
-/// Throws a std::string without place when a number is none.
+/// Adds the entry on a line; false when the line is not an entry. The line has no end of line.
+/// Throws a std::string without file and line for a value that is not a number.
 bool AddRunRecordLine(std::string_view line, RunRecord& record);
 
 /// Reads a whole file.
 RunRecord ReadRunRecord(const std::string& path);
 
-/// Writes a whole file, which has its name when it is complete.
+/// Writes a whole file, which gets its name when it is complete.
 void WriteRunRecord(const std::string& path, const RunRecord& record);
 
 }  // namespace tarvek

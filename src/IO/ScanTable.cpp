@@ -43,7 +43,7 @@ constexpr std::array<std::string_view, kColumnCount> kColumnNames = {
 
 std::string_view WithoutLineEnd(std::string_view line) { return TrimRight(line, "\r\n"); }
 
-// The messages are those of the standard conversions, which users' logs have always shown.
+// The messages of the standard conversions, which users' logs have always shown.
 template <class Number>
 Number Checked(const ScannedNumber<Number>& scanned, const std::string& conversion) {
   if (scanned.m_status == NumberStatus::kNoDigits) throw "invalid " + conversion + " argument";
@@ -176,7 +176,7 @@ ScanTable::ScanTable(std::vector<ScanTableEntry> rows) : m_rows(std::move(rows))
     return a.m_scan_no >= b.m_scan_no;
   };
   if (std::ranges::adjacent_find(m_rows, not_ascending) == m_rows.end()) return;
-  // From the back, so that of equal numbers the last row comes first and is kept.
+  // Reversed, so that of equal numbers the last row comes first and is kept.
   std::ranges::reverse(m_rows);
   std::ranges::stable_sort(m_rows, {}, &ScanTableEntry::m_scan_no);
   const auto same_scan = [](const ScanTableEntry& a, const ScanTableEntry& b) {

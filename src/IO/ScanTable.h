@@ -23,8 +23,8 @@ class ScanTable {
  public:
   ScanTable() = default;
 
-  /// rows in the order of the file; their scan numbers are not negative. Of rows with the same scan
-  /// number the last one counts.
+  /// rows are in file order, with scan numbers of 0 or more. Of rows with the same scan number the
+  /// last one counts.
   explicit ScanTable(std::vector<ScanTableEntry> rows);
 
   /// One more than the largest scan number; 0 without rows.
@@ -44,8 +44,8 @@ class ScanTable {
 /// The line of column names.
 std::string ScanTableHeader();
 
-/// Appends the row of a scan, its line feed included. m/z have these decimals, except that of the
-/// precursor, which is exact: outputs round it once.
+/// Appends the row of a scan with its line feed. m/z have mz_decimals decimals, except that of the
+/// precursor, which is exact because the outputs round it.
 void AppendScanTableRow(std::string& text, const ScanTableEntry& entry, int mz_decimals);
 
 /// Reads the table at path, with the notices of every spectrum file.

@@ -17,7 +17,7 @@ SpectrumFile::~SpectrumFile() {
   try {
     m_notice(kInfo, "Closed " + m_path);
   } catch (...) {
-    // Without memory for the message there is nothing better to do than to go on unwinding.
+    // Without memory for the message we can only continue to unwind.
   }
 }
 
@@ -45,7 +45,8 @@ double SpectrumReader::FractionRead() const noexcept {
   return static_cast<double>(m_lines.ConsumedBytes()) / static_cast<double>(m_size_bytes);
 }
 
-// A file cut off under the reader ends like a whole one; its results must not count as finished.
+// A file that was cut off while we read it ends like a whole one; its results must not count as
+// finished.
 void SpectrumReader::CloseStream() {
   if (m_file.SizeBytes() < m_size_bytes)
     throw "Cannot read " + Path() + ": it became shorter while it was read.";

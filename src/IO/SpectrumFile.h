@@ -27,7 +27,7 @@ class SpectrumFile {
  public:
   SpectrumFile(const SpectrumFile&) = delete;
   SpectrumFile& operator=(const SpectrumFile&) = delete;
-  /// Gives notice of "Closed " + path when Finish was not reached.
+  /// Gives notice of "Closed " + path unless Finish did.
   virtual ~SpectrumFile();
 
   /// Closes the file and gives notice of "Closed " + path, "Finished Operations on " + path and
@@ -47,7 +47,7 @@ class SpectrumFile {
   /// then calls MarkOpen.
   SpectrumFile(std::string path, std::string_view mode, NoticeTaker notice, Announce announce);
 
-  /// Who takes the notices of the file.
+  /// The function that takes the notices of the file.
   [[nodiscard]] NoticeTaker Notice() const noexcept { return m_notice; }
 
   void MarkOpen() noexcept { m_is_open = true; }
@@ -70,8 +70,8 @@ class SpectrumReader : public SpectrumFile {
   [[nodiscard]] double FractionRead() const noexcept;
 
  protected:
-  /// kind is the purpose word of the message when path cannot be opened. With a read buffer of more
-  /// than 0 bytes the lines are read in the buffered form.
+  /// kind goes into the message when path cannot be opened. A read buffer of more than 0 bytes
+  /// selects the buffered form of ReadLine.
   SpectrumReader(const std::string& path, std::string_view mode, const std::string& kind,
                  NoticeTaker notice, std::size_t read_buffer_bytes = 0,
                  Announce announce = Announce::kYes);
@@ -83,7 +83,7 @@ class SpectrumReader : public SpectrumFile {
     return m_buffered_lines ? m_buffered_lines->ReadLine(line) : m_lines.ReadPiece(line);
   }
 
-  /// For formats whose common lines are taken straight from what is read ahead; unbuffered form
+  /// For formats that parse their common lines directly from the bytes read ahead; unbuffered form
   /// only.
   [[nodiscard]] LineReader& Lines() noexcept { return m_lines; }
 
@@ -101,8 +101,8 @@ class SpectrumReader : public SpectrumFile {
   std::optional<BufferedLineReader> m_buffered_lines;
 };
 
-/// A spectrum file that is written from front to back. One that is named when it is complete is
-/// removed when Finish was not reached.
+/// A spectrum file that is written from front to back. With Naming::kWhenComplete it is removed
+/// when Finish was not reached.
 class SpectrumWriter : public SpectrumFile {
  protected:
   SpectrumWriter(const std::string& path, std::string_view mode, const std::string& kind,

@@ -2,8 +2,8 @@
 // Does:     opens one writer per pair of types when its first scan comes and hands scans to it.
 // Owns:     the writers.
 // Throws:   what the writers throw.
-// Not here: a format. Writer is constructed from path, mode, title, what else it carries (More) and
-//           who takes its notices, and has WriteMs2 and Close.
+// Not here: a format. Writer has a constructor from path, mode, title, format options (More) and
+//           the taker of its notices, and has WriteMs2 and Close.
 #pragma once
 
 #include <cstddef>
@@ -23,8 +23,8 @@ namespace tarvek {
 template <class Writer, class... More>
 class SpectrumWriterGroup {
  public:
-  /// base_path ends in an extension of four characters, before which the types are inserted:
-  /// "run1_.mgf" gives "run1_HCDFTMS.mgf".
+  /// base_path ends in an extension of four characters; the types go before it: "run1_.mgf" gives
+  /// "run1_HCDFTMS.mgf".
   SpectrumWriterGroup(std::string base_path, std::string_view mode, std::string title, More... more,
                       NoticeTaker notice = TakeSilently, Naming naming = Naming::kAtOnce)
       : m_base_path(std::move(base_path)),
@@ -36,7 +36,7 @@ class SpectrumWriterGroup {
 
   void Write(const MS2Spectrum& scan) { WriterFor(scan).WriteMs2(scan); }
 
-  /// The writer of the scan's activation and instrument type; opens it when there is none.
+  /// The writer for the scan's activation and instrument type; opens it when needed.
   Writer& WriterFor(const MS2Spectrum& scan) {
     m_key.assign(scan.m_activation_type).append(scan.m_instrument_type);
     const auto found = m_writers.find(m_key);

@@ -1,8 +1,8 @@
 // IO/TableReader.h: text tables, line by line, with errors that name file and line.
-// Does:     TextLines gives lines however long; TableReader finds the columns of a tab-separated
+// Does:     TextLines gives lines of any length; TableReader finds the columns of a tab-separated
 //           table by the names in its first line.
 // Owns:     the open file and the current line.
-// Throws:   a std::string naming file and line for what cannot be read.
+// Throws:   a std::string that names file and line when it cannot read something.
 #pragma once
 
 #include <array>
@@ -23,15 +23,15 @@ class TextLines {
   /// The next line without its line end; false at the end of the file.
   bool Next(std::string& line);
 
-  /// Of the line last asked for, from 1.
+  /// The number of the line that Next last tried to read, from 1.
   [[nodiscard]] std::int64_t Number() const noexcept { return m_number; }
 
-  /// Whether the line last given had an end, as every line has that was written whole.
+  /// Whether the last line had a line end; every line that was written whole has one.
   [[nodiscard]] bool IsComplete() const noexcept { return m_is_complete; }
 
   [[noreturn]] void Fail(const std::string& what) const;
 
-  /// The number that a field of the current line holds.
+  /// The number in a field of the current line.
   [[nodiscard]] double Real(std::string_view field) const;
   [[nodiscard]] std::int32_t Integer(std::string_view field) const;
 
@@ -47,8 +47,8 @@ class TableReader {
  public:
   explicit TableReader(const std::string& path) : m_lines(path) {}
 
-  /// Reads the first line, which a table has; the place of each wanted column, in the order of names. Other columns
-  /// are ignored.
+  /// Reads the first line, which must exist, and returns the place of each wanted column, in the
+  /// order of names. Ignores other columns.
   template <std::size_t N>
   std::array<std::size_t, N> ReadHeader(const std::array<const char*, N>& names) {
     if (!NextLine()) m_lines.Fail("the table is empty.");
@@ -57,10 +57,9 @@ class TableReader {
     return places;
   }
 
-  /// Moves to the next row; false at the end of the file.
   bool NextRow() { return NextLine(); }
 
-  /// A field of the current row by its place.
+  /// A field of the current row, by its place.
   [[nodiscard]] std::string_view Text(std::size_t place) const;
   [[nodiscard]] double Real(std::size_t place) const { return m_lines.Real(Text(place)); }
   [[nodiscard]] std::int32_t Integer(std::size_t place) const {

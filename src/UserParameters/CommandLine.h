@@ -1,9 +1,9 @@
 // UserParameters/CommandLine.h: parameters from the arguments of the program.
-// Does:     turns pairs of an option and its value, or a lone data path, into a table; prints the
+// Does:     turns pairs of an option and its value, or a single data path, into a table; prints the
 //           usage text.
-// Throws:   the wrong number of arguments as a character string, a wrong option as a std::string
-//           that names it, and what CompleteParameters throws.
-// Not here: what a value means and whether it is allowed (UserParameters.h).
+// Throws:   a character string for a wrong number of arguments, a std::string that names a wrong
+//           option, and what CompleteParameters throws.
+// Not here: the meaning and limits of a value (UserParameters.h).
 #pragma once
 
 #include <array>
@@ -18,7 +18,8 @@ struct OptionLetter {
   std::string_view m_key;
 };
 
-/// The options in byte order of their letters; letter case matters. Keys: frozen, see docs/frozen-names.md.
+/// The options in byte order of their case-sensitive letters. Keys: frozen, see
+/// docs/frozen-names.md.
 inline constexpr std::array<OptionLetter, 20> OptionLetters = {{
     {'C', "co-elute"},
     {'D', "datapath"},
@@ -46,8 +47,8 @@ inline constexpr std::array<OptionLetter, 20> OptionLetters = {{
 UserParameters ReadCommandLine(int argc, const char* const* argv,
                                NoticeTaker notice = TakeSilently);
 
-/// The table of these arguments. A lone argument is a data path, whatever it looks like; a repeated
-/// option keeps its last value; no arguments give an empty table.
+/// The table of these arguments. A single argument is a data path, whatever it looks like; a
+/// repeated option keeps its last value; without arguments the table is empty.
 ParameterTable ParseCommandLine(int argc, const char* const* argv);
 
 /// Writes the usage text, with every option, its default and its comment, to standard output.

@@ -10,7 +10,7 @@
 namespace tarvek {
 namespace {
 
-// Editors of Windows put it before the first line of a UTF-8 text.
+// Windows editors write it before the first line of a UTF-8 text.
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 constexpr std::array<std::string_view, 4> kEndings = {".cfg", ".para", ".params", ".ini"};
@@ -33,7 +33,7 @@ bool IsParameterFile(std::string_view path) {
 }
 
 ParameterTable ReadParameterTable(const std::string& path) {
-  // No purpose word: the message of a failure has two blanks before "File".
+  // Without a purpose word: the message of a failure has two blanks before "File".
   File file = OpenFile(path, "r", "");
   LineReader reader(file);
   ParameterTable table;

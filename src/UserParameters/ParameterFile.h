@@ -1,7 +1,7 @@
 // UserParameters/ParameterFile.h: parameters from a file of "key = value" lines.
 // Does:     reads the lines into a table; "#" starts a comment, lines that begin with ";" or "["
-//           are skipped, a key that occurs twice keeps its last value. A byte order mark before
-//           the first line is skipped, too.
+//           are skipped, a repeated key keeps its last value. Also skips a byte order mark before
+//           the first line.
 // Throws:   the character string "Unexpected INI format!", the message of OpenFile, and what
 //           CompleteParameters throws.
 // Not here: which keys exist and what they mean (UserParameters.h).
@@ -14,11 +14,11 @@
 
 namespace tarvek {
 
-/// Whether the program takes a lone argument for a parameter file: by its ending, in any case.
+/// Whether a single argument is a parameter file: by its extension, in any case.
 bool IsParameterFile(std::string_view path);
 
-/// The table of the parameter file path. An isotope table of the default name is left out: the
-/// template names it, so that it is no choice of the user's.
+/// The table of the parameter file path, without an isotope table of the default name: the template
+/// contains that name, so the user did not choose it.
 ParameterTable ReadParameterTable(const std::string& path);
 
 /// The validated record of the parameter file path, echoed as notices.

@@ -29,7 +29,7 @@ constexpr std::string_view kMarsModelComment =
     "\t\t# 250: QE data set 2, 9 features;\n"
     "\t\t# 1024: 9 features [Experimental].";
 
-// "key = default", then the comment of the key, a line each.
+// Appends a line "key = default" and the comment of the key.
 void AppendEntry(std::string& text, const std::string& key, ParameterTable& defaults) {
   text += key + " = " + defaults[key] + "\n";
   text.append(ParameterComment(key)).append("\n");
@@ -38,7 +38,7 @@ void AppendEntry(std::string& text, const std::string& key, ParameterTable& defa
 std::set<std::string> AdvancedKeys() {
   std::set<std::string> keys;
   for (const auto& option : OptionLetters) keys.emplace(option.m_key);
-  keys.erase("datapath");  // among the basic ones, numbered
+  keys.erase("datapath");  // belongs to the basic keys, numbered
   return keys;
 }
 
@@ -107,7 +107,7 @@ std::string TemplateText() {
 void WriteParameterTemplate(const LocalTime& time) {
   const std::string name = TemplateFileName(time);
   if (FileExists(name)) return;
-  // No purpose word: the message of a failure has two blanks before "File".
+  // Without a purpose word: the message of a failure has two blanks before "File".
   OutputFile file(name, "w", "");
   file.Write(TemplateText());
   file.Close();

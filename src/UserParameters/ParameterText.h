@@ -20,7 +20,7 @@ struct KeyComment {
   std::string_view m_comment;  // without the line feed of its last line
 };
 
-/// The comments of the keys, worded as in users' files.
+/// The comments of the keys, worded as in the files that users have.
 extern const std::array<KeyComment, 20> ParameterComments;
 
 /// The comment of key; empty when it has none.
@@ -29,14 +29,13 @@ std::string_view ParameterComment(std::string_view key);
 /// Name of the template written at time: the date and time as numbers without leading zeros.
 std::string TemplateFileName(const LocalTime& time);
 
-/// The content of the template.
+/// The contents of the template.
 std::string TemplateText();
 
-/// Writes the template into the current directory, under the name for time. A file of that name is
-/// left alone.
+/// Writes the template for time into the current directory. Leaves an existing file alone.
 void WriteParameterTemplate(const LocalTime& time = CurrentLocalTime());
 
-/// Gives notice of every parameter of record, numbered, one notice a line.
+/// Gives one numbered notice for every parameter of record.
 void EchoParameters(const UserParameters& record, NoticeTaker notice);
 
 }  // namespace tarvek

@@ -16,7 +16,7 @@ namespace {
 
 constexpr const char* kIpvFileKey = "ipv_file";
 
-// A key with the field that it sets.
+// A key and the field that it sets.
 struct KeyField {
   const char* m_key;
   std::variant<bool UserParameters::*, std::int32_t UserParameters::*, double UserParameters::*,
@@ -25,7 +25,7 @@ struct KeyField {
 };
 
 // The keys are frozen, see docs/frozen-names.md.
-// Taken in this order: of several values that are wrong the first is the one that is named.
+// Applied in this order: the first wrong value is the one in the message.
 constexpr std::array<KeyField, 20> kFields = {{
     {"rewrite_files", &UserParameters::m_rewrite_files},
     {"co-elute", &UserParameters::m_co_elute},
@@ -52,11 +52,11 @@ constexpr std::array<KeyField, 20> kFields = {{
 constexpr const char* kDataNumberKey = "datanum";
 constexpr const char* kDataPathKey = "datapath";
 
-// Decimals of a real in the text form, as "%f" has them.
+// Decimals of a real in the text form, like those of "%f".
 constexpr int kTextDecimals = 6;
 // Decimals that a written peak line may have.
 constexpr std::int32_t kMaxDigits = 9;
-// The tolerance that widens the candidate window is that of this m/z.
+// The candidate window is widened by the tolerance at this m/z.
 constexpr double kWidestToleranceMz = 15000.0;
 // MS1 peaks are searched this far beyond the isolation width, in m/z.
 constexpr double kCandidateMarginMz = 1.0;
@@ -91,7 +91,7 @@ std::int32_t ChargeLimit(std::string_view text) {
 }
 
 // The form is "2t6". The text form of a record has "2" between the limits (see ToParameterTable),
-// so an unedited template is refused here.
+// so this rejects an unedited template.
 void ApplyChargeRange(UserParameters& record, const ParameterTable& table) {
   const auto entry = table.find(kChargeRangeKey);
   if (entry == table.end()) return;
@@ -103,7 +103,7 @@ void ApplyChargeRange(UserParameters& record, const ParameterTable& table) {
   record.m_charge_max = ChargeLimit(value.substr(middle + 1));
 }
 
-// datanum counts the paths that are taken; with 0 of them those that are there come to nothing.
+// datanum is the number of paths to use; 0 hides all of them.
 void WarnOfHiddenDataPaths(const ParameterTable& table, NoticeTaker notice) {
   if (!table.contains(kDataNumberKey) || !DataPathCandidates(table).empty()) return;
   std::string paths;
@@ -126,7 +126,7 @@ void ApplyDataPaths(UserParameters& record, const ParameterTable& table, NoticeT
   WarnOfHiddenDataPaths(table, notice);
 }
 
-// Where the ending of a file name begins. A packed file has two, "mzML.gz".
+// Where the extension of a file name begins. A packed file has a double one, "mzML.gz".
 std::size_t EndingOf(const std::string& name) {
   if (const InputFormat* const packed = PackedFormatOf(name))
     return TrimRight(name).size() - packed->m_packed_ending.size();
@@ -253,7 +253,7 @@ void SetCurrentFile(UserParameters& record, const std::string& path) {
   record.m_current_basename = record.m_current_filename.substr(0, i_dot);
   record.m_current_ext = record.m_current_filename.substr(i_dot + 1);
   if (!record.m_outputpath_follows_input) return;
-  // Nothing stands before the separator of a file in the root; its outputs belong there too.
+  // The directory text of a file in the root is empty; its outputs also belong in the root.
   const bool in_root = record.m_current_dir.empty();
   record.m_outputpath = in_root ? std::string(1, kPathSeparator) : record.m_current_dir;
 }

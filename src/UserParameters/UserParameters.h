@@ -1,6 +1,6 @@
 // UserParameters/UserParameters.h: every setting of a run in one record.
-// Does:     defaults, a key-to-value table applied or taken, range checks, derived values, the
-//           directories of outputs and log, and the fields of the file now being processed.
+// Does:     holds defaults, applies and returns key-to-value tables, checks ranges, derives values,
+//           makes the directories of outputs and log, and holds the fields of the current file.
 // Owns:     its texts; it is copied by value.
 // Throws:   a character string (charge range, missing data path, digit ranges) or a std::string
 //           (missing numbered data path, conversions, directories); each is the whole message.
@@ -43,11 +43,11 @@ struct UserParameters {
   double m_isolation_width = 2.0;     // m/z
   double m_recalibrate_window = 7.0;  // ppm
   double m_mstol = 20.0;              // ppm, or m/z when m_mstolppm is false
-  std::string m_logfilepath;          // MakeLogDirectory gives it a value
+  std::string m_logfilepath;          // set by MakeLogDirectory
   std::string m_ipv_file = kDefaultIpvFile;
-  bool m_ipv_file_is_given = false;  // by the table, be it the default one
+  bool m_ipv_file_is_given = false;  // by the table, even as the default value
   std::string m_input_format = "raw";
-  std::string m_outputpath;  // empty: that of each input file, which SetCurrentFile puts here
+  std::string m_outputpath;  // empty: SetCurrentFile sets it to that of each input file
   std::vector<std::string> m_datapaths;
   bool m_cluster_ms2 = false;  // groups near-identical MS2 scans first; no key sets it
 
@@ -57,27 +57,27 @@ struct UserParameters {
   double m_extended_halfwidth = 3.5;        // m/z, widened by the mass tolerance; likewise
   bool m_outputpath_follows_input = false;  // MakeOutputDirectory
 
-  // The file in work, set by SetCurrentFile.
+  // The current file, set by SetCurrentFile.
   std::string m_current_file;
   std::string m_current_dir;
   std::string m_current_filename;
   std::string m_current_basename;
-  std::string m_current_ext;  // without the dot; "mzML.gz" of a packed file
+  std::string m_current_ext;  // without the dot; "mzML.gz" for a packed file
 };
 
-/// Overwrites every field whose key is in table; unknown keys are ignored. Data paths that name
-/// neither a file nor a directory are dropped with a notice of kWarn; so are, together, those that a
+/// Overwrites every field that has a key in table; ignores unknown keys. Drops data paths that are
+/// neither a file nor a directory with a notice of kWarn for each; with one notice those that a
 /// datanum of 0 hides.
 void ApplyParameterTable(UserParameters& record, const ParameterTable& table,
                          NoticeTaker notice = TakeSilently);
 
-/// The data paths of table as they are given, not yet looked up.
+/// The data paths in table, unchecked.
 std::vector<std::string> DataPathCandidates(const ParameterTable& table);
 
-/// The text form of every setting, as the echo, the template and the usage text show it.
+/// The text form of every setting for the echo, the template and the usage text.
 ParameterTable ToParameterTable(const UserParameters& record);
 
-/// Throws when digits are out of their range.
+/// Throws when a number of digits is out of range.
 void Validate(const UserParameters& record);
 
 /// Computes m_peak_format and the half-widths from settings that are valid.
@@ -86,18 +86,19 @@ void DeriveValues(UserParameters& record);
 /// Computes m_candidate_halfwidth and m_extended_halfwidth; part of DeriveValues.
 void DeriveHalfWidths(UserParameters& record);
 
-/// Makes the output directory where the settings name one; else the outputs follow the input.
+/// Makes the output directory when the settings name one; otherwise the outputs go next to the
+/// input.
 void MakeOutputDirectory(UserParameters& record);
 
-/// Decides on the directory of the log and makes it.
+/// Chooses the directory of the log and makes it.
 void MakeLogDirectory(UserParameters& record);
 
-/// The record of a run: the defaults with table applied, echoed as notices, then the steps above in
-/// their order. Throws what those steps throw.
+/// The record of a run: applies table to the defaults, echoes them as notices, then takes the steps
+/// above in order and throws what they throw.
 UserParameters CompleteParameters(const ParameterTable& table, NoticeTaker notice = TakeSilently);
 
-/// Fills the m_current_* fields from path, and m_outputpath when it follows the input. The file
-/// name must contain a dot. The base name of a packed file is that of the file in it: "run" of
+/// Sets the m_current_* fields from path, and m_outputpath when it follows the input. The file name
+/// must contain a dot. The base name of a packed file is that of its contents: "run" for
 /// "run.mzML.gz".
 void SetCurrentFile(UserParameters& record, const std::string& path);
 

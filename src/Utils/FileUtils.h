@@ -1,7 +1,7 @@
 // Utils/FileUtils.h: files, directories and paths, with the messages of their failures.
 // Does:     opens, tests, deletes, renames and lists; joins and cuts paths.
-// Throws:   a std::string with the stated message.
-// Not here: what is in a file; how an operating system does it (Platform.h).
+// Throws:   a std::string with the message that each function names.
+// Not here: file contents; what differs between operating systems (Platform.h).
 #pragma once
 
 #include <cstddef>
@@ -15,14 +15,15 @@
 
 namespace tarvek {
 
-/// Both characters separate the parts of a path that we read.
+/// Both characters separate the parts of a path when we read one.
 inline constexpr std::string_view kSeparators = "\\/";
 
 /// Opens path with a C stdio mode. Throws "Cannot open " + kind + " File, Path: " + path.
 File OpenFile(const std::string& path, std::string_view mode, const std::string& kind);
 
-/// Takes path for this run, so that no second one writes it; path is made when it is missing. Holds
-/// nothing where locks are not to be had. Throws "Another run is writing " + path + advice.
+/// Locks path for this run so that no second run writes it; creates path when it is missing. The
+/// lock holds nothing where the system has no locks. Throws "Another run is writing " + path +
+/// advice.
 FileLock LockFile(const std::string& path);
 
 /// The same for an output that is written as path until it is complete: the message names output.
@@ -49,19 +50,19 @@ std::string DirectoryOf(const std::string& path);
 /// The last part of a path, all of it when there is no separator. It borrows from path.
 std::string_view FileNameOf(std::string_view path);
 
-/// What stands before the last part: "." when there is no separator, the root for what lies in it.
-/// Unlike DirectoryOf it looks at the text alone.
+/// The path before its last part: "." when it has no separator, the root for a file in the root.
+/// Unlike DirectoryOf it looks only at the text.
 std::string FolderOf(std::string_view path);
 
-/// The parts with one separator between them, trailing separators of each part removed first; an
-/// empty first part adds nothing, a first part of separators alone stays a root.
+/// Joins the parts with one separator between them, after removing each part's trailing separators.
+/// An empty first part adds nothing; a first part of separators only stays a root.
 std::string JoinPath(std::initializer_list<std::string_view> parts);
 
 /// path without its trailing separators.
 std::string WithoutTrailingSeparators(std::string_view path);
 
-/// Makes a directory and its missing parents; path is first trimmed of blanks and trailing
-/// separators. Throws "Can not make the directory: " + path.
+/// Makes a directory and its missing parents. Trims blanks and trailing separators from path first.
+/// Throws "Can not make the directory: " + path.
 void MakeDirectory(std::string_view path);
 
 /// Deletes path when it is there and no directory, readable or not. Throws "Cannot delete file: " + path.
@@ -77,10 +78,10 @@ void SyncFolderOf(const std::string& path);
 /// Moves an open file to its first byte. Throws "Cannot relocate to 0 in " + name.
 void RewindFile(const std::string& name, File& file);
 
-/// The input files that a path stands for: the path itself when it is a file of extension ext (dot
-/// included, letter case ignored), else the files of that extension in the directory path, as the
-/// system lists them, names with a leading "." left out. Empty for anything else.
-/// Throws "Cannot open File: " + path when a directory cannot be listed.
+/// The input files for path: path itself when it is a file with extension ext (with its dot, letter
+/// case ignored); for a directory, its files with that extension in the order in which the system
+/// lists them, without names that begin with "."; otherwise empty. Throws "Cannot open File: " +
+/// path when a directory cannot be listed.
 std::vector<std::string> ListFiles(const std::string& path, std::string_view ext);
 
 /// The same for files of any of several extensions, in one list.

@@ -24,8 +24,8 @@ class LineReader {
   /// The next piece, valid until the next call; false at the end of the file.
   bool ReadPiece(std::string_view& piece);
 
-  /// The bytes read from the file that follow the last piece; may be empty, or end inside a line.
-  /// Lines taken from them are to be skipped, whole.
+  /// The bytes read from the file after the last piece; may be empty, or end inside a line. Skip
+  /// whole lines that you take from them.
   [[nodiscard]] std::string_view Ahead() const noexcept { return m_bytes.View(); }
   void Skip(std::size_t size) noexcept { m_bytes.Consume(size); }
 
@@ -38,7 +38,7 @@ class LineReader {
 
   ReadAhead m_bytes;
   bool m_at_end = false;
-  bool m_has_nul = false;  // somewhere in what was read ahead
+  bool m_has_nul = false;  // somewhere in the bytes read ahead
 };
 
 }  // namespace tarvek

@@ -28,7 +28,7 @@ inline void PutReal(std::string& bytes, double value) {
   PutLittleEndian(bytes, std::bit_cast<std::uint64_t>(value));
 }
 
-/// The number that begins at bytes; as many bytes are there as it has.
+/// The number at bytes, which must hold at least sizeof(Unsigned) bytes.
 template <class Unsigned>
 Unsigned LittleEndianAt(const char* bytes) {
   Unsigned value = 0;

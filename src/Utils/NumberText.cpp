@@ -48,7 +48,7 @@ constexpr std::array<double, 23> kExactPowers = {1e0,  1e1,  1e2,  1e3,  1e4,  1
                                                  1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
                                                  1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
-// Whether text is a plain decimal up to its end or to a blank. False for every other form.
+// Whether text is a plain decimal up to its end or to a blank.
 bool ScanPlainDecimal(std::string_view text, double& value) {
   const char* const last = text.data() + text.size();
   const char* const p = ReadPlainDecimal(text.data(), last, value);
@@ -56,7 +56,7 @@ bool ScanPlainDecimal(std::string_view text, double& value) {
 }
 
 // Whether a number that from_chars calls out of range is too large (true) or too small (false): the
-// decimal (or binary) exponent of its first digit that is not zero decides.
+// decimal (or binary) exponent of its first nonzero digit decides.
 bool IsOverflow(std::string_view number, bool hexadecimal) {
   const std::size_t exponent_at = number.find_first_of(hexadecimal ? "pP" : "eE");
   const std::string_view mantissa = number.substr(0, exponent_at);
@@ -83,7 +83,7 @@ ScannedNumber<double> ScanAnyReal(std::string_view text) {
     const bool subnormal = value != 0.0 && value < std::numeric_limits<double>::min();
     return {value, subnormal ? NumberStatus::kOutOfRange : NumberStatus::kOk};
   }
-  if (result.ec != std::errc::result_out_of_range)  // "0xg" still holds the number 0
+  if (result.ec != std::errc::result_out_of_range)  // "0xg" still contains the number 0
     return hexadecimal ? ScannedNumber<double>{0.0, NumberStatus::kOk} : ScannedNumber<double>{};
   const std::string_view taken(number.data(), static_cast<std::size_t>(result.ptr - number.data()));
   const bool overflow = IsOverflow(taken, hexadecimal);
@@ -128,8 +128,8 @@ std::size_t DigitCount(std::uint64_t value) {
 
 constexpr std::uint64_t kEightDigits = 100'000'000;
 
-// The eight digits of value, which is below kEightDigits, one in each byte, the first in the lowest:
-// halves, quarters and single digits are divided off in all places at once.
+// The eight digits of value, which is below kEightDigits, one per byte, the first in the lowest
+// byte. Splits halves, quarters and single digits in all positions at once.
 [[gnu::always_inline]] inline std::uint64_t DigitBytes(std::uint64_t value) {
   const std::uint64_t halves = value / 10000 + ((value % 10000) << 32);
   const std::uint64_t hundreds = ((halves * 10486) >> 20) & 0x0000007F0000007F;
@@ -140,8 +140,8 @@ constexpr std::uint64_t kEightDigits = 100'000'000;
 
 constexpr std::uint64_t kZeroCharacters = 0x3030303030303030;
 
-// What WriteScaled writes, where integer is below kEightDigits; fraction has that many decimals. Writes
-// up to eight characters beyond the end.
+// Does the work of WriteScaled for an integer below kEightDigits; fraction has that many decimals.
+// Writes up to eight characters beyond the end.
 template <std::size_t decimals>
 char* WriteShort(char* out, std::uint64_t integer, std::uint64_t fraction) {
   static_assert(std::endian::native == std::endian::little && decimals <= 8);
@@ -158,7 +158,7 @@ char* WriteShort(char* out, std::uint64_t integer, std::uint64_t fraction) {
   return out + decimals;
 }
 
-// scaled / 10^decimals; a template so that the division is by a constant.
+// Writes scaled / 10^decimals; a template so that the division is by a constant.
 template <std::size_t decimals>
 char* WriteScaled(char* out, std::uint64_t scaled) {
   const std::uint64_t integer = scaled / kPowersOfTen[decimals];
@@ -178,8 +178,8 @@ constexpr std::array<ScaledWriter, 10> kScaledWriters = {
     &WriteScaled<0>, &WriteScaled<1>, &WriteScaled<2>, &WriteScaled<3>, &WriteScaled<4>,
     &WriteScaled<5>, &WriteScaled<6>, &WriteScaled<7>, &WriteScaled<8>, &WriteScaled<9>};
 
-// |value| x 10^decimals rounded to the nearest integer, where one multiplication decides it: below
-// 2^40 the product is off by less than 2^-13, so only near a half could the rounding go wrong.
+// Rounds |value| x 10^decimals to the nearest integer where one multiplication decides it: below
+// 2^40 the product is off by less than 2^-13, so only near a half could it round wrong.
 bool ScaleByProduct(double value, int decimals, std::uint64_t& scaled) {
   constexpr double kLimit = 1099511627776.0;  // 2^40
   constexpr double kNearHalf = 1e-3;
@@ -209,9 +209,9 @@ bool ScaleExactly(double value, int decimals, std::uint64_t& scaled) {
   return true;
 }
 
-// Makes value the number that reading its text of so many decimals gives, and scaled its digits: an
-// integer below 2^53 and an exact power of ten make one division correctly rounded, as reading is.
-// False, and value as it was, where that is not so.
+// Rounds value to what its text with that many decimals reads back as, and sets scaled to the
+// digits of that text. One division rounds as reading does when the integer is below 2^53 and the
+// power of ten is exact. Otherwise returns false and leaves value alone.
 bool RoundByScale(double& value, int decimals, std::uint64_t& scaled) {
   constexpr std::uint64_t kExactLimit = std::uint64_t{1} << 53;
   if (!ScaleByProduct(value, decimals, scaled) && !ScaleExactly(value, decimals, scaled))
@@ -224,8 +224,8 @@ bool RoundByScale(double& value, int decimals, std::uint64_t& scaled) {
 
 }  // namespace
 
-// When the digits make an integer below 2^53 and the power of ten is exact, one division gives the
-// correctly rounded value.
+// One division rounds correctly when the digits make an integer below 2^53 and the power of ten is
+// exact.
 const char* ReadPlainDecimal(const char* first, const char* last, double& value) {
   constexpr std::uint64_t kExactLimit = std::uint64_t{1} << 53;
   constexpr std::ptrdiff_t kMaxDigits = 18;  // cannot overflow 64 bits

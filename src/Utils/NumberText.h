@@ -2,7 +2,7 @@
 // Does:     reads numbers as strtod and strtol do in the "C" locale; writes them as printf does.
 // Throws:   StringToInt and StringToDouble a std::string with the parameter's name; the rest
 //           nothing.
-// Not here: which field of which line a number is in.
+// Not here: where in a file a number comes from.
 #pragma once
 
 #include <cstddef>
@@ -15,8 +15,8 @@ namespace tarvek {
 
 enum class NumberStatus { kOk, kNoDigits, kOutOfRange };
 
-/// A number read from the front of a text. m_value is 0 without digits; out of range it is what
-/// strtod gives (plus or minus infinity, or 0 or the nearest subnormal), or the nearest 32-bit
+/// A number read from the start of a text. Without digits m_value is 0. Out of range it is what
+/// strtod returns (plus or minus infinity, 0 or the nearest subnormal), or the nearest 32-bit
 /// limit.
 template <class Number>
 struct ScannedNumber {
@@ -32,15 +32,14 @@ ScannedNumber<double> ScanReal(std::string_view text);
 ScannedNumber<std::int32_t> ScanInteger(std::string_view text);
 ScannedNumber<std::int64_t> ScanInteger64(std::string_view text);
 
-/// Reads a plain decimal ("512.34567", "20", ".5") at first and returns where it ends, or null when
-/// the text there has another form or more digits than are exact this way; ScanReal reads every
-/// form.
+/// Reads a plain decimal ("512.34567", "20", ".5") at first and returns its end. Returns null for
+/// any other form and for more digits than this method reads exactly; ScanReal reads every form.
 const char* ReadPlainDecimal(const char* first, const char* last, double& value);
 
-/// What ScanReal reads; nothing when there are no digits or the number is not finite.
+/// What ScanReal reads; std::nullopt when there are no digits or the number is not finite.
 std::optional<double> FiniteReal(std::string_view text);
 
-/// Lenient forms: a text that is no number reads as 0.
+/// Lenient forms: text that is not a number reads as 0.
 double ParseReal(std::string_view text);
 std::int32_t ParseInteger(std::string_view text);
 
@@ -56,11 +55,11 @@ inline constexpr std::size_t kMaxFixedText = 330;
 /// final NUL, and returns the end of what it wrote. out: room for kMaxFixedText characters.
 char* WriteFixed(char* out, double value, int decimals);
 
-/// Writes what WriteFixed writes, and makes value the number that reading it gives.
+/// Writes what WriteFixed writes, and sets value to the number that the text reads back as.
 char* WriteRounded(char* out, double& value, int decimals);
 
-/// Writes digits with a point before the last of them, 1234 with two decimals as "12.34", and returns
-/// the end; needs as much room as WriteFixed.
+/// Writes digits with a decimal point (1234 with two decimals gives "12.34") and returns the end;
+/// needs as much room as WriteFixed.
 using ScaledWriter = char* (*)(char* out, std::uint64_t digits);
 ScaledWriter ScaledWriterFor(int decimals);
 
@@ -70,13 +69,13 @@ void AppendFixed(std::string& text, double value, int decimals);
 /// What WriteFixed writes.
 std::string Fixed(double value, int decimals);
 
-/// The number that reading what WriteFixed writes gives.
+/// value after WriteFixed writes it and a reader reads it back.
 double Rounded(double value, int decimals);
 
-/// Appends the shortest decimal text that reads back as value, which is finite.
+/// Appends the shortest decimal text that reads back as value, which must be finite.
 void AppendExactReal(std::string& text, double value);
 
-/// What AppendExactReal appends.
+/// The text that AppendExactReal appends.
 std::string ExactText(double value);
 
 /// Appends value in decimal.

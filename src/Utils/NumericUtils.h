@@ -1,7 +1,6 @@
 // Utils/NumericUtils.h: small numeric kernels over spans.
-// Does:     pure functions; the order of every sum is the order of the values and part of the
-//           result.
-// Throws:   nothing; a corner case returns the fallback that its comment states.
+// Does:     pure functions; each sum adds the values in their order, which affects the result.
+// Throws:   nothing; in a corner case each returns the fallback that its comment names.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +16,7 @@ double CosineSimilarity(std::span<const double> a, std::span<const double> b);
 /// S2 = sum w x^2. 0 when there are no values or W is at most 1e-6. Checks that the lengths agree.
 double WeightedStdDev(std::span<const double> values, std::span<const double> weights);
 
-/// value without its fraction, held inside the 64-bit range; 0 for NaN.
+/// value without its fraction, clamped to the 64-bit range; 0 for NaN.
 std::int64_t TruncateToInt64(double value);
 
 }  // namespace tarvek

@@ -5,7 +5,7 @@
 namespace tarvek {
 namespace {
 
-// Large enough that the cost of a system call vanishes, small enough for a dozen open files.
+// Large enough to hide the cost of a system call, small enough for a dozen open files.
 constexpr std::size_t kFlushBytes = std::size_t{1} << 18;
 
 }  // namespace

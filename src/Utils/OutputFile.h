@@ -26,9 +26,9 @@ class OutputFile {
   void Write(std::string_view bytes);
   void Flush();
 
-  /// Flushes, overwrites the first bytes of the file, and flushes again. Throws also
-  /// "Cannot relocate to 0 in " + path. Nothing may be written afterwards, except when bytes is
-  /// empty and so was the file: that only tells whether the start can be reached.
+  /// Flushes, overwrites the first bytes of the file, and flushes again. Also throws "Cannot
+  /// relocate to 0 in " + path. Write nothing afterwards, with one exception: empty bytes on an
+  /// empty file only check that the file can be repositioned.
   void OverwriteStart(std::string_view bytes);
 
   /// Flushes and has the system store the bytes: File::Sync.

@@ -1,4 +1,4 @@
-// What is the same on every system.
+// The code that all systems share.
 #include "Platform.h"
 
 #include <array>
@@ -69,7 +69,7 @@ ChildProcess::ChildProcess(ChildProcess&& other) noexcept
 
 ChildProcess::~ChildProcess() { static_cast<void>(Wait()); }
 
-// Byte by byte, since fgets does not say where a line with a NUL byte ends.
+// Byte by byte, because fgets does not say where a line with a NUL byte ends.
 bool ChildProcess::ReadLine(std::string& line) {
   line.clear();
   while (line.size() < kMaxPieceBytes) {

@@ -1,8 +1,7 @@
 // Utils/Platform.h: everything that differs between operating systems.
-// Does:     declares files, directories, clocks and process facts. Platform.cpp holds what is equal
-//           on every system; CMake adds the Platform_*.cpp of the one it builds for.
-// Owns:     a File owns its descriptor and closes it when destroyed; a FileLock gives its file
-//           back.
+// Does:     declares files, directories, clocks and process facts. Platform.cpp holds the code that
+//           all systems share; CMake adds the Platform_*.cpp of its target system.
+// Owns:     a File owns its descriptor and closes it when destroyed; a FileLock unlocks its file.
 // Throws:   File::Read a std::string naming the path; the rest reports by its return value.
 // Not here: message texts of a failed open, rename, ... (FileUtils.h). Paths are UTF-8 throughout.
 #pragma once
@@ -24,25 +23,25 @@ namespace tarvek {
 /// returns what body returns. The one thing that a main function does.
 int CallMain(int argc, const char* const* argv, int (*body)(int, const char* const*));
 
-/// The value of an environment variable, nothing when there is none of this name.
+/// The value of an environment variable; std::nullopt when it is not set.
 std::optional<std::string> EnvironmentVariable(const std::string& name);
 
-/// Gives this process, and those that it starts from now on, an environment variable.
+/// Sets an environment variable for this process and for those that it starts from now on.
 [[nodiscard]] bool SetEnvironment(const std::string& name, const std::string& value) noexcept;
 
-/// text in double quotes for the system's shell, which hands it on to a program unchanged.
+/// text in double quotes, so that the system's shell passes it unchanged to a program.
 std::string QuotedForShell(std::string_view text);
 
-/// What the file name of a program ends in on this system; may be empty.
+/// The extension of program files on this system; may be empty.
 extern const std::string_view kProgramEnding;
 
-/// Written between the parts of a path that we build; both '\' and '/' are accepted when reading.
+/// Goes between the parts of a path that we build; when reading we accept both '\' and '/'.
 extern const char kPathSeparator;
 
 /// Whether two file names that differ only in the case of their letters name one file.
 extern const bool kFileNamesIgnoreCase;
 
-/// What stands between the directories of the environment variable PATH.
+/// Separates the directories in the environment variable PATH.
 extern const std::string_view kSearchPathSeparator;
 
 /// Which file of the system it is, by whatever name: equal for one file, different for two that are
@@ -96,7 +95,7 @@ class File {
   /// Moves to a byte offset from the start; false on failure.
   [[nodiscard]] bool Seek(std::int64_t offset_bytes) noexcept;
 
-  /// Size in bytes; 0 when it has none, as a pipe.
+  /// Size in bytes; 0 for a file without a size, such as a pipe.
   [[nodiscard]] std::int64_t SizeBytes() const noexcept;
 
   /// As IdentityAt.
@@ -117,26 +116,26 @@ class File {
   std::string m_path;
 };
 
-/// A file that one holder at a time may take. Nobody is kept from reading, writing, renaming or
-/// deleting it: the lock only answers others who ask for it in the same manner. It goes with the
-/// file when that is renamed, and the system gives it back when the process ends in whatever way.
-/// On a network file system it reaches as far as the server keeps locks for all its machines.
+/// A lock that one holder at a time can have on a file. It is advisory: everyone can still read,
+/// write, rename or delete the file; only another FileLock sees it. It stays with the file through
+/// a rename, and the system releases it when the process ends, however it ends. On a network file
+/// system it works as far as the server shares locks between machines.
 class FileLock {
  public:
   FileLock() noexcept = default;  // holds nothing
 
-  /// Takes the file at path, which is made when it is missing and left as it is otherwise. Never
-  /// waits. Holds nothing when another holder has the file, and also when it cannot be opened, is
-  /// no regular file, or lies where the system has no locks or cannot tell one file from another.
+  /// Locks the file at path; creates it when missing, otherwise leaves its contents alone. Never
+  /// waits. Holds nothing when another holder has the file, and also when the file cannot be
+  /// opened, is not a regular file, or is where the system has no locks or cannot tell files apart.
   static FileLock Take(const std::string& path);
 
   [[nodiscard]] bool IsHeld() const noexcept { return m_file.IsOpen(); }
 
-  /// Whether another holder was the reason that Take got nothing.
+  /// Whether Take got no lock because another holder has the file.
   [[nodiscard]] bool IsHeldElsewhere() const noexcept { return m_is_held_elsewhere; }
 
  private:
-  /// One try; nothing when path did not lead to the locked file any more.
+  /// One try; std::nullopt when path no longer led to the locked file.
   static std::optional<FileLock> TryTake(const std::string& path);
 
   File m_file;
@@ -154,12 +153,12 @@ bool SyncsFiles();
 /// True when path can be opened as a directory for listing.
 bool IsDirectory(const std::string& path);
 
-/// The names in a directory in the order in which the system lists them, "." and ".." included or
-/// not as it pleases; nothing when the directory cannot be opened or read to its end.
+/// The names in a directory in the order in which the system lists them, with or without "." and
+/// ".."; std::nullopt when the directory cannot be opened or read to its end.
 std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& path);
 
-/// path from the root on, which need not exist; links in it stay. path itself when the system
-/// cannot tell.
+/// The absolute form of path, which need not exist; links stay unresolved. path itself when the
+/// system cannot say.
 std::string AbsolutePath(const std::string& path);
 
 /// Makes a directory and its missing parents; true when it exists afterwards.
@@ -167,11 +166,10 @@ std::string AbsolutePath(const std::string& path);
 
 [[nodiscard]] bool DeleteFileAt(const std::string& path) noexcept;
 
-/// Deletes a directory with everything in it, but not what a link in it leads to; false when
-/// anything is left.
+/// Deletes a directory and its contents, but follows no links; false when anything is left.
 [[nodiscard]] bool DeleteDirectoryTree(const std::string& path);
 
-/// Renames a file, replacing an existing one of the new name.
+/// Renames a file, replacing an existing one with the new name.
 [[nodiscard]] bool RenameFileAt(const std::string& from, const std::string& to) noexcept;
 
 /// The directory of the running program, without a trailing separator; empty when unknown.
@@ -189,37 +187,38 @@ struct LocalTime {
 };
 LocalTime CurrentLocalTime();
 
-/// time as C's asctime writes it, with its own end of line.
+/// time in the form of C's asctime, including the line feed.
 std::string AsctimeText(const LocalTime& time);
 
 /// Milliseconds on a clock that never goes back.
 std::int64_t MonotonicMilliseconds();
 
-/// Whether standard error is shown on a terminal.
+/// Whether standard error goes to a terminal.
 bool StandardErrorIsTerminal() noexcept;
 
-/// A child process whose output is read through a pipe.
+/// A child process that writes into a pipe, which we read.
 class ChildProcess {
  public:
   ChildProcess() noexcept = default;
   ChildProcess(ChildProcess&& other) noexcept;
   ChildProcess& operator=(ChildProcess&&) = delete;
-  ~ChildProcess();  // waits for the child when Wait was not reached
+  ~ChildProcess();  // waits for the child unless Wait already did
 
-  /// Starts a command line of the system's shell, whose standard output is read; the result is not
-  /// running on failure.
+  /// Runs a command line in the system's shell and reads its standard output. On failure
+  /// IsRunning() is false.
   static ChildProcess Start(const std::string& command_line);
 
-  /// Starts a program without the shell; the result is not running on failure, and Failure says why.
-  /// arguments: the program, then what it gets, unchanged. A program without a directory is looked
-  /// for in those of PATH; on Windows its ending may be left out. Its standard input is empty; both
-  /// its outputs are read. Windows gives batch files (.bat, .cmd) to its shell, which acts on '%'
-  /// and '"' and stops at the end of a line: a batch file with such an argument is not started.
+  /// Starts a program without the shell. On failure IsRunning() is false and Failure says why.
+  /// arguments: the program, then its arguments, passed unchanged. A program name without a
+  /// directory is looked up in PATH; on Windows its extension may be left out. Its standard input
+  /// is empty; both its outputs are read. Windows runs batch files (.bat, .cmd) in its shell, which
+  /// interprets '%' and '"' and stops at the end of a line: a batch file with such an argument is
+  /// not started.
   static ChildProcess Start(const std::vector<std::string>& arguments);
 
   [[nodiscard]] bool IsRunning() const noexcept { return m_pipe != nullptr; }
 
-  /// Why a program could not be started, as the system puts it.
+  /// Why the program could not be started, in the system's words.
   [[nodiscard]] const std::string& Failure() const noexcept { return m_failure; }
 
   /// The next line with its line feed, in pieces of at most 2047 bytes; false when nothing came.
@@ -228,24 +227,25 @@ class ChildProcess {
   /// Whether ReadLine stopped because the child closed its output.
   [[nodiscard]] bool AtEnd() const noexcept;
 
-  /// Waits for the child. 0 when it ended normally with status 0; not 0 also when a signal ended
-  /// it.
+  /// Waits for the child. Returns 0 only when it exited with status 0; a child that a signal ended
+  /// gives not 0.
   int Wait() noexcept;
 
  private:
   std::FILE* m_pipe = nullptr;
-  std::intptr_t m_process = 0;  // of the system; 0 for a command line of the shell
+  std::intptr_t m_process = 0;  // the system's handle; 0 for a shell command line
   std::string m_failure;
 };
 
-/// Connects those of standard input, output and error that are closed with the null device, so that
-/// no file is opened in their place and gets what is meant for the console. Called once, before
-/// anything is opened.
+/// Connects standard input, output and error to the null device where they are closed. Otherwise
+/// the next file we open would take their descriptor and get the console's text. Call it once,
+/// before anything is opened.
 void ConnectStandardStreams() noexcept;
 
-/// A program that runs beside this one, started without a shell. What it starts belongs to it: both
-/// are ended together, and neither sees a Ctrl-C that this process gets. What it leaves behind when
-/// it ends by itself is ended too, or asked to where the system lets one ask.
+/// A program that runs in parallel with this one, started without a shell. It forms a group with
+/// the processes that it starts: End ends them all, and a Ctrl-C that this process gets does not
+/// reach them. When it ends on its own, the processes that it leaves running are ended too, or
+/// asked to end where the system allows that.
 class BackgroundProcess {
  public:
   enum class Ending { kAsked, kForced };
@@ -253,39 +253,39 @@ class BackgroundProcess {
   BackgroundProcess() noexcept;
   BackgroundProcess(BackgroundProcess&& other) noexcept;
   BackgroundProcess& operator=(BackgroundProcess&&) = delete;
-  ~BackgroundProcess();  // forces the process to end when it runs, and waits for it
+  ~BackgroundProcess();  // forces a running process to end, and waits for it
 
-  /// arguments: the path of the program, then what it is given. Its standard input is empty; both
-  /// its outputs go to output_path, which is emptied first. It works in working_directory; where
-  /// that is given, the path of the program is an absolute one. Not running on failure.
+  /// arguments: the path of the program, then its arguments. Its standard input is empty; both its
+  /// outputs go to output_path, which is emptied first. It runs in working_directory; when that is
+  /// given, the program's path must be absolute. On failure IsRunning() is false.
   static BackgroundProcess Start(const std::vector<std::string>& arguments,
                                  const std::string& output_path,
                                  const std::string& working_directory = {});
 
-  /// Whether it was started and Poll has not yet told its end.
+  /// Whether it was started and Poll has not yet reported its end.
   [[nodiscard]] bool IsRunning() const noexcept { return m_state != nullptr; }
 
-  /// Once, when the process has ended: 0 when it ended normally with status 0, else not 0. Nothing
-  /// while it runs, and nothing afterwards.
+  /// Reports the end of the process, once: 0 when it exited with status 0, else not 0. std::nullopt
+  /// while it runs and after the end was reported.
   std::optional<int> Poll() noexcept;
 
-  /// Asks the process and what it started to end, or makes them.
+  /// Asks the process and those that it started to end, or kills them.
   void End(Ending ending) noexcept;
 
   /// Returns when one of processes may have ended, when a stop was requested, or after timeout_ms.
   static void WaitForAny(std::span<const BackgroundProcess> processes, int timeout_ms) noexcept;
 
  private:
-  struct State;  // of the system
+  struct State;  // differs between systems
   std::unique_ptr<State> m_state;
 };
 
-/// From now on Ctrl-C, and what else asks this process to end, is noted and does not end it.
+/// From now on Ctrl-C and other requests to end this process are only noted.
 void NoteStopRequests() noexcept;
 [[nodiscard]] bool StopRequested() noexcept;
 
-/// As long as it lives, a stop request is noted; at its end one that was noted ends this process as it
-/// would have at first, and later ones do so at once.
+/// Stop requests are only noted while this object lives. Its destructor ends the process when one
+/// was noted, as the request itself would have; later requests end it at once.
 class StopRequestsNoted {
  public:
   StopRequestsNoted() noexcept { NoteStopRequests(); }
@@ -294,8 +294,8 @@ class StopRequestsNoted {
   StopRequestsNoted& operator=(const StopRequestsNoted&) = delete;
 };
 
-/// A failed write (closed pipe, file-size limit) is to be an error that we report, not the signal
-/// that ends the process. Called once, before anything is written.
+/// Makes a failed write (closed pipe, file-size limit) an error that we report instead of a signal
+/// that ends the process. Call it once, before anything is written.
 void IgnoreWriteSignals() noexcept;
 
 }  // namespace tarvek

@@ -47,7 +47,7 @@ bool SyncDescriptor(int descriptor) noexcept {
   return true;
 }
 
-// 0, or the reason why the lock could not be had.
+// 0, or the reason why the lock failed.
 int TryLock(int descriptor) {
   while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0)
     if (errno != EINTR) return errno;
@@ -66,7 +66,7 @@ sigset_t SignalSet(std::initializer_list<int> signals) noexcept {
   return set;
 }
 
-/// How a child is started: with an empty standard input. Released when destroyed.
+/// The settings for starting a child, with an empty standard input. Released when destroyed.
 class SpawnSettings {
  public:
   SpawnSettings() {
@@ -90,7 +90,7 @@ class SpawnSettings {
     ::posix_spawn_file_actions_adddup2(&m_actions, descriptor, STDOUT_FILENO);
     ::posix_spawn_file_actions_adddup2(&m_actions, descriptor, STDERR_FILENO);
   }
-  /// Given after the outputs, whose paths count from the directory of this process. Empty: that one.
+  /// Call this after the outputs: their paths are relative to this process. Empty: stay there.
   void WorkIn(const std::string& directory) {
     if (!directory.empty()) ::posix_spawn_file_actions_addchdir_np(&m_actions, directory.c_str());
   }
@@ -105,7 +105,7 @@ class SpawnSettings {
   posix_spawnattr_t m_attributes{};
 };
 
-/// The words as a program gets them; they borrow from arguments.
+/// The arguments in the form of argv; they borrow from arguments.
 std::vector<char*> ArgumentPointers(const std::vector<std::string>& arguments) {
   std::vector<char*> words;
   words.reserve(arguments.size() + 1);
@@ -114,8 +114,8 @@ std::vector<char*> ArgumentPointers(const std::vector<std::string>& arguments) {
   return words;
 }
 
-/// Waits for a child that has ended or is about to, and gives its status; -1 for one that nobody
-/// knows any more.
+/// Waits for a child that has ended or is about to, and returns its status; -1 for a child that the
+/// system no longer knows.
 int Reap(pid_t child) noexcept {
   int status = 0;
   pid_t waited = 0;
@@ -133,7 +133,7 @@ const bool kFileNamesIgnoreCase = false;
 const std::string_view kSearchPathSeparator = ":";
 const std::string_view kProgramEnding;
 
-// Arguments are bytes here, UTF-8 wherever the user's locale is.
+// Arguments are bytes here, UTF-8 when the user's locale is.
 int CallMain(int argc, const char* const* argv, int (*body)(int, const char* const*)) {
   ConnectStandardStreams();
   IgnoreWriteSignals();
@@ -150,7 +150,7 @@ bool SetEnvironment(const std::string& name, const std::string& value) noexcept 
 }
 
 std::string QuotedForShell(std::string_view text) {
-  constexpr std::string_view kEscaped = "\"$`\\";  // the shell acts on these inside the quotes
+  constexpr std::string_view kEscaped = "\"$`\\";  // the shell interprets these inside quotes
   std::string quoted = "\"";
   for (const char c : text) {
     if (kEscaped.find(c) != std::string_view::npos) quoted += '\\';
@@ -313,7 +313,7 @@ LocalTime CurrentLocalTime() {
 
 bool StandardErrorIsTerminal() noexcept { return ::isatty(STDERR_FILENO) == 1; }
 
-// A parent may have left the end of child processes ignored; their status would be lost.
+// A parent may have left SIGCHLD ignored; then the child's status would be lost.
 ChildProcess ChildProcess::Start(const std::string& command_line) {
   std::signal(SIGCHLD, SIG_DFL);
   ChildProcess child;
@@ -321,8 +321,8 @@ ChildProcess ChildProcess::Start(const std::string& command_line) {
   return child;
 }
 
-// It stays in the process group, and so gets a Ctrl-C as this process does. No descriptor of the
-// pipe but its outputs is its own: the pipe would have no end.
+// The child stays in our process group, so a Ctrl-C reaches it too. Of the pipe it gets only its
+// two outputs: with another copy of the write end open, the reader would never see the end.
 ChildProcess ChildProcess::Start(const std::vector<std::string>& arguments) {
   std::signal(SIGCHLD, SIG_DFL);
   ChildProcess child;
@@ -354,8 +354,8 @@ int ChildProcess::Wait() noexcept {
   return Reap(static_cast<pid_t>(std::exchange(m_process, 0)));
 }
 
-// A new descriptor is always the lowest free one: the first that lies above the three says that
-// they are all there.
+// A new descriptor is always the lowest free one: once we get one above the three, all three are
+// taken.
 void ConnectStandardStreams() noexcept {
   int descriptor = 0;
   while (descriptor >= 0 && descriptor <= STDERR_FILENO) descriptor = ::open("/dev/null", O_RDWR);
@@ -363,7 +363,7 @@ void ConnectStandardStreams() noexcept {
 }
 
 struct BackgroundProcess::State {
-  pid_t m_leader;  // of a process group of its own
+  pid_t m_leader;  // of its own process group
 };
 
 namespace {
@@ -383,7 +383,7 @@ BackgroundProcess::~BackgroundProcess() {
   Reap(m_state->m_leader);
 }
 
-// The end of a child is to wait until WaitForAny asks for it, so its signal is held back.
+// SIGCHLD is blocked, so that the child's end waits until WaitForAny asks for it.
 BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& arguments,
                                            const std::string& output_path,
                                            const std::string& working_directory) {
@@ -403,9 +403,9 @@ BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& argum
   return process;
 }
 
-// A leader that crashed leaves the others of its group behind. They are asked, so that they remove
-// what they have not finished. Until somebody has waited for the leader, no other group gets its
-// number.
+// A leader that crashed leaves the other processes of its group running. They are asked to end so
+// that they can remove unfinished files. The group's number stays reserved until we wait for the
+// leader.
 std::optional<int> BackgroundProcess::Poll() noexcept {
   if (!IsRunning()) return std::nullopt;
   const pid_t leader = m_state->m_leader;
@@ -431,8 +431,7 @@ void BackgroundProcess::WaitForAny(std::span<const BackgroundProcess> /*processe
   ::sigtimedwait(&child_ended, nullptr, &timeout);  // a stop request interrupts it
 }
 
-// Signals that the one who started this process told it to ignore stay ignored (nohup, a shell's
-// background jobs).
+// Signals that our parent told us to ignore stay ignored (nohup, background jobs of a shell).
 void NoteStopRequests() noexcept {
   for (const int signal : kStopSignals) {
     struct sigaction action {};
@@ -452,7 +451,7 @@ StopRequestsNoted::~StopRequestsNoted() {
   if (stop_requested != 0) std::raise(stop_requested);
 }
 
-// Handlers that do nothing, rather than SIG_IGN, which child processes would inherit.
+// Handlers that do nothing, because child processes would inherit SIG_IGN.
 void IgnoreWriteSignals() noexcept {
   std::signal(SIGPIPE, [](int) {});
   std::signal(SIGXFSZ, [](int) {});

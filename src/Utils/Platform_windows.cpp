@@ -3,7 +3,7 @@
 #endif
 #define WIN32_LEAN_AND_MEAN
 #include <windows.h>
-// After windows.h, whose types they use.
+// After windows.h: these need its types.
 #include <fcntl.h>
 #include <io.h>
 #include <shellapi.h>
@@ -25,10 +25,10 @@
 namespace tarvek {
 namespace {
 
-constexpr std::size_t kMaxBlockBytes = std::size_t{1} << 30;  // of one _read or _write
+constexpr std::size_t kMaxBlockBytes = std::size_t{1} << 30;  // per _read or _write
 
-// Paths that are longer once they are full need the prefix that switches the limit of MAX_PATH off;
-// directories have a lower limit, which leaves room for a name of eight and three characters.
+// Paths that are longer than this in full form need the prefix that lifts the MAX_PATH limit. The
+// limit for directories is lower because it leaves room for an 8.3 name.
 constexpr std::size_t kMaxPlainPath = MAX_PATH - 13;
 constexpr std::wstring_view kLongPrefix = L"\\\\?\\";
 constexpr std::wstring_view kLongNetworkPrefix = L"\\\\?\\UNC\\";
@@ -50,7 +50,7 @@ std::string Utf8(std::wstring_view wide) {
   return utf8;
 }
 
-// The absolute path with '\' between its parts; path itself when the system cannot tell.
+// The absolute path with '\' between its parts; path itself when the system cannot say.
 std::wstring FullPath(const std::wstring& path) {
   const DWORD size = ::GetFullPathNameW(path.c_str(), 0, nullptr, nullptr);
   std::wstring full(size, L'\0');
@@ -67,8 +67,8 @@ std::wstring WithoutLengthLimit(const std::wstring& path) {
   return std::wstring(kLongPrefix) + full;
 }
 
-// A path for the system. "D:" is the root of the drive, as it is what is left of "D:\" without its
-// trailing separators; the system would take the current directory of that drive.
+// The form of a path that system calls take. "D:" becomes the root of the drive, because it is
+// "D:\" without its trailing separators; the system would take the drive's current directory.
 std::wstring SystemPath(std::string_view path) {
   std::wstring wide = Wide(path);
   if (wide.size() == 2 && wide.back() == L':') wide += L'\\';
@@ -80,10 +80,10 @@ constexpr DWORD kShareContent = FILE_SHARE_READ | FILE_SHARE_WRITE;
 struct FileMode {
   DWORD m_access = 0;
   DWORD m_disposition = 0;
-  DWORD m_share = 0;  // what others may do meanwhile
+  DWORD m_share = 0;  // what others may do while it is open
 };
 
-// A file that is written stays where it is until it is closed; one that is read may go.
+// A file open for writing cannot be moved or deleted until it is closed; one open for reading can.
 // Append access without write access: the system moves every write to the end of the file.
 FileMode ModeOf(std::string_view mode) {
   switch (mode.empty() ? 'r' : mode.front()) {
@@ -109,7 +109,7 @@ struct CloseHandleOf {
 };
 using Handle = std::unique_ptr<HANDLE, CloseHandleOf>;
 
-// A handle that keeps nobody from anything; INVALID_HANDLE_VALUE on failure.
+// Opens path without blocking anyone else; INVALID_HANDLE_VALUE on failure.
 HANDLE OpenBesideOthers(const std::string& path, DWORD access, DWORD disposition) {
   return ::CreateFileW(SystemPath(path).c_str(), access, kShareContent | FILE_SHARE_DELETE, nullptr,
                        disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
@@ -144,7 +144,7 @@ bool MakeOneDirectory(const std::wstring& path) {
   return ::CreateDirectoryW(path.c_str(), nullptr) != 0 || ::GetLastError() == ERROR_ALREADY_EXISTS;
 }
 
-// The arguments in UTF-8; where the system does not give them, those of the C library.
+// The arguments in UTF-8; when the system does not return them, those of the C library.
 std::vector<std::string> Utf8Arguments(int argc, const char* const* argv) {
   struct FreeLocal {
     void operator()(wchar_t** words) const noexcept { ::LocalFree(words); }
@@ -158,12 +158,12 @@ std::vector<std::string> Utf8Arguments(int argc, const char* const* argv) {
   return arguments;
 }
 
-// text in quotes as a program takes its command line apart, for which backslashes before a quote
-// count in pairs. File names hold no quotes; one becomes \" for the program. With breaks_names, each
-// '%' stands behind a '^' outside of the quotes.
+// text in quotes, as Windows programs parse their command line: backslashes before a quote count in
+// pairs. File names contain no quotes; elsewhere a quote becomes \". With breaks_names, each '%'
+// follows a '^' outside the quotes.
 std::string Quoted(std::string_view text, bool breaks_names) {
   std::string quoted = "\"";
-  std::size_t backslashes = 0;  // that stand last
+  std::size_t backslashes = 0;  // at the end so far
   const auto double_backslashes = [&] { quoted.append(std::exchange(backslashes, 0), '\\'); };
   for (const char c : text) {
     const bool is_name_end = c == '%' && breaks_names;
@@ -180,7 +180,7 @@ std::string Quoted(std::string_view text, bool breaks_names) {
   return quoted + "\"";
 }
 
-// A handle that a child process gets; nothing on failure.
+// A handle that a child process inherits; empty on failure.
 Handle OpenForChild(const std::wstring& path, DWORD access, DWORD disposition) {
   SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
   HANDLE const handle = ::CreateFileW(path.c_str(), access, kShareContent | FILE_SHARE_DELETE,
@@ -197,7 +197,7 @@ std::wstring CommandLine(const std::vector<std::string>& arguments) {
   return Wide(line);
 }
 
-// working_directory: empty for that of this process.
+// working_directory: empty means that of this process.
 PROCESS_INFORMATION StartProcess(const std::wstring& program, std::wstring command_line,
                                  HANDLE input, HANDLE output, DWORD flags,
                                  const std::string& working_directory) {
@@ -230,7 +230,7 @@ bool IsBatchFile(std::wstring_view path) {
   return EndsWithNoCase(path, L".bat") || EndsWithNoCase(path, L".cmd");
 }
 
-// The paths that name may stand for in one place, in order.
+// The paths to try for a name in one directory, in order.
 std::vector<std::wstring> WithEndings(const std::wstring& path) {
   std::vector<std::wstring> paths;
   for (const wchar_t* const ending : {L".exe", L".bat", L".cmd"}) {
@@ -240,7 +240,7 @@ std::vector<std::wstring> WithEndings(const std::wstring& path) {
   return paths;
 }
 
-// The file of a program, empty when there is none. The current directory is not searched: it may
+// The path of a program, empty when not found. Does not search the current directory, which may
 // hold anything that came with the data.
 std::wstring FindProgramFile(const std::string& name) {
   std::vector<std::string> places;
@@ -260,14 +260,14 @@ std::wstring FindProgramFile(const std::string& name) {
   return {};
 }
 
-// The shell that is given a batch file acts on these even inside of quotes.
+// The shell that runs batch files interprets these even inside quotes.
 bool SurvivesBatchShell(std::string_view text) {
   return text.find_first_of("%\"\r\n") == std::string_view::npos;
 }
 
-// For the shell with the switches that turn off what it does by itself (/d) and its '!' (/v:off). It
-// takes the outer pair of quotes away (/s); in the inner ones nothing but what SurvivesBatchShell
-// names has a meaning.
+// A shell command line with the switches that turn off autorun commands (/d) and '!' expansion
+// (/v:off). With /s the shell removes the outer pair of quotes; inside the inner ones only the
+// characters that SurvivesBatchShell refuses have a meaning.
 std::wstring BatchCommandLine(const std::wstring& path, const std::vector<std::string>& arguments) {
   std::wstring line = L"cmd.exe /d /v:off /s /c \"\"" + path + L"\"";
   for (std::size_t i = 1; i < arguments.size(); ++i)
@@ -281,7 +281,7 @@ std::wstring ShellPath() {
   return directory + L"\\cmd.exe";
 }
 
-// A pipe whose second end a child process gets; nothing on failure.
+// A pipe with a second end that a child process inherits; empty on failure.
 std::array<Handle, 2> MakePipe() {
   SECURITY_ATTRIBUTES inherited{sizeof(SECURITY_ATTRIBUTES), nullptr, TRUE};
   HANDLE reader = nullptr;
@@ -292,7 +292,7 @@ std::array<Handle, 2> MakePipe() {
   return ends;
 }
 
-// A program that goes on by itself, with a handle of it; nothing on failure.
+// Starts a program and returns its handle without waiting for it; empty on failure.
 Handle StartProgram(const std::vector<std::string>& arguments, HANDLE output,
                     std::string& failure) {
   const std::wstring path = FindProgramFile(arguments.front());
@@ -319,9 +319,9 @@ Handle StartProgram(const std::vector<std::string>& arguments, HANDLE output,
   return Handle(started.hProcess);
 }
 
-// A console shows bytes as UTF-8 while this lives; it is the user's, who gets it back as it was, also
-// when Ctrl-C ends this program (not when it is killed or aborts). Where it shows UTF-8 already it is
-// left alone: a program that another one started must not undo what that one gives back.
+// Makes the console show bytes as UTF-8 while this object lives, and restores the user's setting at
+// the end, also when Ctrl-C ends this program (not when it is killed or aborts). Leaves a console
+// that already shows UTF-8 alone: if our parent set that, we must not undo its restore.
 class Utf8Console {
  public:
   Utf8Console() noexcept {
@@ -339,14 +339,14 @@ class Utf8Console {
   static void GiveBack() noexcept {
     if (const UINT code_page = former.exchange(0)) ::SetConsoleOutputCP(code_page);
   }
-  // The handlers that come after this one decide whether the program ends. Those of
-  // NoteStopRequests come before it and keep it from being asked.
+  // The handlers called after this one decide whether the program ends. Those of NoteStopRequests
+  // are called before it and stop the request there.
   static BOOL WINAPI GiveBackBeforeTheEnd(DWORD /*event*/) {
     GiveBack();
     return FALSE;
   }
 
-  static inline std::atomic<UINT> former = 0;  // 0: nothing to give back
+  static inline std::atomic<UINT> former = 0;  // 0: nothing to restore
 };
 
 }  // namespace
@@ -383,13 +383,13 @@ bool SetEnvironment(const std::string& name, const std::string& value) noexcept 
   return ::SetEnvironmentVariableW(Wide(name).c_str(), Wide(value).c_str()) != 0;
 }
 
-// For the shell, two '%' enclose the name of a variable even inside quotes unless a '^' outside of
-// them breaks the name.
+// The shell expands a variable name between two '%' even inside quotes, unless a '^' outside the
+// quotes breaks the name.
 std::string QuotedForShell(std::string_view text) {
   return Quoted(text, std::ranges::count(text, '%') > 1);
 }
 
-// The system refuses a directory by itself.
+// The system itself refuses a directory.
 File File::Open(const std::string& path, std::string_view mode) {
   File file;
   file.m_path = path;
@@ -514,7 +514,7 @@ std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& pa
   std::vector<std::string> names;
   if (first == INVALID_HANDLE_VALUE) {
     if (::GetLastError() != ERROR_FILE_NOT_FOUND) return std::nullopt;
-    return names;  // the root of an empty drive
+    return names;  // an empty drive's root
   }
   const Search search(first);
   do {
@@ -526,7 +526,7 @@ std::optional<std::vector<std::string>> ListDirectoryNames(const std::string& pa
 
 std::string AbsolutePath(const std::string& path) { return Utf8(FullPath(SystemPath(path))); }
 
-// The parts one after another, from behind the drive or the host; a share is tried in vain.
+// Makes the parts one by one after the drive or the host; creating a share fails harmlessly.
 bool MakeDirectoryTree(const std::string& path) {
   if (IsDirectory(path)) return true;
   const std::wstring full = WithoutLengthLimit(Wide(path));
@@ -542,7 +542,7 @@ bool DeleteFileAt(const std::string& path) noexcept {
   return ::DeleteFileW(SystemPath(path).c_str()) != 0;
 }
 
-// std::filesystem knows no long paths.
+// std::filesystem does not support long paths.
 bool DeleteDirectoryTree(const std::string& path) {
   const std::wstring directory = SystemPath(path);
   const DWORD attributes = ::GetFileAttributesW(directory.c_str());
@@ -583,14 +583,14 @@ bool StandardErrorIsTerminal() noexcept {
   return ::GetConsoleMode(::GetStdHandle(STD_ERROR_HANDLE), &mode) != 0;
 }
 
-// The shell takes one pair of quotes away when the line begins with a quote and holds more.
+// The shell removes one pair of quotes when the line begins with a quote and contains more.
 ChildProcess ChildProcess::Start(const std::string& command_line) {
   ChildProcess child;
   child.m_pipe = ::_wpopen((L"\"" + Wide(command_line) + L"\"").c_str(), L"rb");
   return child;
 }
 
-// It stays in the console's group, and so gets a Ctrl-C as this process does.
+// It stays in the console's group, so a Ctrl-C reaches it too.
 ChildProcess ChildProcess::Start(const std::vector<std::string>& arguments) {
   ChildProcess child;
   std::array<Handle, 2> ends = MakePipe();
@@ -612,30 +612,30 @@ int ChildProcess::Wait() noexcept {
   return static_cast<int>(status);
 }
 
-// The C library keeps the three descriptors for them, whether they are connected or not.
+// The C library reserves the three descriptors, connected or not.
 void ConnectStandardStreams() noexcept {}
 
 struct BackgroundProcess::State {
-  Handle m_job;  // of the process and what it starts, which end when it is closed
+  Handle m_job;  // of the process and its children; closing it ends them all
   Handle m_process;
-  DWORD m_group = 0;  // of the same, for events of the console
+  DWORD m_group = 0;  // the process group, for console events
 };
 
 namespace {
 
 constexpr UINT kForcedStatus = 1;
-constexpr DWORD kLookMs = 50;  // when there are more processes than the system waits for at once
+constexpr DWORD kLookMs = 50;  // when there are more processes than one wait can take
 
 std::atomic<bool> stop_requested = false;
 
-// Signalled once for each request.
+// Signalled once per request.
 HANDLE StopEvent() noexcept {
   static HANDLE const event = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
   return event;
 }
 
-// After a closed console or a logoff the system ends the process as soon as this returns, or after
-// some seconds, which the process gets to end by itself.
+// After a closed console or a logoff the system ends the process when this handler returns, or
+// after some seconds. So this handler waits, to let the process end on its own.
 BOOL WINAPI NoteStop(DWORD event) {
   stop_requested = true;
   ::SetEvent(StopEvent());
@@ -643,7 +643,7 @@ BOOL WINAPI NoteStop(DWORD event) {
   return TRUE;
 }
 
-// A job that ends its processes when it is closed, also by the end of this process.
+// A job that ends its processes when it is closed, even by the end of this process.
 Handle MakeJob() {
   Handle job(::CreateJobObjectW(nullptr, nullptr));
   JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
@@ -664,7 +664,7 @@ BackgroundProcess::~BackgroundProcess() {
   ::WaitForSingleObject(m_state->m_process.get(), INFINITE);
 }
 
-// A process group of its own does not see Ctrl-C.
+// A process in its own process group does not see Ctrl-C.
 BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& arguments,
                                            const std::string& output_path,
                                            const std::string& working_directory) {
@@ -672,7 +672,7 @@ BackgroundProcess BackgroundProcess::Start(const std::vector<std::string>& argum
   const Handle output = OpenForChild(SystemPath(output_path), GENERIC_WRITE, CREATE_ALWAYS);
   Handle job = MakeJob();
   if (!input || !output || !job) return {};
-  // It waits for ResumeThread: it is to start nothing before it is in its job.
+  // Starts suspended: it must start no child before it is in its job.
   const PROCESS_INFORMATION started =
       StartProcess(SystemPath(arguments.front()), CommandLine(arguments), input.get(), output.get(),
                    CREATE_SUSPENDED | CREATE_NEW_PROCESS_GROUP, working_directory);
@@ -699,7 +699,7 @@ std::optional<int> BackgroundProcess::Poll() noexcept {
   return static_cast<int>(status);
 }
 
-// Only a process with a console, the one of this process, can be asked.
+// Only a process on our console can be asked.
 void BackgroundProcess::End(Ending ending) noexcept {
   if (!IsRunning()) return;
   const bool is_asked = ending == Ending::kAsked &&
@@ -723,7 +723,7 @@ void BackgroundProcess::WaitForAny(std::span<const BackgroundProcess> processes,
     ::Sleep(timeout);
 }
 
-// A process that was started to ignore Ctrl-C goes on to ignore it.
+// A process that was started with Ctrl-C ignored keeps ignoring it.
 void NoteStopRequests() noexcept {
   StopEvent();
   ::SetConsoleCtrlHandler(&NoteStop, TRUE);
@@ -736,7 +736,7 @@ StopRequestsNoted::~StopRequestsNoted() {
   if (stop_requested) ::ExitProcess(STATUS_CONTROL_C_EXIT);
 }
 
-// There are no such signals here: a failed write is an error by itself.
+// Windows has no such signals: a failed write returns an error.
 void IgnoreWriteSignals() noexcept {}
 
 }  // namespace tarvek

@@ -1,7 +1,7 @@
 // Utils/ProductTexts.h: names and addresses that are shown to users.
-// Does:     keeps each of them in one place, the version in that of the build.
+// Does:     keeps each of them in one place; the version comes from the build.
 // Throws:   nothing.
-// Not here: the sentences around them.
+// Not here: the sentences that use them.
 #pragma once
 
 #include <string_view>

@@ -10,7 +10,7 @@ constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
 
 }  // namespace
 
-// What is left of the block moves to its front, so the view stays in one piece.
+// Moves the rest of the block to its front so that the view stays contiguous.
 bool ReadAhead::Refill() {
   const std::size_t rest = m_end - m_begin;
   if (rest != 0 && m_begin != 0) std::memmove(m_block.data(), m_block.data() + m_begin, rest);

@@ -1,5 +1,5 @@
 // Utils/ReadAhead.h: the bytes of a file, read in blocks and looked at in place.
-// Does:     keeps the bytes that were read but not yet consumed in one piece.
+// Does:     keeps the bytes that were read but not yet consumed contiguous.
 // Owns:     its block; borrows the File, which must outlive it.
 // Throws:   what File::Read throws.
 // Not here: lines (LineReader.h), records.
@@ -23,18 +23,19 @@ class ReadAhead {
     return {m_block.data() + m_begin, m_end - m_begin};
   }
 
-  /// size is at most that of the view.
+  /// size is at most the size of View().
   void Consume(std::size_t size) noexcept { m_begin += size; }
 
-  /// Reads more behind the view; false at the end of the file.
+  /// Reads more bytes at the end of the view; false at the end of the file.
   bool Refill();
 
   /// Consumes the next size bytes, fewer only at the end of the file; valid until the next Refill
   /// or Take.
   std::string_view Take(std::size_t size);
 
-  /// Consumes the next size bytes, which the file has, without reading them all; false when it cannot
-  /// be repositioned. For a file that was at its start when this began to read.
+  /// Consumes the next size bytes without reading them all; the file must have them. False when the
+  /// file cannot be repositioned. Works only for a file that was at its start when this object
+  /// began to read.
   bool Skip(std::int64_t size);
 
   [[nodiscard]] std::int64_t ConsumedBytes() const noexcept {

@@ -63,7 +63,7 @@ std::string_view TokenAt(std::string_view text, char delim, int index) {
   return text.substr(0, text.find(delim));
 }
 
-// A row of the usual table after the other; a swap looks back two rows.
+// The usual table, row by row; a swap looks back two rows.
 std::size_t EditDistance(std::string_view a, std::string_view b) {
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});

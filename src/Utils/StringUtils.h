@@ -1,5 +1,5 @@
 // Utils/StringUtils.h: trimming, splitting and case of byte strings.
-// Does:     pure functions on text; bytes are compared as they are, no encoding is examined.
+// Does:     pure functions on text; they compare bytes and ignore the encoding.
 // Throws:   nothing but std::bad_alloc.
 // Not here: numbers in text (NumberText.h), paths (FileUtils.h).
 #pragma once
@@ -28,19 +28,19 @@ std::string ToLower(std::string_view text);
 /// always matches.
 bool EndsWithIgnoreCase(std::string_view text, std::string_view suffix);
 
-/// Takes ending off text, letter case counting; false, and text as it was, when it ends otherwise.
+/// Removes ending from text (case-sensitive); false, with text unchanged, when text ends otherwise.
 bool CutEnding(std::string_view& text, std::string_view ending);
 
-/// The tokens between single characters of delims; empty tokens are kept, except a last one:
-/// "a,,b," gives "a", "", "b", and "" gives nothing. The tokens borrow from text.
+/// The tokens between single characters of delims. Keeps empty tokens, except a last one: "a,,b,"
+/// gives "a", "", "b", and "" gives no token. The tokens borrow from text.
 std::vector<std::string_view> Split(std::string_view text, std::string_view delims);
 
 /// Token number index (from 0) of Split(text, delim), empty when there are fewer; borrows from
 /// text.
 std::string_view TokenAt(std::string_view text, char delim, int index);
 
-/// How many letters must be inserted, deleted or replaced, or swapped with their neighbour, to make b
-/// of a; no letter takes part twice.
+/// The number of letters to insert, delete, replace, or swap with their neighbour to turn a into b;
+/// no letter takes part twice.
 std::size_t EditDistance(std::string_view a, std::string_view b);
 
 }  // namespace tarvek

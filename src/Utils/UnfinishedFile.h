@@ -20,7 +20,7 @@
 
 namespace tarvek {
 
-/// What the name of a file goes on with until it is complete.
+/// The suffix of a file's name until the file is complete.
 inline constexpr std::string_view kUnfinished = "_unfinished";
 
 /// The name of a file until it is complete: path + kUnfinished.
@@ -35,19 +35,19 @@ enum class Naming { kAtOnce, kWhenComplete };
 struct UnfinishedForm {
   std::string_view m_mode = "wb";
   bool m_is_locked = false;                 // as long as the object lives: see LockFile
-  bool m_is_kept = false;                   // when it never takes its name
-  Naming m_naming = Naming::kWhenComplete;  // kAtOnce: there is no temporary file
+  bool m_is_kept = false;                   // when it never gets its name
+  Naming m_naming = Naming::kWhenComplete;  // kAtOnce: without a temporary file
 };
 
 class UnfinishedFile {
  public:
-  /// kind is the purpose word of OpenFile's message.
+  /// kind goes into OpenFile's message.
   UnfinishedFile(std::string path, const std::string& kind, const UnfinishedForm& form = {});
   ~UnfinishedFile();
   UnfinishedFile(const UnfinishedFile&) = delete;
   UnfinishedFile& operator=(const UnfinishedFile&) = delete;
 
-  /// Not to be called once the file is closed.
+  /// Do not call it once the file is closed.
   [[nodiscard]] OutputFile& File() noexcept { return *m_file; }
   [[nodiscard]] const std::string& Path() const noexcept { return m_path; }
   [[nodiscard]] std::string TemporaryPath() const {
@@ -66,12 +66,12 @@ class UnfinishedFile {
   std::string m_path;
   Naming m_naming;
   FileLock m_lock;
-  std::optional<OutputFile> m_file;  // closed before it is renamed or deleted, as Windows needs it
+  std::optional<OutputFile> m_file;  // closed before a rename or delete: Windows requires it
   bool m_is_kept;                    // or has its name
   std::optional<FileIdentity> m_identity;  // nothing for what is no regular file
 };
 
-/// Writes a small file in one go: path is complete, or as it was before.
+/// Writes a small file in one go: path is complete or unchanged.
 void WriteWhole(const std::string& path, std::string_view content, const std::string& kind);
 
 }  // namespace tarvek

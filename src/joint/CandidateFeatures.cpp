@@ -58,9 +58,9 @@ const std::array<const char*, kFeatureCount> kFeatureNames = {"cos_near",
 
 namespace {
 
-constexpr double kPrice = 0.3;                  // of a unit of amplitude, in the fit
-constexpr double kPeptideSpacingDa = 1.000495;  // mean mass of a peptide for each nominal mass unit
-constexpr double kLeastNoise = 1e-9;            // where the detection limit is not known
+constexpr double kPrice = 0.3;                  // per unit of amplitude, in the fit
+constexpr double kPeptideSpacingDa = 1.000495;  // mean mass of a peptide per nominal mass unit
+constexpr double kLeastNoise = 1e-9;            // when the detection limit is unknown
 constexpr double kNoRelation = 9.0;
 constexpr double kFarPpm = 50.0;
 constexpr double kFragmentTolPpm = 15.0;
@@ -73,7 +73,7 @@ using Envelope = std::array<double, kEnvelopePeaks>;
 
 double Share(double part, double whole) { return whole > 0.0 ? part / whole : 0.0; }
 
-/// The features of one candidate; the common fit is done.
+/// Computes the features of one candidate after the common fit.
 class Describer {
  public:
   Describer(const WindowOfScan& window, const EnvelopeCandidate& candidate)
@@ -99,7 +99,7 @@ class Describer {
     f[kGainOverHigher] = f[kCosAll] - CosineSimilarity(higher, m_candidate.m_expected);
     const double first = all[0] + all[1];
     const double below = At(-1, [](const Lane& lane) { return lane.m_all; });
-    // An ion one isotope lower with this one as its second peak would have this much there.
+    // The intensity here if an ion one isotope lower had this peak as its second.
     const double would_be = Share(m_candidate.m_expected[0], m_candidate.m_expected[1]) * all[0];
     f[kBelowOne] = std::min(3.0, Share(below, would_be));
     f[kBelowTwo] = std::min(3.0, Share(At(-2, [](const Lane& lane) { return lane.m_all; }), first));
@@ -225,7 +225,7 @@ class Describer {
         own - 0.5 * (pairs.PairShare(mass - kIsotopeDa) + pairs.PairShare(mass + kIsotopeDa));
   }
 
-  /// Amplitude by least squares of the near intensities, with nobody else.
+  /// The least-squares amplitude for the near intensities, without other candidates.
   [[nodiscard]] double OwnAmplitude() const {
     double ye = 0.0;
     double ee = 0.0;
@@ -333,7 +333,7 @@ bool SharesPeak(const EnvelopeColumn& a, const EnvelopeColumn& b) {
   });
 }
 
-// How the fit treats candidate j.
+// How the fit treats one candidate.
 void DescribeFit(std::span<const double> intensities, const EnvelopeColumn& column,
                  const EnvelopeFitResult& fit, double amplitude, double noise, FeatureRow& f) {
   Envelope left{};
@@ -368,8 +368,8 @@ void CandidateFitter::FillColumns(const WindowOfScan& window,
   }
 }
 
-// The fit at a price chooses the candidates, but it makes them small; a second one without price says
-// how large they are.
+// The fit with a price selects the candidates, but shrinks their amplitudes; a second fit without
+// price gives the true ones.
 void CandidateFitter::FitChosen(double noise) {
   FitEnvelopes(m_intensities, m_columns, noise, kPrice, m_fit);
   m_chosen.clear();
@@ -413,7 +413,7 @@ void CandidateFitter::Fit(const WindowOfScan& window, std::span<const EnvelopeCa
   DescribeCompany(fitted);
 }
 
-// What the candidates of a scan are to each other.
+// The features that compare the candidates of a scan with each other.
 void CandidateFitter::DescribeCompany(std::vector<FittedCandidate>& fitted) const {
   double explained = 0.0;
   for (const FittedCandidate& one : fitted) explained += one.m_features[kFitShare];

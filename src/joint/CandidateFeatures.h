@@ -1,5 +1,5 @@
-// joint/CandidateFeatures.h: what is known of each candidate once all of them were fitted together.
-// Does:     computes the numbers by which the model tells true precursors from false ones.
+// joint/CandidateFeatures.h: the features of each candidate after the common fit of all of them.
+// Does:     computes the numbers by which the model separates true precursors from false ones.
 // Owns:     its working lists, reused from scan to scan.
 // Throws:   nothing.
 // Not here: the weights of the features (JointModel.h).
@@ -17,7 +17,7 @@
 
 namespace tarvek::joint {
 
-/// In the order of the table of features and of the model.
+/// In the order of the feature table and of the model.
 enum Feature : std::size_t {
   kCosNear,         // envelope against expected: the three nearest surveys,
   kCosAll,          // all ten,
@@ -25,7 +25,7 @@ enum Feature : std::size_t {
   kCosRoot,         // roots over all ten
   kGainOverLower,   // cosine less that of the ion one isotope lower,
   kGainOverHigher,  // and one isotope higher
-  kBelowOne,        // intensity one position below against what the lower ion would have there
+  kBelowOne,        // intensity one position below, against that expected there from the lower ion
   kBelowTwo,        // two below
   kHalfSpacing,     // intensity half a step above, as a share of the monoisotopic and next peak
   kThirdSpacing,    // one and two thirds of a step above
@@ -74,7 +74,7 @@ extern const std::array<const char*, kFeatureCount> kFeatureNames;
 
 using FeatureRow = std::array<double, kFeatureCount>;
 
-/// A candidate that the common fit keeps.
+/// A candidate that the common fit kept.
 struct FittedCandidate {
   EnvelopeCandidate m_candidate;
   double m_window_share = 0.0;  // of the window's current, in the fit
@@ -94,7 +94,7 @@ class CandidateFitter {
 
   std::vector<double> m_intensities;
   std::vector<EnvelopeColumn> m_columns;  // of those chosen, once they are
-  std::vector<std::size_t> m_chosen;      // of the candidates
+  std::vector<std::size_t> m_chosen;      // indices of candidates
   EnvelopeFitResult m_fit;
   FragmentPairs m_pairs;
 };

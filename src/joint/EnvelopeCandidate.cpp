@@ -54,7 +54,7 @@ const Lane* LaneOrNone(const WindowOfScan& window, const EnvelopeCandidate& cand
   return i == kNoLane ? nullptr : &window.m_lanes.Lanes()[static_cast<std::size_t>(i)];
 }
 
-// Two of the first four isotopes in one MS1 scan, one above the other.
+// Whether two neighbours among the first four isotopes have a peak in the same MS1 scan.
 bool HasPartners(const WindowOfScan& window, const EnvelopeCandidate& candidate) {
   unsigned before = 0;
   for (int position = 0; position < 4; ++position) {
@@ -78,7 +78,7 @@ double BestCosine(const WindowOfScan& window, const EnvelopeCandidate& candidate
                   CosineSimilarity(all, candidate.m_expected));
 }
 
-// The second smallest amplitude that an isotope of some weight allows, in the window.
+// The second smallest amplitude that a significant isotope permits, inside the window.
 double QuickShare(const WindowOfScan& window, const EnvelopeCandidate& candidate) {
   double inside = 0.0;
   double lowest = std::numeric_limits<double>::infinity();

@@ -1,8 +1,8 @@
 // joint/EnvelopeCandidate.h: the conceivable precursors of one MS2 scan.
-// Does:     takes every lane and charge with an isotope partner and an isotope in the isolation
-//           window, and what the instrument declares, each also some isotopes lower.
+// Does:     collects every lane and charge with an isotope partner and an isotope in the isolation
+//           window, and the declared precursors; each also some isotopes lower.
 // Throws:   nothing.
-// Not here: which of them are true (JointDetermination.h).
+// Not here: which candidates are true (JointDetermination.h).
 #pragma once
 
 #include <array>
@@ -17,11 +17,11 @@
 
 namespace tarvek::joint {
 
-/// Isotope positions that are looked at: from two below the monoisotopic one to four above.
+/// The isotope positions in use: from two below the monoisotopic one to four above.
 inline constexpr int kLowestPosition = -2;
 inline constexpr std::size_t kPositions = kEnvelopePeaks + 2;
 
-/// What the candidates of one MS2 scan have in common.
+/// The values that all candidates of one MS2 scan share.
 struct WindowOfScan {
   double m_centre;      // activation centre, m/z
   double m_half_width;  // of the isolation window, m/z
@@ -45,7 +45,7 @@ struct EnvelopeCandidate {
   int m_charge = 0;        // without sign
   double m_step_mz = 0.0;  // between its isotopes
   std::array<int, kPositions> m_lanes{};            // position p is entry p - kLowestPosition
-  std::array<double, kEnvelopePeaks> m_expected{};  // shares of the isotopes; 1 altogether
+  std::array<double, kEnvelopePeaks> m_expected{};  // shares of the isotopes; their sum is 1
   double m_quick_share = 0.0;  // what its two or three best isotopes could explain in the window
 
   [[nodiscard]] int LaneAt(int position) const {
@@ -57,7 +57,7 @@ struct EnvelopeCandidate {
 int LaneAtPosition(const WindowOfScan& window, const EnvelopeCandidate& candidate, double position);
 
 /// All candidates, in ascending order of charge and m/z; at most most of them, those that could
-/// explain the most. declared: as the input declares it.
+/// explain the most. declared: the precursors that the input declares.
 void CollectCandidates(const WindowOfScan& window, const std::vector<Precursor>& declared,
                        std::size_t most, std::vector<EnvelopeCandidate>& candidates);
 

@@ -9,7 +9,7 @@ namespace {
 constexpr int kMaxSweeps = 50;
 constexpr double kSettled = 1e-3;
 
-// The amplitude that is best for one column while the others stay.
+// The best amplitude for one column while the others stay fixed.
 double BestAmplitude(const EnvelopeColumn& column, double present, std::span<const double> weights,
                      std::span<const double> residuals, double noise, double price) {
   double slope = 0.0;

@@ -1,5 +1,5 @@
-// joint/EnvelopeFit.h: overlapping isotope envelopes explain one list of intensities together.
-// Does:     finds amplitudes of 0 or more, at a price for each unit, by coordinate descent.
+// joint/EnvelopeFit.h: overlapping isotope envelopes that explain one list of intensities together.
+// Does:     finds amplitudes of 0 or more by coordinate descent, with a price per unit.
 // Owns:     nothing.
 // Throws:   nothing.
 #pragma once
@@ -15,13 +15,13 @@ inline constexpr std::size_t kEnvelopePeaks = 5;
 
 /// One envelope: where its isotopes lie among the intensities, and their shares.
 struct EnvelopeColumn {
-  std::array<int, kEnvelopePeaks> m_lanes{};      // -1: no peak was seen there
-  std::array<double, kEnvelopePeaks> m_shares{};  // 0 or more; 1 altogether at most
+  std::array<int, kEnvelopePeaks> m_lanes{};      // -1: without a peak
+  std::array<double, kEnvelopePeaks> m_shares{};  // 0 or more; their sum is at most 1
 };
 
 struct EnvelopeFitResult {
   std::vector<double> m_amplitudes;  // in intensity units, one for each column
-  std::vector<double> m_residuals;   // intensity less what is explained, one for each lane
+  std::vector<double> m_residuals;   // intensity minus the explained part, one per lane
 };
 
 /// Minimises  sum w_k (y_k - sum_j a_j e_jk)^2 + v sum_j (a_j m_j)^2 + 2 price sum_j a_j  over

@@ -15,7 +15,8 @@ void FragmentPairs::Take(const std::vector<Peak>& fragments, double tol_ppm) {
   m_total = 0.0;
   m_strongest.assign(fragments.begin(), fragments.end());
   if (m_strongest.size() > kMostFragments) {
-    // Peaks of one intensity: the lower m/z comes first, so that the choice is the same everywhere.
+    // Of peaks of equal intensity the one with the lower m/z comes first, so that all machines
+    // agree.
     const auto stronger = [](const Peak& a, const Peak& b) {
       return a.m_intensity != b.m_intensity ? a.m_intensity > b.m_intensity : a.m_mz < b.m_mz;
     };

@@ -1,5 +1,5 @@
-// joint/FragmentPairs.h: fragments of one scan that add up to the mass of a precursor.
-// Does:     keeps the most intense fragments; sums up pairs whose masses add up to a given one.
+// joint/FragmentPairs.h: fragments of one scan with masses that add up to that of a precursor.
+// Does:     keeps the most intense fragments; sums up the pairs that add up to a given mass.
 // Owns:     its list, reused from scan to scan.
 // Throws:   nothing.
 #pragma once
@@ -16,8 +16,9 @@ class FragmentPairs {
   /// Takes the most intense fragments of a scan.
   void Take(const std::vector<Peak>& fragments, double tol_ppm);
 
-  /// Sum over the pairs of singly charged fragments whose neutral masses add up to mass_da, within
-  /// the tolerance, of the root of the product of their intensities, as a share of all intensity.
+  /// For each pair of singly charged fragments with neutral masses that add up to mass_da within
+  /// the tolerance: the root of the product of their intensities. Returns the sum as a share of all
+  /// intensity.
   [[nodiscard]] double PairShare(double mass_da) const;
 
   /// Share of all intensity within the tolerance of mz.

@@ -10,13 +10,13 @@
 namespace tarvek::joint {
 namespace {
 
-constexpr double kReachMz = 4.2;          // isotopes of ions of the window lie this far beyond it
+constexpr double kReachMz = 4.2;          // how far beyond the window isotopes of its ions lie
 constexpr double kMinLocalShare = 0.003;  // of the highest peak in the window
 constexpr double kLanePpm = 8.0;
 constexpr double kIsotopeTolShare = 0.6;  // of the mass tolerance
 constexpr std::size_t kMostCandidates = 48;
 
-/// Two candidates of one charge so near are one ion.
+/// Two candidates of one charge within this distance are one ion.
 constexpr double kSameIonPpm = 10.0;
 
 bool IsDecoy(const FittedCandidate& fitted) {

@@ -1,10 +1,10 @@
 // joint/JointDetermination.h: which precursors explain the whole isolation window of an MS2 scan.
-// Does:     takes all conceivable precursors, fits their envelopes together to the MS1 scans around
-//           the precursor scan, and gives each the probability that it was isolated.
+// Does:     collects all conceivable precursors, fits their envelopes together to the MS1 scans
+//           around the precursor scan, and gives each the probability that it was isolated.
 // Owns:     its working data, reused from scan to scan.
 // Throws:   nothing.
-// Not here: which MS2 scans are processed (Ms2Loop.h); the determination of each candidate for
-//           itself (PrecursorDetermination.h).
+// Not here: which MS2 scans are processed (Ms2Loop.h); the determination of each candidate on its
+//           own (PrecursorDetermination.h).
 #pragma once
 
 #include <functional>
@@ -26,7 +26,8 @@ struct JointPrecursor {
   PrecursorEvidence m_evidence;
 };
 
-/// In Da: no multiple or fraction of it is near one of the spacing of isotopes, for charges up to 7.
+/// In Da. For charges up to 7, none of its multiples or fractions is near one of the isotope
+/// spacing.
 inline constexpr double kDecoySpacing = 0.92;
 
 class JointDetermination {
@@ -39,23 +40,22 @@ class JointDetermination {
   std::vector<JointPrecursor> Determine(const Ms1Store& store, const MS2Spectrum& ms2,
                                         double threshold);
 
-  /// The candidates that the common fit keeps, of all charges from 1 on, not only those that are
-  /// asked for.
+  /// The candidates that the common fit keeps, of all charges from 1 on, not only the wanted ones.
   std::span<const FittedCandidate> Candidates(const Ms1Store& store, const MS2Spectrum& ms2);
 
-  /// All candidates of the scan that was asked about last, those that the fit does not keep too, and
-  /// the lanes that theirs are.
+  /// All candidates of the last scan, including those that the fit did not keep, and their lanes.
   [[nodiscard]] std::span<const EnvelopeCandidate> Tried() const { return m_candidates; }
   [[nodiscard]] const LaneTable& Lanes() const { return m_lanes; }
 
-  /// Whether two are one ion, of which only the more probable is reported.
+  /// Whether a and b are the same ion; then only the more probable one is reported.
   static bool AreOneIon(const Precursor& a, const Precursor& b);
 
-  /// How many candidates with isotopes kDecoySpacing apart, which no ion has, it would report when they
-  /// take part with all others: so many of those that it does report are there by chance.
+  /// How many candidates with isotopes kDecoySpacing apart, which no ion has, Determine would
+  /// report if they took part with all others. So many of the precursors that it reports are there
+  /// by chance.
   std::size_t CountDecoys(const Ms1Store& store, const MS2Spectrum& ms2, double threshold);
 
-  /// Whether a charge without sign is one of those asked for.
+  /// Whether parameters ask for this charge (without sign).
   [[nodiscard]] bool IsAskedFor(int charge) const;
 
  private:

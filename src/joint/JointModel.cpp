@@ -9,7 +9,7 @@
 namespace tarvek::joint {
 namespace {
 
-// place: where it is when the model has all features in their order, which saves the search.
+// place: tried first, because a model with all features in order has it there.
 std::size_t FeatureOf(std::string_view name, std::size_t place) {
   if (place < kFeatureNames.size() && name == kFeatureNames[place]) return place;
   const auto found = std::ranges::find(kFeatureNames, name);

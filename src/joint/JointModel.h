@@ -11,15 +11,16 @@
 
 namespace tarvek::joint {
 
-/// A step function of one feature. Value i holds up to threshold i, included; the last, of which
-/// there is one more, beyond all. The lists live as long as the steps that they are written into.
+/// A step function of one feature. Value i holds up to and including threshold i; the last value,
+/// which has no threshold, holds beyond all. The lists live as long as the JointSteps that they
+/// initialize.
 struct JointSteps {
-  const char* m_feature;                       // as in kFeatureNames
+  const char* m_feature;                       // one of kFeatureNames
   std::initializer_list<double> m_thresholds;  // ascending
   std::initializer_list<double> m_values;
 };
 
-/// A point of the curve; between two of them it is a straight line, beyond the ends it is flat.
+/// A point of the curve, which is linear between points and flat beyond the ends.
 struct JointKnot {
   double m_score;     // ascending
   double m_log_odds;  // ascending
@@ -33,10 +34,10 @@ struct JointModel {
 
 extern const JointModel kJointModel;
 
-/// The intercept and the steps, added in their order.
+/// The intercept plus the steps, added in order.
 double JointScore(const JointModel& model, const FeatureRow& features);
 
-/// What the curve says of a score: 1 / (1 + exp(-log odds)).
+/// The probability for a score by the curve: 1 / (1 + exp(-log odds)).
 double JointProbability(const JointModel& model, double score);
 
 }  // namespace tarvek::joint

@@ -61,7 +61,8 @@ void LaneTable::Gather(const ScanWindow& window, double low, double high, double
   }
 }
 
-// By m/z; points of one m/z in the order of the rows. Counting sort into steps, then insertion.
+// Sorts by m/z; equal m/z stay in the order of the rows. A counting sort into steps, then
+// insertion.
 void LaneTable::SortPoints() {
   m_low = m_points.empty() ? 0.0 : std::ranges::min(m_points, {}, &Point::m_mz).m_mz;
   std::size_t last_bin = 0;

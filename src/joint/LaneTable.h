@@ -14,7 +14,7 @@
 
 namespace tarvek::joint {
 
-/// The surveys next to the MS2 scan in time: the precursor scan, the one before and the one after.
+/// The survey scans nearest in time: the precursor scan, the one before and the one after.
 inline constexpr std::size_t kFirstNearRow = kPrecursorPosition - 1;
 inline constexpr std::size_t kLastNearRow = kPrecursorPosition + 1;
 
@@ -27,14 +27,14 @@ struct Lane {
   unsigned m_present = 0;                     // bit r for a peak in row r
 };
 
-/// What is looked up where there is no peak.
+/// The result of a search without a match.
 inline constexpr int kNoLane = -1;
 
 class LaneTable {
  public:
-  /// Makes the lanes of the peaks between low and high (m/z). Peaks below min_share of the highest
-  /// peak from inner_low to inner_high of their own MS1 scan are left out. tol_ppm: peaks nearer
-  /// than this to the mean of a lane belong to it.
+  /// Makes lanes from the peaks between low and high (m/z). Leaves out peaks below min_share of the
+  /// highest peak from inner_low to inner_high in their own MS1 scan. tol_ppm: peaks nearer than
+  /// this to the mean of a lane belong to it.
   void Build(const ScanWindow& window, double low, double high, double inner_low, double inner_high,
              double min_share, double tol_ppm);
 
@@ -43,8 +43,8 @@ class LaneTable {
   /// Index of the lane nearest to mz within tol_mz, or kNoLane. O(1) on average.
   [[nodiscard]] int Find(double mz, double tol_mz) const;
 
-  /// The smallest intensity that was kept in the three nearest MS1 scans: what an ion must have to
-  /// be seen. 0 when nothing was kept.
+  /// The smallest intensity that was kept in the three nearest MS1 scans, below which an ion is not
+  /// seen. 0 when no peak was kept.
   [[nodiscard]] double DetectionLimit() const { return m_limit; }
 
  private:

@@ -26,11 +26,11 @@ void Logger::Write(std::string_view level, const std::string& line) {
   ShowStatus({});
   std::ostream& console = level == kWarn || level == kError ? std::cerr : std::cout;
   console << line << std::flush;
-  console.clear();  // a console that failed once may work again; it never ends a run
+  console.clear();  // a console that failed may work again; its failure never ends a run
   Append(line);
 }
 
-// Blanks and carriage returns instead of escape sequences, which not every terminal knows.
+// Uses blanks and carriage returns, because not every terminal knows escape sequences.
 void Logger::ShowStatus(std::string_view text) {
   if (text.empty() && m_status_length == 0) return;
   const std::string blanks(m_status_length > text.size() ? m_status_length - text.size() : 0, ' ');

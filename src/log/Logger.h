@@ -1,10 +1,10 @@
 // log/Logger.h: the one logger of the process.
-// Does:     shows each message on the console and appends it to the log file; keeps what comes
-//           before the file is open in memory.
+// Does:     shows each message on the console and appends it to the log file; keeps messages in
+//           memory until the file is open.
 // Owns:     the open log file and the text not yet written to it.
 // Throws:   SetLogDirectory and Dump the message of OpenFile when the log cannot be opened. A write
 //           that fails, to the console or to the file, is ignored: logging never ends a run.
-// Not here: what a message says.
+// Not here: the wording of messages.
 #pragma once
 
 #include <string>
@@ -17,14 +17,14 @@ namespace tarvek {
 
 inline constexpr std::string_view kLogFileName = "TarvekPlusLog.txt";
 
-// Further levels, beyond those of a notice.
+// More levels, in addition to those of a notice.
 inline constexpr std::string_view kError = "ERROR";
 inline constexpr std::string_view kExit = "EXIT";
-/// Lines of a child process: shown and stored unchanged, with their own end of line.
+/// Lines of a child process: shown and stored unchanged, including their line end.
 inline constexpr std::string_view kSubprocess = "SUBPROCESS";
 
-/// What a line of this level begins with, "[Tarvek] <ERROR> - ", to write it and to know it again.
-/// Lines of a child process have no such start.
+/// The start of a line of this level, "[Tarvek] <ERROR> - ", for writing and recognising it. Lines
+/// of a child process have no such start.
 std::string LinePrefix(std::string_view level);
 
 class Logger {
@@ -43,13 +43,13 @@ class Logger {
   /// For terminals only. An empty text clears the line.
   void ShowStatus(std::string_view text);
 
-  /// Adds text to the log alone, as it is.
+  /// Adds text to the log only, unchanged.
   void Append(std::string_view text);
 
-  /// Opens (appending) the log file in directory, announces it, and writes what was kept so far.
+  /// Opens (appending) the log file in directory, logs its path, and writes the kept text.
   void SetLogDirectory(const std::string& directory);
 
-  /// Writes the kept text to the log file, opening it at its present path when none is open.
+  /// Writes the kept text to the log file; opens it at its present path when needed.
   void Dump();
 
  private:
@@ -58,7 +58,7 @@ class Logger {
   File m_file;
   std::string m_buffer;
   std::string m_path{kLogFileName};
-  std::size_t m_status_length = 0;  // of the status line that is shown
+  std::size_t m_status_length = 0;  // of the visible status line
 };
 
 /// The process-wide logger, created on first use.

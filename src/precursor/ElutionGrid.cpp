@@ -8,7 +8,8 @@
 namespace tarvek {
 namespace {
 
-// trunc(100 c) beyond this is no m/z any more; it keeps 2 x trunc(100 c) inside the integer range.
+// trunc(100 c) beyond this is not a real m/z; the limit keeps 2 x trunc(100 c) in the integer
+// range.
 constexpr std::int64_t kMaxCenterBins = std::int64_t{1} << 40;
 
 // A bin number beyond any grid, so that sums of bin numbers stay inside the integer range.

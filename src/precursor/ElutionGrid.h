@@ -1,7 +1,7 @@
 // precursor/ElutionGrid.h: intensities of the ten MS1 scans around an MS2 scan in fixed m/z bins.
 // Does:     sums peaks into bins of 0.01 m/z, one row a scan, and sums ranges of bins.
-// Owns:     its bins. The grid reaches from m/z 0 to c + W, but only the bins within reach of the
-//           centre are stored: the others stay 0, and a sum does not depend on zeros.
+// Owns:     its bins. The grid reaches from m/z 0 to c + W, but it stores only the bins within
+//           reach of the centre: all others are 0, and zeros do not change a sum.
 // Throws:   nothing; a peak out of reach fails an internal check.
 #pragma once
 
@@ -20,11 +20,11 @@ class ElutionGrid {
   using RowSums = std::array<double, kRows>;
   using RowSet = std::uint16_t;  // bit r for row r
 
-  /// Empties the grid for a new scan. half_width W and center c in m/z as the bins are defined;
-  /// peaks within reach (in m/z, excluded) of the centre may be added.
+  /// Empties the grid for a new scan. half_width W and center c, in m/z, define the bins. Peaks
+  /// nearer than reach (in m/z) to the centre may be added.
   void Reset(double half_width, double center, double reach);
 
-  /// Adds a peak to its bin of a row; one outside the grid's bins is dropped.
+  /// Adds a peak to its bin of a row; drops a peak outside the grid's bins.
   void Add(std::size_t row, const Peak& peak);
 
   /// The bin of an m/z: trunc((mz - origin) x 100), with origin = W - c. It may lie outside the
@@ -51,8 +51,8 @@ class ElutionGrid {
 
   double m_origin = 0.0;
   std::int64_t m_bin_num = 0;
-  std::int64_t m_first_bin = 0;  // of those stored
-  std::vector<RowSums> m_bins;   // one entry a stored bin, as in the next list
+  std::int64_t m_first_bin = 0;  // of the stored bins
+  std::vector<RowSums> m_bins;   // one entry per stored bin, as in m_rows_with_peaks
   std::vector<RowSet> m_rows_with_peaks;
 };
 

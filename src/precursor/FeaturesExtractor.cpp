@@ -16,7 +16,7 @@ namespace {
 
 constexpr double kZeroDenominator = 1e-6;
 
-// Expected intensities with zeros for up to two positions below the monoisotopic peak.
+// The expected intensities after zeros for up to two positions below the monoisotopic peak.
 constexpr std::size_t kMaxShift = 2;
 using ShiftedRow = std::array<double, kMaxShift + std::tuple_size_v<IsotopeRow>>;
 
@@ -186,7 +186,7 @@ double FeaturesExtractor::window_intensity_ratio() {
 
 double FeaturesExtractor::mz_spread_ppm() {
   if (m_mz_spread_ppm) return *m_mz_spread_ppm;
-  // The truncated m/z is meant: the feature was defined, and models are fitted, with it.
+  // Truncated on purpose: the feature is defined so, and models are fitted with it.
   const double m0 = std::trunc(std::fabs(m_precursor.m_mz));
   std::vector<double> mz;
   std::vector<double> weights;

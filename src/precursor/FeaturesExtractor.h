@@ -17,15 +17,15 @@
 
 namespace tarvek {
 
-/// The isolation window lets ions pass this far beyond its edges, in m/z.
+/// The isolation window also passes ions this far beyond its edges, in m/z.
 inline constexpr double kEdgeAllowanceMz = 0.05;
 
-/// What all candidates of one MS2 scan share.
+/// The values that all candidates of one MS2 scan share.
 struct ScanContext {
   const UserParameters& m_params;
   const MS2Spectrum& m_ms2;
   const ScanWindow& m_scan_window;  // as gathered, not thinned
-  PeakSpan m_peak_candidates;       // not empty, before the cut at the isolation window
+  PeakSpan m_peak_candidates;       // not empty; not yet cut to the isolation window
   const ElutionGrid& m_grid;
   mutable std::optional<double> m_window_total{};  // WindowTotal, when it was asked for
 };
@@ -44,41 +44,41 @@ class FeaturesExtractor {
   /// The observed isotope envelope.
   const IsoPattern& iso_pattern();
 
-  /// Best Pearson correlation, over the rows of the envelope, with the expected envelope; the m1
-  /// and m2 forms start one and two positions below the monoisotopic peak, where nothing is
-  /// expected.
+  /// Best Pearson correlation of a row of the envelope with the expected envelope. The m1 and m2
+  /// forms start one and two positions below the monoisotopic peak, with an expected intensity of 0
+  /// there.
   double ipv_similarity_0();
   double ipv_similarity_m1();
   double ipv_similarity_m2();
-  /// The row that decided ipv_similarity_m2; -1 before it was asked for.
+  /// The row that gave ipv_similarity_m2; -1 before the first call of that.
   [[nodiscard]] int best_row() const { return m_best_row; }
 
   /// Cosine of the elution profiles of two isotope positions: 0 and 1; -1 and 0.
   double xic_correlation_0_1();
   double xic_correlation_m1_0();
 
-  /// Share of the elution intensity at the monoisotopic position and above, against that from one
-  /// position below; 1 when there is none at all.
+  /// Elution intensity from the monoisotopic position up, as a share of that from one position
+  /// below it up; 1 when both are 0.
   double elution_share();
 
-  /// Longest run of isotope positions from 0 upwards with intensity in one row, 0 to 5.
+  /// Longest run of isotope positions from 0 up with intensity in the same row, 0 to 5.
   int isotope_count();
 
   /// False only when isotope_count is below wanted; does not need the envelope.
   [[nodiscard]] bool MayHaveIsotopes(int wanted) const;
 
-  /// How many of those positions lie inside the isolation window.
+  /// The number of those positions inside the isolation window.
   int window_isotope_count();
 
-  /// Candidate-peak intensity of those positions inside the isolation window, scaled by the
-  /// window's half-width, over all that is there; 0 when nothing is there.
+  /// Candidate-peak intensity at those positions inside the isolation window, scaled by the
+  /// window's half-width, as a share of all intensity there; 0 without any.
   double window_intensity_ratio();
 
   /// Intensity-weighted spread of the m/z near the truncated m/z over the scan window, in ppm.
   double mz_spread_ppm();
 
-  /// The m/z averaged by intensity over the scan window within recalibrate_window ppm, positive;
-  /// the candidate's own when there is no intensity.
+  /// The intensity-weighted mean m/z over the scan window within recalibrate_window ppm, positive;
+  /// the candidate's own m/z without intensity.
   double refined_mz();
 
   [[nodiscard]] double charge_times_mz() const { return m_precursor.m_charge * m_precursor.m_mz; }
@@ -108,7 +108,7 @@ class FeaturesExtractor {
 };
 
 /// Pearson correlation of x and y, of the same length; 0 when the root of the variances is at most
-/// 1e-6. May be NaN for values whose variance cancels below zero.
+/// 1e-6. May be NaN when rounding makes a variance negative.
 double PearsonCorrelation(std::span<const double> x, std::span<const double> y);
 
 }  // namespace tarvek

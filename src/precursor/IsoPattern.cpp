@@ -19,13 +19,13 @@ struct BinRange {
   std::int64_t m_high;
 };
 
-// What is looked for at the isotope positions of one precursor, and where.
+// Looks up intensities at the isotope positions of one precursor.
 class IsotopeSearch {
  public:
   IsotopeSearch(const EnvelopeInput& input, const Precursor& precursor)
       : m_input(&input),
         m_precursor(precursor),
-        // The signed m/z makes this negative for negative ions, whose row 0 therefore stays empty.
+        // Negative for negative ions because of the signed m/z, so their row 0 stays empty.
         m_tol_peak(input.m_tol_is_ppm ? input.m_tol * precursor.m_mz / 1e6 : input.m_tol),
         m_tol_grid(input.m_tol_is_ppm ? input.m_center * input.m_tol / 1e6 : input.m_tol) {}
 

@@ -3,7 +3,7 @@
 //           each row after its first valley, where another envelope may begin.
 // Owns:     its matrix.
 // Throws:   nothing; an empty list of candidate peaks fails an internal check.
-// Not here: what is concluded from the envelope (FeaturesExtractor.h).
+// Not here: conclusions from the envelope (FeaturesExtractor.h).
 #pragma once
 
 #include <array>
@@ -15,7 +15,7 @@
 
 namespace tarvek {
 
-/// Distance of isotope peaks in m/z times charge.
+/// Distance of isotope peaks in m/z, times charge.
 inline constexpr double kIsotopeSpacing = 1.003;
 
 /// m/z of isotope position i of a precursor with signed m/z and charge; always positive:
@@ -25,7 +25,7 @@ inline double IsotopePositionMz(const Precursor& precursor, int i) {
   return precursor.m_charge > 0 ? precursor.m_mz + offset : -precursor.m_mz - offset;
 }
 
-/// What the envelopes of all candidates of one MS2 scan are read from.
+/// The data from which the envelopes of all candidates of one MS2 scan are read.
 struct EnvelopeInput {
   double m_center;  // activation centre, m/z
   double m_tol;     // mass tolerance, in ppm with m_tol_is_ppm, else in m/z
@@ -34,8 +34,8 @@ struct EnvelopeInput {
   const ElutionGrid& m_grid;
 };
 
-/// False only when no row of the precursor's envelope can hold intensity at all of the isotope
-/// positions from 0 up to wanted - 1; much cheaper than the envelope.
+/// False only when no row of the precursor's envelope can have intensity at all isotope positions
+/// from 0 to wanted - 1; much cheaper than the envelope.
 bool MayHoldIsotopes(const EnvelopeInput& input, const Precursor& precursor, int wanted);
 
 class IsoPattern {
@@ -68,7 +68,8 @@ class IsoPattern {
   Matrix m_matrix{};
 };
 
-/// Zeroes what follows the first valley after the +1 isotope; the valley itself keeps its value.
+/// Zeroes everything after the first valley beyond the +1 isotope; the valley itself keeps its
+/// value.
 void CutAfterFirstValley(IsoPattern::Row& row);
 
 }  // namespace tarvek

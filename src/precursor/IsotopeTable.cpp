@@ -53,7 +53,7 @@ double TokenValue(std::string_view token, std::size_t line, const std::string& p
   return value;
 }
 
-// The index of the precursor's row before it is checked; negative or too large without a row.
+// The unchecked row index of the precursor; negative or too large when it has no row.
 std::int64_t RowIndex(const Precursor& precursor) {
   return TruncateToInt64(ProtonatedMassDa(precursor));
 }

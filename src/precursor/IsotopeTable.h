@@ -18,29 +18,29 @@ namespace tarvek {
 /// Relative intensities of the monoisotopic peak and of the +1, +2, +3 and +4 isotope peaks.
 using IsotopeRow = std::array<double, 5>;
 
-/// Row i belongs to a singly protonated mass whose integer part is i Da.
+/// Row i is for singly protonated masses with the integer part i Da.
 using IsotopeTable = std::vector<IsotopeRow>;
 
 inline constexpr std::size_t kIsotopeTableRows = 15000;
 
-/// The table in text: numbers between white space, five a row; what is missing stays 0 and rows
-/// beyond the last are not read. path only serves the message of a token that is no number.
+/// Parses a table: numbers between white space, five per row. Missing numbers stay 0; rows beyond
+/// the last are ignored. path only appears in the message for a token that is not a number.
 IsotopeTable ParseIsotopeTable(std::string_view text, const std::string& path);
 
-/// The table of the file at path, as ParseIsotopeTable reads it.
+/// Reads the file at path with ParseIsotopeTable.
 IsotopeTable ReadIsotopeTable(const std::string& path);
 
-/// Makes the table at path that of the process; does nothing when one has been read already.
+/// Loads the table at path as that of the process; keeps one that was loaded before.
 void LoadIsotopeTable(const std::string& path);
 
-/// Makes table the one of the process, whether or not there was one.
+/// Makes table that of the process, even when there was one before.
 void InstallIsotopeTable(IsotopeTable table);
 
-/// 16 hexadecimal digits that tell tables with other numbers apart: FNV-1a (64 bits) over the
-/// binary64 values, row by row, little-endian.
+/// 16 hexadecimal digits that differ between tables with different numbers: FNV-1a (64 bits) over
+/// the binary64 values, row by row, little-endian.
 std::string IsotopeTableFingerprint(const IsotopeTable& table);
 
-/// That of the table of the process; empty before there is one.
+/// The fingerprint of the process's table; empty before one is loaded.
 const std::string& InstalledTableFingerprint();
 
 /// Whether LookUpIsotopeRow has a row for this precursor.
@@ -49,8 +49,8 @@ bool IsInIsotopeTable(const Precursor& precursor);
 /// The row of the precursor's singly protonated mass. A mass without a row fails an internal check.
 const IsotopeRow& LookUpIsotopeRow(const Precursor& precursor);
 
-/// m/z and charge as the singly protonated mass M+H in Da; also of a negative ion whose m/z is
-/// negative.
+/// The singly protonated mass M+H in Da from m/z and charge; also for a negative ion with its
+/// negative m/z.
 double ProtonatedMassDa(const Precursor& precursor);
 
 }  // namespace tarvek

@@ -46,8 +46,8 @@ RankVector RankingValues(FeaturesExtractor& candidate) {
           candidate.xic_correlation_0_1(), candidate.window_intensity_ratio()};
 }
 
-// Replaces component k of every entry by its rank. The entry before has its rank already when it is
-// compared, so equal values almost never share one; results depend on it.
+// Replaces component k of every entry by its rank. Compares with the entry before, which already
+// has its rank, so equal values almost never share one; results depend on this.
 void ReplaceByRank(std::vector<RankVector>& entries, std::vector<std::size_t>& order,
                    std::size_t k) {
   std::ranges::stable_sort(order, {}, [&](std::size_t i) { return entries[i][k]; });
@@ -126,7 +126,7 @@ void PrecursorDetermination::WithScan(const Ms1Store& store, const MS2Spectrum& 
     return ReportTooManyPeaks(*m_params, ms2);
   FillGrid(ms2);
   use({*m_params, ms2, *window, m_candidates, m_grid});
-  m_survivors.clear();  // they borrow from what ends here
+  m_survivors.clear();  // they borrow from the scan's context
 }
 
 void PrecursorDetermination::WithCandidates(const Ms1Store& store, const MS2Spectrum& ms2,
@@ -156,7 +156,7 @@ void PrecursorDetermination::WithAllTried(const Ms1Store& store, const MS2Spectr
   });
 }
 
-// Gives each its stage; those that pass the filters are ranked too low until they are selected.
+// Sets the stage of each; those that pass the filters count as ranked too low until selected.
 void PrecursorDetermination::FindStages(std::vector<TriedCandidate>& tried, double centre) {
   std::vector<FeaturesExtractor*> survivors;
   for (TriedCandidate& one : tried) {
@@ -189,7 +189,7 @@ bool PrecursorDetermination::ReachesCentre(const Precursor& precursor, double ce
          ReachesActivationCentre(precursor, centre, ToleranceMz(*m_params, centre));
 }
 
-// Every peak that may be monoisotopic with every charge.
+// Takes every possible monoisotopic peak with every charge.
 template <class Take>
 void PrecursorDetermination::ForEachCandidate(const ScanContext& scan, Take take) const {
   const double highest_mz =
@@ -197,7 +197,7 @@ void PrecursorDetermination::ForEachCandidate(const ScanContext& scan, Take take
   for (const Peak& peak : m_candidates) {
     if (!(peak.m_mz <= highest_mz)) continue;
     for (std::int64_t z = m_params->m_charge_min; z <= m_params->m_charge_max; ++z) {
-      if (z == 0) continue;  // an ion has a charge
+      if (z == 0) continue;  // an ion is charged
       take(FeaturesExtractor(
           scan, Precursor{z < 0 ? -peak.m_mz : peak.m_mz, static_cast<std::int32_t>(z)}));
     }
@@ -214,7 +214,7 @@ void PrecursorDetermination::CollectSurvivors(const ScanContext& scan) {
   });
 }
 
-// The survivors that are scored, in the order in which they are.
+// The survivors to score, in scoring order.
 std::vector<FeaturesExtractor*> PrecursorDetermination::SelectForScoring(
     std::span<FeaturesExtractor* const> survivors) const {
   const std::size_t limit = m_params->m_co_elute ? kCandidateLimit : 1;

@@ -1,9 +1,9 @@
 // precursor/PrecursorDetermination.h: which precursors were isolated for one MS2 scan.
 // Does:     builds candidates from the MS1 scans around the precursor scan, filters, ranks and
-//           scores them, and recalibrates the m/z of those kept.
+//           scores them, and recalibrates the m/z of the accepted ones.
 // Owns:     its working data, reused from scan to scan.
 // Throws:   nothing; broken invariants fail internal checks.
-// Not here: which MS2 scans are processed, and what becomes of an empty answer (Ms2Loop.h).
+// Not here: which MS2 scans are processed, and the handling of an empty answer (Ms2Loop.h).
 #pragma once
 
 #include <array>
@@ -20,30 +20,30 @@
 
 namespace tarvek {
 
-/// What the filters ask for: isotopes in a row of one MS1 scan, likeness of the envelope
+/// The limits of the filters: isotopes in a row of one MS1 scan, similarity of the envelope
 /// (ipv_similarity_0), share of the window (window_intensity_ratio).
 int WantedIsotopes(std::int32_t charge);
 inline constexpr double kMinSimilarity = 0.5;
 inline constexpr double kMinWindowRatio = 0.04;
-/// Candidates that are scored at most; one without co_elute.
+/// At most so many candidates are scored; only one without co_elute.
 inline constexpr std::size_t kCandidateLimit = 1000;
 
-/// The filter that a candidate does not pass, in the order in which they are asked.
+/// The first filter that rejects a candidate, in the order of the filters.
 enum class Filter {
-  kNone,               // it passes all of them
+  kNone,               // it passes all filters
   kIsotopes,           // too few in a row
-  kEnvelope,           // too unlike the expected one
+  kEnvelope,           // too different from the expected one
   kIsotopesInWindow,   // too few of them
   kIntensityInWindow,  // too small a share
 };
 
-/// How far a candidate came.
+/// How far a candidate got.
 enum class Stage { kMissesCentre, kFiltered, kRankedTooLow, kScoreTooLow, kAccepted };
 
 struct TriedCandidate {
   FeaturesExtractor* m_candidate;
   Stage m_stage;
-  Filter m_filter = Filter::kNone;  // of kFiltered
+  Filter m_filter = Filter::kNone;  // for kFiltered
   double m_score = 0.0;             // from kScoreTooLow on
 };
 
@@ -57,13 +57,13 @@ class PrecursorDetermination {
   /// store.
   std::vector<Precursor> determine_precursors(const Ms1Store& store, const MS2Spectrum& ms2);
 
-  /// Hands the candidates of ms2 that are to be scored to use, once, in the order in which they
-  /// are; not called when there is none. They end with the call.
+  /// Calls use once with the candidates of ms2 to score, in scoring order; not at all without any.
+  /// The candidates live only during the call.
   using UseCandidates = std::function<void(std::span<FeaturesExtractor* const> candidates)>;
   void WithCandidates(const Ms1Store& store, const MS2Spectrum& ms2, const UseCandidates& use);
 
-  /// The same of all candidates in the isolation window, in ascending m/z and charge, with how far each
-  /// came. Slower: it is for those who ask why.
+  /// The same for all candidates in the isolation window, in ascending m/z and charge, each with
+  /// the stage that it reached. Slower; for people who ask why.
   using UseTried = std::function<void(std::span<const TriedCandidate> tried)>;
   void WithAllTried(const Ms1Store& store, const MS2Spectrum& ms2, const UseTried& use);
 
@@ -87,18 +87,18 @@ class PrecursorDetermination {
   std::vector<FeaturesExtractor> m_survivors;
 };
 
-/// The four values by which candidates are ranked before scoring.
+/// The four values that rank candidates before scoring.
 using RankVector = std::array<double, 4>;
 
-/// Order of entries by the product r0^3 r1 r2 r3^3 of their ranks, as indices, smallest first.
-/// Ranks count along each sorted component; an entry shares the rank before it only when its value
-/// equals that rank itself.
+/// The indices of entries in ascending order of the product r0^3 r1 r2 r3^3 of their ranks. Ranks
+/// count along each sorted component; an entry shares the rank of the one before only when its
+/// value equals that rank itself.
 std::vector<std::size_t> PreRankOrder(std::vector<RankVector> entries);
 
-/// Whether an isotope position from 0 to 3 lies nearer than tol_mz to the activation centre.
+/// Whether an isotope position from 0 to 3 is nearer than tol_mz to the activation centre.
 bool ReachesActivationCentre(const Precursor& precursor, double centre, double tol_mz);
 
-/// The first of the filters on isotopes, envelope and isolation window that stops a candidate.
+/// The first filter on isotopes, envelope and isolation window that rejects a candidate.
 Filter StoppingFilter(FeaturesExtractor& candidate, double centre, double isolation_width);
 
 /// Whether a candidate passes all of them.

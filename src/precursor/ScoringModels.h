@@ -42,7 +42,7 @@ double CubicHinge(const Hinge& hinge, double x);
 /// Intercept, then the terms added in order. May be NaN when a feature is.
 double EvaluateModel(const ScoringModel& model, FeaturesExtractor& candidate);
 
-/// The score of a candidate under what mars_model selects in kMarsModels.
+/// The score of a candidate by the models that mars_model selects in kMarsModels.
 double Score(FeaturesExtractor& candidate, std::int32_t mars_model);
 
 extern const ScoringModel kModelA;
@@ -53,15 +53,15 @@ extern const ScoringModel kModelE;
 extern const ScoringModel kModelF;
 extern const ScoringModel kModelG;
 
-/// A number of mars_model with the models that it selects: of two, the larger score counts.
+/// A number of mars_model with its models; with two of them, the larger score counts.
 struct MarsModel {
   std::int32_t m_number;
   const ScoringModel* m_model;
   const ScoringModel* m_other = nullptr;
 };
 
-/// The numbers that select different scores. The first is that of all numbers that are not listed;
-/// 1024 is another name of 4.
+/// The numbers that select different scores. Numbers that are not listed mean the first one; 1024
+/// means 4.
 inline constexpr std::array<MarsModel, 8> kMarsModels = {{
     {0, &kModelA},
     {1, &kModelB},

@@ -10,8 +10,8 @@ namespace {
 
 constexpr const char* kModule = "SpectrumUtils";
 
-// Half-width in m/z around the activation centre in which the reference intensity is looked for,
-// and the share of it that a peak must reach.
+// Half-width in m/z around the activation centre in which to find the reference intensity, and the
+// share of it that a peak must reach.
 constexpr double kLocalHalfWidthMz = 1.05;
 constexpr double kLocalShare = 0.02;
 
@@ -27,7 +27,7 @@ double HighestIntensity(PeakSpan peaks) {
   return highest;
 }
 
-// Peaks that compare equal here are equal in both fields, so no order among them is lost.
+// Peaks that compare equal here are identical, so an unstable sort loses no order.
 bool ByMzThenIntensity(const Peak& a, const Peak& b) {
   return a.m_mz != b.m_mz ? a.m_mz < b.m_mz : a.m_intensity < b.m_intensity;
 }
@@ -91,7 +91,7 @@ std::optional<ScanWindow> gather_ms1_window(const Ms1Store& store, const MS2Spec
   const auto s = static_cast<std::size_t>(precursor_scan - store.begin());
   ScanWindow window;
   for (std::size_t p = 0; p < kWindowScans; ++p) {
-    const std::size_t i = s + p - kPrecursorPosition;  // wraps to a huge index below the store
+    const std::size_t i = s + p - kPrecursorPosition;  // wraps to a huge index before the store
     if (i < store.size())
       window[p] =
           peaks_in_window(store[i].m_peaks, ms2.m_activation_center, extended_halfwidth, false);

@@ -1,7 +1,7 @@
 // precursor/SpectrumUtils.h: peak lists around an MS2 scan.
-// Does:     finds peaks by m/z, gathers the ten MS1 scans around a precursor scan, thins them by
+// Does:     finds peaks by m/z, gathers the ten MS1 scans around a precursor scan, filters them by
 //           intensity, and collects the candidate monoisotopic peaks.
-// Owns:     nothing; a PeakSpan borrows from the list that it was cut from.
+// Owns:     nothing; a PeakSpan borrows from its list.
 // Throws:   nothing; a broken precondition fails an internal check.
 // Not here: isotope envelopes (IsoPattern.h). Every peak list ascends in m/z.
 #pragma once
@@ -24,12 +24,12 @@ using PeakList = std::vector<Peak>;
 /// The most recent high-resolution MS1 scans, ascending in scan number.
 using Ms1Store = std::deque<MS1Spectrum>;
 
-/// Scans in a scan window, and the place of the precursor scan among them.
+/// The number of scans in a scan window, and the place of the precursor scan in it.
 inline constexpr std::size_t kWindowScans = 10;
 inline constexpr std::size_t kPrecursorPosition = 4;
 
-/// Position p holds peaks of the MS1 scan p - 4 places from the precursor scan; a position outside
-/// the store is empty. Borrows from the store.
+/// Position p has the peaks of the MS1 scan p - 4 places after the precursor scan; a position
+/// outside the store is empty. Borrows from the store.
 using ScanWindow = std::array<PeakSpan, kWindowScans>;
 using FilteredWindow = std::array<PeakList, kWindowScans>;
 
@@ -41,7 +41,7 @@ PeakSpan peaks_in_window(PeakSpan peaks, double centre, double tol, bool tol_is_
 const Peak& nearest_peak(PeakSpan peaks, double mz);
 
 /// Peaks within extended_halfwidth of the activation centre in the ten scans around the precursor
-/// scan of ms2; nothing when that scan is not in the store.
+/// scan of ms2; std::nullopt when that scan is not in the store.
 std::optional<ScanWindow> gather_ms1_window(const Ms1Store& store, const MS2Spectrum& ms2,
                                             double extended_halfwidth);
 
@@ -50,7 +50,7 @@ std::optional<ScanWindow> gather_ms1_window(const Ms1Store& store, const MS2Spec
 void filter_by_local_intensity(const ScanWindow& window, double centre, FilteredWindow& filtered);
 
 /// The candidate monoisotopic peaks near the activation centre, from the precursor scan and, unless
-/// the centre is found there, from the scans beside it; close peaks collapsed into their
+/// that contains the centre, from its neighbour scans; close peaks are merged into their
 /// intensity-weighted mean. candidates: emptied first, its capacity reused.
 void collect_peak_candidates(const UserParameters& parameters, const FilteredWindow& filtered,
                              const MS2Spectrum& ms2, PeakList& candidates);

@@ -1,8 +1,8 @@
 // IO/records/InputFormats.h: the input formats, a row for each.
-// Does:     knows the word of each, the endings of its files, the road from it to the outputs and the
-//           extractor program that converts it; finds the row of a word or of a file name.
+// Does:     knows for each format its word, its file extensions, its input path and the extractor
+//           program that converts it; finds the row for a word or a file name.
 // Throws:   nothing but std::bad_alloc.
-// Not here: what is in the files (their readers); how to add one (CONTRIBUTING.md).
+// Not here: file contents (the readers); how to add a format (CONTRIBUTING.md).
 #pragma once
 
 #include <algorithm>
@@ -15,20 +15,20 @@
 namespace tarvek {
 
 enum class InputRoad {
-  kText,   // its spectra are read as they are
-  kMgf,    // rewritten only
+  kText,   // its spectra are read directly
+  kMgf,    // only rewritten
   kXml,    // its extractor reads the file itself
   kVendor  // its extractor has another program convert the file
 };
 
 struct InputFormat {
-  std::string_view m_word;  // of input_format; behind a dot, the ending of the files
+  std::string_view m_word;  // the value of input_format; after a dot, the extension of the files
   InputRoad m_road;
   std::string_view m_extractor;      // empty where none is needed
-  std::string_view m_packed_ending;  // of files packed with gzip that are read as they are
+  std::string_view m_packed_ending;  // of files packed with gzip that are read directly
 };
 
-/// In the order of the messages that list them.
+/// In the order in which messages list them.
 inline constexpr std::array<InputFormat, 6> kInputFormats = {{
     {"ms1", InputRoad::kText, "", ""},
     {"mgf", InputRoad::kMgf, "", ""},
@@ -38,7 +38,8 @@ inline constexpr std::array<InputFormat, 6> kInputFormats = {{
     {"mzml", InputRoad::kXml, "morvex_xml.exe", ".mzml.gz"},
 }};
 
-/// The same for people: the words of `tarvek-tools run --format`, two texts of it, one of messages.
+/// The same for people: the words of `tarvek-tools run --format`, two of its texts, and a list for
+/// messages.
 inline constexpr std::array kInputWords = {"mzml", "mzxml", "raw", "wiff", "ms1", "mgf"};
 inline constexpr const char* kInputNames = "mzML, mzXML (also .gz), raw, wiff, ms1, mgf";
 inline constexpr const char* kKnownInputs =
@@ -51,15 +52,15 @@ constexpr const InputFormat* FindInputFormat(std::string_view word) {
   return found == kInputFormats.end() ? nullptr : &*found;
 }
 
-/// Whether a word is that of a format that an extractor converts first.
+/// Whether an extractor first converts files of the format with this word.
 constexpr bool IsInstrumentFormat(std::string_view word) {
-  // Without pointers, which GCC compares in no constant expression under its sanitizers.
+  // Without pointers: with sanitizers, GCC does not compare them in constant expressions.
   return std::ranges::any_of(kInputFormats, [word](const InputFormat& format) {
     return format.m_word == word && !format.m_extractor.empty();
   });
 }
 
-/// The words of these formats.
+/// The words of the formats that an extractor converts.
 inline constexpr auto kInstrumentFormats = [] {
   constexpr auto takes = [](const InputFormat& format) {
     return IsInstrumentFormat(format.m_word);
@@ -71,7 +72,7 @@ inline constexpr auto kInstrumentFormats = [] {
   return words;
 }();
 
-/// The format of a packed file by its name; null when it is none.
+/// The format of a packed file by its name; null when the name is not one of a packed file.
 inline const InputFormat* PackedFormatOf(std::string_view name) {
   const auto found = std::ranges::find_if(kInputFormats, [name](const InputFormat& format) {
     return !format.m_packed_ending.empty() && EndsWithIgnoreCase(name, format.m_packed_ending);
@@ -79,13 +80,13 @@ inline const InputFormat* PackedFormatOf(std::string_view name) {
   return found == kInputFormats.end() ? nullptr : &*found;
 }
 
-/// What a file name says: its format, and the length of the ending ("mzML.gz" with its dot).
+/// The parts of a file name: its format, and the length of the ending ("mzML.gz" with its dot).
 struct NamedFormat {
-  const InputFormat* m_format = nullptr;  // null when it is that of no input
+  const InputFormat* m_format = nullptr;  // null when the name is not one of an input
   std::size_t m_ending_size = 0;
 };
 
-/// Endings are taken in any case; a name that is all ending has none.
+/// Ignores letter case. A name that consists of an ending only has none.
 inline NamedFormat FormatOfName(std::string_view name) {
   const InputFormat* const packed = PackedFormatOf(name);
   if (packed != nullptr && name.size() > packed->m_packed_ending.size())

@@ -35,10 +35,10 @@ inline constexpr std::size_t kMaxDeclaredPrecursors = 100;
 /// What speaks for a precursor that was determined together with the others of its scan.
 struct PrecursorEvidence {
   double m_probability = 0.0;  // that an ion of its m/z and charge was isolated
-  double m_share = 0.0;        // of the current in the isolation window
+  double m_share = 0.0;        // of the ion current in the isolation window
 };
 
-/// One survey scan. Peaks ascend in m/z once a reader has returned the record.
+/// One survey scan. Readers return its peaks in ascending m/z.
 struct MS1Spectrum {
   std::int32_t m_scan_no = 0;
   double m_rt = 0.0;  // seconds
@@ -47,7 +47,7 @@ struct MS1Spectrum {
   std::vector<Peak> m_peaks;
 };
 
-/// One fragment scan. Peaks ascend in m/z once a reader has returned the record.
+/// One MS2 scan. Readers return its peaks in ascending m/z.
 struct MS2Spectrum {
   std::int32_t m_scan_no = 0;
   std::int32_t m_precursor_scan = 0;  // the MS1 scan that the instrument took the precursor from
@@ -59,7 +59,7 @@ struct MS2Spectrum {
   std::vector<Precursor> m_orig_precursors;  // as the input declared them
   std::vector<Precursor> m_precursors;       // as they are exported
   std::vector<Peak> m_peaks;
-  std::vector<PrecursorEvidence> m_evidence{};  // of each of m_precursors, or empty
+  std::vector<PrecursorEvidence> m_evidence{};  // parallel to m_precursors, or empty
   std::string m_peak_lines{};  // the text of m_peaks with the digits of the outputs, or empty
 };
 
@@ -91,7 +91,7 @@ inline bool IsKnownInstrument(std::string_view type) {
   return std::ranges::find(kInstrumentTypes, type) != kInstrumentTypes.end();
 }
 
-/// Whether activation and instrument type are ones that are processed.
+/// Whether tarvek processes this activation and instrument type.
 inline bool IsProcessed(const MS2Spectrum& scan) {
   return IsKnownActivation(scan.m_activation_type) && IsKnownInstrument(scan.m_instrument_type);
 }
@@ -100,19 +100,19 @@ inline bool IsProcessed(const MS2Spectrum& scan) {
 /// this rounding.
 inline constexpr double kProtonMass = 1.007276;
 
-/// Taken where none is declared: the commonest charge of tryptic peptides.
+/// Assumed when none is declared: the commonest charge of tryptic peptides.
 inline constexpr std::int32_t kAssumedCharge = 2;
 
 /// In a scan table: marks an MS1 scan.
 inline constexpr std::int32_t kNoPrecursorScan = -1;
 
-/// An m/z or mass of smaller absolute value counts as absent; so does an intensity not above it.
+/// An m/z or mass counts as absent below this absolute value, an intensity up to it.
 inline constexpr double kZeroTolerance = 1e-6;
 
 /// Largest number of peaks in one record of a binary spectrum file.
 inline constexpr std::int32_t kMaxMsbPeaks = 10000;
 
-/// M+H, the singly protonated mass in Da of an ion by m/z and charge, which is 1 or more; and back.
+/// M+H, the singly protonated mass in Da, from m/z and charge (1 or more); and back.
 inline double SinglyProtonatedMass(double mz, std::int32_t charge) {
   return mz * charge - (charge - 1) * kProtonMass;
 }
@@ -120,14 +120,14 @@ inline double MzOfMass(double singly_protonated_da, std::int32_t charge) {
   return (singly_protonated_da + (charge - 1) * kProtonMass) / charge;
 }
 
-/// A precursor without m/z or without charge says nothing and is never exported.
+/// A precursor without m/z or charge is useless and never exported.
 inline bool IsUsable(const Precursor& precursor) {
   const bool absent_mz = precursor.m_mz > -kZeroTolerance && precursor.m_mz < kZeroTolerance;
   return !absent_mz && precursor.m_charge != 0;
 }
 
-/// Sorts by ascending m/z; peaks of equal m/z keep their order. An m/z that is not a number, which
-/// binary input can hold, comes after every number.
+/// Sorts by ascending m/z; peaks of equal m/z keep their order. A NaN, which binary input can
+/// contain, comes after every number.
 inline void SortByMz(std::vector<Peak>& peaks) {
   constexpr auto ascending = [](const Peak& a, const Peak& b) {
     return a.m_mz < b.m_mz || (std::isnan(b.m_mz) && !std::isnan(a.m_mz));
