@@ -75,7 +75,7 @@ def shell_words(argv):
 
 def verdicts_of(case, road, ran, before, place, planted, is_asan):
     """All verdicts on a run, and the state of the folder after it."""
-    found = judge.judge_process(ran, is_asan)
+    found = judge.judge_process(ran, is_asan, judge.SECONDS * (ASAN_FACTOR if is_asan else 1))
     found += judge.judge_text("the console", ran.output)
     for folder in road.outputs:
         found += judge.judge_outputs(Path(os.fsdecode(folder)), planted)
@@ -127,7 +127,7 @@ def try_case(case, place, programs, known, is_asan):
     """Runs all roads of a case. Returns [(road, verdict, word, command, known line or None)] and the number of runs."""
     place = Path(place)
     prepare(case, place, programs)
-    wall = judge.SECONDS * (ASAN_FACTOR if is_asan else 1)
+    wall = judge.WALL_SECONDS * (ASAN_FACTOR if is_asan else 1)
     results, count = [], 0
     before = None
     for road in roads.roads_of(case, place, programs):

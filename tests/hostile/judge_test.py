@@ -26,7 +26,7 @@ class Verdicts(unittest.TestCase):
     def tearDown(self):
         self._folder.cleanup()
 
-    def of(self, script, rows=None, wall=judge.SECONDS):
+    def of(self, script, rows=None, wall=judge.WALL_SECONDS):
         """The verdicts on a program of the shell that is to write out/run.csv."""
         case = cases.instrument("test", samples.mzml(), rows=rows)
         hostile.prepare(case, self.place, None)
