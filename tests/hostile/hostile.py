@@ -1,16 +1,17 @@
 #!/usr/bin/python3
 """Gives hostile inputs to every program and judges what comes of it.
 
-    hostile.py INSTALLED [short] [--asan] [--seed N] [--random N] [--only TEXT] [--jobs N] [--work FOLDER] [--list]
+    hostile.py INSTALLED [short] [--asan] [--seed N] [--random N] [--only EXPRESSION] [--jobs N] [--work FOLDER] [--list]
 
 INSTALLED: where the programs are, as cmake --install puts them. short: every case of a small sample.
---only: the cases that have TEXT in their names. --random: how many random structures. A failing case keeps its
+--only: the cases with names in which the regular expression is found. --random: how many random structures. A failing case keeps its
 folder in FOLDER, and its command is printed. Verdicts: judge.py. What is known: known.tsv.
 """
 import argparse
 import collections
 import fnmatch
 import os
+import re
 import shutil
 import sys
 import time
@@ -176,9 +177,9 @@ def work(index):
 
 
 def chosen(all_cases, is_short, only):
-    """The cases to try: all, those with a word in their names, or a sample that takes some of each group."""
+    """The cases to try: all, those of an expression, or a sample that takes some of each group."""
     if only:
-        return [case for case in all_cases if only in case.name]
+        return [case for case in all_cases if re.search(only, case.name)]
     if not is_short:
         return all_cases
     ranked = sorted(all_cases, key=lambda case: zlib.crc32(case.name.encode()))

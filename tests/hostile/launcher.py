@@ -32,11 +32,15 @@ def become(order):
         os._exit(126)
 
 
-def kill(group):
-    try:
-        os.killpg(group, signal.SIGKILL)
-    except (ProcessLookupError, PermissionError):
-        pass
+def kill(session):
+    """Kills all that a program has started: those of its session, some of which have groups of their own."""
+    for name in os.listdir("/proc"):
+        try:
+            with open(f"/proc/{name}/stat", encoding="latin-1") as stat:
+                if int(stat.read().rpartition(")")[2].split()[3]) == session:
+                    os.kill(int(name), signal.SIGKILL)
+        except (OSError, ValueError, IndexError):
+            pass
 
 
 def launch(order):
