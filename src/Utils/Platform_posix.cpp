@@ -33,6 +33,20 @@ int OpenFlags(std::string_view mode) {
   }
 }
 
+// Whether path still leads to the open file: another holder may have renamed or deleted it.
+bool IsFileAt(const std::string& path, const struct stat& open_file) {
+  struct stat named {};
+  return ::stat(path.c_str(), &named) == 0 && named.st_dev == open_file.st_dev &&
+         named.st_ino == open_file.st_ino;
+}
+
+// 0, or the reason why the lock could not be had.
+int TryLock(int descriptor) {
+  while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0)
+    if (errno != EINTR) return errno;
+  return 0;
+}
+
 // The system's own names, such as /dev/stdout, are links that mean what they lead to.
 bool IsNameOfTheSystem(std::string_view path) {
   return path.starts_with("/dev/") || path.starts_with("/proc/");
@@ -68,20 +82,6 @@ int OpenOutput(const std::string& path, int flags) {
     if (!is_replaced) break;
   }
   return -1;
-}
-
-// Whether path still leads to the open file: another holder may have renamed or deleted it.
-bool IsFileAt(const std::string& path, const struct stat& open_file) {
-  struct stat named {};
-  return ::stat(path.c_str(), &named) == 0 && named.st_dev == open_file.st_dev &&
-         named.st_ino == open_file.st_ino;
-}
-
-// 0, or the reason why the lock could not be had.
-int TryLock(int descriptor) {
-  while (::flock(descriptor, LOCK_EX | LOCK_NB) != 0)
-    if (errno != EINTR) return errno;
-  return 0;
 }
 
 struct CloseDirectory {

@@ -16,7 +16,7 @@ import shutil
 import sys
 import time
 import zlib
-from concurrent.futures import ProcessPoolExecutor
+from concurrent.futures import ProcessPoolExecutor, as_completed
 from pathlib import Path
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
@@ -226,7 +226,8 @@ def report(picked, options, root, good_before):
     counts, used, runs, slow = collections.Counter(), collections.Counter(), 0, []
     findings = open(root / "findings.tsv", "w", encoding="utf-8", errors="surrogateescape")
     with findings, ProcessPoolExecutor(options.jobs) as pool:
-        for index, results, count, seconds in pool.map(work, range(len(picked)), chunksize=1):
+        for done in as_completed([pool.submit(work, index) for index in range(len(picked))]):
+            index, results, count, seconds = done.result()
             name = picked[index].name
             runs += count
             slow.append((seconds, name))
