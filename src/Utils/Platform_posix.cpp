@@ -54,6 +54,43 @@ int TryLock(int descriptor) {
   return 0;
 }
 
+// The system's own names, such as /dev/stdout, are links that mean what they lead to.
+bool IsNameOfTheSystem(std::string_view path) {
+  return path.starts_with("/dev/") || path.starts_with("/proc/");
+}
+
+bool LeadsToDevice(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISCHR(status.st_mode);
+}
+
+// After a failed open: whether nothing but a link was in the way, which is deleted.
+bool DeleteLinkAt(const std::string& path) {
+  struct stat status {};
+  return errno == ELOOP && ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode) &&
+         ::unlink(path.c_str()) == 0;
+}
+
+/// Opens an output. A link to a file, and a file that has other names, too, is replaced by a new file:
+/// what it leads to may be no output. Links to devices are followed. -1 on failure.
+int OpenOutput(const std::string& path, int flags) {
+  const bool follows = IsNameOfTheSystem(path) || LeadsToDevice(path);
+  const int more = O_CLOEXEC | (follows ? 0 : O_NOFOLLOW);
+  for (int tries = 0; tries < 3; ++tries) {
+    const int descriptor = ::open(path.c_str(), (flags & ~O_TRUNC) | more, 0666);
+    if (descriptor < 0 && DeleteLinkAt(path)) continue;
+    struct stat status {};
+    if (descriptor < 0 || ::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode))
+      return descriptor;
+    const bool is_replaced = status.st_nlink > 1 && !follows && ::unlink(path.c_str()) == 0;
+    if (!is_replaced && ((flags & O_TRUNC) == 0 || ::ftruncate(descriptor, 0) == 0))
+      return descriptor;
+    ::close(descriptor);
+    if (!is_replaced) break;
+  }
+  return -1;
+}
+
 struct CloseDirectory {
   void operator()(DIR* directory) const noexcept { ::closedir(directory); }
 };
@@ -82,6 +119,7 @@ class SpawnSettings {
   }
 
   void SendOutputsTo(const std::string& path) {
+    static_cast<void>(File::Open(path, "w"));  // replaces a link
     ::posix_spawn_file_actions_addopen(&m_actions, STDOUT_FILENO, path.c_str(),
                                        O_WRONLY | O_CREAT | O_TRUNC, 0666);
     ::posix_spawn_file_actions_adddup2(&m_actions, STDOUT_FILENO, STDERR_FILENO);
@@ -162,7 +200,9 @@ std::string QuotedForShell(std::string_view text) {
 File File::Open(const std::string& path, std::string_view mode) {
   File file;
   file.m_path = path;
-  file.m_descriptor = ::open(path.c_str(), OpenFlags(mode) | O_CLOEXEC, 0666);
+  const int flags = OpenFlags(mode);
+  file.m_descriptor =
+      flags == O_RDONLY ? ::open(path.c_str(), flags | O_CLOEXEC) : OpenOutput(path, flags);
   struct stat status {};
   if (file.IsOpen() && ::fstat(file.m_descriptor, &status) == 0 && S_ISDIR(status.st_mode))
     static_cast<void>(file.Close());

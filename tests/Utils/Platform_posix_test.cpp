@@ -1,6 +1,7 @@
 // What Platform.h promises and only a POSIX system can show.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -70,6 +71,54 @@ TEST(DeleteDirectoryTree, LeavesWhatALinkLeadsTo) {
   std::filesystem::create_symlink(directory / "kept", directory / "a/link");
   EXPECT_TRUE(DeleteDirectoryTree(directory / "a"));
   EXPECT_EQ(test::ReadFile(directory / "kept/f"), "x");
+}
+
+class FileOpen : public testing::TestWithParam<const char*> {
+ protected:
+  /// Writes "new" to path as an output in the mode of the test.
+  [[nodiscard]] bool Write(const std::string& path) const {
+    File file = File::Open(path, GetParam());
+    return file.IsOpen() && file.Write("new") && file.Close();
+  }
+
+  test::TemporaryDirectory m_directory;
+};
+
+TEST_P(FileOpen, ReplacesALinkAndLeavesWhatItLeadsTo) {
+  test::WriteFile(m_directory / "victim", "kept");
+  std::filesystem::create_symlink(m_directory / "victim", m_directory / "link");
+  std::filesystem::create_symlink(m_directory / "nothing", m_directory / "dangling");
+  std::filesystem::create_symlink("loop", m_directory / "loop");
+  std::filesystem::create_hard_link(m_directory / "victim", m_directory / "second");
+  for (const char* const name : {"link", "dangling", "loop", "second"}) {
+    SCOPED_TRACE(name);
+    EXPECT_TRUE(Write(m_directory / name));
+    EXPECT_TRUE(
+        std::filesystem::is_regular_file(std::filesystem::symlink_status(m_directory / name)));
+    EXPECT_EQ(test::ReadFile(m_directory / name), "new");
+  }
+  EXPECT_EQ(test::ReadFile(m_directory / "victim"), "kept");
+  EXPECT_FALSE(std::filesystem::exists(m_directory / "nothing"));
+}
+
+TEST_P(FileOpen, FollowsLinksToDevicesAndOfFolders) {
+  std::filesystem::create_symlink("/dev/null", m_directory / "null");
+  std::filesystem::create_directory(m_directory / "folder");
+  std::filesystem::create_directory_symlink(m_directory / "folder", m_directory / "other");
+  EXPECT_TRUE(Write(m_directory / "null"));
+  EXPECT_TRUE(std::filesystem::is_symlink(m_directory / "null"));
+  EXPECT_TRUE(Write(m_directory / "other/file"));
+  EXPECT_EQ(test::ReadFile(m_directory / "folder/file"), "new");
+}
+
+INSTANTIATE_TEST_SUITE_P(OfOutputs, FileOpen, testing::Values("w", "w+", "a+"));
+
+TEST(FileOpenForAppending, KeepsWhatAFileHas) {
+  const test::TemporaryDirectory directory;
+  test::WriteFile(directory / "log", "old ");
+  File file = File::Open(directory / "log", "a+");
+  ASSERT_TRUE(file.Write("new") && file.Close());
+  EXPECT_EQ(test::ReadFile(directory / "log"), "old new");
 }
 
 TEST(IgnoreWriteSignals, KeepsTheProcessAliveWhenAPipeBreaks) {

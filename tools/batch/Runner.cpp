@@ -99,7 +99,9 @@ class BatchRunner {
 
   void StartTask(std::size_t number) {
     const BatchTask& task = m_tasks[number];
-    MakeDirectory(task.m_log_directory);
+    // MakeDirectory takes blanks from the end, which the name of an input may have.
+    if (!MakeDirectoryTree(task.m_log_directory))
+      throw "Can not make the directory: " + task.m_log_directory;
     if (!task.m_parameter_file.empty())
       WriteWhole(ParameterFileOf(task), task.m_parameter_file, "parameter");
     if (!task.m_choices.empty()) {

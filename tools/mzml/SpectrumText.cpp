@@ -19,18 +19,35 @@ struct IonPlace {
   std::size_t m_end = 0;  // m_begin where the precursor has none
 };
 
+/// tags: at the start of the precursor, left at its end. Only its own children count, so that whole
+/// elements are replaced wherever a damaged file repeats the names.
+IonPlace IonPlaceInPrecursor(TagFinder& tags) {
+  std::optional<IonPlace> place;
+  bool is_in_list = false;
+  for (int depth = 0; tags.Next();) {
+    const Tag& tag = tags.Present();
+    if (tag.IsEnd() && --depth < 0) break;
+    if (depth == 0 && is_in_list && tag.IsEnd()) {
+      place->m_end = tags.End();
+      is_in_list = false;
+    } else if (depth == 0 && tag.Starts("selectedIonList")) {
+      if (!place || place->m_begin == place->m_end) {
+        place = IonPlace{tags.Begin(), tags.End()};
+        is_in_list = !tag.IsEmpty();
+      }
+    } else if (depth == 0 && tag.Starts("activation") && !place) {
+      place = IonPlace{tags.Begin(), tags.Begin()};
+    }
+    if (!tag.IsEnd() && !tag.IsEmpty()) ++depth;
+  }
+  return place.value_or(IonPlace{tags.Begin(), tags.Begin()});
+}
+
 std::optional<IonPlace> FindIonPlace(std::string_view spectrum) {
   TagFinder tags(spectrum);
   while (tags.Next() && !tags.Present().Starts("binaryDataArrayList")) {
     if (!tags.Present().Starts("precursor") || tags.Present().IsEmpty()) continue;
-    std::optional<IonPlace> place;
-    while (tags.Next() && !tags.Present().Ends("precursor")) {
-      const Tag& tag = tags.Present();
-      if (tag.Starts("selectedIonList")) place = IonPlace{tags.Begin(), tags.End()};
-      if (tag.Ends("selectedIonList") && place) place->m_end = tags.End();
-      if (tag.Starts("activation") && !place) place = IonPlace{tags.Begin(), tags.Begin()};
-    }
-    return place ? place : IonPlace{tags.Begin(), tags.Begin()};
+    return IonPlaceInPrecursor(tags);
   }
   return std::nullopt;
 }

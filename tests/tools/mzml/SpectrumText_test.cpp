@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
 #include <vector>
 
 #include "mzml/Head.h"
@@ -81,6 +82,26 @@ TEST(WithSelectedIons, PutsThemBeforeTheActivationWhereNoneAreDeclared) {
             "<cvParam cvRef=\"MS\" accession=\"MS:1000041\" name=\"charge state\" value=\"2\"/>"
             "</selectedIon></selectedIonList><activation/></precursor>"
             "<precursor><activation/></precursor></spectrum>");
+}
+
+// No writer makes such files; what comes of them is still XML.
+TEST(WithSelectedIons, ReplacesAWholeListWhateverIsInside) {
+  const std::vector<Precursor> none;
+  for (const std::string inside :
+       {"<selectedIonList></selectedIonList>", "<selectedIonList/>", "<precursor></precursor>",
+        "<selectedIon><selectedIonList><selectedIon/></selectedIonList></selectedIon>"}) {
+    SCOPED_TRACE(inside);
+    EXPECT_EQ(WithSelectedIons("<spectrum><precursor><selectedIonList>" + inside +
+                                   "</selectedIonList><activation/></precursor></spectrum>",
+                               none),
+              "<spectrum><precursor><selectedIonList count=\"0\"></selectedIonList><activation/>"
+              "</precursor></spectrum>");
+  }
+  EXPECT_EQ(WithSelectedIons("<spectrum><precursor><activation><selectedIonList/></activation>"
+                             "</precursor></spectrum>",
+                             none),
+            "<spectrum><precursor><selectedIonList count=\"0\"></selectedIonList><activation>"
+            "<selectedIonList/></activation></precursor></spectrum>");
 }
 
 TEST(WithSelectedIons, LeavesASpectrumWithoutPrecursor) {
