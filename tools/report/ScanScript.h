@@ -1,6 +1,6 @@
-// tools/report/ScanScript.h: style, body and script of the page of scans (report/ScanPage.h). The
-// script reads only the data elements of its own page and shows them as text nodes: no name or text
-// from a file becomes markup.
+// tools/report/ScanScript.h: style, body and script of the page of scans (report/ScanPage.h).
+// The script reads only the data elements of its own page and shows them as text nodes: no name or
+// text from a file becomes markup.
 #pragma once
 
 namespace tarvek::tools {
