@@ -1,5 +1,5 @@
 // The companion program tarvek-tools: picks the subcommand, turns its errors into an exit status, and
-// asks whether a subcommand or an option was meant that is nearly what was typed.
+// suggests a subcommand or an option that is close to what was typed.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <exception>
@@ -37,12 +37,13 @@ int Fail(const std::string& message) {
   return kFailure;
 }
 
-// Bad input can cause it in the readers of tarvek, and check makes a finding of that.
+// Bad input can cause it in the readers of tarvek; check reports it as a finding.
 [[noreturn]] void ThrowFailedCheck(const char* expression, const char* module) {
   throw "internal check failed: " + std::string(expression) + ", module " + module;
 }
 
-/// The candidate that word misses by a letter or two; empty when there is none, or when word is one.
+/// The candidate that differs from word by a letter or two; empty without one, or when word itself
+/// is a candidate.
 std::string NearMissOf(std::string_view word, const std::vector<std::string>& candidates) {
   constexpr std::size_t kMostLetters = 2;
   std::string nearest;
@@ -73,7 +74,7 @@ std::vector<std::string> LongOptionsOf(const CLI::App& app) {
   return names;
 }
 
-/// What was nearly typed in the arguments that did not parse; empty when nothing was.
+/// The question about a mistyped argument; empty without a close candidate.
 std::string NearMiss(const CLI::App& app, const std::vector<std::string>& arguments) {
   if (arguments.empty()) return {};
   const CLI::App* subcommand = nullptr;
@@ -83,7 +84,7 @@ std::string NearMiss(const CLI::App& app, const std::vector<std::string>& argume
     return NearMissOf(arguments.front(), SubcommandsOf(app));
   const std::vector<std::string> options = LongOptionsOf(subcommand == nullptr ? app : *subcommand);
   for (const std::string& argument : arguments) {
-    if (argument == "--") break;  // behind it are options of tarvek
+    if (argument == "--") break;  // after it come options of tarvek
     if (!argument.starts_with("--")) continue;
     const std::string nearest = NearMissOf(argument.substr(0, argument.find('=')), options);
     if (!nearest.empty()) return nearest;
@@ -91,7 +92,7 @@ std::string NearMiss(const CLI::App& app, const std::vector<std::string>& argume
   return {};
 }
 
-/// As CLI11_PARSE, with a question behind the error.
+/// Like CLI11_PARSE, with a question after the error.
 int Parse(CLI::App& app, int argc, const char* const* argv) {
   try {
     app.parse(argc, argv);

@@ -47,7 +47,7 @@ BinaryScan Fragments(int scan_no, int charge = 2) {
   return scan;
 }
 
-/// The rules in which text and binary spectra differ.
+/// The rules that differ between text and binary spectra.
 class SourceRules : public testing::Test {
  protected:
   SourceRules() {
@@ -128,7 +128,7 @@ TEST_F(SourceRules, TextTakesFtAlone) {
 
 class ProcessMsbSpectra : public testing::Test {
  protected:
-  /// run.raw in the directory "in"; its spectra and outputs are in another.
+  /// run.raw is in the directory "in", its spectra and outputs in another.
   ProcessMsbSpectra() {
     m_parameters.m_input_format = "raw";
     SetCurrentFile(m_parameters, m_directory / "in/run.ms1");

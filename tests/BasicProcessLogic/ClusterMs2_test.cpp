@@ -88,7 +88,7 @@ Peaks RandomPeaks(std::mt19937& random, int most) {
   return peaks;
 }
 
-/// Every peak of one against every peak of the other, without an index that moves.
+/// Compares every peak of one with every peak of the other, without a moving index.
 double SlowSimilarity(const Peaks& a, const Peaks& b) {
   double xy = 0.0, xx = 0.0, yy = 0.0;
   const auto walk = [&](const Peaks& from, const Peaks& to) {
@@ -216,7 +216,7 @@ TEST(Ms2Clusters, FindTheOthersBesideACentreThatIsNoNumber) {
   EXPECT_THAT(clusters.Representatives(), ElementsAre(1, 2));
 }
 TEST(Ms2Clusters, AreJoinedThroughAnyMember) {
-  // 25 and 65 degrees are too far apart for each other, and 45 is near enough to both.
+  // 25 and 65 degrees are too far apart; 45 is near enough to both.
   Ms2Clusters clusters;
   clusters.Add(1, 500.0, AtAngle(25.0));
   clusters.Add(2, 500.0, AtAngle(45.0));
@@ -275,7 +275,7 @@ std::vector<RandomScan> RandomScans(unsigned seed) {
   return scans;
 }
 
-/// Every scan against every earlier one, in file order.
+/// Compares every scan with every earlier one, in file order.
 std::set<std::int32_t> SlowRepresentatives(const std::vector<RandomScan>& scans) {
   std::vector<std::size_t> cluster_of;  // named by its first scan
   for (std::size_t i = 0; i < scans.size(); ++i) {
@@ -314,7 +314,7 @@ TEST(Ms2Clusters, AgreeWithAllPairsInFileOrder) {
     EXPECT_EQ(clusters.Representatives(), SlowRepresentatives(scans));
     selected += clusters.Representatives().size();
   }
-  // Neither everything alone nor everything together.
+  // Neither one cluster for each scan nor one for all.
   EXPECT_GT(selected, 60u * 5u);
   EXPECT_LT(selected, 60u * 100u);
 }

@@ -26,7 +26,7 @@ using test::WriteFile;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-/// The current directory is one of its own; it and the standard output directory hold nothing.
+/// Each test has its own current directory; it and the standard output directory are empty.
 class ExtractorTest : public testing::Test {
  protected:
   ExtractorTest() {
@@ -44,7 +44,7 @@ class ExtractorTest : public testing::Test {
     WriteFile(path, "#!/bin/sh\n" + body);
     fs::permissions(path, fs::perms::owner_all);
   }
-  /// The message of a run of the extractor; what it showed is in m_text.
+  /// The message of a run of the extractor; m_text holds its output.
   std::string Extract(const std::string& mode = "ms") {
     std::string message;
     m_text =

@@ -122,7 +122,7 @@ TEST(Ms1Feed, ReadsOnForAPrecursorScanThatIsNotAmongTheSurveys) {
   ListedSource source(std::move(scans));
   Ms1Feed feed(source, nullptr);
   feed.AdvanceTo(45);
-  // The sixth from the back is then 50, the first that is not smaller.
+  // The sixth from the end is then 50, the first that is not smaller.
   EXPECT_EQ(feed.Store().back().m_scan_no, 100);
 }
 TEST(Ms1Feed, GoesNoFurtherThanTheEndOfTheInput) {

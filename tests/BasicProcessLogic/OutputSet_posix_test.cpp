@@ -13,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// What this process does is done by another user than root while this lives.
+/// While this lives, the process acts as a user other than root.
 class AnotherUser {
  public:
   AnotherUser() : m_is_switched(::seteuid(kNobody) == 0) {}
@@ -30,7 +30,7 @@ class AnotherUser {
   bool m_is_switched;
 };
 
-// In a directory such as /tmp everybody makes files, and only its owner deletes one.
+// In a directory such as /tmp everybody can make files, but only the owner can delete them.
 TEST(OldTable, ThatCannotBeDeletedStaysAndStandsAlone) {
   if (::geteuid() != 0) GTEST_SKIP() << "only root can make a file of another user";
   const test::TemporaryDirectory directory;

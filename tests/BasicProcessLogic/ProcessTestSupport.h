@@ -9,7 +9,7 @@
 
 namespace tarvek::test {
 
-/// Parameters whose outputs go to directory and whose isotope table is a small one in it.
+/// Parameters with outputs in directory and a small isotope table there.
 inline UserParameters ParametersFor(const TemporaryDirectory& directory) {
   UserParameters parameters;
   parameters.m_peak_format = "%.5f %.1f\n";

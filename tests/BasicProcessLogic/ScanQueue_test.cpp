@@ -74,7 +74,7 @@ TEST_P(ScanQueueTest, HoldsTheReaderBack) {
   MS2Spectrum fragments;
   EXPECT_TRUE(m_queue.Take(fragments));
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  m_queue.Close();  // a reader that was not held back would never have come to an end
+  m_queue.Close();  // a reader that is not held back would never end
   reader.join();
 }
 
@@ -144,7 +144,7 @@ TEST(ScanQueue, OneByOneWorksOnOneSideAtATime) {
   });
   MS2Spectrum fragments;
   EXPECT_TRUE(queue.Take(fragments));
-  // 1 MiB of scans of 160 kB was put before this side was woken; no more comes until it waits.
+  // 1 MiB of scans of 160 kB was queued before this side was woken; no more comes until it waits.
   std::this_thread::sleep_for(std::chrono::milliseconds(20));
   EXPECT_EQ(queue.WaitingScans(), 6u);
   int taken = 1;

@@ -303,8 +303,8 @@ MS2Spectrum Scan(std::int32_t scan_no, std::vector<Precursor> precursors, std::v
 }
 
 TEST(MgfReader, ReadsBackWhatTheWriterWrote) {
-  // A negative ion has a negative m/z in memory and a positive one in the file. Decimals that the
-  // writer keeps exactly: six of a precursor's m/z, five and one of a peak's.
+  // A negative ion has a negative m/z in memory and a positive one in the file. The writer keeps
+  // these decimals exactly: six of a precursor's m/z, five and one of a peak.
   const std::vector<MS2Spectrum> written = {
       Scan(2345, {{650.3, 2}, {433.9, 3}}, {{100.5, 10.0}, {200.25, 5.5}}),
       Scan(2346, {{-500.25, -2}}, {{300.125, 7.0}}),

@@ -89,7 +89,7 @@ TEST(MgfCharge, HasItsSignBehindIt) {
     EXPECT_EQ(ScanMgfCharge(text).m_status, NumberStatus::kNoDigits) << text;
 }
 
-/// The text of the scan number, by the sentence of docs/formats/mgf.md in regular expressions.
+/// The text of the scan number, by regular expressions for the rule in docs/formats/mgf.md.
 std::string ScanTextByPattern(const std::string& title) {
   static const std::regex kWithIndex(R"((?:.*)\.(\d+)\.\1\.-?\d+\.\d+\.dta)");
   static const std::regex kWithoutIndex(R"((?:.*)\.(\d+)\.\1\.-?\d+\.dta)");

@@ -131,8 +131,8 @@ TEST(MgfWriter, ReportsAFailedWriteOfALargeScanAtOnce) {
   EXPECT_EQ(message, "Cannot write /dev/full");
 }
 
-/// The scans of MGF text by the shortest possible reading: a block per precursor, the scan number
-/// in the second field of the title, the peaks of the first block only.
+/// The scans of MGF text, read in the simplest way: a block per precursor, the scan number in the
+/// second field of the title, the peaks of the first block only.
 std::vector<MS2Spectrum> ScansOf(const std::string& mgf) {
   std::vector<MS2Spectrum> scans;
   std::istringstream text(mgf);

@@ -15,7 +15,7 @@
 namespace tarvek {
 namespace {
 
-/// The scans that the readers make of the text of scans.
+/// Writes scans as text and reads them back.
 template <class Reader, class Spectrum>
 std::vector<Spectrum> ThroughText(const std::vector<Spectrum>& scans, PeakDigits digits) {
   const test::TemporaryDirectory directory;
@@ -86,15 +86,14 @@ void ExpectEchoOfText(const std::vector<Spectrum>& scans, PeakDigits digits) {
   for (std::size_t i = 0; i < read.size(); ++i) ExpectSame(read[i], echoed[i]);
 }
 
-/// Scans of all kinds of numbers, some of which text of few digits cannot tell from 0.
+/// Scans with all kinds of numbers; with few digits some look like 0.
 class RandomScans {
  public:
   explicit RandomScans(unsigned seed) : m_random(seed) {}
 
   PeakDigits Digits() { return {Int(0, 9), Int(0, 9)}; }
 
-  // At least one intensity that the digits show, as the extractor sees to, though the reader may not
-  // keep it.
+  // At least one intensity shows digits, as the extractor ensures; the reader may still drop it.
   std::vector<Peak> Peaks(PeakDigits digits) {
     std::vector<Peak> peaks;
     const bool is_faint = Int(0, 4) == 0;
@@ -157,7 +156,7 @@ TEST(MsTextEcho, IsWhatTheReaderMakesOfTheText) {
   }
 }
 
-// With nine decimals the text shows an intensity that the reader takes for none.
+// With nine decimals the text shows an intensity that the reader treats as 0.
 TEST(MsTextEcho, HandsThePrecursorsOfAScanWithoutPeaksToTheNext) {
   const PeakDigits digits{5, 9};
   MS2Spectrum faint;

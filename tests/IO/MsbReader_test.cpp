@@ -34,7 +34,7 @@ class MsbPair {
 
   [[nodiscard]] std::string BasePath() const { return m_directory / "run"; }
 
-  /// Calls read with a reader of the pair; gives the message of what is thrown.
+  /// Calls read with a reader of the pair; returns the message that it throws.
   template <class Read>
   std::string ErrorOf(Read read) const {
     std::string message;

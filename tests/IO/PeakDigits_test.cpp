@@ -69,7 +69,7 @@ TEST(PeakLines, AreTheSameWithRoundingForAllDigitCounts) {
         std::vector<Peak> peaks;
         for (std::size_t i = 0; i < count; ++i)
           peaks.push_back({mz(random), std::pow(10.0, magnitude(random))});
-        // now and then what the plain way does not decide
+        // sometimes a case that the simple way cannot decide
         if (random() % 3 == 0)
           peaks[random() % count].m_intensity = static_cast<double>(random() % 1000) / 8.0;
         if (random() % 9 == 0)

@@ -158,7 +158,7 @@ TEST(PfReader, HasNoHeaderWhereTheFileEndsInsideIt) {
   }
 }
 
-// More than a block of what is read ahead, so that the file is repositioned.
+// More than a block of read-ahead, so that the file is repositioned.
 TEST(PfReader, StepsOverManyPeaks) {
   const TemporaryDirectory directory;
   constexpr std::int32_t kPeaks = 50'000;

@@ -1,4 +1,4 @@
-// A named pipe in place of an output.
+// A named pipe instead of an output file.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 

@@ -29,7 +29,7 @@ using test::Int32Bytes;
 using test::Reading;
 using test::RealBytes;
 
-/// A reader under test, its twin, and what it is tried with.
+/// A reader under test, its twin, and its inputs.
 struct ReaderCase {
   std::string m_name;
   /// Reads the file at a path that content was written to.
@@ -73,7 +73,7 @@ Reading ReadMgfSlowly(const std::string& content, const std::string& path) {
   return test::ReferenceMgfReader(content, path).ReadAll();
 }
 
-// An error of the twin is its message; what it read before is not compared.
+// Only the message of an error is compared, not the records read before it.
 Reading Caught(const std::function<Reading()>& read) {
   try {
     return read();
@@ -86,7 +86,7 @@ Reading ReadScanTable(const std::string& path) {
   return Observe([&](std::string& records) {
     const ScanTable table = LoadScanTable(path, logMessage);
     records = std::to_string(table.Size()) + " entries\n";
-    // No sample has larger numbers; mutated ones are seen in the size alone.
+    // No sample has larger numbers; mutated ones show only in the size.
     for (std::int32_t scan_no = 0; scan_no < 2000; ++scan_no)
       if (const ScanTableEntry* const entry = table.Find(scan_no)) records += Describe(*entry);
   });
@@ -134,7 +134,7 @@ Reading ReadParameters(const std::string& path) {
   return reading;
 }
 
-// What the table means is not the reader's work, so both sides share that part.
+// The reader does not interpret the table, so both sides share that part.
 Reading ReadParametersSlowly(const std::string& content, const std::string&) {
   return Observe([&](std::string& records) {
     records = RecordText(CompleteParameters(test::ReferenceParameterTable(content), logMessage));
@@ -198,8 +198,8 @@ const std::string kTableSample =
         {"2", "1", "500.25", "0.75", "20", " HCD ", "ITMS", "1", "40", "64", "2.9", "499.75"}) +
     TableLine({"5", "-1", "0", "1.5e1", "12", "", "FTMS", "0", "64", "72", "-0.5", "7"});
 
-// m/z 300.5 and 200.25 with intensities 10 and 5; then 150.5 with 7; then nothing. The doubles are
-// their bit patterns.
+// m/z 300.5 and 200.25 with intensities 10 and 5; then 150.5 with 7; then no peaks. The doubles are
+// written as bit patterns.
 const std::string kMsbSample =
     Int32Bytes(1) + Int32Bytes(2) + RealBytes(0x4072C80000000000) + RealBytes(0x4069080000000000) +
     RealBytes(0x4024000000000000) + RealBytes(0x4014000000000000) + Int32Bytes(2) + Int32Bytes(1) +
@@ -280,7 +280,7 @@ ReaderCase IsotopeCase() {
       "IsotopeTable", ReadIsotopes, ReadIsotopesSlowly, kIsotopeSample, too_many + "1 x", "", ""};
 }
 
-/// The .msb file varies, the table beside it is the sample.
+/// The .msb file varies; its table is the sample.
 ReaderCase MsbCase() {
   return {"Msb",
           [](const std::string& path) {
@@ -297,7 +297,7 @@ ReaderCase MsbCase() {
           "The peak num is too large!"};
 }
 
-/// The table varies, the .msb file beside it is the sample.
+/// The table varies; its .msb file is the sample.
 ReaderCase MsbTableCase() {
   std::string other_count = kTableSample;
   other_count.replace(other_count.find("FTMS\t2"), 6, "FTMS\t10001");
@@ -326,7 +326,7 @@ class ReaderConformance : public testing::TestWithParam<ReaderCase> {
   }
   ~ReaderConformance() override { std::filesystem::current_path(m_former); }
 
-  // Files are made anew: replacing their content, or them, waits for the disk on some systems.
+  // Each file is new: replacing contents or files waits for the disk on some systems.
   Reading Read(const std::string& content) {
     for (const char* name : {"run", "run.msb", "run.mscsv"}) std::filesystem::remove(name);
     test::WriteFile("run", content);
@@ -336,7 +336,7 @@ class ReaderConformance : public testing::TestWithParam<ReaderCase> {
   void ExpectAgreement(const std::string& content) {
     Reading expected = GetParam().m_reference(content, "run");
     Reading reading = Read(content);
-    // What a twin read before an error of the whole file is not told by all of them.
+    // Not all twins report what they read before an error of the whole file.
     if (!expected.m_error.empty() && expected.m_records.empty()) reading.m_records.clear();
     EXPECT_EQ(reading, expected);
   }
@@ -419,7 +419,7 @@ TEST_P(ReaderConformance, AgreesWithTheReferenceOnMutatedFiles) {
   }
 }
 
-// Single bytes reach what the blunt mutations above nearly always break first.
+// Changes of single bytes reach code that the coarse mutations above rarely reach.
 TEST_P(ReaderConformance, AgreesWithTheReferenceOnFilesWithOneOtherByte) {
   for (unsigned seed = 0; seed < 1000; ++seed) {
     SCOPED_TRACE(seed);

@@ -1,6 +1,6 @@
 // tests/IO/ReferenceReaders.h: slow readings of every input format, each following the description
-// of the format sentence by sentence, with the C library's own conversions. They share nothing with
-// the readers under test but the records.
+// of the format sentence by sentence, with the C library's own conversions. They share only the
+// records with the readers under test.
 #pragma once
 
 #include <algorithm>
@@ -23,7 +23,7 @@
 
 namespace tarvek::test {
 
-/// What a reader made of a file: every record as text, the warnings, and how it ended.
+/// The result of reading a file: every record as text, the warnings, and how it ended.
 struct Reading {
   std::string m_records;
   std::string m_warnings;
@@ -83,12 +83,12 @@ inline std::int32_t LenientInteger(const std::string& text) {
   return static_cast<std::int32_t>(std::clamp<long>(value, Limits::min(), Limits::max()));
 }
 
-/// The scan numbers of one file. Those that records cannot hold are still told apart, up to 64 bits.
+/// The scan numbers of one file. Numbers too large for a record still differ, up to 64 bits.
 class ReferenceScanNumbers {
  public:
   explicit ReferenceScanNumbers(std::string path) : m_path(std::move(path)) {}
 
-  /// What tells scans apart: the number, or a text that no other scan has.
+  /// The identity of a scan: its number, or a text that no other scan has.
   std::string KeyOf(const std::string& written) {
     errno = 0;
     const long long value = std::strtoll(written.c_str(), nullptr, 10);
@@ -135,7 +135,7 @@ inline void FinaliseReference(MS2Spectrum& scan, std::string& warnings) {
   scan.m_orig_precursors = scan.m_precursors;
 }
 
-/// .ms1 and .ms2 text. It fills the wider record for both kinds.
+/// .ms1 and .ms2 text. Fills the larger record for both kinds.
 class ReferenceTextReader {
  public:
   ReferenceTextReader(const std::string& content, const std::string& path, bool is_ms2)
@@ -316,7 +316,7 @@ class ReferenceMgfReader {
   double m_block_mz = 0.0;
 };
 
-/// The columns of a scan table in the order in which they are described.
+/// The columns of a scan table in the order of its description.
 inline const std::array<std::string, 12> kScanTableColumns = {
     "ScanNo",           "PrecursorScan",  "activationCenter", "RetTime",
     "IonInjectionTime", "activationType", "InstrumentType",   "NumberofPeaks",
@@ -411,8 +411,8 @@ class ReferenceMsbReader {
   ReferenceMsbReader(std::string content, ReferenceTable table)
       : m_bytes(std::move(content)), m_table(std::move(table)) {}
 
-  /// MS1 records, then MS2 records, each in file order, as a queue each gives them; what was read
-  /// before an error is lost with it.
+  /// MS1 records, then MS2 records, each in file order, as their queues return them; an error
+  /// discards what was read before.
   Reading ReadAll() {
     Reading reading;
     try {

@@ -121,7 +121,7 @@ TEST_F(ReadParameterFileTest, TakesTheIsotopeTableOfTheTemplateForNoChoice) {
   EXPECT_TRUE(Read(text).m_ipv_file_is_given);
 }
 TEST_F(ReadParameterFileTest, ContinuesALineBeyond1023BytesAsTheNextLine) {
-  // The first piece is "m/z = 4" and blanks; what follows is read as a line of its own.
+  // The first piece is "m/z = 4" and blanks; the rest is read as a separate line.
   std::string line = "m/z = 4";
   line.resize(1023, ' ');
   EXPECT_EQ(Read("datanum = 0\n" + line + "intensity = 3").m_intensity_digits, 3);

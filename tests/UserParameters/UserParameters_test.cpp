@@ -27,7 +27,7 @@ class UserParametersTest : public testing::Test {
     test::WriteFile(m_directory / name, "");
     return m_directory / name;
   }
-  /// The defaults with table applied, and what the console showed.
+  /// The defaults with table applied, and the console output.
   UserParameters Apply(const ParameterTable& table) {
     UserParameters record;
     m_console = CaptureConsole([&] { ApplyParameterTable(record, table, logMessage); });
@@ -258,7 +258,7 @@ TEST_F(UserParametersTest, DataPathsThatADatanumOfZeroHidesAreAWarning) {
             "[Tarvek] <WARN> - datanum is -1, so that nothing is processed of datapath = a.raw.\n");
 }
 TEST_F(UserParametersTest, DatanumOfZeroWithoutDataPathsIsNoWarning) {
-  Apply({{"datanum", "0"}, {"datapath1", ""}});  // as the template has it
+  Apply({{"datanum", "0"}, {"datapath1", ""}});  // as in the template
   EXPECT_EQ(m_console.m_err, "");
 }
 TEST_F(UserParametersTest, IsotopeTableIsGivenWhenItsKeyIsThere) {

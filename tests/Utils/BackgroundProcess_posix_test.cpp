@@ -1,4 +1,4 @@
-// Processes in the background and stop requests, as a POSIX system shows them.
+// Background processes and stop requests on a POSIX system.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -15,7 +15,7 @@
 namespace tarvek {
 namespace {
 
-/// A process that ended and that nobody has waited for does not run any more.
+/// A process that has ended is not running, even if nobody has waited for it.
 bool Runs(long process) {
   std::ifstream status("/proc/" + std::to_string(process) + "/stat");
   std::string number;

@@ -1,4 +1,4 @@
-// Processes in the background and stop requests, as Windows shows them.
+// Background processes and stop requests on Windows.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <windows.h>
@@ -30,8 +30,8 @@ bool EndsSoon(long process) {
   return !Runs(process);
 }
 
-/// The system begins this routine in a thread of its own when it has an event for a console's
-/// process; nothing where it is not to be had.
+/// The system starts this routine in a new thread for a console event; null when it is not
+/// available.
 LPTHREAD_START_ROUTINE EventRoutine() {
   const FARPROC routine = ::GetProcAddress(::GetModuleHandleW(L"kernel32"), "CtrlRoutine");
   return reinterpret_cast<LPTHREAD_START_ROUTINE>(reinterpret_cast<void*>(routine));
@@ -77,7 +77,7 @@ TEST_F(BackgroundProcessTest, DoesNotOutliveItsObject) {
   for (const long number : numbers) EXPECT_TRUE(EndsSoon(number));
 }
 
-// The system waits for 64 at once, of which one is the stop request.
+// The system waits for at most 64 handles, one of them the stop request.
 TEST_F(BackgroundProcessTest, WaitingForManyEndsWithTheLastOfThem) {
   std::vector<BackgroundProcess> processes;
   for (int i = 0; i < MAXIMUM_WAIT_OBJECTS; ++i)

@@ -1,4 +1,4 @@
-// A failed check ends the process by a signal, which other systems do not know.
+// A failed check ends the process by a signal; other systems do not have signals.
 #include <gtest/gtest.h>
 
 #include <csignal>

@@ -87,7 +87,7 @@ TEST(LineReader, StaysAtTheEnd) {
   EXPECT_FALSE(reader.ReadPiece(piece));
 }
 TEST(LineReader, ReportsAReadThatFails) {
-  // The memory of this process starts with a page that cannot be read.
+  // The first page of this process's memory cannot be read.
   File file = File::Open("/proc/self/mem", "r");
   if (!file.IsOpen()) GTEST_SKIP() << "no /proc/self/mem";
   LineReader reader(file);
@@ -95,7 +95,8 @@ TEST(LineReader, ReportsAReadThatFails) {
   EXPECT_EQ(test::MessageOf([&] { reader.ReadPiece(piece); }), "Cannot read /proc/self/mem");
 }
 
-// Lines of length bytes up to the border of the first block, at which a line is cut at every place.
+// Lines of length bytes up to the end of the first block, so that the block border cuts a line at
+// every place.
 TEST(LineReader, AgreesWithFgetsAcrossTheBlockBorder) {
   constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
   const test::TemporaryDirectory directory;

@@ -120,7 +120,7 @@ TEST(ScanReal, CallsASubnormalOutOfRange) {
 TEST(ScanReal, TakesInfinityAsANumber) { EXPECT_EQ(ScanReal("-inf").m_status, NumberStatus::kOk); }
 TEST(ScanReal, StopsAtACommaWhateverTheLocale) {
   const std::string former = std::setlocale(LC_ALL, nullptr);
-  // No harm when the machine lacks them: the "C" locale stays.
+  // Harmless when the machine lacks them: the "C" locale stays.
   for (const char* const locale : {"de_DE.UTF-8", "fr_FR.UTF-8", "de_DE"})
     static_cast<void>(std::setlocale(LC_ALL, locale));
   EXPECT_EQ(ParseReal("1,5"), 1.0);
@@ -258,7 +258,7 @@ TEST(AppendFixed, AgreesWithPrintfOnSpecialValues) {
   }
 }
 TEST(AppendFixed, AgreesWithPrintfOnExactHalves) {
-  // k / 2^n with n <= 10 has its last binary digit exactly half way for some number of decimals.
+  // For some number of decimals, k / 2^n with n <= 10 is exactly half way between two results.
   for (int n = 1; n <= 10; ++n)
     for (int k = 1; k < 4096; k += 2) ExpectLikePrintf(std::ldexp(k, -n));
 }

@@ -1,4 +1,4 @@
-// What Platform.h promises and only a POSIX system can show.
+// Promises of Platform.h that only a POSIX system can show.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -49,7 +49,7 @@ TEST(ExecutableDirectory, HoldsThisProgram) {
       std::filesystem::exists(std::filesystem::path(ExecutableDirectory()) / program.filename()));
 }
 
-// The directory of a process that has ended and that nobody has waited for can be opened, not read.
+// The /proc directory of an ended process that nobody has waited for can be opened but not read.
 TEST(ListDirectoryNames, IsNothingWhenTheListBreaksOff) {
   const pid_t child = ::fork();
   if (child == 0) ::_exit(0);
@@ -177,7 +177,7 @@ TEST(ChildProcess, SaysThatAFileIsNoProgram) {
   const std::vector<std::string> words = {directory / "f"};
   EXPECT_EQ(ChildProcess::Start(words).Failure(), "Permission denied");
 }
-// Its pipe would have no end otherwise while another child runs.
+// Otherwise its pipe would not end while another child runs.
 TEST(ChildProcess, KeepsItsPipeFromOtherPrograms) {
   const auto descriptors_of_a_child = [] {
     ChildProcess child = ChildProcess::Start(std::vector<std::string>{"ls", "/proc/self/fd"});

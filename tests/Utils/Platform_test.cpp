@@ -204,7 +204,7 @@ TEST_F(FileLockTest, GoesWithARenamedFile) {
 }
 TEST_F(FileLockTest, IsOfTheNameAndNotOfTheFormerFile) {
   int held = 0;
-  // A holder that renames while others ask, sooner or later.
+  // Sooner or later the holder renames while others ask.
   for (int i = 0; i < 200 || (i < 2000 && held == 0); ++i) {
     FileLock lock = FileLock::Take(m_path);
     std::thread holder([&] {
@@ -305,7 +305,7 @@ TEST(ChildProcess, IsAtItsEndWhenItsOutputIsClosed) {
 }
 TEST(ChildProcess, EndsWithZero) { EXPECT_EQ(StatusOf("exit 0"), 0); }
 TEST(ChildProcess, EndsWithAnotherStatus) { EXPECT_NE(StatusOf("exit 3"), 0); }
-/// What a program prints that is started without a shell.
+/// The output of a program that is started without a shell.
 std::string TextOfProgram(const std::vector<std::string>& words) {
   ChildProcess child = ChildProcess::Start(words);
   EXPECT_TRUE(child.IsRunning()) << child.Failure();

@@ -1,4 +1,4 @@
-// What Platform.h promises and only Windows can show.
+// Promises of Platform.h that only Windows can show.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

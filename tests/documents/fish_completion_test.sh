@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # What fish completion offers: fish_completion_test.sh SOURCE_DIRECTORY TARVEK TARVEK_TOOLS
-# Status 77, which is a skip, where there is no fish.
+# Status 77 (skipped) without fish.
 set -euo pipefail
 source_directory=$1
 programs=$(dirname "$2"):$(dirname "$3")

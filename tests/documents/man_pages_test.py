@@ -18,15 +18,15 @@ def help_of(*command):
 
 
 def page_text(name):
-    """The formatted page, and what the formatter warns of."""
+    """The formatted page and the formatter's warnings."""
     man = subprocess.run(["man", "--warnings", "-E", "UTF-8", "-l", str(PAGES / name)], capture_output=True,
                          text=True, env=ENVIRONMENT, cwd=PAGES.parent, check=True)
     return man.stdout, man.stderr
 
 
 def entries_of(text, start):
-    """option -> what is said of it, from lines that start (a regular expression of blanks) with an option:
-    -W,--isolation-width FLOAT=2 of a help text, -W, --isolation-width WIDTH of a page."""
+    """option -> its description, from lines that start (a regular expression of blanks) with an
+    option: -W,--isolation-width FLOAT=2 of a help text, -W, --isolation-width WIDTH of a page."""
     entries = {}
     for words, rest in re.findall(rf"(?m)^{start}(-[^\s,]+(?:, ?-[^\s,]+)*)(.*(?:\n(?!{start}-|\S).*)*)", text):
         entries |= {option.strip(): " ".join(rest.split()) for option in words.split(",")}
@@ -34,13 +34,13 @@ def entries_of(text, start):
 
 
 def default_of(entry):
-    """What follows "Default: " in an entry of a page; None without."""
+    """The text after "Default: " in an entry of a page; None without it."""
     found = re.search(r"Default: (.*?)\.(?: |$)", entry + " ")
     return found and found[1]
 
 
 def default_in_help(entry):
-    """What follows the = behind the type in an entry of CLI11 (FLOAT=2, TEXT:{a,b}=[a]); None without."""
+    """The text after the type's = in an entry of CLI11 (FLOAT=2, TEXT:{a,b}=[a]); None without."""
     found = re.search(r"[A-Z}\]]=\[?([\w.]+)", entry)
     return found and found[1]
 
@@ -60,7 +60,8 @@ class ManPages(unittest.TestCase):
         self.assertEqual(sorted(help_text), sorted(page), name)
 
     def assertSameDefault(self, page_entry, expected, help_entry, name):
-        """expected: as the help has it, or None; a page may then repeat what the help says in words."""
+        """expected: the default in the help, or None; a page may then repeat the words of the
+        help."""
         default = default_of(page_entry)
         if expected is not None:
             self.assertIsNotNone(default, f"{name} is without a default")
@@ -104,7 +105,7 @@ class ManPages(unittest.TestCase):
         for subcommand in subcommands:
             self.assertIn(subcommand.upper(), sections)
             section = entries_of(sections[subcommand.upper()], " {7}")
-            # Options of a group stand two blanks further in.
+            # Options of a group are indented by two more blanks.
             options = entries_of(re.sub(r"(?m)^    (?=-)", "  ", help_of(TOOLS, subcommand)), "  ")
             options = {option: entry for option, entry in options.items() if option not in ("-h", "--help")}
             self.assertSameOptions(section, options, subcommand)

@@ -25,7 +25,7 @@ void ExpectDecision(const AnalyserDecision& decision, std::string_view word, Ana
   EXPECT_EQ(decision.m_step, step);
 }
 
-// Each step is taken away in turn, and the next one decides.
+// Removes each step in turn, so that the next one decides.
 TEST(AnalyserDecider, AsksTheStepsInTheirOrder) {
   Case one;
   one.m_scan.m_has_own_analyser = true;

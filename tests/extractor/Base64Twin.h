@@ -1,4 +1,4 @@
-// tests/extractor/Base64Twin.h: base64 decoded one character after the other, to compare with.
+// tests/extractor/Base64Twin.h: a reference decoder for base64, one character at a time.
 #pragma once
 
 #include <optional>
@@ -7,8 +7,8 @@
 
 namespace tarvek::extractor::test {
 
-/// What text encodes; nothing when it is no base64. White space goes first; then the text is groups
-/// of four, of which the last alone may end in one or two '='.
+/// The bytes that text encodes; std::nullopt when it is not base64. White space is removed first;
+/// then the text must be groups of four; only the last may end in one or two '='.
 inline std::optional<std::string> DecodeBase64Slowly(std::string_view text) {
   constexpr std::string_view kAlphabet =
       "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";

@@ -19,7 +19,7 @@ std::optional<std::string> DecodedBy(Decoder decoder, std::string_view text) {
   return std::string(bytes.View());
 }
 
-// By both roads, which must agree.
+// Decodes with both decoders, which must agree.
 std::optional<std::string> Verdict(std::string_view text) {
   const auto verdict = DecodedBy(DecodeBase64, text);
   EXPECT_EQ(verdict, DecodedBy(DecodeBase64Portably, text)) << text;
@@ -91,7 +91,7 @@ TEST(DecodeBase64, RefusesEachOtherCharacterAtEachPlaceOfALongText) {
   }
 }
 
-// One change to a text: a character replaced, taken out or put in, most often one that matters.
+// One change to a text: a character, mostly a special one, is replaced, removed or inserted.
 std::string Mutated(std::string text, std::mt19937& random) {
   constexpr std::string_view kInteresting = "== \n\r\tA/+-_zZ9";
   const char c = random() % 4 == 0 ? static_cast<char>(random())

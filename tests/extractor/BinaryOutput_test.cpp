@@ -1,4 +1,4 @@
-// The binary pair and the MGF, read back with the readers of the tool.
+// The binary pair and the MGF, read back with tarvek's readers.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -14,7 +14,7 @@ namespace {
 
 using test::Gzipped;
 
-/// What reading a file to its end gave.
+/// The result of reading a file to its end.
 struct Outcome {
   std::string m_bytes;
   std::string m_error;
@@ -87,7 +87,7 @@ class ByteSourceTest : public testing::Test {
   std::string m_path = m_directory / "run.mzML.gz";
 };
 
-// Text that packs to a half or so.
+// Text that compresses to about a half.
 std::string SomeText(std::size_t size, unsigned seed) {
   std::mt19937 random(seed);
   std::string text(size, ' ');
@@ -95,7 +95,7 @@ std::string SomeText(std::size_t size, unsigned seed) {
   return text;
 }
 
-// One member that says how long it is: a gzip header with an extra field of 6 bytes.
+// One member with its own length: a gzip header with an extra field of 6 bytes.
 std::string BgzfMember(std::string_view bytes) {
   const std::string member = Gzipped(bytes);  // a header of 10 bytes without extra fields
   const std::size_t size = member.size() + 8;

@@ -21,7 +21,7 @@ using test::TemporaryDirectory;
 using test::WriteFile;
 using testing::HasSubstr;
 
-/// A run to convert and a script that stands for the converter.
+/// A run to convert and a script in place of the converter.
 class ConverterTest : public testing::Test {
  protected:
   ConverterTest() {
@@ -30,8 +30,8 @@ class ConverterTest : public testing::Test {
     fs::create_directory(m_directory / "out");
   }
 
-  /// Runs the program of kind on m_input with a converter whose shell script this is: $1 is the
-  /// input, $2 the directory.
+  /// Runs the program of kind on m_input with this shell script as converter: $1 is the input, $2
+  /// the directory.
   tarvek::test::ProcessResult Convert(const std::string& script, const std::string& kind = "raw",
                                       const std::vector<std::string>& options = {}) {
     const std::string path = m_directory / "converter";
@@ -147,7 +147,7 @@ TEST_F(ConverterTest, SaysThatTheFileIsNotThere) {
               HasSubstr("Cannot open instrument File, Path: " + (m_directory / "none.raw")));
 }
 
-// Names that a shell, a second look at the template or a program's options would act on.
+// Names that a shell, a second expansion of the template or a program's options would interpret.
 const std::vector<std::string> kHostileNames = {
     "{in};touch pwned;.raw",
     "{outdir} {in}.raw",
@@ -164,8 +164,8 @@ const std::vector<std::string> kHostileNames = {
     "* ? [a] ~ # ! \\ $HOME %PATH%.raw",
 };
 
-/// Where nothing but the input is, and a program that stands for every converter: it writes down
-/// its arguments, one after another with a NUL behind it, and converts.
+/// A folder with only the input, and a program in place of every converter: it records its
+/// arguments, each followed by a NUL, and converts.
 class HostileNamesTest : public testing::Test {
  protected:
   HostileNamesTest() {
@@ -173,14 +173,14 @@ class HostileNamesTest : public testing::Test {
     fs::create_directories(m_directory / "{in};touch pwned;");
     WriteFile(m_whole, Mzml({Survey(1)}));
   }
-  /// A converter that takes what follows prefix in its last argument but `behind` for the directory.
+  /// A converter that writes into any argument that is a directory, with or without "-o=".
   void Install(const std::string& program) {
     WriteFile(program, "#!/bin/sh\nprintf '%s\\0' \"$@\" > '" + (m_directory / "arguments") +
                            "'\nfor word; do word=${word#-o=}; if [ -d \"$word\" ]; then cp '" +
                            m_whole + "' \"$word/x.mzML\"; fi; done\n");
     fs::permissions(program, fs::perms::owner_all);
   }
-  /// Extracts name, which is given relative to the current directory, into "out".
+  /// Extracts name, relative to the current directory, into "out".
   tarvek::test::ProcessResult Extract(const std::string& kind, const std::string& name,
                                       std::map<std::string, std::string> variables) {
     const std::string input = m_directory / ("work/" + name);
@@ -209,7 +209,7 @@ class HostileNamesTest : public testing::Test {
     }
     return arguments;
   }
-  /// What is in the folder of the input: that, its scans, the outputs, and nothing that a name made.
+  /// The folder of the input: the input, its scans, the outputs, and no file that a name caused.
   void ExpectNothingElse(const std::string& name) const {
     std::vector<std::string> names;
     for (const auto& entry : fs::directory_iterator(m_directory / "work"))

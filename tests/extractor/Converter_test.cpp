@@ -1,4 +1,4 @@
-// The command of a converter, which is the same on every system.
+// The command of a converter is the same on every system.
 #include "Converter.h"
 
 #include <gmock/gmock.h>

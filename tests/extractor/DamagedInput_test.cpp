@@ -1,4 +1,4 @@
-// Damaged input: a message that says where and what.
+// Damaged input: the message says where and what.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -77,7 +77,7 @@ TEST(TruncatedInput, HasATypeOfItsOwnAndDamageHasNot) {
   }
 }
 
-/// The message for a spectrum whose arrays are these.
+/// The message for a spectrum with these arrays.
 std::string ErrorOfArrays(const std::vector<test::TestArray>& arrays, std::int64_t length = 2) {
   TestScan scan = Survey(5);
   scan.m_arrays = arrays;

@@ -18,8 +18,7 @@ Peaks Sorted(Peaks peaks) {
   return peaks;
 }
 
-/// Isotope envelopes of random places and charges, with errors of mz_error (Th, standard
-/// deviation).
+/// Isotope envelopes at random m/z and charges, with errors of mz_error (Th, standard deviation).
 Peaks Envelopes(int count, int max_charge, double mz_error, std::mt19937& random) {
   std::uniform_real_distribution<double> place(200.0, 1500.0);
   std::uniform_int_distribution<int> charge_of(1, max_charge);
@@ -34,7 +33,7 @@ Peaks Envelopes(int count, int max_charge, double mz_error, std::mt19937& random
   return Sorted(peaks);
 }
 
-/// What a trap makes of peaks: those closer than half a mass unit are one.
+/// Peaks as an ion trap sees them: those closer than half a mass unit merge.
 Peaks Merged(const Peaks& peaks) {
   Peaks merged;
   for (const Peak& peak : peaks)
@@ -129,7 +128,7 @@ TEST(CountSpacings, AgreesWithEveryPairOneByOne) {
     const Peaks peaks = Envelopes(1 + round % 40, 1 + round % 5, 0.002, random);
     const SpacingCounts counts = CountSpacings(peaks);
     const SpacingCounts slow = SlowPairs(peaks);
-    // at the very edge of a window a rounding may decide
+    // at the edge of a window, rounding may decide
     EXPECT_NEAR(static_cast<double>(counts.m_pairs), static_cast<double>(slow.m_pairs), 1.0);
     EXPECT_NEAR(static_cast<double>(counts.m_true_pairs), static_cast<double>(slow.m_true_pairs),
                 1.0);

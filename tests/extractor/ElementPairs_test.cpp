@@ -1,5 +1,5 @@
-// Every element of a format inside every other, on every way from the root: taken or refused, with
-// the place, and never a crash.
+// Every element of a format inside every other, on every path from the root: accepted, or refused
+// with the place, and never a crash.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -24,12 +24,12 @@ Names Words(const std::string& text) {
   return {std::istream_iterator<std::string>(in), {}};
 }
 
-/// A format as its schema has it.
+/// A format according to its schema.
 struct Format {
   Names m_roots;
   Children m_children;
   std::set<std::string> m_leaves;
-  std::string m_leaf;  // an element that may be in every other that is no leaf
+  std::string m_leaf;  // an element that may be in every other except leaves
 
   void Add(const std::string& parent, const std::string& children) {
     for (const std::string& child : Words(children)) {
@@ -42,7 +42,7 @@ struct Format {
   }
 };
 
-// mzML 1.1.0 and its index; the lines at the end are what is taken beyond it.
+// mzML 1.1.0 and its index; the last lines are extensions that are also accepted.
 Format MzmlFormat() {
   Format format;
   format.m_roots = {"mzML", "indexedmzML"};
@@ -101,7 +101,7 @@ Format MzmlFormat() {
   format.Add("scan", "scanWindow");
   format.Add("precursor", "selectedIon");
   format.Add("chromatogram", "binaryDataArray");
-  // the others that mean nothing here
+  // the others are not used here
   format.Add("mzML", "indexList indexListOffset fileChecksum");
   format.Add("dataProcessing", "softwareRef");
   format.Add("processingMethod", "softwareRef");
@@ -119,7 +119,7 @@ Format MzmlFormat() {
   return format;
 }
 
-// mzXML 3, the instrument of mzXML 1, and who and what did it in more places.
+// mzXML 3, the instrument of mzXML 1, and operator and software in more places.
 Format MzxmlFormat() {
   Format format;
   format.m_roots = {"mzXML", "msRun"};
@@ -149,7 +149,7 @@ Format MzxmlFormat() {
   return format;
 }
 
-/// Every way from a root to name, without an element twice.
+/// Every path from a root to name without a repeated element.
 void FindWays(const Format& format, const std::string& name, Names way, std::vector<Names>& ways) {
   if (way.back() == name) {
     ways.push_back(way);
@@ -175,7 +175,7 @@ std::string Start(const std::string& name) {
   return "<" + name + " id=\"" + name + "\" ref=\"referenceableParamGroup\"";
 }
 
-/// child inside the last of way, with what the innermost and the last may hold around it.
+/// child inside the last of way, with the usual contents of both around it.
 std::string Nested(const Format& format, const Names& way, const std::string& child) {
   std::string xml;
   for (const std::string& name : way) xml += Start(name) + ">\n";
@@ -238,7 +238,7 @@ TEST(ElementPairs, MayNotTurnTheFileInsideOut) {
   EXPECT_THAT(ReadingError("<spectrum/>"), HasSubstr("neither mzML nor mzXML"));
 }
 
-// What once wrote through a null pointer, or behind the end of a list.
+// Inputs that once wrote through a null pointer or past the end of a list.
 TEST(ElementPairs, OfDamagedFilesThatCrashed) {
   const std::string groups =
       "<mzML><referenceableParamGroupList><referenceableParamGroup id=\"a\">";

@@ -1,5 +1,5 @@
 // tests/extractor/ExtractorTestSupport.h: small instrument files made by hand.
-// Does:     writes mzML and mzXML with an encoder of its own; extracts them and returns the outputs.
+// Does:     writes mzML and mzXML with its own encoder; extracts them and returns the outputs.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,7 @@ std::string NetworkReals32(const std::vector<double>& numbers);
 /// <cvParam accession="MS:..."/>, the number without "MS:".
 std::string Cv(int accession, const std::string& value = {}, const std::string& unit = {});
 
-/// One binaryDataArray element: what its parameters say, and its text.
+/// One binaryDataArray element: its parameters and its text.
 struct TestArray {
   std::string m_params;
   std::string m_text;
@@ -67,22 +67,22 @@ void SetPeaks(TestScan& scan, const std::vector<Peak>& peaks);
 /// flight are "IC3"; a quadrupole alone is "IC4".
 std::string Mzml(const std::vector<TestScan>& scans, bool indexed = false);
 
-/// The mzML of a run in which each survey is followed by a fragment scan of its own.
+/// The mzML of a run with one fragment scan after each survey.
 std::string MzmlRun(int scan_count, bool indexed = false);
 
-/// One mzXML scan; m_nested stands inside it behind its peaks.
+/// One mzXML scan; m_nested is inside it, after its peaks.
 struct TestMzxmlScan {
   int m_number = 1;
   std::string m_attributes = "msLevel=\"1\" retentionTime=\"PT30S\"";
   std::string m_precursor;
   std::vector<Peak> m_peaks = {{400.25, 10.0}, {401.5, 20.0}};
-  std::string m_peaks_element;  // in place of that for m_peaks
+  std::string m_peaks_element;  // instead of that for m_peaks
   std::vector<TestMzxmlScan> m_nested;
 };
 std::string Mzxml(const std::vector<TestMzxmlScan>& scans,
                   const std::string& analyser = "Orbitrap");
 
-/// What an extraction in this process gave. Texts without their header lines.
+/// The result of an extraction in this process. Texts have no header lines.
 struct Extracted {
   std::string m_ms1;
   std::string m_ms2;

@@ -1,5 +1,5 @@
-// Truncated input, full disks and interruptions of the programs: a message, no marker, nothing half
-// under a final name.
+// Truncated input, full disks and interruptions of the programs: a message, no marker, no
+// incomplete file under a final name.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -18,7 +18,7 @@ using test::TemporaryDirectory;
 using test::WriteFile;
 using testing::HasSubstr;
 
-/// Programs of another system start slowly.
+/// Programs for another system start slowly.
 int Cuts() { return tarvek::test::TestsForeignPrograms() ? 20 : 200; }
 
 std::string MzmlRun() { return test::MzmlRun(40, true); }
@@ -29,7 +29,7 @@ std::string MzxmlRun() {
   return test::Mzxml(scans);
 }
 
-/// The entries of a directory but for one.
+/// The entries of a directory except one.
 std::vector<std::string> OthersThan(const std::string& name, const TemporaryDirectory& directory) {
   std::vector<std::string> names;
   for (const auto& entry : fs::directory_iterator(directory.Path()))
@@ -92,8 +92,8 @@ TEST(FullDisk, LeavesNoMarkerAndNoOutput) {
 
 TEST(FullDisk, LeavesNoMarkerWhenOnlyTheMarkerFails) { ExpectFailureOnFullDisk("run.morvex", {}); }
 
-/// Feeds half a run through a pipe, sends the extractor a signal, feeds the rest; the status is all
-/// there is on standard output. before: what the shell does that becomes the extractor.
+/// Feeds half a run through a pipe, sends the extractor a signal, feeds the rest; standard output
+/// is only the status. before: commands of the shell before it becomes the extractor.
 tarvek::test::ProcessResult ResultAfterSignal(const TemporaryDirectory& directory,
                                               const std::string& signal,
                                               const std::string& before = "") {
@@ -125,7 +125,7 @@ TEST(Interruption, RemovesWhatIsUnfinished) {
   }
 }
 
-// As in a background job of a script, whose Ctrl-C is meant for others.
+// As in a background job of a script, which must ignore Ctrl-C.
 TEST(Interruption, IsNoneWhenTheSignalIsIgnoredFromTheStart) {
   if (tarvek::test::TestsForeignPrograms())
     GTEST_SKIP() << "programs of another system do not inherit this";

@@ -1,4 +1,4 @@
-// A run on an instrument file that is killed: its extractor may live on for a while.
+// A run on an instrument file is killed: its extractor may live on for a while.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -57,7 +57,7 @@ class KilledConversion : public testing::Test {
     request.m_working_directory = m_directory.Path();
     return request;
   }
-  /// What the run itself wrote, by name.
+  /// The files that the run itself wrote, by name.
   [[nodiscard]] std::map<std::string, std::string> Results(const std::string& out) const {
     std::map<std::string, std::string> results;
     for (const fs::directory_entry& entry : fs::directory_iterator(m_directory / out))
@@ -73,13 +73,13 @@ class KilledConversion : public testing::Test {
     if (run.Kill().m_signal == SIGKILL)
       ++m_killed;
     else
-      m_duration = moment;  // by which it had ended: runs have become faster
+      m_duration = moment;  // the run had ended by then: runs have become faster
   }
   [[nodiscard]] bool EnoughWereDisturbed() const {
     return m_killed >= OneIn(5) && m_refused >= RefusedAtLeast();
   }
-  /// Of the runs after a killed one. Programs of another system may start more slowly than the
-  /// extractor of the killed run ends.
+  /// The number of runs after a killed one. A program for another system may start more slowly than
+  /// the extractor of the killed run ends.
   static int RefusedAtLeast() { return TestsForeignPrograms() ? 0 : OneIn(25); }
   /// Runs again until the extractor of the killed run has ended.
   ProcessResult RunAgain() {

@@ -1,4 +1,4 @@
-// The rules of an extraction as far as mzXML says things in its own way.
+// The rules of an extraction where mzXML differs.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -92,7 +92,7 @@ TEST(MzxmlExtraction, ReadsTheAnalyser) {
   EXPECT_EQ(word_of("radial ejection linear ion trap"), "ITMS");
   EXPECT_EQ(word_of("ITMS"), "ITMS");
   EXPECT_EQ(word_of("TOFMS"), "FTMS");
-  EXPECT_EQ(word_of("Quadrupole"), "FTMS");  // assumed, since nothing else tells
+  EXPECT_EQ(word_of("Quadrupole"), "FTMS");  // assumed, since the file does not say
 }
 
 TEST(MzxmlExtraction, BelievesTheFilterLineRatherThanTheFirstAnalyser) {
@@ -154,7 +154,7 @@ TEST(MzxmlExtraction, SaysNothingOfACountThatIsNotDeclared) {
   EXPECT_THAT(ExtractXml(xml).m_report, Not(HasSubstr("declared")));
 }
 
-// Whatever the encoding, what counts is ASCII; other bytes are in names of files and persons.
+// In any encoding the relevant text is ASCII; other bytes are in names of files and persons.
 TEST(MzxmlExtraction, ReadsEncodingsOfItsSystem) {
   const std::string xml = Mzxml({Survey(1)});
   const std::string plain = ExtractXml(xml).m_ms1;

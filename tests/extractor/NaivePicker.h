@@ -1,5 +1,5 @@
-// tests/extractor/NaivePicker.h: the rules of PeakPicker.h once more, slow and word for word.
-// Does:     looks at everything again for every question; keeps with each peak where it is from.
+// tests/extractor/NaivePicker.h: a slow, literal implementation of the rules of PeakPicker.h.
+// Does:     computes everything again for every question; keeps the origin of each peak.
 // Throws:   nothing but std::bad_alloc.
 #pragma once
 
@@ -89,7 +89,7 @@ class NaivePicker {
     return smallest;
   }
 
-  // Whether sample i is of the stretch of the one before.
+  // Whether sample i belongs to the same stretch as the one before.
   [[nodiscard]] bool Continues(std::size_t i) const {
     if (IsZero(i) || IsZero(i - 1)) return false;
     const double gap = Distance(i - 1, i);
@@ -104,7 +104,7 @@ class NaivePicker {
     const bool above_left = i == FirstOf(i) || Height(i - 1) < Height(i);
     return above_left && (i == LastOf(i) || Height(i + 1) <= Height(i));
   }
-  // Takes ripples away from the left to the right until i is decided.
+  // Removes ripples from left to right until i is decided.
   [[nodiscard]] bool IsKeptMaximum(std::size_t i) const {
     std::vector<std::size_t> maxima;
     for (std::size_t k = FirstOf(i); k <= LastOf(i); ++k)

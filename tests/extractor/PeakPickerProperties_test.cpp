@@ -1,4 +1,4 @@
-// What holds for the peaks of every profile: 100,000 random ones.
+// Properties of the peaks of every profile, on 100,000 random ones.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -20,7 +20,7 @@ constexpr int kProfiles = 100'000;
 
 enum class Removal { kNone, kZeros, kThreshold, kAtRandom };
 
-/// A profile as an instrument samples it and a converter thins it out.
+/// A profile as sampled by an instrument and thinned by a converter.
 struct RandomProfile {
   std::vector<Peak> m_samples;
   std::vector<int> m_places;  // of each sample, on a grid without removals
@@ -110,7 +110,7 @@ class ProfileMaker {
   std::mt19937 m_random;
 };
 
-/// Where the two differ; empty when they do not. They have the same number of peaks.
+/// Where the two differ; empty when they agree. They have the same number of peaks.
 std::string DifferenceOf(const std::vector<Peak>& picked, const NaivePicker& naive) {
   const std::vector<NaivePeak> expected = naive.Pick();
   for (std::size_t i = 0; i < picked.size(); ++i) {
@@ -123,7 +123,7 @@ std::string DifferenceOf(const std::vector<Peak>& picked, const NaivePicker& nai
   return "";
 }
 
-/// What is wrong with the peaks of samples; empty when nothing is.
+/// What is wrong with the peaks of samples; empty when they are right.
 std::string FaultOf(const std::vector<Peak>& samples, const std::vector<Peak>& picked,
                     const NaivePicker& naive) {
   const std::vector<NaivePeak> expected = naive.Pick();
@@ -145,7 +145,7 @@ std::string FaultOf(const std::vector<Peak>& samples, const std::vector<Peak>& p
   return "";
 }
 
-/// The same, where what the instrument did is known.
+/// The same, when the work of the instrument is known.
 std::string FaultOf(const RandomProfile& profile, const std::vector<Peak>& picked,
                     const NaivePicker& naive) {
   // in places: where most samples were removed the expected spacing may be that of two

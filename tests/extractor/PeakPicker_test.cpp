@@ -53,7 +53,7 @@ TEST(PickPeaks, SeparatesTwoPeaksThatOverlap) {
   const std::vector<Gaussian> written = {{500.0, 1000.0}, {500.006, 400.0}};
   const auto peaks = PickPeaks(Profile(written, 499.98, 500.03, 0.001, 0.002), false);
   ASSERT_EQ(peaks.size(), 2u);
-  // the second top of the sum itself, which the first peak's flank moves
+  // the second maximum of the sum, which the first peak's flank shifts
   const auto dense = Profile(written, 500.004, 500.008, 1e-6, 0.002);
   const auto top = std::ranges::max_element(dense, {}, &Peak::m_intensity);
   EXPECT_NEAR(peaks[1].m_mz, top->m_mz, 1e-4);  // a tenth of the spacing
@@ -70,7 +70,7 @@ TEST(PickPeaks, DropsALoneSampleBetweenZeros) {
   EXPECT_TRUE(PickPeaks(samples, false).empty());
 }
 
-/// The samples of a profile above a threshold, as converters leave them.
+/// The samples of a profile above a threshold, as after a converter.
 std::vector<Peak> Above(double threshold, std::vector<Peak> samples) {
   std::erase_if(samples, [&](const Peak& sample) { return sample.m_intensity <= threshold; });
   return samples;

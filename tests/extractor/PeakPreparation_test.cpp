@@ -48,7 +48,7 @@ TEST(PeakPreparation, SumsOnlyWhatIsExactlyEqual) {
   EXPECT_EQ(Prepare({}, true).m_report.m_merged, 0u);
 }
 
-// Each sample comes once for every mobility, and part of a peak in each.
+// Each sample comes once for every mobility, with a part of the peak each time.
 TEST(PeakPreparation, LooksAtTheSums) {
   std::vector<Peak> samples;
   for (int mobility = 0; mobility < 3; ++mobility)

@@ -147,7 +147,7 @@ TEST(Program, WritesTheFiveHeaderLines) {
   EXPECT_EQ(header[4], "H\tDataType\tCentroided");
 }
 
-// Four GiB of white space pack into four MB; behind them an error names its place.
+// Four GiB of white space compress to four MB; an error after them names its place.
 TEST(Program, CountsBytesBeyondFourGib) {
   const TemporaryDirectory directory;
   const std::string block(std::size_t{1} << 24, ' ');
@@ -159,7 +159,7 @@ TEST(Program, CountsBytesBeyondFourGib) {
   WriteFile(directory / "run.mzML.gz", content + test::Gzipped("</mzXML>") + padding);
   const auto result = RunExtractor("xml", {directory / "run.mzML.gz"});
   EXPECT_EQ(result.m_exit_status, 1);
-  // 6 bytes of start, 257 x 2^24 blanks, and the name of the end behind its "</"
+  // 6 bytes of start, 257 x 2^24 blanks, and the name of the end after its "</"
   EXPECT_THAT(result.m_err, HasSubstr("byte " + std::to_string(6 + 257LL * (1 << 24) + 2) + ":"));
 }
 

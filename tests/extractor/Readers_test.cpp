@@ -1,4 +1,4 @@
-// What the readers say of instrument and spectra, before any rule.
+// What the readers return for instrument and spectra, before any rule.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -42,7 +42,7 @@ RecordedScan FirstOf(const std::string& xml) {
   return scan;
 }
 
-/// The configuration IC1 with this inside it, as the reader gives it.
+/// The configuration IC1 with this inside it, as the reader returns it.
 InstrumentConfiguration Configured(const std::string& content, const std::string& groups = "") {
   std::string xml = Mzml({Survey(1)});
   const std::size_t start = xml.find("<instrumentConfigurationList>");
@@ -65,7 +65,7 @@ TEST(MzmlConfiguration, ListsItsAnalysersByTheirOrder) {
                                              Analyser::kIonTrap, Analyser::kUnknown));
 }
 
-// The only configuration stands in for one that is missing, but it is not the scan's own.
+// The only configuration replaces a missing one, but does not count as the scan's own.
 TEST(MzmlConfiguration, ThatAScanNamesButTheFileLacksIsNotItsOwn) {
   const auto scan_naming = [](const std::string& id) {
     return ReadScans(

@@ -1,4 +1,4 @@
-// The profile surveys of real runs, whole and thinned out as converters do.
+// The profile surveys of real runs, complete and thinned as by converters.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -58,7 +58,7 @@ std::vector<Peak> Above(double threshold, std::vector<Peak> samples) {
   return samples;
 }
 
-/// Which peaks of one list have none of the same m/z in the other, by number.
+/// The indices of peaks in one list that have no peak of the same m/z in the other.
 std::vector<std::size_t> MissingIn(const std::vector<Peak>& other, const std::vector<Peak>& peaks,
                                    double tolerance_ppm) {
   std::vector<std::size_t> missing;
@@ -120,7 +120,7 @@ TEST_F(RealProfilesTest, KeepTheirPeaksAboveAThreshold) {
   for (const double threshold : {1000.0, 5000.0, 20000.0}) {
     for (const Profile& profile : m_profiles) {
       const NaivePicker whole(profile.m_samples, false);
-      std::vector<Peak> high;  // those whose highest sample the threshold leaves
+      std::vector<Peak> high;  // those with the highest sample above the threshold
       std::vector<Peak> original;
       for (const NaivePeak& peak : whole.Pick()) {
         original.push_back(peak.m_peak);
@@ -135,7 +135,7 @@ TEST_F(RealProfilesTest, KeepTheirPeaksAboveAThreshold) {
   std::cout << all << " peaks, lost " << lost[1000.0] << ", " << lost[5000.0] << ", "
             << lost[20000.0] << ", invented " << invented << std::endl;
   EXPECT_EQ(lost[1000.0], 0u);
-  EXPECT_LE(lost[5000.0] + lost[20000.0], all / 10'000);  // ripples whose valley is gone
+  EXPECT_LE(lost[5000.0] + lost[20000.0], all / 10'000);  // ripples that lost their valley
   EXPECT_LE(invented, all / 10'000);
 }
 

@@ -1,5 +1,5 @@
-// Real runs as poor converters would have written them: without a word on the analyser, or with a
-// quadrupole in its place.
+// Real runs as poor converters would have written them: without an analyser, or with a quadrupole
+// instead.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -57,7 +57,8 @@ Outputs OutputsOf(const std::string& path) {
   return {WithoutHeader(base + ".ms1"), WithoutHeader(base + ".ms2")};
 }
 
-/// The copy in directory without what letters name; nothing when the file holds none of it.
+/// The copy in directory without the parts that letters name; std::nullopt when the file has none
+/// of them.
 std::optional<std::string> PoorCopy(const std::string& path, const std::string& letters,
                                     const TemporaryDirectory& directory) {
   const std::string copy = directory / fs::path(path).stem().string();
@@ -71,7 +72,7 @@ std::optional<std::string> PoorCopy(const std::string& path, const std::string& 
   return copy;
 }
 
-// Surveys of both analysers take turns in this run, which only the words can tell apart.
+// Surveys of both analysers alternate in this run; only the words distinguish them.
 bool MixesAnalysersInItsSurveys(const std::string& path) {
   return path.find("ltqft-small") != std::string::npos;
 }
@@ -123,8 +124,8 @@ std::map<std::string, std::vector<std::vector<Peak>>> ScansByKind(const std::str
   return scans;
 }
 
-// Every kind of scan of every run, looked at by itself: never wrong, and clear but for one whose 47
-// scans hold 33 peaks together.
+// Every kind of scan of every run on its own: never wrong, and always clear except for one with 33
+// peaks in its 47 scans.
 TEST(RealRunsWithoutWords, AreToldRightByTheirCentroids) {
   const std::vector<std::string> paths = InstrumentFiles();
   if (paths.empty()) GTEST_SKIP() << "no real runs beside the project";

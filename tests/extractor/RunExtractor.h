@@ -14,7 +14,7 @@ namespace tarvek::extractor::test {
 /// The folder of the extractor programs themselves.
 std::string ExtractorFolder();
 
-/// What starts the extractor program of kind: itself, or its stand-in.
+/// The command for the extractor program of kind: itself, or its stand-in.
 std::string ExtractorProgram(const std::string& kind);
 
 tarvek::test::ProcessResult RunExtractor(const std::string& kind,

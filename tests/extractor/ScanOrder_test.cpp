@@ -272,7 +272,7 @@ TEST(Summary, WarnsWhenNothingOfALevelIsExtracted) {
 }
 
 TEST(Look, ReadsTheFileAgainWithWhatThePeaksTell) {
-  // Pairs a mass unit apart, 1.00335 as an isotope is, from a quadrupole by name.
+  // Pairs at the isotope distance of 1.00335, from a quadrupole by name.
   std::vector<TestScan> scans;
   for (int number = 1; number <= 12; ++number) {
     TestScan scan = number % 2 == 1 ? Survey(number) : Fragment(number);
@@ -293,8 +293,8 @@ TEST(Look, ReadsTheFileAgainWithWhatThePeaksTell) {
   EXPECT_THAT(out.m_report, HasSubstr("12 spectra in "));
 }
 
-/// A scan of the quadrupole alone, so that its peaks must tell: pairs an isotope apart, or m/z to one
-/// decimal as traps have them.
+/// A scan with only the quadrupole, so that its peaks decide: pairs one isotope apart, or m/z with
+/// one decimal as from traps.
 TestScan Untold(TestScan scan, bool is_fine) {
   scan.m_scan_attributes = "instrumentConfigurationRef=\"IC4\"";
   std::vector<Peak> peaks;

@@ -1,4 +1,4 @@
-// tests/extractor/ScanRecorder.h: what a reader says of a file, before any rule.
+// tests/extractor/ScanRecorder.h: what a reader returns for a file, before any rule.
 // Does:     reads an instrument file given as text and keeps its spectra.
 // Throws:   what the reader throws.
 #pragma once
@@ -35,8 +35,8 @@ class ScanRecorder final : public ScanConsumer {
   std::deque<RecordedScan> m_scans;
 };
 
-/// Reads a file that is written to path first. The one before it is removed: to overwrite it would
-/// wait for the disk.
+/// Reads a file that is written to path first. The previous file is removed, since overwriting it
+/// would wait for the disk.
 inline std::deque<RecordedScan> ReadScansAt(const std::string& path, const std::string& xml) {
   std::filesystem::remove(path);
   tarvek::test::WriteFile(path, xml);

@@ -1,5 +1,5 @@
-// An installed tarvek reads mzML and mzXML itself while it determines precursors. What comes out is
-// what the extractor program and the files that it writes give.
+// An installed tarvek reads mzML and mzXML itself while it determines precursors. The outputs are
+// the same as with the extractor program and its files.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -41,7 +41,7 @@ std::string WithoutDate(const std::string& text) {
   return text.substr(text.find('\n') + 1);
 }
 
-/// The files of a folder but for the log; dates in headers left out.
+/// The files of a folder except the log, without the dates in headers.
 FileMap OutputsIn(const fs::path& folder) {
   FileMap files;
   std::error_code error;
@@ -93,7 +93,7 @@ class WhileExtracting : public testing::Test {
 
   [[nodiscard]] std::string Path(const std::string& name) const { return m_directory / name; }
 
-  /// A run on input; from the folder "with" the extractor is started, which is there.
+  /// A run on input; the program in the folder "with" has its extractor there and starts it.
   [[nodiscard]] ProcessRequest Request(const std::string& folder, const std::string& input,
                                        const std::string& output,
                                        std::vector<std::string> more = {}) const {
@@ -113,7 +113,7 @@ class WhileExtracting : public testing::Test {
     return tarvek::test::RunProcess(Request("with", input, output, std::move(more)));
   }
 
-  /// Both roads write the same bytes and end with the same status.
+  /// Both input paths write the same bytes and end with the same status.
   void ExpectSameByBothRoads(const std::string& input, const std::vector<std::string>& more = {}) {
     fs::remove_all(Path("here"));
     fs::remove_all(Path("program"));
@@ -133,7 +133,7 @@ class WhileExtracting : public testing::Test {
     EXPECT_EQ(here.m_err, program.m_err);
   }
 
-  /// What a user relies on: how the outputs are counted, and what the extraction says at its end.
+  /// What a user relies on: the counts of the outputs and the last line of the extraction.
   static std::vector<std::string> SummaryLines(const std::string& out) {
     std::vector<std::string> lines;
     std::istringstream in(out);
@@ -202,7 +202,7 @@ TEST_F(WhileExtracting, TurnsToTheFilesWhereTheFileIsSortedByLevel) {
               HasSubstr("is extracted as a whole before precursors are determined"));
 }
 
-// The second run's numbers begin anew when scans of the first were taken already.
+// The numbers of the second run start again after scans of the first were taken.
 TEST_F(WhileExtracting, TurnsToTheFilesWhereNumbersBeginAnew) {
   std::vector<test::TestScan> scans = ScansOfARun(400, 1, 600);
   for (const test::TestScan& scan : ScansOfARun(100, 1)) scans.push_back(scan);
@@ -229,7 +229,7 @@ class FaultWhileExtracting : public WhileExtracting {
     EXPECT_TRUE(outputs == m_whole);
   }
 
-  /// What has its final name is complete; of -r 1 the spectra may be of the run before.
+  /// Files with final names are complete; with -r 1 the spectra may be from the run before.
   void ExpectNoOtherBytesIn(const std::string& folder) {
     for (const auto& [name, content] : OutputsIn(Path(folder))) {
       const auto found = m_whole.find(name);
@@ -260,7 +260,7 @@ TEST_F(FaultWhileExtracting, ADamagedInputLeavesNothingAndTheOldOutputsAlone) {
       EXPECT_THAT(NamesOf(OutputsIn(Path("out"))), testing::IsEmpty());
       EXPECT_EQ(RunHere(Path("run.mzML"), "old", {"-r", "1"}).m_exit_status, 255);
       FileMap old = OutputsIn(Path("old"));
-      old["run.morvex"] = m_whole["run.morvex"];  // which the extraction removes first, as ever
+      old["run.morvex"] = m_whole["run.morvex"];  // which the extraction removes first, as always
       EXPECT_TRUE(old == m_whole);
     });
   }

@@ -1,7 +1,7 @@
-// tests/extractor/XmlRecorder.h: what a handler learns of an XML file, as one text.
-// Does:     reads a file and writes down its elements, attributes and joined text, and the error;
-//           reads it by both parsers.
-// Throws:   what is no error of reading.
+// tests/extractor/XmlRecorder.h: all that a handler gets from an XML file, as one text.
+// Does:     reads a file with both parsers and records its elements, attributes and joined text,
+//           and the error.
+// Throws:   anything except an error of reading.
 #pragma once
 
 #include <limits>
@@ -14,7 +14,7 @@ namespace tarvek::extractor::test {
 
 class XmlRecorder final : public XmlHandler {
  public:
-  /// Throws in place of noting the start or end of an element for the given time, counted from 0.
+  /// Throws at the start or end of an element with this number, counted from 0.
   explicit XmlRecorder(int throws_at = std::numeric_limits<int>::max()) : m_calls(throws_at) {}
 
   void OnStart(std::string_view name, const XmlAttributes& attributes) override {
@@ -33,7 +33,7 @@ class XmlRecorder final : public XmlHandler {
   }
   void OnText(std::string_view text) override { m_events += text; }
 
-  /// The text behind the last tag is of no account when an error follows.
+  /// The text after the last tag does not count when an error follows.
   void EndWith(const std::string& error) {
     m_events.erase(m_behind_tag);
     m_events += "\nerror: " + error;
@@ -84,11 +84,11 @@ inline std::string WithoutLine(std::string events) {
   return begin < end && end != std::string::npos ? events.erase(begin, end - begin) : events;
 }
 
-/// The events of a small file, read in small blocks by the scanner and by expat alone. Both are to be
+/// The events of a small file, read in small blocks by the scanner and by expat alone. Both must be
 /// equal. Blocks have two bytes or more: expat guesses the encoding from the first ones.
 struct ReadBothWays {
-  // text: the content of the file. Only in the first block are repeated attributes blanked. Expat
-  // counts two lines where the block cuts a line end of two bytes in front of the root or behind it.
+  // text: the content of the file. Repeated attributes are blanked only in the first block. Expat
+  // counts two lines where the block border splits a two-byte line end before or after the root.
   ReadBothWays(const std::string& path, const std::string& text, std::size_t block_bytes,
                const XmlRecorder& recorder = XmlRecorder())
       : m_events(EventsOf(path, {.m_block_bytes = block_bytes}, recorder)),

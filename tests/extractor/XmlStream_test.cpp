@@ -21,13 +21,13 @@ using test::XmlRecorder;
 /// A file that is read again and again.
 class XmlStreamTest : public testing::Test {
  protected:
-  // A file that is made anew, since some file systems write an overwritten one out at once.
+  // A new file, since some file systems write an overwritten one to disk at once.
   void Write(std::string_view xml) const {
     fs::remove(m_path);
     test::WriteFile(m_path, xml);
   }
 
-  // The events of the file; "PATH: " is taken out of its error.
+  // The events of the file, without "PATH: " in its error.
   std::string Events(const XmlReading& reading, const XmlRecorder& recorder = XmlRecorder()) const {
     std::string events = EventsOf(m_path, reading, recorder);
     if (const std::size_t at = events.find(m_path + ": "); at != std::string::npos)
@@ -53,7 +53,7 @@ class XmlStreamTest : public testing::Test {
     EXPECT_TRUE(test::ReadRecorded(m_path).m_is_by_expat) << xml;
   }
 
-  // Read in blocks of many sizes, and by expat alone.
+  // Reads in blocks of many sizes, and by expat alone.
   void ExpectEvents(std::string_view xml, const std::string& expected) const {
     Write(xml);
     EXPECT_EQ(Events({.m_by_expat_alone = true}), expected);
@@ -310,7 +310,7 @@ std::string Mutated(std::mt19937& random) {
   return text;
 }
 
-// How many files the next test reads; TARVEK_XML_MUTATIONS says another number.
+// How many files the next test reads; TARVEK_XML_MUTATIONS overrides it.
 int MutationCount() {
   const char* const wanted = std::getenv("TARVEK_XML_MUTATIONS");
   return wanted == nullptr ? 10000 : std::atoi(wanted);

@@ -13,7 +13,7 @@ namespace {
 
 using test::Deflated;
 
-// What an inflater says of a stream: nothing when it is damaged, "too long" behind max_bytes.
+// The result of an inflater: std::nullopt for a damaged stream, "too long" above max_bytes.
 using Verdict = std::optional<std::string>;
 
 Verdict VerdictOn(bool is_whole, std::string_view bytes, std::size_t max_bytes) {
@@ -33,7 +33,7 @@ Verdict Slow(std::string_view packed, std::size_t max_bytes) {
   return VerdictOn(is_whole, bytes, max_bytes);
 }
 
-// Bytes that pack well, badly, or hardly at all.
+// Bytes that compress well, badly, or hardly at all.
 std::string SomeBytes(std::mt19937& random) {
   constexpr std::array<std::size_t, 6> kSizes = {0, 1, 40, 3000, 20'000, 200'000};
   std::string bytes(kSizes[random() % kSizes.size()], 'x');
@@ -76,8 +76,8 @@ TEST(ZlibArray, StopsBehindTheLongestLength) {
   EXPECT_EQ(Quick(array, Deflated(""), 0), "");
 }
 
-// A code that zlib refuses, as one for a length that no packer writes, may pass where the checksum
-// then shows that the bytes are the right ones.
+// A code that zlib refuses, for example for a length that no compressor writes, may pass if the
+// checksum shows that the bytes are right.
 TEST(ZlibArray, AgreesWithZlibOnDamagedStreamsOrGivesTheRightBytes) {
   ZlibArray array;
   int healed = 0;

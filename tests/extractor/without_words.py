@@ -3,8 +3,9 @@
 
     without_words.py WHAT FROM[.gz] TO
 
-WHAT names by letters what goes: f filter lines, a analysers, d detectors, m instrument models, x dissociation
-methods; q calls every analyser a quadrupole. The exit status is 1 when a letter changes nothing.
+WHAT names by letters what to remove: f filter lines, a analysers, d detectors, m instrument models,
+x dissociation methods; q calls every analyser a quadrupole. The exit status is 1 when a letter
+changes nothing.
 """
 import gzip
 import re

@@ -49,7 +49,7 @@ MODEL_E = [
 ]
 
 
-# The fitted models of other numbers: `./dev train` writes their tables, of which the numbers are read.
+# The fitted models with other numbers, read from the tables that `./dev train` writes.
 TABLE_FOLDER = pathlib.Path(__file__).resolve().parents[2] / "src" / "precursor"
 TABLE_LETTERS = {0: "A", 1: "B", 2: "C", 3: "D", 5: "F", 250: "G"}
 TABLE_FEATURES = {
@@ -101,7 +101,7 @@ def hinge(side, low, knot, high, x):
 
 
 def read_scans(path):
-    """The scans of a .ms1 or .ms2 file, those without peaks left out."""
+    """The scans of a .ms1 or .ms2 file that have peaks."""
     scans, scan, repeated = [], None, False
     for line in path.read_text(encoding="ascii").splitlines():
         fields = line.split("\t")
@@ -340,7 +340,7 @@ def recalibrated(window, candidate):
 
 
 def process(ms1, ms2, isotopes, options, left_out):
-    """Yields each MS2 scan that is written, with its precursors; gives the others their reason by number."""
+    """Yields each written MS2 scan with its precursors; records why the others are left out."""
     empty = {"no": 0, "peaks": []}
     store, unread = [empty] * STORE_LENGTH, list(ms1)
     for scan in ms2:

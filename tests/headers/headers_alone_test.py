@@ -3,8 +3,8 @@
 
     headers_alone_test.py ROOT BUILD
 
-X.cpp, when there is one, includes its own X.h before all else, and so proves it; a header without such a source is
-compiled by itself. What is compiled: BUILD/compile_commands.json.
+If there is an X.cpp, it includes its own X.h first and so proves it; other headers are compiled
+separately. The list of compiled sources: BUILD/compile_commands.json.
 """
 import json
 import re

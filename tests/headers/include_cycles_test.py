@@ -3,8 +3,8 @@
 
     include_cycles_test.py ROOT
 
-An include is looked for in the folder of the file that has it, then by the end of a path in all folders, so that a
-name that two folders have counts for both.
+An include is searched in the folder of its file, then by the end of a path in all folders; a name
+that is in two folders counts for both.
 """
 import re
 import sys
@@ -17,7 +17,7 @@ INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*"([^"]+)"', re.M)
 
 
 def includes_in(root):
-    """path -> paths that it includes, of the files below the folders; what is none of them is left out."""
+    """path -> paths that it includes; only files below the folders."""
     files = sorted(path for folder in FOLDERS for path in (root / folder).rglob("*") if path.suffix in (".h", ".cpp"))
 
     def meant(includer, name):

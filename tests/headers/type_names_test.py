@@ -3,9 +3,10 @@
 
     type_names_test.py ROOT
 
-Neither compiler nor linker tells: the linker keeps one of the two destructors for both types, and memory is damaged at
-run time. Types in unnamed namespaces are each file's own. Relies on the layout of the code: a namespace opens and a type
-begins in the first column, and a namespace closes with a comment.
+Neither compiler nor linker reports it: the linker keeps one destructor for both types, which
+corrupts memory at run time. Types in unnamed namespaces are each file's own. Relies on the layout
+of the code: a namespace opens and a type begins in the first column, and a namespace closes with a
+comment.
 """
 import re
 import sys

@@ -51,7 +51,8 @@ TEST(EnvelopeFit, LeavesOutWhatIsNotWorthThePrice) {
   EXPECT_GT(fit.m_amplitudes[0], 0.0);
 }
 
-// What an optimum has to fulfil: no slope where the amplitude is free, none upwards where it is 0.
+// The conditions of an optimum: slope 0 where the amplitude is free, not above 0 where the
+// amplitude is 0.
 TEST(EnvelopeFit, EndsWhereNoAmplitudeCanImprove) {
   Random random(9);
   for (int round = 0; round < 200; ++round) {

@@ -106,7 +106,7 @@ TEST_F(Joint, SaysHowTheDeclarationIsRelated) {
 
 TEST_F(Joint, SaysWhatFragmentsAreBeyondTheIon) {
   m_scene.AddIon(500.0, 2, 1000.0);
-  // The second is within the isotopes that may come through unfragmented.
+  // The second is within the isotopes that may survive unfragmented.
   m_scene.m_ms2.m_peaks = {{300.0, 5.0}, {502.0, 3.0}, {700.0, 2.0}};
   ASSERT_NE(Find(500.0, 2), nullptr);
   EXPECT_NEAR(Find(500.0, 2)->m_features[kBeyondMz], 0.2, 1e-12);
@@ -181,7 +181,7 @@ TEST_F(Joint, OrdersByProbabilityAndKeepsTheThreshold) {
       EXPECT_GE(all[i - 1].m_evidence.m_probability, all[i].m_evidence.m_probability);
     for (const JointPrecursor& precursor : some) EXPECT_GE(precursor.m_evidence.m_probability, 0.5);
     EXPECT_LE(some.size(), all.size());
-    // Working memory of one scan is not seen in the next.
+    // Working memory of one scan does not affect the next.
     JointDetermination fresh(m_parameters);
     const auto again = fresh.Determine(m_scene.m_store, m_scene.m_ms2, 0.0);
     ASSERT_EQ(again.size(), all.size());

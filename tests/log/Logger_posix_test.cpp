@@ -14,7 +14,7 @@ namespace {
 using test::CaptureConsole;
 using test::ReadFile;
 
-// In a process of its own whose files may not grow: every write to the log fails.
+// In a separate process with a file-size limit of 0: every write to the log fails.
 TEST(Logger, IgnoresALogFileThatCannotGrow) {
   const test::TemporaryDirectory directory;
   Logger logger;

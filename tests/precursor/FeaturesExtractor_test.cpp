@@ -33,7 +33,7 @@ PeakList Doubly(const std::vector<double>& intensities) {
   return peaks;
 }
 
-/// A table of one row throughout.
+/// A table with equal rows.
 void InstallEnvelope(const IsotopeRow& row) { InstallIsotopeTable(IsotopeTable(15000, row)); }
 
 TEST(PearsonCorrelation, IsOneForEqualValues) {
@@ -79,7 +79,7 @@ TEST(FeaturesExtractor, FindsSimilarityOneWhenRowZeroIsTheExpectedEnvelope) {
   EXPECT_EQ(scene.Candidate({500.0, 2}).ipv_similarity_0(), 1.0);
 }
 
-/// A scene whose only candidate peak lies on no isotope position and whose grid is empty.
+/// A scene with an empty grid and a single candidate peak that is not at an isotope position.
 struct EmptyPatternScene : Scene {
   EmptyPatternScene() {
     InstallEnvelope({1.0, 0.5, 0.25, 0.125, 0.0625});
@@ -298,7 +298,7 @@ TEST(FeaturesExtractor, KeepsEveryFeatureItComputed) {
   EXPECT_EQ(all(), first);
 }
 
-/// Asks for a similarity of a candidate whose mass has no row.
+/// Asks for a similarity of a candidate with a mass beyond the table.
 ConsoleText AskBeyondTheTable(std::string& message) {
   InstallIsotopeTable(test::PoissonTable());
   Scene scene;

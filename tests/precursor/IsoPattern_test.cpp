@@ -260,7 +260,7 @@ TEST(MayHoldIsotopes, IsNeverFalseForIsotopesThatAreThere) {
   EXPECT_GT(refused, 20);
 }
 
-/// Whether the three isotope positions from m/z 500, charge 2, may be there within 0.02 m/z.
+/// Whether the three isotope positions from m/z 500, charge 2, can exist within 0.02 m/z.
 bool MayHoldThree(const PeakList& candidates, const ElutionGrid& grid) {
   return MayHoldIsotopes({500.0, 0.02, false, candidates, grid}, {500.0, 2}, 3);
 }

@@ -171,8 +171,8 @@ TEST(LoadIsotopeTable, DoesNothingOnceATableIsThere) {
   EXPECT_EQ(LookUpIsotopeRow({500.0, 1})[0], 500.0);
 }
 
-// The table is loaded once per process, so loading is watched in processes of their own. Each
-// leaves with 0 when it saw what it should.
+// The table is loaded once per process, so each test of loading runs in a separate process, which
+// exits with 0 on success.
 
 [[noreturn]] void LoadTwiceAndLeave(const std::string& first, const std::string& second) {
   const bool before = IsInIsotopeTable({1.5, 1});

@@ -1,7 +1,7 @@
 // tests/precursor/NaiveDetermination.h: precursor determination done again, slowly and obviously.
-// Does:     every step by linear scans over plain lists, every feature at once, and the elution
-//           grid as the dense array that it stands for.
-// Owns:     all its data. It shares the records and the parameters with the program, no code.
+// Does:     does every step by linear scans over plain lists, computes all features at once, and
+//           keeps the elution grid as a dense array.
+// Owns:     all its data. It shares only the records and the parameters with the program.
 // Throws:   std::out_of_range for a mass outside the isotope table.
 #pragma once
 
@@ -31,7 +31,7 @@ inline Peaks PeaksInWindow(const Peaks& peaks, double centre, double tol, bool t
   return inside;
 }
 
-// Of two equally near peaks the later one, as long as the earlier one is not above x itself.
+// Of two equally near peaks the later one, unless the earlier one is already above x.
 inline Peak NearestPeak(const Peaks& peaks, double x) {
   Peak best = peaks.at(0);
   for (const Peak& peak : peaks) {
@@ -207,7 +207,7 @@ inline double Cosine(const Matrix& matrix, std::size_t a, std::size_t b) {
   return root <= 1e-6 ? 0.0 : ab / root;
 }
 
-/// What all candidates of one MS2 scan share.
+/// Data that all candidates of one MS2 scan share.
 struct Scan {
   const UserParameters& m_params;
   double m_centre;
@@ -398,7 +398,7 @@ inline double ScoreModelE(const Features& f) {
   return s;
 }
 
-/// One entry of the ranking: the place it had at first, and its four values.
+/// One entry of the ranking: its original place and its four values.
 struct RankEntry {
   std::size_t m_place;
   std::array<double, 4> m_r;

@@ -44,8 +44,8 @@ TEST(PreRankOrder, GivesEqualValuesDifferentRanks) {
 }
 
 TEST(PreRankOrder, SharesARankWithAValueThatEqualsTheRankBefore) {
-  // In components 0 and 3 entry 0 gets rank 1, which the 1.0 of entry 1 equals. The products are 4
-  // and 1; with rank 2 for entry 1 they would be 4 and 64.
+  // In components 0 and 3 entry 0 gets rank 1, which equals the value 1.0 of entry 1. The products
+  // are 4 and 1; with rank 2 for entry 1 they would be 4 and 64.
   EXPECT_EQ(PreRankOrder({{0.5, 0.2, 0.2, 0.5}, {1.0, 0.1, 0.1, 1.0}}),
             (std::vector<std::size_t>{1, 0}));
 }
@@ -273,8 +273,8 @@ TEST(DeterminePrecursors, SkipsChargeZero) {
   EXPECT_TRUE(Determine(run).empty());
 }
 
-/// A run whose monoisotopic peak is two peaks 16 ppm apart, which collapse into their mean; the
-/// mean lies 8 ppm from each, outside the recalibration window of 7 ppm.
+/// A run with two monoisotopic peaks 16 ppm apart, which collapse into their mean; the mean is 8
+/// ppm from each, outside the recalibration window of 7 ppm.
 ScanRun SplitPeakRun() {
   PeakList peaks = EnvelopePeaks(kCentre, 2, 1000.0);
   peaks[0] = {kCentre - 0.00390625, 500.0};

@@ -1,6 +1,6 @@
 // tests/precursor/PrecursorTestSupport.h: made-up peaks, envelopes and runs.
-// Does:     random peak lists and small runs from a seed, an isotope table that resembles that of
-//           peptides, and exact comparison of doubles.
+// Does:     makes random peak lists and small runs from a seed and an isotope table like that of
+//           peptides; compares doubles exactly.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@
 
 namespace tarvek::test {
 
-/// Random numbers that depend on the seed alone, not on the standard library.
+/// Random numbers that depend only on the seed, not on the standard library.
 class Random {
  public:
   explicit Random(unsigned seed) : m_engine(seed) {}

@@ -1,6 +1,6 @@
-// tests/precursor/Scene.h: what the candidates of one MS2 scan look at, made by hand.
+// tests/precursor/Scene.h: the data around the candidates of one MS2 scan, made by hand.
 // Does:     keeps lists, candidates and grid together and makes candidates from them.
-// Owns:     all its data; its candidates borrow from it, so it stays where it is.
+// Owns:     all its data; its candidates borrow from it, so it cannot move.
 #pragma once
 
 #include <array>

@@ -179,7 +179,7 @@ TEST(Score, OfModelEAgreesWithTheTermsWrittenOut) {
   EXPECT_GT(compared, 300u);
 }
 
-/// A model with what it was fitted to be: the number of its terms and exactly these features.
+/// The expected shape of a fitted model: the number of its terms and exactly these features.
 struct ModelShape {
   const char* m_name;
   const ScoringModel* m_model;
@@ -310,7 +310,7 @@ struct ModelScores {
   std::array<double, 4> m_scores;  // of low, middling and high values; mean from low to high
 };
 
-// Printed by model_scores.py, which has a reader of the tables and a formula of its own.
+// Printed by model_scores.py, which has its own table reader and formula.
 const std::vector<ModelScores> kScores = {
     {&kModelA, {-1.20813273427442, -0.186270383872893, 0.843222086834103, -0.436401681990033}},
     {&kModelB, {-1.00252933069922, -0.127688264416082, 0.786550794775433, -0.451502263627758}},
@@ -371,7 +371,7 @@ TEST(Score, TakesModelAForAnUnknownNumber) {
     EXPECT_EQ(ScoreBy(unknown), ScoreOf(kModelA)) << unknown;
 }
 
-// Model G scores some candidates higher and model F others; a test of one of them shows nothing.
+// Model G scores some candidates higher and model F others, so testing only one shows nothing.
 TEST(Score, Of15IsTheLargerOfModelsGAndF) {
   InstallIsotopeTable(test::PoissonTable());
   std::size_t g_larger = 0;

@@ -206,7 +206,7 @@ PeakList Collect(const UserParameters& params, const PeakList& before, const Pea
   filtered[4] = precursor;
   filtered[5] = after;
   filtered[2] = filtered[6] = {{500.0, 1e9}};  // never visited
-  PeakList candidates = {{1.0, 1.0}};          // what a former scan left behind
+  PeakList candidates = {{1.0, 1.0}};          // leftover of an earlier scan
   collect_peak_candidates(params, filtered, Ms2Of(10, 500.0), candidates);
   return candidates;
 }

@@ -2,8 +2,8 @@
 """Prints the rows of kScores in ScoringModels_test.cpp, worked out without any code of the program.
 
 Run it when `./dev train` has written new tables. The vectors are those of the test; the formula and the reader
-of the tables are those of the golden runs. It ends with an error when a term is 0 in every vector: the test would
-not hold its coefficient to anything.
+of the tables are those of the golden runs. It ends with an error when a term is 0 in every vector,
+since the test would not check its coefficient.
 """
 import pathlib
 import sys
@@ -23,7 +23,8 @@ STEPS = 1000
 
 
 def mean_between(model):
-    """Of the scores at even steps from the low vector to the high one: each knot has a part in it."""
+    """The mean score at even steps from the low vector to the high one, so that every knot
+    contributes."""
     total = 0.0
     for step in range(STEPS + 1):
         values = [low + step / STEPS * (high - low) for low, high in zip(VECTORS[0], VECTORS[2])]

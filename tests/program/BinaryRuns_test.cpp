@@ -1,4 +1,4 @@
-// Instrument files through binary spectra, beside the same scans through text.
+// Instrument files through binary spectra, compared with the same scans through text.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -76,7 +76,7 @@ class BinaryRun : public FakeExtractorTest {
     PlaceExtractor(kCopyTextPair);
     return Run({"-D", "run.raw", "-O", "text"});
   }
-  /// What a run wrote into folder, without what the extractor left there.
+  /// The files that a run wrote into folder, without those of the extractor.
   [[nodiscard]] FileMap OutputsOf(const std::string& folder) const {
     FileMap files = OutputsIn(Path(folder));
     EXPECT_TRUE(files.contains("run.tarvek"));  // which says how it was extracted
@@ -85,7 +85,7 @@ class BinaryRun : public FakeExtractorTest {
       files.erase(name);
     return files;
   }
-  /// Rows of the table with another precursor than the declared one alone.
+  /// Table rows with more or other precursors than the declared one.
   [[nodiscard]] int DeterminedRows(const std::string& folder) const {
     int rows = 0;
     for (const std::string& line : LinesOf(Content(folder + "/run.csv")))

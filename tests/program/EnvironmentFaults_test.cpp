@@ -1,4 +1,4 @@
-// Directories that cannot be written, input that changes under the run, a console that is gone.
+// Directories that cannot be written, input that changes during the run, a closed console.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -23,7 +23,7 @@ using testing::HasSubstr;
 
 // ------------------------------------------------------------ read-only directories
 
-/// A directory "fixed" that holds the golden pair and takes nothing more, from root neither.
+/// A directory "fixed" that holds the golden pair and cannot be written, not even by root.
 class ReadOnlyDirectory : public PairTest {
  protected:
   void SetUp() override {
@@ -145,7 +145,7 @@ TEST_F(ChangingInput, ThatVanishesBeforeItsTurnIsNamed) {
 
 class LostConsole : public PairTest {
  protected:
-  /// The lines of the log without those that hold a time.
+  /// The lines of the log that do not hold a time.
   [[nodiscard]] std::vector<std::string> LogLines() const {
     std::vector<std::string> lines = LinesOf(Content("out/TarvekPlusLog.txt"));
     if (!lines.empty()) lines.erase(lines.begin());

@@ -36,7 +36,7 @@ class BadExtractor : public FakeExtractorTest {
     EXPECT_FALSE(Exists("out/run.csv"));
     EXPECT_FALSE(Exists("out/run.csv_unfinished"));
   }
-  /// Once the extractor works, the run does too.
+  /// Once the extractor works, the run works too.
   void ExpectRecovery(const std::vector<std::string>& more) {
     PlaceExtractor(kCopyTextPair);
     std::vector<std::string> arguments = Arguments();
@@ -63,7 +63,7 @@ TEST_F(BadExtractor, ThatDiesIsReported) {
       });
 }
 
-// The marker says that the spectra are there, so only -r 1 starts the extractor again.
+// With the marker the spectra count as complete, so only -r 1 starts the extractor again.
 TEST_F(BadExtractor, ThatLiesIsFoundOut) {
   Promise promise("an extractor that claims success without marker or spectra: an error");
   const std::string marker = ": > \"$out/$base.morvex\"\n";

@@ -1,4 +1,4 @@
-// Instrument files: the extractor as a child process, its output, its failures, what it leaves.
+// Instrument files: the extractor as a child process, its output, its failures, its files.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -117,7 +117,7 @@ INSTANTIATE_TEST_SUITE_P(Extraction, ExtractorOfFormat,
                                          std::pair("a.mzXML", "morvex_xml.exe"),
                                          std::pair("a.mzML", "morvex_xml.exe")));
 
-/// A directory and a file name that a shell would take apart.
+/// A directory and a file name that a shell would split.
 class OddPath : public FakeExtractorTest, public testing::WithParamInterface<const char*> {};
 
 TEST_P(OddPath, IsHandedOverUnchanged) {

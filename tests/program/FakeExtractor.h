@@ -1,7 +1,7 @@
 // tests/program/FakeExtractor.h: shell scripts that stand in for the extractor.
 // Does:     a ProgramTest with an instrument file, an isotope table and prepared spectra for the
 //           script to copy; keeps a note of every start of it.
-// Not here: what the extractor really does.
+// Not here: the real extractor.
 #pragma once
 
 #include <algorithm>
@@ -20,14 +20,14 @@ inline constexpr const char* kCopyTextPair =
     "cp prepared/run.ms2 \"$out/$base.ms2\"\n"
     "echo done > \"$out/$base.morvex\"\n";
 
-/// The same for the binary pair, whose name keeps the format.
+/// The same for the binary pair; its name keeps the format.
 inline constexpr const char* kCopyBinaryPair =
     "cp prepared/run.msb \"$out/$base.$format.msb\"\n"
     "cp prepared/run.mscsv \"$out/$base.$format.mscsv\"\n"
     "echo done > \"$out/$base.morvex\"\n";
 
-/// Lines of a script that say where they are and wait for leave to go on. They wait no longer than
-/// the test's directory is there.
+/// Lines of a script that report their position and wait for permission to go on, at most as long
+/// as the test's directory exists.
 inline constexpr const char* kWaitForLeave =
     ": > started\n"
     "while [ -e started ] && [ ! -e leave ]; do sleep 0.01; done\n";

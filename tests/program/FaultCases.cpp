@@ -38,7 +38,7 @@ Promise::~Promise() {
 void Promise::Try(const std::string& name, const std::function<void()>& check) {
   const testing::ScopedTrace trace(__FILE__, __LINE__, m_text + ": " + name);
   const int before = FailuresSoFar();
-  ++m_cases;  // also one that an exception leaves
+  ++m_cases;  // also when an exception leaves it
   check();
   if (FailuresSoFar() == before) ++m_kept;
 }

@@ -1,4 +1,4 @@
-// Writes that fail, and runs that are killed: what is left must never look finished when it is not.
+// Writes that fail, and runs that are killed: unfinished files must never look finished.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -24,7 +24,7 @@ namespace fs = std::filesystem;
 using testing::EndsWith;
 using testing::HasSubstr;
 
-// The other tests of this kind mean little when their input is small or gives nothing.
+// The other tests of this kind mean little with small input or without output.
 TEST_F(GeneratedRunTest, IsLargeAndDeterminesPrecursors) {
   EXPECT_EQ(m_result.m_exit_status, 0) << m_result.m_err;
   EXPECT_GT(fs::file_size(Path("run.ms1")) + fs::file_size(Path("run.ms2")), 2'000'000u);
@@ -119,7 +119,7 @@ TEST_F(GeneratedRunTest, OnAFullFileSystemEndsWithAnError) {
 
 class KilledRun : public GeneratedRunTest {
  protected:
-  /// Kills a run on "out" somewhere in its life.
+  /// Kills a run on "out" at some moment.
   void KillARun(std::mt19937& random, std::vector<std::string> more = {}) {
     std::vector<std::string> arguments = Arguments("out");
     arguments.insert(arguments.end(), more.begin(), more.end());
@@ -131,13 +131,13 @@ class KilledRun : public GeneratedRunTest {
     const bool was_interrupted = Exists("out/run.csv_unfinished");
     if (was_killed) ++m_killed;
     if (was_interrupted) ++m_interrupted;
-    // Runs become faster and slower with what else the machine does.
+    // Runs become faster and slower with the load of the machine.
     if (!was_killed)
-      m_duration = moment;  // by which it had ended
+      m_duration = moment;  // it had ended by then
     else if (!was_interrupted)
       m_duration += m_duration / 8;  // it had not begun to write
   }
-  /// Beside them may be the claim of a run that was killed before it touched anything.
+  /// An empty run.csv_unfinished may also be there, from a run that was killed before it wrote.
   void ExpectNoTableBesideIncompleteOutputs() const {
     if (!Exists("out/run.csv")) return;
     FileMap outputs = OutputsIn(Path("out"));

@@ -44,7 +44,7 @@ std::vector<std::pair<std::string, std::string>> FilesOf(const std::string& form
           {"dots.7.2." + format + ".x", format}};
 }
 
-/// "in" with fifty files: six and a hidden one of each format, .ms2 files beside the .ms1 files,
+/// "in" with fifty files: six and a hidden one of each format, the .ms2 files of the .ms1 files,
 /// and others.
 class MixedDirectory : public FakeExtractorTest, public testing::WithParamInterface<const char*> {
  protected:
@@ -77,7 +77,7 @@ class MixedDirectory : public FakeExtractorTest, public testing::WithParamInterf
     arguments.insert(arguments.end(), more.begin(), more.end());
     return Run(arguments);
   }
-  /// The names in out with this ending, and the names that a full run makes of it.
+  /// The names in out with this ending, and the names that a full run gives.
   [[nodiscard]] std::set<std::string> Names(const std::string& ending) const {
     std::set<std::string> names;
     for (const auto& file : OutputsIn(Path("out")))
@@ -137,7 +137,7 @@ TEST_P(MixedDirectory, HasItsFinishedFilesSkippedTheSecondTime) {
   RunAll();
   const FileMap before = OutputsIn(Path("out"));
   EXPECT_EQ(RunAll().m_exit_status, 0);
-  // An MGF file is skipped beside a file of its own name, and its outputs have another.
+  // An MGF file is skipped only next to a file of its own name; its outputs have other names.
   EXPECT_EQ(Count(kSkipped), IsMgf() ? 0 : kFilesOfAFormat);
   EXPECT_EQ(AllStarts(), IsInstrument() ? kFilesOfAFormat : 0);
   EXPECT_EQ(OutputsIn(Path("out")), before);
@@ -156,7 +156,7 @@ TEST_P(MgfDirectory, HasItsMgfFilesSkippedBesideFilesOfTheirNames) {
 }
 TEST_P(MgfDirectory, HasItsMgfFilesWithALowerCaseEndingSkippedWithoutOutputPath) {
   EXPECT_EQ(Run({"-D", "in", "-F", "mgf"}).m_exit_status, 0);
-  // The names with upper-case letters in the ending are not those that are looked for.
+  // Names with upper-case letters in the ending do not match.
   EXPECT_EQ(Count(kSkipped), kFilesOfAFormat - 2);
   EXPECT_TRUE(Exists("in/UPPER_mgf.pf2"));
   EXPECT_FALSE(Exists("in/plain mgf.pf2"));
@@ -199,7 +199,7 @@ class UnknownFormat : public FakeExtractorTest {
     return "[Tarvek] <" + level + "> - Data path " + path + " has the format '" + format +
            "'. Known are ms1, mgf, raw, wiff, mzxml and mzml, in lower case.\n";
   }
-  /// Of a run that ends there, and of one that goes on.
+  /// The messages of a run that ends there, and of one that goes on.
   [[nodiscard]] static std::string Error(const std::string& path, const std::string& format) {
     return Line("ERROR", path, format);
   }

@@ -1,5 +1,5 @@
 // tests/program/GeneratedRunTest.h: a run that takes long enough to be disturbed.
-// Does:     a ProgramTest with a generated pair and what an undisturbed run makes of it.
+// Does:     a ProgramTest with a generated pair and the outputs of an undisturbed run.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ namespace tarvek::test {
 inline constexpr int kCycles = 250;  // about 8 MB of input
 inline constexpr unsigned kSeed = 20240305;
 
-/// The generated pair in the test's directory, and what an undisturbed run makes of it.
+/// The generated pair in the test's directory, and the outputs of an undisturbed run.
 class GeneratedRunTest : public ProgramTest {
  protected:
   GeneratedRunTest() {
@@ -45,8 +45,8 @@ class GeneratedRunTest : public ProgramTest {
   static std::vector<std::string> Arguments(const std::string& out) {
     return {"-D", "run.ms1", "-O", out};
   }
-  /// A run that stands still when its outputs in folder are open and it still reads; nothing when
-  /// that never succeeds: a run may be over before this process, on a busy machine, sees its start.
+  /// A run that is stopped while its outputs in folder are open and it still reads; null when that
+  /// never succeeds: on a busy machine a run may end before this process sees its start.
   [[nodiscard]] std::unique_ptr<RunningProcess> StartAndStop(
       const std::vector<std::string>& arguments, const std::string& folder) const {
     for (int i = 0; i < 50; ++i) {

@@ -13,8 +13,8 @@ namespace {
 
 class GermanLocale : public PairTest {
  protected:
-  /// Compiles the locale where the tool for it is installed; without it the variables are set all
-  /// the same, and the C library falls back on its own locale.
+  /// Compiles the locale if the tool for it is installed; otherwise the variables are still set,
+  /// and the C library falls back on its own locale.
   GermanLocale() {
     const char* const compiler = "/usr/bin/localedef";
     if (!std::filesystem::exists(compiler)) return;

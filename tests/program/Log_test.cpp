@@ -165,7 +165,7 @@ TEST_P(Console, ThatTakesNothingLeavesTheLogComplete) {
 TEST_P(Console, ThatTakesNothingLeavesNothingOfItsTextInTheOutputs) {
   RunOnIt();
   const std::string log = Content("out/TarvekPlusLog.txt");
-  EXPECT_THAT(log, Not(HasSubstr("*****")));  // the banner goes to the console alone
+  EXPECT_THAT(log, Not(HasSubstr("*****")));  // the banner goes only to the console
 }
 INSTANTIATE_TEST_SUITE_P(Log, Console,
                          testing::Values(StandardOutput::kClosedPipe, StandardOutput::kFullDevice,

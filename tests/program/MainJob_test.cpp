@@ -1,4 +1,4 @@
-// What a run does with its files: which it processes, skips and replaces.
+// Which files a run processes, skips and replaces.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -359,7 +359,7 @@ TEST_F(BadInput, InstrumentFileWithoutAnExtractorEndsTheRun) {
 
 class IsotopeTableLookup : public MainJob {
  protected:
-  /// Copies the program to bin/ as an installation has it.
+  /// Copies the program to bin/ as in an installation.
   void Install() {
     MakeFolder("installed/bin");
     fs::copy_file(TARVEK_PROGRAM, Path("installed/bin/tarvek"));
@@ -433,7 +433,7 @@ TEST_F(IsotopeTableLookup, SaysWhereATableHoldsSomethingElse) {
   EXPECT_THAT(m_result.m_err, HasSubstr("IPV.txt, line 2: 'x' is not a number"));
 }
 
-/// An envelope of charge 10 at m/z 1600, whose mass of 16 kDa lies beyond the table.
+/// An envelope of charge 10 at m/z 1600: its mass of 16 kDa is beyond the table.
 class MassOutsideTheTable : public MainJob {
  protected:
   MassOutsideTheTable() {

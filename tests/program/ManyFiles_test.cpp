@@ -1,4 +1,4 @@
-// A directory of files of which one is broken: what is finished before it stays, and the way on.
+// A directory with one broken file: files finished before it stay, and how to go on.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ using testing::HasSubstr;
 
 constexpr int kFiles = 9;
 
-/// Nine pairs in "in", what an undisturbed run makes of them in "whole", and one pair broken.
+/// Nine pairs in "in", the outputs of an undisturbed run in "whole", and one broken pair.
 class BrokenFile : public ProgramTest {
  protected:
   BrokenFile() {
@@ -26,7 +26,7 @@ class BrokenFile : public ProgramTest {
     for (int i = 0; i < kFiles; ++i) PlacePair("in", "f" + std::to_string(i));
     Run(Arguments("whole"));
     m_undisturbed = OutputsIn(Path("whole"));
-    // The program walks the directory as the system lists it, and so does this.
+    // The program and this test use the order in which the system lists the directory.
     for (const fs::directory_entry& entry : fs::directory_iterator(Path("in")))
       if (entry.path().extension() == ".ms1") m_bases.push_back(entry.path().stem().string());
   }

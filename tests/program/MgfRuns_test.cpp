@@ -182,7 +182,7 @@ TEST_F(MgfRun, GivesBackWhatAnotherRunWrote) {
   Write("run.mgf", ReadFile(GoldenFolder() + "/default/run_HCDFT.mgf"));
   EXPECT_EQ(Run({"-D", "run.mgf", "-O", "out"}).m_exit_status, 0);
   EXPECT_EQ(m_result.m_err, kNotRecommended);
-  // Only as many scans as the index of the other run has.
+  // Only as many scans as in the index of the other run.
   EXPECT_EQ(Content("out/run.pf2idx"), ReadFile(GoldenFolder() + "/default/run_HCDFT.pf2idx"));
 }
 TEST_F(MgfRun, TakesEveryMgfFileOfADirectory) {

@@ -1,6 +1,6 @@
 // tests/program/PrivateFileSystem.h: a small file system for one test.
-// Does:     mounts it in a mount namespace that this process and its children have for themselves,
-//           so that nothing of it is seen outside; unmounts it at the end.
+// Does:     mounts it in a private mount namespace of this process and its children, so that it is
+//           invisible outside; unmounts it at the end.
 #pragma once
 
 #include <sched.h>
@@ -13,7 +13,7 @@ namespace tarvek::test {
 
 class PrivateFileSystem {
  public:
-  /// options: of tmpfs, as "size=1m". Nothing is mounted where that is not permitted.
+  /// options: of tmpfs, such as "size=1m". Without permission it mounts nothing.
   PrivateFileSystem(std::string path, const char* options) : m_path(std::move(path)) {
     m_is_mounted = ::unshare(CLONE_NEWNS) == 0 &&
                    ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
@@ -27,7 +27,7 @@ class PrivateFileSystem {
 
   [[nodiscard]] bool IsMounted() const { return m_is_mounted; }
 
-  /// From now on nothing can be written, by root neither.
+  /// From now on nothing can be written, not even by root.
   [[nodiscard]] bool MakeReadOnly() const {
     return ::mount("none", m_path.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0;
   }

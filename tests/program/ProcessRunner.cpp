@@ -19,12 +19,12 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-/// How long outputs are read after the process was killed: what it started may hold them.
+/// How long outputs are read after the process was killed: its children may hold them open.
 constexpr std::chrono::seconds kLastWords{2};
 constexpr int kExecFailed = 127;
 constexpr const char* kForeignPrograms = "TARVEK_TEST_PROGRAMS";
 
-/// A descriptor that is closed at the end of its life.
+/// A descriptor that closes itself.
 class Descriptor {
  public:
   explicit Descriptor(int number = -1) : m_number(number) {}
@@ -120,7 +120,7 @@ pid_t Start(const ProcessRequest& request, const OutputEnds& ends) {
   ::_exit(kExecFailed);
 }
 
-/// Appends what there is to read; false at the end of the pipe.
+/// Appends the available bytes; false at the end of the pipe.
 bool ReadSome(const Descriptor& end, std::string& text) {
   std::array<char, 1 << 16> block{};
   const ssize_t count = ::read(end.Number(), block.data(), block.size());
@@ -150,8 +150,8 @@ std::vector<Alarm> AlarmsOf(const ProcessRequest& request, Clock::time_point sta
   return alarms;
 }
 
-/// Reads both pipes to their ends, or to the last of alarms, and sends the child their signals.
-/// False when the time limit was one of them.
+/// Reads both pipes to their ends or until the last of alarms, and sends the child their signals.
+/// False when the time limit was reached.
 bool Collect(OutputEnds& ends, pid_t child, const std::vector<Alarm>& alarms,
              ProcessResult& result) {
   bool in_time = true;
@@ -239,7 +239,7 @@ void RunningProcess::Signal(int number) const {
 
 bool RunningProcess::Stop() const {
   Signal(SIGSTOP);
-  // A signal is only sent by then: the process goes on for a moment.
+  // The signal has only been sent by then: the process runs on for a moment.
   siginfo_t info{};
   while (::waitid(P_PID, static_cast<id_t>(Id()), &info, WSTOPPED | WEXITED | WNOWAIT) < 0 &&
          errno == EINTR) {

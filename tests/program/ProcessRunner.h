@@ -1,10 +1,9 @@
 // tests/program/ProcessRunner.h: runs a program as a user would and keeps what it printed.
-// Does:     starts it with working directory, extra environment and limits of its own, standard
-//           input at its end; collects both outputs through pipes, which no file-size limit
-//           touches.
+// Does:     starts it with its own working directory, extra environment and limits, and empty
+//           standard input; collects both outputs through pipes, which have no file-size limit.
 // Throws:   std::runtime_error when the process cannot be started or does not end in time.
-// Not here: the processes that it starts: they are not killed with it, and one that holds its
-//           outputs after its end is waited for as long as for the process itself.
+// Not here: processes that the program starts: they are not killed with it, and one that holds its
+//           outputs open is waited for as long as the program itself.
 #pragma once
 
 #include <chrono>
@@ -30,7 +29,7 @@ struct ProcessRequest {
   std::string m_program;
   std::vector<std::string> m_arguments;
   std::string m_working_directory = ".";
-  std::map<std::string, std::string> m_environment;  // added to the present one
+  std::map<std::string, std::string> m_environment;  // added to the current one
   StandardOutput m_standard_output = StandardOutput::kCaptured;
   std::optional<std::uint64_t> m_file_size_limit_bytes;
   std::optional<std::uint64_t> m_memory_limit_bytes;      // of data and stacks
@@ -59,19 +58,19 @@ class RunningProcess {
   explicit RunningProcess(const ProcessRequest& request);
   RunningProcess(const RunningProcess&) = delete;
   RunningProcess& operator=(const RunningProcess&) = delete;
-  ~RunningProcess();  // kills it when neither Wait nor Kill was reached
+  ~RunningProcess();  // kills it unless Wait or Kill was called
 
   [[nodiscard]] int Id() const;
   void Signal(int number) const;
 
-  /// Makes it stand still, until Signal(SIGCONT); false when it had ended.
+  /// Stops it until Signal(SIGCONT); false when it had ended.
   [[nodiscard]] bool Stop() const;
 
-  /// Kills it and returns how it ended, without what it printed: what it started may hold its
-  /// outputs for longer. In place of Wait.
+  /// Kills it and returns how it ended, without its output, which its children may hold open. Use
+  /// instead of Wait.
   ProcessResult Kill();
 
-  /// Its result when it has ended. Once.
+  /// Its result when it has ended. Call once.
   ProcessResult Wait();
 
  private:
@@ -79,9 +78,9 @@ class RunningProcess {
   std::unique_ptr<State> m_state;
 };
 
-/// Whether the programs of another system are tested in place of those just built: the environment
-/// variable TARVEK_TEST_PROGRAMS then names a folder with a script for each, which starts it, and
-/// with the programs themselves in its folder bin.
+/// Whether programs for another system are tested instead of those just built: the environment
+/// variable TARVEK_TEST_PROGRAMS then names a folder with a start script for each program and the
+/// programs themselves in bin.
 bool TestsForeignPrograms();
 
 /// The program to test: built, or its stand-in of the same name.

@@ -1,5 +1,5 @@
-// tests/program/ProgramTest.h: a directory of its own for each test of the whole program.
-// Does:     runs the built program in that directory, keeps what it printed, looks at what it left.
+// tests/program/ProgramTest.h: a separate directory for each test of the whole program.
+// Does:     runs the built program in that directory, keeps its output, reads its files.
 // Not here: how a process is run (ProcessRunner.h).
 #pragma once
 
@@ -28,7 +28,7 @@ FileMap OutputsIn(const std::string& directory);
 /// The lines of text, without their line feeds.
 std::vector<std::string> LinesOf(const std::string& text);
 
-/// Where the golden runs are.
+/// The folder of the golden runs.
 std::string GoldenFolder();
 
 /// The file of golden/input with this name.
@@ -37,7 +37,7 @@ std::string GoldenInput(const std::string& name);
 /// Waits until condition holds; false when it never does.
 bool Eventually(const std::function<bool()>& condition);
 
-/// Waits until there is something at path; false when there never is.
+/// Waits until path exists; false when it never does.
 bool Appears(const std::string& path);
 
 class ProgramTest : public testing::Test {
@@ -77,7 +77,7 @@ class PairTest : public ProgramTest {
 
 inline constexpr const char* kLog = "TarvekPlusLog.txt";
 
-/// What the program says last when it gives up.
+/// The last line of the program when it fails.
 inline constexpr const char* kCrashLines =
     "[Tarvek] <EXIT> - Tarvek has encountered a problem and will exit.\n"
     " You can send your TarvekPlusLog.txt to support@tarvek.example for help.\n";

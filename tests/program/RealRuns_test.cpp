@@ -1,4 +1,4 @@
-// Real runs against the bytes that another implementation of the same rules gives (SharedRuns.h).
+// Real runs compared with the bytes of another implementation of the same rules (SharedRuns.h).
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -24,7 +24,7 @@ std::size_t CountOf(const std::string& text, const std::string& part) {
   return count;
 }
 
-/// The runs: all outputs in m_outputs, the log and the console aside.
+/// The runs: m_outputs holds all outputs except log and console.
 class RealRun : public ProgramTest, public testing::WithParamInterface<SharedRun> {
  protected:
   void SetUp() override {
@@ -108,7 +108,7 @@ std::vector<std::pair<std::int32_t, std::size_t>> IndexEntries(const std::string
   return entries;
 }
 
-/// What the table says of each MS2 output key such as "HCDFT".
+/// What the table says about each MS2 output key such as "HCDFT".
 struct KeyTotals {
   std::size_t m_scans = 0;
   std::size_t m_precursors = 0;

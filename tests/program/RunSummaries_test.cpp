@@ -1,5 +1,5 @@
-// What is said of a file that was processed and of one that is finished already: the line that ends
-// it, the record beside its table, and the warnings.
+// What is reported for a processed file and for one that was finished before: the last line, the
+// record next to the table, and the warnings.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -30,7 +30,7 @@ std::vector<std::string> SummariesIn(const std::string& text) {
   return lines;
 }
 
-/// What tests/golden says of its pair.
+/// What tests/golden says about its pair.
 const std::string kGoldenCounts =
     ": 9 MS2 scans read, 6 exported with 13 precursors, 3 left out (1 activation type not known, 1 "
     "analyser not known, 1 no usable precursor declared or determined), in T s";
@@ -374,7 +374,7 @@ TEST_F(SameName, OfAPackedAndAnUnpackedFileIsAWarning) {
   const std::string end =
       " have the same outputs, out/a.*: the second is skipped when the first is finished, and "
       "replaces it with -r 1. Give each its own output directory.\n";
-  // In the order in which the system lists them.
+  // In the order of the system's listing.
   EXPECT_THAT(m_result.m_err,
               testing::AnyOf(HasSubstr("<WARN> - in/a.mzML and in/a.mzML.gz" + end),
                              HasSubstr("<WARN> - in/a.mzML.gz and in/a.mzML" + end)));

@@ -2,9 +2,9 @@
 // Does:     finds them, reads the table of runs and the expected hashes, unpacks the inputs.
 // Throws:   std::runtime_error when a file that is there cannot be read.
 //
-// The folder is named by the environment variable TARVEK_SHARED; by default it is the folder
-// "shared" beside the source tree. It holds data/*/NAME.ms1.gz and .ms2.gz, expected/IPV.txt, the
-// table of runs in expected/README.md, and for each of them expected/NAME/VARIANT/SHA256SUMS and
+// The environment variable TARVEK_SHARED names the folder; the default is "shared" next to the
+// source tree. It holds data/*/NAME.ms1.gz and .ms2.gz, expected/IPV.txt, the table of runs in
+// expected/README.md, and for each of them expected/NAME/VARIANT/SHA256SUMS and
 //           NAME.csv.
 #pragma once
 
@@ -27,7 +27,7 @@ struct SharedRun {
 
 void PrintTo(const SharedRun& run, std::ostream* out);
 
-/// The rows of the table of runs; one row without a name when the folder is not there.
+/// The rows of the table of runs; one row without a name when the folder does not exist.
 std::vector<SharedRun> SharedRuns();
 
 std::string SharedFolder();

@@ -227,7 +227,7 @@ TEST_F(OneArgument, IsTrimmedBeforeItIsReadAsAParameterFile) {
   EXPECT_EQ(Run({" run.ini\t"}).m_exit_status, 0);
   EXPECT_TRUE(Exists("run.csv"));
 }
-// Not an option error: an only argument is a data path, here one without any instrument file.
+// Not an option error: a single argument is a data path, here one without any instrument file.
 TEST_F(OneArgument, IsADataPathWithAnotherEnding) {
   Write("run.txt", "datapath = run.ms1\n");
   EXPECT_THAT(Run({"run.txt"}).m_out, HasSubstr("06: datapath1 = run.txt\n"));

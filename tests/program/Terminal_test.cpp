@@ -48,7 +48,7 @@ class TerminalTest : public PairTest {
 TEST_F(TerminalTest, ShowsTheProgressOfALongFileAndTakesItAway) {
   const std::string text = OutputOnATerminal(Request({"-D", "long.ms1", "-O", "out"}));
   ASSERT_NE(text.find(" scans/s"), std::string::npos) << "the run was too short to show progress";
-  // A message comes at the start of a line, never behind what is left of the progress line.
+  // A message starts its own line, never after the rest of the progress line.
   const std::size_t last_progress = text.rfind(" scans/s");
   EXPECT_NE(text.find("\r[Tarvek] <INFO> - ", last_progress), std::string::npos);
 }

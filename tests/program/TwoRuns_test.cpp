@@ -35,7 +35,7 @@ std::string TakenLine(const std::string& path) {
 
 // ------------------------------------------------------------ in the MS2 loop
 
-/// A first run that stands still in the midst of its outputs while another is tried.
+/// A first run that is stopped while it writes its outputs, so that another can be tried.
 class SecondRun : public GeneratedRunTest {
  protected:
   void SetUp() override {
@@ -87,7 +87,7 @@ TEST_F(SecondRun, IsNotHinderedByAFirstOneThatWasKilled) {
   ExpectUndisturbedOutputs("out");
 }
 
-// Whoever comes first wins; what is left is always a complete set.
+// The first one wins; a complete set of outputs remains.
 TEST_F(GeneratedRunTest, OfManyOnOneDirectoryAtOnceOneSucceedsAndTheOthersSayWhy) {
   int refused = 0;
   for (int round = 0; round < 20 && refused == 0; ++round) {  // they may run one after the other
@@ -128,7 +128,7 @@ TEST_F(GeneratedRunTest, AtOnceWithAnotherAtAnyMomentLosesNothing) {
       if (is_refused) ++refused;
     }
     if (first_result.m_exit_status == 0 && m_result.m_exit_status == 0)
-      m_duration = moment;  // by which the first one had ended: runs have become faster
+      m_duration = moment;  // the first one had ended by then: runs have become faster
     ExpectUndisturbedOutputs("out");
   };
   promise.TryPoints(try_one, [&] { return refused >= OneIn(10); });
@@ -179,8 +179,8 @@ std::string ManyMgfSpectra(int count) {
   return text;
 }
 
-// The MGF road has no table; there the PF2 file is the one that is taken. The first run reads from a
-// pipe that ends when the second one has been tried.
+// With MGF input there is no table, so a run claims the PF2 file. The first run reads from a pipe
+// that ends when the second one has been tried.
 TEST_F(ProgramTest, OnTheMgfRoadASecondRunEndsWithAnErrorToo) {
   PlaceTable();
   Write("run.mgf", ManyMgfSpectra(20));

@@ -1,4 +1,4 @@
-"""The fit of the joint determination: labels, model and figures, on cases made by hand.
+"""The fit of the joint determination: labels, model and figures on cases made by hand.
 
 joint_test.py SOURCE_DIRECTORY
 """
@@ -81,8 +81,8 @@ class Searched(unittest.TestCase):
         self.assertEqual(count, (2, 2, 2, 2))
 
     def test_counts_of_scans_peptides_and_sure_ones(self):
-        # Below E 0.01 two scans with three peptides, of which two are sure; the decoy cuts off what follows:
-        # a decoy of three targets is more than 1 %.
+        # Below E 0.01 two scans with three peptides, two of them sure; the decoy cuts off the rest:
+        # one decoy per three targets is more than 1 %.
         found = [match(1, 1e-6), match(1, 1e-4, "ELVISR"), match(2, 0.01), match(3, 0.02, "RVDE", "DECOY_P1"),
                  match(4, 0.03, "SAMPLER")]
         self.assertEqual(joint_runs.count_of(9, found), (9, 2, 3, 2))
@@ -278,7 +278,8 @@ class Figures(unittest.TestCase):
             self.assertEqual(joint_eval.threshold_of(spectra, tables, probabilities), threshold)
 
     def test_runs_are_summed_and_ranked_together(self):
-        # Alone the second run accepts nothing beyond its decoy. A hundred targets of the first carry it.
+        # Alone the second run accepts nothing beyond its decoy. With a hundred targets of the first
+        # run it does.
         first = [match(scan, 1e-5) for scan in range(1, 101)]
         second = [match(1, 1e-6, protein="DECOY_P1", mgf="b.mgf"), match(2, 1e-4, mgf="b.mgf")]
         counts = joint_eval.counts_of([(100, first), (2, second)])

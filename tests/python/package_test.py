@@ -1,4 +1,4 @@
-"""The package tarvek_io: its wheel, built and installed without network, its types and its conversions.
+"""The package tarvek_io: its wheel (built and installed without network), types and conversions.
 
     package_test.py TARVEK_TOOLS SOURCE_DIRECTORY [arguments of unittest]
 """

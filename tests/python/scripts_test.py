@@ -1,4 +1,4 @@
-"""The scripts beside the programs, on files made by hand: scripts_test.py SOURCE_DIRECTORY"""
+"""The scripts of the project on files made by hand: scripts_test.py SOURCE_DIRECTORY"""
 import argparse
 import gzip
 import math

@@ -1,4 +1,4 @@
-"""python/tarvek_io.py against what the programs write, and against bytes made by hand.
+"""Compares python/tarvek_io with what the programs write and with bytes made by hand.
 
     tarvek_io_test.py TARVEK TARVEK_TOOLS SOURCE_DIRECTORY [arguments of unittest]
 """
@@ -28,7 +28,8 @@ def run(*command):
 def text_scans(path):
     """{scan number: (attributes, [(m/z, intensity)])} of an .ms1 or .ms2 file, read the slow way.
 
-    Of a repeated scan the first block counts, peaks of no intensity do not, and peaks ascend in m/z."""
+    The first block of a repeated scan counts, peaks without intensity do not, and peaks ascend in
+    m/z."""
     scans = {}
     with open(path, encoding="ascii") as lines:
         for line in lines:
@@ -54,7 +55,7 @@ def table_rows(path):
 
 
 class Directory(unittest.TestCase):
-    """A test with a directory of its own."""
+    """A test with its own directory."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -77,7 +78,7 @@ class Directory(unittest.TestCase):
 
 
 class ProgramOutputs:
-    """What tarvek writes of one pair, read by tarvek_io and beside it the slow way."""
+    """The outputs for one pair, read by tarvek_io and in a slow, simple way."""
 
     pairs = ()  # endings of the MGF and PF2 files
 

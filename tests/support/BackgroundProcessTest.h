@@ -32,7 +32,7 @@ class BackgroundProcessTest : public testing::Test {
     return BackgroundProcess::Start(arguments, output);
   }
 
-  /// The status once the process has ended; -2 when it has not after twenty seconds.
+  /// The status once the process has ended; -2 when it still runs after twenty seconds.
   static int StatusOf(BackgroundProcess& process) {
     const std::int64_t deadline_ms = MonotonicMilliseconds() + 20'000;
     while (MonotonicMilliseconds() < deadline_ms) {
@@ -42,7 +42,7 @@ class BackgroundProcessTest : public testing::Test {
     return -2;
   }
 
-  /// The process numbers that the child printed, once there are so many.
+  /// The process numbers that the child printed; waits until there are so many.
   [[nodiscard]] std::vector<long> WaitForNumbers(std::size_t count) const {
     std::vector<long> numbers;
     for (int i = 0; i < 4000 && numbers.size() < count; ++i) {

@@ -22,18 +22,18 @@ inline int StatusOf(const std::string& command) {
   return child.Wait();
 }
 
-/// The path of support/background_child.cpp as a program, which is built beside the test programs.
+/// The path of the program built from support/background_child.cpp, next to the test programs.
 inline std::string BackgroundChild() {
   return ExecutableDirectory() + kPathSeparator + "background_child" + std::string(kProgramEnding);
 }
 
-/// What a program gets as its argument when the shell is handed QuotedForShell(text).
+/// The argument that a program gets when a shell runs it with QuotedForShell(text).
 inline std::string ThroughTheShell(const std::string& text) {
   std::string arrived;
   for (const std::string& piece :
        PiecesOf(QuotedForShell(BackgroundChild()) + " arguments " + QuotedForShell(text)))
     arrived += piece;
-  // Each argument is followed by a bar.
+  // A bar follows each argument.
   return arrived.ends_with('|') ? arrived.substr(0, arrived.size() - 1) : "no bar: " + arrived;
 }
 

@@ -15,7 +15,7 @@ struct CheckFailure : std::logic_error {
   using std::logic_error::logic_error;
 };
 
-/// A directory of its own, removed with everything in it at the end.
+/// A new directory, removed with everything in it at the end.
 class TemporaryDirectory {
  public:
   TemporaryDirectory();
@@ -34,7 +34,7 @@ class TemporaryDirectory {
 std::string ReadFile(const std::string& path);                      // throws when it cannot be read
 void WriteFile(const std::string& path, std::string_view content);  // replaces an existing file
 
-/// What was written to std::cout and std::cerr while action ran.
+/// The text written to std::cout and std::cerr while action ran.
 struct ConsoleText {
   std::string m_out;
   std::string m_err;

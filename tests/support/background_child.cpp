@@ -1,5 +1,5 @@
-// What tests of child processes start; its first argument says what it does.
-#if __has_include(<process.h>)  // the systems have one call under two names
+// The program that tests of child processes start; its first argument is its task.
+#if __has_include(<process.h>)  // one call with a name for each system
 #include <process.h>
 #else
 #include <unistd.h>
@@ -54,7 +54,7 @@ int Wait() {
   while (true) std::this_thread::sleep_for(std::chrono::seconds(1));
 }
 
-/// Starts one that waits, and does the same.
+/// Starts one that waits, then waits too.
 int WaitWithAnother() {
   tarvek::ChildProcess other = tarvek::ChildProcess::Start(
       tarvek::QuotedForShell(tarvek::test::BackgroundChild()) + " wait");

@@ -13,19 +13,19 @@
 namespace tarvek::tools {
 namespace {
 
-// A share of the declared charges from which one counts: fewer are slips of the instrument.
+// A charge counts from this share of the declared charges on: fewer are slips of the instrument.
 constexpr double kNotableShare = 0.05;
 
-// From these shares on a run is one of singly charged ions, told by its declared charges, by the
-// isotopes in its surveys, or by the m/z that it isolates.
+// From these shares on a run is one of singly charged ions: of its declared charges, of the isotope
+// spacings in its surveys, or of the m/z that it isolates.
 constexpr double kMostlySingle = 0.9;
 constexpr double kMostlySingleSpacing = 0.8;
 constexpr std::int64_t kFewestSpacings = 20;
 
-// As many widths or charges are listed.
+// At most this many widths or charges are listed.
 constexpr std::size_t kMostListed = 6;
 
-// Wider windows, in m/z, are hardly meant for one precursor.
+// Wider windows, in m/z, are rarely meant for one precursor.
 constexpr double kWideWindowMz = 10.0;
 
 template <class Key>

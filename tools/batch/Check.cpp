@@ -52,7 +52,7 @@ CheckVerdict ReadCheckVerdict(const std::string& report, int status) {
   try {
     if (!read.is_discarded()) return VerdictOf(read);
   } catch (const json::exception&) {
-    // No report of a check.
+    // The file is not the report of a check.
   }
   return {"The check of the input " + FailureReason(report, status), {}};
 }

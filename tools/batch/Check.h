@@ -1,8 +1,8 @@
 // tools/batch/Check.h: what "tarvek-tools check" said of the input of a task.
 // Does:     takes defects and warnings out of its report.
 // Throws:   nothing but std::bad_alloc.
-// Not here: the check itself (check/Command.h), which runs as a process of its own, so that many
-//           inputs are checked beside each other and one that ends it ends nothing else.
+// Not here: the check itself (check/Command.h). It runs in its own process, so that several inputs
+//           are checked at once and a crash ends only one check.
 #pragma once
 
 #include <map>
@@ -22,8 +22,8 @@ struct CheckVerdict {
   std::vector<CheckWarning> m_warnings;
 };
 
-/// The verdict of a check that printed its report as JSON to the file report and ended with status.
-/// A check without a report is a defect of its own.
+/// The verdict of a check that wrote its JSON report to the file report and ended with status. A
+/// missing report is a defect too.
 CheckVerdict ReadCheckVerdict(const std::string& report, int status);
 
 }  // namespace tarvek::tools

@@ -1,10 +1,10 @@
 // tools/batch/Command.h: "tarvek-tools batch", one tarvek process for each input file.
-// Does:     declares the subcommand's options; plans the batch and has it performed.
+// Does:     declares the subcommand's options; plans and runs the batch.
 // Throws:   while parsing, a CLI::ParseError naming the option; what PlanBatch and PerformBatch
-//           throw; after a batch that did not do every file, a CLI::RuntimeError with the exit
+//           throw; when the batch did not finish every file, a CLI::RuntimeError with the exit
 //           status.
-// Not here: the plan (batch/Plan.h), what is seen of it (batch/Console.h); "run", which takes other
-//           options for the same (batch/RunCommand.h).
+// Not here: the plan (batch/Plan.h), the display (batch/Console.h); "run", which does the same with
+//           other options (batch/RunCommand.h).
 #pragma once
 
 #include <CLI/CLI.hpp>

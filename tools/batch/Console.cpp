@@ -26,8 +26,8 @@ bool IsDone(const BatchResult& result) {
   return result.m_state == BatchState::kDone || result.m_state == BatchState::kFinishedBefore;
 }
 
-/// What is wrong with the value of --analyser; empty when nothing is. A good one becomes what the
-/// extractors record, so that equal ones are equal texts.
+/// What is wrong with the value of --analyser; empty when it is valid. A valid one is rewritten as
+/// the extractors record it, so that equal values are equal texts.
 std::string AnalyserMistake(std::string& value) {
   extractor::ScanOverrides overrides;
   try {
@@ -95,7 +95,7 @@ class BatchDisplay {
   std::int64_t m_start_ms = MonotonicMilliseconds();
 };
 
-/// The settings of an installed preset; "help" lists those that there are and ends the program.
+/// The settings of an installed preset; "help" lists the presets and ends the program.
 ParameterTable TakePreset(const std::string& name) {
   if (name == "help") throw CLI::CallForVersion(PresetList(), 0);
   return ReadPreset(name);
@@ -106,8 +106,8 @@ void SetOrFail(const char* name, const std::string& value) {
     throw "The environment variable " + std::string(name) + " cannot be set";
 }
 
-// The threads of this machine, or those that the environment allows, shared by what runs at the same
-// time.
+// The threads of this machine, or as many as the environment allows, divided among the processes
+// that run at the same time.
 void ShareThreads(std::span<const BatchTask> tasks, std::size_t jobs) {
   const auto to_run = static_cast<std::size_t>(std::ranges::count_if(
       tasks, [](const BatchTask& task) { return !task.m_is_finished && task.m_refusal.empty(); }));

@@ -1,6 +1,6 @@
-// tools/batch/Console.h: a batch as it is seen.
-// Does:     runs the tasks and shows them: on a terminal a line that is replaced, elsewhere a line
-//           for each file; failures are lines of standard error in any case; a table at the end.
+// tools/batch/Console.h: shows a batch while it runs.
+// Does:     runs the tasks and shows them: on a terminal one line that is rewritten, elsewhere a
+//           line for each file; failures always go to standard error; a table at the end.
 // Throws:   what RunBatch throws.
 // Not here: the texts (batch/Report.h), the processes (batch/Runner.h).
 #pragma once
@@ -19,27 +19,27 @@ inline constexpr int kBatchFailed = 1;
 inline constexpr int kBatchStopped = 130;
 
 struct BatchStyle {
-  std::string m_how_to_go_on;  // said after a failure that ends the batch
+  std::string m_how_to_go_on;  // printed after a failure that ends the batch
   bool m_is_quiet = false;     // only warnings, failures and the last line are shown
 };
 
-/// What both commands ask for in the same words.
+/// Options that both commands share.
 struct BatchOptions {
   std::size_t m_jobs = 1;
-  std::string m_program;     // path of tarvek; empty: the one beside this
+  std::string m_program;     // path of tarvek; empty: the one next to this program
   std::string m_analyser;    // for the extractor; empty: what the files say
   std::string m_activation;  // the same
   std::string m_joint;       // probability for the joint determination; empty: not that one
-  ParameterTable m_preset;   // settings that count where the user names none
-  bool m_is_auto = false;    // choose by a look at each input what neither names
+  ParameterTable m_preset;   // used where the user sets nothing
+  bool m_is_auto = false;    // choose the rest from each input
   bool m_is_quiet = false;
 };
 
 /// Adds --jobs, --tarvek, --analyser, --activation, --auto, --preset and --quiet. options outlives the parsing.
 void AddBatchOptions(CLI::App& command, BatchOptions& options);
 
-/// The settings that options ask for; the processes started from now on get their environment.
-/// Throws when there is no program.
+/// The settings in options; processes started from now on inherit their environment. Throws when
+/// the program is not found.
 BatchSettings PrepareBatch(const BatchOptions& options);
 
 /// Runs the tasks; 0 when all are done or were finished before, else one of the statuses above.

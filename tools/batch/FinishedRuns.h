@@ -1,9 +1,8 @@
-// tools/batch/FinishedRuns.h: finished runs compared with the settings of now.
-// Does:     tells the settings that the record of a run would have now, and whether those of its
-//           record are others.
+// tools/batch/FinishedRuns.h: finished runs compared with the current settings.
+// Does:     gives the settings that the record of a run would have now, and how its record differs.
 // Throws:   what ReadRunRecord and ReadIsotopeTable throw.
-// Not here: what is in a record (RunRecord.h), which settings count (RunSummary.h), how a run ended
-//           (outputs/RunOutcome.h).
+// Not here: the contents of a record (RunRecord.h), which settings count (RunSummary.h), how a run
+//           ended (outputs/RunOutcome.h).
 #pragma once
 
 #include <optional>
@@ -15,19 +14,19 @@
 
 namespace tarvek::tools {
 
-/// Compares finished runs with the settings of now.
+/// Compares finished runs with the current settings.
 class FinishedRuns {
  public:
-  /// settings: of now; their isotope table is read when it is first asked for.
-  /// more: settings of now that are none of tarvek's own.
+  /// settings: the current ones; their isotope table is read when it is first needed. more: further
+  /// current settings that are not tarvek's own.
   explicit FinishedRuns(const UserParameters& settings, RunRecord more = {})
       : m_settings(settings), m_more(std::move(more)) {}
 
-  /// What the record of the current file would hold of its settings.
+  /// The settings that the record of the current file would hold.
   RunRecord SettingsNow(const UserParameters& settings);
 
-  /// "isolation_width 2.000000, now 3.000000", of the current file; empty when the settings are the
-  /// same or there is no record.
+  /// "isolation_width 2.000000, now 3.000000" for the current file; empty when the settings agree
+  /// or there is no record.
   std::string OtherSettings(const UserParameters& settings);
 
  private:

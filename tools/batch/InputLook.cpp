@@ -33,7 +33,7 @@ constexpr double kSmallestIsotope = 0.05;  // of the peak below it
 /// Enough was seen.
 struct EnoughScans {};
 
-/// Whether the declared charges are for the most part those of intact proteins.
+/// Whether most declared charges are those of intact proteins.
 bool AreIntact(const InputLook& look) {
   std::int64_t all = 0;
   std::int64_t high = 0;
@@ -109,8 +109,8 @@ void LookAtXml(const std::string& path, InputLook& look) {
   }
 }
 
-/// The blocks of an .ms2 file. What is not declared there is told by no line: their reader gives
-/// such a scan a charge of 2.
+/// The blocks of an .ms2 file, read line by line: the usual reader hides an undeclared charge by
+/// giving the scan a charge of 2.
 void LookAtMs2(const std::string& path, InputLook& look) {
   TextLines lines(path);
   double centre_mz = 0.0;
@@ -136,7 +136,7 @@ void LookAtMs2(const std::string& path, InputLook& look) {
   look.m_is_whole = true;
 }
 
-/// The widths that the instrument file declared, of which its extraction tells.
+/// The widths that the instrument file declared, as its extraction recorded them.
 void TakeMarkedWidths(const std::string& path, InputLook& look) {
   if (!FileExists(path)) return;
   for (const auto& [text, count] : ReadRunRecord(path).m_widths)
@@ -165,8 +165,8 @@ bool HasPeakAt(std::span<const Peak> peaks, double mz, double least_intensity) {
   return false;
 }
 
-/// The charge that the isotopes above peak tell, 0 for none. Two of them are asked for but at charge
-/// 1, where a small molecule shows one.
+/// The charge that the isotopes above peak show, 0 for none. Two isotopes are required, at charge 1
+/// only one, since a small molecule shows no more.
 std::int32_t SpacedCharge(std::span<const Peak> peaks, const Peak& peak) {
   for (std::int32_t charge = kHighestSpacedCharge; charge > 0; --charge) {
     const double step_mz = kIsotopeDistanceDa / charge;

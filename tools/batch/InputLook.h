@@ -1,8 +1,8 @@
-// tools/batch/InputLook.h: what the first scans of an input say of the settings that fit.
+// tools/batch/InputLook.h: what the first scans of an input say about settings.
 // Does:     reads an mzML, mzXML or ms1 input from its start until enough is seen; counts declared
-//           widths and charges, polarities, and the charges that isotopes in the surveys tell.
-// Throws:   nothing but std::bad_alloc: an input that cannot be read is one of which nothing is
-//           known, and what is wrong with it is for its check to say.
+//           widths and charges, polarities, and the charges that isotopes in the surveys show.
+// Throws:   nothing but std::bad_alloc: of an input that cannot be read nothing is known, and its
+//           check reports what is wrong.
 // Not here: the settings that are chosen for it (batch/AutoSettings.h).
 #pragma once
 
@@ -15,15 +15,15 @@
 
 namespace tarvek::tools {
 
-/// MS2 scans that are looked at, and surveys: enough to tell what a method does. The MS2 scans of
-/// intact proteins are gone through to the end, since the highest m/z limits their charges.
+/// How many MS2 scans and surveys are read: enough to see what a method does. For intact proteins
+/// all MS2 scans are read, since the highest m/z limits the charges.
 inline constexpr std::int64_t kFragmentsToSee = 1000;
 inline constexpr std::int64_t kSurveysToSee = 10;
 
 /// From this charge on ions are those of intact proteins.
 inline constexpr std::int32_t kIntactCharge = 8;
 
-/// Below this m/z an isolated ion is hardly a peptide.
+/// An isolated ion below this m/z is rarely a peptide.
 inline constexpr double kSmallIonMz = 350.0;
 
 struct InputLook {
@@ -41,8 +41,8 @@ struct InputLook {
 
 InputLook LookAtInput(const std::string& path);
 
-/// Adds to spacings the charge of each of the strongest peaks that has isotopes above it, told by
-/// their distance. peaks: ascending in m/z.
+/// Adds to spacings the charge of each of the strongest peaks that has isotopes above it; the
+/// charge follows from their spacing. peaks: ascending in m/z.
 void AddSpacings(std::span<const Peak> peaks, std::map<std::int32_t, std::int64_t>& spacings);
 
 }  // namespace tarvek::tools

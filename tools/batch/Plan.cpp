@@ -26,7 +26,7 @@ namespace {
 /// The arguments of a batch, understood.
 struct BatchRequest {
   ParameterTable m_table;              // all settings; the data paths numbered
-  std::vector<std::string> m_options;  // those handed on to each process, without -D and -L
+  std::vector<std::string> m_options;  // passed on to each process, without -D and -L
   bool m_is_parameter_file = false;
 };
 
@@ -60,7 +60,7 @@ BatchRequest ReadOptions(std::span<const std::string> words) {
   return request;
 }
 
-/// Gives a setting that the request does not name.
+/// Sets a key that the request does not name.
 void AddSetting(BatchRequest& request, const std::string& key, const std::string& value) {
   if (request.m_table.try_emplace(key, value).second)
     request.m_options.insert(request.m_options.end(), {OptionOf(key), value});
@@ -73,7 +73,7 @@ BatchRequest ReadParameters(const std::string& path) {
   return request;
 }
 
-/// The settings with their data paths; one that is missing ends the batch before it starts.
+/// The settings with their data paths; a missing path ends the batch before it starts.
 UserParameters SettingsOf(const BatchRequest& request) {
   UserParameters settings;
   ApplyParameterTable(settings, request.m_table, logMessage);
@@ -82,8 +82,8 @@ UserParameters SettingsOf(const BatchRequest& request) {
   return settings;
 }
 
-/// The files of a data path, as tarvek would process them; the format of a file becomes that of the
-/// directories behind it.
+/// The files of a data path in the order in which tarvek would process them; the format of a file
+/// also applies to the directories after it.
 std::vector<std::string> FilesOf(const std::string& path, UserParameters& settings) {
   const std::string format = detectDataPathFormat(path, settings.m_input_format);
   if (FindInputFormat(format) == nullptr) throw UnknownFormatText(path, format);
@@ -93,7 +93,7 @@ std::vector<std::string> FilesOf(const std::string& path, UserParameters& settin
   return files;
 }
 
-/// What the data paths have instead of inputs, to be said behind "There is no input file".
+/// What the data paths hold instead of inputs; goes after "There is no input file".
 std::string WhatIsThere(const UserParameters& settings) {
   std::string text;
   for (const std::string& path : settings.m_datapaths)
@@ -101,7 +101,7 @@ std::string WhatIsThere(const UserParameters& settings) {
   return text;
 }
 
-/// "key = value" lines. A value that does not survive being read back cannot be given in this way.
+/// "key = value" lines. Throws for a value that would read back differently.
 std::string ParameterText(ParameterTable table, const BatchTask& task) {
   std::erase_if(table, [](const auto& entry) { return entry.first.starts_with("data"); });
   table["datapath"] = task.m_input;
@@ -129,7 +129,7 @@ void SetArguments(BatchTask& task, const BatchRequest& request) {
   task.m_arguments.insert(task.m_arguments.end(), {"-L", task.m_log_directory});
 }
 
-/// what(task): the path that no two tasks may share; nothing is refused where it is empty.
+/// what(task): the path that no two tasks may share; an empty path is not compared.
 template <class What>
 void RefuseEqual(const std::vector<BatchTask>& tasks, What what) {
   std::map<std::string, std::string> taken;
@@ -166,7 +166,7 @@ void AddPreset(BatchRequest& request, const PlanExtras& extras) {
   for (const auto& [key, value] : preset) AddSetting(request, key, value);
 }
 
-/// The request for one input, with what fits it where nothing is named.
+/// The request for one input; settings that nobody named are chosen to fit it.
 BatchRequest FittingRequest(const std::string& input, BatchRequest request,
                             std::vector<AutoChoice>& choices) {
   ParameterTable table = request.m_table;
@@ -222,7 +222,7 @@ BatchTask TaskFor(const std::string& input, const UserParameters& settings,
   BatchTask task;
   task.m_input = input;
   task.m_log_directory = JoinPath({LogFolderFor(input, settings), current.m_current_basename});
-  // Of MGF, which is only rewritten, no table tells.
+  // MGF is only rewritten, so there is no table that shows a finished run.
   if (ToLower(current.m_current_ext) != "mgf") task.m_table = FinishedTablePath(current);
   task.m_record = RunRecordPath(current);
   task.m_has_record = IsThere(task.m_record);

@@ -20,7 +20,7 @@ constexpr const char* kPresetEnding = ".cfg";
 
 std::string PresetFolder() { return JoinPath({FolderOf(InstalledTablePath()), "presets"}); }
 
-/// What a preset is for: its first line without the sign of a comment.
+/// What a preset is for: its first line without the comment sign.
 std::string PurposeOf(const std::string& path) {
   TextLines lines(path);
   std::string line;

@@ -56,7 +56,7 @@ std::string Padded(std::string text, std::size_t width, bool to_the_right) {
   return to_the_right ? text.insert(0, missing, ' ') : text.append(missing, ' ');
 }
 
-/// What follows the path of an input: why it failed, that it had other settings, or nothing.
+/// The text after the path of an input: why it failed, that it had other settings, or empty.
 std::string Remark(const BatchTask& task, const BatchResult& result) {
   if (result.m_state == BatchState::kFinishedBefore && !task.m_other_settings.empty())
     return ": with other settings: " + task.m_other_settings;
@@ -101,7 +101,8 @@ std::string WarningLines(std::span<const BatchTask> tasks, std::span<const Batch
   return text;
 }
 
-/// Equal choices for all inputs, with the reason of the first. Those of a single input were just shown.
+/// Each choice once for all its inputs, with the reason of the first. Those of a single input were
+/// just shown.
 std::string SharedChoiceLines(std::span<const BatchTask> tasks) {
   if (tasks.size() < 2) return {};
   struct Shared {
@@ -150,8 +151,8 @@ RunRecord TotalOf(std::span<const BatchResult> results) {
   return total;
 }
 
-/// Bytes of the inputs that this batch has done, and of those that have not ended. What was
-/// finished before is no work, and a file that failed at once says nothing of the speed.
+/// Bytes of the inputs that this batch has done, and of those still to do. Inputs finished before
+/// cost no work, and a file that failed at once says nothing about the speed.
 std::pair<double, double> Work(const BatchMoment& moment) {
   double done = 0.0;
   double left = 0.0;

@@ -63,7 +63,7 @@ std::string WithoutLastZeros(std::string text) {
   return text;
 }
 
-/// An option whose value becomes one of tarvek's parameters as it is written.
+/// An option with a value that becomes one of tarvek's parameters unchanged.
 CLI::Option* AddSetting(CLI::App& run, ParameterTable& settings, const std::string& name,
                         const std::string& key, const std::string& help) {
   return run
@@ -131,7 +131,7 @@ void CheckPlaces(const RunArguments& arguments) {
                                                       "--beside-input puts them beside each input");
 }
 
-/// What the preset says of settings that are not named, with its isotope table beside the logs.
+/// The preset's values for settings that are not named, with its isotope table next to the logs.
 void TakePreset(RunArguments& arguments, const std::function<void(const std::string&)>& note) {
   RunRequest& request = arguments.m_request;
   request.m_is_auto = arguments.m_options.m_is_auto;

@@ -1,6 +1,6 @@
-// tools/batch/RunCommand.h: "tarvek-tools run", the way from input files to results.
+// tools/batch/RunCommand.h: "tarvek-tools run", from input files to results.
 // Does:     declares the subcommand's options; finds and checks the inputs, runs one tarvek for
-//           each, and shows what came out.
+//           each, and shows the results.
 // Throws:   while parsing, a CLI::ParseError naming the option; what FindRunInputs, PlanRun and
 //           PerformBatch throw; when not every input was processed as asked, a CLI::RuntimeError
 //           with the exit status.

@@ -23,13 +23,13 @@ std::string_view BaseOf(std::string_view name) {
   return name.substr(0, name.size() - FormatOfName(name).m_ending_size);
 }
 
-/// As the system compares file names.
+/// Compares file names like the system does.
 std::string Comparable(std::string_view name) {
   return kFileNamesIgnoreCase ? ToLower(name) : std::string(name);
 }
 
-/// Whether c is in the class that begins behind the '[' at the front of pattern, which is moved
-/// behind it. Nothing when the class has no end: then '[' is a character like others.
+/// Whether c is in the class that begins after the '[' at the front of pattern; pattern moves past
+/// the class. std::nullopt when the class has no end: then '[' is an ordinary character.
 std::optional<bool> TakeClass(std::string_view& pattern, char c) {
   const std::size_t end = pattern.find(']', 2);  // a ']' at once is a member
   if (end == std::string_view::npos) return std::nullopt;
@@ -46,7 +46,7 @@ std::optional<bool> TakeClass(std::string_view& pattern, char c) {
   return is_in != is_negated;
 }
 
-/// Whether one character of a name fits what pattern begins with, which is then moved behind it.
+/// Whether one character of a name fits the start of pattern; if so, pattern moves past it.
 bool TakeOne(std::string_view& pattern, char c) {
   if (pattern.front() == '[')
     if (const std::optional<bool> is_in = TakeClass(pattern, c)) return *is_in;
@@ -55,9 +55,9 @@ bool TakeOne(std::string_view& pattern, char c) {
   return fits;
 }
 
-/// Whether the whole name fits the pattern. After a mismatch the last '*' takes one character more.
+/// Whether the whole name fits the pattern. After a mismatch the last '*' takes one more character.
 bool Fits(std::string_view pattern, std::string_view name) {
-  std::optional<std::pair<std::string_view, std::string_view>> star;  // what is behind it
+  std::optional<std::pair<std::string_view, std::string_view>> star;  // what comes after it
   while (!name.empty()) {
     if (!pattern.empty() && pattern.front() == '*') {
       pattern.remove_prefix(1);
@@ -166,7 +166,7 @@ class InputFinder {
     }
   }
 
-  /// asked: the format that people have named, empty when they named none.
+  /// asked: the format that the user named, or empty.
   void TakeFound(const std::string& path, std::string_view asked) {
     const std::string_view format = InputFormatOf(path);
     if (!asked.empty() && format != asked) return;
@@ -231,7 +231,7 @@ class InputFinder {
 
   std::string m_format;
   RunInputs m_inputs;
-  std::size_t m_met = 0;  // inputs, those named again counted again
+  std::size_t m_met = 0;  // inputs, counting repeated ones again
   std::set<std::string> m_known;
   LeftAside m_extracted;
   LeftAside m_written;

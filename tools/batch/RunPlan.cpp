@@ -53,15 +53,15 @@ UserParameters CurrentOf(UserParameters settings, const std::string& input) {
   return settings;
 }
 
-/// What the record of a calibrated run has beyond the settings of tarvek.
+/// What the record of a calibrated run holds in addition to tarvek's settings.
 RunRecord CalibrationSettings(const RunRequest& request) {
   RunRecord more;
   if (request.m_is_calibrated) more.m_settings[std::string(kSettingCalibrated)] = "1";
   return more;
 }
 
-/// The settings for one input: those asked for, with what fits it where none is, or at least the
-/// width that it declares.
+/// The settings for one input: those asked for; for the rest, what fits it or at least the width
+/// that it declares.
 ParameterTable TableFor(const std::string& input, const RunRequest& request, ParameterTable table,
                         std::vector<AutoChoice>& choices) {
   if (request.m_is_auto) choices = AddFittingSettings(input, table);
@@ -71,15 +71,15 @@ ParameterTable TableFor(const std::string& input, const RunRequest& request, Par
   return table;
 }
 
-/// MGF has no table: its record says that it is finished. tarvek would skip one that lies where its
-/// outputs go.
+/// MGF has no table: its record shows that it is finished. tarvek would skip an MGF file in the
+/// folder of its outputs.
 void TakeMgf(BatchTask& task, bool is_again) {
   task.m_table = task.m_record;
   task.m_is_finished = task.m_has_record && !is_again;
   if (!is_again) task.m_arguments.insert(task.m_arguments.end(), {"-r", "1"});
 }
 
-/// Why a finished input is not what was asked for; empty when it is.
+/// Why a finished input may not be what was asked for; empty when it is.
 std::string RefusalOf(const BatchTask& task) {
   constexpr const char* kAdvice = "; --again processes it again";
   if (!task.m_is_finished) return {};

@@ -1,9 +1,9 @@
 // tools/batch/RunPlan.h: what "tarvek-tools run" has to run.
-// Does:     makes of inputs and settings the tasks of a batch, each in a directory and with paths
-//           that leave nothing to the current directory; refuses what was finished in another way.
+// Does:     turns inputs and settings into the tasks of a batch, with paths that do not depend on
+//           the current directory; refuses inputs that were finished with other settings.
 // Throws:   a character string or a std::string, each the whole message, before anything is
 //           written.
-// Not here: which inputs there are (batch/RunInputs.h), the tasks of "batch" (batch/Plan.h).
+// Not here: finding the inputs (batch/RunInputs.h), the tasks of "batch" (batch/Plan.h).
 #pragma once
 
 #include <string>
@@ -15,15 +15,14 @@
 namespace tarvek::tools {
 
 struct RunRequest {
-  std::vector<std::string> m_inputs;  // files
-  std::string m_output_directory;     // empty: that of each input
-  ParameterTable m_settings;          // those that were asked for, by the keys of tarvek
-  std::string m_isotope_table;        // path; empty: the installed one
-  bool m_has_check = true;            // look at each input before its run
-  bool m_takes_declared_width =
-      false;                     // of each input that declares one, unless a width is asked for
-  bool m_is_auto = false;        // choose what is not asked for by a look at each input
-  bool m_is_calibrated = false;  // correct the m/z of each run by its own fragments
+  std::vector<std::string> m_inputs;    // files
+  std::string m_output_directory;       // empty: that of each input
+  ParameterTable m_settings;            // those asked for, by tarvek's keys
+  std::string m_isotope_table;          // path; empty: the installed one
+  bool m_has_check = true;              // look at each input before its run
+  bool m_takes_declared_width = false;  // the declared one of each input, unless one is asked for
+  bool m_is_auto = false;               // choose the rest from each input
+  bool m_is_calibrated = false;         // correct the m/z of each run by its own fragments
 };
 
 /// A task for each input, in their order.

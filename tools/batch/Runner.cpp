@@ -22,10 +22,10 @@ namespace {
 constexpr int kLookMs = 200;
 constexpr std::int64_t kPatienceMs = 3000;  // with a process that was asked to end
 
-/// The processes of a task, in their order.
+/// The processes of a task, in order.
 enum class Step { kCheck, kTarvek, kCalibration };
 
-/// A running task; its process is in the same place of a list of its own.
+/// A running task; its process has the same index in a list of processes.
 struct RunningTask {
   std::size_t m_task = 0;
   std::int64_t m_start_ms = 0;
@@ -71,7 +71,7 @@ class BatchRunner {
   }
 
  private:
-  /// Starts what may be started; false when nothing is left to start or to look at.
+  /// Starts the tasks that may start; false when none is left to start or to watch.
   bool StartTasks() {
     while (m_next < m_tasks.size() && m_processes.size() < m_settings.m_jobs && MayStart()) {
       const std::size_t task = m_next++;
@@ -163,7 +163,7 @@ class BatchRunner {
                                        : FailureReason(OutputOf(task, running.m_step), status));
   }
 
-  /// Of tarvek, which a calibration may follow, or of that.
+  /// The end of tarvek, which a calibration may follow, or of that calibration.
   void TakeSuccess(const RunningTask& running) {
     const bool has_more =
         running.m_step == Step::kTarvek && !m_tasks[running.m_task].m_calibration.empty();
@@ -220,7 +220,7 @@ class BatchRunner {
     Fail(number, (state == BatchState::kFinishedBefore ? "finished before, but " : "") + failure);
   }
 
-  /// tarvek takes spectra that an earlier run has extracted, as they are.
+  /// tarvek reuses spectra that an earlier run has extracted.
   [[nodiscard]] std::string OtherThanWanted(std::size_t number) const {
     RunRecord wanted = m_tasks[number].m_wanted;
     if (wanted.m_settings.empty()) return {};
@@ -244,7 +244,7 @@ class BatchRunner {
     m_observer({m_tasks, m_results, &m_tasks[task]});
   }
 
-  /// Asks the running processes to end, later makes them, and takes their ends.
+  /// Asks the running processes to end, later kills them, and waits for them.
   void EndAll() {
     m_is_ending = true;
     for (BackgroundProcess& process : m_processes) process.End(BackgroundProcess::Ending::kAsked);

@@ -1,9 +1,9 @@
 // tools/batch/Runner.h: runs the tasks of a batch, several at a time.
-// Does:     starts the tasks in their order, as many beside each other as told, each with its check
-//           before it and its calibration behind it; takes their ends and what their records say; on a stop request ends those
-//           that run and waits for them.
-// Owns:     the running processes, none of which outlives a call of Run.
-// Throws:   nothing but std::bad_alloc; a task that cannot be started is a failed one.
+// Does:     starts the tasks in order, up to the given number at a time, each with a check before
+//           and a calibration after it; collects their results and records; on a stop request ends
+//           the running ones and waits for them.
+// Owns:     the running processes; none outlives a call of Run.
+// Throws:   nothing but std::bad_alloc; a task that cannot be started has failed.
 // Not here: what to run (batch/Plan.h); what people see (batch/Report.h).
 #pragma once
 
@@ -39,7 +39,7 @@ struct BatchSettings {
   std::string m_check_program;  // path of tarvek-tools, for checks and calibrations
 };
 
-/// A moment of a batch: what is known of each task, and the task that has just ended, if any.
+/// The state of a batch: what is known of each task, and the task that has just ended, if any.
 struct BatchMoment {
   std::span<const BatchTask> m_tasks;
   std::span<const BatchResult> m_results;
@@ -47,23 +47,24 @@ struct BatchMoment {
 };
 using BatchObserver = std::function<void(const BatchMoment&)>;
 
-/// The results in the order of the tasks. After a failure no further task is started, unless it is
-/// told to keep going; those that run come to their ends. An input whose check finds a defect, and a
-/// run that read MS2 scans and exported none, have failed. observer is called for each task that
-/// ends, for each finished before, and several times a second in between.
+/// The results in the order of the tasks. After a failure no further task is started, unless
+/// settings say to keep going; running tasks finish. An input with a defect in its check has
+/// failed, and so has a run that read MS2 scans and exported none. observer is called for each task
+/// that ends, for each finished before, and several times a second in between.
 std::vector<BatchResult> RunBatch(std::span<const BatchTask> tasks, const BatchSettings& settings,
                                   const BatchObserver& observer);
 
-/// Where both outputs of a task's process are kept, and those of its check and its calibration.
+/// The files for standard output and standard error of a task's process, its check and its
+/// calibration.
 std::string ConsoleFileOf(const BatchTask& task);
 std::string CheckFileOf(const BatchTask& task);
 std::string CalibrationFileOf(const BatchTask& task);
 
-/// Where the settings that were chosen for a task are told, with their reasons.
+/// The file that lists the settings chosen for a task, with reasons.
 std::string ChoicesFileOf(const BatchTask& task);
 
-/// Why a process failed, from what it printed: the first line of its last error, else its last
-/// line, else its status.
+/// Why a process failed: the first line of the last error it printed, else its last line, else its
+/// status.
 std::string FailureReason(const std::string& console_file, int status);
 
 }  // namespace tarvek::tools

@@ -23,8 +23,8 @@ struct SettingsArguments {
   std::vector<std::string> m_words;
 };
 
-/// What counts for one input, width and charges first. The isotope table, which a run writes, is left
-/// out.
+/// The settings in force for one input, width and charges first. Leaves out the isotope table,
+/// which a run writes.
 std::vector<AutoChoice> SettingsFor(const std::string& input, const SettingsArguments& arguments,
                                     const ParameterTable& preset) {
   std::vector<AutoChoice> settings;

@@ -1,6 +1,6 @@
 // tools/batch/SettingsCommand.h: "tarvek-tools settings", the settings that a run would get.
-// Does:     declares the subcommand's options; prints for each input what is named, what a preset
-//           says and what fits it, with the reasons or as options of tarvek.
+// Does:     declares the subcommand's options; prints for each input the settings that are named,
+//           those of a preset and those that fit it, with reasons or as options of tarvek.
 // Throws:   while parsing, a CLI::ParseError naming the option; what FindRunInputs and ReadPreset throw.
 // Not here: the choice (batch/AutoSettings.h), runs (batch/RunCommand.h).
 #pragma once

@@ -1,6 +1,6 @@
-// tools/calibrate/Calibration.h: the bias of the m/z scales of a run, and what is made of it.
-// Does:     holds biases as functions of time and of m/z; corrects m/z; becomes entries of the record
-//           of a run, and is read from them.
+// tools/calibrate/Calibration.h: the bias of the m/z scales of a run, and its correction.
+// Does:     holds biases as functions of time and of m/z; corrects m/z; writes the bias to the
+//           record of a run and reads it back.
 // Owns:     its knots.
 // Throws:   CalibrationIn a std::string for entries that cannot be read; the rest nothing but
 //           std::bad_alloc.
@@ -50,8 +50,8 @@ struct Calibration {
   Confidence m_fragments;
   Curve m_surveys_by_time;           // one knot: constant; none: too small to be corrected
   Curve m_fragments_by_mz;           // one knot: constant
-  Curve m_fragments_by_time;         // what is to be added to that; none: constant
-  std::int64_t m_tolerance_ppm = 0;  // that the search needs after the correction
+  Curve m_fragments_by_time;         // to be added to that; none: constant
+  std::int64_t m_tolerance_ppm = 0;  // for the search after the correction
 
   [[nodiscard]] bool IsOn() const noexcept { return m_why_off.empty(); }
   [[nodiscard]] double SurveyPpm(double rt_s) const { return m_surveys_by_time.At(rt_s); }
@@ -60,21 +60,21 @@ struct Calibration {
   }
 };
 
-/// The true m/z of a measured one; signs stay. Whatever is no number stays as it is.
+/// The true m/z of a measured one; signs stay. A NaN stays a NaN.
 inline double WithoutBias(double mz, double ppm) { return mz / (1.0 + ppm * 1e-6); }
 
-/// Whether --apply or `run --calibrate` has been through with this run.
+/// Whether --apply or `run --calibrate` has processed this run.
 bool IsCalibrated(const RunRecord& record);
 
-/// The setting that says so, for comparison with the settings of now.
+/// The setting that says so, for comparison with the current settings.
 inline constexpr std::string_view kSettingCalibrated = "calibrated";
 
-/// Marks record as calibrated and adds the entries. Numbers are rounded; Rounded gives what a reader
-/// of the record has, which is what must be applied.
+/// Marks record as calibrated and adds the entries. Numbers are rounded; apply what Rounded
+/// returns, which is what a reader of the record gets.
 void AddCalibration(const Calibration& calibration, RunRecord& record);
 Calibration Rounded(const Calibration& calibration);
 
-/// The calibration that a record tells; nothing when it tells none.
+/// The calibration in a record; std::nullopt when it has none.
 std::optional<Calibration> CalibrationIn(const RunRecord& record);
 
 }  // namespace tarvek::tools

@@ -25,7 +25,7 @@ struct CalibrateOptions {
   bool m_is_json = false;
 };
 
-/// What is known of a run, and what was done with it.
+/// What is known about a run, and what was done with it.
 struct CalibratedRun {
   std::string m_base;
   Calibration m_calibration;
@@ -119,7 +119,7 @@ void RunCalibrate(const CalibrateOptions& options) {
     else
       Print(run);
   }
-  // Names that are no UTF-8 must not end the command.
+  // A name that is not UTF-8 must not end the command.
   if (options.m_is_json)
     std::cout << list.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
 }

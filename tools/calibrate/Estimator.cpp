@@ -27,10 +27,10 @@ constexpr double kLeastDriftPpm = 1.0;   // from the lowest to the highest slice
 constexpr double kLeastDriftTest = 4.0;  // mean square of deviations over errors
 constexpr double kMostSliceChangePpm = 10.0;
 
-constexpr std::size_t kLeastIons = 8;     // different ones behind the mode of small ions
+constexpr std::size_t kLeastIons = 8;     // different ions that make the mode of small ions
 constexpr double kMostShareOfIon = 0.35;  // of the matches near the mode
 constexpr double kNearModePpm = 3.0;
-constexpr double kAnchorMz = 130.0;  // from here on, where the scale is less bent
+constexpr double kAnchorMz = 130.0;  // from here on the scale is less bent
 
 constexpr double kLeastSurveyPpm = 0.5;
 constexpr double kMostBendPpm = 3.0;  // of the scale above the small ions
@@ -77,7 +77,7 @@ std::vector<Timed> InBand(const Items& items, const Band& band) {
   return values;
 }
 
-/// The middle m/z of the matches of a band near its mode, where its knot is.
+/// The median m/z of the matches of a band near its mode: the place of its knot.
 double PlaceOf(const Items& items, const Band& band, double mode_ppm) {
   std::vector<double> places;
   for (const auto& item : items)
@@ -90,7 +90,7 @@ double PlaceOf(const Items& items, const Band& band, double mode_ppm) {
   return *middle;
 }
 
-/// Whether several ions make the mode, and none of them alone.
+/// Whether several ions make the mode, not one alone.
 bool HasManyIons(const Items& items, double mode_ppm) {
   std::map<double, std::int64_t> counts;  // by m/z of the ion
   std::int64_t all = 0;
@@ -114,8 +114,8 @@ Confidence ConfidenceOf(const std::optional<Mode>& mode) {
           IsSure(*mode, kSureBias)};
 }
 
-/// Knots of the bands that have a sure mode. Above the small ions a band counts that is not far from
-/// the last one: ladders have more background.
+/// Knots of the bands that have a sure mode. Above the small ions a band must also be close to the
+/// band before, since ladders have more background.
 Curve FragmentsByMz(const Items& small_ions, const Items& ladders) {
   Curve curve;
   const auto add = [&curve](const Items& items, const Band& band, bool is_ladder) {
@@ -172,7 +172,7 @@ bool Drifts(std::span<const Slice> slices) {
          squares >= kLeastDriftTest * static_cast<double>(slices.size() - 1);
 }
 
-/// Each slice with half the weight of its neighbours; slices of one time become one knot.
+/// Each slice averaged with half the weight of its neighbours; slices of one time become one knot.
 Curve Smoothed(std::span<const Slice> slices) {
   Curve curve;
   for (std::size_t i = 0; i < slices.size(); ++i) {
@@ -192,12 +192,12 @@ Curve Smoothed(std::span<const Slice> slices) {
   return curve;
 }
 
-/// The mode over time where there are matches enough and they drift; otherwise no knots.
+/// The mode over time where there are enough matches and they drift; otherwise no knots.
 Curve ByTime(std::vector<Timed> values, const Mode& whole, double least_matches) {
   const std::size_t count =
       std::min(kMostSlices, static_cast<std::size_t>(whole.m_matches / least_matches));
   if (count < kLeastSlices) return {};
-  // By all that there is, so that slices do not depend on the order of what came.
+  // Sorted by every field, so that slices do not depend on the order of the input.
   std::ranges::sort(values, [](const Timed& a, const Timed& b) {
     return std::tie(a.m_rt_s, a.m_scan_no, a.m_ppm) < std::tie(b.m_rt_s, b.m_scan_no, b.m_ppm);
   });
@@ -206,7 +206,7 @@ Curve ByTime(std::vector<Timed> values, const Mode& whole, double least_matches)
   return Smoothed(slices);
 }
 
-/// What is left of matches when the bend of the scale is taken away.
+/// The matches without the bend of the scale.
 std::vector<Timed> Straightened(const Items& matches, const Curve& by_mz) {
   std::vector<Timed> values;
   for (const auto& [scan_no, rt_s, match] : matches)
@@ -215,7 +215,7 @@ std::vector<Timed> Straightened(const Items& matches, const Curve& by_mz) {
   return values;
 }
 
-/// The bias of precursors that each pair tells.
+/// The bias of precursors according to each pair.
 std::vector<Timed> BiasOfPairs(const std::vector<ScanSample<FragmentPair>::Kept>& pairs,
                                const Calibration& fragments) {
   std::vector<Timed> values;
@@ -233,8 +233,8 @@ double SpreadOf(std::span<const Timed> values) {
   return mode ? mode->m_spread_ppm : 0.0;
 }
 
-/// Of precursors around their bias. The sums spread by the errors of two fragments too, which are about
-/// as those of ladders; not all of the spread is laid to them.
+/// The spread of precursors around their bias. The sums also spread by the errors of two fragments,
+/// about as large as those of ladders; these explain only a part of the spread.
 double PrecursorSpread(std::vector<Timed> biases, const Curve& by_time,
                        std::span<const Timed> ladders) {
   for (Timed& bias : biases) bias.m_ppm -= by_time.At(bias.m_rt_s);
@@ -315,7 +315,7 @@ Calibration CalibrationEstimator::Estimate() const {
     return found;
   }
   found.m_surveys_by_time = ByTime(biases, *surveys, kLeastPairsOfSlice);
-  // A small bias that does not drift is not known better than none.
+  // A small bias without drift cannot be told from zero and stays uncorrected.
   if (found.m_surveys_by_time.m_knots.empty() && std::fabs(surveys->m_ppm) >= kLeastSurveyPpm)
     found.m_surveys_by_time.m_knots.push_back({0.0, surveys->m_ppm});
   const double spread = PrecursorSpread(biases, found.m_surveys_by_time,

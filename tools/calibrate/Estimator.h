@@ -1,13 +1,14 @@
 // tools/calibrate/Estimator.h: the bias of the m/z scales of a run, from its own fragments.
-// Does:     takes fragment spectra in any order; tells the bias of fragments, that of surveys, how
-//           sure both are, and the tolerance that a search needs after the correction.
-// Owns:     what it keeps of the spectra, of bounded size however many there are.
+// Does:     takes fragment spectra in any order; estimates the bias of fragments and of surveys,
+//           how sure both are, and the tolerance that a search needs after the correction.
+// Owns:     what it keeps of the spectra, which has a bounded size.
 // Throws:   nothing but std::bad_alloc.
 // Not here: evidence of one spectrum (calibrate/Evidence.h), modes (calibrate/Mode.h), files.
 //
-// Small ions that every tryptic run has give the bias of fragments up to m/z 420, ladders of residues
-// that begin at them give it above. Sums of complementary fragments against the precursor's mass give
-// the bias of precursors, which surveys give, against that of fragments.
+// Small ions that every tryptic run has give the bias of fragments up to m/z 420; ladders of
+// residues that begin at them give it above. Sums of complementary fragments, compared with the
+// precursor's mass, give the bias of precursors (measured in surveys) relative to that of
+// fragments.
 #pragma once
 
 #include <cstdint>
@@ -18,8 +19,8 @@
 
 namespace tarvek::tools {
 
-/// Items of scans, as many as are allowed: when there are more, half of the scans are let go, chosen by
-/// their numbers and not by their order.
+/// Items of scans, up to a limit: above it, half of the scans are dropped, chosen by their numbers
+/// and not by their order.
 template <class Item>
 class ScanSample {
  public:
@@ -65,8 +66,8 @@ class CalibrationEstimator {
 
   explicit CalibrationEstimator(std::size_t most_items = kMostItems);
 
-  /// Spectra of ion traps, of electron transfer alone and of negative ions are passed over. No scan
-  /// is given twice.
+  /// Skips spectra of ion traps, of electron transfer alone and of negative ions. No scan may come
+  /// twice.
   void Add(const FragmentScan& scan);
 
   /// Of the spectra so far.

@@ -71,7 +71,7 @@ std::span<const FragmentPair> EvidenceFinder::Pairs(const FragmentScan& scan) {
   return m_pairs;
 }
 
-/// Of equal intensities the lower m/z is taken.
+/// Of equal intensities the lower m/z wins.
 void EvidenceFinder::TakeIntense(std::span<const Peak> peaks, std::size_t most) {
   m_intense.assign(peaks.begin(), peaks.end());
   if (m_intense.size() > most) {
@@ -89,7 +89,7 @@ void EvidenceFinder::AddPeaksNear(double mz, double centre_ppm, double half_widt
     m_found.push_back({mz, PpmFrom(peak.m_mz, mz)});
 }
 
-/// Appends the rungs one residue above; not a second time those that were reached another way.
+/// Appends the rungs one residue above, unless they were already reached another way.
 void EvidenceFinder::Climb(const Rung& rung, double end_mz) {
   constexpr double kSameMz = 1e-4;
   const Rung from = rung;  // m_rungs grows

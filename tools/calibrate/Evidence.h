@@ -1,9 +1,9 @@
-// tools/calibrate/Evidence.h: what one fragment spectrum says of the m/z scales.
+// tools/calibrate/Evidence.h: what one fragment spectrum says about the m/z scales.
 // Does:     finds small ions of peptides, ladders of residues that begin at them, and pairs of
 //           fragments that add up to a precursor.
 // Owns:     its working memory, reused from scan to scan.
 // Throws:   nothing but std::bad_alloc.
-// Not here: what many spectra say together (calibrate/Estimator.h).
+// Not here: combining spectra (calibrate/Estimator.h).
 #pragma once
 
 #include <cstddef>
@@ -42,12 +42,12 @@ struct FragmentPair {
 
 class EvidenceFinder {
  public:
-  /// Peaks within kModeRangePpm of small ions, every one.
+  /// All peaks within kModeRangePpm of small ions.
   std::span<const IonMatch> SmallIonMatches(const FragmentScan& scan);
 
   /// Peaks that are reached from a small y or b ion by adding residues, from kSmallIonsEndMz on; only
-  /// among the most intense peaks, and each peak once for an ion. Steps of more than 6 ppm from the
-  /// ion before do not count.
+  /// the most intense peaks, each once for an ion. A step that is more than 6 ppm off does not
+  /// count.
   std::span<const IonMatch> LadderMatches(const FragmentScan& scan);
 
   /// Pairs within 35 ppm of a precursor of charge 2 or more, among the most intense peaks.

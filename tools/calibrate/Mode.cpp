@@ -84,7 +84,7 @@ double MiddleOf(Density values) {
   return *middle;
 }
 
-/// By leaving out each group: sqrt((G - 1) / G * sum of squared changes).
+/// The standard error by leaving out each group: sqrt((G - 1) / G * sum of squared changes).
 double ErrorOf(const std::vector<std::int64_t>& all,
                const std::vector<std::vector<std::int64_t>>& groups, std::size_t mode) {
   double sum = 0.0;

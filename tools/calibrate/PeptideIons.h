@@ -1,5 +1,5 @@
 // tools/calibrate/PeptideIons.h: fragment ions that every run of tryptic peptides has.
-// Does:     lists residues, and the small ions that they make: immonium ions, y1, y2, b2 and a2.
+// Does:     lists residues and their small ions: immonium ions, y1, y2, b2 and a2.
 // Throws:   nothing but std::bad_alloc.
 // Not here: which of them a spectrum has (calibrate/Evidence.h).
 #pragma once
@@ -9,7 +9,7 @@
 
 namespace tarvek::tools {
 
-/// CODATA 2018, in Da. Six decimals, as the m/z of the outputs have, would be 4 ppb off at m/z 110.
+/// CODATA 2018, in Da. Six decimals, as in the outputs, would be 4 ppb off at m/z 110.
 inline constexpr double kExactProtonDa = 1.00727646688;
 
 /// Monoisotopic masses in Da of the residues that differ, ascending: sums of the atomic masses of AME

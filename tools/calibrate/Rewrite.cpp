@@ -133,7 +133,7 @@ class Rewriter {
          .m_rt = ParseReal(block.m_rt_text)});
   }
 
-  /// With as many decimals as each m/z has; intensities stay as they are written.
+  /// Each m/z keeps its number of decimals; intensities stay as written.
   void AppendPeaks(std::string_view lines, const KindFile& file, double rt_s) {
     if (IsTrap(file)) {
       m_text.append(lines);
@@ -198,7 +198,7 @@ std::unique_ptr<UnfinishedFile> WriteRecord(const OutputFiles& files,
   return file;
 }
 
-/// All but table and record, complete under their temporary names.
+/// All files except table and record, complete under their temporary names.
 FileList WriteSpectra(Rewriter& rewriter, const OutputFiles& files) {
   FileList written;
   const auto write = [&written](const std::string& path, const char* kind, const auto& fill) {
@@ -218,7 +218,7 @@ FileList WriteSpectra(Rewriter& rewriter, const OutputFiles& files) {
 }  // namespace
 
 void ApplyCalibration(const OutputFiles& files, const Calibration& calibration) {
-  // Locked as by a run, so that none writes the same outputs meanwhile.
+  // Locked like a run, so that no run writes the same outputs meanwhile.
   UnfinishedFile table(files.m_table, "CSV", {.m_is_locked = true});
   const std::unique_ptr<UnfinishedFile> record = WriteRecord(files, calibration);
   if (!calibration.IsOn()) {
@@ -226,7 +226,7 @@ void ApplyCalibration(const OutputFiles& files, const Calibration& calibration) 
     record->TakeName();
     return;
   }
-  // As a reader of the record has it.
+  // Rounded, as a reader of the record gets it.
   const Calibration rounded = Rounded(calibration);
   Rewriter rewriter(files, rounded);
   rewriter.WriteTable(table.File());

@@ -1,7 +1,7 @@
 // tools/calibrate/RunSpectra.h: the outputs of a finished run, for its calibration.
 // Does:     finds them; gives every fragment spectrum with its precursors and time.
 // Throws:   a std::string naming the file that is missing, cannot be read or is damaged.
-// Not here: what the spectra tell (calibrate/Estimator.h).
+// Not here: the estimate (calibrate/Estimator.h).
 #pragma once
 
 #include <cstdint>
@@ -32,18 +32,19 @@ struct OutputFiles {
   std::vector<KindFile> m_pf2;
 };
 
-/// base_path: with or without ".csv". Throws when there is no finished table or no record beside it.
+/// base_path: with or without ".csv". Throws when there is no finished table or no record next to
+/// it.
 OutputFiles FindOutputs(const std::string& base_path);
 
 /// Seconds of scans by number.
 using ScanTimes = std::unordered_map<std::int32_t, double>;
 
 /// Times of fragment scans, from MGF; without MGF those of the surveys before them, from PF1; empty
-/// without both. Of PF1 the surveys are in it too.
+/// without both. With PF1 it also holds the surveys.
 ScanTimes TimesOf(const OutputFiles& files);
 
 /// Calls take for every spectrum, from MGF, or without MGF from PF2 with the times of the surveys
-/// before. False when there are neither.
+/// before. False without both.
 bool ForEachSpectrum(const OutputFiles& files,
                      const std::function<void(const FragmentScan&)>& take);
 

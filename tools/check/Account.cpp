@@ -18,14 +18,14 @@ namespace {
 // Enough to tell profile from centroid data; looking at every spectrum would double the time.
 constexpr std::int64_t kSpectraLookedAt = 200;
 
-// Surveys nearer to each other than this, on average, do not exist; in minutes they do (seconds).
+// Seconds. No run has surveys closer than this on average; times in minutes look that close.
 constexpr double kShortestCycle = 0.05;
 constexpr std::int64_t kSurveysForCycle = 10;
 
-// Shares from which a loss is more than the edge of a run or a few odd scans.
+// From these shares on, a loss is more than the edge of a run or a few odd scans.
 constexpr double kNotableShare = 0.05;
 
-// From this share on, ions outside the charge range are what the run is about.
+// From this share on, ions outside the charge range are the subject of the run.
 constexpr double kMostCharges = 0.5;
 
 // From this difference of widths on, in m/z, precursors are lost.
@@ -81,7 +81,7 @@ void CheckAccount::TakeSurvey(std::int32_t scan_no, bool is_high_resolution, dou
   LookAtPeaks(m_looked_surveys, scan_no, peaks, is_ion_trap);
 }
 
-// As the loop decides, with the reason.
+// The decision of the MS2 loop, with the reason.
 bool CheckAccount::IsProcessed(const FragmentFacts& fragment) {
   const bool knows_activation = IsKnownActivation(fragment.m_activation);
   if (!knows_activation || !IsKnownInstrument(fragment.m_instrument)) {

@@ -1,6 +1,6 @@
 // tools/check/Account.h: what a run would make of the scans of one input, whatever its format.
-// Does:     takes the scans one by one as tarvek would get them, counts those that are used and
-//           those that are not, and says at the end what is unusual.
+// Does:     takes the scans one by one as tarvek would get them, counts those used and not used,
+//           and at the end reports what is unusual.
 // Owns:     the counts and the numbers of the surveys.
 // Throws:   nothing but std::bad_alloc.
 // Not here: reading (check/Inputs.h); damage of a file, which its reader finds.
@@ -32,7 +32,7 @@ struct FragmentFacts {
   std::optional<double> m_isolation_mz;  // full width
 };
 
-/// Settings of a run that are compared with what its input declares; those of tarvek by default.
+/// Settings of a run that are compared with the declarations of its input; tarvek's defaults.
 struct RunSettings {
   double m_isolation_width = UserParameters().m_isolation_width;
   std::int32_t m_charge_min = UserParameters().m_charge_min;
@@ -49,11 +49,11 @@ std::int32_t LargestCharge(double mz, std::int64_t end_da, bool is_negative = fa
 /// charges that are left, where any are.
 inline constexpr const char* kMassLimitCode = "mass-limit";
 
-/// What an account must know of the format.
+/// What an account must know about the format.
 struct AccountRules {
   /// A charge of 0 is replaced by 2 before the loop sees it; else the scan is dropped.
   bool m_assumes_charge_2 = true;
-  /// Profile spectra are centroided on their way.
+  /// Profile spectra are centroided while they are read.
   bool m_picks_peaks = false;
 };
 
@@ -68,7 +68,7 @@ class CheckAccount {
   void LeaveOut(const std::string& reason, std::int64_t scan_no, bool is_ms2,
                 std::int64_t count = 1);
 
-  /// The sign of the ions, where the format tells it.
+  /// The sign of the ions, where the format has it.
   void SetNegative(bool is_negative) { m_is_negative = is_negative; }
 
   /// Adds the item and its findings.
@@ -81,7 +81,7 @@ class CheckAccount {
     void Add(std::int64_t scan_no);
   };
 
-  /// Spectra of one level whose spacing was looked at.
+  /// Spectra of one level with known peak spacing.
   struct Looked {
     std::int64_t m_count = 0;
     Marked m_profiles;

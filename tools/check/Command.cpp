@@ -19,7 +19,7 @@ struct CheckArguments {
   bool m_json = false;
 };
 
-// As tarvek reads its own option.
+// Same parsing as tarvek's own option.
 void SetChargeRange(CheckOptions& options, const std::string& range) {
   UserParameters parameters;
   try {
@@ -33,7 +33,7 @@ void SetChargeRange(CheckOptions& options, const std::string& range) {
   options.m_settings.m_charge_max = parameters.m_charge_max;
 }
 
-// What outputs are compared with: only what was said.
+// Outputs are compared only with settings that were given.
 void NotePlanned(const CLI::App& check, CheckArguments& arguments) {
   ParameterTable& planned = arguments.m_options.m_planned;
   const auto is_given = [&](const char* option) { return check.count(option) > 0; };

@@ -36,7 +36,7 @@ std::string Plural(std::size_t count, const std::string& thing) {
   return std::to_string(count) + " " + thing + (count == 1 ? "" : "s");
 }
 
-// File names may hold bytes that are no UTF-8, which JSON cannot show.
+// File names may hold bytes that are not UTF-8; JSON cannot hold those.
 std::string Dumped(const ordered_json& json) {
   return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }

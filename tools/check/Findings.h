@@ -1,8 +1,8 @@
-// tools/check/Findings.h: what "tarvek-tools check" has to say.
-// Does:     collects findings and what is known of each file; gives them as text and as JSON.
+// tools/check/Findings.h: the findings of "tarvek-tools check".
+// Does:     collects findings and facts about each file; prints them as text and as JSON.
 // Owns:     its texts.
 // Throws:   nothing but std::bad_alloc.
-// Not here: what is looked for (the other Check*.h).
+// Not here: the checks (the other headers of check/).
 #pragma once
 
 #include <cstddef>
@@ -21,7 +21,7 @@ enum class Severity {
   kNote      // good to know
 };
 
-/// Where in a file, as far as it is known.
+/// The place in a file, as far as known.
 struct FindingPlace {
   std::optional<std::int64_t> m_scan_no;
   std::optional<std::int64_t> m_line;
@@ -29,7 +29,7 @@ struct FindingPlace {
 
 struct Finding {
   Severity m_severity = Severity::kNote;
-  std::string m_code;  // a word that stays the same, for programs
+  std::string m_code;  // a fixed word, for programs
   std::string m_file;
   FindingPlace m_place;
   std::string m_meaning;  // one sentence
@@ -52,7 +52,7 @@ struct CheckedFact {
   std::int64_t m_count = 0;
 };
 
-/// One thing that was looked at: a file, or files that belong together.
+/// One checked item: a file, or files that belong together.
 struct CheckedItem {
   std::string m_path;
   std::string m_kind;                // "mzML", "text pair", "outputs", ...
@@ -86,7 +86,7 @@ class CheckReport {
   std::vector<CheckedItem> m_items;
 };
 
-/// The advice for an output that cannot be trusted.
+/// What to do about an output that cannot be trusted.
 inline constexpr const char* kRunOrAskAgain =
     "Run tarvek again with -r 1, or ask for the file again.";
 

@@ -19,8 +19,8 @@ bool IsEmptyRow(const IsotopeRow& row) {
   return std::ranges::all_of(row, [](double value) { return value == 0.0; });
 }
 
-/// The finding for a file that its reader gave up. Messages of the readers begin with the path that
-/// is shown anyway, and may go on below a line of their own.
+/// The finding for a file that its reader could not read. Reader messages begin with the path,
+/// which is shown anyway, and may have several lines.
 void AddUnreadable(CheckReport& report, const char* code, const std::string& path,
                    const std::string& message, const std::string& advice) {
   const std::string start = path + ": ";

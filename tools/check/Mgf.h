@@ -1,6 +1,6 @@
 // tools/check/Mgf.h: the blocks of an MGF file.
-// Does:     reads the blocks, reports those that are not whole, that have no peaks, or whose titles
-//           do not tell their scan.
+// Does:     reads the blocks, reports those that are incomplete, have no peaks, or have no scan
+//           number in the title.
 // Throws:   a std::string when the file cannot be read.
 // Not here: whether the blocks agree with other files (check/Outputs.h).
 #pragma once

@@ -1,5 +1,5 @@
-// An MGF file that is the input of a run is looked at twice: line by line for what each block says, and
-// through the reader of a run for the scans that it makes of the blocks.
+// An MGF input is read twice: line by line for what each block says, and through the reader of a
+// run for the scans that it makes of the blocks.
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -31,19 +31,19 @@ struct Blocks {
   [[nodiscard]] FindingPlace Place() const { return {std::nullopt, m_first_line}; }
 };
 
-/// What the lines of an MGF input say, whose defects are for its reader to find.
+/// What the lines of an MGF input say; its reader finds the defects.
 struct MgfLook {
   std::int64_t m_blocks = 0;
   std::string m_run;  // of the first title
   bool m_ends_inside = false;
-  Blocks m_bad_titles;  // that tell no scan
+  Blocks m_bad_titles;  // without a scan
   Blocks m_without_charge;
   Blocks m_merged;       // that have the scan number of the block before
   Blocks m_other_peaks;  // of these, with other peaks than that block
   std::map<std::int32_t, std::string> m_why_unusable;  // scans without a usable peak line
 };
 
-/// Goes through the lines and keeps what is asked of the present block.
+/// Reads the lines and keeps what is needed of the current block.
 class MgfLooker {
  public:
   MgfLook Look(const std::string& path) {
@@ -121,8 +121,8 @@ class MgfLooker {
   Block m_before;
 };
 
-/// Reads the whole file as a run would, so that whatever ends the run is found. The scans that it
-/// gets are taken off those that are not usable.
+/// Reads the whole file as a run would, to find whatever would end the run. Subtracts the scans
+/// that it gets from the unusable ones.
 std::int64_t CountScans(const std::string& path, MgfLook& look) {
   MgfReader reader(path, "r");
   std::int64_t count = 0;
@@ -195,7 +195,7 @@ void CheckMgfInput(CheckReport& report, const std::string& path) {
     ReportTitles(report, path, look);
     ReportMerged(report, path, look);
     ReportCharges(report, path, look);
-    if (look.m_bad_titles.m_count > 0) look.m_why_unusable.clear();  // the reader does not get far
+    if (look.m_bad_titles.m_count > 0) look.m_why_unusable.clear();  // the reader stops early
     std::optional<std::int64_t> scans;
     const bool is_read =
         ReadOrReport(report, path, kTitleAdvice, [&] { scans = CountScans(path, look); });

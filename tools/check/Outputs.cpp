@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char* kRunAgain = "Run tarvek again with -r 1 into an empty directory.";
 
-// Six decimals stand in the table and in the MGF file.
+// The table and the MGF file have six decimals.
 constexpr double kRounding = 1.1e-6;
 
 // Settings are recorded with six decimals.
@@ -78,7 +78,7 @@ class OutputsCheck {
     const bool is_of_mgf = m_outputs->m_pf2 == std::set<std::string>{""} &&
                            m_outputs->m_mgf.empty() && !m_outputs->m_has_pf1;
     if (m_outputs->m_has_table || m_outputs->m_has_unfinished || is_of_mgf) return;
-    // MGF files are what users carry elsewhere; the others only lie where a run put them.
+    // Users copy MGF files elsewhere; the other files stay where a run put them.
     const bool is_mgf_alone =
         !m_outputs->m_mgf.empty() && m_outputs->m_pf2.empty() && !m_outputs->m_has_pf1;
     m_report->Add({is_mgf_alone ? Severity::kWarning : Severity::kDefect,
@@ -216,7 +216,7 @@ class OutputsCheck {
     }
   }
 
-  // An unfinished run may lie beside the record of an earlier one.
+  // An unfinished run may lie next to the record of an earlier one.
   void CheckRecord() {
     CompareSettings();
     if (m_outputs->m_has_unfinished && !m_outputs->m_has_table) return;
@@ -276,7 +276,7 @@ class OutputsCheck {
     return reasons.empty() ? "." : ": " + reasons + ".";
   }
 
-  // Each kind of file is there for all pairs of words of the table or, switched off, for none.
+  // Each kind of file exists for all pairs of words of the table or, switched off, for none.
   void CheckSets() {
     if (!m_table || !m_table->m_is_whole) return;
     const bool is_told_by_record = m_record && LostAllScans(*m_record);

@@ -1,7 +1,7 @@
 // tools/check/Outputs.h: the outputs of one run, after it.
 // Does:     reads the table, the PF files with their indexes and the MGF files of one base name and
-//           reports what is damaged, missing or contradicts the rest.
-// Throws:   nothing for a damaged file, which is a finding; std::bad_alloc.
+//           reports what is damaged, missing or contradictory.
+// Throws:   std::bad_alloc; a damaged file is a finding.
 // Not here: which files belong to a run (check/Targets.h).
 #pragma once
 
@@ -29,11 +29,11 @@ struct RunOutputs {
   [[nodiscard]] std::string Path(const std::string& ending) const;
 };
 
-/// planned: settings of a run to come, which are compared with those that the record says.
+/// planned: settings of a planned run, compared with those in the record.
 void CheckOutputs(CheckReport& report, const RunOutputs& outputs,
                   const ParameterTable& planned = {});
 
-/// Whether two texts of one setting say the same: numbers as numbers.
+/// Whether two texts of one setting are equal; numbers are compared as numbers.
 bool IsSameSetting(const std::string& key, const std::string& first, const std::string& second);
 
 }  // namespace tarvek::tools

@@ -31,7 +31,7 @@ constexpr std::array<std::string_view, 2> kDigitKeys = {"intensity", "m/z"};
 constexpr std::array<std::string_view, 3> kPositiveKeys = {"isolation_width", "mstol",
                                                            "recalibrate_window"};
 
-// Settings that do not shape what is in the outputs.
+// Settings that do not affect the contents of the outputs.
 constexpr std::array<std::string_view, 7> kNoOutputSettings = {
     "rewrite_files", "delete_msn", "logfilepath", "outputpath",
     "input_format",  "ipv_file",   kDataNumber};
@@ -41,7 +41,7 @@ bool Contains(const Values& values, const Value& value) {
   return std::ranges::find(values, value) != values.end();
 }
 
-/// The whole text as a number, which may have a sign; nothing for any other text.
+/// The whole text as a number, which may have a sign; std::nullopt for any other text.
 template <class Number>
 std::optional<Number> WholeNumber(std::string_view text) {
   if (text.starts_with('+') && !text.starts_with("+-")) text.remove_prefix(1);
@@ -52,7 +52,7 @@ std::optional<Number> WholeNumber(std::string_view text) {
   return value;
 }
 
-/// The number of "datapath3"; nothing for any other key.
+/// 3 for "datapath3"; std::nullopt for any other key.
 std::optional<std::int64_t> DataPathNumber(std::string_view key) {
   if (!key.starts_with(kDataPath)) return std::nullopt;
   return WholeNumber<std::int64_t>(key.substr(kDataPath.size()));
@@ -225,7 +225,7 @@ class ParameterCheck {
       AddOutputs(m_plan.m_targets, m_report, JoinPath({m_parameters.m_outputpath, input.m_base}));
   }
 
-  // Of a directory a run takes the files of its input_format.
+  // In a directory a run takes the files of its input_format.
   void KeepFormat(CheckTargets& found, const std::string& directory) {
     const std::string& format = m_parameters.m_input_format;
     CheckTargets kept;

@@ -28,7 +28,7 @@ class PfWalk {
   }
 
  private:
-  // Those before the first that is not whole.
+  // The records before the first incomplete one.
   void ReadRecords() {
     for (PfRecord record; !m_reader.AtEnd();) {
       if (!m_reader.ReadNext(record, PfPeaks::kStepOver)) {

@@ -5,8 +5,8 @@
 namespace tarvek::tools {
 namespace {
 
-// Reads the current line and says what is wrong with it; empty when nothing is. Nothing that tarvek
-// wrote whole lacks the comma and blank at its end, or the line feed.
+// Reads the current line and returns what is wrong with it; empty when it is valid. Every complete
+// line of tarvek ends in a comma, a blank and a line feed.
 std::string ReadRow(const PrecursorTableReader& reader, PrecursorRow& row) {
   std::string fault = reader.ReadRow(row);
   if (!fault.empty()) return fault;
@@ -14,7 +14,7 @@ std::string ReadRow(const PrecursorTableReader& reader, PrecursorRow& row) {
   return reader.IsLineComplete() ? "" : "The last row has no end.";
 }
 
-/// Rows of scans that have one already: a doubled table has very many.
+/// Rows of scans that already have a row: a doubled table has very many.
 struct RepeatedRows {
   std::int64_t m_count = 0;
   std::int32_t m_first_scan = 0;

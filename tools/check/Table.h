@@ -1,5 +1,5 @@
 // tools/check/Table.h: the precursor table of a run.
-// Does:     reads the rows in order and reports those that are not whole.
+// Does:     reads the rows in order and reports incomplete ones.
 // Throws:   a std::string when the file cannot be opened or read.
 // Not here: whether the rows agree with other files (check/Outputs.h); scores (score/Score.h).
 #pragma once
@@ -21,7 +21,7 @@ struct ExportedScan {
 };
 
 struct TableContent {
-  /// By activation and instrument word as in the names of the other files, "HCDFT"; in row order.
+  /// By activation and instrument word as in other file names, "HCDFT"; in row order.
   std::map<std::string, std::vector<ExportedScan>> m_scans;
   std::int64_t m_rows = 0;
   bool m_is_whole = true;  // no defect was found

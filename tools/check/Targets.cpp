@@ -46,7 +46,7 @@ struct FileName {
   std::string m_words;  // activation and instrument of a split output
 };
 
-/// Of files that are no inputs, or only a part of one; the first that fits counts.
+/// For files that are not inputs, or only a part of one; the first match counts.
 const auto& Endings() {
   static const std::array<std::pair<std::string, FileKind>, 13> kEndings = {
       {{UnfinishedPathOf(kTableEnding), FileKind::kUnfinishedTable},
@@ -115,8 +115,8 @@ class TargetFinder {
         m_directory(std::move(directory)),
         m_names(SortedNames(m_directory)) {}
 
-  /// All files of the directory, or of one base name in it, or the outputs among these. Whether
-  /// there were any.
+  /// All files of the directory, or of one base name in it, or the outputs among these. Returns
+  /// whether there were any.
   bool TakeAll(const std::optional<std::string>& base, bool outputs_only = false) {
     std::vector<std::string> tables;
     for (const std::string& name : m_names) {
@@ -167,7 +167,7 @@ class TargetFinder {
     return JoinPath({m_directory, name});
   }
 
-  // Endings are taken in any case. Where there is none, the name that is missing.
+  // The case of endings does not matter. Without a file, the missing name.
   [[nodiscard]] std::string Ms1Of(const std::string& base) const {
     const std::string start = base + ".";
     auto name = std::ranges::lower_bound(m_names, start);

@@ -1,7 +1,7 @@
-// tools/check/Targets.h: what the paths given to "tarvek-tools check" stand for.
+// tools/check/Targets.h: which files the paths of "tarvek-tools check" mean.
 // Does:     sorts the files of a directory, of a base name, or one file into inputs and outputs.
-// Throws:   nothing for a path that stands for nothing, which is a finding; std::bad_alloc.
-// Not here: what is in the files.
+// Throws:   std::bad_alloc; a path without files is a finding.
+// Not here: the contents of the files.
 #pragma once
 
 #include <map>
@@ -20,21 +20,20 @@ struct CheckTargets {
   std::set<std::string> m_xml_files;
   std::set<std::string> m_vendor_files;
   std::set<std::string> m_parameter_files;
-  std::set<std::string> m_mgf_files;            // that are no outputs
+  std::set<std::string> m_mgf_files;            // that are not outputs
   std::map<std::string, RunOutputs> m_outputs;  // by path of the base
 };
 
-/// Adds what path stands for: a file, a directory (its own files, not those of its folders), or a
-/// base name, the files of one run without their endings. An output stands for all outputs of its
-/// run. Files that nothing else looks into, such as leftovers of stopped programs, are reported at
-/// once.
+/// Adds the files that path means: a file, a directory (without its subfolders), or a base name,
+/// the path of a run's files without endings. An output means all outputs of its run. Files that no
+/// other check reads, such as leftovers of stopped programs, are reported at once.
 void AddTargets(CheckTargets& targets, CheckReport& report, const std::string& path);
 
 /// Adds the outputs with this path of their base name, if there are any.
 void AddOutputs(CheckTargets& targets, CheckReport& report, const std::string& base_path);
 
-/// The base names under which the inputs would have their outputs, each with the path of its input
-/// and the format that a run knows it by ("mzml" also of a packed file).
+/// The base names of the outputs that the inputs would have, each with the path of its input and
+/// the format in which a run reads it ("mzml" also for a packed file).
 struct NamedInput {
   std::string m_base;
   std::string m_path;
@@ -43,7 +42,7 @@ struct NamedInput {
 std::vector<NamedInput> NamedInputs(const CheckTargets& targets);
 
 /// Warns of inputs whose outputs would get one name: those of one folder and format, and, when
-/// outputpath is not empty, all that would go there. Of one name in several folders, a note.
+/// outputpath is not empty, all that would go there. One name in several folders is a note.
 void CheckSameNames(CheckReport& report, const CheckTargets& targets,
                     const std::string& outputpath);
 

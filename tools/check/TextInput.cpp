@@ -1,5 +1,5 @@
-// A pair of .ms1 and .ms2 files is looked at twice: line by line for what their reader passes over
-// in silence, and through that reader for what a run would get.
+// A pair of .ms1 and .ms2 files is read twice: line by line for what the reader silently skips, and
+// through that reader for what a run would get.
 #include <algorithm>
 #include <array>
 #include <set>
@@ -28,7 +28,7 @@ constexpr const char* kStartFromMzml =
 struct TextLook {
   std::string m_extractor;            // of the header, empty without
   std::set<std::string> m_keys;       // of the "I" lines
-  std::vector<std::int32_t> m_scans;  // their numbers; one that is repeated at once stands once
+  std::vector<std::int32_t> m_scans;  // their numbers; repeats in a row count once
   std::int64_t m_bad_peaks = 0;       // without a blank between m/z and intensity
   std::int64_t m_first_bad_line = 0;
   std::int64_t m_commas = 0;  // peak lines with a decimal comma
@@ -38,7 +38,7 @@ struct TextLook {
   bool m_is_empty = true;
 };
 
-/// Goes through the lines and keeps what is asked of the present block.
+/// Reads the lines and keeps what is needed of the current block.
 class TextLooker {
  public:
   TextLook Look(const std::string& path) {
@@ -92,7 +92,7 @@ std::string MissingKeys(const TextLook& look, const std::array<const char*, Coun
   return missing;
 }
 
-// Converters for other programs write RTime in minutes and none of the attributes that decide here.
+// Converters for other programs write RTime in minutes and none of the attributes needed here.
 void ReportForeign(CheckReport& report, const std::string& path, const TextLook& look,
                    const std::string& missing) {
   if (look.m_scans.empty()) return;
@@ -150,8 +150,8 @@ TextLook LookAtFile(CheckReport& report, const std::string& path, bool is_fragme
   return look;
 }
 
-/// Gives the account the scans that the reader passes over, since it finds no peaks in them, while
-/// it delivers the others in their order.
+/// Adds to the account the scans that the reader skips because they have no peaks, in order with
+/// the others.
 class ScansWithoutPeaks {
  public:
   ScansWithoutPeaks(CheckAccount& account, const std::vector<std::int32_t>& scans,
@@ -195,7 +195,7 @@ void TakeFragments(CheckAccount& account, const std::string& path, const TextLoo
   for (MS2Spectrum scan; reader.ReadNext(scan);) {
     without_peaks.TakeDelivered(scan.m_scan_no);
     FragmentFacts facts = FactsOf(scan);
-    // The reader has put 2 in the place of a charge that is not declared.
+    // The reader gives 2 where no charge is declared.
     if (look.m_without_charge.contains(scan.m_scan_no)) facts.m_charge = 0;
     account.TakeFragment(facts, scan.m_peaks);
   }

@@ -21,7 +21,7 @@ using extractor::OutputScan;
 using extractor::Polarity;
 using extractor::ScanKind;
 
-/// Takes the spectra as the extractor would, by its own rules, and writes nothing.
+/// Takes the spectra by the rules of the extractor and writes nothing.
 class XmlAccount final : public extractor::ScanConsumer {
  public:
   XmlAccount(const std::string& path, const extractor::ScanOverrides& overrides,
@@ -62,7 +62,7 @@ class XmlAccount final : public extractor::ScanConsumer {
   }
 
  private:
-  // The samples stay as they came, since the account looks for profiles among them.
+  // Keeps the samples as they are, since the account looks for profiles.
   void LeaveOutWithoutPeaks(const ExtractedScan& scan, const std::vector<Peak>& samples,
                             OutputScan& output) {
     m_written = samples;
@@ -176,7 +176,7 @@ class XmlAccount final : public extractor::ScanConsumer {
   std::int64_t m_negative = 0;
   std::int64_t m_several_windows = 0;
   std::int64_t m_used = 0;
-  std::int64_t m_assumed = 0;  // of these, those whose analyser nothing tells
+  std::int64_t m_assumed = 0;  // of these, those without a known analyser
   bool m_numbers_by_position;
   std::map<std::int64_t, std::int64_t> m_voltages;  // in tenths of a volt
 };

@@ -28,7 +28,7 @@ struct ExplainOptions {
   bool m_is_json = false;
 };
 
-/// Looks for the scan that is nearest in time among those whose window holds the m/z.
+/// Finds the scan that is nearest in time among those with the m/z in the window.
 class NearestScan {
  public:
   NearestScan(const ExplainOptions& options, double half_width_mz)

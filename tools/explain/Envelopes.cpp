@@ -33,7 +33,7 @@ PeakSpan PeaksAround(const MS1Spectrum& survey, const Explanation& explained) {
                          explained.m_half_width_mz + kIsotopesReachMz, false);
 }
 
-// Shares of all isotopes that the table knows, 1 altogether; none for a mass beyond the table.
+// Shares of the isotopes in the table, with sum 1; all 0 for a mass beyond the table.
 std::array<double, kIsotopesShown> SharesOf(const Precursor& ion) {
   std::array<double, kIsotopesShown> shares{};
   if (!IsInIsotopeTable(Signed(ion))) return shares;
@@ -61,7 +61,7 @@ class EnvelopesOfSurvey {
     return column;
   }
 
-  /// Heights for envelopes that share the peaks.
+  /// The heights of envelopes that share peaks.
   void Fit(std::span<IonEnvelope* const> envelopes) const {
     std::vector<joint::EnvelopeColumn> columns;
     for (const IonEnvelope* envelope : envelopes) columns.push_back(ColumnOf(*envelope));
@@ -85,7 +85,7 @@ class EnvelopesOfSurvey {
   std::vector<double> m_intensities;
 };
 
-/// What of a peak is expected of an ion.
+/// The part of a peak that an ion is expected to give.
 struct PartOfPeak {
   std::size_t m_ion;
   double m_height;
@@ -121,7 +121,7 @@ void ListPeaks(PeakSpan peaks, const PartsOfPeaks& parts, Explanation& explained
   }
 }
 
-// The current of the window that falls to each ion: a peak of several by what is expected of each.
+// Divides the current of the window among the ions: a shared peak by the expected part of each.
 void ShareWindow(PeakSpan peaks, const PartsOfPeaks& parts, Explanation& explained) {
   double total = 0.0;
   std::vector<double> own(explained.m_determined.size());

@@ -87,7 +87,7 @@ std::string RankedTooLowText(const UserParameters& parameters, const FeaturesExt
          " ranks before it, and one alone is scored (-C 0)";
 }
 
-// The first that was scored.
+// The first scored candidate.
 const FeaturesExtractor* BestRanked(std::span<const TriedCandidate> tried) {
   const auto found = std::ranges::find_if(tried, [](const TriedCandidate& one) {
     return one.m_stage == Stage::kAccepted || one.m_stage == Stage::kScoreTooLow;
@@ -116,7 +116,7 @@ bool IsScored(const TriedCandidate& one) {
   return one.m_stage == Stage::kAccepted || one.m_stage == Stage::kScoreTooLow;
 }
 
-// Of candidates without isotopes there is nothing to tell, and of heavy ones nothing is expected.
+// A candidate without isotopes has no features, and a heavy one has no expected envelope.
 bool HasFeatures(const TriedCandidate& one) {
   const bool has_isotopes =
       one.m_stage != Stage::kMissesCentre && one.m_filter != Filter::kIsotopes;
@@ -135,7 +135,8 @@ CandidateIon CandidateOf(const TriedCandidate& one, std::string reason) {
   return candidate;
 }
 
-// Kept ones, scored ones by score, then those with features; the order of the others stays.
+// Kept candidates, then scored ones by score, then those with features; the others keep their
+// order.
 void SortCandidates(std::vector<CandidateIon>& candidates) {
   const auto place = [](const CandidateIon& one) {
     if (one.m_is_kept) return 0;
@@ -152,7 +153,7 @@ void SortDetermined(std::vector<DeterminedIon>& determined) {
   std::ranges::stable_sort(determined, std::ranges::greater{}, &DeterminedIon::m_score);
 }
 
-// Those that share peaks with the candidate, of what the common fit keeps, the largest first.
+// The ions of the common fit that share peaks with the candidate, largest first.
 std::string FitRivalText(const joint::EnvelopeCandidate& candidate,
                          std::span<const joint::FittedCandidate> fitted) {
   const joint::FittedCandidate* largest = nullptr;
@@ -282,7 +283,7 @@ void Explainer::DetermineEach(const RunToExplain::ScanInRun& in_run, Explanation
       explained.m_candidates.push_back(CandidateOf(one, std::move(reason)));
     }
   });
-  // tarvek's own answer, which has the order that ties get in it.
+  // tarvek's own answer, for its order of ties.
   explained.m_exported = m_single.determine_precursors(in_run.m_store, in_run.m_scan);
   SortDetermined(explained.m_determined);
 }
@@ -345,7 +346,7 @@ std::vector<std::size_t> MainFeatures(bool is_joint) {
     return {joint::kCosNear,     joint::kElution01,     joint::kIsotopesFound,
             joint::kMissing,     joint::kSpacingPpm,    joint::kFitShare,
             joint::kCosResidual, joint::kGainOverLower, joint::kRivalFit};
-  return {0, 1, 3, 4, 5, 6, 7, 8, 9};  // no twins, and not m/z and charge again
+  return {0, 1, 3, 4, 5, 6, 7, 8, 9};  // leaves out near-duplicates, m/z and charge
 }
 
 }  // namespace tarvek::tools

@@ -1,6 +1,6 @@
 // tools/explain/Explainer.h: why an MS2 scan has the precursors that it has.
-// Does:     determines them again as tarvek does, keeps every candidate with what became of it, and puts
-//           the envelopes over the survey.
+// Does:     determines them again as tarvek does, keeps every candidate and its fate, and fits the
+//           envelopes to the survey.
 // Owns:     the working data of both determinations.
 // Throws:   nothing but std::bad_alloc.
 // Not here: reading the run (explain/RunToExplain.h), words and JSON (explain/Text.h, explain/Json.h).
@@ -32,7 +32,7 @@ class Explainer {
   joint::JointDetermination m_joint;
 };
 
-/// Where the survey of a scan is in store; store.size() when it is not there.
+/// The index of a scan's survey in store; store.size() when it is not there.
 std::size_t PlaceOfSurvey(const Ms1Store& store, const MS2Spectrum& scan);
 
 }  // namespace tarvek::tools

@@ -26,7 +26,7 @@ struct EnvelopeIsotope {
   double m_measured = 0.0;  // height of the peak there; 0 without one
 };
 
-/// An ion as it should look in the survey. m/z are positive, the charge has the sign of the ion.
+/// The expected ion in the survey. m/z are positive, the charge has the sign of the ion.
 struct IonEnvelope {
   Precursor m_ion;
   std::array<EnvelopeIsotope, kIsotopesShown> m_isotopes{};
@@ -53,10 +53,9 @@ struct SurveyTime {
 struct CandidateIon {
   Precursor m_ion;  // as IonEnvelope; the m/z as it is tried
   bool m_is_kept = false;
-  std::optional<double> m_score;  // as DeterminedIon; of those that came so far
-  std::vector<double>
-      m_features;        // in the order of FeatureNames; empty where they were not looked at
-  std::string m_reason;  // why it was kept or not
+  std::optional<double> m_score;   // as DeterminedIon; only candidates that were scored
+  std::vector<double> m_features;  // in the order of FeatureNames; empty when not computed
+  std::string m_reason;            // why it was kept or not
 };
 
 struct Explanation {
@@ -74,13 +73,13 @@ struct Explanation {
   std::vector<DeterminedIon> m_determined;  // best first
   std::string m_outcome;                    // in words
 
-  std::vector<Precursor> m_exported;  // what tarvek writes for the scan, here
+  std::vector<Precursor> m_exported;  // what tarvek would write for the scan now
   std::vector<Precursor> m_in_table;  // what the table of the run has
   bool m_agrees = false;              // both are the same
 
   std::vector<WindowPeak> m_peaks;  // of the survey in and near the window, ascending in m/z
   std::array<SurveyTime, kWindowScans> m_surveys{};
-  std::vector<CandidateIon> m_candidates;  // kept ones, scored ones, then how far they came
+  std::vector<CandidateIon> m_candidates;  // kept, scored, then by stage
 
   [[nodiscard]] double LowEdge() const { return m_centre_mz - m_half_width_mz; }
   [[nodiscard]] double HighEdge() const { return m_centre_mz + m_half_width_mz; }
@@ -89,7 +88,7 @@ struct Explanation {
 /// The names of the features of candidates.
 std::vector<std::string> FeatureNames(bool is_joint);
 
-/// The places of those that say most, for where there is no room for all.
+/// The indices of the most telling ones, where there is no room for all.
 std::vector<std::size_t> MainFeatures(bool is_joint);
 
 }  // namespace tarvek::tools

@@ -10,13 +10,13 @@
 
 namespace tarvek::tools {
 
-/// How much of the candidates is told.
+/// How much of the candidates to print.
 struct CandidateLimits {
   std::size_t m_most = 0;          // candidates; 0: all
   bool m_has_all_features = true;  // else the MainFeatures
 };
 
-/// Without what is the same in all scans of a run: is_joint, threshold and names of features.
+/// Leaves out what all scans of a run share: is_joint, threshold and names of features.
 nlohmann::ordered_json ScanJson(const Explanation& explained, const CandidateLimits& limits = {});
 
 /// The names of the features in the order of ScanJson's "features".

@@ -28,7 +28,7 @@ std::string WithoutTableEnding(const std::string& path) {
   return std::string(base);
 }
 
-// Digits that shaped both spectra and outputs differently are told as "5 (extracted with 3)".
+// Digits that differ between spectra and outputs are written as "5 (extracted with 3)".
 std::string FirstWord(const std::string& value) { return value.substr(0, value.find(' ')); }
 
 std::string DigitsOfExtraction(const RunRecord& record, std::string_view key) {
@@ -43,7 +43,7 @@ std::string DigitsOfExtraction(const RunRecord& record, std::string_view key) {
 
 SpectraPaths InstrumentFile(std::string path) { return {{}, {}, std::move(path)}; }
 
-// Where temporary files go on this system.
+// The folder for temporary files on this system.
 std::string TemporaryFolder() {
   for (const char* variable : {"TMPDIR", "TEMP", "TMP"})
     if (const auto folder = EnvironmentVariable(variable); folder && IsDirectory(*folder))
@@ -73,7 +73,7 @@ void AddOverride(const RunRecord& record, std::string_view key, const char* vari
       overrides);
 }
 
-/// Says nothing of its progress, which would stand among what is printed.
+/// Shows no progress, which would mix with the output.
 class QuietTextSource final : public TextSpectrumSource {
  public:
   explicit QuietTextSource(const std::string& ms1_path)

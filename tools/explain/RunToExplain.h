@@ -1,10 +1,9 @@
 // tools/explain/RunToExplain.h: a finished run whose decisions are made once more.
 // Does:     takes the settings from its record, finds its spectra, table and isotope table, and walks
 //           its scans as tarvek did.
-// Owns:     the settings and the rows of the table; spectra that had to be extracted, in a folder of its
-//           own that ends with it.
+// Owns:     the settings and the rows of the table; extracted spectra, in a folder that it removes.
 // Throws:   a std::string naming the file that is missing, cannot be read or is damaged.
-// Not here: what is concluded for a scan (explain/Explainer.h).
+// Not here: the explanation of a scan (explain/Explainer.h).
 #pragma once
 
 #include <cstdint>
@@ -26,7 +25,7 @@ namespace tarvek::tools {
 
 struct RunLocation {
   std::string m_base_path;      // of the outputs, with or without ".csv"
-  std::string m_input;          // folder of the spectra, or an instrument file; empty: beside them
+  std::string m_input;          // folder of the spectra, or an instrument file; empty: next to them
   std::string m_isotope_table;  // empty: where tarvek finds it
 };
 
@@ -41,11 +40,11 @@ struct SpectraPaths {
   }
 };
 
-/// Looks for the spectra of a run in input, which is as in RunLocation.
+/// Looks for the spectra of a run in input, which has the meaning of RunLocation::m_input.
 SpectraPaths FindSpectra(const std::string& base_path, const std::string& input);
 
-/// The settings that a record tells, with derived values; tarvek's defaults for what it does not.
-/// Throws what the parameters throw.
+/// The settings in a record, with derived values; tarvek's defaults for missing ones. Throws what
+/// the parameters throw.
 UserParameters ParametersOf(const RunRecord& record);
 
 class RunToExplain {
@@ -60,19 +59,19 @@ class RunToExplain {
   /// The probability from which precursors that were determined together were reported.
   [[nodiscard]] std::optional<double> JointThreshold() const { return m_joint_threshold; }
 
-  /// What keeps the determination here from being that of the run, a sentence each: no record, another
-  /// isotope table.
+  /// Why the determination here may differ from that of the run, a sentence each: no record,
+  /// another isotope table.
   [[nodiscard]] const std::vector<std::string>& Doubts() const { return m_doubts; }
 
   /// The precursors in the table; null for a scan without a row.
   [[nodiscard]] const std::vector<Precursor>* InTable(std::int32_t scan_no) const;
   [[nodiscard]] std::size_t TableRows() const { return m_table.size(); }
 
-  /// What the m/z of the table were corrected by, in ppm, at a time.
+  /// The correction of the table's m/z in ppm at a time.
   [[nodiscard]] double CorrectionPpm(double rt_s) const;
 
-  /// Hands every MS2 scan to use, in the order of the input, with the MS1 scans in store as tarvek has
-  /// them then; ends when use returns false.
+  /// Calls use with every MS2 scan, in the order of the input, with the same MS1 scans in store as
+  /// in tarvek; ends when use returns false.
   struct ScanInRun {
     const SpectrumSource& m_source;
     const Ms1Store& m_store;

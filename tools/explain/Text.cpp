@@ -176,7 +176,7 @@ std::string CandidateLine(const CandidateIon& one, std::span<const std::size_t> 
   return text + "  " + one.m_reason + "\n";
 }
 
-// Those of which nothing but the reason is known, each reason once.
+// The candidates with only a reason, each reason once.
 std::string OtherCandidates(const Explanation& e) {
   struct List {
     std::string m_text;

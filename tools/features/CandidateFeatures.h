@@ -20,7 +20,7 @@
 
 namespace tarvek::tools {
 
-/// A feature of candidates that are determined each for itself.
+/// A feature of candidates that are determined one by one.
 struct FeatureColumn {
   const char* m_name;
   double (*m_value)(FeaturesExtractor& candidate);
@@ -41,13 +41,13 @@ CandidateLabel LabelByTruth(const Precursor& candidate, std::span<const TruePrec
                             double tol_ppm, double min_share);
 
 /// True for an identified precursor of the same charge within tol_ppm. False for what contradicts
-/// one: its m/z with another charge, or one to three isotopes off with its charge. Of all others an
-/// identification says nothing, since further peptides may have been isolated: doubtful.
+/// one: its m/z with another charge, or one to three isotopes off with its charge. Doubtful for all
+/// others, since further peptides may have been isolated.
 CandidateLabel LabelByPeptides(const Precursor& candidate, std::span<const Precursor> identified,
                                double tol_ppm);
 
 struct FeatureTableOptions {
-  std::string m_ms1_path;    // the .ms2 file is beside it
+  std::string m_ms1_path;    // the .ms2 file is next to it
   std::string m_truth_path;  // one of these two
   std::string m_identified_path;
   std::string m_out_path;
@@ -58,8 +58,8 @@ struct FeatureTableOptions {
 };
 
 /// Writes the table: m/z, features and scores with six decimals; the label is 1, 0 or, when
-/// doubtful, NA. The isotope table must be loaded. Nothing is left under the final name on failure.
-/// Refuses a path that does not end in .ms1, whatever it holds.
+/// doubtful, NA. The isotope table must be loaded. On failure there is no file under the final
+/// name. Refuses a path that does not end in .ms1, whatever the contents.
 void WriteFeatureTable(const UserParameters& parameters, const FeatureTableOptions& options);
 
 }  // namespace tarvek::tools

@@ -45,7 +45,7 @@ void MultiplyBy(std::vector<double>& polynomial, const IsotopeAbundances& factor
   }
 }
 
-/// The mixture of molecules of which the given fraction has one more atom of these abundances.
+/// A mixture in which the given fraction of the molecules has one more atom of these abundances.
 IsotopeAbundances PartOfAnAtom(const IsotopeAbundances& abundances, double fraction) {
   IsotopeAbundances part{};
   for (std::size_t k = 0; k < part.size(); ++k) part[k] = fraction * abundances[k];
@@ -75,18 +75,18 @@ struct MassShifts {
   }
 };
 
-/// The envelopes of a molecule that grows: whole atoms are multiplied in once, so that the rows of
-/// a table share this work.
+/// The envelopes of a growing molecule: each whole atom is multiplied in once for all rows of a
+/// table.
 class GrowingMolecule {
  public:
-  /// max_nitrogen: the largest count of nitrogen that EnvelopeAt will be asked for.
+  /// max_nitrogen: the largest nitrogen count that EnvelopeAt will get.
   GrowingMolecule(double max_nitrogen, std::optional<double> n15_enrichment)
       : m_is_labelled(n15_enrichment.has_value()) {
     TARVEK_CHECK(IsEnrichment(n15_enrichment), "0 < enrichment && enrichment <= 1", kModule);
     if (m_is_labelled) {
       m_abundances[kNitrogen] = {*n15_enrichment, 1.0 - *n15_enrichment};
     }
-    // Losses reach from 0 to all atoms, the last of which may be there in part.
+    // Losses go from 0 to all atoms; the last atom may be a fraction.
     const std::size_t max_loss =
         m_is_labelled ? static_cast<std::size_t>(max_nitrogen) + std::size_t{1} : 0;
     m_whole.m_loss.assign(max_loss + 1, 0.0);

@@ -33,11 +33,11 @@ using AtomCounts = std::array<double, kElementCount>;
 /// of a proton. With an n15_enrichment the mass is that of the peptide with 15N alone.
 AtomCounts AveragineCounts(double protonated_mass_da, std::optional<double> n15_enrichment);
 
-/// The envelope of a composition. A mean count between two whole numbers stands for the mixture of
-/// the molecules with the one and the other. Without n15_enrichment nitrogen is natural and M holds
-/// the lightest isotopes alone; with one, that fraction of the nitrogen is 15N, the rest 14N, and
-/// M has the nominal mass of 15N alone with the lightest isotopes of the other elements. All zero
-/// when none of the five is a normal double, as for some ten thousands of atoms.
+/// The envelope of a composition. A mean count between two whole numbers means a mixture of
+/// molecules with either number. Without n15_enrichment nitrogen is natural and M holds the
+/// lightest isotopes alone; with one, that fraction of the nitrogen is 15N, the rest 14N, and M has
+/// the nominal mass of 15N alone with the lightest isotopes of the other elements. All zero when
+/// none of the five is a normal double, as for some ten thousands of atoms.
 IsotopeEnvelope EnvelopeOf(const AtomCounts& counts, std::optional<double> n15_enrichment);
 
 /// kTableRows envelopes; row i belongs to the singly protonated mass of i Da.

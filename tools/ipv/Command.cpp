@@ -18,7 +18,7 @@ struct IpvOptions {
   double m_enrichment = kUsualEnrichment;
 };
 
-/// Empty when text is a number in (0, 1], else what is wrong with it. Written so that "nan" fails.
+/// Empty when text is a number in (0, 1], else what is wrong with it. "nan" fails.
 std::string EnrichmentFault(const std::string& text) {
   const ScannedNumber<double> number = ScanReal(text);
   const bool is_inside =

@@ -17,12 +17,12 @@ namespace tarvek::tools {
 /// Adds the subcommand to app; it runs while app parses its arguments.
 void AddIpvCommand(CLI::App& app);
 
-/// The table as the file holds it: a row a line, five numbers of six decimals, single blanks
-/// between them, every line ended by a line feed. Empty for no rows.
+/// The contents of the file: one row per line, five numbers of six decimals with single blanks
+/// between them, each line ended by a line feed. Empty without rows.
 std::string IsotopeTableText(std::span<const IsotopeEnvelope> rows);
 
 /// Writes the table to path + "_unfinished" and renames it to path when complete, replacing an
-/// existing file. On failure the unfinished file is removed and path is left as it was.
+/// existing file. On failure the unfinished file is removed and path is unchanged.
 void WriteIsotopeTable(const std::string& path, std::span<const IsotopeEnvelope> rows);
 
 }  // namespace tarvek::tools

@@ -7,7 +7,7 @@
 namespace tarvek::tools {
 namespace {
 
-// No line of ours comes near; a file of something else is not read into memory as one line.
+// No line of ours is that long; a file of another kind must not be read into memory as one line.
 constexpr std::size_t kMaxLineBytes = std::size_t{1} << 20;
 
 }  // namespace
@@ -38,7 +38,7 @@ bool MgfBlockReader::ReadNext(MgfBlock& block) {
   Fail("the file ends inside a block");
 }
 
-/// Goes behind the next BEGIN IONS; false at the end of the file.
+/// Moves past the next BEGIN IONS; false at the end of the file.
 bool MgfBlockReader::FindBlock() {
   std::string_view bytes;
   while (ReadLine(bytes)) {

@@ -1,11 +1,11 @@
-// tools/mgf/Blocks.h: the blocks of an MGF file as tarvek writes it, each as it stands.
-// Does:     delivers one block per call, its peak lines as the bytes that they are; writes a block
-//           with new lines before the peaks.
+// tools/mgf/Blocks.h: the unchanged blocks of an MGF file that tarvek wrote.
+// Does:     delivers one block per call with the bytes of its peak lines; writes a block with new
+//           lines before the peaks.
 // Owns:     the open file and what was read ahead of it.
-// Throws:   a std::string: "Cannot open MGF File, Path: ..."; PATH:LINE: and what is wrong there;
-//           what File::Read throws.
+// Throws:   a std::string: "Cannot open MGF File, Path: ..."; PATH:LINE: and the problem; what
+//           File::Read throws.
 // Not here: spectra as numbers (MgfReader of src/IO, which would print the peaks anew and does not
-//           keep retention times); what an engine wants (mgf/Profiles.h).
+//           keep retention times); what an engine needs (mgf/Profiles.h).
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@
 
 namespace tarvek::tools {
 
-/// One spectrum with one precursor. The texts are those behind the "=", without end of line.
+/// One spectrum with one precursor. The texts are those after the "=", without end of line.
 struct MgfBlock {
   std::string m_run;
   std::int32_t m_scan_no = 0;
@@ -34,8 +34,8 @@ class MgfBlockReader {
  public:
   explicit MgfBlockReader(const std::string& path);
 
-  /// Refills block with the next one; false at the end of the file. A file cut inside a block is an
-  /// error.
+  /// Refills block with the next one; false at the end of the file. A file that ends inside a block
+  /// is an error.
   bool ReadNext(MgfBlock& block);
 
   [[nodiscard]] const std::string& Path() const noexcept { return m_path; }

@@ -50,18 +50,18 @@ std::string Stem(const std::string& path) {
   return std::string(name.substr(0, name.size() - kEnding.size()));
 }
 
-/// name in the folder of input, the same however that folder is spelt.
+/// name in the folder of input, equal for all spellings of that folder.
 std::string InCanonicalFolder(const std::string& input, std::string_view name) {
   return JoinPath({CanonicalPath(FolderOf(input)), name});
 }
 
-/// Why a finished run left no MGF, as its record tells.
+/// Why a finished run left no MGF, from its record.
 std::string WhyWithoutMgf(const std::string& base) {
   const std::string why = WhyNothingIsExported(RecordAt(base + std::string(kRunRecordEnding)));
   return why.empty() ? "it exported none, or its files were moved" : why;
 }
 
-/// A run of a directory that is in no MGF file of it would be missed only in the search.
+/// A run without an MGF file in its directory would otherwise only be missed in the search.
 void SayRunsWithoutMgf(const std::string& directory, const std::vector<std::string>& files) {
   std::set<std::string> runs;
   for (const std::string& file : files) runs.emplace(SplitOutputName(Stem(file)).m_run);
@@ -88,7 +88,7 @@ std::vector<std::string> InputFiles(const std::vector<std::string>& paths) {
   return files;
 }
 
-/// A file reached twice, as by its name and by its directory, would double its blocks.
+/// A file given twice, by its name and by its directory, would double its blocks.
 void RefuseRepeatedInputs(const std::vector<std::string>& inputs) {
   std::set<std::string> taken;
   for (const std::string& input : inputs)
@@ -97,7 +97,7 @@ void RefuseRepeatedInputs(const std::vector<std::string>& inputs) {
 }
 
 /// The MGF of a run that was stopped is cut, and that of a run that exported nothing is empty. A
-/// file that is not called after a run is no output of tarvek and says nothing of one.
+/// file that is not named after a run is not an output of tarvek.
 void RefuseUnfinishedRuns(const std::vector<std::string>& inputs) {
   for (const std::string& input : inputs) {
     const std::string stem = Stem(input);
@@ -192,10 +192,10 @@ void KeepBest(std::vector<MgfBlock>& scan, std::int32_t top) {
 }
 
 /// The outputs of a job: the first, and further ones for blocks that the engine could not tell from
-/// those of the first. They are complete and wait for their names until those of other jobs are, too.
+/// those of the first. They get their names when those of all jobs are complete.
 class WrittenJob {
  public:
-  /// bases: of all jobs, of which no further output may take the name.
+  /// bases: of all jobs; a further output may not take such a name.
   WrittenJob(const MgfJob& job, const MgfOutputForm& form, const std::set<std::string>& bases)
       : m_job(&job), m_form(form), m_bases(&bases) {
     m_outputs.push_back(std::make_unique<MgfOutput>(job.m_base, form));
@@ -227,7 +227,7 @@ class WrittenJob {
   }
 
  private:
-  /// Takes the first block of each charge out of blocks; the rest stays in its order.
+  /// Takes the first block of each charge out of blocks; the rest keeps its order.
   static std::vector<MgfBlock> TakeDifferentCharges(std::vector<MgfBlock>& blocks) {
     std::vector<MgfBlock> taken;
     std::vector<MgfBlock> left;
@@ -240,7 +240,7 @@ class WrittenJob {
     return taken;
   }
 
-  /// run_2, run_3, ...; number: from 0, which is that of run itself.
+  /// run_2, run_3, ...; number: from 0, which means run itself.
   [[nodiscard]] std::string BaseOf(std::size_t number) const {
     return number == 0 ? m_job->m_base : m_job->m_base + "_" + std::to_string(number + 1);
   }
@@ -255,7 +255,7 @@ class WrittenJob {
     return *m_outputs.back();
   }
 
-  /// Those of an earlier output that had more.
+  /// Removes those of an earlier output that had more.
   void RemoveOldOutputs() const {
     std::vector<std::string> sources;
     for (const std::string& input : m_job->m_inputs) sources.emplace_back(FileNameOf(input));

@@ -25,8 +25,8 @@ std::string PartBase(const std::string& base, std::size_t number) {
   return base + "_part" + std::to_string(number);
 }
 
-// Deletes the MGF files of base, packed or not, that are not among those written. Whether there were
-// any, written or deleted.
+// Deletes the MGF files of base, packed or not, that were not written now. Returns whether there
+// were any, written or deleted.
 bool RemoveOthers(const std::string& base, const std::vector<std::string>& written) {
   bool any = false;
   for (const std::string_view ending : {kEnding, kPackedEnding}) {
@@ -94,7 +94,7 @@ class MgfOutput::Part {
       m_file.File().Write(bytes);
   }
 
-  /// Gives the memory of the compression back: there may be thousands of parts. Closing twice is
+  /// Frees the memory of the compression, since there may be thousands of parts. Closing twice is
   /// harmless.
   void Close() {
     if (m_gzip) m_gzip->Finish(m_file.File());
@@ -156,7 +156,7 @@ void MgfOutput::WriteScan(std::span<const MgfBlock> blocks, const std::string& s
                        m_parts.back()->Bytes() + m_text.size() > m_form.m_split_bytes;
   if (is_full) {
     OpenPart();
-    RenderScan(blocks);  // anew, as places count within a part
+    RenderScan(blocks);  // from 1 again, as places count within a part
   }
   m_parts.back()->Write(m_text);
   NoteScan(blocks, source);

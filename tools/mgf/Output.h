@@ -1,8 +1,8 @@
 // tools/mgf/Output.h: the rewritten MGF of one run: one file or several parts, and their id map.
 // Does:     writes the blocks in the form of an engine, splits by size between scans, compresses,
 //           and notes for each block where it came from.
-// Owns:     the open files, all under their names with "_unfinished" behind until Finish; what is
-//           not finished is removed.
+// Owns:     the open files, named with "_unfinished" at the end until Finish; unfinished files are
+//           removed.
 // Throws:   a std::string of the file helpers naming the path, or "Cannot compress " + path.
 // Not here: which blocks, and in which order (mgf/Command.h).
 #pragma once
@@ -25,30 +25,30 @@ struct MgfOutputForm {
   std::uint64_t m_split_bytes = 0;  // largest part before compression; 0 for one file
 };
 
-/// Deletes the files of an earlier output of this base, its map first, when the map names one of
-/// sources as the file that the first block came from. Whether there was such an output.
+/// Deletes the files of an earlier output of this base, its map first, when its first block came
+/// from one of sources according to the map. Returns whether there was such an output.
 bool RemoveOutputOf(const std::string& base, const std::vector<std::string>& sources);
 
 class MgfOutput {
  public:
   /// base: the path without ending. Files: base.mgf, or base_part1.mgf, base_part2.mgf, ... when
-  /// the form splits; ".gz" behind them when it compresses; and the map base.ids.tsv.
+  /// the form splits; with ".gz" at the end when it compresses; and the map base.ids.tsv.
   MgfOutput(std::string base, const MgfOutputForm& form);
   MgfOutput(const MgfOutput&) = delete;
   ~MgfOutput();
 
-  /// The blocks of one scan, which stay in one part, however small that may be; source: name of the
-  /// file that they came from, for the map.
+  /// Writes the blocks of one scan into one part, even above its size; source: name of the file
+  /// that they came from, for the map.
   void WriteScan(std::span<const MgfBlock> blocks, const std::string& source);
 
-  /// Completes all files, which keep their unfinished names: nothing more can be written, and what
-  /// may fail for want of space has been done.
+  /// Completes all files under their unfinished names: nothing more can be written, and a full disk
+  /// can no longer make it fail.
   void Close();
 
-  /// Closes and gives all files their names, the map last; an old map is deleted first. What
-  /// an earlier output of the same base left in another form is deleted: further parts, the parts
-  /// of one that was split, or its only file, packed or not. A part with a map of its own is the
-  /// output of another run. Returns the paths of the parts.
+  /// Closes and gives all files their names, the map last; an old map is deleted first. Also
+  /// deletes files that an earlier output of the same base left in another form: further parts, or
+  /// its only file, packed or not. A part with its own map is the output of another run. Returns
+  /// the paths of the parts.
   std::vector<std::string> Finish();
 
   /// Blocks written so far.

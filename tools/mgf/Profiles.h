@@ -1,5 +1,5 @@
-// tools/mgf/Profiles.h: how each search engine wants its MGF.
-// Does:     names the engines, and writes a block in the form that suits one of them.
+// tools/mgf/Profiles.h: the MGF that each search engine needs.
+// Does:     names the engines, and writes a block in the form of one of them.
 // Throws:   nothing but std::bad_alloc; FindMgfProfile nothing.
 // Not here: files (mgf/Output.h). Why each form: docs/search-engines.md.
 #pragma once
@@ -25,8 +25,8 @@ struct MgfProfile {
   MgfTitleForm m_title;
   MgfScans m_scans;
   bool m_reads_gzip;
-  /// Whether blocks of one scan and one charge go to files of their own, because the engine makes the
-  /// id of a spectrum from the name of the file, the scan and the charge.
+  /// Whether blocks of one scan and one charge go to separate files, because the engine makes the
+  /// id of a spectrum from the file name, the scan and the charge.
   bool m_parts_equal_charges;
 };
 
@@ -35,7 +35,7 @@ std::span<const MgfProfile> MgfProfiles();
 /// Null for a name that no profile has.
 const MgfProfile* FindMgfProfile(std::string_view engine);
 
-/// text with '_' for each '.': programs take the fields of a title from its points.
+/// text with '_' for each '.': programs split a title at its dots.
 std::string WithoutDots(std::string_view text);
 
 /// Appends the block as the engine reads it. place: of the block in its file, from 1.

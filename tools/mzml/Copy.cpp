@@ -19,7 +19,7 @@ namespace {
 constexpr std::size_t kLargestHeadBytes = std::size_t{1} << 28;
 constexpr std::string_view kSplitKey = " precursor=";
 
-/// More scans than this that declare another precursor than the table: the file is of another run.
+/// With more scans that declare another precursor than the table, the file is of another run.
 constexpr double kLargestShareOfOthers = 0.1;
 
 class Copier {
@@ -65,7 +65,7 @@ class Copier {
     m_head->SetCount(m_head->DeclaredCount() + ExpectedExtras());
   }
 
-  // Spectra that splitting adds, as far as the table tells. When that is right the file need not be
+  // Spectra that splitting adds, according to the table. If that is right, the file need not be
   // read again for its checksum.
   [[nodiscard]] std::int64_t ExpectedExtras() const {
     std::int64_t extras = 0;
@@ -121,7 +121,7 @@ class Copier {
     m_text.append(m_stream.Before()).append(m_stream.Present().Text());
   }
 
-  // What goes between the spectra that one becomes.
+  // The text between the spectra that one is split into.
   [[nodiscard]] std::string SeparatorBefore() const {
     const std::string_view before = m_stream.Before();
     return Trim(before).empty() && !before.empty() ? std::string(before) : "\n";
@@ -154,7 +154,7 @@ class Copier {
     ++m_counts.m_spectra;
   }
 
-  // The precursors that the present spectrum gets; empty when it stays as it is.
+  // The precursors that the current spectrum gets; empty when it stays unchanged.
   std::span<const Precursor> PrecursorsOf(const std::string& id) {
     const auto number = m_numbers.Of(m_position, Unescaped(id));
     const RunPrecursors::Scan* const scan = number ? m_run.Find(*number) : nullptr;
@@ -180,7 +180,7 @@ class Copier {
     return taken;
   }
 
-  // Whether the file declares for a scan what the table says that it declares.
+  // Whether the declared precursor of a scan is the same in file and table.
   void Compare(const RunPrecursors::Scan& scan, const SpectrumFacts& facts) {
     const double mz = scan.m_declared.m_mz;
     if (mz <= 0.0 || (!facts.m_ion_mz && !facts.m_target_mz)) return;
@@ -212,7 +212,7 @@ class Copier {
   IndexedOutput m_output;
   std::optional<MzmlHead> m_head;
   bool m_is_in_list = false;
-  std::string m_text;            // of the present spectrum
+  std::string m_text;            // of the current spectrum
   std::int64_t m_position = 0;   // of it in the input, from 0
   std::vector<bool> m_is_found;  // of the scans of the run
   std::int64_t m_compared = 0;

@@ -22,16 +22,15 @@ enum class PrecursorForm {
 
 struct CopyOptions {
   PrecursorForm m_form = PrecursorForm::kAll;
-  std::size_t m_top =
-      std::numeric_limits<std::size_t>::max();  // precursors of a scan that are taken
+  std::size_t m_top = std::numeric_limits<std::size_t>::max();  // precursors used for each scan
 };
 
 struct CopyCounts {
   std::int64_t m_spectra = 0;     // written
   std::int64_t m_determined = 0;  // scans with determined precursors in place of declared ones
   std::int64_t m_precursors = 0;  // theirs
-  std::int64_t m_kept = 0;        // scans for which nothing was determined
-  std::int64_t m_without = 0;     // scans whose spectra have no element that could hold precursors
+  std::int64_t m_kept = 0;        // scans without determined precursors
+  std::int64_t m_without = 0;     // scans with no element for precursors
 };
 
 CopyCounts CopyMzml(const RunPrecursors& run, const std::string& input, const std::string& output,

@@ -18,7 +18,7 @@ constexpr std::string_view kIndexedStart =
     "xsi:schemaLocation=\"http://psi.hupo.org/ms/mzml "
     "http://psidev.info/files/ms/mzML/xsd/mzML1.1.2_idx.xsd\">\n";
 
-/// A number that is all of text.
+/// The whole of text as a number.
 std::optional<std::int64_t> CountIn(std::string_view text) {
   std::int64_t count = 0;
   const char* const end = text.data() + text.size();
@@ -72,7 +72,7 @@ std::string VocabularyOf(std::string_view head) {
   return "MS";
 }
 
-/// start, or where the head has it already start with a number.
+/// start, with a number at the end when the head already has it.
 std::string FreeId(const std::string& head, const std::string& start) {
   std::string id = start;
   for (int number = 2; head.find("id=\"" + id + '"') != std::string::npos; ++number)
@@ -80,7 +80,7 @@ std::string FreeId(const std::string& head, const std::string& start) {
   return id;
 }
 
-/// Names tarvek among the programs that made the file; the head as it is where it has no lists.
+/// Adds tarvek to the programs that made the file; a head without lists stays unchanged.
 std::string WithNote(const std::string& head) {
   const auto software = FindList(head, "softwareList");
   if (!software || !FindList(head, "dataProcessingList")) return head;
@@ -98,7 +98,7 @@ std::string WithNote(const std::string& head) {
                          "value=\"\"/></processingMethod></dataProcessing>");
 }
 
-/// The root must be indexedmzML or mzML; the latter is put into the former.
+/// The root must be indexedmzML or mzML; the latter is wrapped in the former.
 std::string AsIndexed(std::string_view head) {
   TagFinder tags(head);
   const bool has_root = tags.Next();

@@ -5,7 +5,7 @@
 namespace tarvek::tools {
 namespace {
 
-/// The value of an attribute that was between other quotes.
+/// The value of an attribute that was in other quotes.
 std::string ForDoubleQuotes(std::string_view value) {
   std::string text;
   for (const char c : value) {
@@ -57,8 +57,8 @@ void IndexedOutput::WriteIndex() {
   Write("  </indexList>\n  <indexListOffset>" + std::to_string(start) + "</indexListOffset>\n");
 }
 
-// It covers everything up to and with its own start tag. Another head than the one that was written
-// first makes it necessary to read the file again.
+// It covers everything up to and including its own start tag. If the head has changed, the file
+// must be read again.
 std::string IndexedOutput::Checksum(std::string_view head) {
   if (head == m_head) return m_sha1.Hex();
   m_file.File().Flush();

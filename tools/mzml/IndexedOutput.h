@@ -1,10 +1,10 @@
-// tools/mzml/IndexedOutput.h: an indexed mzML file that is written from front to back.
+// tools/mzml/IndexedOutput.h: an indexed mzML file, written from front to back.
 // Does:     writes bytes as they come; notes where spectra and chromatograms begin; ends the file
 //           with their index and the checksum.
 // Owns:     the unfinished file, a second one for the index of the spectra, and the index of the
 //           chromatograms.
 // Throws:   what UnfinishedFile throws.
-// Not here: what is written (mzml/Copy.h).
+// Not here: the contents (mzml/Copy.h).
 #pragma once
 
 #include <cstdint>
@@ -23,12 +23,12 @@ class IndexedOutput {
 
   void Write(std::string_view bytes);
 
-  /// The next byte begins an element of this id, which is written as in XML.
+  /// The next byte begins an element with this id, escaped as in XML.
   void NoteSpectrum(std::string_view id);
   void NoteChromatogram(std::string_view id);
 
-  /// Ends the file behind </mzML> and gives it its name. head: what its first bytes are to be; of the
-  /// length of what was written there first.
+  /// Ends the file after </mzML> and gives it its name. head: replaces the first bytes; must have
+  /// the length of what was written there.
   void Complete(std::string_view head);
 
  private:

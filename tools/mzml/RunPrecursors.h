@@ -1,9 +1,9 @@
 // tools/mzml/RunPrecursors.h: the precursors of a finished run, by scan.
-// Does:     reads them from its table; tells the scans for which nothing was determined.
+// Does:     reads them from its table; finds the scans for which nothing was determined.
 // Owns:     what it read, in a few dozen bytes for each precursor.
 // Throws:   the constructor a std::string naming the file that is missing, cannot be read or is
 //           damaged; the rest nothing.
-// Not here: how they get into a spectrum (mzml/SpectrumText.h).
+// Not here: writing them into a spectrum (mzml/SpectrumText.h).
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ class RunPrecursors {
  public:
   struct Scan {
     std::int32_t m_scan_no = 0;
-    Precursor m_declared;     // as the table has it; -1 and -1: none
+    Precursor m_declared;     // as in the table; -1 and -1: none
     std::size_t m_first = 0;  // of its precursors
     std::size_t m_count = 0;
     bool m_has_evidence = false;  // in a joint run: something was determined
@@ -45,8 +45,8 @@ class RunPrecursors {
   /// The scan with this number; null without it.
   [[nodiscard]] const Scan* Find(std::int32_t scan_no) const noexcept;
 
-  /// Whether a scan was exported as it was declared. rt_s: its time, which the correction of a
-  /// calibrated run depends on; ions: that the instrument file declares for it.
+  /// Whether a scan was exported with its declared precursors. rt_s: its time, for the correction
+  /// of a calibrated run; ions: those that the instrument file declares for it.
   [[nodiscard]] bool IsKept(const Scan& scan, double rt_s, std::size_t ions) const;
 
   /// By how much a declared m/z of the table may differ from that of the instrument file.

@@ -52,7 +52,7 @@ std::optional<IonPlace> FindIonPlace(std::string_view spectrum) {
   return std::nullopt;
 }
 
-/// Line end and blanks before a place; both empty where other text is before it on its line.
+/// Line end and blanks before a place; both empty when other text is on the line before it.
 struct Indentation {
   std::string m_line_end;
   std::string m_blanks;
@@ -78,7 +78,7 @@ std::string VocabularyOf(std::string_view spectrum) {
   return "MS";
 }
 
-/// Puts elements on lines of their own, each deeper than what is around it by one step.
+/// Puts elements on separate lines, indented one step deeper than their surroundings.
 class IonLines {
  public:
   explicit IonLines(const Indentation& around) : m_around(around) {

@@ -1,6 +1,6 @@
-// tools/mzml/SpectrumText.h: one spectrum of an mzML file, as its text.
-// Does:     reads what a spectrum declares of its precursor; writes other selected ions, id and index
-//           into it, every other byte as it was.
+// tools/mzml/SpectrumText.h: the text of one spectrum of an mzML file.
+// Does:     reads the declared precursor of a spectrum; replaces its selected ions, id and index
+//           and keeps every other byte.
 // Throws:   nothing but std::bad_alloc.
 // Not here: which ions (mzml/RunPrecursors.h), the file around the spectra (mzml/Copy.h).
 #pragma once
@@ -28,11 +28,11 @@ struct SpectrumFacts {
 /// spectrum: from "<spectrum" to "</spectrum>".
 SpectrumFacts FactsOf(std::string_view spectrum);
 
-/// The spectrum with these selected ions in its first precursor, in place of those that it has. m/z
-/// are written with six decimals, both without signs. As it is without a precursor.
+/// The spectrum with these selected ions in its first precursor instead of its own. m/z have six
+/// decimals; m/z and charges have no signs. Unchanged without a precursor.
 std::string WithSelectedIons(std::string_view spectrum, std::span<const Precursor> ions);
 
-/// The spectrum with another id, written as in XML, and index.
+/// The spectrum with another id, escaped as in XML, and another index.
 std::string WithIdAndIndex(std::string_view spectrum, std::string_view id, std::int64_t index);
 
 }  // namespace tarvek::tools

@@ -12,13 +12,13 @@ namespace {
 constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
 constexpr std::string_view kNameEnds = " \t\r\n/>";
 
-/// An attribute of a tag, value with its place in the text of the tag.
+/// The value of an attribute and its place in the text of the tag.
 struct PlacedValue {
   std::size_t m_begin = 0;
   std::size_t m_size = 0;
 };
 
-/// The place of the value of an attribute; nothing without it.
+/// The place of an attribute's value; std::nullopt without the attribute.
 std::optional<PlacedValue> FindValue(std::string_view tag, std::string_view name) {
   std::size_t at = tag.find_first_of(kNameEnds);
   while (at != std::string_view::npos) {
@@ -36,7 +36,7 @@ std::optional<PlacedValue> FindValue(std::string_view tag, std::string_view name
   return std::nullopt;
 }
 
-/// Behind the end of the tag that begins at from; npos where the text ends inside it.
+/// The place after the tag that begins at from; npos when the text ends inside it.
 std::size_t TagEnd(std::string_view text, std::size_t from) {
   std::size_t at = from;
   while ((at = text.find_first_of("\"'>", at)) != std::string_view::npos) {
@@ -121,7 +121,7 @@ bool TagStream::HasBytes(std::size_t end) {
   return true;
 }
 
-// Behind the next place of text, which must come.
+// The place after the next occurrence of text, which must exist.
 std::size_t TagStream::Find(std::string_view text, std::size_t from, const char* what) {
   while (true) {
     const std::size_t at = m_buffer.find(text, from);
@@ -140,7 +140,7 @@ std::size_t TagStream::FindTagEnd(std::size_t from) {
   }
 }
 
-// A comment or a processing instruction; at is behind it afterwards.
+// Skips a comment or a processing instruction: at moves past it.
 void TagStream::PassMarkup(std::size_t& at) {
   constexpr std::size_t kStartOfComment = 4;
   static_cast<void>(HasBytes(at + kStartOfComment));
@@ -169,7 +169,7 @@ bool TagStream::FindTagBegin(std::size_t& at) {
   }
 }
 
-// A whole block at once, since what is left is moved to the front.
+// Drops a whole block at once, since what is left is moved to the front.
 void TagStream::ForgetTaken() {
   m_start = m_tag_end;
   if (m_start < kBlockBytes) return;

@@ -1,11 +1,11 @@
 // tools/mzml/TagStream.h: the bytes of an mzML file, tag by tag.
 // Does:     gives each tag with the text before it, so that both together are the file, byte for
-//           byte; checks that elements are closed in order and that the file ends behind the root.
-// Owns:     the open file and the present block of it.
+//           byte; checks that elements are closed in order and that the file ends after the root.
+// Owns:     the open file and its current block.
 // Throws:   a std::string naming the file: what ByteSource throws, or PATH + ": byte N: ..." for XML
 //           that is not well-formed or of a kind that instrument files do not have (a document type,
 //           CDATA).
-// Not here: what is made of the tags (mzml/Copy.h).
+// Not here: what happens with the tags (mzml/Copy.h).
 #pragma once
 
 #include <cstddef>
@@ -36,7 +36,7 @@ class Tag {
     return IsEnd() && m_name == name;
   }
 
-  /// The value as it is written between its quotes; nothing without the attribute.
+  /// The value as written between its quotes; std::nullopt without the attribute.
   [[nodiscard]] std::optional<std::string_view> Attribute(std::string_view name) const;
 
  private:
@@ -44,10 +44,10 @@ class Tag {
   std::string_view m_name;
 };
 
-/// value with its references replaced, as far as an id may have them: the five entities of XML.
+/// value with the five entities of XML replaced, the only references that an id may have.
 std::string Unescaped(std::string_view value);
 
-/// The text of tag with another value, which needs no escaping; as it is without the attribute.
+/// The text of tag with another value, which needs no escaping; unchanged without the attribute.
 std::string WithAttribute(const Tag& tag, std::string_view name, std::string_view value);
 
 /// Finds the tags of XML that is in memory, comments left out.
@@ -55,7 +55,7 @@ class TagFinder {
  public:
   explicit TagFinder(std::string_view xml) : m_xml(xml) {}
 
-  /// The next tag; false behind the last one.
+  /// The next tag; false after the last one.
   bool Next();
 
   [[nodiscard]] const Tag& Present() const noexcept { return m_tag; }
@@ -73,17 +73,17 @@ class TagStream {
  public:
   explicit TagStream(const std::string& path);
 
-  /// Moves to the next tag; false at the end of the file, which must be behind the root.
+  /// Moves to the next tag; false at the end of the file, which must come after the root.
   bool Next();
 
-  /// What is between the tag before and this one: text, comments, processing instructions. Behind
-  /// the last tag the rest of the file. Valid until the next call, as is the tag.
+  /// What is between the previous tag and this one: text, comments, processing instructions. After
+  /// the last tag, the rest of the file. Valid until the next call, like the tag.
   [[nodiscard]] std::string_view Before() const noexcept {
     return std::string_view(m_buffer).substr(m_start, m_tag_begin - m_start);
   }
   [[nodiscard]] const Tag& Present() const noexcept { return m_tag; }
 
-  /// Throws with the place of the present tag.
+  /// Throws with the place of the current tag.
   [[noreturn]] void Fail(const std::string& what) const;
 
  private:

@@ -1,4 +1,5 @@
-// tools/outputs/DeclaredWidth.h: the width of the isolation windows, as an instrument file declares it.
+// tools/outputs/DeclaredWidth.h: the width of the isolation windows that an instrument file
+// declares.
 // Does:     looks at the first MS2 scans of an mzML or mzXML file, plain or gzip.
 // Throws:   nothing but std::bad_alloc.
 // Not here: the widths of a whole file (check/Account.h).
@@ -9,15 +10,15 @@
 
 namespace tarvek::tools {
 
-/// Whether the isolation_width of a run differs from the declared one by more than a tenth of that.
+/// Whether the isolation_width of a run is more than a tenth off the declared one.
 bool IsOtherWidth(double declared_mz, double setting_mz);
 
-/// MS2 scans that are looked at: enough to tell what a method isolates.
+/// How many MS2 scans are read: enough to see what a method isolates.
 inline constexpr int kScansForWidth = 1000;
 
-/// The full width in m/z of most of the first kScansForWidth MS2 scans that declare one, the smaller
-/// one of equals. Nothing when none does, or when the file cannot be read that far: what is wrong
-/// with it is for others to say.
+/// The commonest full width in m/z among the first kScansForWidth MS2 scans that declare one; of
+/// equally common ones the smaller. std::nullopt when none does, or when the file cannot be read
+/// that far: others report the error.
 std::optional<double> DeclaredWidthOf(const std::string& path);
 
 }  // namespace tarvek::tools

@@ -1,7 +1,7 @@
 // tools/outputs/Encoding.h: bytes as the text that mzML files hold.
 // Does:     Base64 (RFC 4648, with padding); SHA-1 (FIPS 180-4) of a stream of bytes.
 // Throws:   nothing.
-// Not here: compression. SHA-1 is what the format asks for, and protects from nobody.
+// Not here: compression. The format requires SHA-1; it gives no security.
 #pragma once
 
 #include <array>

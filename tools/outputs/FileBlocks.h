@@ -9,7 +9,8 @@
 
 namespace tarvek::tools {
 
-/// Calls take with the bytes of the mzML file, or of a part of one, from offset_bytes on, block by block.
+/// Calls take with the bytes of the mzML file, or of a part of it, from offset_bytes on, block by
+/// block.
 void ReadBlocks(const std::string& path, std::int64_t offset_bytes,
                 const std::function<void(std::string_view)>& take);
 

@@ -27,7 +27,7 @@ std::string_view RunOfBinaryPair(std::string_view stem) {
 
 std::string CanonicalPath(const std::string& path) {
   std::error_code error;
-  // Of a path whose first part does not exist, weakly_canonical alone stays relative.
+  // weakly_canonical alone leaves a path relative when its first part does not exist.
   const std::filesystem::path absolute = std::filesystem::absolute(path, error);
   if (error) return path;
   const std::filesystem::path canonical = std::filesystem::weakly_canonical(absolute, error);

@@ -14,7 +14,7 @@
 namespace tarvek::tools {
 namespace {
 
-// Whether the file may be what a stopped run left of its table.
+// Whether the file may be the table of a stopped run.
 bool MayBeUnfinishedTable(const std::string& path) {
   if (!FileExists(path)) return false;
   File file = OpenFile(path, "rb", "table");
@@ -34,7 +34,7 @@ FoundRuns FindRuns(const std::string& folder) {
   FoundRuns runs;
   for (const std::string& name : *names) {
     const std::string path = JoinPath({folder, name});
-    // By the ending first: anything may lie in the folder, a pipe for one.
+    // The ending first: the folder may hold anything, for example a pipe.
     std::string_view base = path;
     const bool is_finished = !CutEnding(base, kUnfinished);
     if (name.starts_with('.') || !CutEnding(base, kTableEnding)) continue;

@@ -9,10 +9,10 @@
 
 namespace tarvek::tools {
 
-/// Two m/z of six decimals differ by no more when one of them was corrected and rounded again.
+/// The largest difference of two m/z with six decimals when one was corrected and rounded again.
 inline constexpr double kSameMz = 1.6e-6;
 
-/// Equal charges and m/z. Signs do not count: what an input declares has none.
+/// Equal charges and m/z. Signs do not count: declared values have none.
 inline bool IsSameIon(const Precursor& a, const Precursor& b) {
   return std::abs(a.m_charge) == std::abs(b.m_charge) &&
          std::fabs(std::fabs(a.m_mz) - std::fabs(b.m_mz)) < kSameMz;

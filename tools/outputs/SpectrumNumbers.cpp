@@ -22,7 +22,7 @@ std::optional<std::int32_t> SpectrumNumbers::Of(std::int64_t position, std::stri
     if (listed != m_ids.end() && listed->second == id) return place;
   }
   const auto number = extractor::ScanNumberOf(id);
-  // A listed number is that of the spectrum at this position, whatever other ids hold.
+  // A listed number belongs to the spectrum at that position, whatever other ids say.
   if (!number || m_ids.contains(*number)) return std::nullopt;
   return number;
 }

@@ -1,6 +1,6 @@
 // tools/outputs/SpectrumNumbers.h: the scan numbers of the spectra of an instrument file.
 // Does:     gives each spectrum the number that it had when the run was extracted.
-// Owns:     the list of ids that the extraction left, where it left one.
+// Owns:     the list of ids from the extraction, if it wrote one.
 // Throws:   the constructor what TableReader throws.
 // Not here: how an extraction numbers (docs/extractor.md).
 #pragma once
@@ -13,16 +13,16 @@
 
 namespace tarvek::tools {
 
-/// What the name of the list ends in, after the base name.
+/// The ending of the list's name, after the base name.
 inline constexpr std::string_view kNativeIdEnding = ".nativeid.tsv";
 
 class SpectrumNumbers {
  public:
-  /// list_path: of the list; there is none where the ids hold all numbers.
+  /// list_path: the list does not exist when the ids hold all numbers.
   explicit SpectrumNumbers(const std::string& list_path);
 
-  /// position: of the spectrum in the file, from 0; id: its native id. Nothing for a spectrum that
-  /// has no number of its own in the run.
+  /// position: of the spectrum in the file, from 0; id: its native id. std::nullopt for a spectrum
+  /// that has no number of its own in the run.
   [[nodiscard]] std::optional<std::int32_t> Of(std::int64_t position, std::string_view id) const;
 
  private:

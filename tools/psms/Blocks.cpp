@@ -27,7 +27,7 @@ bool IsSameSpectrum(const EngineMatch& a, const EngineMatch& b) {
 /// Finds run, scan and precursor of a match.
 class Joiner {
  public:
-  /// has_one_file: whether the only known run may be taken for a result of another name.
+  /// has_one_file: whether the only known run may be used for a result with another name.
   Joiner(const PrecursorSource& precursors, bool has_one_file)
       : m_precursors(&precursors), m_has_one_file(has_one_file) {}
 
@@ -54,7 +54,7 @@ class Joiner {
     return m_file_run;
   }
 
-  // Where the engine tells the place of a spectrum and not its title, a map knows the rest.
+  // When the engine gives the place of a spectrum but not its title, a map has the rest.
   void TakePlace(JoinedMatch& joined) const {
     const EngineMatch& match = joined.m_match;
     if (match.m_index >= 0 || match.m_place == 0) return;

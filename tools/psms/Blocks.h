@@ -1,10 +1,10 @@
 // tools/psms/Blocks.h: the best match of each spectrum of a search, joined to its scan and precursor.
-// Does:     takes the matches that follow each other for one spectrum together, keeps the best with all
-//           proteins of its peptide, and finds out which scan and which precursor it belongs to.
+// Does:     groups consecutive matches of one spectrum, keeps the best with all proteins of its
+//           peptide, and finds its scan and its precursor.
 // Owns:     one match.
 // Throws:   what ReadMatches throws; a std::string when a map does not belong to a result.
-// Not here: matches of one spectrum that are apart, as in a file for decoys alone, which the
-//           competition (psms/Competition.h) brings together.
+// Not here: matches of one spectrum that are apart, as with a separate decoy file; the competition
+//           (psms/Competition.h) brings them together.
 #pragma once
 
 #include <cstdint>
@@ -22,8 +22,8 @@ namespace tarvek::tools {
 struct JoinedMatch {
   EngineMatch m_match;
   std::string m_run;
-  std::int32_t m_scan_no = 0;  // 0 when nothing tells it
-  std::int32_t m_index = -1;  // of the precursor, from 0; -1 when it is none of the determined ones
+  std::int32_t m_scan_no = 0;  // 0 when unknown
+  std::int32_t m_index = -1;   // of the precursor, from 0; -1 when it was not determined
   std::optional<Precursor> m_declared;
   std::optional<DeterminedPrecursor> m_determined;
   std::uint64_t m_block = 0;  // a number for the block, equal in every file
@@ -35,11 +35,11 @@ struct JoinedMatch {
   /// Scan number, or a number below 0 for a spectrum that has none.
   [[nodiscard]] std::int64_t ScanKey() const;
 
-  /// Names the block and no other one of the same results.
+  /// A name for the block that is unique within the same results.
   [[nodiscard]] std::string BlockId() const;
 };
 
-/// The isotope, 0 to 3 up or down, that was searched in place of the monoisotopic one, and the
+/// The isotope, 0 to 3 up or down, that was searched instead of the monoisotopic one, and the
 /// deviation from it in ppm of the calculated mass.
 struct MassError {
   int m_isotope = 0;
@@ -49,8 +49,8 @@ MassError MassErrorOf(const EngineMatch& match);
 
 using JoinedTaker = std::function<void(const JoinedMatch&)>;
 
-/// Hands over the best match of each block, files in their order. Of equal ones the peptide of the
-/// smaller key is the best, as in the competition. Returns the number of rows read.
+/// Passes on the best match of each block, files in order. Among equals the peptide with the
+/// smaller key wins, as in the competition. Returns the number of rows read.
 std::int64_t ReadBlocks(const std::vector<std::string>& paths, const PrecursorSource& precursors,
                         const JoinedTaker& take);
 

@@ -123,7 +123,7 @@ class Collector {
   std::uint16_t m_last_run = 0;
 };
 
-// Twice the same file would only cost time, and hints at a mistake.
+// A file given twice costs time and is probably a mistake.
 void RefuseRepeatedResults(const std::vector<std::string>& paths) {
   std::set<std::string> taken;
   for (const std::string& path : paths)
@@ -154,8 +154,8 @@ Collected Collect(const PsmsOptions& options, const PrecursorSource& precursors)
   return collected;
 }
 
-// Without decoys every match would seem to be right. Who names their beginning knows of them; a small
-// search may then find none.
+// Without decoys every match would seem to be right. A user who names the decoy prefix knows about
+// them; a small search may then find none.
 void CheckDecoys(const Collected& collected, const PsmsOptions& options) {
   if (collected.m_contenders.empty() || collected.m_has_decoys) return;
   const std::string none =
@@ -196,7 +196,7 @@ std::string MarksText(const Collected& collected) {
   return text.empty() ? "a field of the engine" : text;
 }
 
-// The 1 that is added needs so many targets that a short run may have none within the rate.
+// Because of the 1 that is added to the decoys, a short run may have no target within the rate.
 void SayWhyNothing(const Counts& counts, const Collected& collected, const PsmsOptions& options) {
   if (counts.m_summary.m_all.m_matches > 0 || options.m_has_no_plus_one ||
       collected.m_contenders.empty())
@@ -233,7 +233,7 @@ void PrintJson(const Counts& counts, const Collected& collected, const PsmsOptio
   json["proteins"] = counts.m_proteins;
   json["scans_ranked_alone"] = counts.m_scans_alone;
   json["runs"] = runs;
-  // Names that are no UTF-8 must not end the command.
+  // A name that is not UTF-8 must not end the command.
   std::cout << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
 }
 

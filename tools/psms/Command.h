@@ -1,6 +1,6 @@
 // tools/psms/Command.h: "tarvek-tools psms", which counts and lists what a search engine found.
-// Does:     declares the subcommand's options; reads the results twice, first what the competition
-//           needs and then the rows that are written; prints the counts.
+// Does:     declares the subcommand's options; reads the results twice, first for the competition,
+//           then for the rows to write; prints the counts.
 // Throws:   while parsing, a CLI::ParseError naming the option; later a std::string that names the
 //           file, and the line where there is one.
 // Not here: the files of engines (psms/Readers.h), the join (psms/Blocks.h), the rule of counting

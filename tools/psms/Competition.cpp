@@ -7,7 +7,7 @@
 namespace tarvek::tools {
 namespace {
 
-// What the estimate needs of one that is ranked.
+// What the estimate needs of each ranked item.
 struct Ranked {
   double m_cost = 0.0;
   double m_q_value = 1.0;
@@ -15,12 +15,12 @@ struct Ranked {
   bool m_is_decoy = false;
 };
 
-// A complete order, so that it does not depend on the way of sorting.
+// A complete order, so that the result does not depend on the sort algorithm.
 auto BestFirst(const Contender& match) {
   return std::tuple(match.m_cost, match.m_peptide, match.m_number);
 }
 
-// Keeps the first of those with one key, which follow each other.
+// Keeps the first of consecutive items with one key.
 template <class Item, class Key>
 void EraseRepeated(std::vector<Item>& items, Key key) {
   const auto are_one = [&](const Item& a, const Item& b) { return key(a) == key(b); };

@@ -4,8 +4,8 @@
 // Throws:   nothing but std::bad_alloc.
 // Not here: what a match is (psms/Match.h), which of them are decoys (psms/Peptide.h).
 //
-// Everything is done on small records that are sorted in place: 64 bytes for each block, and while
-// peptides or scans are counted 24 more for each of these.
+// Works on small records sorted in place: 64 bytes for each block, and 24 more for each peptide or
+// scan while these are counted.
 #pragma once
 
 #include <cstdint>
@@ -14,7 +14,7 @@
 
 namespace tarvek::tools {
 
-/// What the competition has to know of a match.
+/// What the competition must know of a match.
 struct Contender {
   double m_cost = 0.0;     // lower is better
   double m_q_value = 1.0;  // of the match
@@ -23,50 +23,51 @@ struct Contender {
   std::uint64_t m_peptide = 0;   // equal for matches of one peptide
   std::uint64_t m_proteins = 0;  // equal for one group of proteins and for its decoys
   std::int64_t m_scan = 0;       // within its run
-  std::uint32_t m_number = 0;    // by which the caller knows the match, in the order of files
+  std::uint32_t m_number = 0;    // identifies the match for the caller, in the order of files
   std::uint16_t m_run = 0;
   bool m_is_decoy = false;
 };
 
-/// How decoys tell the share of wrong matches among the targets.
+/// How decoys estimate the share of wrong matches among the targets.
 enum class FdrEstimate {
   kPlusOne,  // (decoys + 1) / targets
   kRatio     // decoys / targets
 };
 
 /// Keeps the best match of each block and of these the best for each peptide of each scan, in the
-/// order of their numbers. Targets and decoys are treated alike: of equal costs the peptide of the
-/// smaller key wins, then the smaller number.
+/// order of their numbers. Targets and decoys are treated alike: of equal costs the peptide with
+/// the smaller key wins, then the smaller number.
 void Compete(std::vector<Contender>& contenders);
 
 /// Gives every match its q-value, and that of its peptide, for which only the best match of each
 /// peptide is counted. A q-value is the smallest estimate at the match or any worse one, at most 1;
-/// equal costs have one q-value. Of a peptide that is a target in one match and a decoy in another
-/// the best match says which it is, and the peptide q-value of the others is 1.
+/// equal costs have one q-value. When a peptide is a target in one match and a decoy in another,
+/// its best match decides; the peptide q-value of the others is 1.
 void AssignQValues(std::vector<Contender>& contenders, FdrEstimate estimate);
 
-/// What is accepted; only targets are counted.
+/// The accepted targets.
 struct AcceptedCounts {
   std::int64_t m_scans = 0;  // with at least one accepted match
   std::int64_t m_matches = 0;
   std::int64_t m_peptides = 0;  // of these matches, those whose q-value is within the rate, too
 };
 
-/// Counts by run number, for those that have any, and of all together. contenders: with q-values.
+/// Counts by run number, for runs that have any, and for all runs together. contenders: with
+/// q-values.
 struct AcceptedSummary {
   AcceptedCounts m_all;
   std::map<std::uint16_t, AcceptedCounts> m_runs;
 };
 AcceptedSummary CountAccepted(std::vector<Contender>& contenders, double fdr);
 
-/// Scans at the rate when only the best match of each scan is ranked, as by those who keep one match a
-/// scan. In a short run it may be far from the scans of accepted matches, as one decoy more or less
+/// Accepted scans when only the best match of each scan is ranked, for users who keep one match per
+/// scan. In a short run this may be far from the scans of accepted matches, since a single decoy
 /// among the other matches counts.
 std::int64_t CountScansAlone(const std::vector<Contender>& contenders, double fdr,
                              FdrEstimate estimate);
 
-/// Groups of proteins at the rate: a group has the cost of its best peptide, competes with its decoys
-/// (the better of the two is kept), and counts when its q-value and that of its best peptide are within
+/// Accepted groups of proteins: a group has the cost of its best peptide, competes with its decoys
+/// (the better one is kept), and counts when its q-value and that of its best peptide are within
 /// the rate. contenders: with q-values.
 std::int64_t CountProteins(std::vector<Contender>& contenders, double fdr, FdrEstimate estimate);
 

@@ -1,7 +1,7 @@
 // tools/psms/Match.h: a match of a spectrum and a peptide, as a search engine reports it.
-// Does:     holds what all engines have in common, and says how their scores are ordered.
+// Does:     holds what all engines have in common, and the order of their scores.
 // Throws:   nothing but std::bad_alloc.
-// Not here: where it stands in a file (psms/Readers.h), which precursor it belongs to (psms/Join.h).
+// Not here: its place in a file (psms/Readers.h), its precursor (psms/Blocks.h).
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace tarvek::tools {
 
-/// An engine and the scores of it that are told. Matches are ordered by the first.
+/// An engine and its scores. Matches are ordered by the first score.
 struct EngineScores {
   std::string_view m_engine;
   std::string_view m_score;
@@ -23,13 +23,13 @@ struct EngineScores {
 
 struct EngineMatch {
   EngineScores m_scores;
-  std::string m_run;           // of the title, else as the searched file is called, without ending
-  std::string m_title;         // of the spectrum; empty when the engine does not keep it
-  std::int32_t m_scan_no = 0;  // 0 when it is not told
-  std::int64_t m_place = 0;   // of the spectrum in the searched file, from 1; 0 when it is not told
-  std::int32_t m_index = -1;  // of the precursor in its scan, from 0; -1 when it is not told
-  std::int32_t m_charge = 0;  // without sign
-  std::int32_t m_rank = 1;    // among the matches of its spectrum
+  std::string m_run;           // from the title, else the name of the searched file without ending
+  std::string m_title;         // of the spectrum; empty when the engine drops it
+  std::int32_t m_scan_no = 0;  // 0 when unknown
+  std::int64_t m_place = 0;    // of the spectrum in the searched file, from 1; 0 when unknown
+  std::int32_t m_index = -1;   // of the precursor in its scan, from 0; -1 when unknown
+  std::int32_t m_charge = 0;   // without sign
+  std::int32_t m_rank = 1;     // among the matches of its spectrum
   double m_searched_mass_da = 0.0;    // neutral, as the engine took it from the spectrum
   double m_calculated_mass_da = 0.0;  // neutral, of the peptide
   double m_score = 0.0;
@@ -37,7 +37,7 @@ struct EngineMatch {
   std::string m_peptide;   // with modifications, as the engine writes it
   std::string m_sequence;  // letters alone
   std::vector<std::string> m_proteins;
-  bool m_is_called_decoy = false;  // by a field of the engine, whatever the names say
+  bool m_is_called_decoy = false;  // from a field of the engine, whatever the names say
 
   /// Lower is better, whatever the score is.
   [[nodiscard]] double Cost() const { return m_scores.m_is_lower_better ? m_score : -m_score; }

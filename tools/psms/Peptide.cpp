@@ -14,7 +14,7 @@ std::uint64_t Mixed(std::uint64_t key) {
   return key ^ (key >> 31);
 }
 
-// FNV-1a of the text after each byte went through letter.
+// FNV-1a of the text with letter applied to each byte.
 template <class Letter>
 std::uint64_t KeyOf(std::string_view text, Letter letter) {
   std::uint64_t key = 0xCBF29CE484222325u;
@@ -22,7 +22,8 @@ std::uint64_t KeyOf(std::string_view text, Letter letter) {
   return Mixed(key);
 }
 
-// A dot parts the neighbours from the peptide where it is the second or the last but one character.
+// A dot separates the neighbours from the peptide if it is the second or the last but one
+// character.
 std::string_view WithoutNeighbours(std::string_view peptide) {
   if (peptide.size() > 2 && peptide[1] == '.') peptide.remove_prefix(2);
   if (peptide.size() > 2 && peptide[peptide.size() - 2] == '.') peptide.remove_suffix(2);

@@ -1,6 +1,6 @@
 // tools/psms/Peptide.h: the names of peptides and proteins, compared.
-// Does:     takes the letters out of a peptide with modifications; makes numbers of texts, by which
-//           they are compared; tells decoys by the names of their proteins.
+// Does:     extracts the letters of a peptide with modifications; turns texts into numbers to
+//           compare them; recognises decoys by the names of their proteins.
 // Throws:   nothing but std::bad_alloc.
 // Not here: what decoys are for (psms/Competition.h).
 #pragma once
@@ -14,40 +14,40 @@
 
 namespace tarvek::tools {
 
-/// The capital letters of a peptide that are not within [] or (), without what stands before a first
-/// and behind a last dot of the form "K.PEPTIDE.R": "K.M[15.9949]PEP+57.02C.R" gives "MPEPC".
+/// The capital letters of a peptide outside [] and (), without what is before the first and after
+/// the last dot of the form "K.PEPTIDE.R": "K.M[15.9949]PEP+57.02C.R" gives "MPEPC".
 std::string SequenceOf(std::string_view peptide);
 
-/// A number of 64 bits for a text. Two of ten million different texts share one with a probability of
-/// 3 in a million.
+/// A number of 64 bits for a text. The probability that any two of ten million different texts
+/// share one is 3 in a million.
 std::uint64_t TextKey(std::string_view text);
 std::uint64_t JoinedKey(std::uint64_t key, std::uint64_t other);
 
-/// The key of a sequence; isoleucine and leucine, which weigh the same, are one.
+/// The key of a sequence; isoleucine and leucine, which have one mass, count as equal.
 std::uint64_t SequenceKey(std::string_view sequence);
 
-/// Tells decoys by what the names of their proteins begin with.
+/// Recognises decoys by the beginning of their protein names.
 class DecoyNames {
  public:
   /// prefix: the one to look for; empty for the usual ones (rev_, DECOY_, XXX_, decoy_) and the
   /// ending ":reversed".
   explicit DecoyNames(const std::string& prefix);
 
-  /// Whether the name is that of a decoy.
+  /// Whether the name belongs to a decoy.
   [[nodiscard]] bool IsDecoy(std::string_view protein) const { return !MarkOf(protein).empty(); }
 
   /// Whether there are proteins and all of them are decoys. Notes what marks them.
   bool AreDecoys(std::span<const std::string> proteins);
 
-  /// The key of a group of proteins, whatever their order: of those that are no decoys, or, of decoys,
-  /// of the proteins that they were made from.
+  /// The key of a group of proteins in any order: of those that are not decoys, or, for decoys, of
+  /// the proteins that they were made from.
   [[nodiscard]] std::uint64_t GroupKey(std::span<const std::string> proteins, bool is_decoy) const;
 
   /// What marked the decoys so far, in alphabetical order.
   [[nodiscard]] std::vector<std::string> MarksSeen() const;
 
  private:
-  /// The beginning or ending that marks the name as that of a decoy; empty without. Borrows from this.
+  /// The beginning or ending that marks the name as a decoy; empty without one. Borrows from this.
   [[nodiscard]] std::string_view MarkOf(std::string_view protein) const;
 
   std::vector<std::string> m_prefixes;

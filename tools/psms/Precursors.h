@@ -1,10 +1,10 @@
 // tools/psms/Precursors.h: the precursors of runs, looked up for the spectra of a search.
 // Does:     reads precursor tables (.csv) and the maps of "tarvek-tools mgf" (.ids.tsv); finds a
-//           determined precursor by scan, charge and m/z, the declared one of a scan, and the scan of a
-//           place in a searched file.
+//           determined precursor by scan, charge and m/z, the declared one of a scan, and the scan
+//           at a place in a searched file.
 // Owns:     16 bytes for each precursor of a table, 24 for each of a map.
 // Throws:   a std::string naming file and line for what cannot be read.
-// Not here: which match asks (psms/Join.h).
+// Not here: the matches (psms/Blocks.h).
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,8 @@
 
 namespace tarvek::tools {
 
-/// m/z that differ by no more are one: engines print four decimals or more, some from floats.
+/// m/z that differ by no more count as equal: engines print four decimals or more, some from
+/// floats.
 inline constexpr double kSameMz = 0.002;
 
 struct DeterminedPrecursor {
@@ -36,10 +37,10 @@ class SearchedPrecursors {
   void Add(const DeterminedPrecursor& precursor) { m_determined.push_back(precursor); }
   void Sort();
 
-  /// The one of this charge that is nearest to mz, within kSameMz; nothing without.
+  /// The one of this charge that is nearest to mz, within kSameMz; std::nullopt without one.
   [[nodiscard]] std::optional<DeterminedPrecursor> Find(std::int32_t scan_no, std::int32_t charge,
                                                         double mz) const;
-  /// What the input declared; nothing when it did not, or is not known.
+  /// The declared precursor; std::nullopt when the input declared none or is unknown.
   [[nodiscard]] std::optional<Precursor> DeclaredOf(std::int32_t scan_no) const;
 
  private:
@@ -59,20 +60,20 @@ struct PlacedSpectrum {
 
 class PrecursorSource {
  public:
-  /// A table, a map, or a folder with any of both.
+  /// Adds a table, a map, or a folder with any of both.
   void Add(const std::string& path);
 
-  /// The precursors of a run by its name, in which dots and underscores are the same; null without.
+  /// The precursors of a run by its name, with dots and underscores equal; null when unknown.
   [[nodiscard]] const SearchedPrecursors* RunNamed(std::string_view run) const;
 
-  /// The only run when there is one; null otherwise.
+  /// The run when there is only one; null otherwise.
   [[nodiscard]] const SearchedPrecursors* OnlyRun() const;
 
-  /// The spectrum at a place, from 1, of a searched file by its name without ending; nothing when no
-  /// map tells.
+  /// The spectrum at a place, from 1, of a searched file by its name without ending; std::nullopt
+  /// when no map has it.
   [[nodiscard]] std::optional<PlacedSpectrum> At(std::string_view file, std::int64_t place) const;
 
-  /// The run of a searched file that a map names; empty without.
+  /// The run of a searched file according to a map; empty without one.
   [[nodiscard]] std::string RunOfFile(std::string_view file) const;
 
  private:

@@ -1,10 +1,10 @@
 // tools/psms/Readers.h: the result files of search engines, match by match.
-// Does:     tells by its content which engine wrote a file, and hands over each match in the order of
-//           the file. Nothing of a match is kept.
-// Owns:     of an mzIdentML file its proteins and peptides, which stand before the matches.
+// Does:     recognises by its contents which engine wrote a file, and passes on each match in the
+//           order of the file. Keeps no match.
+// Owns:     the proteins and peptides of an mzIdentML file, which come before the matches.
 // Throws:   a std::string naming file and line ("PATH, line N: ..." of a table, "PATH: line N, byte B:
-//           ..." of XML) for what cannot be read, or the file alone when it is of no known kind.
-// Not here: what is made of the matches (psms/Blocks.h). The files: docs/psms.md.
+//           ..." of XML) for what cannot be read, or only the file when its kind is unknown.
+// Not here: using the matches (psms/Blocks.h). The files: docs/psms.md.
 #pragma once
 
 #include <functional>
@@ -14,7 +14,7 @@
 
 namespace tarvek::tools {
 
-/// Gets each match; what it takes out of it is its own.
+/// Receives each match and may move from it.
 using MatchTaker = std::function<void(EngineMatch&)>;
 
 void ReadMatches(const std::string& path, const MatchTaker& take);
@@ -26,10 +26,10 @@ void ReadMsFragger(const std::string& path, const MatchTaker& take);
 void ReadSage(const std::string& path, const MatchTaker& take);
 void ReadMsGf(const std::string& path, const MatchTaker& take);
 
-/// X!Tandem or mzIdentML, told by the root element; plain or gzip.
+/// X!Tandem or mzIdentML, by the root element; plain or gzip.
 void ReadXmlMatches(const std::string& path, const MatchTaker& take);
 
-/// Run, scan, index and title from the title of a spectrum of tarvek; only the title from another.
+/// Run, scan, index and title from the title of a spectrum of tarvek; from another, only the title.
 void TakeTitle(EngineMatch& match, std::string_view title);
 
 }  // namespace tarvek::tools

@@ -13,12 +13,12 @@ constexpr int kMzDecimals = 6;
 constexpr int kPpmDecimals = 3;
 constexpr int kQDecimals = 6;
 
-/// Appends cells with what parts them.
+/// Appends cells with tabs between them.
 class Row {
  public:
   explicit Row(std::string& text) : m_text(&text) {}
 
-  // A tab or line end in a name would part the row.
+  // A tab or line end in a name would split the row.
   Row& Text(std::string_view cell) {
     Next();
     const std::size_t begin = m_text->size();

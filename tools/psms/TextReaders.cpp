@@ -26,12 +26,12 @@ constexpr EngineScores kMsFragger = {"MSFragger", "expectscore", true, "hypersco
 constexpr EngineScores kSage = {"Sage", "sage_discriminant_score", false, "hyperscore"};
 constexpr EngineScores kMsGf = {"MS-GF+", "SpecEValue", true, "MSGFScore"};
 
-/// A tab-separated table, in which columns are found by their names.
+/// A tab-separated table with columns found by name.
 class ResultTable {
  public:
   explicit ResultTable(const std::string& path) : m_lines(path) { NextRow(); }
 
-  /// Moves to the next line; empty ones are passed over. False at the end of the file.
+  /// Moves to the next line, skipping empty ones. False at the end of the file.
   bool NextRow() {
     do {
       if (!m_lines.Next(m_line)) return false;
@@ -42,14 +42,14 @@ class ResultTable {
 
   [[nodiscard]] const std::string& Line() const noexcept { return m_line; }
 
-  /// Notes the present line as that of the names.
+  /// Takes the column names from the current line.
   void TakeHeader() { m_names.assign(m_fields.begin(), m_fields.end()); }
 
   [[nodiscard]] bool Has(std::string_view name) const {
     return std::ranges::find(m_names, name) != m_names.end();
   }
 
-  /// The place of the first of names that there is.
+  /// The column of the first of names that exists.
   [[nodiscard]] std::size_t Column(std::initializer_list<std::string_view> names) const {
     for (const std::string_view name : names) {
       const auto found = std::ranges::find(m_names, name);
@@ -100,7 +100,7 @@ std::string StemOf(std::string_view path) {
   return std::string(name.substr(0, name.rfind('.')));
 }
 
-// Into strings that were there before, whose memory is used again.
+// Into existing strings, to reuse their memory.
 void SplitInto(std::vector<std::string>& parts, std::string_view text, char delim) {
   std::size_t count = 0;
   const auto add = [&](std::string_view part) {
@@ -125,7 +125,7 @@ void CheckWhole(const ResultTable& table, const EngineMatch& match) {
   if (match.m_sequence.empty()) table.Fail("a match without a peptide.");
 }
 
-// The scan of a match, for those engines that tell it.
+// The scan of a match, for engines that report it.
 std::int32_t ScanOf(const ResultTable& table, std::size_t column) {
   const std::int32_t scan = table.Integer(column);
   if (scan < 0) table.Fail("'" + std::string(table.Text(column)) + "' is not a scan number.");
@@ -223,7 +223,7 @@ void ReadCometPin(const std::string& path, const MatchTaker& take) {
   }
 }
 
-// The number of a spectrum is that of its title, which in our profile for this engine is its place.
+// The number of a spectrum comes from its title; in our profile for this engine it is the place.
 void ReadMsFragger(const std::string& path, const MatchTaker& take) {
   ResultTable table(path);
   table.TakeHeader();
@@ -284,7 +284,8 @@ void ReadSage(const std::string& path, const MatchTaker& take) {
     match.m_scan_no = 0;
     TakeTitle(match, table.Text(title));
     if (match.m_scan_no == 0) {
-      // Of a spectrum with another title: "123", or "controllerType=0 controllerNumber=1 scan=123".
+      // For a spectrum with another title: "123", or "controllerType=0 controllerNumber=1
+      // scan=123".
       const std::size_t equals = match.m_title.rfind("scan=");
       const auto number = ScanInteger(equals == std::string::npos
                                           ? match.m_title

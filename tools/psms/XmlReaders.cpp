@@ -37,7 +37,7 @@ void GiveMatchesOf(const EngineMatch& spectrum, std::vector<EngineMatch>& matche
   }
 }
 
-// The messages of these get the place in the file from the reader of XML.
+// The XML reader adds the place in the file to these messages.
 double RealOf(const XmlAttributes& attributes, std::string_view name) {
   const std::string_view text = attributes.Get(name);
   const auto value = FiniteReal(text);
@@ -59,7 +59,7 @@ std::string StemOf(std::string_view path) {
   return std::string(name.substr(0, name.rfind('.')));
 }
 
-/// X!Tandem: a group for each spectrum, in it a domain for each peptide in each protein, and behind
+/// X!Tandem: a group for each spectrum, in it a domain for each peptide in each protein, and after
 /// them the title.
 class XtandemHandler final : public XmlHandler {
  public:
@@ -141,7 +141,7 @@ class XtandemHandler final : public XmlHandler {
     m_best.push_back(m_domain);
   }
 
-  // X!Tandem puts the retention time behind the title.
+  // X!Tandem puts the retention time after the title.
   void EndTitle() {
     std::string_view title = m_text;
     title = Trim(title.substr(0, title.find(" RTINSECONDS=")));
@@ -160,11 +160,11 @@ class XtandemHandler final : public XmlHandler {
   EngineMatch m_spectrum, m_domain;
   std::int32_t m_domain_start = 0;
   std::vector<std::pair<std::int32_t, std::string>> m_modifications;
-  std::vector<EngineMatch> m_best;  // of the present spectrum
+  std::vector<EngineMatch> m_best;  // of the current spectrum
 };
 
-/// Scores of the PSI vocabulary by which matches are ordered, the surest first. The first of them that
-/// an item has is its score.
+/// Scores of the PSI vocabulary that order matches, the most reliable first. An item's score is the
+/// first of them that it has.
 struct KnownScore {
   std::string_view m_accession;
   EngineScores m_scores;

@@ -52,7 +52,7 @@ struct ChargeLimits {
   [[nodiscard]] bool IsNegative() const { return m_high < 0; }
   [[nodiscard]] int Highest() const { return std::max(std::abs(m_low), std::abs(m_high)); }
   [[nodiscard]] int Lowest() const { return std::min(std::abs(m_low), std::abs(m_high)); }
-  /// As -c takes it, with other limits; without sign.
+  /// The value for -c with other limits; without sign.
   [[nodiscard]] std::string Text(int lowest, int highest) const {
     return IsNegative() ? std::to_string(-highest) + "t" + std::to_string(-lowest)
                         : std::to_string(lowest) + "t" + std::to_string(highest);

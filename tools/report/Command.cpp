@@ -44,8 +44,8 @@ void WriteForMultiQc(const std::string& start, std::span<const BatchRun> runs) {
   WriteReport(start + "_precursors_mqc.json", PrecursorsForMultiQc(runs));
 }
 
-// Writes the page of scans and tells what became of it. That it cannot be made is no failure of the
-// report: spectra need not be kept. One of an earlier processing must not stay.
+// Writes the page of scans and returns the outcome. The report does not fail without it, since
+// spectra need not be kept. A page of an earlier processing must not stay.
 ScanPageOutcome WriteScanPage(const std::string& base_path, const std::string& out_folder,
                               const std::string& name, const ReportOptions& options) {
   ScanPageOutcome outcome;
@@ -91,7 +91,7 @@ BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
   return BatchRunOf(report, page);
 }
 
-// Where a page of an earlier processing must not stay as if it were of this run.
+// Overwrites the page of an earlier processing, which would look like one of this run.
 BatchRun ReportUnfinished(const std::string& base_path, const std::string& out_folder) {
   BatchRun run = UnfinishedRun(std::string(FileNameOf(base_path)));
   const std::string path = JoinPath({out_folder, run.m_name + ".report.html"});
@@ -101,7 +101,7 @@ BatchRun ReportUnfinished(const std::string& base_path, const std::string& out_f
   return run;
 }
 
-// The run that a path means: itself, or its table without the ending.
+// The run that a path means: the path itself, or a table's path without the ending.
 std::string BasePathOf(const std::string& path) {
   std::string_view base = path;
   CutEnding(base, kUnfinished);

@@ -1,6 +1,6 @@
-// tools/report/Command.h: "tarvek-tools report", which shows what is in the outputs of a run.
-// Does:     options; which runs; the files that are written, each under a temporary name until it is
-//           complete.
+// tools/report/Command.h: "tarvek-tools report", which shows the outputs of a run.
+// Does:     reads the options; finds the runs; writes the files, each under a temporary name until
+//           it is complete.
 // Throws:   while parsing, a CLI::ParseError; a std::string naming the file that cannot be read or
 //           written. In a batch the other runs are finished first.
 #pragma once

@@ -7,7 +7,7 @@ namespace tarvek::tools {
 RunContent::RunContent(const RunFiles& files) : m_rows(ReadReportRows(files.m_table)) {
   std::ranges::stable_sort(m_rows, {}, &ReportRow::m_scan_no);
   if (!files.m_record.empty()) m_record = ReadRunRecord(files.m_record);
-  // The text is preferred: it tells all precursors that were declared.
+  // The text is preferred: it has all declared precursors.
   if (!files.m_ms2.empty()) {
     m_kind = InputKind::kText;
     m_input = ReadTextInput(files.m_ms2);

@@ -1,4 +1,4 @@
-// tools/report/Content.h: what was read of a run but its peaks.
+// tools/report/Content.h: a run as read from its files, without peaks.
 // Does:     reads the rows of the table and the scans of the input; finds them by scan number.
 // Owns:     what it read.
 // Throws:   the constructor what report/Files.h throws; the rest nothing.
@@ -27,11 +27,11 @@ class RunContent {
   /// Ascending by scan number, as is the input.
   [[nodiscard]] std::span<const ReportRow> Rows() const noexcept { return m_rows; }
   [[nodiscard]] std::span<const InputScan> Input() const noexcept { return m_input; }
-  /// What the run says of itself; nothing without its record.
+  /// The run's record; std::nullopt without one.
   [[nodiscard]] const std::optional<RunRecord>& Record() const noexcept { return m_record; }
 
-  /// The correction of the outputs that the record tells; nothing when there was none. What rows and
-  /// input declare is corrected in the same way, so that both can be compared.
+  /// The correction of the outputs according to the record; std::nullopt without one. Declared m/z
+  /// of rows and input are corrected in the same way, so that they can be compared.
   [[nodiscard]] const std::optional<Calibration>& Correction() const noexcept {
     return m_correction;
   }
@@ -39,10 +39,10 @@ class RunContent {
   [[nodiscard]] InputKind Kind() const noexcept { return m_kind; }
   [[nodiscard]] bool HasInput() const noexcept { return m_kind != InputKind::kNone; }
 
-  /// The input in words; where there is one.
+  /// The input in words, if there is one.
   [[nodiscard]] std::string InputText() const;
 
-  /// What the input says of a scan; null without it.
+  /// The scan in the input; null when it is missing.
   [[nodiscard]] const InputScan* InputOf(std::int32_t scan_no) const noexcept;
 
   /// Whether the scan has a row in the table.

@@ -20,11 +20,11 @@
 namespace tarvek::tools {
 namespace {
 
-// The precursor table has six decimals: between the m/z of the input and that of the table, half of
+// The precursor table has six decimals, so its m/z differs from that of the input by up to half of
 // the last one.
 constexpr double kTableRounding = 7.5e-7;
 constexpr std::array<int, kShifts> kShiftOrder = {0, -1, 1, -2, 2, -3, 3};
-// Isotopes of another charge lie so densely that one of them is near any m/z by chance.
+// Isotopes of another charge are so dense that one is near any m/z by chance.
 constexpr std::array<int, 1> kNoShift = {0};
 
 // Charges that are all 2 are taken for placeholders when this share of the scans, or more, have a best
@@ -145,8 +145,8 @@ class ReportBuilder {
     if (width) m_report.m_declared_width_source = FileNameOf(path);
   }
 
-  // Where the charge is not declared, the table says 2. With the input the scans are known; the
-  // table alone betrays them when it says nothing but 2 and many precursors have another charge.
+  // Where the charge is not declared, the table says 2. The input shows these scans; without it
+  // they are assumed when the table says only 2 and many precursors have another charge.
   [[nodiscard]] bool LooksLikePlaceholders() const {
     if (m_content.HasInput()) return false;
     std::int64_t judged = 0;
@@ -193,14 +193,14 @@ class ReportBuilder {
       ++m_report.m_unmatched;
   }
 
-  // The table names the first declared precursor alone; the input knows whether there were others.
+  // The table has only the first declared precursor; the input shows whether there were others.
   [[nodiscard]] bool IsKept(const ReportRow& row) const {
     const InputScan* input = m_content.InputOf(row.m_scan_no);
     return input == nullptr ? IsKeptAsDeclared(row.m_determined, {&row.m_declared, 1})
                             : IsKeptAsDeclared(row.m_determined, input->m_declared);
   }
 
-  // Without the input, several precursors may be those declared when the first of them is.
+  // Without the input, several precursors may be the declared ones if the first one is.
   [[nodiscard]] bool MayBeKept(const ReportRow& row) const {
     return IsKept(row) ||
            (m_content.InputOf(row.m_scan_no) == nullptr && !row.m_determined.empty() &&
@@ -240,7 +240,7 @@ class ReportBuilder {
     m_report.m_median_ms2_peaks = Median(std::move(peak_counts));
   }
 
-  // Times of the MS2 scans from the best source there is.
+  // Times of the MS2 scans from the best available source.
   void FindTimes() {
     m_times = m_survey_times;
     if (m_content.HasInput()) {

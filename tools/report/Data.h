@@ -1,6 +1,6 @@
 // tools/report/Data.h: the numbers of a run's report.
 // Does:     counts and measures what the pictures show, from the files of a finished run.
-// Owns:     a RunReport owns its numbers; peaks are looked at scan by scan and not kept.
+// Owns:     a RunReport owns its numbers; peaks are read scan by scan and not kept.
 // Throws:   ReadRunReport what report/Files.h throws; the rest nothing.
 // Not here: the windows (report/Purity.h), scans left out (report/LeftOut.h); what is normal
 //           (report/Findings.h), pictures (report/Svg.h), pages (report/Page.h).
@@ -26,7 +26,7 @@
 namespace tarvek::tools {
 
 struct ReportSettings {
-  std::string m_input_folder;               // empty: beside the outputs
+  std::string m_input_folder;               // empty: next to the outputs
   std::optional<double> m_isolation_width;  // m/z, both edges included
   double m_tol_ppm = 20.0;                  // as tarvek's own mass tolerance
 };
@@ -34,28 +34,27 @@ struct ReportSettings {
 inline constexpr std::size_t kPrecursorCounts = 12;  // 0 .. 10, and more
 inline constexpr std::size_t kPurityBins = 20;       // from 0 to 1
 
-/// The determined precursor that stands for the declared one.
+/// The determined precursor that matches the declared one.
 struct DeclaredMatch {
   std::size_t m_index = 0;  // in the list of the determined ones
   int m_shift = 0;          // isotopes: -1 means that the determined peak is one below
 };
 
 /// The determined precursor of the declared charge that is 0 to 3 isotopes from the declared m/z,
-/// the smallest shift before others, then the first; without one, the first of another charge at
-/// the declared m/z itself. Nothing when none is within tol_ppm.
+/// by smallest shift, then the first; without one, the first of another charge at the declared m/z
+/// itself. std::nullopt when none is within tol_ppm.
 std::optional<DeclaredMatch> MatchDeclared(const Precursor& declared,
                                            std::span<const Precursor> determined, double tol_ppm);
 
-/// Whether the declared precursors were exported as they were, because none was determined: as many,
-/// in their order, with their charges, and m/z that agree in the decimals of the table.
+/// Whether the declared precursors were exported because none was determined: the same number,
+/// order and charges, and m/z that agree in the decimals of the table.
 bool IsKeptAsDeclared(std::span<const Precursor> exported, std::span<const Precursor> declared);
 
-/// The time at scan_no on the line between its neighbours in knots, which ascend by scan number;
-/// the nearest one's outside; nothing without knots.
+/// The time at scan_no, interpolated between its neighbours in knots, which ascend by scan number;
+/// outside them the time of the nearest knot; std::nullopt without knots.
 std::optional<double> TimeOfScan(std::span<const ScanTime> knots, std::int32_t scan_no);
 
-/// The value that half of values are not above, between the two middle ones of an even number;
-/// nothing for none.
+/// The median, for an even number the mean of the two middle values; std::nullopt without values.
 std::optional<double> Median(std::vector<double> values);
 
 struct TimedValue {
@@ -69,9 +68,9 @@ struct LeftOutScan {
   std::string m_reason;
 };
 
-/// One of the files that a report draws from.
+/// One of the files that a report uses.
 struct ReportSource {
-  std::string m_file;  // what it is called
+  std::string m_file;  // its name
   std::string m_use;
   bool m_is_there = false;
 };
@@ -82,12 +81,12 @@ struct ReportOutput {
   std::int64_t m_bytes = 0;
 };
 
-/// How sure a run with joint determination is of what it reports.
+/// How sure a run with joint determination is.
 struct JointFigures {
   std::int64_t m_precursors = 0;
-  double m_doubts = 0.0;  // sum of 1 less the probability: so many of them are wrong
+  double m_doubts = 0.0;  // sum of 1 less the probability: the expected number of wrong ones
   std::int64_t m_decoy_scans = 0;
-  std::int64_t m_decoys = 0;  // found in those scans with a spacing that isotopes do not have
+  std::int64_t m_decoys = 0;  // found in those scans at a spacing that isotopes do not have
 };
 
 /// What became of the page of scans.
@@ -99,13 +98,13 @@ struct ScanPageOutcome {
   std::int64_t m_bytes = 0;
   std::string m_why_not;  // a sentence
 
-  std::int64_t m_kept = 0;       // scans whose declared precursor was kept,
-  std::int64_t m_nearly = 0;     // of these: with a candidate little below the threshold
+  std::int64_t m_kept = 0;       // scans that kept the declared precursor,
+  std::int64_t m_nearly = 0;     // of these: with a candidate just below the threshold
   std::int32_t m_kept_scan = 0;  // one of the others
-  std::string m_why_kept;        // most of the others, in words
+  std::string m_why_kept;        // the reason of most others, in words
 };
 
-/// A score so far below the threshold is little below it; by so much a threshold is moved.
+/// A score within this of the threshold is near it; a threshold is moved by this much.
 inline constexpr double kThresholdStep = 0.3;
 
 struct RunReport {
@@ -118,11 +117,11 @@ struct RunReport {
   std::optional<double> m_declared_width;  // by the instrument file, of most MS2 scans; m/z
   std::string m_declared_width_source;
   double m_tol_ppm = 0.0;
-  std::map<std::string, std::string> m_settings;          // as the record has them
+  std::map<std::string, std::string> m_settings;          // as in the record
   std::map<std::string, std::int64_t> m_declared_widths;  // RunRecord::m_widths
   std::vector<ReportOutput> m_outputs;
-  std::optional<JointFigures> m_joint;  // nothing when each precursor was determined for itself
-  std::optional<Calibration> m_calibration;  // of the outputs; nothing when none was asked for
+  std::optional<JointFigures> m_joint;       // empty when each precursor was determined on its own
+  std::optional<Calibration> m_calibration;  // of the outputs; empty when none was asked for
 
   std::int64_t m_scans = 0;
   std::int64_t m_precursors = 0;
@@ -134,7 +133,7 @@ struct RunReport {
   std::int64_t m_undeclared = 0;                   // scans without a declared m/z or charge
   std::int64_t m_without_charge = 0;               // of these: a charge of 2 was only assumed
   std::int64_t m_kept = 0;                         // scans whose declared precursor was kept
-  std::int64_t m_unmatched = 0;                    // whose declared one is near no determined one
+  std::int64_t m_unmatched = 0;                    // with the declared one near no determined one
   std::array<std::int64_t, kShifts> m_by_shift{};  // -3 .. 3; without the kept ones
   std::map<std::pair<int, int>, std::int64_t> m_charges;  // declared, determined (0: none); no kept
 
@@ -163,13 +162,13 @@ struct RunReport {
 
 inline constexpr std::size_t kMaxLeftOut = 200000;
 
-/// Share of left-out scans among all MS2 scans; nothing when it cannot be known.
+/// Share of left-out scans among all MS2 scans; std::nullopt when unknown.
 std::optional<double> LeftOutShare(const RunReport& report);
 
-/// Whether MS2 scans were read and none was exported.
+/// Whether MS2 scans were read but none was exported.
 bool ExportedNothing(const RunReport& report);
 
-/// Scans whose declared precursor was compared with a determined one, at whatever shift.
+/// Scans with a declared precursor that matched a determined one, at any shift.
 std::int64_t MatchedScans(const RunReport& report);
 
 RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings);
@@ -178,7 +177,7 @@ RunReport ReadRunReport(const RunFiles& files, const ReportSettings& settings);
 struct KeyFigure {
   std::string m_id;     // for programs
   std::string m_label;  // for people
-  std::string m_unit;   // "%", "ppm" or nothing
+  std::string m_unit;   // "%", "ppm" or empty
   int m_decimals = 0;
   std::optional<double> m_value;
 };

@@ -25,8 +25,8 @@ namespace {
 
 std::string IfThere(std::string path) { return IsThere(path) ? std::move(path) : std::string(); }
 
-// The files "BASE_<activation><analyser>" + ending. They are asked for by name: a listing could not
-// tell the files of the run "a_b" from those of the run "a".
+// The files "BASE_<activation><analyser>" + ending. Each name is tried: a listing cannot tell the
+// files of the run "a_b" from those of the run "a".
 std::vector<std::string> KeyedFiles(const std::string& base_path, std::string_view ending) {
   std::vector<std::string> paths;
   for (const std::string_view activation : kActivationTypes)
@@ -53,8 +53,8 @@ ReportRow WithoutSigns(const PrecursorRow& read) {
   return row;
 }
 
-// The .mscsv table of an input, whose name may go on with the format that it was extracted from;
-// empty without one.
+// The .mscsv table of an input; its name may end in the format that it was extracted from. Empty
+// without one.
 std::string ScanTableOf(const std::string& input) {
   constexpr std::string_view kEnding = ".mscsv";
   if (IsThere(input + std::string(kEnding))) return input + std::string(kEnding);
@@ -73,8 +73,8 @@ std::string InstrumentFileOf(const std::string& input) {
   return {};
 }
 
-// The scans whose first "Z" line holds no charge, ascending. The reader of these files puts 2 in its
-// place, and nothing of what it gives tells one from the other.
+// The scans without a charge in the first "Z" line, ascending. The reader of these files returns 2
+// for them, so that they cannot be told from scans with charge 2.
 std::vector<std::int32_t> ScansWithoutCharge(const std::string& ms2_path) {
   std::vector<std::int32_t> scans;
   TextLines lines(ms2_path);
@@ -94,7 +94,7 @@ std::vector<std::int32_t> ScansWithoutCharge(const std::string& ms2_path) {
   return scans;
 }
 
-// Those that can be exported as they are.
+// Those that can be exported unchanged.
 std::vector<Precursor> UsableOf(const std::vector<Precursor>& declared) {
   std::vector<Precursor> usable;
   for (const Precursor& precursor : declared)

@@ -1,7 +1,7 @@
 // tools/report/Files.h: the files of a finished run, read for its report.
-// Does:     finds what belongs to a run; reads its table, the input scans beside it and the times in
+// Does:     finds the files of a run; reads its table, the input scans next to it and the times in
 //           its MGF files.
-// Throws:   a std::string naming the file, for a text also the line, that cannot be read or is
+// Throws:   a std::string naming the file (for text also the line) that cannot be read or is
 //           damaged.
 // Not here: PF files (PfReader of src/IO); what the numbers mean (report/Data.h).
 #pragma once
@@ -27,8 +27,8 @@ struct RunFiles {
   std::string m_scan_table;  // .mscsv, named "run1.mzml.mscsv" when it came from an mzML file
   std::string m_record;
   std::string m_evidence;    // of the joint determination
-  std::string m_marker;      // of the extraction, beside the input scans
-  std::string m_instrument;  // .mzML or .mzXML, packed or not, beside the input scans
+  std::string m_marker;      // of the extraction, next to the input scans
+  std::string m_instrument;  // .mzML or .mzXML, packed or not, next to the input scans
 };
 
 /// base_path: folder and base name, with or without ".csv". The input scans are looked for in
@@ -46,7 +46,7 @@ struct ReportRow {
 /// The rows in the order of the table.
 std::vector<ReportRow> ReadReportRows(const std::string& path);
 
-/// What the input says of one MS2 scan.
+/// One MS2 scan of the input.
 struct InputScan {
   std::int32_t m_scan_no = 0;
   std::int32_t m_survey = 0;  // precursor scan; 0 when unknown

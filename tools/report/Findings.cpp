@@ -15,8 +15,8 @@
 namespace tarvek::tools {
 namespace {
 
-// Beyond these a picture asks for a look. They are wide: real runs of peptides with usual settings
-// stay inside.
+// Beyond these limits a picture needs a look. They are wide: real runs of peptides with usual
+// settings stay inside.
 constexpr double kMostPrecursorsPerScan = 6.0;
 constexpr double kMostSingles = 0.95;           // share of scans with one precursor
 constexpr std::int64_t kScansToJudge = 20;      // fewer are not judged
@@ -41,14 +41,14 @@ std::string PercentText(std::int64_t part, std::int64_t whole) {
 }
 std::string CountText(std::int64_t count) { return GroupedNumber(static_cast<double>(count), 0); }
 
-/// What a run shows in a picture.
+/// What a picture shows of a run.
 struct Judgement {
   std::string m_seen;
   bool m_is_unusual = false;
   std::int64_t m_scans = 0;  // that were judged
 };
 
-/// Nothing when there are no data.
+/// std::nullopt without data.
 using Judge = std::optional<Judgement> (*)(const RunReport& report);
 
 std::optional<Judgement> JudgePrecursors(const RunReport& report) {
@@ -124,7 +124,7 @@ std::optional<Judgement> JudgePurity(const RunReport& report) {
       report.m_windows};
 }
 
-// The longest time between two neighbouring MS2 scans, and where it begins; nothing for less than
+// The longest time between two neighbouring MS2 scans, and its start; std::nullopt with less than
 // two.
 std::optional<TimedValue> LongestPause(const RunReport& report) {
   const auto& times = report.m_ms2_times_s;
@@ -158,7 +158,7 @@ std::optional<Judgement> JudgeLeftOut(const RunReport& report) {
                                ? "No scan was left out"
                                : CountText(report.m_left_out_count) + " scans (" +
                                      PercentText(*share) + ") were left out";
-  // Few scans are judged too: that they are few may be what is wrong.
+  // Few scans are judged too: the small number may be the problem.
   return Judgement{seen + ", judged by " + report.m_left_out_source + ".", *share > kMostLeftOut,
                    kScansToJudge};
 }

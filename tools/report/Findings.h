@@ -1,9 +1,9 @@
-// tools/report/Findings.h: what the pictures of a run's report tell.
+// tools/report/Findings.h: what the pictures of a run's report mean.
 // Does:     says for each picture what the run shows, whether that is usual, what is normal and what
-//           to do otherwise.
+//           to do if not.
 // Throws:   nothing but std::bad_alloc.
 // Not here: the numbers (report/Data.h), the pictures (report/Pictures.h). The limits between usual
-//           and unusual stand at the top of the source file; docs/report.md explains them.
+//           and unusual are at the top of the source file; docs/report.md explains them.
 #pragma once
 
 #include <string>
@@ -17,7 +17,7 @@ enum class Verdict {
   kUsual,
   kLook,
   kNoData,
-  kDefect  // of remarks alone: the outputs are none
+  kDefect  // only for remarks: there are no outputs
 };
 
 struct ReportFinding {
@@ -33,7 +33,7 @@ struct ReportFinding {
 /// left-out.
 std::vector<ReportFinding> ReportFindings(const RunReport& report);
 
-/// What has no picture, each only where there is something to say: nothing-exported (a defect), empty,
+/// Remarks without a picture, only where they apply: nothing-exported (a defect), empty,
 /// isolation-width.
 std::vector<ReportFinding> ReportRemarks(const RunReport& report);
 

@@ -30,7 +30,7 @@ class LeftOutCounter {
     for (const auto& [scan_no, reason] : record.m_left_out_scans) Add(scan_no, reason);
   }
 
-  // The program itself knows best how many there are, and knows also what its extractor left out.
+  // The record of the program is the best source, and includes what the extractor left out.
   void TakeCounts(const RunRecord& record) {
     const auto read = record.Count(kCountMs2Read);
     const auto exported = record.Count(kCountMs2Exported);
@@ -40,14 +40,14 @@ class LeftOutCounter {
     m_report.m_left_out_reasons = record.m_left_out;
   }
 
-  // The numbers between those that are known. They may be of scans without peaks or of a higher MS
-  // level too.
+  // The numbers missing between known scans. They may also belong to scans without peaks or of a
+  // higher MS level.
   void CountGaps() {
     m_report.m_left_out_source = "the scan numbers that are in no output";
     const std::vector<std::int64_t> known = KnownNumbers();
     for (std::size_t i = 1; i < known.size(); ++i)
       for (std::int64_t number = known[i - 1] + 1; number < known[i]; ++number) {
-        if (m_report.m_left_out.size() == kMaxLeftOut) {  // no need to visit each any more
+        if (m_report.m_left_out.size() == kMaxLeftOut) {  // no need to visit each one
           Count(kGapReason, known[i] - number);
           break;
         }

@@ -36,7 +36,7 @@ bool IsLetterOrDigit(char character) {
          IsDigit(character);
 }
 
-// Escaped, with the options of tarvek in it, such as "-W", kept in one piece.
+// Escaped text; options of tarvek in it, such as "-W", do not break across lines.
 std::string WithOptions(std::string_view text) {
   std::string html;
   for (std::size_t at = 0; at < text.size();) {
@@ -88,7 +88,7 @@ std::string Card(const ReportFinding& finding, const std::string& picture) {
   return html;
 }
 
-// What has no picture, above the others.
+// The findings without a picture, above the others.
 std::string RemarkCard(const ReportFinding& remark) {
   return "<section class=\"card look\" id=\"" + remark.m_id + "-card\">\n<div class=\"head\">" +
          Element("h2", remark.m_title) + Badge(remark.m_verdict) + "</div>\n" +
@@ -165,7 +165,6 @@ std::string BiasText(const Confidence& confidence) {
          ExactText(confidence.m_strength) + " times the background)";
 }
 
-/// What was done with the m/z of the outputs; empty without a calibration.
 /// How sure the joint determination is; empty without it.
 std::string JointText(const RunReport& report) {
   if (!report.m_joint || report.m_joint->m_precursors == 0) return {};
@@ -179,6 +178,7 @@ std::string JointText(const RunReport& report) {
   return text + ".";
 }
 
+/// What was done with the m/z of the outputs; empty without a calibration.
 std::string CalibrationText(const RunReport& report) {
   if (!report.m_calibration) return {};
   const Calibration& calibration = *report.m_calibration;
@@ -247,7 +247,7 @@ std::string UrlOf(std::string_view file_name) {
   return url;
 }
 
-// The way to the page of scans, or why there is none.
+// The link to the page of scans, or why there is none.
 std::string ScanSection(const RunReport& report) {
   const ScanPageOutcome& page = report.m_scan_page;
   std::string html = "<section class=\"section\" id=\"scans\"><h2>Scan by scan</h2>\n<p>";
@@ -266,7 +266,7 @@ std::string ScanSection(const RunReport& report) {
   return html + "</p></section>\n";
 }
 
-// "-W", or nothing for a setting that no option of tarvek has.
+// "-W", or empty for a setting without an option of tarvek.
 std::string OptionOf(std::string_view key) {
   const auto found = std::ranges::find(OptionLetters, key, &OptionLetter::m_key);
   return found == OptionLetters.end() ? std::string() : std::string{'-', found->m_letter};
@@ -311,7 +311,7 @@ std::string SettingsTable(const RunReport& report) {
 constexpr std::string_view kNothingToChange =
     "<p>Nothing: the numbers ask for no other settings.</p>";
 
-// The end of the page: what the numbers say is to be done.
+// The end of the page: what to do according to the numbers.
 std::string AdviceSection(std::span<const Advice> advice) {
   std::string html = "<section class=\"section\" id=\"change\"><h2>What to change next</h2>\n";
   if (advice.empty()) return html.append(kNothingToChange).append("</section>\n");
@@ -322,7 +322,7 @@ std::string AdviceSection(std::span<const Advice> advice) {
   return html + "</ol></section>\n";
 }
 
-// The same for a batch: what several runs share is told once, the commonest first.
+// The same for a batch: advice for several runs appears once, the commonest first.
 std::string BatchAdvice(std::span<const BatchRun> runs) {
   std::vector<std::pair<std::string, std::vector<std::string>>> shared;
   for (const BatchRun& run : runs)
@@ -422,7 +422,7 @@ std::vector<double> ValuesOf(std::span<const BatchRun> runs, std::size_t figure)
   return values;
 }
 
-// A smaller one is no news, however alike the runs are.
+// A smaller deviation is not notable, however similar the runs are.
 double LeastDeviation(const KeyFigure& figure, double median) {
   if (figure.m_unit == "%") return kLeastPercentDeviation;
   if (figure.m_unit == "ppm") return kLeastPpmDeviation;
@@ -433,7 +433,7 @@ double LeastDeviation(const KeyFigure& figure, double median) {
 struct FigureScale {
   double m_largest = 0.0;  // without sign
   double m_median = 0.0;
-  double m_reach = std::numeric_limits<double>::infinity();  // farther from the median stands out
+  double m_reach = std::numeric_limits<double>::infinity();  // values farther off are outliers
 };
 
 FigureScale ScaleOf(std::span<const BatchRun> runs, const KeyFigure& named, std::size_t figure) {
@@ -515,7 +515,7 @@ std::string BatchTable(std::span<const BatchRun> runs) {
   return html + "</tbody></table></div></section>\n";
 }
 
-// One figure over the runs in the order of the table; nothing when it is the same in all of them.
+// One figure over the runs in the order of the table; empty when it is the same in all of them.
 std::string FigureCard(std::span<const BatchRun> runs, std::size_t figure) {
   const KeyFigure named = KeyFigures({})[figure];
   const std::vector<double> values = ValuesOf(runs, figure);

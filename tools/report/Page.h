@@ -1,6 +1,6 @@
 // tools/report/Page.h: the pages of the report.
-// Does:     writes a run, and a batch of runs, as one HTML text each: style and pictures inside,
-//           nothing from elsewhere, no script; light, dark and on paper.
+// Does:     writes a run, and a batch of runs, as one HTML text each: style and pictures inside, no
+//           external files, no script; light, dark and on paper.
 // Throws:   nothing but std::bad_alloc.
 // Not here: files (report/Command.h); the same figures for programs (report/Summary.h).
 #pragma once
@@ -46,7 +46,7 @@ std::string FigureText(const KeyFigure& figure);
 
 std::string RunPage(const RunReport& report);
 
-/// The page of a run that was stopped: that it was, and what to do.
+/// The page of a stopped run: its state, and what to do.
 std::string UnfinishedPage(const std::string& name);
 
 /// Marks the figures that lie far from those of the other runs: more than 3.5 times the scaled median

@@ -123,7 +123,7 @@ std::string PpmPicture(const ReportFinding& finding, const RunReport& report) {
   for (std::size_t bin = 0; bin < binned.size(); ++bin)
     if (binned[bin].size() >= kPointsOfAMedian)
       line.push_back({MiddleOf(bin, time, kMedianBins), *Median(binned[bin])});
-  // Most of the cloud fills the picture; the far ones lie on its edge.
+  // Most of the cloud fills the picture; far points are on its edge.
   const double reach = std::clamp(std::ceil(report.m_absolute_ppm_95.value_or(0.0) * 1.5),
                                   std::min(2.0, report.m_tol_ppm), report.m_tol_ppm);
   return PointChart(TextOf(finding, kTimeLabel, "determined minus declared, ppm"), time,

@@ -43,7 +43,7 @@ std::optional<WindowShares> SharesInWindow(std::span<const Peak> peaks, double c
   for (const Precursor& precursor : determined) {
     if (precursor.m_charge == 0) continue;
     double own = 0.0;
-    std::span<const Peak> above = window;  // of a wide tolerance, a peak is that of one isotope
+    std::span<const Peak> above = window;  // at a wide tolerance, a peak is of one isotope
     for (int isotope = 0; isotope < kIsotopesOfAnEnvelope; ++isotope) {
       const double mz = IsotopeMz(precursor.m_mz, isotope, precursor.m_charge);
       const std::span<const Peak> found = PeaksWithin(above, mz, tol_ppm * mz / 1e6);

@@ -27,26 +27,27 @@ struct WindowShares {
 };
 
 /// peaks ascend in m/z. A precursor's peaks are those within tol_ppm of its first eight isotopes.
-/// Nothing when the window, both edges included, holds no current.
+/// std::nullopt when the window, both edges included, holds no current.
 std::optional<WindowShares> SharesInWindow(std::span<const Peak> peaks, double centre_mz,
                                            double half_width_mz,
                                            std::span<const Precursor> determined, double tol_ppm);
 
-/// Passes over the surveys once and keeps one of them: when the next one is known, the scans in
-/// between are measured in it.
+/// Reads the surveys once and keeps the latest: when the next one comes, the scans in between are
+/// measured in it.
 class PurityMeter {
  public:
   /// Takes width and tolerance from report and counts into it; both outlive this.
   PurityMeter(const RunContent& content, RunReport& report);
 
-  /// The surveys in the order of their numbers. Keeps survey and leaves an older one in its place.
+  /// The surveys in the order of their numbers. Keeps survey, and leaves an older one in the
+  /// variable for reuse.
   void TakeSurvey(MS1Spectrum& survey);
 
-  /// Measures the scans behind the last survey and fills in the medians.
+  /// Measures the scans after the last survey and fills in the medians.
   void Finish();
 
  private:
-  /// An exported scan with what the other files say of it.
+  /// An exported scan with its data from other files.
   struct PlacedRow {
     const ReportRow* m_row = nullptr;
     double m_centre_mz = 0.0;

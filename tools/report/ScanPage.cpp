@@ -60,7 +60,7 @@ std::string Packed(const ordered_json& json) {
   return Base64(packed);
 }
 
-// JSON that may stand in a script element: no text can end it.
+// JSON for a script element: no text in it can end the element.
 std::string InScript(const ordered_json& json) {
   std::string text;
   for (const char c : json.dump(-1, ' ', false, ordered_json::error_handler_t::replace))
@@ -122,7 +122,7 @@ class KeptScans {
     const auto most = std::ranges::max_element(
         m_reasons, {}, [](const auto& entry) { return entry.second.size(); });
     if (most == m_reasons.end()) return;
-    const std::size_t colon = most->first.find(": ");  // behind what they have in common
+    const std::size_t colon = most->first.find(": ");  // after what they have in common
     outcome.m_why_kept = colon == std::string::npos ? most->first : most->first.substr(colon + 2);
     outcome.m_kept_scan = most->second[most->second.size() / 2];
   }

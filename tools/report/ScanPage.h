@@ -1,13 +1,13 @@
-// tools/report/ScanPage.h: the page on which any scan of a run can be looked at.
-// Does:     explains the scans of a run and packs them into one HTML text, whose script draws the one
-//           that is asked for.
+// tools/report/ScanPage.h: the page that shows any scan of a run.
+// Does:     explains the scans of a run and packs them into one HTML text; its script draws the
+//           chosen scan.
 // Owns:     nothing beyond a call.
 // Throws:   what explain/RunToExplain.h throws.
-// Not here: what is known of a scan (explain/Explainer.h), the script (report/ScanScript.h).
+// Not here: the explanation of a scan (explain/Explainer.h), the script (report/ScanScript.h).
 //
-// In the page: scans are JSON as "explain --json" prints it (explain/Json.h), without what the page does
-// not show, kScansInChunk to an array, which is deflated and written in base64. An index of columns
-// finds them. So the browser unpacks a few kB for a scan, whatever the length of the run.
+// In the page, scans are JSON as in "explain --json" (explain/Json.h), without what the page does
+// not show: arrays of kScansInChunk scans, deflated and in base64, with an index of columns. So the
+// browser unpacks a few kB for a scan, whatever the length of the run.
 #pragma once
 
 #include <cstddef>
@@ -27,7 +27,7 @@ struct ScanPage {
   ScanPageOutcome m_outcome;  // but for the name of the file
 };
 
-/// The exported scans of a run, at most most of them, evenly spread over the run.
+/// The exported scans of a run, at most `most` of them, evenly spread over the run.
 ScanPage MakeScanPage(const RunLocation& location, std::size_t most);
 
 }  // namespace tarvek::tools

@@ -1,6 +1,6 @@
 // tools/report/ScanScript.h: style, body and script of the page of scans (report/ScanPage.h).
-// The script reads the data elements of its own page alone, and makes text nodes of what they hold: no
-// name or text of a file becomes markup.
+// The script reads only the data elements of its own page and shows them as text nodes: no name or
+// text from a file becomes markup.
 #pragma once
 
 namespace tarvek::tools {

@@ -1,6 +1,6 @@
 // tools/report/Style.h: the style sheet of the report's pages.
-// The series colours are those of Okabe and Ito, which people with any colour vision tell apart;
-// on dark ground lighter ones of the same hues.
+// The series colours are those of Okabe and Ito, which people with any colour vision can
+// distinguish; lighter ones of the same hues on a dark background.
 #pragma once
 
 namespace tarvek::tools {

@@ -11,7 +11,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-// Names that are no UTF-8 must not end a report.
+// A name that is not UTF-8 must not end a report.
 std::string Dumped(const ordered_json& json) {
   return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
 }

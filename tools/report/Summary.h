@@ -17,12 +17,12 @@ std::string RunJson(const RunReport& report);
 /// The same of a run that was stopped: its name and state.
 std::string UnfinishedJson(const std::string& name);
 
-/// One object for a batch: its runs, with key figures and verdicts, and how many were stopped or
+/// One object for a batch: its runs with key figures and verdicts, and how many were stopped or
 /// exported nothing.
 std::string BatchJson(std::span<const BatchRun> runs);
 
-/// A section of a MultiQC report each. The table of the figures has the state of every run; else runs
-/// without a report are left out.
+/// Each makes a section of a MultiQC report. The table of figures has the state of every run; the
+/// others leave out runs without a report.
 std::string FiguresForMultiQc(std::span<const BatchRun> runs);
 std::string IsotopesForMultiQc(std::span<const BatchRun> runs);
 std::string PrecursorsForMultiQc(std::span<const BatchRun> runs);

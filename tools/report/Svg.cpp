@@ -75,7 +75,7 @@ class Drawing {
              " " + Place(y) + ") rotate(-90)\">" + Escaped(words) + "</text>\n";
   }
 
-  /// Ends at the place given, from below on the left.
+  /// Text that ends at the given place and rises from the lower left.
   void SlantedText(double x, double y, std::string_view words) {
     m_svg += "<text class=\"tick\" text-anchor=\"end\" transform=\"translate(" + Place(x) + " " +
              Place(y) + ") rotate(-40)\">" + Escaped(words) + "</text>\n";
@@ -159,9 +159,9 @@ void DrawXAxis(Drawing& drawing, const Scale& x, std::string_view label) {
   DrawXLine(drawing, label);
 }
 
-constexpr double kNamesHeight = 108.0;  // below what a chart has otherwise
+constexpr double kNamesHeight = 108.0;  // below the usual height of a chart
 
-// The end of a name, which tells runs apart more often than its beginning.
+// The end of a name, which differs between runs more often than its beginning.
 std::string ShortName(const std::string& name) {
   constexpr std::size_t kMostCharacters = 18;
   if (name.size() <= kMostCharacters) return name;
@@ -170,7 +170,7 @@ std::string ShortName(const std::string& name) {
   return "\u2026" + name.substr(from);
 }
 
-// The names of dots under the x axis, aslant; each second, third ... of many.
+// The slanted names of dots under the x axis; of many only every second, third ...
 void DrawNames(Drawing& drawing, const Scale& x, std::span<const ChartDot> dots) {
   constexpr std::size_t kMostNames = 16;
   const std::size_t each = (dots.size() + kMostNames - 1) / kMostNames;
@@ -209,7 +209,7 @@ double ValueAt(const ChartSeries& series, std::size_t i) {
   return i < series.m_values.size() ? series.m_values[i] : 0.0;
 }
 
-// The height of the highest stack, or bar when they stand before each other.
+// The height of the highest stack, or of the highest bar when series overlap.
 double Highest(std::span<const ChartSeries> series, HistogramForm form) {
   double highest = 0.0;
   for (std::size_t i = 0; i < LengthOf(series); ++i) {

@@ -1,6 +1,6 @@
 // tools/report/Svg.h: a small kit of charts as inline SVG.
-// Does:     bars, histograms, a heat map, points or their density, a trace over bars; each with
-//           axes, ticks, a title and a description for those who cannot see it.
+// Does:     draws bars, histograms, a heat map, points or their density, a trace over bars; each
+//           with axes, ticks, a title and a description for people who cannot see it.
 // Owns:     nothing: values in, text out. The same values give the same text on every machine.
 // Throws:   nothing but std::bad_alloc.
 // Not here: colours, which are CSS classes of the page: s1 .. s6 for series, d1 .. d9 for densities,
@@ -41,28 +41,27 @@ struct ChartPoint {
   double m_y = 0.0;
 };
 
-/// The place of value among bins of equal width; of a value outside the range, the nearest.
+/// The index of value among bins of equal width; outside the range, the nearest bin.
 std::size_t BinOf(double value, ChartRange range, std::size_t bins);
 
-/// Text for HTML and SVG: the characters with a meaning there replaced.
+/// Text for HTML and SVG with special characters escaped.
 std::string Escaped(std::string_view text);
 
-/// Multiples of 1, 2 or 5 times a power of ten inside the range, about wanted of them; for a range
-/// without width its one value.
+/// About `wanted` multiples of 1, 2 or 5 times a power of ten inside the range; its one value for a
+/// range of width 0.
 std::vector<double> NiceTicks(ChartRange range, int wanted);
 
-/// A number with the decimals that step needs and its thousands set apart: 12345, 5 is "12 345".
+/// A number with the decimals that step needs and separated thousands: 12345, 5 is "12 345".
 std::string TickText(double value, double step);
 
-/// value with the given decimals, thousands set apart.
+/// value with the given decimals and separated thousands.
 std::string GroupedNumber(double value, int decimals);
 
-/// Bars with a label each; the series stand on each other.
+/// Bars with a label each; the series are stacked.
 std::string BarChart(const ChartText& text, std::span<const std::string> labels,
                      std::span<const ChartSeries> series);
 
-/// Bars of equal width over a range of numbers; the series stand on each other or, as outlines,
-/// before each other.
+/// Bars of equal width over a range of numbers; the series are stacked or, as outlines, overlap.
 enum class HistogramForm { kStacked, kBefore };
 std::string HistogramChart(const ChartText& text, ChartRange x, std::span<const ChartSeries> series,
                            HistogramForm form);
@@ -71,8 +70,8 @@ std::string HistogramChart(const ChartText& text, ChartRange x, std::span<const 
 std::string HeatMap(const ChartText& text, std::span<const std::string> rows,
                     std::span<const std::string> columns, std::span<const std::int64_t> counts);
 
-/// Points, or how dense they lie where there are more than kMaxPoints; over them a line. Those
-/// outside the ranges are drawn at the edge.
+/// Points, or their density when there are more than kMaxPoints; over them a line. Points outside
+/// the ranges are drawn at the edge.
 inline constexpr std::size_t kMaxPoints = 1500;
 std::string PointChart(const ChartText& text, ChartRange x, ChartRange y,
                        std::span<const ChartPoint> points, std::span<const ChartPoint> line);
@@ -80,11 +79,11 @@ std::string PointChart(const ChartText& text, ChartRange x, ChartRange y,
 struct ChartDot {
   ChartPoint m_at;
   std::string m_tooltip;
-  std::string m_name{};  // under the x axis, in place of its number
+  std::string m_name{};  // under the x axis, instead of a number
 };
 
-/// Single values that can be pointed at, over a level line. Of many names some are left out, and long
-/// ones keep their end.
+/// Single values with tooltips, over a level line. With many names some are left out; long ones
+/// keep their end.
 std::string DotChart(const ChartText& text, ChartRange x, ChartRange y,
                      std::span<const ChartDot> dots, double level);
 

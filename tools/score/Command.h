@@ -12,8 +12,8 @@ namespace tarvek::tools {
 /// Adds the subcommand to app; it runs while app parses its arguments.
 void AddScoreCommand(CLI::App& app);
 
-/// The check of options that are a number above 0. Refuses what CLI::PositiveNumber lets pass: "nan",
-/// which is in no order with 0, and infinity, which no tolerance or width is.
+/// The check of options that are a number above 0. Also refuses "nan" and infinity, which
+/// CLI::PositiveNumber accepts.
 CLI::Validator PositiveReal();
 
 /// Adds the option --tol, a number above 0 in ppm, to command.

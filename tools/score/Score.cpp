@@ -60,7 +60,7 @@ class Scorer {
     if (truth.m_share >= 0.05) count(m_figures.m_recall_5);
   }
 
-  // True, else some isotopes off, else of the wrong charge, else unexplained.
+  // True, else some isotopes off, else with a wrong charge, else unexplained.
   void Classify(const Precursor& found, std::span<const TruePrecursor> truths) {
     ++m_figures.m_precursors;
     std::optional<int> nearest_offset;

@@ -37,7 +37,7 @@ PrecursorTable ReadPrecursorTable(const std::string& path);
 struct Ratio {
   std::int64_t m_part = 0;
   std::int64_t m_whole = 0;
-  [[nodiscard]] double Value() const;  // 0 when there is no whole
+  [[nodiscard]] double Value() const;  // 0 when the whole is 0
 };
 
 /// Figures of one set of precursors (the determined, or the declared ones).
@@ -48,7 +48,7 @@ struct ScoreFigures {
   Ratio m_recall_5;       // the same for 5 %
   Ratio m_precision;      // precursors that are true, of all
   Ratio m_wrong_isotope;  // those that are one to three isotopes off a true one, of all
-  Ratio m_wrong_charge;   // those at the m/z of a true one with another charge, of all
+  Ratio m_wrong_charge;   // those at the m/z of a true one with wrong charge, of all
   std::array<std::int64_t, kShifts> m_by_isotope_offset{};  // -3 .. 3; 0: true
   double m_median_ppm = 0.0;                                // error of the true ones
   double m_median_absolute_ppm = 0.0;

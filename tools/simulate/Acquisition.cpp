@@ -211,7 +211,7 @@ class Acquisition {
         std::lround((mz - ion.m_mono_mz) * ion.m_charge / kMeanSpacingDa));
   }
 
-  /// m_fragments from all that is isolated; what is no peptide stays as it is.
+  /// m_fragments from all isolated ions; ions that are not peptides stay unchanged.
   void Dissociate(const Choice& choice, const FragmentMethod& method, double total) {
     m_fragments.clear();
     for (const Isolated& isolated : m_isolated) {

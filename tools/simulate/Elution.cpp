@@ -181,7 +181,7 @@ void PeptideStream::AdvanceTo(double seconds) {
 void PeptideStream::DrawSlice(std::int64_t slice) {
   Random random(m_options.m_seed,
                 kFirstSliceStream + static_cast<std::uint64_t>(slice - kFirstSlice));
-  // Of a stream of its own, so that the peptides are the same with and without it.
+  // From a separate stream, so that the peptides are the same with and without it.
   Random uneven(m_options.m_seed,
                 kFirstUnevenStream + static_cast<std::uint64_t>(slice - kFirstSlice));
   const std::size_t count = random.Poisson(kPeptidesPerSecond * kSliceS);
@@ -199,7 +199,7 @@ void PeptideStream::DrawSlice(std::int64_t slice) {
   }
 }
 
-/// The deamidated or oxidised form that some peptides bring along.
+/// The deamidated or oxidised form that some peptides also have.
 void PeptideStream::AddVariant(const Peptide& peptide, Random& random) {
   if (!random.Chance(VariantChance(m_options.m_realism))) return;
   Peptide variant;
@@ -220,8 +220,8 @@ double PeptideStream::RetentionQuantile(const std::string& sequence) const {
          static_cast<double>(m_hydrophobicities.size());
 }
 
-/// Of a few sequences the one whose hydrophobicity fits the retention time best: so the gradient
-/// is filled evenly, and a slice can be drawn without the others.
+/// Of a few sequences, the one with the hydrophobicity that fits the retention time best. This
+/// fills the gradient evenly, and a slice can be drawn without the others.
 std::string PeptideStream::DrawSequence(double apex_s, Random& random) const {
   const double wanted = std::clamp(apex_s / m_gradient_s, 0.0, 1.0);
   std::string best;

@@ -1,8 +1,8 @@
 // tools/simulate/Elution.h: what leaves the column, and when.
 // Does:     gives the peptides and the background ions that are present at a time, and the current
 //           of each.
-// Owns:     the peptides that elute now; those of earlier times are gone, those of later ones not
-//           yet drawn, so that memory does not grow with the run.
+// Owns:     the peptides that elute now; earlier ones are gone and later ones not yet drawn, so
+//           that memory does not grow with the run.
 // Throws:   nothing.
 // Not here: spectra (simulate/Instrument.h).
 #pragma once
@@ -27,11 +27,11 @@ struct IonLine {
 struct Ion {
   int m_charge = 0;  // number of charges, positive in either polarity
   double m_mono_mz = 0.0;
-  std::vector<IonLine> m_lines;  // those in the range of the surveys, ascending
+  std::vector<IonLine> m_lines;  // isotopes in the range of the surveys, ascending
 };
 
-/// A skewed peak: a Gaussian convolved with an exponential decay. It may come a second time, as a
-/// shoulder or a peak of its own.
+/// A skewed peak: a Gaussian convolved with an exponential decay. A second copy may follow, as a
+/// shoulder or a separate peak.
 struct ElutionProfile {
   double m_apex_s = 0.0;  // centre of the Gaussian
   double m_sigma_s = 1.0;

@@ -26,7 +26,7 @@ class TruthFile {
 
   void Write(std::span<const TruthRow> rows);
 
-  /// Closes the files of the scans and the table, deletes an old table, which must not stand beside
+  /// Closes the files of the scans and the table, deletes an old table, which must not stay next to
   /// new scans, and gives all files their names, the table last.
   void CompleteWith(std::initializer_list<UnfinishedFile*> scan_files);
 

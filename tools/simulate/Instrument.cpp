@@ -8,7 +8,7 @@
 namespace tarvek::tools {
 namespace {
 
-/// The deviation of an error of which one part shrinks with the root of the intensity.
+/// The standard deviation of an error; one part of it shrinks with the root of the intensity.
 struct RandomError {
   double m_best;
   double m_at_limit;  // the part that shrinks, of a peak at the detection limit
@@ -20,7 +20,7 @@ struct RandomError {
 constexpr RandomError kErrorPpm{.m_best = 0.4, .m_at_limit = 3.0};
 constexpr RandomError kIntensityError{.m_best = 0.03, .m_at_limit = 0.25};
 
-/// Sums the ions that the analyser cannot tell apart; the largest names the peak.
+/// Sums the ions that the analyser cannot resolve; the largest one is the peak's source.
 void Merge(const std::vector<Emission>& emissions, const Analyser& analyser,
            std::vector<Centroid>& centroids) {
   // A peak ten times as large hides a neighbour at this many more widths.
@@ -85,7 +85,7 @@ void AddNoise(const Exposure& exposure, double limit, Random& random,
   }
 }
 
-/// Of centroids nearer than a peak width the larger one stays.
+/// Of centroids closer than a peak width the larger one stays.
 void Thin(const Analyser& analyser, std::vector<Centroid>& centroids) {
   std::size_t kept = 0;
   for (const Centroid& centroid : centroids) {
@@ -110,8 +110,8 @@ double Analyser::PeakWidth(double mz) const {
 }
 
 double DetectionLimit(const Analyser& analyser, double injection_s) {
-  // Charges that a peak needs to stand out of the noise of the image current, or of the multiplier
-  // of an ion trap.
+  // Charges that a peak needs to rise above the noise of the image current, or of an ion trap's
+  // multiplier.
   constexpr double kOrbitrapLimitCharges = 45.0;
   constexpr double kIonTrapLimitCharges = 10.0;
   return (analyser.m_is_ion_trap ? kIonTrapLimitCharges : kOrbitrapLimitCharges) / injection_s;

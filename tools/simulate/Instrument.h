@@ -1,5 +1,5 @@
-// tools/simulate/Instrument.h: what an analyser makes of the ions that it is given.
-// Does:     merges what it cannot resolve, adds the errors of m/z and intensity, drops what lies
+// tools/simulate/Instrument.h: how an analyser measures ions.
+// Does:     merges ions that it cannot resolve, adds the errors of m/z and intensity, drops peaks
 //           below the detection limit and adds noise peaks.
 // Owns:     nothing; working memory is the caller's.
 // Throws:   nothing.
@@ -23,7 +23,7 @@ struct Emission {
 
 inline constexpr std::int32_t kNoSource = -1;
 
-/// A measured peak and the ions that it is mostly due to; kNoSource for noise.
+/// A measured peak and the ions that give most of it; kNoSource for noise.
 struct Centroid {
   double m_mz = 0.0;
   double m_intensity = 0.0;
@@ -53,7 +53,7 @@ struct Exposure {
 /// Smallest current that gives a peak, in charges per second.
 double DetectionLimit(const Analyser& analyser, double injection_s);
 
-/// centroids is replaced; ascending, no two nearer than a peak width. emissions: ascending in m/z.
+/// Replaces centroids: ascending, no two closer than a peak width. emissions: ascending in m/z.
 void Measure(const std::vector<Emission>& emissions, const Analyser& analyser,
              const Exposure& exposure, Random& random, std::vector<Centroid>& centroids);
 

@@ -103,8 +103,8 @@ constexpr Term kSupplementalCid{"MS:1002679", "supplemental collision-induced di
 struct Activation {
   std::string_view m_type;
   std::vector<Term> m_terms;
-  std::string_view m_filter_mode;  // what stands before "Full ms2"
-  std::string_view m_filter_text;  // what stands behind the m/z
+  std::string_view m_filter_mode;  // text before "Full ms2"
+  std::string_view m_filter_text;  // text after the m/z
 };
 
 const Activation& ActivationOf(std::string_view type) {
@@ -142,7 +142,7 @@ class XmlLines {
     m_text += '\n';
   }
 
-  /// value: without characters that XML writes in another way.
+  /// value: without characters that XML must escape.
   void Put(const Term& term, std::string_view value = "") {
     Line({R"(<cvParam cvRef="MS" accession=")", term.m_accession, R"(" name=")", term.m_name,
           R"(" value=")", value, R"("/>)"});
@@ -301,7 +301,7 @@ void PutSelectedIons(XmlLines& lines, const std::vector<Precursor>& declared) {
   for (const Precursor& precursor : declared) {
     lines.Open("selectedIon");
     lines.Put(kSelectedMz, precursor.m_mz, kMz);
-    if (precursor.m_charge != 0)  // without sign: the polarity of the scan tells it
+    if (precursor.m_charge != 0)  // without sign: see the polarity of the scan
       lines.Put(kChargeState, std::to_string(std::abs(precursor.m_charge)));
     lines.Close("selectedIon");
   }
@@ -385,7 +385,8 @@ void MzmlSink::WriteIndex() {
              "</indexListOffset>\n");
 }
 
-// It covers everything up to and with its own start tag, so it needs the final number of spectra.
+// It covers everything up to and including its own start tag, so it needs the final number of
+// spectra.
 void MzmlSink::WriteChecksum() {
   OutputFile& mzml = m_mzml.File();
   mzml.Write("  <fileChecksum>");

@@ -1,7 +1,7 @@
 // tools/simulate/MzmlSink.h: a simulated run as indexed mzML 1.1.0.
 // Does:     writes OUTBASE.mzML and OUTBASE.truth.tsv; numbers are not rounded, intensities are
-//           32-bit. Memory does not grow with the run: the index waits in a file of its own, the
-//           number of spectra is put into the room left for it at the start of the file.
+//           32-bit. Memory does not grow with the run: the index goes to a separate file first, and
+//           the number of spectra into room left for it at the start of the file.
 // Owns:     the files, which have their final names once Complete has returned, the truth last; a
 //           sink that was not completed removes them.
 // Throws:   a std::string of the file helpers naming the path.
@@ -20,8 +20,8 @@ namespace tarvek::tools {
 
 class MzmlSink final : public RunSink {
  public:
-  /// Of the options: what the records of the scans do not tell, polarity, isolation width and the
-  /// range of the surveys.
+  /// Uses of the options what the scans do not hold: polarity, isolation width and the range of the
+  /// surveys.
   MzmlSink(const std::string& out_base, const SimulateOptions& options);
 
   void TakeSurvey(const MS1Spectrum& scan) override;
@@ -38,7 +38,7 @@ class MzmlSink final : public RunSink {
   double m_low_mz;
   double m_high_mz;
   UnfinishedFile m_mzml;
-  std::optional<UnfinishedFile> m_index;  // the entries of the index; never takes a name
+  std::optional<UnfinishedFile> m_index;  // the entries of the index; never gets its name
   TruthFile m_truth;
   std::int64_t m_spectra = 0;
   std::string m_text;  // of one spectrum

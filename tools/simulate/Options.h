@@ -1,4 +1,4 @@
-// tools/simulate/Options.h: what a simulated run is to be.
+// tools/simulate/Options.h: the options of a simulated run.
 // Does:     holds the settings of a run and their defaults.
 // Throws:   nothing.
 // Not here: the checks of the values (simulate/Command.h).
@@ -29,8 +29,8 @@ struct SimulateOptions {
   std::size_t m_top = 6;                     // precursors of a survey
   double m_resolution = 60000.0;             // of the surveys, at m/z 400
   double m_noise = 1.0;                      // times the usual number of noise peaks
-  double m_realism = 0.0;   // 0: none of what simulate/Realism.h adds; 1: as real runs
-  double m_low_mz = 350.0;  // of the surveys
+  double m_realism = 0.0;                    // 0: without simulate/Realism.h; 1: like real runs
+  double m_low_mz = 350.0;                   // of the surveys
   double m_high_mz = 1500.0;
 };
 

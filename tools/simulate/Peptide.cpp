@@ -17,8 +17,8 @@ struct Residue {
   double m_retention;         // Krokhin et al., Mol. Cell. Proteomics 3, 908 (2004), table of R_c
 };
 
-// Cysteine holds the carbamidomethyl group C2 H3 N O, whose nitrogen comes from the reagent.
-// m is oxidised methionine, which no random sequence holds; its retention is that of methionine.
+// Cysteine has the carbamidomethyl group C2 H3 N O; its nitrogen comes from the reagent. m is
+// oxidised methionine, which random sequences do not contain; it has methionine's retention.
 constexpr std::array<Residue, 21> kResidues{{
     {'A', {{3, 5, 1, 1, 0}}, 7.01, 0.8},     {'R', {{6, 12, 4, 1, 0}}, 5.64, -1.3},
     {'N', {{4, 6, 2, 2, 0}}, 3.58, -1.2},    {'D', {{4, 5, 1, 3, 0}}, 4.73, -0.5},
@@ -49,7 +49,7 @@ constexpr std::array<IsotopeEnvelope, kElementCount> kMassShiftDa{{
 
 constexpr double kSmallestFraction = 0.0005;
 
-// One site in ten stays uncut, besides those before proline.
+// One site in ten stays uncut, in addition to those before proline.
 constexpr double kMissedCleavage = 0.1;
 
 const Residue& ResidueOf(char letter) {

@@ -1,6 +1,6 @@
 // tools/simulate/Random.h: random numbers that are the same with every standard library.
-// Does:     draws from the usual distributions over std::mt19937_64, whose numbers the standard
-//           fixes, unlike those of its distributions.
+// Does:     draws from the usual distributions over std::mt19937_64. The standard fixes the numbers
+//           of this generator, but not those of its distributions.
 // Owns:     the state of the generator.
 // Throws:   nothing.
 // Not here: what is drawn.
@@ -25,7 +25,7 @@ class Random {
   double LogNormal(double median, double ln_deviation);
   double Exponential(double mean);
 
-  /// Mean not negative; rounded normal numbers stand in for means above 30.
+  /// Mean not negative; above a mean of 30, rounded normal numbers.
   std::size_t Poisson(double mean);
 
   /// A seed for another generator.

@@ -23,22 +23,22 @@ constexpr int kLastExcludedIsotope = 8;
 // mistaken), and how often an unknown charge is taken.
 constexpr double kChargeRight = 0.97;
 constexpr double kChargeUnread = 0.015;
-// Singly charged ions are looked at again in every survey, as nothing excludes them.
+// Singly charged ions are considered again in every survey, since they are never excluded.
 constexpr double kSinglyChargedRight = 0.998;
 constexpr double kUnknownTaken = 0.1;
 
-// How often the monoisotopic peak is found: from itself, from another isotope while it is visible
+// How often the monoisotopic peak is found: directly, or from another isotope while it is visible
 // and while it is not; less often for weak precursors.
 constexpr double kMonoFromItself = 0.97;
 constexpr double kMonoFromIsotope = 0.62;
 constexpr double kMonoUnseen = 0.25;
 constexpr double kWeakLimits = 15.0;
 constexpr double kWeakLoss = 0.08;
-// When it was found from another isotope: how often the window stays on that one.
+// When another isotope led to it: how often the window stays on that one.
 constexpr double kCenterStays = 0.5;
-// When it was not found from itself: how often its right neighbour is taken, else the left.
+// When it was not found directly: how often the right neighbour is taken, else the left one.
 constexpr double kRightNeighbour = 0.75;
-// How often the window sits one isotope beside the one that was meant.
+// How often the window is one isotope off.
 constexpr double kCenterSlips = 0.03;
 
 }  // namespace

@@ -1,5 +1,5 @@
 // tools/simulate/Sink.h: where the scans of a simulated run and their truth go.
-// Does:     the interface between the simulator and the formats that it is written in.
+// Does:     the interface between the simulator and its output formats.
 // Throws:   what an implementation says.
 // Not here: a format (simulate/FileSink.h).
 #pragma once
@@ -33,8 +33,8 @@ class RunSink {
   /// Scans come in order of their numbers. Instrument types are FTMS or ITMS, peaks ascend in m/z.
   virtual void TakeSurvey(const MS1Spectrum& scan) = 0;
 
-  /// m_orig_precursors holds what the instrument declared, charges signed; a charge of 0 when it
-  /// did not know. truth: descending in share.
+  /// m_orig_precursors holds the declared precursors, charges signed, 0 when unknown. truth:
+  /// descending in share.
   virtual void TakeFragments(const MS2Spectrum& scan, std::span<const TruthRow> truth) = 0;
 
   /// After the last scan.

@@ -29,7 +29,7 @@ struct TableOptions {
   RowSettings m_settings;
 };
 
-/// A file that has its name when it is complete, or standard output.
+/// A file that gets its name when complete, or standard output.
 class TableOutput {
  public:
   explicit TableOutput(const std::string& path) {
@@ -64,7 +64,7 @@ std::string WithoutTableEnding(const std::string& path) {
   return std::string(base);
 }
 
-/// The runs of a folder, or the one that a path names. Those that did not finish are told of.
+/// The runs of a folder, or the one that a path names. Reports those that did not finish.
 std::vector<std::string> BasesOf(const std::string& path) {
   if (!IsDirectory(path)) return {WithoutTableEnding(path)};
   const FoundRuns found = FindRuns(path);

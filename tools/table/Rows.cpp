@@ -75,7 +75,7 @@ ScanWindows WindowsOf(const RunFiles& files) {
   return std::move(collector).Windows();
 }
 
-/// The width that all MS2 scans of the run declare; nothing when there are several or none.
+/// The width that all MS2 scans of the run declare; std::nullopt when there are several or none.
 std::optional<double> OnlyWidth(const RunRecord& record) {
   return record.m_widths.size() == 1 ? record.CommonestWidth() : std::nullopt;
 }
@@ -96,7 +96,7 @@ double NeutralMass(const Precursor& precursor) {
   return charge * (std::fabs(precursor.m_mz) - proton_da);
 }
 
-/// The number of isotopes between two m/z of one charge, the nearest within the tolerance.
+/// The isotope shift between two m/z of one charge with the smallest error within the tolerance.
 std::optional<int> ShiftBetween(double mz, double declared_mz, int charge, double tol_ppm) {
   std::optional<int> nearest;
   double nearest_ppm = tol_ppm;
@@ -109,7 +109,7 @@ std::optional<int> ShiftBetween(double mz, double declared_mz, int charge, doubl
   return nearest;
 }
 
-/// Of another charge only the declared m/z itself counts.
+/// With another charge only the declared m/z itself counts.
 void CompareWithDeclared(const Precursor& declared, double tol_ppm, PrecursorFact& row) {
   const int charge = std::abs(row.m_charge);
   if (charge == 0) return;
@@ -120,7 +120,7 @@ void CompareWithDeclared(const Precursor& declared, double tol_ppm, PrecursorFac
   row.m_ppm = PpmError(row.m_mz, IsotopeMz(declared.m_mz, *shift, charge));
 }
 
-/// Everything of one run but its surveys.
+/// Everything of one run except its surveys.
 class RowReader {
  public:
   RowReader(const RunFiles& files, const RowSettings& settings)
@@ -162,7 +162,7 @@ class RowReader {
     return window;
   }
 
-  /// m/z of the input on the scale of the outputs.
+  /// The m/z of the input on the scale of the outputs.
   [[nodiscard]] Precursor Calibrated(Precursor declared, const ScanWindow& window) const {
     const auto& correction = m_content.Correction();
     if (correction && correction->IsOn())

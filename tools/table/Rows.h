@@ -1,9 +1,9 @@
-// tools/table/Rows.h: the precursors of a finished run, each with what is known of it.
+// tools/table/Rows.h: the precursors of a finished run with all that is known about each.
 // Does:     joins the precursor table of a run with its record, its evidence, the input scans or the
 //           instrument file, and its surveys.
 // Owns:     its rows.
-// Throws:   ReadPrecursorFacts a std::string naming the file, for a text also the line, that cannot be
-//           read or is damaged; SettingsHash nothing.
+// Throws:   ReadPrecursorFacts a std::string naming the file (for text also the line) that cannot
+//           be read or is damaged; SettingsHash nothing.
 // Not here: how the rows are written (table/Text.h). The columns: docs/formats/table.md.
 #pragma once
 
@@ -16,7 +16,7 @@
 
 namespace tarvek::tools {
 
-/// One precursor of one scan. What is not known is empty.
+/// One precursor of one scan. Unknown values are empty.
 struct PrecursorFact {
   std::string m_run;
   std::int32_t m_scan_no = 0;
@@ -42,7 +42,7 @@ struct PrecursorFact {
 
 struct RowSettings {
   std::string
-      m_input_folder;       // of the input scans or the instrument file; empty: beside the outputs
+      m_input_folder;       // of the input scans or the instrument file; empty: next to the outputs
   double m_tol_ppm = 20.0;  // as tarvek's own mass tolerance
 };
 
@@ -50,8 +50,8 @@ struct RowSettings {
 std::vector<PrecursorFact> ReadPrecursorFacts(const std::string& base_path,
                                               const RowSettings& settings);
 
-/// 16 hexadecimal digits that tell different settings apart: FNV-1a (64 bits) over the lines
-/// "KEY\tVALUE\n" of the settings by ascending key; empty for a record without settings.
+/// 16 hexadecimal digits that identify settings: FNV-1a (64 bits) over the lines "KEY\tVALUE\n" of
+/// the settings by ascending key; empty for a record without settings.
 std::string SettingsHash(const RunRecord& record);
 
 }  // namespace tarvek::tools

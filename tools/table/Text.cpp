@@ -66,14 +66,14 @@ constexpr std::array<Column, 20> kColumns = {{
     {"settings_hash", false, [](const PrecursorFact& row) { return row.m_settings_hash; }},
 }};
 
-/// A name may hold anything that a file name may.
+/// A name may hold anything that is allowed in a file name.
 std::string WithoutTabs(std::string text) {
   for (char& c : text)
     if (c == '\t' || c == '\n' || c == '\r') c = ' ';
   return text;
 }
 
-/// Bytes that are no UTF-8 become the replacement character.
+/// Bytes that are not UTF-8 become the replacement character.
 std::string Quoted(const std::string& text) {
   return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
 }

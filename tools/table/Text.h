@@ -13,7 +13,7 @@ namespace tarvek::tools {
 /// The names of the columns with a tab between them, and a line feed.
 std::string TsvHeader();
 
-/// Append one line. What is not known is an empty field, in JSON null.
+/// Append one line. An unknown value is an empty field, in JSON null.
 void AppendTsv(const PrecursorFact& row, std::string& text);
 void AppendJsonLine(const PrecursorFact& row, std::string& text);
 
