@@ -85,7 +85,7 @@ void ExtractVendorFile(const ExtractorOptions& options, VendorKind kind) {
   if (!PathExists(options.m_input)) throw "Cannot open instrument File, Path: " + options.m_input;
   if (kind == VendorKind::kWiff && !FileExists(options.m_input + ".scan"))
     throw options.m_input + ": its spectra are in " + options.m_input +
-        ".scan, which is not beside it";
+        ".scan, which is not next to it";
   const auto converter =
       FindConverter(kind, EnvironmentVariable(TemplateVariable(kind)).value_or(std::string()),
                     EnvironmentVariable("PATH").value_or(std::string()));

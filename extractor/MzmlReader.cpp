@@ -348,7 +348,7 @@ void MzmlReader::StartSpectrum(const XmlAttributes& attributes) {
 
 // The consumer decided about the peaks before this element, without its information.
 void MzmlReader::RefuseBehindArrays(const char* name) const {
-  if (m_wants_peaks) Fail("element " + std::string(name) + " must not be behind the arrays");
+  if (m_wants_peaks) Fail("element " + std::string(name) + " must not come after the arrays");
 }
 
 void MzmlReader::StartScan(const XmlAttributes& attributes) {

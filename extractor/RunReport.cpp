@@ -122,7 +122,7 @@ void RunReport::CountFragment(const ExtractedScan& scan, const OutputScan& outpu
   if (output.m_is_activation_assumed)
     Note("MS2 scans without a declared activation, taken for " + output.m_activation);
   if (output.m_has_several_activations)
-    Note("MS2 scans whose precursors name different activations, of which the first counts");
+    Note("MS2 scans with precursors of different activations; the first counts");
   if (output.m_precursor_scan == 0) Note("MS2 scans without a survey scan before them");
   if (output.m_ions.front().m_charge == 0) Note("MS2 scans without a declared charge");
   if (output.m_ions.size() > 1) Note("MS2 scans with several selected ions");
@@ -197,9 +197,9 @@ void RunReport::PrintAnalysers() {
 
 void RunReport::PrintIfAssumed(const std::string& level, const LevelCounts& counts) {
   if (counts.m_assumed == 0) return;
-  *m_out << "  Warning: nothing tells the analyser of " << counts.m_assumed << " of "
-         << counts.m_written << " MS" << level
-         << " scans, neither the file nor its peaks; FTMS is assumed.\n"
+  *m_out << "  Warning: neither the file nor its peaks give the analyser of " << counts.m_assumed
+         << " of " << counts.m_written << " MS" << level
+         << " scans; FTMS is assumed.\n"
             "  If that is wrong, say it with --analyser ms"
          << level << "=ITMS or the variable TARVEK_ANALYSER.\n";
 }

@@ -72,9 +72,9 @@ class DataPathWalk {
     const std::string format = detectDataPathFormat(path, m_parameters.m_input_format);
     const InputFormat* known = FindInputFormat(format);
     if (known != nullptr) m_parameters.m_input_format = format;
-    if (known != nullptr && known->m_road == InputRoad::kText) {
+    if (known != nullptr && known->m_input_path == InputPath::kText) {
       ForEachFile(path, format, ProcessTextFile);
-    } else if (known != nullptr && known->m_road == InputRoad::kMgf) {
+    } else if (known != nullptr && known->m_input_path == InputPath::kMgf) {
       ForEachFile(path, format, [](UserParameters& parameters) { processMgfFile(parameters); });
     } else {
       const bool goes_on = IsInstrumentFormat(m_parameters.m_input_format);

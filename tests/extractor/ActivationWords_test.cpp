@@ -77,8 +77,7 @@ TEST(ActivationTerms, DeclaresNothingByTheTermForMethodsAsSuch) {
 }
 
 TEST(ActivationTerms, KeepsTheNameOfAMethodWithoutABit) {
-  const ActivationTerms activation =
-      Declared({{1002000, "LIFT"}, {1000045, "collision energy"}});
+  const ActivationTerms activation = Declared({{1002000, "LIFT"}, {1000045, "collision energy"}});
   EXPECT_EQ(activation.Bits(), kActivationOther);
   EXPECT_EQ(activation.OtherName(), "LIFT");
 }

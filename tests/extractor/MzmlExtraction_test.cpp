@@ -153,8 +153,9 @@ TEST(MzmlExtraction, AssumesAFourierAnalyserWhereNothingTellsAnother) {
   EXPECT_EQ(AnalyserWord("unknown"), "FTMS");
   TestScan quadrupole = Survey(1);
   quadrupole.m_scan_attributes = "instrumentConfigurationRef=\"IC4\"";
-  EXPECT_THAT(ExtractScans({quadrupole}).m_report,
-              HasSubstr("Warning: nothing tells the analyser of 1 of 1 MS1 scans"));
+  EXPECT_THAT(
+      ExtractScans({quadrupole}).m_report,
+      HasSubstr("Warning: neither the file nor its peaks give the analyser of 1 of 1 MS1 scans"));
 }
 
 std::string ActivationOf(const std::string& params) {

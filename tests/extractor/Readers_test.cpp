@@ -237,7 +237,7 @@ TEST(MzmlScan, RefusesWhatTheConsumerOfItsPeaksShouldHaveKnown) {
   xml = Replaced(xml, list, "");
   xml.insert(xml.find("</spectrum>"), list);
   EXPECT_THAT(ReadingError(xml),
-              HasSubstr("spectrum \"scan=1\": element precursor must not be behind the arrays"));
+              HasSubstr("spectrum \"scan=1\": element precursor must not come after the arrays"));
 }
 
 bool HasMobility(const std::string& params) {

@@ -114,7 +114,7 @@ class WhileExtracting : public testing::Test {
   }
 
   /// Both input paths write the same bytes and end with the same status.
-  void ExpectSameByBothRoads(const std::string& input, const std::vector<std::string>& more = {}) {
+  void ExpectSameByBothPaths(const std::string& input, const std::vector<std::string>& more = {}) {
     fs::remove_all(Path("here"));
     fs::remove_all(Path("program"));
     const ProcessResult here = RunHere(input, "here", more);
@@ -156,19 +156,19 @@ class WhileExtracting : public testing::Test {
 
 TEST_F(WhileExtracting, WritesWhatTheProgramAndItsFilesGive) {
   WriteFile(Path("run.mzML"), test::Mzml(ScansOfARun(200)));
-  ExpectSameByBothRoads(Path("run.mzML"));
+  ExpectSameByBothPaths(Path("run.mzML"));
   EXPECT_EQ(OutputsIn(Path("here")).count("run.csv"), 1u);
-  ExpectSameByBothRoads(Path("run.mzML"), {"-d", "1"});
+  ExpectSameByBothPaths(Path("run.mzML"), {"-d", "1"});
   EXPECT_THAT(NamesOf(OutputsIn(Path("here"))), Not(Contains("run.ms1")));
-  ExpectSameByBothRoads(Path("run.mzML"), {"-m", "3", "-i", "0"});
-  ExpectSameByBothRoads(Path("run.mzML"), {"-m", "9", "-i", "9"});
+  ExpectSameByBothPaths(Path("run.mzML"), {"-m", "3", "-i", "0"});
+  ExpectSameByBothPaths(Path("run.mzML"), {"-m", "9", "-i", "9"});
   WriteFile(Path("packed.mzML.gz"), test::Gzipped(test::Mzml(ScansOfARun(50))));
-  ExpectSameByBothRoads(Path("packed.mzML.gz"));
+  ExpectSameByBothPaths(Path("packed.mzML.gz"));
 }
 
 TEST_F(WhileExtracting, LeavesTheBinaryPairToTheProgram) {
   WriteFile(Path("run.mzML"), test::Mzml(ScansOfARun(60)));
-  ExpectSameByBothRoads(Path("run.mzML"), {"-b", "1"});
+  ExpectSameByBothPaths(Path("run.mzML"), {"-b", "1"});
 }
 
 TEST_F(WhileExtracting, ReadsEveryRealRunAsTheProgramDoes) {
@@ -181,7 +181,7 @@ TEST_F(WhileExtracting, ReadsEveryRealRunAsTheProgramDoes) {
   if (paths.empty()) GTEST_SKIP() << "no real runs beside the project";
   for (const std::string& path : paths) {
     SCOPED_TRACE(path);
-    ExpectSameByBothRoads(fs::canonical(path));
+    ExpectSameByBothPaths(fs::canonical(path));
   }
 }
 
@@ -197,7 +197,7 @@ TEST_F(WhileExtracting, TurnsToTheFilesWhereTheFileIsSortedByLevel) {
   for (const test::TestScan& scan : ScansOfARun(40, 1000))
     if (!scan.m_precursors.empty()) scans.push_back(scan);
   WriteFile(Path("sorted.mzML"), test::Mzml(scans));
-  ExpectSameByBothRoads(Path("sorted.mzML"));
+  ExpectSameByBothPaths(Path("sorted.mzML"));
   EXPECT_THAT(RunHere(Path("sorted.mzML"), "again").m_out,
               HasSubstr("is extracted as a whole before precursors are determined"));
 }
@@ -207,7 +207,7 @@ TEST_F(WhileExtracting, TurnsToTheFilesWhereNumbersBeginAnew) {
   std::vector<test::TestScan> scans = ScansOfARun(400, 1, 600);
   for (const test::TestScan& scan : ScansOfARun(100, 1)) scans.push_back(scan);
   WriteFile(Path("merged.mzML"), test::Mzml(scans));
-  ExpectSameByBothRoads(Path("merged.mzML"));
+  ExpectSameByBothPaths(Path("merged.mzML"));
 }
 
 // ------------------------------------------------------------ faults

@@ -181,7 +181,7 @@ std::string ManyMgfSpectra(int count) {
 
 // With MGF input there is no table, so a run claims the PF2 file. The first run reads from a pipe
 // that ends when the second one has been tried.
-TEST_F(ProgramTest, OnTheMgfRoadASecondRunEndsWithAnErrorToo) {
+TEST_F(ProgramTest, OnTheMgfPathASecondRunEndsWithAnErrorToo) {
   PlaceTable();
   Write("run.mgf", ManyMgfSpectra(20));
   MakeFolder("in");

@@ -122,7 +122,7 @@ void AddBatchOptions(CLI::App& command, BatchOptions& options) {
   command.add_option("--jobs", options.m_jobs, "Processes at the same time; default: one a core")
       ->check(CLI::Range(1, 1024));
   command.add_option("--tarvek", options.m_program,
-                     "The program to run; default: the one beside this");
+                     "The program to run; default: the one next to this");
   command
       .add_option("--analyser", options.m_analyser,
                   "Analyser of all scans, whatever the files say: FTMS, ITMS, ms2=ITMS, ...")

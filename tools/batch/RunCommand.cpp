@@ -128,7 +128,7 @@ void CheckPlaces(const RunArguments& arguments) {
   if (has_folder == arguments.m_is_beside_input)
     throw CLI::ValidationError("-o DIR", has_folder ? "excludes --beside-input"
                                                     : "is required: the folder of the results; "
-                                                      "--beside-input puts them beside each input");
+                                                      "--beside-input puts them next to each input");
 }
 
 /// The preset's values for settings that are not named, with its isotope table next to the logs.

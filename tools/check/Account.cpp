@@ -173,7 +173,7 @@ void CheckAccount::ReportProfiles(CheckReport& report) const {
                    "Prefer the instrument maker's own peak picking when you convert the raw file.",
                    place);
   else
-    report.Defect("profile", m_path, meaning + ", whose samples would be taken for peaks.",
+    report.Defect("profile", m_path, meaning + "; their samples would be taken for peaks.",
                   "Start from the mzML or raw file, or have the data centroided before.", place);
 }
 
@@ -183,13 +183,14 @@ void CheckAccount::ReportFragments(CheckReport& report) const {
     report.Defect("no-ms2", m_path, "It holds no MS2 scan, so that the outputs would be empty.",
                   "Check that the file is whole and that it was converted with its MS2 scans.");
   else if (m_fragments == 0)
-    report.Defect("nothing-processed", m_path,
-                  "None of its " + std::to_string(all) + " MS2 scans would be processed.",
-                  "See the reasons beside \"left out\" and convert the raw file again if you can.");
+    report.Defect(
+        "nothing-processed", m_path,
+        "None of its " + std::to_string(all) + " MS2 scans would be processed.",
+        "See the reasons next to \"left out\" and convert the raw file again if you can.");
   else if (IsNotable(m_lost_fragments, all))
     report.Warning("ms2-left-out", m_path,
                    ShareText(m_lost_fragments, all, "MS2 scans") + " would not be used.",
-                   "See the reasons beside \"left out\".");
+                   "See the reasons next to \"left out\".");
   if (m_disordered.m_count > 0)
     report.Warning("scan-order", m_path,
                    std::to_string(m_disordered.m_count) +

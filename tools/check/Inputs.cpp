@@ -50,9 +50,8 @@ bool HasBothHalves(CheckReport& report, const std::string& first, const std::str
     std::error_code error;
     if (std::filesystem::exists(path, error)) continue;
     const std::string& other = path == first ? second : first;
-    report.Defect("missing-half", path,
-                  "It is missing beside its other half, and both are needed for a run.",
-                  "Put it beside " + std::string(FileNameOf(other)) + ", under just this name.");
+    report.Defect("missing-half", path, "It is missing, and a run needs both halves.",
+                  "Put it next to " + std::string(FileNameOf(other)) + ", under just this name.");
     return false;
   }
   return true;

@@ -134,7 +134,7 @@ void ReportTitles(CheckReport& report, const std::string& path, const MgfLook& l
   if (look.m_bad_titles.m_count > 0)
     report.Defect("mgf-title", path,
                   ShareText(look.m_bad_titles.m_count, look.m_blocks, "blocks") +
-                      " have a title that tells no scan number.",
+                      " have a title without a scan number.",
                   kTitleAdvice, look.m_bad_titles.Place());
   if (look.m_run.find('.') != std::string::npos)
     report.Warning("dotted-name", path,

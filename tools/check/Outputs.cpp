@@ -81,12 +81,13 @@ class OutputsCheck {
     // Users copy MGF files elsewhere; the other files stay where a run put them.
     const bool is_mgf_alone =
         !m_outputs->m_mgf.empty() && m_outputs->m_pf2.empty() && !m_outputs->m_has_pf1;
-    m_report->Add({is_mgf_alone ? Severity::kWarning : Severity::kDefect,
-                   "no-table",
-                   m_outputs->Path(".csv"),
-                   {},
-                   "The precursor table is missing, which stands only beside complete outputs.",
-                   "Run tarvek again, or put the table beside the other outputs."});
+    m_report->Add(
+        {is_mgf_alone ? Severity::kWarning : Severity::kDefect,
+         "no-table",
+         m_outputs->Path(".csv"),
+         {},
+         "The precursor table is missing; it is there only when all outputs are complete.",
+         "Run tarvek again, or put the table next to the other outputs."});
   }
 
   void CheckTitle(const std::string& path, const std::string& title) {
@@ -101,7 +102,8 @@ class OutputsCheck {
     std::optional<PfContent> content;
     Guarded(ending, [&](const std::string& path) {
       if (!IsThere(path)) {
-        m_report->Defect("pf-data-missing", path, "It is missing beside its index.", kRunAgain);
+        m_report->Defect("pf-data-missing", path, "It is missing, but its index is there.",
+                         kRunAgain);
         return;
       }
       content = CheckPf(*m_report, path);
@@ -290,7 +292,7 @@ class OutputsCheck {
     if (has_pf && !m_outputs->m_has_pf1) Missing(".pf1");
     if (!has_pf && m_outputs->m_mgf.empty() && m_table->m_rows > 0)
       m_report->Note("table-alone", m_outputs->Path(".csv"),
-                     "There are neither MGF nor PF files beside the table.",
+                     "There are no MGF or PF files with the table.",
                      "Nothing needs to be done if the run had -m 0 -p 0 or they were moved.");
   }
 
@@ -306,7 +308,7 @@ class OutputsCheck {
 
   void Missing(const std::string& ending) {
     m_report->Defect("missing-output", m_outputs->Path(ending),
-                     "It is missing beside the other files of its run.", kRunAgain);
+                     "It is missing; the other files of its run are there.", kRunAgain);
   }
 
   void AddItem() {

@@ -86,7 +86,7 @@ std::string IntegerFault(std::string_view key, std::string_view value) {
   if (key == kDataNumber && *number < 0) return "is below 0";
   const auto model = std::ranges::find(kMarsModels, *number, &MarsModel::m_number);
   if (key == "mars_model" && *number != kOtherNumberOfE && model == kMarsModels.end())
-    return "is no model, in whose place tarvek takes model 0";
+    return "is not a model; tarvek takes model 0 instead";
   return "";
 }
 

@@ -28,7 +28,7 @@ struct RepeatedRows {
   void Report(CheckReport& report, const std::string& path) const {
     if (m_count == 0) return;
     const std::string more =
-        m_count > 1 ? " So have " + std::to_string(m_count - 1) + " rows behind it." : "";
+        m_count > 1 ? " So have " + std::to_string(m_count - 1) + " later rows." : "";
     report.Defect("csv-repeated", path,
                   "Scan " + std::to_string(m_first_scan) + " has another row already." + more,
                   kRunOrAskAgain, {std::nullopt, m_first_line});

@@ -65,16 +65,16 @@ const auto& Endings() {
   return kEndings;
 }
 
-FileKind KindOf(InputRoad road) {
-  if (road == InputRoad::kText) return FileKind::kText;
-  if (road == InputRoad::kMgf) return FileKind::kMgf;
-  return road == InputRoad::kXml ? FileKind::kXml : FileKind::kVendor;
+FileKind KindOf(InputPath input_path) {
+  if (input_path == InputPath::kText) return FileKind::kText;
+  if (input_path == InputPath::kMgf) return FileKind::kMgf;
+  return input_path == InputPath::kXml ? FileKind::kXml : FileKind::kVendor;
 }
 
 FileName TakeApart(const std::string& name) {
   FileName file;
   if (const auto [format, ending_size] = FormatOfName(name); format != nullptr)
-    file = {KindOf(format->m_road), name.substr(0, name.size() - ending_size), {}};
+    file = {KindOf(format->m_input_path), name.substr(0, name.size() - ending_size), {}};
   for (const auto& [ending, kind] : Endings()) {
     if (name.size() <= ending.size() || !EndsWithIgnoreCase(name, ending)) continue;
     file.m_kind = kind;
@@ -212,7 +212,7 @@ class TargetFinder {
 
   void TakeVendor(const std::string& path) {
     m_targets->m_vendor_files.insert(path);
-    m_report->Note("vendor-file", path, "What is in it can be told only after its conversion.",
+    m_report->Note("vendor-file", path, "Its contents are known only after conversion.",
                    "Check the .ms1 and .ms2 files that the run makes of it.");
   }
 
@@ -224,7 +224,7 @@ class TargetFinder {
     if (has_spectra || FileExists(base + ".mgf") || FileExists(base + ".csv")) return;
     m_report->Defect("marker", path,
                      "It says that the spectra were extracted, but they are gone, so that the next "
-                     "run stops for want of them.",
+                     "run stops without them.",
                      "Delete it, and the next run extracts them again.");
   }
 

@@ -119,7 +119,7 @@ void ReportLines(CheckReport& report, const std::string& path, const TextLook& l
   if (look.m_commas > 0)
     report.Defect("decimal-comma", path,
                   std::to_string(look.m_commas) +
-                      " peak lines have a decimal comma, behind which their numbers would be cut.",
+                      " peak lines have a decimal comma; their numbers would be cut there.",
                   "Write the numbers with a decimal point.",
                   {std::nullopt, look.m_first_comma_line});
   if (look.m_ends_in_line)

@@ -142,8 +142,8 @@ class XmlAccount final : public extractor::ScanConsumer {
   void ReportAssumed(CheckReport& report) const {
     if (m_assumed == 0) return;
     report.Warning("analyser-assumed", m_path,
-                   "Nothing tells the analyser of " + ShareText(m_assumed, m_used, "scans") +
-                       ", neither the file nor its peaks; FTMS is assumed.",
+                   "Neither the file nor its peaks give the analyser of " +
+                       ShareText(m_assumed, m_used, "scans") + "; FTMS is assumed.",
                    "If that is wrong, say it with --analyser of tarvek-tools run or batch, or with "
                    "the variable TARVEK_ANALYSER, as ITMS or ms2=ITMS.");
   }
@@ -154,7 +154,7 @@ class XmlAccount final : public extractor::ScanConsumer {
           "numbered-by-position", m_path,
           "Its scan numbers do not ascend or are too large, so that every scan gets its "
           "position in the file as its number.",
-          "The .nativeid.tsv file that the run makes says which id each number stands for.");
+          "The .nativeid.tsv file that the run makes says which id each number belongs to.");
     if (m_several_windows > 0)
       report.Note("several-windows", m_path,
                   ShareText(m_several_windows, m_fragments, "MS2 scans") +

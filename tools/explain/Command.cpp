@@ -121,7 +121,7 @@ void AddExplainCommand(CLI::App& app) {
       ->excludes(scan);
   explain
       ->add_option("--input", options->m_run.m_input,
-                   "Folder of the spectra, or the mzML or mzXML file, if not beside the outputs")
+                   "Folder of the spectra, or the mzML or mzXML file, if not next to the outputs")
       ->check(CLI::ExistingPath);
   explain->add_option("-I,--ipv", options->m_run.m_isotope_table,
                       "Table of expected isotope patterns, if another one than tarvek finds");

@@ -70,7 +70,7 @@ void AddFeaturesCommand(CLI::App& app) {
       "features", "Write the candidate precursors of a run with features and labels");
   FeatureTableOptions& table = options->m_table;
   features
-      ->add_option("MS1", table.m_ms1_path, "The .ms1 file of a run; the .ms2 file is beside it")
+      ->add_option("MS1", table.m_ms1_path, "The .ms1 file of a run; the .ms2 file is next to it")
       ->required()
       ->check(CLI::ExistingFile);
   features->add_option("OUT", table.m_out_path, "The table to write, such as run.features.tsv")

@@ -162,11 +162,10 @@ void CheckDecoys(const Collected& collected, const PsmsOptions& options) {
       "none of " + std::to_string(collected.m_contenders.size()) + " matches is a decoy";
   if (options.m_decoy_prefix.empty())
     throw options.m_results.front() + ": " + none +
-        ", whose proteins begin with rev_, DECOY_, XXX_ or decoy_; search with decoys, or name "
-        "their "
-        "beginning with --decoy-prefix";
-  std::cerr << "tarvek-tools: " << none << ", whose proteins begin with " << options.m_decoy_prefix
-            << '\n';
+        " (a protein that begins with rev_, DECOY_, XXX_ or decoy_); search with decoys, or give "
+        "their prefix with --decoy-prefix";
+  std::cerr << "tarvek-tools: " << none << " (a protein that begins with " << options.m_decoy_prefix
+            << ")\n";
 }
 
 /// Writes the rows of the contenders, which are in the order of their numbers.
@@ -274,7 +273,7 @@ void RunPsms(const PsmsOptions& options) {
   Collected collected = Collect(options, precursors);
   CheckDecoys(collected, options);
   if (collected.m_has_decoys)
-    std::cerr << "tarvek-tools: decoys are told by " << MarksText(collected) << '\n';
+    std::cerr << "tarvek-tools: decoys are recognised by " << MarksText(collected) << '\n';
   Compete(collected.m_contenders);
   AssignQValues(collected.m_contenders, options.Estimate());
   Counts counts;

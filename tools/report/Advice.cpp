@@ -205,7 +205,7 @@ void AdviseCoElution(const RunReport& report, std::vector<Advice>& advice) {
   if (SettingOf(report, "co-elute") == "0")
     advice.push_back({"co-elution", "-C 1",
                       "The run takes one precursor for each scan (-C 0); those that were isolated "
-                      "beside it are not reported."});
+                      "with it are not reported."});
 }
 
 void AdviseCalibration(const RunReport& report, std::vector<Advice>& advice) {

@@ -199,7 +199,7 @@ void AddReportCommand(CLI::App& app) {
       ->check(CLI::ExistingDirectory);
   report
       ->add_option("-W,--isolation-width", options->m_isolation_width,
-                   "Width of the isolation window in m/z; without it the record tells it, else 2")
+                   "Width of the isolation window in m/z; default: from the record of the run, else 2")
       ->check(PositiveReal());
   AddTolerance(*report, options->m_settings.m_tol_ppm,
                "Largest m/z difference of peaks that belong together, ppm");

@@ -194,7 +194,7 @@ constexpr std::array<FindingTexts, 7> kFindings = {{
      "scans.",
      JudgeIsotopes},
     {"charges", "Declared against determined charge",
-     "No declared precursor has a determined one beside it.",
+     "No scan has both a declared and a determined precursor.",
      "Nearly all scans lie on the diagonal. Converters write 2 where the instrument knew no "
      "charge, so a declared 2 moves more often than others.",
      "Whole rows off the diagonal: the declared charges are placeholders (allow for it in the "
@@ -226,7 +226,7 @@ constexpr std::array<FindingTexts, 7> kFindings = {{
      "(see below). MS2 scans without current: noise was fragmented.",
      JudgeCurrent, true},
     {"left-out", "Scans left out",
-     "Neither the input (.ms2 or .mscsv beside the outputs, or --input) nor the numbers of the "
+     "Neither the input (.ms2 or .mscsv next to the outputs, or --input) nor the numbers of the "
      "surveys (.pf1) are there.",
      "None, or a few spread over the run.",
      "All of one kind: the activation or analyser is not one that tarvek processes, which the "

@@ -133,10 +133,10 @@ std::string SummaryOf(std::span<const ReportFinding> findings,
   if (!changes.empty()) text += (text.empty() ? "" : " ") + changes;
   if (text.empty())
     text = advice.empty()
-               ? "Nothing stands out."
+               ? "Nothing unusual."
                : "No picture asks for a look, but the input does not declare its isolation width: "
                  "compare -W with the method.";
-  if (!missing.empty()) text += " Not drawn for want of data: " + Listed(missing) + ".";
+  if (!missing.empty()) text += " Not drawn, no data: " + Listed(missing) + ".";
   return text;
 }
 
@@ -197,7 +197,7 @@ std::string SettingsText(const RunReport& report) {
   if (report.m_declared_centres)
     text +=
         " Without the input the centres of the isolation windows are unknown: the declared m/z "
-        "stands for them.";
+        "is used instead.";
   const std::int64_t without_precursor = report.m_undeclared - report.m_without_charge;
   if (without_precursor > 0)
     text += " " + GroupedNumber(static_cast<double>(without_precursor), 0) +
@@ -567,7 +567,7 @@ std::string BatchSummary(std::span<const BatchRun> runs) {
   return std::to_string(runs.size()) + (runs.size() == 1 ? " run; " : " runs; ") +
          std::to_string(look) + " with something worth a look, " + std::to_string(failed) +
          " without a report." + defects +
-         " \u25b2 marks a figure that stands out from the other runs.";
+         " \u25b2 marks a figure that differs from the other runs.";
 }
 
 }  // namespace
@@ -631,7 +631,7 @@ std::string UnfinishedPage(const std::string& name) {
       "The run did not finish",
       Verdict::kDefect,
       "Its table still ends in _unfinished: the run was stopped before its end, or is still going "
-      "on. What lies beside that table is cut somewhere.",
+      "on. The files next to that table are incomplete.",
       "The table has its own name.",
       "Run tarvek again with the same command: it processes this input from the start."};
   return PageStart(name + " \u2013 tarvek report") + "<header>" + Element("h1", name) +

@@ -14,7 +14,7 @@
 
 namespace tarvek {
 
-enum class InputRoad {
+enum class InputPath {
   kText,   // its spectra are read directly
   kMgf,    // only rewritten
   kXml,    // its extractor reads the file itself
@@ -23,19 +23,19 @@ enum class InputRoad {
 
 struct InputFormat {
   std::string_view m_word;  // the value of input_format; after a dot, the extension of the files
-  InputRoad m_road;
+  InputPath m_input_path;
   std::string_view m_extractor;      // empty where none is needed
   std::string_view m_packed_ending;  // of files packed with gzip that are read directly
 };
 
 /// In the order in which messages list them.
 inline constexpr std::array<InputFormat, 6> kInputFormats = {{
-    {"ms1", InputRoad::kText, "", ""},
-    {"mgf", InputRoad::kMgf, "", ""},
-    {"raw", InputRoad::kVendor, "morvex_raw.exe", ""},
-    {"wiff", InputRoad::kVendor, "morvex_wiff.exe", ""},
-    {"mzxml", InputRoad::kXml, "morvex_xml.exe", ".mzxml.gz"},
-    {"mzml", InputRoad::kXml, "morvex_xml.exe", ".mzml.gz"},
+    {"ms1", InputPath::kText, "", ""},
+    {"mgf", InputPath::kMgf, "", ""},
+    {"raw", InputPath::kVendor, "morvex_raw.exe", ""},
+    {"wiff", InputPath::kVendor, "morvex_wiff.exe", ""},
+    {"mzxml", InputPath::kXml, "morvex_xml.exe", ".mzxml.gz"},
+    {"mzml", InputPath::kXml, "morvex_xml.exe", ".mzml.gz"},
 }};
 
 /// The same for people: the words of `tarvek-tools run --format`, two of its texts, and a list for

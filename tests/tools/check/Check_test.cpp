@@ -594,7 +594,7 @@ TEST(CheckTable, RepeatedRowsAreOneFindingWithTheirNumber) {
   ASSERT_THAT(Codes(report), ElementsAre("csv-repeated"));
   EXPECT_EQ(report.Findings().front().m_place.m_line, 4);
   EXPECT_EQ(report.Findings().front().m_meaning,
-            "Scan 7 has another row already. So have 3 rows behind it.");
+            "Scan 7 has another row already. So have 3 later rows.");
 }
 
 TEST(CheckPaths, ABaseNameStandsForTheFilesOfOneRun) {

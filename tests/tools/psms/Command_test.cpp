@@ -204,7 +204,7 @@ TEST_F(PsmsCommand, TellsIsotopesFromMassErrors) {
 TEST_F(PsmsCommand, SaysOnceWhatMarksDecoysAndWhyAShortRunGivesNothing) {
   const test::ConsoleText console = RunPsms({Write("r.txt", kTwoBlocks)});
   EXPECT_EQ(console.m_err,
-            "tarvek-tools: decoys are told by DECOY_\n"
+            "tarvek-tools: decoys are recognised by DECOY_\n"
             "tarvek-tools: nothing is accepted at a rate of 0.01, which takes at least 100 targets "
             "above the first decoy; for a short run try --no-plus-one\n");
   EXPECT_EQ(console.m_out,
@@ -299,7 +299,7 @@ TEST_F(PsmsCommand, RefusesWhatItCannotCount) {
   std::string without = kTwoBlocks;
   without.replace(without.find("DECOY_"), 6, "other_");
   EXPECT_THAT(MessageOf([&] { RunPsms({Write("d.txt", without)}); }),
-              HasSubstr("none of 3 matches is a decoy, whose proteins begin with rev_"));
+              HasSubstr("none of 3 matches is a decoy (a protein that begins with rev_"));
   EXPECT_THAT(MessageOf([&] { RunPsms({result, result}); }), HasSubstr("is given twice"));
   EXPECT_THAT(MessageOf([&] {
                 RunPsms({result, Write("f.tsv", kPlaces)});
@@ -318,7 +318,7 @@ TEST_F(PsmsCommand, ASearchWithNamedDecoysMayFindNone) {
   const test::ConsoleText console =
       RunPsms({Write("r.txt", kTwoBlocks), "--decoy-prefix", "##", "--no-plus-one", "--json"});
   EXPECT_EQ(console.m_err,
-            "tarvek-tools: none of 3 matches is a decoy, whose proteins begin with ##\n");
+            "tarvek-tools: none of 3 matches is a decoy (a protein that begins with ##)\n");
   EXPECT_EQ(json::parse(console.m_out)["matches"], 3);
 }
 

@@ -47,7 +47,7 @@ TEST(WhatToChange, NamesTheWidthThatTheInputDeclares) {
   report.m_declared_widths = {{"4.00", 100}};
   EXPECT_EQ(WhatOf(report, "width"), "-W 4");
   const std::string page = RunPage(report);
-  EXPECT_THAT(page, Not(HasSubstr("Nothing stands out")));
+  EXPECT_THAT(page, Not(HasSubstr("Nothing unusual")));
   EXPECT_THAT(page, HasSubstr("<strong><code>-W</code> 4</strong>"));
 }
 
@@ -57,7 +57,7 @@ TEST(WhatToChange, SaysThatTheWidthIsNotKnown) {
   report.m_declared_widths.clear();
   report.m_isolation_width = 1.0;
   EXPECT_TRUE(WhatOf(report, "width-unknown").has_value());
-  EXPECT_THAT(RunPage(report), Not(HasSubstr("Nothing stands out.")));
+  EXPECT_THAT(RunPage(report), Not(HasSubstr("Nothing unusual.")));
 }
 
 TEST(WhatToChange, NamesSeveralWidthsOfOneRun) {

@@ -158,7 +158,7 @@ TEST_F(ReportCommand, CallsARunThatExportedNothingADefect) {
   EXPECT_EQ(run["isolation_width_source"], "as the record says");
   const std::string page = ReadFile(m_directory / "run.report.html");
   EXPECT_THAT(page, HasSubstr("300 analyser not known, 21 no peaks"));
-  EXPECT_THAT(page, testing::Not(HasSubstr("Nothing stands out")));
+  EXPECT_THAT(page, testing::Not(HasSubstr("Nothing unusual")));
 }
 
 TEST_F(ReportCommand, NamesARecordThatIsDamaged) {
@@ -247,7 +247,7 @@ TEST_F(ReportCommand, NamesTheWidthThatTheFileDeclaresAndNeverCallsTheRunUsual) 
   EXPECT_EQ(narrow["advice"][0]["id"], "width");
   EXPECT_EQ(narrow["advice"][0]["what"], "-W 4");
   const std::string page = ReadFile(m_directory / "out1/run.report.html");
-  EXPECT_THAT(page, testing::Not(HasSubstr("Nothing stands out")));
+  EXPECT_THAT(page, testing::Not(HasSubstr("Nothing unusual")));
   EXPECT_THAT(page.substr(page.find("What to change next")), HasSubstr("<code>-W</code> 4"));
   const std::string batch = ReadFile(m_directory / "out1/tarvek_report.html");
   EXPECT_THAT(batch.substr(batch.find("What to change next")), HasSubstr("<code>-W</code> 4"));
