@@ -16,7 +16,7 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
 
-/// A run of 100000 scans with all there is.
+/// A run of 100000 scans with all data.
 RunReport LargeReport() {
   std::mt19937 random(1);
   RunReport report;
@@ -157,7 +157,7 @@ TEST(ReportFindings, AskForALookWhereALimitIsPassed) {
   EXPECT_EQ(VerdictOf(report, "left-out"), Verdict::kUsual);
 }
 
-/// A run of which one figure lies just inside a limit, and just outside it.
+/// A run with one figure just inside a limit, and just outside it.
 struct LimitCase {
   const char* m_name;
   const char* m_finding;
