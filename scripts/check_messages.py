@@ -3,19 +3,21 @@
 
     scripts/check_messages.py [ROOT]
 
-In src/ and extractor/ a message is a string literal with a blank in it. In tools/, whose literals are texts of reports and helps for the most
-part, it is one in a statement that begins with throw, or a call of Fail or SayError. Adjacent literals are one.
-Parts between escape sequences are looked for one by one, since the page shows only what a user sees. The page may
-shorten a message: after twelve characters or more, " ..." takes the place of the rest of its expression. Literals that
-are no messages (parameter template, table headers, formats) are listed below; a listed one that no longer exists
-is an error, too.
+In src/ and extractor/ a message is a string literal with a blank in it. In tools/, where most
+literals are texts of reports and helps, it is one in a statement that begins with throw, or a call
+of Fail or SayError. Adjacent literals are one. Parts between escape sequences are searched one by
+one, since the page shows only what a user sees. The page may shorten a message: after twelve
+characters or more, " ..." takes the place of the rest of its expression. Literals that are no
+messages (parameter template, table headers, formats) are listed below; a listed one that no longer
+exists is an error, too.
 """
 import re
 import sys
 from pathlib import Path
 
-# Files whose texts are explained elsewhere or are words of instrument files: parameter template, headers of text
-# spectra, makers' names; elements of mzML and mzXML, words for analysers and arrays, models of instruments.
+# Files with texts that are explained elsewhere or are words of instrument files: parameter
+# template, headers of text spectra, makers' names; elements of mzML and mzXML, words for analysers
+# and arrays, models of instruments.
 OTHER_FILES = {"src/UserParameters/ParameterText.cpp", "src/IO/MsTextWriter.cpp", "src/Utils/ProductTexts.h",
                "extractor/XmlElements.cpp", "extractor/InstrumentTerms.cpp",
                "extractor/InstrumentModels.cpp"}
@@ -36,14 +38,14 @@ LITERAL = r'"(?:[^"\\\n]|\\.)*"'
 PARTS = rf"//[^\n]*|/\*.*?\*/|'(?:[^'\\]|\\.)'|{LITERAL}(?:\s*{LITERAL})*"
 STATEMENT_ENDS = ";{}"
 EXPRESSION_ENDS = ",?:"  # unless inside a call or parentheses that are part of it
-ENDS_AND_PARENTHESES = f"::|[{STATEMENT_ENDS}{EXPRESSION_ENDS}()]"  # "::" ends nothing
+ENDS_AND_PARENTHESES = f"::|[{STATEMENT_ENDS}{EXPRESSION_ENDS}()]"  # "::" does not end it
 COMMENT_OR_LITERALS = re.compile(f"{PARTS}|{ENDS_AND_PARENTHESES}", re.S)
 WORDS = ("throw", "Fail", "SayError")
 RAISING = re.compile(rf"{PARTS}|\b(?:{'|'.join(WORDS)})\b|{ENDS_AND_PARENTHESES}", re.S)
 
 
 def tokens_of(pattern, source):
-    """What pattern finds in C++ text without its directives and raw literals."""
+    """All matches of pattern in C++ text without directives and raw literals."""
     source = re.sub(r"(?m)^\s*#.*$", "", source)
     return pattern.findall(re.sub(r'\bR"([^(\s]*)\(.*?\)\1"', '""', source, flags=re.S))
 
@@ -72,8 +74,8 @@ def expressions_of(source):
 
 
 def thrown_expressions_of(source):
-    """Those between a word that raises or prints an error and the end of the statement; none of a definition,
-    whose words end at a brace."""
+    """The literals between a word that raises or prints an error and the end of the statement; none
+    in a definition, which ends at a brace."""
     is_raising = False
 
     def is_kept(token):
@@ -85,7 +87,8 @@ def thrown_expressions_of(source):
 
 
 def parts_of(literal):
-    """What of a literal the page must hold; a colon may part it from the path before it."""
+    """The part of a literal that the page must hold; a colon may separate it from the path before
+    it."""
     parts = [" ".join(part.split()).strip(": ") for part in re.split(r"\\[ntr]", literal.replace('\\"', '"'))]
     return [part for part in parts if len(re.findall("[A-Za-z]", part)) >= 4]
 
@@ -102,7 +105,8 @@ def messages_of(sources, expressions=expressions_of):
 
 
 def is_shortened_in(page, part):
-    """Whether the page has the first words of part, twelve characters or more, and " ..." in place of the others."""
+    """Whether the page has the first words of part, twelve characters or more, and " ..." instead
+    of the rest."""
     words = part.split()
     beginnings = (" ".join(words[:n]) for n in range(1, len(words) + 1))
     return any(len(beginning) >= 12 and beginning + " ..." in page for beginning in beginnings)
