@@ -1,4 +1,4 @@
-"""The sample sheet: which files are processed, under which names, with which settings."""
+"""The sample sheet: files to process, with names and settings."""
 import csv
 import dataclasses
 import math
@@ -8,7 +8,7 @@ from pathlib import Path
 REQUIRED = ("sample", "file")
 OPTIONAL = ("isolation_width", "charge_range", "faims", "fasta")
 
-# Of samples. No - in front, where programs would take it for an option.
+# Names of samples. No - in front, which programs would read as an option.
 NAME = "[A-Za-z0-9_][A-Za-z0-9_-]*"
 
 # Ending in lower case -> which extractor reads it.
@@ -23,7 +23,7 @@ ACTIVATIONS = ("HCD", "CID", "ETD", "ETHCD", "ETCID")
 class Sample:
     name: str
     file: str  # absolute path
-    ending: str  # as the file has it
+    ending: str  # as in the file
     kind: str  # xml, raw or wiff
     isolation_width: float
     charge_range: str
@@ -60,7 +60,7 @@ def settings_of(row, where, config):
 
 
 def settings_options(row, width, charges, config):
-    """What decides on width and charges: the sheet; else what auto and the preset choose, and without them the
+    """The source of width and charges: the sheet; else what auto and the preset choose; else the
     configuration."""
     options = ["--auto"] if config["auto"] else []
     said = preset_keys(config)
@@ -86,7 +86,7 @@ def preset_keys(config):
 
 
 def extraction_environment(config):
-    """What the extractor is told through its environment, as the shell takes it in front of a command."""
+    """The environment variables for the extractor, as shell text in front of a command."""
     analyser, activation = (str(config[key] or "").strip() for key in ("analyser", "activation"))
     if analyser and not re.fullmatch(ANALYSER, analyser):
         raise SystemExit(f"analyser is '{analyser}' and not FTMS, ITMS or like ms1=FTMS,ms2=ITMS")
@@ -97,7 +97,8 @@ def extraction_environment(config):
 
 
 def joint_environment(config):
-    """TARVEK_JOINT=P in front of a command, where the configuration asks for the joint determination."""
+    """TARVEK_JOINT=P in front of a command, when the configuration asks for the joint
+    determination."""
     text = str(config["joint"] if config["joint"] is not None else "").strip()
     if not text:
         return ""
