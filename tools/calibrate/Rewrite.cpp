@@ -30,7 +30,7 @@ constexpr std::string_view kFieldEnd = ", ";
 
 using FileList = std::vector<std::unique_ptr<UnfinishedFile>>;
 
-/// Writes everything anew under temporary names.
+/// Writes all files again under temporary names.
 class Rewriter {
  public:
   Rewriter(const OutputFiles& files, const Calibration& calibration)
