@@ -615,7 +615,7 @@ Checked CheckIn(const TemporaryDirectory& directory, const std::string& name = {
   return checked;
 }
 
-// tarvek takes .ms1 in any case, and .ms2 in lower case.
+// tarvek accepts .ms1 in any case, but .ms2 only in lower case.
 TEST(CheckPaths, EndingsInUpperCaseAreTakenAsARunTakesThem) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.MS1", kSurveyText);

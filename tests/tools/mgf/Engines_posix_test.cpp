@@ -47,7 +47,7 @@ std::string PlaceInRun(const std::string& title) {
   return parts.str(1) + "." + parts.str(2) + "." + parts.str(3);
 }
 
-/// A simulated run whose name has dots, its copy without dots, and the proteins of its peptides.
+/// A simulated run with dots in its name, its copy without dots, and the proteins of its peptides.
 class MgfEnginesTest : public testing::Test {
  protected:
   void PrepareRuns() {

@@ -163,7 +163,7 @@ TEST(RunReport, ComparesAllPrecursorsThatTheInputDeclaresWithThoseOfTheTable) {
   WriteFile(directory / "hand.ms2", input);
   const RunReport report = ReportOf(directory);
   EXPECT_EQ(report.m_kept, 1);
-  EXPECT_EQ(report.m_by_shift[ShiftPlace(0)], 1);  // of two declared one was determined anew
+  EXPECT_EQ(report.m_by_shift[ShiftPlace(0)], 1);  // one of two declared ones was determined again
   ASSERT_EQ(report.m_ppm.size(), 1u);
   EXPECT_EQ(report.m_ppm[0].m_rt_s, 63.0);
 }

@@ -48,7 +48,7 @@ RunReport LargeReport() {
   return report;
 }
 
-/// Scans over 1000 seconds, 50 apart but for one pause.
+/// Scans over 1000 seconds, 50 apart except for one pause.
 std::vector<double> SteadyTimes(double pause_s) {
   std::vector<double> times = {0.0, pause_s};
   for (double rt_s = 150.0; rt_s <= 1000.0; rt_s += 50.0) times.push_back(rt_s);
