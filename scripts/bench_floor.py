@@ -7,7 +7,7 @@ BASE.ms1 and BASE.ms2 are a run, IPV is the isotope table (data/IPV.txt). IO_FLO
 reads the same files, converts every number and writes outputs of the same shape, without any
 decision; it is called as IO_FLOOR BASE OUTDIR PRECURSORS_PER_SCAN and prints "... total SECONDS s".
 Without it, only tarvek is timed. Prints each pair, the medians, their ratio, and the peak memory
-beside the limit of 64 MB + 24 bytes for each survey peak (all surveys of runs below 10,000).
+with its limit of 64 MB + 24 bytes for each survey peak (all surveys of runs below 10,000).
 """
 import argparse
 import os

@@ -3,9 +3,10 @@
 
     scripts/dialects.py BIN DATA WORK [--only WORD] [--list]
 
-BIN holds tarvek and the extractors, DATA the runs as NAME.mzML.gz or NAME.mzXML.gz, WORK is made anew. Needs msconvert
-(Debian's libpwiz-tools) and FileConverter (Debian's topp). Prints a table: a row for each way of writing, summed over
-all runs. The exit status is 1 when a scan is missing or has other precursors and the spectra give no reason for it.
+BIN holds tarvek and the extractors, DATA the runs as NAME.mzML.gz or NAME.mzXML.gz, WORK is created
+again. Needs msconvert (Debian's libpwiz-tools) and FileConverter (Debian's topp). Prints a table: a
+row for each way of writing, summed over all runs. The exit status is 1 when a scan is missing or
+has other precursors and the spectra give no reason for it.
 
 A scan of a copy is matched with that of the original by retention time and m/z of the declared precursor, in file order.
 It is "equal" when its precursors have the same charges and m/z within 2 ppm. Otherwise its reason is the first

@@ -4,11 +4,11 @@
     scripts/load.py TARVEK TARVEK_TOOLS WORKDIR [--scans N] [--files N] [--table IPV]
 
 Simulates the input into WORKDIR, which is emptied first and removed at the end, and prints for each run the wall
-time, the peak memory and the most files open at once (from /proc, looked up every few milliseconds), the latter also
-for the first and the last fifth of a run over many files: it must not grow with their number. Of the run with a broken
-file it checks that the message names it, that everything before it is finished, and that a second
-run, after the file is fixed, skips what is finished and does the rest. Ends with status 1 when any
-of this does not hold.
+time, the peak memory and the most files open at once (from /proc, read every few milliseconds), the
+latter also for the first and the last fifth of a run over many files: it must not grow with their
+number. Of the run with a broken file it checks that the message names it, that everything before it
+is finished, and that a second run, after the file is fixed, skips what is finished and does the
+rest. Ends with status 1 when any of this does not hold.
 """
 import argparse
 import hashlib

@@ -5,8 +5,8 @@ Usage: train.py BIN OUT
   BIN  folder with tarvek-tools
   OUT  working folder: simulated runs, feature tables, and the tables in OUT/tables
 
-Tables whose numbers differ from those in src/precursor are copied there. Seeds and sizes are below, the
-settings of the runs in profiles.tsv, terms and features of the models in models.tsv.
+Tables with other numbers than those in src/precursor are copied there. Seeds and sizes are below,
+the settings of the runs in profiles.tsv, terms and features of the models in models.tsv.
 """
 import datetime
 import os
