@@ -127,6 +127,7 @@ def q_values(matches):
 
 
 def accepted(matches, fdr):
-    """The targets among the matches whose q-value is at most fdr. matches: one a scan, in any order."""
+    """The targets among the matches with a q-value of at most fdr. matches: one per scan, in any
+    order."""
     ranked = sorted(matches, key=e_value)
     return [match for match, share in zip(ranked, q_values(ranked)) if share <= fdr and not is_decoy(match)]
