@@ -3,13 +3,12 @@
 
     scripts/check_messages.py [ROOT]
 
-In src/ and extractor/ a message is a string literal with a blank in it. In tools/, where most
-literals are texts of reports and helps, it is one in a statement that begins with throw, or a call
-of Fail or SayError. Adjacent literals are one. Parts between escape sequences are searched one by
-one, since the page shows only what a user sees. The page may shorten a message: after twelve
-characters or more, " ..." takes the place of the rest of its expression. Literals that are no
-messages (parameter template, table headers, formats) are listed below; a listed one that no longer
-exists is an error, too.
+In src/ and extractor/ a message is a string literal with a blank in it. In tools/, whose literals are texts of reports and helps for the most
+part, it is one in a statement that begins with throw, or a call of Fail or SayError. Adjacent literals are one.
+Parts between escape sequences are looked for one by one, since the page shows only what a user sees. The page may
+shorten a message: after twelve characters or more, " ..." takes the place of the rest of its expression. Literals that
+are no messages (parameter template, table headers, formats) are listed below; a listed one that no longer exists
+is an error, too.
 """
 import re
 import sys
@@ -87,8 +86,7 @@ def thrown_expressions_of(source):
 
 
 def parts_of(literal):
-    """The part of a literal that the page must hold; a colon may separate it from the path before
-    it."""
+    """What of a literal the page must hold; a colon may part it from the path before it."""
     parts = [" ".join(part.split()).strip(": ") for part in re.split(r"\\[ntr]", literal.replace('\\"', '"'))]
     return [part for part in parts if len(re.findall("[A-Za-z]", part)) >= 4]
 
@@ -105,8 +103,7 @@ def messages_of(sources, expressions=expressions_of):
 
 
 def is_shortened_in(page, part):
-    """Whether the page has the first words of part, twelve characters or more, and " ..." instead
-    of the rest."""
+    """Whether the page has the first words of part, twelve characters or more, and " ..." in place of the others."""
     words = part.split()
     beginnings = (" ".join(words[:n]) for n in range(1, len(words) + 1))
     return any(len(beginning) >= 12 and beginning + " ..." in page for beginning in beginnings)

@@ -23,7 +23,7 @@ HEK = "hek293-velos/BottomUpSnips_prunedDb.xml.gz"
 K13 = "lowinput-k13/HumanFastaSlice.fasta.gz"
 MOUSE = "mm-example/mouse-10.xml.gz"
 BSA = "bsa-orbixl/bsa.fasta.gz"
-# For each run its file, the width of its isolation window and its proteins.
+# Of each run its file, the width of its isolation window and its proteins.
 RUNS = (("hek293-velos/HEK293_2_16173.mzML", "4", (HEK,)),
         ("hek293-velos/HEK293_4_11989.mzML", "4", (HEK,)),
         ("yeast-velos/SmallCalibratible_Yeast.mzML", "3", ("yeast-velos/yeast_uniprot_120226.fasta.gz",)),

@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The lines of the log in text with '/' instead of '\\': expected paths have '/'.
+/// The lines of the log in text with '/' in place of '\\': expected paths are written with '/'.
 std::string LogWithSlashes(const std::string& text) {
   std::string result;
   for (std::size_t at = 0; at < text.size();) {

@@ -35,7 +35,7 @@ def settings_of(mgf, threads=0, precursor_ppm=20.0, isotope_error=0):
 
 
 def write_parameters(path, settings):
-    """Comet's own template, which stays next to it, with the given settings."""
+    """Comet's own template, which stays beside it, with the given settings."""
     subprocess.run(["comet-ms", "-p"], cwd=path.parent, check=True, stdout=subprocess.DEVNULL)
     text = (path.parent / "comet.params.new").read_text()
     for key, value in settings.items():

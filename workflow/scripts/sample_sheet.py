@@ -60,7 +60,7 @@ def settings_of(row, where, config):
 
 
 def settings_options(row, width, charges, config):
-    """The source of width and charges: the sheet; else what auto and the preset choose; else the
+    """What decides on width and charges: the sheet; else what auto and the preset choose, and without them the
     configuration."""
     options = ["--auto"] if config["auto"] else []
     said = preset_keys(config)
@@ -86,7 +86,7 @@ def preset_keys(config):
 
 
 def extraction_environment(config):
-    """The environment variables for the extractor, as shell text in front of a command."""
+    """What the extractor is told through its environment, as the shell takes it in front of a command."""
     analyser, activation = (str(config[key] or "").strip() for key in ("analyser", "activation"))
     if analyser and not re.fullmatch(ANALYSER, analyser):
         raise SystemExit(f"analyser is '{analyser}' and not FTMS, ITMS or like ms1=FTMS,ms2=ITMS")
@@ -97,8 +97,7 @@ def extraction_environment(config):
 
 
 def joint_environment(config):
-    """TARVEK_JOINT=P in front of a command, when the configuration asks for the joint
-    determination."""
+    """TARVEK_JOINT=P in front of a command, where the configuration asks for the joint determination."""
     text = str(config["joint"] if config["joint"] is not None else "").strip()
     if not text:
         return ""
