@@ -166,8 +166,8 @@ ChargeChoice ChooseByDeclared(const InputLook& look) {
   return choice;
 }
 
-/// tarvek stops at a candidate with a mass beyond the isotope table. Candidates lie up to the edge
-/// of the window.
+/// tarvek stops at a candidate with a mass beyond the isotope table. Candidates reach up to the
+/// edge of the window.
 void KeepWithinTable(const InputLook& look, ChargeChoice& choice) {
   const double width_mz = look.m_widths.empty()
                               ? UserParameters().m_isolation_width

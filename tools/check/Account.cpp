@@ -242,7 +242,7 @@ void CheckAccount::ReportCharges(CheckReport& report, const RunSettings& setting
                   (is_most ? "." : ", if these ions matter to you.")});
 }
 
-// Candidates lie up to the edge of the window.
+// Candidates reach up to the edge of the window.
 double CheckAccount::HighestCandidateMz(const RunSettings& settings) const {
   double width_mz = settings.m_isolation_width;
   if (!m_widths.empty())
