@@ -110,8 +110,8 @@ def labels_of_simulated(table):
 
 
 def pool(tables, real_share=None):
-    """Features, labels and weights of several runs. Real and simulated ones share the weight as real_share
-    (REAL_SHARE unless given) says; their sum is the number of rows."""
+    """Features, labels and weights of several runs. real_share (by default REAL_SHARE) divides the
+    weight between real and simulated ones; the weights add up to the number of rows."""
     real_share = REAL_SHARE if real_share is None else real_share
     parts = [labels_of_simulated(table) if table.identified is None else labels_of_real(table) for table in tables]
     labels, weights = (np.concatenate(columns) for columns in zip(*parts))
@@ -161,7 +161,7 @@ def probability(model, features):
 
 
 def rounded_threshold(threshold, column):
-    """A threshold with nine digits where that parts the values as the whole number does."""
+    """A threshold with nine digits, if that separates the values like the full number."""
     rounded = nine_digits(threshold)
     return rounded if np.array_equal(column <= rounded, column <= threshold) else float(threshold)
 
@@ -215,8 +215,8 @@ def fit(tables, real_share=None):
 
 
 def models_without(tables, groups, real_share=None, folds=0):
-    """For each table the model that was fitted without its group. folds: leaves out so many sets of groups instead of
-    each group alone, which takes less time; 0 for each alone."""
+    """For each table the model fitted without its group. folds: leaves out this many sets of groups
+    instead of each group alone, to save time; 0: each alone."""
     order = sorted(set(groups), key=groups.index)
     fold = [order.index(group) % (folds or len(order)) for group in groups]
     models = {}

@@ -1,4 +1,4 @@
-"""Where the programs of tarvek are installed."""
+"""The paths of tarvek's installed programs."""
 import dataclasses
 import shutil
 from pathlib import Path

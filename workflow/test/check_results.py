@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compares the workflow's results for simulated runs with their truth: check_results.py RESULTS DATA
+"""Compares the results for simulated runs with their truth: check_results.py RESULTS DATA
 
 In each sample at least 90 % of the scans must be identified, and at least 95 % of the matches must
 have a peptide that was isolated in their scan. Isoleucine and leucine count as equal.
