@@ -1,4 +1,4 @@
-// Clustering MS2 scans beside reading them: the time of the one over that of the other.
+// Clustering MS2 scans: its time divided by the time of reading them.
 //
 //   Clustering_bench [SCANS]     default 100,000 simulated MS2 scans
 #include <unistd.h>

@@ -8,7 +8,7 @@
 namespace tarvek::bench {
 namespace {
 
-// Share of the scans of which at least this much must get a precursor; the run is easy enough.
+// At least this share of the scans must get a precursor; the run is easy enough.
 constexpr double kMinDeterminedShare = 0.8;
 constexpr double kThreshold = 0.3;  // probability of the joint determination
 
@@ -18,7 +18,7 @@ UserParameters Parameters() {
   return parameters;
 }
 
-/// Times determine, which tells whether a scan got a precursor, on all scans of the run.
+/// Times determine on all scans of the run; it returns whether a scan got a precursor.
 template <class Determine>
 void MeasureScans(benchmark::State& state, const Determine& determine) {
   const BenchRun& run = SharedRun();

@@ -1,5 +1,5 @@
-// Reading .ms1 and .ms2 text and .msb files, in bytes and peaks per second; the last beside a plain read of
-// the same file into memory.
+// Reading .ms1 and .ms2 text and .msb files, in bytes and peaks per second; .msb is compared with a
+// plain read of the file into memory.
 #include <benchmark/benchmark.h>
 
 #include <filesystem>
@@ -66,7 +66,7 @@ void BM_ReadMsb(benchmark::State& state) {
 }
 BENCHMARK(BM_ReadMsb)->Unit(benchmark::kMillisecond);
 
-// Into memory that is fresh, as whoever keeps the file would have it.
+// Into fresh memory, as for a program that keeps the file.
 void BM_ReadPlain(benchmark::State& state) {
   const std::string path = SharedFiles() + "/run.msb";
   const auto size = std::filesystem::file_size(path);

@@ -1,5 +1,5 @@
 // Any bytes, cut at each NUL, as the arguments of the program. Directories are replaced, so that an
-// input reaches nothing outside the scratch directory.
+// input cannot reach files outside the scratch directory.
 #include "CommandLine.h"
 
 #include "FuzzSupport.h"

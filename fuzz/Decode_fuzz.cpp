@@ -1,4 +1,4 @@
-// Any bytes as a base64 text, and as a zlib stream: the fast decoders beside slow ones.
+// Any bytes as a base64 text, and as a zlib stream: the fast decoders against slow ones.
 #include "Base64.h"
 #include "Base64Twin.h"
 #include "FuzzSupport.h"
@@ -17,7 +17,8 @@ void CompareBase64(std::string_view text) {
   if (slow) Require(bytes.View() == *slow, "and the same bytes there");
 }
 
-// What zlib takes, the fast inflater takes, too; what it refuses may pass by a checksum that fits.
+// What zlib accepts, the fast inflater accepts too; what zlib refuses may pass if the checksum
+// fits.
 void CompareZlib(std::string_view packed, std::size_t max_bytes) {
   static extractor::ZlibArray array;
   static extractor::Inflater inflater(extractor::StreamKind::kZlib);

@@ -1,5 +1,5 @@
 // fuzz/ExtractorFuzz.h: one input through the extractor.
-// Does:     extracts it in the scratch directory; the marker must be there after success alone.
+// Does:     extracts it in the scratch directory; the marker must exist only after success.
 // Throws:   what RunReader lets through.
 #pragma once
 

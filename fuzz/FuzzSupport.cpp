@@ -11,7 +11,7 @@
 #include "Logger.h"
 #include "Platform.h"
 
-// A reader's blocks are large; keeping the freed ones for long costs more than it finds.
+// A reader's blocks are large; keeping freed blocks for long costs more than it finds.
 extern "C" const char* __asan_default_options();  // NOLINT(bugprone-reserved-identifier)
 extern "C" const char* __asan_default_options() { return "quarantine_size_mb=16"; }
 

@@ -29,17 +29,17 @@ inline std::string_view InputText(const std::uint8_t* data, std::size_t size) {
   return {reinterpret_cast<const char*>(data), size};
 }
 
-/// The path of a file in the scratch directory, in memory where the system offers that.
+/// The path of a file in the scratch directory, which is in memory where possible.
 std::string ScratchPath(std::string_view name);
 
-/// The scratch directory itself. The log of the process is in it, and goes nowhere.
+/// The scratch directory itself. The log of the process is discarded there.
 const std::string& ScratchDirectory();
 
 /// Replaces the content of a file.
 void WriteInput(const std::string& path, std::string_view content);
 
-/// Calls read. The errors that readers announce (a text, a failed check) are a fine answer; any
-/// other exception goes through and counts as a finding.
+/// Calls read. The documented errors of readers (a text, a failed check) are fine; any other
+/// exception passes through and counts as a finding.
 void RunReader(const std::function<void()>& read);
 
 /// Ends the process as a finding unless promise holds.

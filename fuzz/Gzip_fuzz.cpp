@@ -1,4 +1,4 @@
-// Any bytes as a gzip file: inflated ahead by threads, and member by member beside it.
+// Any bytes as a gzip file: inflated ahead by threads, and member by member for comparison.
 #include "ByteSource.h"
 #include "FuzzSupport.h"
 #include "Platform.h"

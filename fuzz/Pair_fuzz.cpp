@@ -1,5 +1,5 @@
-// Any bytes as an .ms1 file, a NUL byte, and the .ms2 file beside it, down the whole road from
-// readers to writers. A finished table stands there after success and never after an error.
+// Any bytes as an .ms1 file, a NUL byte, and its .ms2 file, through everything from readers to
+// writers. A finished table exists after success and never after an error.
 #include "FileUtils.h"
 #include "FuzzSupport.h"
 #include "IsotopeTable.h"

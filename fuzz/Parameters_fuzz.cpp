@@ -1,4 +1,4 @@
-// Any bytes as a parameter file. Its directories are replaced, so that an input reaches nothing
+// Any bytes as a parameter file. Its directories are replaced, so that an input cannot reach files
 // outside the scratch directory.
 #include "FileUtils.h"
 #include "FuzzSupport.h"

@@ -1,4 +1,4 @@
-// Any bytes as a precursor table, a NUL byte, and the truth table that it is compared with.
+// Any bytes as a precursor table, a NUL byte, and its truth table.
 #include "score/Score.h"
 
 #include "FuzzSupport.h"

@@ -1,4 +1,4 @@
-// Any bytes as an XML file: the scanner and expat learn the same of it.
+// Any bytes as an XML file: the scanner and expat must report the same.
 #include <cstdio>
 
 #include "FuzzSupport.h"

@@ -1,13 +1,13 @@
 #!/usr/bin/env python3
-"""tarvek against the least input and output work that its job takes, in one measurement.
+"""Compares tarvek with the least input and output work that its job needs.
 
     scripts/bench_floor.py TARVEK BASE OUTDIR [--table IPV] [--floor IO_FLOOR] [--pairs N]
 
 BASE.ms1 and BASE.ms2 are a run, IPV is the isotope table (data/IPV.txt). IO_FLOOR is a program of your own that
-reads the same files, converts every number and writes outputs of the same shape, and decides nothing; it is called
-as IO_FLOOR BASE OUTDIR PRECURSORS_PER_SCAN and prints "... total SECONDS s". Without it, only tarvek is timed.
-Prints each pair, the medians, their ratio, and the peak memory beside the limit of 64 MB + 24 bytes for each
-survey peak (all surveys of runs below 10,000).
+reads the same files, converts every number and writes outputs of the same shape, without any
+decision; it is called as IO_FLOOR BASE OUTDIR PRECURSORS_PER_SCAN and prints "... total SECONDS s".
+Without it, only tarvek is timed. Prints each pair, the medians, their ratio, and the peak memory
+with its limit of 64 MB + 24 bytes for each survey peak (all surveys of runs below 10,000).
 """
 import argparse
 import os
@@ -43,7 +43,8 @@ def mean_precursors(table):
 
 
 def survey_peaks(path, kept_surveys=10000):
-    """Peaks of the last surveys, which is no less than what is held at once in a run of no more."""
+    """Peaks of the last surveys: at least as many as tarvek holds at once in a run without more
+    surveys."""
     counts = []
     with open(path, "rb") as lines:
         for line in lines:

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""The way from mzML and mzXML to all outputs, timed against others in interleaved pairs.
+"""Times the way from mzML and mzXML to all outputs against other programs, in interleaved pairs.
 
     scripts/bench_mzml.py PREFIX RUN.mzML WORK [--before PREFIX] [--pairs N] [--kinds zlib,plain,...]
 
@@ -41,7 +41,7 @@ def median_of(values):
 
 
 def with_maker(source, path):
-    """A copy in which the instrument has a model: msconvert writes mzXML of no other."""
+    """A copy that names an instrument model, which msconvert needs to write mzXML."""
     with open(source, "rb") as lines, open(path, "wb") as out:
         for line in lines:
             out.write(line.replace(b'accession="MS:1000031" name="instrument model"',
@@ -50,7 +50,7 @@ def with_maker(source, path):
 
 
 def make_kind(kind, source, work):
-    """The run in another form, made once; None where nothing here can make it."""
+    """The run in another form, made once; None when no program here can make it."""
     if kind == "zlib":
         return source
     base = os.path.splitext(os.path.basename(source))[0]
@@ -80,7 +80,7 @@ def make_kind(kind, source, work):
 
 
 def digest_of(folder):
-    """Of every output but the log; the dates in headers left out."""
+    """The digest of every output except the log, without the dates in headers."""
     whole = hashlib.sha256()
     for name in sorted(os.listdir(folder)):
         if name.endswith(".txt"):

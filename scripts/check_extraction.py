@@ -29,7 +29,7 @@ ACTIVATIONS = {"MS:1000422": "HCD", "MS:1002481": "HCD", "MS:1002678": "HCD", "M
 
 
 def fixed(value, digits):
-    """What printf("%.Nf") writes: exact, ties to even."""
+    """The text of printf("%.Nf"): exact, ties to even."""
     return format(value, ".%df" % digits)
 
 

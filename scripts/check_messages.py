@@ -14,8 +14,9 @@ import re
 import sys
 from pathlib import Path
 
-# Files whose texts are explained elsewhere or are words of instrument files: parameter template, headers of text
-# spectra, makers' names; elements of mzML and mzXML, words for analysers and arrays, models of instruments.
+# Files with texts that are explained elsewhere or are words of instrument files: parameter
+# template, headers of text spectra, makers' names; elements of mzML and mzXML, words for analysers
+# and arrays, models of instruments.
 OTHER_FILES = {"src/UserParameters/ParameterText.cpp", "src/IO/MsTextWriter.cpp", "src/Utils/ProductTexts.h",
                "extractor/XmlElements.cpp", "extractor/InstrumentTerms.cpp",
                "extractor/InstrumentModels.cpp"}
@@ -37,14 +38,14 @@ LITERAL = r'"(?:[^"\\\n]|\\.)*"'
 PARTS = rf"//[^\n]*|/\*.*?\*/|'(?:[^'\\]|\\.)'|{LITERAL}(?:\s*{LITERAL})*"
 STATEMENT_ENDS = ";{}"
 EXPRESSION_ENDS = ",?:"  # unless inside a call or parentheses that are part of it
-ENDS_AND_PARENTHESES = f"::|[{STATEMENT_ENDS}{EXPRESSION_ENDS}()]"  # "::" ends nothing
+ENDS_AND_PARENTHESES = f"::|[{STATEMENT_ENDS}{EXPRESSION_ENDS}()]"  # "::" does not end it
 COMMENT_OR_LITERALS = re.compile(f"{PARTS}|{ENDS_AND_PARENTHESES}", re.S)
 WORDS = ("throw", "Fail", "SayError")
 RAISING = re.compile(rf"{PARTS}|\b(?:{'|'.join(WORDS)})\b|{ENDS_AND_PARENTHESES}", re.S)
 
 
 def tokens_of(pattern, source):
-    """What pattern finds in C++ text without its directives and raw literals."""
+    """All matches of pattern in C++ text without directives and raw literals."""
     source = re.sub(r"(?m)^\s*#.*$", "", source)
     return pattern.findall(re.sub(r'\bR"([^(\s]*)\(.*?\)\1"', '""', source, flags=re.S))
 
@@ -73,8 +74,8 @@ def expressions_of(source):
 
 
 def thrown_expressions_of(source):
-    """Those between a word that raises or prints an error and the end of the statement; none of a definition,
-    whose words end at a brace."""
+    """The literals between a word that raises or prints an error and the end of the statement; none
+    in a definition, which ends at a brace."""
     is_raising = False
 
     def is_kept(token):

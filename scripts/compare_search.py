@@ -2,7 +2,7 @@
 """Scans, matches, peptides and proteins found by a search engine, with declared and with determined precursors.
 
 Needs comet-ms and python3-numpy (Debian packages of these names). Give it the precursor table that tarvek
-wrote for a run, the MGF file beside it and a protein FASTA file; tarvek-tools has to be on the PATH:
+wrote for a run, the MGF file of the run and a protein FASTA file; tarvek-tools must be on the PATH:
 
     compare_search.py OUT/run.csv OUT/run_HCDFT.mgf proteins.fasta [WORKDIR]
 
@@ -40,7 +40,7 @@ def read_blocks(path):
 
 
 def declared_precursors(table):
-    """scan -> (m/z, charge), neither with a sign, of the scans whose input declared one."""
+    """scan -> (m/z, charge) without signs, for scans with a declared precursor."""
     rows = tarvek_io.read_precursors(table)
     declared = zip(rows.scan_no.tolist(), rows.declared_mz.tolist(), rows.declared_charge.tolist())
     return {scan: (mz, charge) for scan, mz, charge in declared if charge > 0}
@@ -70,12 +70,14 @@ def write_declared(mgf, table, out):
 
 
 def search(mgf, fasta, isotope_error, workdir, kind_of=None):
-    """The best match of each scan. kind_of: the MGF whose name says how the scans were fragmented."""
+    """The best match of each scan. kind_of: the MGF; its name says how the scans were
+    fragmented."""
     return comet.best_matches(comet.read_table(search_table(mgf, fasta, isotope_error, workdir, kind_of), mgf))
 
 
 def search_table(mgf, fasta, isotope_error, workdir, kind_of=None, precursor_ppm=20.0):
-    """Comet's table of the matches of one file. It is called as the file, by which psms knows the run."""
+    """Comet's table of the matches of one file. It has the name of the file, so that psms finds the
+    run."""
     settings = comet.settings_of(kind_of or mgf, precursor_ppm=precursor_ppm, isotope_error=isotope_error)
     folder = workdir / f"isotope_error_{isotope_error}"
     folder.mkdir(exist_ok=True)

@@ -8,9 +8,9 @@ tarvek and tarvek-tools, the isotope table, a protein FASTA file and extracted r
         [--width 4]
 
 For each run it determines precursors with co-elute 0 and with co-elute 1, rewrites the latter with
-'tarvek-tools mgf --engine xtandem' (one file, whose titles tell Comet the scan) and --top 1, 2, 3 or nothing,
-searches each with Comet (settings of compare_search.py), keeps the best match of each scan by E-value, and
-counts scans accepted at 1 % false discovery rate, for the runs together.
+'tarvek-tools mgf --engine xtandem' (one file with the scan in its titles) and --top 1, 2, 3 or
+nothing, searches each with Comet (settings of compare_search.py), keeps the best match of each scan
+by E-value, and counts scans accepted at 1 % false discovery rate, for the runs together.
 """
 import argparse
 import pathlib
@@ -26,7 +26,7 @@ def run_quietly(*command):
 
 
 def determine(options, run, co_elute):
-    """Path of the MGF that tarvek writes for a run, in a folder of its own."""
+    """Path of the MGF that tarvek writes for a run, in a separate folder."""
     out = options.workdir / f"co-elute{co_elute}" / run.stem
     out.mkdir(parents=True, exist_ok=True)
     run_quietly(options.programs / "tarvek", "-D", run, "-O", out, "-I", options.table, "-p", "0",

@@ -76,7 +76,7 @@ def shares(counts, names):
 
 
 def isotope_shift(mz, mono_mz, charge):
-    """How many isotope spacings mz lies above mono_mz; None when it is no whole number."""
+    """How many isotope spacings mz is above mono_mz; None when it is not a whole number."""
     for k in SHIFTS:
         expected = mono_mz + k * ISOTOPE_SPACING_DA / abs(charge)
         if abs(mz - expected) <= expected * TOLERANCE_PPM / 1e6:

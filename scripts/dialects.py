@@ -3,9 +3,10 @@
 
     scripts/dialects.py BIN DATA WORK [--only WORD] [--list]
 
-BIN holds tarvek and the extractors, DATA the runs as NAME.mzML.gz or NAME.mzXML.gz, WORK is made anew. Needs msconvert
-(Debian's libpwiz-tools) and FileConverter (Debian's topp). Prints a table: a row for each way of writing, summed over
-all runs. The exit status is 1 when a scan is missing or has other precursors and the spectra give no reason for it.
+BIN holds tarvek and the extractors, DATA the runs as NAME.mzML.gz or NAME.mzXML.gz, WORK is created
+again. Needs msconvert (Debian's libpwiz-tools) and FileConverter (Debian's topp). Prints a table: a
+row for each way of writing, summed over all runs. The exit status is 1 when a scan is missing or
+has other precursors and the spectra give no reason for it.
 
 A scan of a copy is matched with that of the original by retention time and m/z of the declared precursor, in file order.
 It is "equal" when its precursors have the same charges and m/z within 2 ppm. Otherwise its reason is the first
@@ -50,7 +51,7 @@ def run(*words):
 
 def msconvert(inputs, out, *options):
     run("msconvert", *inputs, *options, "--outfile", out.name, "-o", out.parent)
-    if not out.exists():  # some versions add the ending again, or take the id of the run
+    if not out.exists():  # some versions add the ending again, or use the id of the run
         found = [p for p in out.parent.iterdir() if p.name.startswith(out.name)]
         found[0].rename(out)
 
@@ -72,7 +73,7 @@ def by_fileconverter(ending, *options):
 
 
 def merged_twice(original, folder):
-    """The run and itself again in one file: every number and id comes twice."""
+    """The run twice in one file: every number and id occurs twice."""
     twin = folder / "twin" / original.name
     twin.parent.mkdir()
     shutil.copy(original, twin)
@@ -189,7 +190,7 @@ def read_spectra(path):
 
 
 def process(bin_dir, path, folder):
-    """Runs tarvek as a user would; nothing when it failed."""
+    """Runs tarvek as a user would; None when it failed."""
     done = subprocess.run([str(bin_dir / "tarvek"), "-D", str(path), "-O", str(folder), "-L", str(folder)],
                           capture_output=True, text=True, errors="replace", cwd=bin_dir)
     base = re.sub(r"(\.gz)?$", "", path.name)
@@ -213,7 +214,7 @@ def same_precursors(a, b):
 
 
 def same_peaks(a, b):
-    """Equal lists, or such as a number of 32 bits or a compression with loss makes of one."""
+    """Whether two lists are equal up to the rounding of 32-bit numbers or lossy compression."""
     return len(a) == len(b) and all(near(x[0], y[0]) for x, y in zip(a, b))
 
 
@@ -246,7 +247,8 @@ def reason(original, a, copy, b):
 
 
 def match(original, copy):
-    """Pairs (scan, its copy or None), a scan's copies in file order, and what of the copy has no original."""
+    """Pairs (scan, its copy or None), a scan's copies in file order, and copies without an
+    original."""
     waiting = collections.defaultdict(collections.deque)
     for scan in copy:
         waiting[round(scan.seconds)].append(scan)
@@ -265,7 +267,8 @@ def match(original, copy):
 
 
 def is_same_spectrum(a, b):
-    """The highest peak of one is (nearly) that of the other; a picker may see a profile's a little elsewhere."""
+    """Whether the highest peaks of both are (nearly) the same; peak picking may shift them a
+    little."""
     highest = max(a.peaks, key=lambda p: p[1])[0]
     return any(abs(mz - highest) < 0.02 for mz, _ in b.peaks)
 

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Draws sentences of the documentation and comments of the code at random, to be read aloud, and counts words.
+"""Draws random sentences of the documentation and comments of the code for reading aloud, and
+counts words.
 
     scripts/draw_prose.py [--seed N] [--number N]
 
 Prints N sentences of Markdown files and N comments of C++ files, each with its place, then the words of all Markdown files
-and how often words appear that we do not want. It judges nothing: whoever reads the samples does.
+and how often words appear that we do not want. Judging the samples is up to the reader.
 """
 import argparse
 import random

@@ -4,10 +4,11 @@
     scripts/load.py TARVEK TARVEK_TOOLS WORKDIR [--scans N] [--files N] [--table IPV]
 
 Simulates the input into WORKDIR, which is emptied first and removed at the end, and prints for each run the wall
-time, the peak memory and the most files open at once (from /proc, looked up every few milliseconds), the latter also
-for the first and the last fifth of a run over many files: it must not grow with their number. Of the run with a broken
-file it checks that the message names it, that everything before it is finished, and that a second run, the broken one
-mended, skips what is finished and does the rest. Ends with status 1 when any of this does not hold.
+time, the peak memory and the most files open at once (from /proc, read every few milliseconds), the
+latter also for the first and the last fifth of a run over many files: it must not grow with their
+number. Of the run with a broken file it checks that the message names it, that everything before it
+is finished, and that a second run, after the file is fixed, skips what is finished and does the
+rest. Ends with status 1 when any of this does not hold.
 """
 import argparse
 import hashlib
@@ -28,7 +29,8 @@ class Measured:
     def __init__(self, command):
         start = time.monotonic()
         self.megabytes = 0.0
-        # Standard error goes to a file: nobody would read a pipe before the end, and a full one blocks.
+        # Standard error goes to a file: a pipe would be read only at the end, and a full pipe
+        # blocks.
         with tempfile.TemporaryFile() as errors, subprocess.Popen(
                 command, stdout=subprocess.DEVNULL, stderr=errors) as process:
             samples = []
@@ -57,7 +59,8 @@ class Measured:
 
     @staticmethod
     def peak_megabytes(pid):
-        """As the system has it while the process lives: that of wait4 counts the parent before exec too."""
+        """Read from the system while the process lives; the value of wait4 also counts the parent
+        before exec."""
         try:
             with open(f"/proc/{pid}/status", encoding="ascii") as status:
                 return next((int(row.split()[1]) / 1024 for row in status if row.startswith("VmHWM:")), 0.0)
@@ -88,7 +91,7 @@ def tables(folder):
 
 
 def outputs_in(folder):
-    """Names and digests of everything but the log."""
+    """Names and digests of all files except the log."""
     return {path.name: hashlib.sha256(path.read_bytes()).hexdigest() for path in folder.iterdir()
             if path.suffix != ".txt"}
 
@@ -126,13 +129,14 @@ def many_files(options, work, checks):
 
 
 def with_a_broken_one(command, undisturbed, options, work, checks):
-    # The directory is walked as the system lists it, so the one in the middle is known only from there.
+    # tarvek uses the system's order of the directory, so the middle file must be found in that
+    # order.
     listed = [entry.name for entry in os.scandir(work / "many") if entry.name.endswith(".ms1")]
     place = len(listed) // 2
     broken = work / "many" / listed[place].replace(".ms1", ".ms2")
     whole = broken.read_bytes()
     os.remove(broken)
-    os.mkdir(broken)  # a file that cannot be opened, for root neither
+    os.mkdir(broken)  # a file that nobody can open, not even root
     run = Measured(command)
     print(run.line(f"{options.files} files, number {place + 1} broken"), flush=True)
     before = {name.removesuffix(".ms1") for name in listed[:place]}

@@ -5,8 +5,8 @@
 
 It simulates the runs once (seeds 1, 2, ...), warms the page cache with one batch, then alternates batches of
 one and of two jobs and prints the time of each, the ratio of each pair, and the median ratio. The outputs of
-all batches have to be the same bytes. At last it breaks one file: the others have to finish. Exit status 0
-when all this holds; the ratio is only reported, as it depends on what else the machine does.
+all batches must be the same bytes. At last it breaks one file: the others must finish. Exit status
+0 when all this holds; the ratio is only reported, as it depends on what else the machine does.
 """
 import argparse
 import hashlib
@@ -40,7 +40,7 @@ def batch(options, runs, name, jobs, *more):
 
 
 def fingerprint(out):
-    """SHA-256 over names and contents of the output files; logs are in a folder below."""
+    """SHA-256 over names and contents of the output files; logs are in a subfolder."""
     digest = hashlib.sha256()
     for path in sorted(path for path in out.iterdir() if path.is_file()):
         digest.update(path.name.encode())
@@ -59,7 +59,7 @@ def measure(options, runs):
             if status != 0:
                 sys.exit(f"a batch failed: {sums}")
             fingerprints.add(fingerprint(options.workdir / f"out{jobs}"))
-            shutil.rmtree(options.workdir / f"out{jobs}")  # so that the disk has nothing left to write
+            shutil.rmtree(options.workdir / f"out{jobs}")  # so that the disk has finished writing
         ratios.append(seconds[2] / seconds[1])
         print(f"pair {pair}: 1 job {seconds[1]:.2f} s, 2 jobs {seconds[2]:.2f} s, ratio {ratios[-1]:.3f}",
               flush=True)

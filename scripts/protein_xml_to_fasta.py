@@ -4,9 +4,9 @@
     protein_xml_to_fasta.py proteins.xml[.gz] OUT.fasta [--decoys]
 
 With --decoys each protein is followed by its reversed sequence under the name DECOY_ + accession, for
-engines that make no decoys themselves (X!Tandem, for one; Comet makes its own). Elements count by their
-names without the namespace, which has changed over the years. A file without entries, or with an entry
-that lacks its sequence, is an error, and nothing of OUT.fasta is written then.
+engines that make no decoys themselves (X!Tandem, for one; Comet makes its own). Elements are
+recognised without the namespace, which has changed over the years. A file without entries, or with
+an entry that lacks its sequence, is an error, and nothing of OUT.fasta is written then.
 """
 import argparse
 import gzip
@@ -26,8 +26,8 @@ def text_of(entry, name):
 
 
 def read_proteins(path):
-    """Yields (accession, name, sequence) of each entry; its memory is given back. Ends with a message that
-    names the file when it is not such a file."""
+    """Yields (accession, name, sequence) of each entry and frees its memory. Ends with a message
+    that names the file when it is not such a file."""
     opener = gzip.open if path.suffix == ".gz" else open
     count = 0
     try:

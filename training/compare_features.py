@@ -18,7 +18,7 @@ from typing import NamedTuple
 
 HOME = pathlib.Path(__file__).resolve().parent
 SEED, SCANS = 7001, 1000
-# They say where in the gradient, and of which species, a stretch of a run is.
+# They show where in the gradient, and of which species, a part of a run is.
 LEFT_OUT = ("scan", "label", "mz", "mass", "mass_defect")
 
 
@@ -26,7 +26,7 @@ class Run(NamedTuple):
     name: str
     title: str
     width: str       # isolation width, m/z
-    settings: tuple  # of the simulated run: as many precursors per survey, the resolving power
+    settings: tuple  # of the simulated run: precursors per survey, the resolving power
 
 
 RUNS = (
@@ -49,7 +49,7 @@ def quartiles(values):
 
 
 def kolmogorov_smirnov(first, second):
-    """The largest distance between the two cumulated distributions. Both not empty."""
+    """The largest distance between the two cumulative distributions. Both not empty."""
     first, second = sorted(first), sorted(second)
     i = j = 0
     largest = 0.0
@@ -64,7 +64,8 @@ def kolmogorov_smirnov(first, second):
 
 
 def main_precursors(rows):
-    """Of each scan the true candidate with most of the window. Searches rarely identify the others."""
+    """For each scan the true candidate with most of the window. Searches rarely identify the
+    others."""
     best = {}
     for row in rows:
         share = float(row["window_share"])
@@ -84,7 +85,7 @@ def run_program(*command):
 
 
 def features(program, ms1, table, width, *labels):
-    """The rows of a table that is written anew."""
+    """The rows of a table, which is written again."""
     run_program(program, "features", "--joint", "-W", width, "-I", HOME.parent / "data" / "IPV.txt", *labels, ms1,
                 table)
     with open(table, encoding="ascii", newline="") as lines:
@@ -92,7 +93,7 @@ def features(program, ms1, table, width, *labels):
 
 
 def tables(arguments, run):
-    """The rows of the real run, of the simulated one without and of that with realism."""
+    """The rows of the real run, and of the simulated one without and with realism."""
     real = pathlib.Path(arguments.real)
     yield features(arguments.features, real / "runs" / run.name / f"{run.name}.ms1",
                    arguments.out / f"{run.name}.real.tsv", run.width, "--identified",

@@ -72,7 +72,7 @@ def merge(tables):
 
 
 def end_to_end(programs, base, width, ipv, model, out):
-    """What `tarvek-tools score` says of the run with a model."""
+    """The result of `tarvek-tools score` for the run with a model."""
     out.mkdir(parents=True, exist_ok=True)
     command = [programs / "tarvek", "-D", f"{base}.ms1", "-O", out, "-L", out, "-I", ipv, "-W", width,
                "-M", str(model), "-r", "1", "-m", "0", "-p", "0"]

@@ -11,7 +11,7 @@
 #   1. earth's forward pass gives hinges (first degree, restricted to the model's features). A knot
 #      at the end of its data is refused: its hinge would be a straight line.
 #   2. Backward elimination by the residual sum of squares to the wanted number of terms, as earth's
-#      own, except that the last term of a feature stays: a model uses all its features.
+#      does, except that the last term of a feature stays: a model uses all its features.
 #   3. The knots t- and t+ of a term are the midpoints to the neighbouring knots of its feature, or
 #      to the ends of its data.
 #   4. Least squares of the labels (-1, 1) on the cubic hinges.
@@ -47,8 +47,8 @@ RefuseEndKnots <- function(hinges, x) {
   unique(hinges[hinges$knot > low & hinges$knot < high, ])
 }
 
-# Every feature needs a hinge: one that the forward pass left out gets those that earth finds for
-# it in what the others leave unexplained.
+# Every feature needs a hinge: one that the forward pass left out gets those that earth finds for it
+# in the residuals of the others.
 CompleteHinges <- function(hinges, x, y) {
   for (feature in setdiff(colnames(x), hinges$feature)) {
     rest <- lm.fit(cbind(1, LinearBasis(hinges, x)), y)$residuals
@@ -113,7 +113,7 @@ CubicBasis <- function(hinges, x) {
 
 Precision <- function(score, truth, threshold) mean(truth[score > threshold])
 
-# The lowest score such that what lies above it has at least this precision.
+# The lowest score above which the candidates have at least this precision.
 ThresholdOfPrecision <- function(score, truth, precision) {
   order <- order(-score)
   cumulative <- cumsum(truth[order]) / seq_along(order)
@@ -122,8 +122,8 @@ ThresholdOfPrecision <- function(score, truth, precision) {
   mean(score[order][c(last, last + 1)])
 }
 
-# Knots are exact with 12 digits. Nine digits of a coefficient are more than the data can tell, and
-# stay when the last bits of a sum differ.
+# Knots are exact with 12 digits. Nine digits of a coefficient are more than the data determine, and
+# do not change when the last bits of a sum differ.
 Number <- function(value, digits = 12) {
   text <- sprintf("%.*g", digits, value)
   ifelse(grepl("[.e]", text), text, paste0(text, ".0"))

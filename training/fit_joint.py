@@ -2,10 +2,10 @@
 """Fits the model of the joint determination and writes it as C++ source.
 
 Usage: fit_joint.py [--out SOURCE] [--real-share SHARE] [--folds N] TABLE...
-  TABLE  RUN.features.tsv of tarvek-tools features; it is of a real run if RUN.identified.tsv is beside it
-  --out  the source to write (src/joint/JointModelTable.cpp)
-  --real-share  share of the real runs in the sum of weights
-  --folds       leaves out so many sets of runs instead of each sample alone, to save time
+  TABLE  RUN.features.tsv of tarvek-tools features; it is of a real run if RUN.identified.tsv is
+  next to it --out  the source to write (src/joint/JointModelTable.cpp) --real-share  share of the
+  real runs in the sum of weights --folds       leaves out so many sets of runs instead of each
+  sample alone, to save time
 
 Prints the ROC-AUC of every run by a model that was fitted without its sample, and the most important features.
 """
@@ -29,7 +29,8 @@ def note_of(tables):
 
 
 def labelled(table):
-    """Rows, and labels, of what is known: in a real run the identified ones and what overlaps with them."""
+    """Rows and labels of known candidates: in a real run the identified ones and those that overlap
+    with them."""
     if table.identified is None:
         rows = ~np.isnan(table.label)
         return rows, table.label[rows]
@@ -51,7 +52,7 @@ def print_areas(tables, models):
 
 
 def print_features(model, tables):
-    """Spread of what each feature adds, over all candidates."""
+    """Spread of each feature's contribution over all candidates."""
     features = np.concatenate([table.features for table in tables])
     spread = [(float(np.std(steps.values[np.searchsorted(steps.thresholds, column)])), name, len(steps.thresholds))
               for name, steps, column in zip(model.names, model.steps, features.T)]

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Figures of the joint determination, beside those of the scoring model that is the default.
+"""Figures of the joint determination, compared with those of the default scoring model.
 
 Usage: joint_eval.py BIN DATA LABELS SIMULATED MODEL [--thresholds P,...] [--spectra N,...] [--ppm PPM,...]
                      [--parts real,simulated] [--real-share SHARE] [--tables FOLDER]
@@ -65,7 +65,7 @@ def precursors_of_table(path):
 
 
 def by_model(programs, ms1, options, width, ipv, out, negative=False):
-    """What tarvek determines."""
+    """The precursors that tarvek determines."""
     out.mkdir(parents=True, exist_ok=True)
     options = [width if option == "W" else option for option in options]
     charges = ["-c", "-6t-2"] if negative else []
@@ -75,8 +75,8 @@ def by_model(programs, ms1, options, width, ipv, out, negative=False):
 
 
 def threshold_of(spectra, tables, probabilities):
-    """The lowest probability with which no more than so many precursors are chosen over all runs, of those that
-    occur; the highest one where even that gives more."""
+    """The lowest occurring probability that chooses at most so many precursors over all runs; the
+    highest one if even that gives more."""
     values = np.unique(np.concatenate(probabilities))
     low, high = 0, len(values) - 1
     while low < high:
@@ -133,7 +133,7 @@ def model_choices(programs, runs):
 
 
 def unseen_probabilities(runs, simulated, knots, real_share):
-    """For each run the probabilities of its candidates by a model that was fitted without its sample."""
+    """For each run the probabilities of its candidates, by a model fitted without its sample."""
     models, found = {}, []
     for real in runs:
         group = joint_runs.group_of(real.run.name)
@@ -174,7 +174,7 @@ def identified_chosen(found, identified):
 
 
 def print_identified(choices, runs):
-    """The smoothest measure of a fit: it needs no search, and no decoy can move it."""
+    """The smoothest measure of a fit: it needs no search and does not depend on decoys."""
     whole = sum(len(ions) for real in runs for ions in real.table.identified.values())
     print(f"\nOf the {whole} precursors that joint_labels.py identified in the real runs\n\n| | spectra | chosen |\n"
           "|---|---|---|")
@@ -216,8 +216,8 @@ def isotope_offset(mz, truth):
 
 
 def verdict(mz, charge, truths):
-    """What a reported precursor is: an isotope offset of the nearest true one of its charge (0: true), "charge"
-    if it is an isotope of a true one of another charge, else None."""
+    """The kind of a reported precursor: an isotope offset of the nearest true one of its charge (0:
+    true), "charge" if it is an isotope of a true one of another charge, else None."""
     large = [truth for truth in truths if truth.share >= MIN_SHARE]
     offsets = [(truth.charge == charge, isotope_offset(mz, truth)) for truth in large]
     same = [offset for is_same, offset in offsets if is_same and offset is not None]
@@ -227,7 +227,7 @@ def verdict(mz, charge, truths):
 
 
 def is_exact(found, truths):
-    """Whether a scan's precursors are all those of the least share, and no other."""
+    """Whether a scan's precursors are exactly those with the least share."""
     large = [truth for truth in truths if truth.share >= MIN_SHARE]
     return len(found) == len(large) and all(any(agree(*ion, truth) for ion in found) for truth in large)
 

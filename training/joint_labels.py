@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""What real runs hold, by searching every conceivable precursor of their fragment scans.
+"""Finds what real runs hold, by searching every conceivable precursor of their fragment scans.
 
 Usage: joint_labels.py BIN DATA OUT
   BIN   folder with tarvek-tools
@@ -30,12 +30,12 @@ PARTNER_PPM = 12.0
 SAME_PPM = 5.0
 ISOTOPES_BELOW = 3
 ISOTOPES = 6
-# By how much an isotope may be outside the declared window, m/z.
+# How far an isotope may be outside the declared window, m/z.
 WINDOW_MARGIN_MZ = 0.1
 SEARCH_PPM = 20.0
-# How far the error of an accepted match is from the run's median at most.
+# The largest distance of an accepted match's error from the run's median.
 ERROR_PPM = 8.0
-# Runs with fewer identified precursors say nothing.
+# Runs with fewer identified precursors are not used.
 FEWEST = 5
 
 
@@ -99,7 +99,7 @@ def nearest_surveys(surveys, rt_seconds):
 
 
 def conceivable_precursors(surveys, scans, width):
-    """scan number -> what its window may hold."""
+    """scan number -> precursors that its window may hold."""
     spectra = {survey.number: survey.spectrum() for survey in surveys}
     found = {}
     for scan in scans:
@@ -113,8 +113,8 @@ def conceivable_precursors(surveys, scans, width):
 
 
 def accept(matches):
-    """The accepted matches, and the run's m/z error in ppm. The median error of a first choice tells which
-    matches may take part in the second."""
+    """The accepted matches, and the run's m/z error in ppm. The median error of a first choice
+    decides which matches the second may use."""
     first = comet.accepted(one_a_peptide(matches), FDR)
     if not first:
         return [], 0.0
@@ -147,7 +147,7 @@ def write_identified(rows, path):
 
 
 def label_run(data, run, out):
-    """Writes the identified precursors of a run; a line of what was found."""
+    """Writes the identified precursors of a run; returns a line that sums them up."""
     folder = out / "runs" / run.name
     ms1, fasta = joint_runs.prepare(data, run, folder)
     scans = joint_runs.read_scans(ms1.with_suffix(".ms2"))

@@ -11,14 +11,14 @@ import re
 import textwrap
 from typing import NamedTuple
 
-os.environ["OMP_NUM_THREADS"] = "1"  # Sums of several threads would come in any order.
+os.environ["OMP_NUM_THREADS"] = "1"  # Several threads would add in any order.
 
 import numpy as np  # noqa: E402
 
 # Rounds and rate of the boosting, and the fewest candidates on each side of a step.
 ROUNDS, RATE, FEWEST_IN_LEAF, L2 = 300, 0.1, 40, 1.0
-# What a candidate of a real run weighs of which an identification says nothing, counted as false: in a
-# scan with an identified precursor, and in one without.
+# The weight of a real run's candidates without a verdict, counted as false: in a scan with an
+# identified precursor, and in one without.
 REST_WEIGHT, UNKNOWN_SCAN_WEIGHT = 0.3, 0.02
 # The share of the real runs in the sum of weights.
 REAL_SHARE = 0.5
@@ -57,7 +57,8 @@ def read_identified(path):
 
 
 def read_table(path):
-    """A table of tarvek-tools features. It is one of a real run if RUN.identified.tsv is beside it."""
+    """A table of tarvek-tools features. It is one of a real run if RUN.identified.tsv is next to
+    it."""
     path = pathlib.Path(path)
     head, _, body = path.read_text(encoding="ascii").partition("\n")
     names = head.split("\t")
@@ -104,13 +105,13 @@ def labels_of_real(table):
 
 
 def labels_of_simulated(table):
-    """Doubtful candidates weigh nothing."""
+    """Doubtful candidates have weight 0."""
     return np.nan_to_num(table.label), (~np.isnan(table.label)).astype(float)
 
 
 def pool(tables, real_share=None):
-    """Features, labels and weights of several runs. Real and simulated ones share the weight as real_share
-    (REAL_SHARE unless given) says; their sum is the number of rows."""
+    """Features, labels and weights of several runs. real_share (by default REAL_SHARE) divides the
+    weight between real and simulated ones; the weights add up to the number of rows."""
     real_share = REAL_SHARE if real_share is None else real_share
     parts = [labels_of_simulated(table) if table.identified is None else labels_of_real(table) for table in tables]
     labels, weights = (np.concatenate(columns) for columns in zip(*parts))
@@ -160,7 +161,7 @@ def probability(model, features):
 
 
 def rounded_threshold(threshold, column):
-    """A threshold with nine digits where that parts the values as the whole number does."""
+    """A threshold with nine digits, if that separates the values like the full number."""
     rounded = nine_digits(threshold)
     return rounded if np.array_equal(column <= rounded, column <= threshold) else float(threshold)
 
@@ -214,8 +215,8 @@ def fit(tables, real_share=None):
 
 
 def models_without(tables, groups, real_share=None, folds=0):
-    """For each table the model that was fitted without its group. folds: leaves out so many sets of groups instead of
-    each group alone, which takes less time; 0 for each alone."""
+    """For each table the model fitted without its group. folds: leaves out this many sets of groups
+    instead of each group alone, to save time; 0: each alone."""
     order = sorted(set(groups), key=groups.index)
     fold = [order.index(group) % (folds or len(order)) for group in groups]
     models = {}
@@ -242,7 +243,7 @@ def rising(values, weights):
 
 
 def platt(scores, labels):
-    """Slope and intercept of the logistic curve of greatest likelihood, by Newton's method."""
+    """Slope and intercept of the most likely logistic curve, by Newton's method."""
     slope, intercept = 1.0, 0.0
     for _ in range(50):
         p = logistic(slope * scores + intercept)
@@ -257,8 +258,8 @@ def platt(scores, labels):
 
 def calibration_knots(scores, labels, knots=KNOTS):
     """Knots from scores that were not fitted. Uncertain candidates count more in the choice of the bins; in a
-    bin the log odds are of its labels. Beyond the bins the curve goes on with the slope of the logistic fit, so far
-    that no candidate is at its flat ends."""
+    bin the log odds are of its labels. Beyond the bins the curve continues with the slope of the
+    logistic fit, far enough that no candidate is on its flat ends."""
     order = np.argsort(scores, kind="stable")
     scores, labels = scores[order], labels[order]
     slope, intercept = platt(scores, labels)

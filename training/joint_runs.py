@@ -1,8 +1,8 @@
-"""Real runs for the joint determination: their scans, searches that are done once, and what a search found.
+"""Real runs for the joint determination: their scans, cached searches, and results of searches.
 
 Not a program; joint_labels.py and joint_eval.py use it. A run is unpacked from the folder of runs, its
-fragment scans are searched with comet-ms for whatever precursors the caller chose, and an answer is kept
-under the checksum of all that went in, so that the same question is not searched twice.
+fragment scans are searched with comet-ms for whatever precursors the caller chose, and the result
+is cached under the checksum of all inputs, so that no search runs twice.
 """
 import hashlib
 import json
@@ -29,15 +29,15 @@ LOWEST_MASS_DA, HIGHEST_MASS_DA = 600.0, 5000.0
 class Run(NamedTuple):
     path: str         # folder/name without an ending
     proteins: tuple   # files, of which the proteins are searched together
-    width: str        # isolation width as the file declares it, m/z
-    settings: dict    # Comet's settings beside the usual ones
+    width: str        # declared isolation width, m/z
+    settings: dict    # Comet's settings besides the usual ones
 
     @property
     def name(self):
         return pathlib.Path(self.path).name
 
 
-# The proteins of man that come with the runs, together: the runs of these samples bring a part each.
+# All human proteins that come with the runs: each of these samples has a part of them.
 HUMAN = ("hek293-velos/BottomUpSnips_prunedDb.xml.gz", "lowinput-k13/HumanFastaSlice.fasta.gz")
 MOUSE = ("mm-example/mouse-10.xml.gz",)
 RUNS = (
@@ -45,9 +45,9 @@ RUNS = (
     Run("hek293-velos/HEK293_4_11989", HUMAN, "4", {}),
     Run("yeast-velos/SmallCalibratible_Yeast", ("yeast-velos/yeast_uniprot_120226.fasta.gz",), "3", {}),
     Run("mm-example/mm_example", MOUSE, "3", {}),
-    # So small a sample that further proteins of man only add wrong peptides.
+    # The sample is so small that more human proteins only add wrong peptides.
     Run("lowinput-k13/K13_02ng_1min_frac1", HUMAN[1:], "1.6", {}),
-    # A mouse: most peptides of well-kept proteins are those of man.
+    # A mouse: most peptides of conserved proteins are the same as in man.
     Run("b6-fusion-it/sliced_b6", MOUSE + HUMAN, "0.7", {}),
     Run("bsa-orbixl/BSA_min_21", ("bsa-orbixl/bsa.fasta.gz",), "2", {}),
     Run("bsa-orbixl/BSA_min_23", ("bsa-orbixl/bsa.fasta.gz",), "2", {}),
@@ -55,7 +55,7 @@ RUNS = (
 
 
 def group_of(name):
-    """What a run is left out together with: the runs of its folder, which are of one sample."""
+    """The group that a run is left out with: the runs of its folder, which are of one sample."""
     return next((run.path.split("/")[0] for run in RUNS if run.name == name), name)
 
 
@@ -74,7 +74,7 @@ class Scan(NamedTuple):
 
 
 def scan_of_lines(lines):
-    """A scan from its lines, the first of which begins with S."""
+    """A scan from its lines; the first begins with S."""
     first, notes, declared, peaks = lines[0].split(), {}, [], []
     for line in lines[1:]:
         if line[0].isdigit():
@@ -91,7 +91,7 @@ def scan_of_lines(lines):
 
 
 def read_scans(path):
-    """The scans of a .ms1 or .ms2 file in its order."""
+    """The scans of a .ms1 or .ms2 file in file order."""
     scans, lines = [], []
     for line in pathlib.Path(path).read_text(encoding="ascii").splitlines():
         if line.startswith("S\t"):
@@ -104,7 +104,8 @@ def read_scans(path):
 
 
 def prepare(data, run, folder):
-    """Unpacks a run and its proteins into folder. The path of its .ms1 file and of its FASTA file."""
+    """Unpacks a run and its proteins into folder. Returns the paths of its .ms1 file and its FASTA
+    file."""
     folder.mkdir(parents=True, exist_ok=True)
     fasta, parts = folder / "proteins.fasta", []
     for number, proteins in enumerate(run.proteins):
@@ -123,8 +124,8 @@ def mgf_block(name, scan, mz, charge):
 
 
 def write_mgf(folder, run, scans, precursors):
-    """An MGF file with a block for each (m/z, charge) of precursors[scan number]; its path. Scans of the
-    commonest kind only, as a search has the settings of one kind."""
+    """An MGF file with a block for each (m/z, charge) of precursors[scan number]; its path. Only
+    scans of the commonest kind, since a search has the settings of one kind."""
     kinds = sorted(scan.kind for scan in scans if precursors.get(scan.number))
     kind = max(kinds, key=kinds.count) if kinds else scans[0].kind
     path = folder / f"{run.name}_{kind}.mgf"
@@ -203,12 +204,12 @@ class Count(NamedTuple):
     spectra: int   # searched
     scans: int     # with an accepted best match
     matches: int   # accepted peptides, each once a scan
-    sure: int      # of those, with an E-value that is sure alone
+    sure: int      # of those, with an E-value that is sure by itself
 
 
 def count_of(spectra, matches):
-    """What a search of a number of spectra found: scans and peptides of scans at 1 % false discovery rate, each
-    ranked alone. matches: of one run, or of several that are ranked together."""
+    """The result of a search of some spectra: scans and peptides of scans at 1 % false discovery
+    rate, each ranked separately. matches: of one run, or of several that are ranked together."""
     peptides = one_a_peptide(matches)
     sure = [match for match in peptides if comet.e_value(match) <= SURE_E_VALUE and not comet.is_decoy(match)]
     return Count(spectra, len(comet.accepted(comet.best_matches(matches), FDR)),

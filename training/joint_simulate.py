@@ -1,12 +1,12 @@
 #!/usr/bin/python3
-"""Simulates the runs that the joint determination is fitted on, and those it is judged by.
+"""Simulates the runs for fitting the joint determination, and those for its evaluation.
 
 Usage: joint_simulate.py BIN OUT
   BIN  folder with tarvek and tarvek-tools
   OUT  working folder: OUT/fit/NAME.features.tsv, and OUT/held with runs, truth and features
 
-The settings are those of joint_profiles.tsv; seeds and sizes are below. A run that is there is made anew
-only if its settings, the programs or their tables have changed.
+The settings are those of joint_profiles.tsv; seeds and sizes are below. An existing run is made
+again only if its settings, the programs or their tables have changed.
 """
 import pathlib
 import subprocess
@@ -34,7 +34,7 @@ def isotope_table(programs, options, out):
 
 
 def charges_of(options):
-    """The range of charges that goes with a profile, as an option of tarvek-tools."""
+    """The charges of a profile, as an option of tarvek-tools."""
     return ["--charges", "-6", "-2"] if "--negative" in options else []
 
 

@@ -32,7 +32,8 @@ METADATA = {"Date": None, "Creator": None}
 
 
 def save(figure, path):
-    """Writes the picture without blanks at line ends, and without dates: the same for the same data."""
+    """Writes the picture without blanks at line ends and without dates: equal data give equal
+    bytes."""
     figure.savefig(path, metadata=METADATA)
     plt.close(figure)
     lines = path.read_text(encoding="utf-8").splitlines()

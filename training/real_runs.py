@@ -3,13 +3,13 @@
 
 Usage: real_runs.py BIN DATA OUT
   BIN   folder with tarvek and tarvek-tools
-  DATA  folder of the runs (see RUNS): .ms1.gz, .ms2.gz and proteins beside them
-  OUT   working folder; OUT/real_runs.md is the answer
+  DATA  folder of the runs (see RUNS): .ms1.gz, .ms2.gz and their proteins OUT   working folder;
+  OUT/real_runs.md is the answer
 
 For each run and model tarvek writes an MGF, comet-ms searches it against the proteins with reversed
 decoys, and scans with a match at 1 % false discovery rate are counted. The labels of candidates come
 from a search of the declared precursors in which the engine itself tries isotope errors: a match gives
-the peptide, and its composition the m/z and the charge, whatever tarvek finds.
+the peptide, and its composition the m/z and the charge, independently of tarvek.
 """
 import gzip
 import pathlib
@@ -46,7 +46,7 @@ RUNS = (
 
 
 def write_fasta(proteins, path):
-    """Unpacks FASTA, or takes the entries of a protein XML."""
+    """Unpacks FASTA, or extracts the entries of a protein XML."""
     if ".xml" in proteins.name:
         protein_xml_to_fasta.write_fasta(proteins, path)
         return
@@ -78,7 +78,7 @@ def peptide_mz(sequence, charge, modified):
 
 
 def identified_precursors(matches):
-    """Rows (scan, m/z, charge) of the accepted ones of the best matches of a search."""
+    """Rows (scan, m/z, charge) of the accepted best matches of a search."""
     return [(int(match["scan"]),
              peptide_mz(match["plain_peptide"], int(match["charge"]), match["modified_peptide"]),
              int(match["charge"])) for match in comet.accepted(matches, compare_search.FDR)]

@@ -5,8 +5,8 @@ Usage: train.py BIN OUT
   BIN  folder with tarvek-tools
   OUT  working folder: simulated runs, feature tables, and the tables in OUT/tables
 
-Tables whose numbers differ from those in src/precursor are copied there. Seeds and sizes are below, the
-settings of the runs in profiles.tsv, terms and features of the models in models.tsv.
+Tables with other numbers than those in src/precursor are copied there. Seeds and sizes are below,
+the settings of the runs in profiles.tsv, terms and features of the models in models.tsv.
 """
 import datetime
 import os
@@ -24,8 +24,8 @@ COMMAND = "./dev train"
 KINDS = {"fit": (1000, 10000), "calibration": (2000, 5000), "held": (3000, 5000)}
 
 
-# The reference linear algebra of Debian. A faster one sums in an order of its own, which changes the
-# last digits. R puts its own folders before LD_LIBRARY_PATH, so it is loaded first.
+# The reference linear algebra of Debian. A faster one adds in another order, which changes the last
+# digits. R puts its own folders before LD_LIBRARY_PATH, so it is loaded first.
 LIBRARIES = f"/usr/lib/{os.uname().machine}-linux-gnu"
 REFERENCE_ALGEBRA = f"{LIBRARIES}/blas/libblas.so.3:{LIBRARIES}/lapack/liblapack.so.3"
 
@@ -39,7 +39,7 @@ def run(*command, **environment):
 
 
 def make_run(programs, out, ipv_n15, row, index, kind):
-    """Simulates one run. Of those that are not held out only the feature table is kept."""
+    """Simulates one run. Unless it is held out, only the feature table is kept."""
     first_seed, scans = KINDS[kind]
     base = out / f"{row['profile']}-{row['width']}-{kind}"
     run(programs / "tarvek-tools", "simulate", "--seed", first_seed + index, "--ms2", scans,
@@ -78,7 +78,7 @@ def without_head(path):
 
 
 def install(table):
-    """Copies a table into the sources when its numbers changed; the head alone does not count."""
+    """Copies a table into the sources when its numbers changed; a changed head does not count."""
     target = SOURCES / table.name
     if target.exists() and without_head(table) == without_head(target):
         return "as in src/precursor"

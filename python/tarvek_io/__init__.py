@@ -1,8 +1,8 @@
 """Reads what tarvek writes: PF1/PF2 with their indexes, the precursor table, MGF and the record of a run.
 
-A package on numpy: pip install it, or put the directory that it lies in on PYTHONPATH. Formats:
-docs/formats/pf.md, docs/formats/precursor-csv.md, docs/formats/mgf.md and docs/formats/run-record.md
-of tarvek.
+A package on numpy: pip install it, or put its parent directory on PYTHONPATH. Formats:
+docs/formats/pf.md, docs/formats/precursor-csv.md, docs/formats/mgf.md and
+docs/formats/run-record.md of tarvek.
 
     import tarvek_io
 
@@ -23,11 +23,11 @@ of tarvek.
     record = tarvek_io.read_record("run.tarvek")
     print(record.settings["isolation_width"], record.counts["ms2_exported"], record.left_out)
 
-Units: m/z in Th, retention times in seconds (tarvek passes on what its input said, which is seconds
-in the formats that it reads), intensities in the arbitrary units of the instrument. The charge of a
-determined negative ion has a minus, and in PF2 and in the table its m/z too; what the input declared
-has none (declared_mz, declared_charge, and the precursors of scans where nothing was determined), so
-compare sizes.
+Units: m/z in Th, retention times in seconds (tarvek passes on the times of its input, which are
+seconds in the formats that it reads), intensities in the arbitrary units of the instrument. The
+charge of a determined negative ion has a minus, and in PF2 and in the table its m/z too; declared
+values have none (declared_mz, declared_charge, and the precursors of scans where nothing was
+determined), so compare absolute values.
 
 Errors: OSError when a file cannot be opened; FormatError, which names the file, when it is damaged.
 """
@@ -68,7 +68,7 @@ _INDEX_ENTRY = np.dtype([("scan_no", _INT32), ("offset", "<u4")])
 
 
 class FormatError(ValueError):
-    """A file that is not what its format says; the message begins with its path."""
+    """A file that does not follow its format; the message begins with its path."""
 
     def __init__(self, path: Path, detail: str) -> None:
         super().__init__(f"{path}: {detail}")
@@ -120,8 +120,8 @@ def _unwrapped(low_bits: npt.NDArray[Any]) -> Int64s:
     """Offsets in full from their low 32 bits, int64 of the same shape.
 
     The index stores 32 bits, so that offsets from 2 GiB on look negative and start again at 4 GiB.
-    Records follow each other and none of them has 4 GiB: each lies behind the one before by the
-    difference of the low bits, taken modulo 2**32.
+    Records follow each other and are smaller than 4 GiB: each begins after the one before by the
+    difference of the low bits, modulo 2**32.
     """
     offsets = low_bits.astype(np.int64)
     if offsets.size:
@@ -133,15 +133,15 @@ def _unwrapped(low_bits: npt.NDArray[Any]) -> Int64s:
 class PfFile:
     """A .pf1 or .pf2 file, opened for random access by its index (format: docs/formats/pf.md).
 
-    Whether it holds survey or fragment scans is told by the ending of path. The index is the file
-    of the same name with "idx" added. Only the index (24 bytes a scan) is held in memory; each scan
-    is read when it is asked for. Files beyond 2 GiB and 4 GiB are read like any other.
+    The ending of path says whether it holds survey or fragment scans. The index is the file of the
+    same name with "idx" added. Only the index (24 bytes a scan) is held in memory; each scan is
+    read on request. Files beyond 2 GiB and 4 GiB are read like any other.
 
     title: the run name. scan_numbers: int32 of shape (S,) in file order. offsets: int64 of shape
     (S,), byte offset of each record, unwrapped. len() gives S.
 
-    Raises OSError, or FormatError when header, index and file do not fit each other: the file of a
-    run that did not finish has a count of 0.
+    Raises OSError, or FormatError when header, index and file do not match: the file of a run that
+    did not finish has a count of 0.
     """
 
     path: str
@@ -218,7 +218,7 @@ class PfFile:
         return SurveyScan(scan_no, mz, intensity, float(precursors["mz"][0]))
 
     def _take(self, dtype: np.dtype[Any], count: int) -> npt.NDArray[Any]:
-        """count numbers or records from the present place of the file."""
+        """count numbers or records from the current place of the file."""
         place = self._file.tell()
         if count < 0:
             raise FormatError(self.path, f"a count of {count} before byte {place}")
@@ -316,7 +316,7 @@ _TABLE_START = "ActivationType, InstrumentType, MS2Scan, OrigMZ, OrigCharge, "
 
 
 def _table_row(line: str) -> List[str]:
-    """The fields of one row; ValueError when it is none."""
+    """The fields of one row; ValueError for any other line."""
     if not line.endswith(", \n"):
         raise ValueError("the row is cut off")
     fields = line[:-len(", \n")].split(", ")
@@ -376,10 +376,10 @@ def read_precursors(path: Path) -> PrecursorTable:
 class MgfSpectrum:
     """One block of an MGF file with N peaks.
 
-    title: as it stands. scan_no: from the title (scan_of_title) or from SCANS=, else None. pepmass:
-    m/z, None without. charge: signed, None
-    without. rt_seconds: None without. mz, intensity: float64 of shape (N,), in file order.
-    parameters: all lines KEY=value of the block, keys in upper case.
+    title: as written. scan_no: from the title (scan_of_title) or from SCANS=, else None. pepmass:
+    m/z, None without. charge: signed, None without. rt_seconds: None without. mz, intensity:
+    float64 of shape (N,), in file order. parameters: all lines KEY=value of the block, keys in
+    upper case.
     """
     title: str
     scan_no: Optional[int]
@@ -391,8 +391,8 @@ class MgfSpectrum:
     parameters: Dict[str, str] = field(repr=False, default_factory=dict)
 
     def to_dict(self) -> Spectrum:
-        """The block as pyteomics gives those of an MGF file: "params" with keys in lower case,
-        pepmass a pair of m/z and intensity (or None), charge a list; "m/z array" and "intensity array"."""
+        """The block in the form of pyteomics: "params" with keys in lower case, pepmass a pair of
+        m/z and intensity (or None), charge a list; "m/z array" and "intensity array"."""
         params: Dict[str, Any] = {key.lower(): text for key, text in self.parameters.items()}
         if self.pepmass is not None:
             fields = self.parameters["PEPMASS"].split()
@@ -411,8 +411,8 @@ _COMMENTS = ("#", ";", "!", "/")
 
 def scan_of_title(title: str) -> Optional[int]:
     """The scan number in a title run.scan.scan.charge.index.dta, the last two parts of which may be
-    missing; dots and blanks in the run name do not matter. Where the whole title is none, what stands
-    before the first blank may be one, as converters write more behind it. None without."""
+    missing; dots and blanks in the run name do not matter. If the whole title is not one, the part
+    before the first blank may be, since converters write more after it. None without one."""
     match = _TITLE.search(title) or _TITLE.search(title.split(" ")[0])
     return int(match.group(1)) if match else None
 
@@ -456,7 +456,7 @@ def _peak(line: str) -> Tuple[float, float]:
 
 
 def _read_key(line: str, parameters: Dict[str, str], values: Dict[str, Any]) -> None:
-    """Takes a line KEY=value into parameters, and into values what is a number."""
+    """Puts a line KEY=value into parameters, and numbers also into values."""
     key, equals, text = line.partition("=")
     if not equals:
         raise ValueError(f"'{line}' is neither a key nor a peak")
@@ -518,7 +518,7 @@ def read_mgf(path: Path) -> Iterator[MgfSpectrum]:
 
 @dataclass(frozen=True)
 class RunRecord:
-    """What a run says of itself.
+    """The record of a run.
 
     settings: {key: text}, the keys those of a parameter file. counts: {name: int} of surveys, ms2_read,
     ms2_exported and precursors. left_out: {reason: int}, MS2 scans. Each may be empty; a key that is not
@@ -535,9 +535,9 @@ _COUNT = re.compile(r"[0-9]{1,19}\Z")
 def read_record(path: Path) -> RunRecord:
     """The record of a run, BASE.tarvek or the marker BASE.morvex of an extraction, as a RunRecord.
 
-    Lines without two tabs and entries of other kinds are passed over; of a key that repeats the last
-    counts; an empty file gives three empty dicts. OSError without a file, as for runs of an older tarvek;
-    FormatError, with the line, for a count that is no number of at most 63 bits."""
+    Skips lines without two tabs and entries of other kinds; the last of repeated keys counts; an
+    empty file gives three empty dicts. OSError without a file, as for runs of an older tarvek;
+    FormatError, with the line, for a count that is not a number of at most 63 bits."""
     record = RunRecord({}, {}, {})
     kinds: Dict[str, Dict[str, Any]] = {"setting": record.settings, "count": record.counts, "left_out": record.left_out}
     with open(path, encoding="utf-8", errors="surrogateescape", newline="\n") as lines:

@@ -255,7 +255,7 @@ TEST(Ms1FeedPacking, ShowsTheSamePeaksAroundAnyScan) {
   Ms1Feed packed(packed_source, nullptr, 200, {5, 1}, 1000);
   std::mt19937 random(34);
   for (int at = 1; at <= kSurveys; ++at) {
-    // mostly the latest scan, sometimes one far behind, or none
+    // mostly the latest scan, sometimes a much earlier one, or none
     const int scan = at % 3 == 0 ? std::uniform_int_distribution<int>(1, at)(random) : at;
     const std::int32_t number = 10 * scan + (at % 7 == 0 ? 1 : 0);
     plain.AdvanceTo(number);

@@ -22,7 +22,7 @@ using test::MessageOf;
 using test::RealBytes;
 using test::TemporaryDirectory;
 
-/// A pair of files in a directory of its own, and a silent reader of it.
+/// A pair of files in its own directory, and a silent reader for it.
 class MsbPair {
  public:
   MsbPair(const std::string& msb, const std::string& mscsv) {

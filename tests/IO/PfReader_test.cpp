@@ -35,7 +35,7 @@ std::string SurveyFile(std::int32_t count) {
   return Int32Bytes(count) + Int32Bytes(4) + "hand" + SurveyBytes(1) + SurveyBytes(5);
 }
 
-/// What reading a file of these bytes as surveys throws.
+/// The error of reading a file of these bytes as surveys.
 std::string MessageOfSurveys(const std::string& path, const std::string& bytes) {
   WriteFile(path, bytes);
   return MessageOf([&] {

@@ -32,7 +32,7 @@ MS2Spectrum Scan() {
   return scan;
 }
 
-/// What WriteRow adds to the table for these scans.
+/// The rows that WriteRow adds to the table for these scans.
 std::string RowsOf(const std::vector<MS2Spectrum>& scans) {
   const TemporaryDirectory directory;
   CaptureConsole([&] {

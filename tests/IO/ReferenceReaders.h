@@ -38,7 +38,7 @@ inline std::ostream& operator<<(std::ostream& out, const Reading& reading) {
   return out << reading.m_records << reading.m_warnings << "error: " << reading.m_error << "\n";
 }
 
-/// What fgets with a buffer of 1024 bytes followed by the C string functions would see.
+/// The text that C string functions would see after fgets with a buffer of 1024 bytes.
 inline std::vector<std::string> PiecesOf(const std::string& content) {
   std::vector<std::string> pieces;
   std::string piece;

@@ -32,7 +32,7 @@ std::string ErrorOf(const std::string& content) {
   return MessageOf([&] { TableOf(content); });
 }
 
-/// A row of zeros but for one field.
+/// A row of zeros except for one field.
 std::string RowWith(std::size_t field, const std::string& value) {
   std::array<std::string, 12> fields;
   fields.fill("0");
@@ -42,7 +42,7 @@ std::string RowWith(std::size_t field, const std::string& value) {
   return line + "\n";
 }
 
-/// The entry of scan 0 after a header and a row of zeros but for one field.
+/// The entry of scan 0 after a header and a row of zeros except for one field.
 ScanTableEntry EntryWith(std::size_t field, const std::string& value) {
   return *TableOf(kHeader + RowWith(field, value)).Find(0);
 }

@@ -39,7 +39,7 @@ class UserParametersTest : public testing::Test {
   std::string MessageOfOne(const std::string& key, const std::string& value) {
     return MessageOf([&] { ApplyOne(key, value); });
   }
-  /// What follows the echo when a run starts.
+  /// The text after the echo when a run starts.
   static void Complete(UserParameters& record) {
     Validate(record);
     DeriveValues(record);

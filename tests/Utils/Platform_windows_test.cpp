@@ -44,7 +44,7 @@ TEST(Path, MayBeLongerThanTheLimitOfOlderPrograms) {
   while (folder.size() < 600) folder += "\\" + std::string(50, 'x');
   ASSERT_TRUE(MakeDirectoryTree(folder));
   EXPECT_TRUE(IsDirectory(folder));
-  const std::string from = folder + "/a";  // this form of path has no '/' of its own
+  const std::string from = folder + "/a";  // this form of path has no '/' itself
   File file = File::Open(from, "w");
   ASSERT_TRUE(file.Write("x"));
   ASSERT_TRUE(file.Close());

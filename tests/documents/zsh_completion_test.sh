@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What zsh completion makes of a typed line: zsh_completion_test.sh SOURCE_DIRECTORY TARVEK TARVEK_TOOLS
+# The line after zsh completion: zsh_completion_test.sh SOURCE_DIRECTORY TARVEK TARVEK_TOOLS
 # Status 77 (skipped) without zsh.
 set -euo pipefail
 command -v zsh >/dev/null || { echo "there is no zsh: its completion is not tested" >&2; exit 77; }

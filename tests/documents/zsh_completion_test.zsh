@@ -1,10 +1,10 @@
-# Types lines and a tab into a shell of its own and asks it for what has become of each.
+# Types lines and a tab into a new shell and asks it for the result of each.
 # SOURCE_DIRECTORY: of the project, in the environment.
 zmodload zsh/zpty
 zpty shell zsh -f -i
 typeset -i failures=0
 
-# answer KEYS: types them and keeps in ANSWER what the shell then shows in double angle brackets.
+# answer KEYS: types them; ANSWER holds what the shell then shows in double angle brackets.
 answer() {
   local text
   zpty -w -n shell $1

@@ -7,7 +7,7 @@
 namespace tarvek::extractor {
 namespace {
 
-/// A scan whose configuration is its own or the run's default.
+/// A scan with its own configuration or the run's default.
 struct Case {
   InstrumentConfiguration m_configuration;
   ExtractedScan m_scan;

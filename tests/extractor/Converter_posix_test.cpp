@@ -21,7 +21,7 @@ using test::TemporaryDirectory;
 using test::WriteFile;
 using testing::HasSubstr;
 
-/// A run to convert and a script in place of the converter.
+/// A run to convert and a script instead of the converter.
 class ConverterTest : public testing::Test {
  protected:
   ConverterTest() {
@@ -164,7 +164,7 @@ const std::vector<std::string> kHostileNames = {
     "* ? [a] ~ # ! \\ $HOME %PATH%.raw",
 };
 
-/// A folder with only the input, and a program in place of every converter: it records its
+/// A folder with only the input, and a program instead of every converter: it records its
 /// arguments, each followed by a NUL, and converts.
 class HostileNamesTest : public testing::Test {
  protected:

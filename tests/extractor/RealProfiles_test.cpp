@@ -111,7 +111,7 @@ TEST_F(RealProfilesTest, GiveTheSamePeaksWithoutTheirZeros) {
   }
 }
 
-// The samples of these surveys lie less than 10 ppm apart, and the peaks are 5 samples wide.
+// The samples of these surveys are less than 10 ppm apart, and the peaks are 5 samples wide.
 TEST_F(RealProfilesTest, KeepTheirPeaksAboveAThreshold) {
   constexpr double kSamplePpm = 10.0;
   std::map<double, std::size_t> lost;

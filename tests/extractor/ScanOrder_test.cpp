@@ -1,4 +1,4 @@
-// Files whose scan numbers do not ascend: merged runs, files sorted by level, repeated ids.
+// Files with scan numbers that do not ascend: merged runs, files sorted by level, repeated ids.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

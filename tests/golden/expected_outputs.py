@@ -7,8 +7,8 @@ reads run.ms1, run.ms2 and IPV.txt from the input folder and writes run.csv, run
 the index files into OUT. Options are those of the program: -c, -C, -M, -z, -i. It also prints, for every MS2 scan,
 each candidate that passes the filters, with its score and features; README.md quotes from that.
 
-Everything is written for plain reading: linear searches, whole lists, no caches. The sums run in the order in
-which the program has to add, because the last bits of the recalibrated m/z depend on it.
+Everything is written for plain reading: linear searches, whole lists, no caches. The sums run in
+the program's order, because the last bits of the recalibrated m/z depend on it.
 """
 import collections
 import math

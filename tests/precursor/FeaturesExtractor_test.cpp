@@ -208,7 +208,7 @@ TEST(FeaturesExtractor, FindsTheIntensityRatioOfTheWindow) {
   Scene scene;  // half of the isolation width is 1
   scene.m_candidates = {{500.0, 6.0}, {500.25, 2.0}, {500.5015, 3.0}, {501.003, 9.0}};
   scene.Build();
-  // Inside the window lie 6 + 2 + 3; positions 0 and 1 hold 9 of it.
+  // The window holds 6 + 2 + 3; positions 0 and 1 hold 9 of it.
   EXPECT_EQ(scene.Candidate({500.0, 2}).window_intensity_ratio(), 9.0 * 2.0 / 11.0 * 0.5);
 }
 

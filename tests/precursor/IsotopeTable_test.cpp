@@ -106,7 +106,7 @@ TEST(ParseIsotopeTable, DoesNotReadRowsBeyondTheLast) {
   EXPECT_EQ(table, ParseIsotopeTable(rows, "p"));
 }
 
-/// A table whose row i holds i in its first column.
+/// A table with i in the first column of row i.
 IsotopeTable NumberedTable(std::size_t rows) {
   IsotopeTable table(rows);
   for (std::size_t i = 0; i < rows; ++i) table[i][0] = static_cast<double>(i);

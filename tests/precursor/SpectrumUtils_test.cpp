@@ -88,7 +88,7 @@ TEST(NearestPeak, AgreesWithALinearScan) {
   }
 }
 
-/// Scans 10, 20, ... each with one peak whose intensity is the store index plus 1.
+/// Scans 10, 20, ... each with one peak of intensity store index plus 1.
 Ms1Store StoreOf(std::size_t count) {
   Ms1Store store(count);
   for (std::size_t i = 0; i < count; ++i) {

@@ -16,7 +16,7 @@ struct GeneratedRun {
 /// m/z 500 and 600 among random peaks.
 GeneratedRun GenerateRun(unsigned seed, int cycles);
 
-/// An isotope table whose rows all hold the same envelope, which falls from its first peak on.
+/// An isotope table with the same envelope in all rows; it falls from the first peak on.
 inline std::string FlatIsotopeTable(int row_count) {
   std::string table;
   for (int row = 0; row < row_count; ++row) table += "100 60 20 5 1\n";

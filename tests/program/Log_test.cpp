@@ -1,4 +1,4 @@
-// Where the log goes and what it holds.
+// The place and the contents of the log.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

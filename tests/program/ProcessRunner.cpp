@@ -233,7 +233,7 @@ RunningProcess::~RunningProcess() {
 int RunningProcess::Id() const { return m_state->m_child; }
 
 void RunningProcess::Signal(int number) const {
-  // When it was waited for there is no process, and -1 would mean every one.
+  // After Wait there is no process, and -1 would mean every process.
   if (m_state->m_child > 0) ::kill(m_state->m_child, number);
 }
 

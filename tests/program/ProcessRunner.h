@@ -19,7 +19,7 @@ namespace tarvek::test {
 
 enum class StandardOutput {
   kCaptured,
-  kClosedPipe,  // a pipe whose reader is gone
+  kClosedPipe,  // a pipe without a reader
   kFullDevice,  // /dev/full: every write fails
   kClosed,      // no descriptor 1
   kAllClosed    // neither 0 nor 1 nor 2
@@ -86,7 +86,7 @@ bool TestsForeignPrograms();
 /// The program to test: built, or its stand-in of the same name.
 std::string TestedProgram(const std::string& built);
 
-/// result with '/' in place of '\\' when foreign programs are tested: expected paths have '/'.
+/// result with '/' instead of '\\' when foreign programs are tested: expected paths have '/'.
 ProcessResult WithSlashes(ProcessResult result);
 
 /// The folder of the programs to test: built, or the one of the foreign programs themselves.

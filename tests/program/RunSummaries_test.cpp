@@ -19,7 +19,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-/// The summaries in text, with their level word and "T" in place of the time.
+/// The summaries in text, with their level word and "T" instead of the time.
 std::vector<std::string> SummariesIn(const std::string& text) {
   static const std::regex summary("\\[Tarvek\\] <(.*)> - (.* read, .*, in )[0-9]+\\.[0-9]( s.*)");
   std::vector<std::string> lines;

@@ -136,7 +136,7 @@ TEST_F(GeneratedRunTest, AtOnceWithAnotherAtAnyMomentLosesNothing) {
   EXPECT_GE(refused, OneIn(10));
 }
 
-// ------------------------------------------------------------ on the other roads
+// ------------------------------------------------------------ on the other input paths
 
 class DuringExtraction : public FakeExtractorTest {
  protected:

@@ -96,7 +96,7 @@ class Types(unittest.TestCase):
                 and (key == "__init__" or not key.startswith("__"))]
             for function in functions:
                 if function.__name__ == "__init__" and hasattr(thing, "__dataclass_fields__"):
-                    continue  # made from the fields, whose types are needed anyhow
+                    continue  # made from the fields; their types are needed anyway
                 with self.subTest(name=name, function=function.__name__):
                     wanted = set(inspect.signature(function).parameters) - {"self"} | {"return"}
                     self.assertEqual(set(function.__annotations__), wanted)

@@ -9,7 +9,7 @@
 
 namespace tarvek::test {
 
-/// What ReadLine gives of it, piece by piece.
+/// The pieces that ReadLine returns.
 inline std::vector<std::string> PiecesOf(const std::string& command) {
   ChildProcess child = ChildProcess::Start(command);
   std::vector<std::string> pieces;

@@ -1,6 +1,5 @@
 // tests/tools/ToolsProgram.h: tarvek-tools as a user runs it, from a POSIX system.
-// Does:     makes the request to run it, or runs it and keeps what it printed; installs it in a
-//           folder.
+// Does:     makes the request to run it, or runs it and keeps its output; installs it in a folder.
 // Throws:   as ProcessRunner.h.
 #pragma once
 
@@ -17,8 +16,8 @@ ProcessRequest ToolsRequest(std::vector<std::string> arguments,
 ProcessResult RunTools(std::vector<std::string> arguments,
                        const std::string& working_directory = ".");
 
-/// Copies the programs, the isotope table and the presets to where an installation in the folder home
-/// has them.
+/// Copies the programs, the isotope table and the presets to their places in an installation in the
+/// folder home.
 void InstallPrograms(const std::string& home);
 
 }  // namespace tarvek::test

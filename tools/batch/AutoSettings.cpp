@@ -127,7 +127,7 @@ ChargeChoice ChooseWithoutDeclared(const InputLook& look) {
   return choice;
 }
 
-/// The charges with a notable share, ascending; all of them where none has.
+/// The charges with a notable share, ascending; all charges when none has.
 std::map<std::int32_t, std::int64_t> NotableCharges(const InputLook& look) {
   const std::int64_t declared = SumOf(look.m_charges);
   std::map<std::int32_t, std::int64_t> notable = look.m_charges;
@@ -166,7 +166,7 @@ ChargeChoice ChooseByDeclared(const InputLook& look) {
   return choice;
 }
 
-/// tarvek stops at a candidate whose mass has no row in the isotope table. Candidates lie up to the
+/// tarvek stops at a candidate with a mass beyond the isotope table. Candidates reach up to the
 /// edge of the window.
 void KeepWithinTable(const InputLook& look, ChargeChoice& choice) {
   const double width_mz = look.m_widths.empty()

@@ -28,7 +28,7 @@ inline constexpr double kSmallIonMz = 350.0;
 
 struct InputLook {
   std::string m_why_nothing;                        // is known; empty when the input was read
-  std::int64_t m_fragments = 0;                     // MS2 scans that were looked at
+  std::int64_t m_fragments = 0;                     // MS2 scans that were read
   bool m_is_whole = false;                          // they are all that there are
   std::map<std::int64_t, std::int64_t> m_widths;    // full width in hundredths of m/z: MS2 scans
   std::map<std::int32_t, std::int64_t> m_charges;   // declared size of the charge: MS2 scans

@@ -1,4 +1,4 @@
-// tools/batch/Plan.h: what a batch has to run: one task for each input file.
+// tools/batch/Plan.h: the tasks of a batch, one for each input file.
 // Does:     reads the arguments of tarvek, options or a parameter file; lists the input files as
 //           tarvek does; gives each its own log directory; finds what is finished, and whether with
 //           other settings; refuses inputs that would share an output or a log.

@@ -1,4 +1,4 @@
-// tools/batch/RunPlan.h: what "tarvek-tools run" has to run.
+// tools/batch/RunPlan.h: the tasks of "tarvek-tools run".
 // Does:     turns inputs and settings into the tasks of a batch, with paths that do not depend on
 //           the current directory; refuses inputs that were finished with other settings.
 // Throws:   a character string or a std::string, each the whole message, before anything is

@@ -70,7 +70,7 @@ class CalibrationEstimator {
   /// twice.
   void Add(const FragmentScan& scan);
 
-  /// Of the spectra so far.
+  /// The calibration from the spectra so far.
   [[nodiscard]] Calibration Estimate() const;
 
  private:

@@ -25,7 +25,7 @@ struct Mode {
   double m_spread_ppm = 0.0;  // half the width that holds 68.27 % of the crowd
 };
 
-/// What a mode must have to be believed.
+/// The requirements for a reliable mode.
 struct ModeDemands {
   double m_least_matches = 0.0;
   double m_least_strength = 0.0;

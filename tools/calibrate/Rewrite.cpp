@@ -30,7 +30,7 @@ constexpr std::string_view kFieldEnd = ", ";
 
 using FileList = std::vector<std::unique_ptr<UnfinishedFile>>;
 
-/// Writes everything anew under temporary names.
+/// Writes all files again under temporary names.
 class Rewriter {
  public:
   Rewriter(const OutputFiles& files, const Calibration& calibration)
@@ -67,7 +67,7 @@ class Rewriter {
     }
   }
 
-  /// Sizes do not change, so the index stays as it is.
+  /// Sizes do not change, so the index stays valid.
   void WritePf2(const KindFile& file, OutputFile& out) {
     WritePf(file.m_path, out, [this, &file](const PfRecord& record) {
       const double rt_s = TimeOf(record.m_scan_no);

@@ -15,7 +15,7 @@
 namespace tarvek::tools {
 namespace {
 
-// Enough to tell profile from centroid data; looking at every spectrum would double the time.
+// Enough to tell profile from centroid data; checking every spectrum would double the time.
 constexpr std::int64_t kSpectraLookedAt = 200;
 
 // Seconds. No run has surveys closer than this on average; times in minutes look that close.
@@ -250,7 +250,7 @@ void CheckAccount::ReportCharges(CheckReport& report, const RunSettings& setting
                   (is_most ? "." : ", if these ions matter to you.")});
 }
 
-// Candidates lie up to the edge of the window.
+// Candidates reach up to the edge of the window.
 double CheckAccount::HighestCandidateMz(const RunSettings& settings) const {
   double width_mz = settings.m_isolation_width;
   if (!m_widths.empty())
@@ -258,7 +258,7 @@ double CheckAccount::HighestCandidateMz(const RunSettings& settings) const {
   return m_highest_centre_mz + width_mz * 0.5 + kEdgeAllowanceMz;
 }
 
-// tarvek stops at a candidate whose mass has no row in the isotope table.
+// tarvek stops at a candidate with a mass beyond the isotope table.
 std::string CheckAccount::ChargeAdvice(std::int32_t lowest, std::int32_t highest, bool is_negative,
                                        const RunSettings& settings) const {
   const double mz = HighestCandidateMz(settings);

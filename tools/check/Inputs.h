@@ -24,7 +24,7 @@ struct CheckOptions {
   /// other settings.
   ParameterTable m_planned;
   bool m_is_table_planned = false;  // the isotope table was given too
-  std::string m_outputpath;         // empty: beside each input, or not known
+  std::string m_outputpath;         // empty: next to each input, or unknown
 };
 
 /// An .ms1 file and the .ms2 file next to it, which a run finds by its lower-case name. A missing

@@ -218,7 +218,7 @@ class OutputsCheck {
     }
   }
 
-  // An unfinished run may lie next to the record of an earlier one.
+  // An unfinished run may be next to the record of an earlier one.
   void CheckRecord() {
     CompareSettings();
     if (m_outputs->m_has_unfinished && !m_outputs->m_has_table) return;

@@ -262,7 +262,7 @@ class ParameterCheck {
   std::string m_path;
   ParameterTable m_table;
   std::map<std::string, std::int64_t> m_lines;  // of the last value of each key
-  ParameterTable m_sound;                       // known keys whose values make sense
+  ParameterTable m_sound;                       // known keys with valid values
   UserParameters m_parameters;
   ParameterPlan m_plan;
   std::int64_t m_data_paths = 0;

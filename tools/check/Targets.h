@@ -41,7 +41,7 @@ struct NamedInput {
 };
 std::vector<NamedInput> NamedInputs(const CheckTargets& targets);
 
-/// Warns of inputs whose outputs would get one name: those of one folder and format, and, when
+/// Warns of inputs that would have outputs of one name: those of one folder and format, and, when
 /// outputpath is not empty, all that would go there. One name in several folders is a note.
 void CheckSameNames(CheckReport& report, const CheckTargets& targets,
                     const std::string& outputpath);

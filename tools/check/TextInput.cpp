@@ -33,7 +33,7 @@ struct TextLook {
   std::int64_t m_first_bad_line = 0;
   std::int64_t m_commas = 0;  // peak lines with a decimal comma
   std::int64_t m_first_comma_line = 0;
-  std::unordered_set<std::int32_t> m_without_charge;  // scans whose first "Z" line has none
+  std::unordered_set<std::int32_t> m_without_charge;  // scans without one in the first "Z" line
   bool m_ends_in_line = false;
   bool m_is_empty = true;
 };

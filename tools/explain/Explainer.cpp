@@ -178,7 +178,7 @@ bool IsFitted(const joint::EnvelopeCandidate& candidate,
   });
 }
 
-/// Why a candidate of the common fit is reported or not; is_kept tells which.
+/// Why a candidate of the common fit is reported or not; is_kept says which.
 struct JointVerdict {
   bool m_is_kept;
   std::string m_reason;

@@ -1,4 +1,4 @@
-// tools/explain/RunToExplain.h: a finished run whose decisions are made once more.
+// tools/explain/RunToExplain.h: a finished run, to repeat its decisions.
 // Does:     takes the settings from its record, finds its spectra, table and isotope table, and walks
 //           its scans as tarvek did.
 // Owns:     the settings and the rows of the table; extracted spectra, in a folder that it removes.

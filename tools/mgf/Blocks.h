@@ -4,8 +4,8 @@
 // Owns:     the open file and what was read ahead of it.
 // Throws:   a std::string: "Cannot open MGF File, Path: ..."; PATH:LINE: and the problem; what
 //           File::Read throws.
-// Not here: spectra as numbers (MgfReader of src/IO, which would print the peaks anew and does not
-//           keep retention times); what an engine needs (mgf/Profiles.h).
+// Not here: spectra as numbers (MgfReader of src/IO, which would format the peaks again and drops
+//           retention times); what an engine needs (mgf/Profiles.h).
 #pragma once
 
 #include <cstdint>

@@ -143,7 +143,7 @@ class Copier {
     }
   }
 
-  // The first keeps its id, by which other spectra refer to it.
+  // The first keeps its id, since other spectra refer to it.
   static std::string SplitId(const std::string& id, std::size_t place) {
     return place == 0 ? id : id + std::string(kSplitKey) + std::to_string(place + 1);
   }

@@ -27,7 +27,7 @@ struct CopyOptions {
 
 struct CopyCounts {
   std::int64_t m_spectra = 0;     // written
-  std::int64_t m_determined = 0;  // scans with determined precursors in place of declared ones
+  std::int64_t m_determined = 0;  // scans with determined precursors instead of declared ones
   std::int64_t m_precursors = 0;  // theirs
   std::int64_t m_kept = 0;        // scans without determined precursors
   std::int64_t m_without = 0;     // scans with no element for precursors

@@ -13,7 +13,7 @@ namespace {
 constexpr int kMzDecimals = 6;  // of tarvek's tables
 constexpr double kSecondsPerMinute = 60.0;
 
-/// Where the selected ions of the first precursor are, or belong.
+/// The place of the first precursor's selected ions, present or to be added.
 struct IonPlace {
   std::size_t m_begin = 0;
   std::size_t m_end = 0;  // m_begin where the precursor has none

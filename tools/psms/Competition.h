@@ -49,7 +49,7 @@ void AssignQValues(std::vector<Contender>& contenders, FdrEstimate estimate);
 struct AcceptedCounts {
   std::int64_t m_scans = 0;  // with at least one accepted match
   std::int64_t m_matches = 0;
-  std::int64_t m_peptides = 0;  // of these matches, those whose q-value is within the rate, too
+  std::int64_t m_peptides = 0;  // of these matches, with a peptide q-value within the rate too
 };
 
 /// Counts by run number, for runs that have any, and for all runs together. contenders: with

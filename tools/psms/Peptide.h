@@ -43,7 +43,7 @@ class DecoyNames {
   /// the proteins that they were made from.
   [[nodiscard]] std::uint64_t GroupKey(std::span<const std::string> proteins, bool is_decoy) const;
 
-  /// What marked the decoys so far, in alphabetical order.
+  /// The marks of the decoys so far, in alphabetical order.
   [[nodiscard]] std::vector<std::string> MarksSeen() const;
 
  private:

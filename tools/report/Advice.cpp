@@ -19,7 +19,7 @@ constexpr std::int64_t kPrecursorsToJudge = 50;  // likewise
 constexpr double kSecondWidth = 0.05;            // share of the scans that declare another width
 constexpr double kMostAtLimit = 0.08;  // share of precursors with the highest charge asked for
 constexpr double kMostDeclaredBeyond =
-    0.03;  // share of scans whose declared charge is not asked for
+    0.03;  // share of scans with a declared charge outside the range
 constexpr double kMostPrecursorsPerScan = 6.0;
 constexpr double kMostKept = 0.4;    // share of scans for which nothing was determined
 constexpr double kMostWrong = 0.35;  // expected share of wrong precursors

@@ -17,7 +17,7 @@
 
 namespace tarvek::tools {
 
-/// What the scans of the input were read from.
+/// The source of the input's scans.
 enum class InputKind { kNone, kText, kTable };
 
 class RunContent {

@@ -132,7 +132,7 @@ struct RunReport {
 
   std::int64_t m_undeclared = 0;                   // scans without a declared m/z or charge
   std::int64_t m_without_charge = 0;               // of these: a charge of 2 was only assumed
-  std::int64_t m_kept = 0;                         // scans whose declared precursor was kept
+  std::int64_t m_kept = 0;                         // scans that kept the declared precursor
   std::int64_t m_unmatched = 0;                    // with the declared one near no determined one
   std::array<std::int64_t, kShifts> m_by_shift{};  // -3 .. 3; without the kept ones
   std::map<std::pair<int, int>, std::int64_t> m_charges;  // declared, determined (0: none); no kept

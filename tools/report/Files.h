@@ -31,8 +31,8 @@ struct RunFiles {
   std::string m_instrument;  // .mzML or .mzXML, packed or not, next to the input scans
 };
 
-/// base_path: folder and base name, with or without ".csv". The input scans are looked for in
-/// input_folder, or beside the outputs when that is empty. Throws when there is no finished table.
+/// base_path: folder and base name, with or without ".csv". The input scans are searched in
+/// input_folder, or next to the outputs when that is empty. Throws when there is no finished table.
 RunFiles FindRunFiles(const std::string& base_path, const std::string& input_folder);
 
 /// One row of a precursor table. m/z and charges are without the sign of negative ions.

@@ -77,7 +77,7 @@ class LeftOutCounter {
     return scan.m_declared.empty() ? kNoUsablePrecursor : kOtherReason;
   }
 
-  // Of surveys and exported scans, ascending.
+  // The numbers of surveys and exported scans, ascending.
   [[nodiscard]] std::vector<std::int64_t> KnownNumbers() const {
     std::vector<std::int64_t> numbers;
     for (const ScanTime& time : m_times) numbers.push_back(time.first);

@@ -113,7 +113,7 @@ std::vector<std::string> TitlesOf(std::span<const ReportFinding> findings, Verdi
   return titles;
 }
 
-// What the numbers ask to change, when no picture shows it.
+// The changes that the numbers suggest, when no picture shows them.
 std::string ChangesText(std::span<const Advice> advice) {
   std::vector<std::string> changes;
   for (const Advice& one : advice)
@@ -429,7 +429,7 @@ double LeastDeviation(const KeyFigure& figure, double median) {
   return kLeastDeviation * std::fabs(median);
 }
 
-/// What one figure is in all runs of a batch.
+/// The scale of one figure over all runs of a batch.
 struct FigureScale {
   double m_largest = 0.0;  // without sign
   double m_median = 0.0;

@@ -33,7 +33,7 @@ struct BatchRun {
   std::array<std::int64_t, kPrecursorCounts> m_by_count{};
 };
 
-/// Of a run that was stopped before its end.
+/// The entry of a run that was stopped before its end.
 BatchRun UnfinishedRun(const std::string& name);
 
 /// "finished", "nothing exported", "unfinished" or "no report".
@@ -49,9 +49,9 @@ std::string RunPage(const RunReport& report);
 /// The page of a stopped run: its state, and what to do.
 std::string UnfinishedPage(const std::string& name);
 
-/// Marks the figures that lie far from those of the other runs: more than 3.5 times the scaled median
-/// absolute deviation, which counts as at least 2 % of the median, 1 % for per cents and 0.3 ppm.
-/// None among fewer than five.
+/// Marks the figures that are far from those of the other runs: more than 3.5 times the scaled
+/// median absolute deviation, which counts as at least 2 % of the median, 1 % for per cents and 0.3
+/// ppm. None among fewer than five.
 std::string BatchPage(const std::string& title, std::span<const BatchRun> runs);
 
 }  // namespace tarvek::tools

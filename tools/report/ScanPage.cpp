@@ -26,7 +26,7 @@ using nlohmann::ordered_json;
 constexpr CandidateLimits kShown{14, false};
 constexpr int kCompression = 6;
 
-// How much a scan was changed, as the index tells it; -1: nothing to compare.
+// How much a scan was changed, for the index; -1: nothing to compare.
 constexpr int kNotCompared = -1;
 constexpr int kChargeChanged = 4;
 constexpr int kNotFound = 5;
@@ -101,7 +101,7 @@ double ShareOfOthers(const Explanation& explained) {
 double Hundredths(double value) { return std::round(value * 100.0) / 100.0; }
 double Thousandths(double value) { return std::round(value * 1000.0) / 1000.0; }
 
-/// Counts the scans whose declared precursor was kept, and why.
+/// Counts the scans that kept the declared precursor, and why.
 class KeptScans {
  public:
   void Take(const Explanation& explained) {

@@ -24,7 +24,7 @@ inline constexpr std::size_t kMostScansDefault = 20'000;
 
 struct ScanPage {
   std::string m_html;
-  ScanPageOutcome m_outcome;  // but for the name of the file
+  ScanPageOutcome m_outcome;  // except the name of the file
 };
 
 /// The exported scans of a run, at most `most` of them, evenly spread over the run.

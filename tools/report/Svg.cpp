@@ -45,7 +45,7 @@ struct Scale {
   }
 };
 
-/// The frame of a chart: where its plot lies, and the SVG around it.
+/// The frame of a chart: the place of its plot, and the SVG around it.
 class Drawing {
  public:
   explicit Drawing(const ChartText& text, double height = kHeight) {

@@ -12,7 +12,7 @@
 namespace tarvek::tools {
 namespace {
 
-// The isotope offset, -3 to 3, at which found lies within tol_ppm of truth counted in isotopes of
+// The isotope offset, -3 to 3, at which found is within tol_ppm of truth, counted in isotopes of
 // charge.
 std::optional<int> IsotopeOffset(const Precursor& found, const Precursor& truth, double tol_ppm,
                                  std::int32_t charge) {

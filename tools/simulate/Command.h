@@ -1,4 +1,4 @@
-// tools/simulate/Command.h: "tarvek-tools simulate", which writes a run whose truth is known.
+// tools/simulate/Command.h: "tarvek-tools simulate", which writes a run with known truth.
 // Does:     declares the subcommand's options, checks them and starts the run.
 // Owns:     nothing; the options live as long as the App.
 // Throws:   while parsing, a CLI::ParseError naming the option; when writing, a std::string of the

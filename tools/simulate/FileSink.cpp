@@ -14,7 +14,7 @@ constexpr const char* kTruthHeader =
 
 constexpr int kMzDecimals = 6;
 
-// Those of the spectra.
+// Decimals of the spectra.
 constexpr PeakDigits kDigits;
 
 // The same for every run: the files of a seed never differ.

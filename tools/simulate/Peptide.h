@@ -1,7 +1,7 @@
 // tools/simulate/Peptide.h: tryptic peptides: sequences, masses, isotope envelopes, charges.
 // Does:     draws sequences; computes what follows from a sequence.
 // Owns:     IsotopeCalculator its tables, which grow with the largest composition asked for.
-// Throws:   nothing. A letter that is no amino acid is a failed check.
+// Throws:   nothing. A letter that is not an amino acid is a failed check.
 // Not here: amounts and retention times (simulate/Elution.h), fragments (simulate/Fragments.h).
 #pragma once
 

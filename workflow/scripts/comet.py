@@ -1,4 +1,4 @@
-"""Searches with Comet (Debian package comet-ms), and which of their matches are accepted.
+"""Searches with Comet (Debian package comet-ms) and selects the accepted matches.
 
 A match is a row of Comet's table, column -> text, with the name of the searched file as "mgf".
 """
@@ -7,7 +7,7 @@ import re
 import subprocess
 from pathlib import Path
 
-DECOY = "DECOY_"  # what Comet puts before the names of decoys
+DECOY = "DECOY_"  # Comet's prefix for the names of decoys
 SETTINGS = {
     "decoy_search": "1",
     "peptide_mass_units": "2",
@@ -70,8 +70,8 @@ def files_of(mgf):
 
 
 def count(tools, tables, *options):
-    """What 'tarvek-tools psms' counts in tables of Comet: scans, matches, peptides and proteins, by name.
-    tools: the program."""
+    """The counts of 'tarvek-tools psms' for tables of Comet: scans, matches, peptides and proteins,
+    by name. tools: the program."""
     command = [tools, "psms", "--json", "--decoy-prefix", DECOY, *options, "--", *tables] if tables else None
     if command is None:
         return dict.fromkeys(("scans", "matches", "peptides", "proteins"), 0)
@@ -97,9 +97,9 @@ def link(path, target):
 
 
 def search(mgf, fasta, settings, folder, name, console=None):
-    """The matches of one file. folder keeps Comet's files, which are called name.*; the inputs are
-    linked there, because Comet takes a '#' or ':' in a path for something else. console: for what it
-    prints on the way, as subprocess has it."""
+    """The matches of one file. folder keeps Comet's files, named name.*; the inputs are linked
+    there, because '#' and ':' in a path have a meaning for Comet. console: for its output, as in
+    subprocess."""
     link(folder / f"{name}.mgf", mgf)
     link(folder / f"{name}.fasta", fasta)
     write_parameters(folder / f"{name}.params", {**settings, "database_name": f"{name}.fasta"})
@@ -127,8 +127,9 @@ def best_matches(matches):
 
 
 def q_values(matches):
-    """Share of decoys among the matches down to each place, the smallest of it and all places below.
-    matches: ascending in E-value. Equal E-values have one share, as no cut can part them."""
+    """The q-value at each place: the smallest share of decoys among the matches down to it or to
+    any place below. matches: ascending in E-value. Equal E-values have one share, since no cut can
+    separate them."""
     shares, decoys, targets, first = [], 0, 0, 0
     for place, match in enumerate(matches):
         decoys += is_decoy(match)
@@ -142,6 +143,7 @@ def q_values(matches):
 
 
 def accepted(matches, fdr):
-    """The targets among the matches whose q-value is at most fdr. matches: one a scan, in any order."""
+    """The targets among the matches with a q-value of at most fdr. matches: one per scan, in any
+    order."""
     ranked = sorted(matches, key=e_value)
     return [match for match, share in zip(ranked, q_values(ranked)) if share <= fdr and not is_decoy(match)]

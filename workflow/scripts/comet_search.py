@@ -15,7 +15,7 @@ COUNTED = ("scans", "matches", "peptides", "proteins")
 
 
 def count_scans(mgf_files):
-    """Searched scans and precursors. A scan may be in several files, of further precursors."""
+    """Searched scans and precursors. A scan may be in several files, with further precursors."""
     scans, precursors = set(), 0
     for mgf in mgf_files:
         for line in mgf.open(encoding="ascii"):
@@ -53,7 +53,7 @@ def search(mgf, options):
 def main():
     options = parse_arguments()
     mgf_files = sorted(options.mgf.glob("*.mgf"))
-    # Comet writes nothing of a file without spectra.
+    # Comet writes no output for a file without spectra.
     tables = [search(mgf, options) for mgf in mgf_files if mgf.stat().st_size]
     estimate = () if options.plus_one else ("--no-plus-one",)
     found = comet.count(options.tools, tables, "--precursors", options.table, "--fdr", options.fdr, "--out",

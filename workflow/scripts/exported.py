@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Ends with an error when MS2 scans were read and none was exported: exported.py RECORD [MARKER]
+"""Ends with an error when MS2 scans were read but none was exported: exported.py RECORD [MARKER]
 
-RECORD: BASE.tarvek, which tarvek writes beside its table. MARKER: BASE.morvex of the extraction before, which
-says what the instrument file held. Lines of both: kind, key and value with tabs between them.
+RECORD: BASE.tarvek, which tarvek writes next to its table. MARKER: BASE.morvex of the extraction,
+which says what the instrument file held. Lines of both: kind, key and value with tabs between them.
 """
 import sys
 
@@ -23,8 +23,8 @@ def read_record(path):
 
 
 def why_nothing(records):
-    """Why the run of these records exported nothing, the one of the run itself first; empty when it did, or
-    when there was nothing to export."""
+    """Why the run of these records exported no scan, the reason of the run itself first; empty when
+    it did export, or had nothing to export."""
     exported = records[0]["count"].get("ms2_exported")
     read = max((record["count"].get("ms2_read", 0) for record in records), default=0)
     if exported is None:

@@ -1,4 +1,4 @@
-"""Where the programs of tarvek are installed."""
+"""The paths of tarvek's installed programs."""
 import dataclasses
 import shutil
 from pathlib import Path
@@ -18,8 +18,8 @@ class Programs:
 
 
 def find_programs(prefix):
-    """The programs under an installation prefix, or beside the tarvek of the PATH when it is empty.
-    Ends with a message when one is missing."""
+    """The programs under an installation prefix, or next to the tarvek of the PATH when it is
+    empty. Ends with a message when one is missing."""
     if not prefix:
         found = shutil.which("tarvek")
         if found is None:

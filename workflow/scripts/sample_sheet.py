@@ -1,4 +1,4 @@
-"""The sample sheet: which files are processed, under which names, with which settings."""
+"""The sample sheet: files to process, with names and settings."""
 import csv
 import dataclasses
 import math
@@ -10,7 +10,7 @@ from configuration import text_of
 REQUIRED = ("sample", "file")
 OPTIONAL = ("isolation_width", "charge_range", "faims", "fasta")
 
-# Of samples. No - in front, where programs would take it for an option.
+# Names of samples. No - in front, which programs would read as an option.
 NAME = "[A-Za-z0-9_][A-Za-z0-9_-]*"
 
 # Ending in lower case -> which extractor reads it.
@@ -25,7 +25,7 @@ ACTIVATIONS = ("HCD", "CID", "ETD", "ETHCD", "ETCID")
 class Sample:
     name: str
     file: str  # absolute path
-    ending: str  # as the file has it
+    ending: str  # as in the file
     kind: str  # xml, raw or wiff
     settings_options: str  # of tarvek-tools settings
     extractor_options: str

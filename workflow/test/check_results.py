@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Compares what the workflow found in simulated runs with their truth: check_results.py RESULTS DATA
+"""Compares the results for simulated runs with their truth: check_results.py RESULTS DATA
 
-Of each sample at least 90 % of the scans must be identified, and at least 95 % of the matches must have a peptide
-that was isolated in their scan. Isoleucine and leucine weigh the same.
+In each sample at least 90 % of the scans must be identified, and at least 95 % of the matches must
+have a peptide that was isolated in their scan. Isoleucine and leucine count as equal.
 """
 import csv
 import sys

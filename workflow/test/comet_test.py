@@ -150,7 +150,7 @@ class Files(unittest.TestCase):
             work.mkdir()
             fasta, mgf = odd / "p.fasta", odd / "run_HCDFT.mgf"
             fasta.write_text(">P1\nMKAAAAAAAAAAGGGGGGGGR\n")
-            # Nothing needs to match; what counts is that Comet reads both files.
+            # No match is needed; Comet must read both files.
             mgf.write_text("BEGIN IONS\nTITLE=run.7.7.2.0.dta\nSCANS=7\nCHARGE=2+\nPEPMASS=650.3\n" +
                            "".join(f"{200 + place}.1 10.0\n" for place in range(20)) + "END IONS\n")
             matches = comet.search(mgf, fasta, comet.settings_of(mgf, threads=1), work, "s", subprocess.DEVNULL)

@@ -5,7 +5,7 @@
 #   prefix     where tarvek is installed
 #   folder     where everything goes; the project is FOLDER/project
 # Blanks and a quote in the paths below, and a folder with something in it that has the name up to the
-# blank: a path that is not quoted somewhere would fail, or touch that. The project itself has none, since
+# blank: an unquoted path would fail, or touch that folder. The project itself has none, since
 # Snakemake does not quote the working directory of SLURM jobs.
 
 project=$folder/project
@@ -40,7 +40,7 @@ make_project() {
 # More arguments for every run of Snakemake.
 workflow_arguments=()
 
-# run_workflow NAME PROFILE [ARGS]: in the project; what it prints goes to FOLDER/NAME.txt.
+# run_workflow NAME PROFILE [ARGS]: in the project; its output goes to FOLDER/NAME.txt.
 run_workflow() {
   local name=$1 profile=$2
   shift 2
@@ -50,7 +50,8 @@ run_workflow() {
 }
 
 # hashes NAME: of all outputs, into FOLDER/NAME.sha256. Logs, the folders of the tasks and the line of
-# extracted spectra that says when they were made hold clock times; Snakemake's own marks are no outputs.
+# extracted spectra that says when they were made hold clock times; Snakemake's own marks are not
+# outputs.
 hashes() {
   local file
   (

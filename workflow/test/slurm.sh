@@ -1,6 +1,6 @@
 # shellcheck shell=bash
-# A SLURM cluster of this machine alone, started by hand in a folder of its own: its own munge, ports,
-# process ids and state; nothing of the system is touched and no systemd is needed. Source this file.
+# A SLURM cluster on this machine, started by hand in its own folder: its own munge, ports, process
+# ids and state; nothing of the system is touched and no systemd is needed. Source this file.
 #   start_slurm FOLDER   sets SLURM_CONF and returns when the node takes jobs
 #   stop_slurm           stops what was started; harmless when nothing was
 
@@ -42,7 +42,7 @@ SelectTypeParameters=CR_CPU_Memory
 # Snakemake asks for the state of finished jobs, so they must not be forgotten early.
 MinJobAge=300
 ReturnToService=2
-# The node is what is written here, however large the machine is.
+# The node has the size written here, however large the machine is.
 SlurmdParameters=config_overrides
 NodeName=$host NodeAddr=127.0.0.1 CPUs=2 RealMemory=16000 State=UNKNOWN
 PartitionName=all Nodes=ALL Default=YES MaxTime=INFINITE State=UP

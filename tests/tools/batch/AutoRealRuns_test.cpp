@@ -1,4 +1,4 @@
-// What --auto chooses for real runs is what their provenance says of them.
+// --auto chooses for real runs the settings that their providers describe.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -17,8 +17,8 @@ struct RealRun {
   const char* m_charges;
 };
 
-// Widths, charges and polarity as their providers describe them. TopDown: charge 10 at m/z 1496 is
-// the last below 15000 Da.
+// Widths, charges and polarity from their providers. TopDown: charge 10 at m/z 1496 is the last
+// below 15000 Da.
 constexpr std::array<RealRun, 18> kRealRuns = {{
     {"b6-fusion-it/sliced_b6.mzML.gz", "0.7", "2t6"},
     {"bsa-orbixl/BSA_min_21.mzXML.gz", "2", "2t6"},
@@ -51,7 +51,7 @@ TEST(AutoRealRuns, GetWhatTheyWereMeasuredWith) {
   }
 }
 
-// GNPSExport and the lipids declare charges; without them their isotopes tell the same.
+// GNPSExport and the lipids declare charges; without these their isotopes show the same.
 TEST(AutoRealRuns, OfSmallMoleculesHaveSinglySpacedIsotopes) {
   const std::string folder = TARVEK_SOURCE_DIR "/../shared/data/";
   if (!std::filesystem::exists(folder)) GTEST_SKIP() << "needs the real runs in ../shared/data";

@@ -24,7 +24,7 @@ using testing::StartsWith;
 
 constexpr const char* kTable = TARVEK_SOURCE_DIR "/data/IPV.txt";
 
-// The programs as they are installed, since tarvek finds its extractor there.
+// Installed programs, since tarvek finds its extractor there.
 class AutoTest : public testing::Test {
  protected:
   void SetUp() override {

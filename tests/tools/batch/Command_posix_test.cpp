@@ -70,7 +70,7 @@ class BatchCommandTest : public testing::Test {
     return files;
   }
 
-  /// A program in place of tarvek.
+  /// A program instead of tarvek.
   void WriteProgram(const std::string& body) const {
     WriteFile(m_directory / "fake", "#!/bin/sh\n" + body);
     fs::permissions(m_directory / "fake", fs::perms::owner_all);
@@ -226,7 +226,7 @@ TEST_F(BatchCommandTest, SaysThatAProgramCannotBeStarted) {
   EXPECT_THAT(result.m_err, HasSubstr("cannot start ./fake"));
 }
 
-/// The processes that wrote their numbers into NAME.pid beside the inputs.
+/// The processes that wrote their numbers into NAME.pid next to the inputs.
 std::vector<pid_t> PidsIn(const std::string& folder) {
   std::vector<pid_t> pids;
   for (const auto& entry : fs::directory_iterator(folder))
@@ -263,7 +263,7 @@ TEST_F(BatchStopTest, EndsTheRunningProcessesAndStartsNoOthers) {
   WriteInputs(4);
   WriteProgram("echo $$ >$2.pid\nsleep 100\n");
   for (const int signal : {SIGINT, SIGTERM}) {
-    ForgetPids(m_directory / "in");  // those of the pass before
+    ForgetPids(m_directory / "in");  // those of the previous pass
     const ProcessResult result = RunAndStop(
         {"batch", "--jobs", "2", "--tarvek", "./fake", "--", "in", "-F", "ms1"}, 1500ms, signal);
     EXPECT_EQ(result.m_exit_status, 130) << result.m_out << result.m_err;

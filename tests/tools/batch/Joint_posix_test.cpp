@@ -55,7 +55,7 @@ class JointRun : public testing::Test {
 
   [[nodiscard]] std::string Path(const std::string& name) const { return m_directory / name; }
 
-  /// The precursors with evidence by scan, which are those of the precursor table.
+  /// The precursors with evidence by scan; the same as in the precursor table.
   void ExpectEvidenceOfTheTable(double threshold) const {
     std::map<std::int32_t, std::vector<EvidenceRow>> evidence;
     EvidenceReader reader(Path("out/r.precursors.tsv"));

@@ -35,7 +35,7 @@ class BatchPlanTest : public testing::Test {
 
   static std::vector<BatchTask> Plan(const std::vector<std::string>& words) {
     std::vector<BatchTask> tasks;
-    CaptureConsole([&] { tasks = PlanBatch(words); });  // what tarvek warns of
+    CaptureConsole([&] { tasks = PlanBatch(words); });  // tarvek's warnings
     return tasks;
   }
 

@@ -58,7 +58,7 @@ TEST_F(BatchReportTest, NamesTheTaskThatEnded) {
 TEST_F(BatchReportTest, TellsTheTimeLeftFromTheSizesOfWhatIsDone) {
   m_results[2] = Ended(BatchState::kRunning, 0);
   m_tasks[3].m_size_bytes = 999;
-  // 1000 bytes took 30 s, 3000 are left: a size counts one byte more, so that empty files count.
+  // 1000 bytes took 30 s, 3000 are left; each size counts one byte more, so that empty files count.
   EXPECT_EQ(BatchProgressLine({m_tasks, m_results, nullptr}, 30'000),
             "[###############...............] 2/4 files, 1 running, 1:30 left");
 }
@@ -69,7 +69,7 @@ TEST_F(BatchReportTest, TellsNoTimeLeftBeforeAnythingIsDone) {
             "[#######.......................] 1/4 files, 2 running");
 }
 
-// 1000 bytes took 500 s, and 6 are left: the failed file is neither.
+// 1000 bytes took 500 s, and 6 are left: the failed file does not count.
 TEST_F(BatchReportTest, CountsFailuresInTheProgress) {
   EXPECT_EQ(BatchProgressLine({m_tasks, m_results, nullptr}, 500'000),
             "[######################........] 3/4 files, 0 running, 1 failed, 0:03 left");

@@ -59,7 +59,7 @@ class RunCommandTest : public testing::Test {
     return Tools(std::move(arguments));
   }
 
-  /// File name to content, directories left out, and without what says when spectra were extracted.
+  /// File name to content, without directories and without the time of the extraction.
   [[nodiscard]] std::map<std::string, std::string> FilesIn(const std::string& folder) const {
     std::map<std::string, std::string> files;
     for (const auto& entry : fs::directory_iterator(m_directory / folder)) {
@@ -70,7 +70,7 @@ class RunCommandTest : public testing::Test {
     return files;
   }
 
-  /// A program in place of tarvek.
+  /// A program instead of tarvek.
   void WriteProgram(const std::string& body) const {
     WriteFile(m_directory / "fake", "#!/bin/sh\n" + body);
     fs::permissions(m_directory / "fake", fs::perms::owner_all);

@@ -30,7 +30,7 @@ class RunInputsTest : public testing::Test {
     }
   }
 
-  /// The names of the inputs that these words lead to.
+  /// The names of the inputs for these words.
   std::vector<std::string> Find(const std::vector<std::string>& words,
                                 const std::string& format = "") {
     std::vector<std::string> paths;

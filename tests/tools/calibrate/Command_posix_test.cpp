@@ -54,7 +54,8 @@ MS2Spectrum Ms2Of(const SyntheticScan& scan) {
   return spectrum;
 }
 
-/// The outputs of a finished run "a", by the writers of tarvek. m_true: what a run without bias has.
+/// The outputs of a finished run "a", by the writers of tarvek. m_true: those of a run without
+/// bias.
 class CalibrateCommandTest : public testing::Test {
  protected:
   void WriteRun(double survey_ppm, double fragment_ppm, const std::string& analyser = "FT") {
@@ -172,7 +173,7 @@ TEST_F(CalibrateCommandTest, CorrectsEveryOutput) {
 TEST_F(CalibrateCommandTest, LeavesNoBiasBehind) {
   WriteRun(kSurveyPpm, kFragmentPpm);
   ASSERT_EQ(Calibrate({"a.csv", "--apply"}).m_exit_status, 0);
-  // A record that does not know of the correction, so that it is estimated anew.
+  // A record without the correction, so that it is estimated again.
   WriteRunRecord(Path("a.tarvek"), RunRecord());
   const auto json = nlohmann::json::parse(Calibrate({"a", "--json"}).m_out).at(0);
   EXPECT_NEAR(json.at("calibration").at("surveys").at("ppm").get<double>(), 0.0, 0.2);
@@ -248,7 +249,7 @@ std::map<std::string, std::string> WithoutTemporary(std::map<std::string, std::s
   return files;
 }
 
-// A table with its own name says that everything beside it belongs together.
+// A table with its final name means that the files next to it belong together.
 TEST_F(CalibrateCommandTest, LeavesAllOrNothingOrAnUnfinishedRunWhenItIsKilled) {
   WriteRun(kSurveyPpm, kFragmentPpm);
   const auto before = Files();

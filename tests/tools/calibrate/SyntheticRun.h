@@ -1,5 +1,5 @@
 // tests/tools/calibrate/SyntheticRun.h: fragment spectra of peptides with a known bias of their m/z.
-// Masses are counted from atoms, by ends of the sequence, in another way than the estimator's.
+// Masses are computed from atoms and sequence ends, in another way than in the estimator.
 #pragma once
 
 #include <algorithm>

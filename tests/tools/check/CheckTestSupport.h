@@ -24,7 +24,7 @@ struct CheckResult {
   nlohmann::json m_report;
   std::string m_err;
 
-  /// "severity code" of each finding, sorted, each once.
+  /// "severity code" of the findings, sorted, without repeats.
   [[nodiscard]] std::vector<std::string> Findings(bool with_notes = true) const;
 };
 
@@ -32,7 +32,7 @@ struct CheckResult {
 /// one.
 CheckResult Check(std::vector<std::string> arguments);
 
-/// What the same prints for people.
+/// The text output of the same check.
 std::string CheckedText(std::vector<std::string> arguments);
 
 }  // namespace tarvek::tools::test

@@ -47,7 +47,7 @@ void Process(const std::string& input, const std::string& out,
   request.m_program = TestedProgram(TARVEK_PROGRAM);
   request.m_arguments = {"-D", input, "-O", out, "-L", out, "-I", IsotopeTable()};
   request.m_arguments.insert(request.m_arguments.end(), arguments.begin(), arguments.end());
-  // Where the extractor is looked for.
+  // The folder in which tarvek looks for the extractor.
   request.m_working_directory = TestedFolder(TARVEK_EXTRACTOR_DIRECTORY);
   std::filesystem::create_directories(out);
   RequireSuccess(RunProcess(request), "tarvek");

@@ -66,7 +66,7 @@ TEST(CheckFindings, TextHasDefectsFirstAndJsonHasScanAndLine) {
   EXPECT_EQ(json.at("checked").at(0).at("left_out").at(0).at("first_scan"), 5);
 }
 
-/// What the check says of an mzML file of these scans.
+/// The findings for an mzML file of these scans.
 CheckReport CheckScans(const std::vector<TestScan>& scans, const CheckOptions& options = {}) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.mzML", Mzml(scans));
@@ -335,8 +335,8 @@ TEST(CheckTextInput, AHalfThatIsThereAndCannotBeReadIsNotMissing) {
   EXPECT_EQ(report.Findings().front().m_file, directory / "run.ms2");
 }
 
-// The first has only peaks of no intensity, the third none at all, the fourth one without a blank,
-// and the last a repeated block, of which peaks are not read.
+// The first has only peaks without intensity, the third has no peaks, the fourth one without a
+// blank, and the last is a repeated block with unread peaks.
 TEST(CheckTextInput, ScansWithoutPeaksAreThoseThatTheReaderPassesOver) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.ms1", kSurveyText);
@@ -360,7 +360,7 @@ void WriteBinaryPair(const std::string& base, const std::vector<BinaryScan>& sca
   WriteFile(base + ".mscsv", tarvek::test::ScanTableText(scans));
 }
 
-// The fragment names the first survey, which a run keeps though it has no peaks.
+// The fragment names the first survey, which a run keeps even without peaks.
 TEST(CheckBinaryInput, ASurveyWithoutPeaksIsASurvey) {
   const TemporaryDirectory directory;
   WriteBinaryPair(directory / "run.mzml",
@@ -387,7 +387,7 @@ TEST(CheckBinaryInput, DotsInTheRunNameAreAWarningAndThoseOfTheFormatAreNot) {
   }
 }
 
-// The 2 that the reader takes for an unknown charge is not declared.
+// The 2 that the reader returns for an unknown charge is not declared.
 TEST(CheckTextInput, AChargeThatIsAssumedIsNotADeclaredOne) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.ms1", kSurveyText);
@@ -499,7 +499,7 @@ TEST(CheckMgfInput, BlocksThatMergeAreCounted) {
   EXPECT_EQ(other.Findings().back().m_severity, Severity::kWarning);
 }
 
-// Dots in the run name: the second field is 1 in both, and the scans are told by the end.
+// Dots in the run name: the second field is 1 in both, and only the end identifies the scans.
 TEST(CheckMgfInput, TitlesOfDottedRunNamesDoNotMerge) {
   const std::string peaks = "100.5 1.0\n";
   const CheckReport report =
@@ -522,7 +522,7 @@ TEST(CheckMgfInput, ATitleWithoutScanIsNamedWithItsLine) {
   EXPECT_EQ(report.Findings()[1].m_place.m_line, 8);
 }
 
-// Whatever separators a run reads: where it gets no peaks, the reason is told.
+// For all separators: where a run gets no peaks, the check says why.
 TEST(CheckMgfInput, ScansWithoutUsablePeaksAreLeftOutWithTheReason) {
   const CheckReport report =
       CheckMgfText(MgfBlock("a.7.7.2.dta", "100.5 1.0\n") + MgfBlock("a.8.8.2.dta", "") +
@@ -607,7 +607,7 @@ TEST(CheckPaths, ABaseNameStandsForTheFilesOfOneRun) {
 
 /// The inputs and findings of a directory, or of one path in it.
 struct Checked {
-  std::vector<std::string> m_items;  // names, with the counts behind each
+  std::vector<std::string> m_items;  // names, each followed by its counts
   std::vector<std::string> m_codes;
 };
 Checked CheckIn(const TemporaryDirectory& directory, const std::string& name = {}) {
@@ -624,7 +624,7 @@ Checked CheckIn(const TemporaryDirectory& directory, const std::string& name = {
   return checked;
 }
 
-// tarvek takes .ms1 in any case, and .ms2 in lower case.
+// tarvek accepts .ms1 in any case, but .ms2 only in lower case.
 TEST(CheckPaths, EndingsInUpperCaseAreTakenAsARunTakesThem) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.MS1", kSurveyText);

@@ -1,4 +1,4 @@
-// tarvek-tools check has nothing against runs that are as they should be, before and after tarvek.
+// tarvek-tools check finds nothing wrong with good runs, before and after tarvek.
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -19,7 +19,7 @@ using testing::TestWithParam;
 struct GoodRun {
   std::string m_format;                   // text, msb or mzml
   std::vector<std::string> m_simulate;    // options of the simulator
-  std::vector<std::string> m_settings{};  // of tarvek and of check alike
+  std::vector<std::string> m_settings{};  // of both tarvek and check
   std::vector<std::string> m_outputs{};   // options of tarvek alone
 };
 
@@ -68,7 +68,7 @@ class CheckGoodRuns : public TestWithParam<GoodRun> {
     std::vector<std::string> settings = run.m_settings;
     settings.insert(settings.end(), run.m_outputs.begin(), run.m_outputs.end());
     if (run.m_format == "msb") {
-      // As the extractor leaves it: the pair and its marker among the outputs.
+      // As after the extractor: the pair and its marker are among the outputs.
       Simulate(simulate, Out() + "/run.mzml");
       WriteFile(Out() + "/run.morvex", "done\n");
       WriteFile(m_directory / "run.mzML", "");
@@ -94,7 +94,7 @@ TEST_P(CheckGoodRuns, NothingIsFoundBeforeAndAfterTheRun) {
   EXPECT_EQ(result.m_status, 0);
   EXPECT_EQ(result.Findings(false), std::vector<std::string>()) << result.m_report.dump(1);
   EXPECT_EQ(result.m_err, "");
-  // An input and the outputs at least were looked at, and they are not empty.
+  // The check covered at least an input and the outputs, and they are not empty.
   EXPECT_GE(result.m_report.at("checked").size(), 2U);
   for (const auto& item : result.m_report.at("checked"))
     for (const auto& [name, count] : item.at("counts").items()) EXPECT_GT(count, 0) << name;

@@ -156,7 +156,7 @@ TEST_F(CheckParametersTest, TwoInputsOfOneNameInOneOutputDirectoryAreNamed) {
               ElementsAre("warning same-name"));
 }
 
-// The template that tarvek writes is refused by it until someone edits it, and so it is here.
+// tarvek refuses its own template until someone edits it, and so does the check.
 TEST_F(CheckParametersTest, TheTemplateHasNoUnknownKey) {
   for (const std::string& code : Codes(Check(TemplateText() + DataPath())))
     EXPECT_EQ(code.find("unknown-key"), std::string::npos) << code;

@@ -1,4 +1,4 @@
-// Defects that are planted into a good run, and what tarvek-tools check says of each.
+// Defects planted into a good run, and the finding of tarvek-tools check for each.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -23,7 +23,7 @@ using tarvek::test::TemporaryDirectory;
 using tarvek::test::WriteFile;
 using testing::TestWithParam;
 
-/// A copy of the good run, to be spoiled: text/run.ms1 and .ms2, mzml/run.mzML, msb/run.mzml.msb and
+/// A copy of the good run to damage: text/run.ms1 and .ms2, mzml/run.mzML, msb/run.mzml.msb and
 /// .mscsv, and the outputs out/run.* of the text.
 class Spoiler {
  public:

@@ -1,4 +1,4 @@
-// Real runs and what tarvek makes of them have no defect, and the warnings that are listed here.
+// Real runs and their outputs have no defect, and only the warnings listed here.
 #include <gtest/gtest.h>
 #include <zlib.h>
 
@@ -47,7 +47,7 @@ std::string Unpacked(const std::string& path) {
   return text;
 }
 
-/// The gzip files of mzML and mzXML beside the project.
+/// The gzip files of mzML and mzXML next to the project.
 std::vector<fs::path> RealRuns() {
   std::vector<fs::path> paths;
   std::error_code error;
@@ -76,7 +76,7 @@ TEST(CheckRealRuns, HaveNoDefectAndTheWarningsOfTheTable) {
   }
 }
 
-// Intact proteins: their charges times their m/z reach beyond the isotope table.
+// Intact proteins: charge times m/z is beyond the isotope table.
 TEST(CheckRealRuns, TheChargesThatAreAdvisedForIntactProteinsAreProcessed) {
   const std::string packed = TARVEK_SOURCE_DIR "/../shared/data/td-fusion-emsl/TopDown.mzML.gz";
   if (!fs::exists(packed)) GTEST_SKIP() << "needs the real runs in ../shared/data";

@@ -27,7 +27,7 @@ using testing::Not;
 
 const std::string kTable = TARVEK_SOURCE_DIR "/data/IPV.txt";
 
-/// What a precursor table says of a scan.
+/// A scan in a precursor table.
 struct Row {
   int m_scan = 0;
   std::vector<std::pair<double, int>> m_precursors;
@@ -202,7 +202,7 @@ TEST_F(ExplainCommand, ListsThePeaksOfTheSurveyNearTheWindow) {
   }
 }
 
-// 20 ppm, the spacing of 1.003 and five isotopes: the highest possible sum is that of the nearest peaks.
+// 20 ppm, the spacing of 1.003 and five isotopes: the nearest peaks give the highest possible sum.
 double SlowElution(const std::vector<std::pair<double, double>>& peaks, double mz, int charge) {
   double sum = 0.0;
   for (int isotope = 0; isotope < 5; ++isotope) {
@@ -339,7 +339,7 @@ TEST_F(ExplainCommand, NamesWhatIsNotThere) {
   EXPECT_THAT(Err(), HasSubstr("name a scan: its number, --time or --mz"));
 }
 
-// The store of surveys is filled without a word of its progress.
+// Filling the store of surveys prints no progress.
 TEST_F(ExplainCommand, PrintsNothingButJsonOfALongRun) {
   MakeRun("", "", "--seed 3 --ms2 7200");
   const std::vector<Row> rows = RowsOf(m_directory / "out/run.csv");
@@ -347,7 +347,7 @@ TEST_F(ExplainCommand, PrintsNothingButJsonOfALongRun) {
   EXPECT_TRUE(scan["agrees_with_table"].get<bool>());
 }
 
-// Runs of several instruments, whatever they were processed with: the repeated determination is that of
+// Runs of several instruments, processed with any settings: the repeated determination agrees with
 // the table in every scan.
 TEST_F(ExplainCommand, ExplainsARealRun) {
   const std::string packed = TARVEK_SOURCE_DIR "/../shared/data/hek293-velos/HEK293_2_16173.ms";

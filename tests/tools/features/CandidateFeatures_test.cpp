@@ -225,7 +225,7 @@ TEST_F(FeaturesCommand, TakesTheInstalledIsotopeTableWhereTheDirectoryHasNone) {
             0)
       << Console();
   EXPECT_TRUE(ReadFile(m_directory / "again.tsv") == expected);
-  // A table that is named is the one to read, also by that name.
+  // A named table is the one that is read, also under the default name.
   EXPECT_NE(Tools("features \"" + (m_directory / "run.ms1") + "\" \"" + (m_directory / "no.tsv") +
                       "\" -I IPV.txt " + Truth(),
                   installed),

@@ -288,10 +288,10 @@ TEST(ComputeIsotopeTable, MPlusOneOvertakesMNearEighteenHundredDalton) {
   EXPECT_LT(mass_da, 1900);
 }
 
-// Adding d of an atom whose lightest isotope has abundance p changes a probability by at most
-// d (1 - p)/p times the largest of the five: it loses d (1 - p) of the envelope without this part
-// of an atom and gains at most as much from lower peaks, and that envelope is at most 1/p of the
-// whole one. A dalton holds 0.0089988 averagine residues, so the sum over the elements is
+// Adding d of an atom with abundance p of its lightest isotope changes a probability by at most d
+// (1 - p)/p times the largest of the five: it loses d (1 - p) of the envelope without this part of
+// an atom and gains at most as much from lower peaks, and that envelope is at most 1/p of the whole
+// one. A dalton holds 0.0089988 averagine residues, so the sum over the elements is
 //   (4.9384 * 0.010816 + 7.7583 * 0.000115 + 1.3577 * 0.003653 + 1.4773 * 0.002436
 //    + 0.0417 * 0.052743) * 0.0089988 = 0.000586.
 // The largest of the five changes by as much, which at most doubles the change of a quotient.

@@ -69,7 +69,7 @@ class MgfCommandTest : public testing::Test {
     std::ranges::sort(names);
     return names;
   }
-  /// What the profile of engine makes of text.
+  /// text rewritten with the profile of engine.
   std::string Rewritten(const std::string& engine, const std::string& text) const {
     WriteFile(In("run_HCDFT.mgf"), text);
     RunMgf({"--engine", engine, "--out", Out(), In("run_HCDFT.mgf")});
@@ -227,7 +227,7 @@ TEST_F(MgfCommandTest, MergesTheFilesOfARunInOrderOfScans) {
   EXPECT_THAT(ReadFile(Out("run.ids.tsv")), HasSubstr("run.mgf\t2\trun_HCDFTMS.mgf\trun\t2\t0\t"));
 }
 
-/// Works in a directory, and goes back.
+/// Changes into a directory, and back at the end.
 class WorkingIn {
  public:
   explicit WorkingIn(const std::string& directory) { std::filesystem::current_path(directory); }
@@ -271,7 +271,7 @@ TEST_F(MgfCommandTest, RefusesAnInputThatIsGivenTwice) {
 
 TEST_F(MgfCommandTest, SplitsBetweenScansAndCountsPlacesInEachPart) {
   WriteFile(In("run.mgf"), SmallRun("run"));
-  // Room for two blocks of about 130 bytes, so scan 9 needs a part of its own.
+  // Room for two blocks of about 130 bytes, so scan 9 goes to a new part.
   RunMgf({"--engine", "metamorpheus", "--split", "300", "--out", Out(), In("run.mgf")});
   EXPECT_THAT(OutNames(), ElementsAre("run.ids.tsv", "run_part1.mgf", "run_part2.mgf"));
   const std::string second = ReadFile(Out("run_part2.mgf"));
@@ -282,7 +282,7 @@ TEST_F(MgfCommandTest, SplitsBetweenScansAndCountsPlacesInEachPart) {
 
 TEST_F(MgfCommandTest, DeletesThePartsOfALongerOutput) {
   WriteFile(In("run.mgf"), SmallRun("run"));
-  // A scan larger than a part is not torn.
+  // A scan larger than a part is not split.
   RunMgf({"--engine", "sage", "--split", "10", "--out", Out(), In("run.mgf")});
   EXPECT_THAT(OutNames(), ElementsAre("run.ids.tsv", "run_part1.mgf", "run_part2.mgf"));
   RunMgf({"--engine", "sage", "--split", "1MB", "--out", Out(), In("run.mgf")});
@@ -339,7 +339,7 @@ TEST_F(MgfCommandTest, MakesAnEmptyFileOfAnEmptyFile) { EXPECT_EQ(Rewritten("com
 struct Defect {
   const char* m_name;
   std::string m_text;
-  std::string m_message;  // behind the path
+  std::string m_message;  // after the path
 };
 
 class MgfDefects : public MgfCommandTest, public testing::WithParamInterface<Defect> {};

@@ -1,5 +1,5 @@
-// The engines that Debian has read what "tarvek-tools mgf" writes and find the same spectra as in
-// tarvek's own MGF. Skipped, saying so, where an engine is not installed.
+// The engines in Debian read the output of "tarvek-tools mgf" and find the same spectra as in
+// tarvek's own MGF. A test is skipped, with a message, when its engine is not installed.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -47,7 +47,7 @@ std::string PlaceInRun(const std::string& title) {
   return parts.str(1) + "." + parts.str(2) + "." + parts.str(3);
 }
 
-/// A simulated run whose name has dots, its copy without dots, and the proteins of its peptides.
+/// A simulated run with dots in its name, its copy without dots, and the proteins of its peptides.
 class MgfEnginesTest : public testing::Test {
  protected:
   void PrepareRuns() {
@@ -85,7 +85,7 @@ class MgfEnginesTest : public testing::Test {
     ASSERT_EQ(result.m_exit_status, 0) << program << "\n" << result.m_out << result.m_err;
   }
 
-  /// Most scans have to give a peptide that was really in them.
+  /// Most scans must give a peptide that is really in them.
   void ExpectTruePeptides(const std::map<int, std::set<std::string>>& found) const {
     int with_truth = 0;
     for (const auto& [scan, peptides] : found) {
@@ -112,7 +112,7 @@ class MgfEnginesTest : public testing::Test {
     }
   }
 
-  /// Ten peptides to a protein, each of which ends where trypsin cuts.
+  /// Ten peptides for each protein, each ending where trypsin cuts.
   [[nodiscard]] std::string Proteins() const {
     std::set<std::string> peptides;
     for (const auto& [scan, of_scan] : m_truth) peptides.insert(of_scan.begin(), of_scan.end());
@@ -204,7 +204,7 @@ TEST_F(CometTest, FindsTheSameSpectraUnderTheirScanNumbers) {
   ExpectTruePeptides(found);
 }
 
-/// What stands behind a mark in a text, up to an end, as often as it is there.
+/// Every piece of text between a mark and an end.
 std::multiset<std::string> Behind(const std::string& text, const std::string& mark, char end) {
   std::multiset<std::string> found;
   for (std::size_t at = text.find(mark); at != std::string::npos; at = text.find(mark, at)) {
@@ -241,7 +241,7 @@ TEST_F(CometTest, GivesEachBlockAnIdOfItsOwnInPinAndPepXml) {
   EXPECT_EQ(std::set<std::string>(of_pepxml.begin(), of_pepxml.end()).size(), of_pepxml.size());
 }
 
-// One search, two files of each part: the same counts, and rows that no other row is called like.
+// One search, two files of each part: the same counts, and rows with unique names.
 TEST_F(CometTest, PsmsCountsTheSameInTxtAndPin) {
   const std::vector<std::string> files = FilesOf(Rewrite("comet"));
   std::string parameters = ReadFile(m_directory / "comet.params");

@@ -41,7 +41,7 @@ std::string Sha1Of(const std::string& bytes) {
   return hex.str();
 }
 
-/// The text between two others, from at on; at is behind it afterwards, npos without it.
+/// The text between two others, from at on; at moves past it, or to npos without it.
 std::string Between(const std::string& text, const std::string& start, const std::string& end,
                     std::size_t& at) {
   const std::size_t begin = text.find(start, at);
@@ -60,12 +60,12 @@ std::string FirstBetween(const std::string& text, const std::string& start,
   return Between(text, start, end, at);
 }
 
-/// A spectrum as it is read by searching for words.
+/// A spectrum, read by searching for words.
 struct PlainSpectrum {
   std::string m_id;
   std::string m_index;
   std::vector<std::pair<std::string, std::string>> m_ions;  // m/z and charge as written
-  std::string m_rest;  // behind the first tag, without the list of selected ions
+  std::string m_rest;  // after the first tag, without the list of selected ions
 
   bool operator==(const PlainSpectrum&) const = default;
 };
@@ -172,7 +172,7 @@ class MzmlCommand : public testing::Test {
     return test::RunProcess(request);
   }
 
-  /// Writes the file of the run "r" in a form and gives its bytes.
+  /// Writes the file of the run "r" in a form and returns its bytes.
   static std::string Write(const std::string& name, std::vector<std::string> more) {
     more.insert(more.begin(), {"mzml", "out/r.csv", "r.mzML", "-o", name});
     const auto result = Tools(more);
@@ -185,7 +185,7 @@ class MzmlCommand : public testing::Test {
     ASSERT_EQ(result.m_exit_status, 0) << result.m_err;
   }
 
-  /// The determined precursors by scan, as the table has them.
+  /// The determined precursors by scan, from the table.
   static std::map<std::string, std::vector<Precursor>> Determined() {
     std::map<std::string, std::vector<Precursor>> precursors;
     PrecursorTableReader table(Path("out/r.csv"));
@@ -324,7 +324,7 @@ TEST_F(MzmlCommand, IsExtractedToTheSamePeaks) {
   EXPECT_TRUE(split.m_fragments == expected);
 }
 
-// tarvek reads as declared what it determined.
+// tarvek reads the determined precursors as declared ones.
 TEST_F(MzmlCommand, DeclaresForTarvekWhatItDetermined) {
   Write("all.mzML", {});
   Extract("all.mzML", "declared");
@@ -363,7 +363,7 @@ TEST_F(MzmlCommand, IsReadByMsconvert) {
   for (const std::string form : {"--all", "--split"}) {
     Write("c.mzML", {form});
     Extract("c.mzML", "of-ours" + form);
-    // The name of what msconvert writes is the id of the run in the file.
+    // msconvert names its output after the run id in the file.
     const auto result = Program("/usr/bin/msconvert",
                                 {"--mzML", "c.mzML", "--outfile", "c", "-o", "converted" + form});
     ASSERT_EQ(result.m_exit_status, 0) << result.m_err;

@@ -14,7 +14,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 
-/// The tags of a file with this content; whole: what they and the texts before them make together.
+/// The tags of a file with this content; whole: they and the texts before them, joined.
 std::vector<std::string> TagsOf(const std::string& content, std::string& whole) {
   const test::TemporaryDirectory directory;
   test::WriteFile(directory / "a.mzML", content);

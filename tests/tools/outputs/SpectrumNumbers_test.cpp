@@ -25,8 +25,8 @@ TEST(SpectrumNumbers, TakesThePositionOfListedIds) {
   EXPECT_EQ(numbers.Of(1, "index=2"), std::nullopt);
 }
 
-// A merged file, numbered by position: the id "scan=2" is at positions 2 and 4, and the spectrum of
-// id "scan=4", which was not extracted, must not be taken for the scan at position 4.
+// A merged file, numbered by position: the id "scan=2" is at positions 2 and 4, and the spectrum
+// with id "scan=4", which was not extracted, is not the scan at position 4.
 TEST(SpectrumNumbers, DoesNotTakeTheNumberOfAnIdForAListedPosition) {
   const test::TemporaryDirectory directory;
   test::WriteFile(directory / "a.nativeid.tsv", "scan\tnativeID\n2\tscan=2\n4\tscan=2\n");

@@ -19,7 +19,7 @@ Contender Match(double cost, std::uint64_t peptide, bool is_decoy = false) {
   return match;
 }
 
-/// Each in a block and scan of its own, numbered in their order.
+/// Each in its own block and scan, numbered in order.
 std::vector<Contender> Apart(std::vector<Contender> matches) {
   for (std::size_t i = 0; i < matches.size(); ++i) {
     matches[i].m_number = static_cast<std::uint32_t>(i);
@@ -116,7 +116,7 @@ TEST(Competition, BearsNoMatches) {
   EXPECT_EQ(CountProteins(none, 0.01, FdrEstimate::kPlusOne), 0);
 }
 
-/// The same, each value by looking at all others.
+/// The same by comparing each value with all others.
 class Slowly {
  public:
   explicit Slowly(FdrEstimate estimate) : m_added(estimate == FdrEstimate::kPlusOne ? 1 : 0) {}

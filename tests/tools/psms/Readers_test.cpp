@@ -1,4 +1,4 @@
-// Small files of each engine. Those of Comet and X!Tandem are rows that the programs wrote; the others
+// Small files of each engine. The rows of Comet and X!Tandem come from the programs; the others
 // follow the public descriptions of their columns and elements.
 #include "psms/Readers.h"
 
@@ -342,11 +342,11 @@ TEST_F(PsmReaders, DamagedXmlIsNamedWithItsLine) {
               EndsWith("a match without a score that is known here"));
 }
 
-// Nothing that is cut anywhere may end in more than an error or fewer matches.
+// A file cut anywhere may only give an error or fewer matches.
 TEST_F(PsmReaders, BearACutAnywhere) {
   for (const std::string& whole : {kComet, kPin, kTandem, kFragger, kSage, kMsGf, kMzid}) {
     const std::size_t count = Read(whole).size();
-    // Each file takes its time; the steps meet every column and element.
+    // Each file takes time; the steps still reach every column and element.
     const std::size_t step = whole.starts_with('<') ? 13 : 3;
     for (std::size_t size = 0; size < whole.size(); size += step) {
       const std::string cut = whole.substr(0, size);

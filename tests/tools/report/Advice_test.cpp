@@ -14,7 +14,7 @@ namespace {
 using testing::HasSubstr;
 using testing::Not;
 
-/// A run in which everything is as it should be.
+/// A run with nothing to improve.
 RunReport GoodRun() {
   RunReport report;
   report.m_name = "run";

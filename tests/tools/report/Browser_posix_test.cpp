@@ -1,4 +1,4 @@
-// The pages as a browser shows them: Debian's chromium, without a window.
+// The pages in a browser: Debian's chromium, without a window.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -50,7 +50,7 @@ class ReportBrowser : public testing::Test {
 
   [[nodiscard]] static std::string Page() { return s_folder + "/run.report.html"; }
 
-  /// Starts the browser on a page. A profile of its own each time: a used one may be locked.
+  /// Starts the browser on a page. A new profile each time, since a used one may be locked.
   static bool Browse(const std::string& page, const std::string& options, const std::string& out) {
     const test::TemporaryDirectory profile;
     const std::string command =
@@ -61,7 +61,7 @@ class ReportBrowser : public testing::Test {
     return std::system(command.c_str()) == 0;
   }
 
-  /// name: of the picture in the folder of screenshots, for those who look at them.
+  /// name: of the picture in the folder of screenshots.
   static PngPicture Screenshot(const std::string& page, bool is_dark, const std::string& name,
                                int width = 1280, int height = 2400) {
     fs::create_directories(TARVEK_SCREENSHOT_FOLDER);
@@ -77,8 +77,8 @@ class ReportBrowser : public testing::Test {
 
   [[nodiscard]] static std::string ScanPage() { return s_folder + "/run.scans.html"; }
 
-  /// The document after the steps of a script in the page of scans, which ends in a call of done with
-  /// a text that is written into the element "log".
+  /// The document after running a script in the page of scans. The script ends with a call of done;
+  /// its text goes into the element "log".
   static std::string DomAfter(const std::string& script, const std::string& window) {
     std::string page = ReadFile(ScanPage());
     const std::size_t end = page.rfind("</body>");

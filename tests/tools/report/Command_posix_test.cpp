@@ -38,7 +38,7 @@ class ReportCommand : public testing::Test {
   [[nodiscard]] std::string Out() const { return m_result.m_out; }
   [[nodiscard]] std::string Err() const { return m_result.m_err; }
 
-  /// The names of what was written beside the inputs.
+  /// The names of the files written next to the inputs.
   [[nodiscard]] static std::set<std::string> Reports(const std::string& folder) {
     std::set<std::string> names;
     for (const auto& entry : fs::directory_iterator(folder)) {
@@ -110,7 +110,7 @@ TEST_F(ReportCommand, ListsAndCountsTheRunsThatCrashed) {
   WriteHandRun(m_directory);
   WriteFile(m_directory / "early.csv_unfinished", "");
   WriteFile(m_directory / "late.csv_unfinished", kTableHeader);
-  WriteFile(m_directory / "hand.csv_unfinished", kTableHeader);  // of a run that was done again
+  WriteFile(m_directory / "hand.csv_unfinished", kTableHeader);  // of a run that was repeated
   WriteFile(m_directory / "other.csv_unfinished", "a,b\n");      // of another program
   ASSERT_EQ(Run("."), 0) << Err();
   const json batch = json::parse(ReadFile(m_directory / "tarvek_report.json"));

@@ -98,7 +98,7 @@ TEST(SharesInWindow, CountsTheIsotopesOfAPrecursorBelowTheWindow) {
 
 TEST(SharesInWindow, CountsAPeakOnceForOnePrecursorHoweverWideTheTolerance) {
   const std::vector<Precursor> determined = {{500.0, 3}};
-  // 500 ppm are 0.25 m/z, isotopes lie 0.33 m/z apart: 500.2 is within the reach of two of them.
+  // 500 ppm are 0.25 m/z and isotopes are 0.33 m/z apart: 500.2 is within reach of two of them.
   const std::vector<Peak> peaks = {{500.0, 10.0}, {500.2, 80.0}, {500.9, 10.0}};
   const auto shares = SharesInWindow(peaks, 500.0, 1.0, determined, 500.0);
   ASSERT_TRUE(shares);
@@ -163,7 +163,7 @@ TEST(RunReport, ComparesAllPrecursorsThatTheInputDeclaresWithThoseOfTheTable) {
   WriteFile(directory / "hand.ms2", input);
   const RunReport report = ReportOf(directory);
   EXPECT_EQ(report.m_kept, 1);
-  EXPECT_EQ(report.m_by_shift[ShiftPlace(0)], 1);  // of two declared one was determined anew
+  EXPECT_EQ(report.m_by_shift[ShiftPlace(0)], 1);  // one of two declared ones was determined again
   ASSERT_EQ(report.m_ppm.size(), 1u);
   EXPECT_EQ(report.m_ppm[0].m_rt_s, 63.0);
 }
@@ -279,7 +279,7 @@ TEST(RunReport, GivesTheReasonOfEachScanLeftOutOfTheInput) {
   EXPECT_FALSE(report.m_declared_centres);
 }
 
-// The names of the sources that were there.
+// The names of the existing sources.
 std::vector<std::string> ReadSources(const RunReport& report) {
   std::vector<std::string> names;
   for (const ReportSource& source : report.m_sources)
@@ -318,7 +318,7 @@ TEST(RunReport, SaysNothingOfWhatItCannotKnow) {
   EXPECT_FALSE(LeftOutShare(report));
 }
 
-// 20 scans whose declared charge is 2, with a determined precursor of this charge at that m/z.
+// 20 scans with declared charge 2 and a determined precursor of this charge at that m/z.
 std::string RowsOfCharge2(int determined_charge) {
   std::string rows = kTableHeader;
   for (int scan = 1; scan <= 20; ++scan)
@@ -363,7 +363,7 @@ TEST(RunReport, TakesTheReasonsOfTheRecordForThoseOfTheInput) {
   EXPECT_THAT(RunPage(report), testing::HasSubstr("MS level above 2"));
 }
 
-// Scan 9 has a declared precursor, which the run could not use: its record alone says so.
+// Scan 9 has a declared precursor that the run could not use: only its record says so.
 TEST(RunReport, NamesTheScansOfTheRecordWithTheInputAndWithout) {
   const TemporaryDirectory directory;
   WriteHandRun(directory);
@@ -439,7 +439,7 @@ TEST(DeclaredWidthOf, IsNothingForAFileThatCannotBeReadOrSaysNothing) {
   EXPECT_EQ(DeclaredWidthOf(directory / "cut.mzML"), std::nullopt);
 }
 
-// More scans than are looked at, and a file that is damaged behind them.
+// More scans than are read, and damage after them.
 TEST(DeclaredWidthOf, StopsWhenItHasSeenEnough) {
   const TemporaryDirectory directory;
   std::vector<extractor::test::TestScan> scans = {extractor::test::Survey(1)};

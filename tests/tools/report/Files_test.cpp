@@ -19,7 +19,7 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Pair;
 
-// The separators that are put into a path differ between systems.
+// Path separators differ between systems.
 std::string Slashed(std::string path) {
   std::ranges::replace(path, '\\', '/');
   return path;

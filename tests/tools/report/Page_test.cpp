@@ -16,7 +16,7 @@ using nlohmann::json;
 using testing::HasSubstr;
 using testing::Not;
 
-/// A run of 100000 scans with all there is.
+/// A run of 100000 scans with all data.
 RunReport LargeReport() {
   std::mt19937 random(1);
   RunReport report;
@@ -48,7 +48,7 @@ RunReport LargeReport() {
   return report;
 }
 
-/// Scans over 1000 seconds, 50 apart but for one pause.
+/// Scans over 1000 seconds, 50 apart except for one pause.
 std::vector<double> SteadyTimes(double pause_s) {
   std::vector<double> times = {0.0, pause_s};
   for (double rt_s = 150.0; rt_s <= 1000.0; rt_s += 50.0) times.push_back(rt_s);
@@ -157,7 +157,7 @@ TEST(ReportFindings, AskForALookWhereALimitIsPassed) {
   EXPECT_EQ(VerdictOf(report, "left-out"), Verdict::kUsual);
 }
 
-/// A run of which one figure lies just inside a limit, and just outside it.
+/// A run with one figure just inside a limit, and just outside it.
 struct LimitCase {
   const char* m_name;
   const char* m_finding;

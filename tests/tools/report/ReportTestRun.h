@@ -1,5 +1,6 @@
-// tests/tools/ReportTestRun.h: a small run made by hand whose report can be counted on paper.
-// Surveys 1 (60 s) and 5 (120 s); MS2 scans 2, 3, 4 after the first, 6, 7, 8 after the second.
+// tests/tools/ReportTestRun.h: a small run made by hand, with a report that can be counted on
+// paper. Surveys 1 (60 s) and 5 (120 s); MS2 scans 2, 3, 4 after the first, 6, 7, 8 after the
+// second.
 #pragma once
 
 #include <span>

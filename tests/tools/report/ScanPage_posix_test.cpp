@@ -1,4 +1,4 @@
-// The page of scans as it is written: what is packed is what explain says.
+// The written page of scans: its packed data equal the output of explain.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <zlib.h>

@@ -33,7 +33,7 @@ void Simulate(std::vector<std::string> arguments) {
   app.parse(arguments);
 }
 
-/// A run that was written and read back.
+/// A run, written and read back.
 struct SimulatedRun {
   explicit SimulatedRun(std::vector<std::string> arguments) {
     const TemporaryDirectory directory;
@@ -79,7 +79,7 @@ struct SimulatedRun {
   std::map<std::int32_t, std::vector<TruthRow>> m_truth;
 };
 
-/// The run that most tests look at.
+/// The run that most tests use.
 const SimulatedRun& UsualRun() {
   static const SimulatedRun run({"--ms2", "300"});
   return run;
@@ -328,7 +328,7 @@ TEST(Top, LimitsTheFragmentScansOfASurvey) {
   EXPECT_EQ(run.m_surveys.size(), 10u);
 }
 
-/// A run with everything that real runs add.
+/// A run with all effects of real runs.
 const SimulatedRun& RealisticRun() {
   static const SimulatedRun run({"--ms2", "300", "--realism", "1"});
   return run;
@@ -355,7 +355,7 @@ TEST(Realism, SurveysAreFartherApart) {
   EXPECT_NEAR(seconds(RealisticRun()) / seconds(UsualRun()), 1.8, 0.01);
 }
 
-/// Mean of |ln| of what the strongest peak that two surveys in turn share does from one to the other.
+/// Mean of |ln| of the change of the strongest peak that two consecutive surveys share.
 double Unsteadiness(const SimulatedRun& run) {
   double sum = 0.0;
   for (std::size_t i = 1; i < run.m_surveys.size(); ++i) {

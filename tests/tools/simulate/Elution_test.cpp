@@ -167,8 +167,8 @@ TEST(RealisticPeptides, AreThoseOfTheModelAndVariantsOfSome) {
   EXPECT_GT(real.size(), usual.size() * 108 / 100);
 }
 
-// 15 % of the peptides, but one in seven has no residue that changes: 16 % of the residues do, and
-// there are seven and more.
+// 15 % of the peptides, but one in seven has no residue that can change: 16 % of the residues can,
+// and a peptide has seven or more.
 TEST(RealisticPeptides, BringVariantsOfTheirOwnTime) {
   PeptideStream stream(AsRealRuns(), 3600.0);
   std::size_t variants = 0;

@@ -58,7 +58,7 @@ TEST(SimulateFormats, AnyOtherIsRefused) {
             "--format: mzXML not in {text,msb,mzml}");
 }
 
-// When the names cannot be given, no truth may be left that would speak of other scans.
+// When the files cannot get their names, no truth table of other scans may remain.
 TEST(TruthFile, LeavesNoOldTruthBesideScansThatCouldNotTakeTheirName) {
   const TemporaryDirectory directory;
   WriteFile(directory / "run.truth.tsv", "old");

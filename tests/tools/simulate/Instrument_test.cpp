@@ -12,7 +12,7 @@ namespace {
 constexpr Analyser kOrbitrap{false, 60000.0};
 constexpr Analyser kIonTrap{true, 0.0};
 
-/// So long that no peak here is near the detection limit, and without noise peaks.
+/// Long enough that no peak here is near the detection limit, and without noise peaks.
 constexpr Exposure kLong{1e6, 0.0, 0.0, 350.0, 1500.0};
 
 std::vector<Centroid> MeasureOnce(const std::vector<Emission>& emissions, const Analyser& analyser,
@@ -73,7 +73,8 @@ TEST(Measure, KeepsIonsApartThatAreResolved) {
             2u);
 }
 
-// The width is 0.0093; equal peaks 0.012 apart are resolved, one of a thousandth is not.
+// The width is 0.0093: equal peaks 0.012 apart are resolved, a peak a thousand times smaller is
+// not.
 TEST(Measure, ALargePeakHidesAFarSmallerNeighbour) {
   EXPECT_EQ(MeasureOnce({{500.0, 1e5, 0, 0}, {500.012, 1e5, 1, 0}}, kOrbitrap, kLong).size(), 2u);
   EXPECT_EQ(MeasureOnce({{500.0, 1e5, 0, 0}, {500.012, 1e2, 1, 0}}, kOrbitrap, kLong).size(), 1u);

@@ -43,7 +43,7 @@ void SimulateMsb(const SimulateOptions& options, const std::string& base) {
   SimulateRun(options, *sink);
 }
 
-/// What the readers of either form return.
+/// The records that the readers of both forms return.
 struct ReadScans {
   std::vector<MS1Spectrum> m_surveys;
   std::vector<MS2Spectrum> m_fragments;
@@ -264,7 +264,7 @@ std::vector<std::string> DeterminedRows(const std::string& path) {
   return rows;
 }
 
-/// A script in place of the extractor, which leaves the prepared pair and its marker.
+/// A script instead of the extractor that writes the prepared pair and its marker.
 void PlaceExtractor(const TemporaryDirectory& directory) {
   const std::string path = directory / "morvex_raw.exe";
   WriteFile(path,

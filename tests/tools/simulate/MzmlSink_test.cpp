@@ -40,13 +40,13 @@ std::string MzmlOf(const SimulateOptions& options) {
   return ReadFile(directory / "run.mzML");
 }
 
-/// The run that most tests look at.
+/// The run that most tests use.
 const std::string& ShortMzml() {
   static const std::string text = MzmlOf(ShortRun());
   return text;
 }
 
-/// What stands between the first start at or behind from and the end that follows; "" without them.
+/// The text between the first start at or after from and the next end; "" without them.
 std::string Between(std::string_view text, std::string_view start, std::string_view end,
                     std::size_t from = 0) {
   const std::size_t first = text.find(start, from);
@@ -116,7 +116,7 @@ std::vector<Real> ArrayOf(const std::string& spectrum, int index) {
 }
 
 /// The first mistake of nesting or quoting, "" when there is none. Knows elements, attributes in
-/// double quotes and the declaration, which is all that the files hold.
+/// double quotes and the declaration: the files hold only these.
 std::string NestingMistake(std::string_view xml) {
   std::vector<std::string> open;
   for (std::size_t at = xml.find('<'); at != std::string_view::npos; at = xml.find('<', at + 1)) {
@@ -172,7 +172,7 @@ TEST(MzmlSink, StatesWhereTheIndexStarts) {
 }
 TEST(MzmlSink, TheSameSeedWritesTheSameBytes) { EXPECT_TRUE(MzmlOf(ShortRun()) == ShortMzml()); }
 
-/// Keeps the records that a run consists of.
+/// Keeps the records of a run.
 class KeepingSink final : public RunSink {
  public:
   void TakeSurvey(const MS1Spectrum& scan) override { Keep(scan); }
@@ -240,7 +240,7 @@ MS2Spectrum Fragments(const std::string& activation, const Precursor& declared) 
   return scan;
 }
 
-/// The spectrum that a sink makes of one fragment scan.
+/// The spectrum that a sink writes for one fragment scan.
 std::string SpectrumOf(const MS2Spectrum& scan, bool is_negative = false) {
   const TemporaryDirectory directory;
   SimulateOptions options;

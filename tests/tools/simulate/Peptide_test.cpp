@@ -32,7 +32,7 @@ double ShiftOf(const std::vector<Isotopologue>& envelope, int isotope) {
   return std::ranges::find(envelope, isotope, &Isotopologue::m_isotope)->m_mass_shift_da;
 }
 
-/// Atoms with those of the reagent, as the isotope table counts them.
+/// Atoms including those of the reagent, counted like in the isotope table.
 AtomCounts AtomsOf(const std::string& sequence) {
   const Composition composition = PeptideComposition(sequence);
   AtomCounts atoms{};
@@ -136,7 +136,7 @@ TEST(Envelope, ALabelledOneAgreesWithTheIsotopeTableFromMOn) {
                 1e-6);
 }
 
-// Between -0.99703 (14N alone) and 0.0063 lower, where each further loss is made up by a 13C.
+// Between -0.99703 (14N alone) and 0.0063 lower, where a 13C makes up for each further loss.
 TEST(Envelope, ThePeakBelowMLiesANitrogenIsotopeLower) {
   EXPECT_NEAR(ShiftOf(EnvelopeOfPeptide("LVNELTEFAK", kN15), -1), -0.99703, 0.0005);
 }

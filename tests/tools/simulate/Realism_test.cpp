@@ -83,7 +83,7 @@ TEST(VariantSequence, IsTheSequenceWhenNothingInItChanges) {
   EXPECT_EQ(VariantSequence("PEPTIDEK", random), "PEPTIDEK");
 }
 
-/// Logarithms of what the spray of many surveys does to two lines of one source and one of another.
+/// Logarithms of the factors of many surveys for two lines of one source and one of another.
 struct Shaken {
   Shaken() {
     Random random(11);

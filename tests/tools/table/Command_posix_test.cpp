@@ -252,7 +252,7 @@ TEST_F(TableCommand, FailsWhenStandardOutputCannotBeWritten) {
   }
 }
 
-/// Runs a program of another language, whose answer is its standard output.
+/// Runs a program in another language and returns its standard output.
 test::ProcessResult RunScript(const std::string& program, const std::string& script,
                               const std::string& folder) {
   test::ProcessRequest request;
