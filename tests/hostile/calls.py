@@ -12,6 +12,7 @@ whose case is here "calls/COMMAND/CALL", its road "once" or "for good".
 """
 import argparse
 import collections
+import gzip
 import os
 import re
 import shutil
@@ -38,7 +39,7 @@ WRONG = "wrong"  # status 0 with other outputs than those of an undisturbed run
 SILENT = "silent"  # a failure without a reason
 STUCK = "stuck"  # run again, the outputs are still others
 INPUT = "input"  # an input changed
-SHORT_RUNS = 150
+SHORT_RUNS = 120
 
 
 class Command:
@@ -95,7 +96,6 @@ def make_inputs(programs, folder):
     for form in ("mzml", "text"):
         subprocess.run([programs.tools, "simulate", "--seed", "7", "--ms2", "60", "--format", form, str(inputs / "run")],
                        check=True, stdout=subprocess.DEVNULL)
-    import gzip
     (inputs / "packed.mzML.gz").write_bytes(gzip.compress((inputs / "run.mzML").read_bytes(), mtime=0))
     (inputs / "small.mzXML").write_text(samples.mzxml())
     (inputs / "small.mgf").write_text(samples.mgf())
@@ -201,7 +201,7 @@ def try_point(command, reference, source, place, call, name, number, mode):
     """The verdicts on one point, with words on them, and the command."""
     prepare(source, place)
     planted = {path: judge.signature(path) for path in place.rglob("*")}
-    before = judge.snapshot(place / "in", set())
+    before = judge.snapshot(place / "in")
     error = CALLS[call][1]
     inject = ["strace", "-f", "-qq", "-o", "/dev/null", "-e", f"trace={name}", "-e",
               f"inject={name}:error={error}:when={number}{'+' if mode == 'for good' else ''}"]
@@ -220,7 +220,7 @@ def try_point(command, reference, source, place, call, name, number, mode):
             found.append((WRONG, "status 0, and the standard output is another"))
     elif not ran.output.strip() and call != "write" and ran.status > 0:
         found.append((SILENT, f"status {ran.status} without a word"))
-    if judge.snapshot(place / "in", set()) != before:
+    if judge.snapshot(place / "in") != before:
         found.append((INPUT, "an input has changed"))
     again = run_plain(command, place)
     name_of = reference.differs(outputs_of(place, command))

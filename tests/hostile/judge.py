@@ -251,11 +251,10 @@ def signature(path):
         return kind, hashlib.sha1(file.read()).hexdigest()
 
 
-def snapshot(root, left_out):
-    """The signatures of everything in a folder, left_out and what is in it apart."""
+def snapshot(root):
+    """The signatures of everything in a folder."""
     found = {}
     for folder, names, files in os.walk(root):
-        names[:] = [name for name in names if os.path.join(folder, name) not in left_out]
         for name in names + files:
             path = os.path.join(folder, name)
             found[path] = signature(path)

@@ -30,7 +30,7 @@ class Verdicts(unittest.TestCase):
         """The verdicts on a program of the shell that is to write out/run.csv."""
         case = cases.instrument("test", samples.mzml(), rows=rows)
         hostile.prepare(case, self.place, None)
-        before = judge.snapshot(self.place, set())
+        before = judge.snapshot(self.place)
         out = str(self.place / "out")
         road = roads.Road("tarvek", ["/bin/sh", "-c", f"mkdir -p ../out; cat > ../table <<'END'\n{HEADER}END\n"
                                      f"mv ../table ../out/run.csv;{script}"], [out],

@@ -136,6 +136,9 @@ def _dashed(case, place, given, programs):
     out = in_folder(place, "other", "dash")
     yield Road("tarvek in the folder", [programs.tarvek, "-D", name, "-O", out], [out],
                table=in_folder(out, base_of(given) + b".csv"), cwd="in", is_main=True)
+    folder = in_folder(place, "in")
+    yield Road("tarvek with the name alone", [programs.tarvek, name], [folder], table=in_folder(folder, base_of(given) + b".csv"),
+               cwd="in", is_main=True)
     yield Road("extractor in the folder", [programs.extractor, "-o", out + b"2", "./" + os.fsdecode(name)], [out + b"2"], cwd="in")
 
 

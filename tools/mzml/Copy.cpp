@@ -16,7 +16,8 @@
 namespace tarvek::tools {
 namespace {
 
-constexpr std::size_t kLargestHeadBytes = std::size_t{1} << 28;
+constexpr std::size_t kLargestHeadBytes = std::size_t{32} << 20;
+constexpr std::size_t kLargestSpectrumBytes = std::size_t{48} << 20;  // as text
 constexpr std::string_view kSplitKey = " precursor=";
 
 /// With more scans that declare another precursor than the table, the file is of another run.
@@ -119,6 +120,7 @@ class Copier {
   void ReadOn() {
     if (!m_stream.Next()) m_stream.Fail("the file ends inside a spectrum");
     m_text.append(m_stream.Before()).append(m_stream.Present().Text());
+    if (m_text.size() > kLargestSpectrumBytes) m_stream.Fail("a spectrum of more than 48 MB");
   }
 
   // The text between the spectra that one is split into.

@@ -10,6 +10,11 @@ namespace tarvek::tools {
 namespace {
 
 constexpr std::size_t kBlockBytes = std::size_t{1} << 18;
+
+// No instrument file has as much; all three keep the memory small whatever a packed file inflates to.
+constexpr std::size_t kLargestTagBytes = std::size_t{1} << 20;
+constexpr std::size_t kLargestTextBytes = std::size_t{32} << 20;  // between two tags
+constexpr std::size_t kMostOpenElements = 256;
 constexpr std::string_view kNameEnds = " \t\r\n/>";
 
 /// The value of an attribute and its place in the text of the tag.
@@ -109,6 +114,7 @@ void TagStream::Fail(const std::string& what) const {
 
 bool TagStream::ReadMore() {
   const std::size_t size = m_buffer.size();
+  if (size - m_start > kLargestTextBytes) Fail("more than 32 MB between two tags");
   m_buffer.resize(size + kBlockBytes);
   const std::size_t read = m_source.Read(m_buffer.data() + size, kBlockBytes);
   m_buffer.resize(size + read);
@@ -136,6 +142,7 @@ std::size_t TagStream::FindTagEnd(std::size_t from) {
   while (true) {
     const std::size_t end = TagEnd(m_buffer, from);
     if (end != std::string::npos) return end;
+    if (m_buffer.size() - from > kLargestTagBytes) Fail("a tag of more than 1 MB");
     if (!ReadMore()) Fail("the file ends inside a tag");
   }
 }
@@ -202,6 +209,7 @@ void TagStream::FollowElement() {
     return;
   }
   if (m_open.empty() && std::exchange(m_has_root, true)) Fail("a second root element");
+  if (m_open.size() >= kMostOpenElements) Fail("elements are nested too deep");
   if (!m_tag.IsEmpty()) m_open.emplace_back(m_tag.Name());
 }
 

@@ -69,6 +69,20 @@ TEST(TagStream, SaysWhatIsWrongAndWhere) {
   EXPECT_THAT(MessageOf("<a><![CDATA[<b>]]></a>"), HasSubstr("byte 3: a document type or CDATA"));
 }
 
+TEST(TagStream, RefusesWhatIsTooLargeForAnInstrumentFile) {
+  constexpr std::size_t kMegabyte = std::size_t{1} << 20;
+  const auto fill = [](std::size_t bytes) { return std::string(bytes, 'A'); };
+  EXPECT_THAT(MessageOf("<a x=\"" + fill(2 * kMegabyte) + "\"/>"),
+              HasSubstr("a tag of more than 1 MB"));
+  EXPECT_THAT(MessageOf("<a>" + fill(34 * kMegabyte) + "</a>"),
+              HasSubstr("more than 32 MB between two tags"));
+  std::string deep;
+  for (int i = 0; i < 300; ++i) deep += "<a>";
+  EXPECT_THAT(MessageOf(deep), HasSubstr("elements are nested too deep"));
+  EXPECT_EQ(MessageOf("<a x=\"" + fill(kMegabyte / 2) + "\">" + fill(30 * kMegabyte) + "</a>"),
+            "(nothing was thrown)");
+}
+
 TEST(Tag, GivesAttributesAsTheyAreWritten) {
   const Tag tag("<a id = 'x&amp;\"y'\n  xid=\"2\" empty=''/>");
   EXPECT_EQ(tag.Name(), "a");
