@@ -47,6 +47,9 @@ std::size_t BinOf(double value, ChartRange range, std::size_t bins);
 /// Text for HTML and SVG: the characters with a meaning there replaced.
 std::string Escaped(std::string_view text);
 
+/// Appends one byte of a text that is Shown already.
+void AppendMarkup(std::string& escaped, char character);
+
 /// Multiples of 1, 2 or 5 times a power of ten inside the range, about wanted of them; for a range
 /// without width its one value.
 std::vector<double> NiceTicks(ChartRange range, int wanted);
