@@ -19,8 +19,10 @@ constexpr int kMaxIsotope = 3;
 
 double MzOf(double mass_da, std::int32_t charge) { return mass_da / charge + kProtonMass; }
 
+// What is cut is cut once: it is the run of all its rows.
 void CutRunName(std::string& run) {
-  if (run.size() > kMostRunNameBytes) run = Shown(run, kMostRunNameBytes);
+  constexpr std::size_t kRoomForSize = 100;
+  if (run.size() > kMostRunNameBytes) run = Shown(run, kMostRunNameBytes - kRoomForSize);
 }
 
 bool IsSameSpectrum(const EngineMatch& a, const EngineMatch& b) {
