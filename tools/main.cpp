@@ -4,13 +4,18 @@
 #include <algorithm>
 #include <exception>
 #include <iostream>
+#include <new>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "Check.h"
+#include "FileUtils.h"
+#include "InputFormats.h"
 #include "Platform.h"
 #include "ProductTexts.h"
+#include "ShownText.h"
 #include "StringUtils.h"
 #include "batch/Command.h"
 #include "batch/RunCommand.h"
@@ -33,7 +38,7 @@ namespace {
 constexpr int kFailure = 1;
 
 int Fail(const std::string& message) {
-  std::cerr << "tarvek-tools: " << message << '\n';
+  std::cerr << "tarvek-tools: " << tarvek::Shown(message) << '\n';
   return kFailure;
 }
 
@@ -98,7 +103,9 @@ int Parse(CLI::App& app, int argc, const char* const* argv) {
     app.parse(argc, argv);
     return 0;
   } catch (const CLI::ParseError& error) {
-    const int status = app.exit(error);
+    std::ostringstream problem;
+    const int status = app.exit(error, std::cout, problem);
+    std::cerr << tarvek::ShownLines(problem.str()) << std::flush;
     const std::string nearest =
         status == 0 || error.get_name() == "RuntimeError"
             ? ""
@@ -106,6 +113,16 @@ int Parse(CLI::App& app, int argc, const char* const* argv) {
     if (!nearest.empty()) std::cerr << "Did you mean " << nearest << "?" << std::endl;
     return status;
   }
+}
+
+/// The arguments, with "./" before the name of an input that begins as an option does.
+std::vector<std::string> WithPlainInputs(int argc, const char* const* argv) {
+  std::vector<std::string> arguments(argv, argv + argc);
+  for (std::string& argument : arguments)
+    if (argument.starts_with('-') && tarvek::FormatOfName(argument).m_format != nullptr &&
+        tarvek::FileExists(argument))
+      argument.insert(0, "./");
+  return arguments;
 }
 
 int RunCommand(int argc, const char* const* argv) {
@@ -131,11 +148,18 @@ int RunCommand(int argc, const char* const* argv) {
     tarvek::tools::AddCalibrateCommand(app);
     tarvek::tools::AddTableCommand(app);
     tarvek::tools::AddMzmlCommand(app);
-    return Parse(app, argc, argv);
+    const std::vector<std::string> arguments = WithPlainInputs(argc, argv);
+    std::vector<const char*> words;
+    for (const std::string& argument : arguments) words.push_back(argument.c_str());
+    return Parse(app, argc, words.data());
   } catch (const char* message) {  // of the parameters of tarvek
     return Fail(message);
+  } catch (const tarvek::FileFault& fault) {
+    return Fail(fault.NamingLine());
   } catch (const std::string& message) {  // of the file helpers
     return Fail(message);
+  } catch (const std::bad_alloc&) {
+    return Fail(std::string(tarvek::kNoMemory));
   } catch (const std::exception& error) {
     return Fail(error.what());
   }

@@ -60,8 +60,10 @@ PeakSpan WindowPeaks(const ScanContext& scan) {
 }  // namespace
 
 double WindowTotal(const ScanContext& scan) {
-  if (!scan.m_window_total) scan.m_window_total = SumIntensity(WindowPeaks(scan));
-  return *scan.m_window_total;
+  if (scan.m_window_total) return *scan.m_window_total;
+  const double total = SumIntensity(WindowPeaks(scan));
+  if (total > kZeroDenominator) scan.m_window_total = total;  // as a ratio of nothing is not kept
+  return total;
 }
 
 double PearsonCorrelation(std::span<const double> x, std::span<const double> y) {

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "ShownText.h"
 #include "batch/Console.h"
 #include "batch/Plan.h"
 
@@ -22,7 +23,9 @@ void RunBatchCommand(const BatchArguments& arguments) {
   settings.m_keep_going = arguments.m_keep_going;
   PlanExtras extras{arguments.m_options.m_preset, arguments.m_options.m_is_auto, {}};
   if (!arguments.m_options.m_is_quiet)
-    extras.m_note = [](const std::string& text) { std::cout << "note: " << text << std::endl; };
+    extras.m_note = [](const std::string& text) {
+      std::cout << "note: " << Shown(text) << std::endl;
+    };
   BatchStyle style;
   style.m_is_quiet = arguments.m_options.m_is_quiet;
   if (!settings.m_keep_going) style.m_how_to_go_on = "with --keep-going the others would be";

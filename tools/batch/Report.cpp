@@ -10,6 +10,7 @@
 
 #include "NumberText.h"
 #include "ProgressBar.h"
+#include "ShownText.h"
 
 namespace tarvek::tools {
 namespace {
@@ -59,10 +60,10 @@ std::string Padded(std::string text, std::size_t width, bool to_the_right) {
 /// The text after the path of an input: why it failed, that it had other settings, or empty.
 std::string Remark(const BatchTask& task, const BatchResult& result) {
   if (result.m_state == BatchState::kFinishedBefore && !task.m_other_settings.empty())
-    return ": with other settings: " + task.m_other_settings;
+    return ": with other settings: " + Shown(task.m_other_settings);
   if (result.m_state != BatchState::kFailed) return {};
-  return ": " + result.m_reason +
-         (result.m_has_started ? " (log: " + task.m_log_directory + ")" : "");
+  return ": " + Shown(result.m_reason) +
+         (result.m_has_started ? " (log: " + Shown(task.m_log_directory) + ")" : "");
 }
 
 /// The codes of the warnings of a check, each once: "; check: isolation-width, dotted-name".
@@ -95,9 +96,9 @@ std::string WarningLines(std::span<const BatchTask> tasks, std::span<const Batch
   }
   std::string text;
   for (const auto& [code, one] : shared)
-    text += "warning: " + code + ": " + one.m_first_input +
+    text += "warning: " + code + ": " + Shown(one.m_first_input) +
             (one.m_inputs > 1 ? " and " + std::to_string(one.m_inputs - 1) + " more" : "") + ": " +
-            one.m_meaning + "\n";
+            Shown(one.m_meaning) + "\n";
   return text;
 }
 
@@ -113,7 +114,7 @@ std::string SharedChoiceLines(std::span<const BatchTask> tasks) {
   for (const BatchTask& task : tasks)
     for (const AutoChoice& choice : task.m_choices) {
       Shared& one = shared[OptionOf(choice.m_key) + " " + choice.m_value];
-      if (one.m_inputs++ == 0) one.m_first = task.m_input + ": since " + choice.m_reason;
+      if (one.m_inputs++ == 0) one.m_first = Shown(task.m_input) + ": since " + choice.m_reason;
     }
   std::string text;
   for (const auto& [setting, one] : shared)
@@ -172,7 +173,7 @@ std::string ChoiceLines(std::span<const BatchTask> tasks) {
   std::string text;
   for (const BatchTask& task : tasks)
     for (const AutoChoice& choice : task.m_choices)
-      text += "auto: " + task.m_input + ": " + ChoiceText(choice) + "\n";
+      text += "auto: " + Shown(task.m_input) + ": " + ChoiceText(choice) + "\n";
   return text;
 }
 
@@ -183,7 +184,7 @@ std::string BatchLine(const BatchMoment& moment) {
                      std::to_string(moment.m_tasks.size()) + "] " +
                      std::string(WordOf(result.m_state));
   if (result.m_has_started) line += ", " + Seconds(result.m_milliseconds) + " s";
-  return line + ": " + moment.m_ended->m_input + Remark(*moment.m_ended, result) +
+  return line + ": " + Shown(moment.m_ended->m_input) + Remark(*moment.m_ended, result) +
          WarningCodes(result);
 }
 
@@ -214,7 +215,7 @@ std::string BatchSummary(std::span<const BatchTask> tasks, std::span<const Batch
     const BatchResult& result = results[i];
     text += Row(WordOf(result.m_state), result.m_record,
                 result.m_has_started ? Seconds(result.m_milliseconds) : "") +
-            "  " + tasks[i].m_input + Remark(tasks[i], result) + '\n';
+            "  " + Shown(tasks[i].m_input) + Remark(tasks[i], result) + '\n';
   }
   if (tasks.size() > 1) text += Row("all", TotalOf(results), Seconds(elapsed_ms)) + "\n";
   return text + LastLine(results, elapsed_ms);

@@ -13,6 +13,7 @@
 #include "NumberText.h"
 #include "Platform.h"
 #include "ScoringModels.h"
+#include "ShownText.h"
 #include "UserParameters.h"
 #include "batch/Console.h"
 #include "batch/Presets.h"
@@ -167,7 +168,7 @@ void RunRunCommand(RunArguments& arguments) {
   arguments.m_request.m_inputs = std::move(inputs.m_files);
   arguments.m_request.m_has_check = !arguments.m_has_no_check;
   const auto note = [&](const std::string& text) {
-    if (!arguments.m_options.m_is_quiet) std::cout << "note: " << text << std::endl;
+    if (!arguments.m_options.m_is_quiet) std::cout << "note: " << Shown(text) << std::endl;
   };
   TakePreset(arguments, note);
   const std::vector<BatchTask> tasks = PlanRun(arguments.m_request);

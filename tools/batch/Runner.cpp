@@ -11,6 +11,7 @@
 #include "Logger.h"
 #include "Platform.h"
 #include "RunSummary.h"
+#include "ShownText.h"
 #include "StringUtils.h"
 #include "UnfinishedFile.h"
 #include "check/Account.h"
@@ -52,6 +53,12 @@ std::vector<std::string> WithCharges(std::vector<std::string> arguments,
 std::string OutputOf(const BatchTask& task, Step step) {
   if (step == Step::kCheck) return CheckFileOf(task);
   return step == Step::kTarvek ? ConsoleFileOf(task) : CalibrationFileOf(task);
+}
+
+// Whether a line that is no error of tarvek says something to people.
+bool IsQuotable(std::string_view line) {
+  constexpr std::size_t kMostBytes = 300;
+  return line.size() <= kMostBytes && Shown(line) == line;
 }
 
 class BatchRunner {
@@ -299,11 +306,12 @@ std::string FailureReason(const std::string& console_file, int status) {
   File file = File::Open(console_file, "r");
   if (file.IsOpen()) {
     LineReader lines(file);
-    std::string_view line;
-    while (lines.ReadPiece(line)) {
-      const std::string_view text = Trim(line);
-      if (text.starts_with(prefix)) last_error = text.substr(prefix.size());
-      if (!text.empty()) last_line = text;
+    std::string_view piece;
+    for (bool is_start = true; lines.ReadPiece(piece); is_start = piece.ends_with('\n')) {
+      const std::string_view text = Trim(piece);
+      const bool is_error = is_start && text.starts_with(prefix);
+      if (is_error) last_error = Shown(text.substr(prefix.size()));
+      if (!text.empty()) last_line = is_start && IsQuotable(text) ? text : "";
     }
   }
   if (!last_error.empty()) return last_error;

@@ -63,8 +63,8 @@ std::string CalibrationFileOf(const BatchTask& task);
 /// The file that lists the settings chosen for a task, with reasons.
 std::string ChoicesFileOf(const BatchTask& task);
 
-/// Why a process failed: the first line of the last error it printed, else its last line, else its
-/// status.
+/// Why a process failed, from what it printed: the first line of its last error, else its status with its
+/// last line where that is short and printed text.
 std::string FailureReason(const std::string& console_file, int status);
 
 }  // namespace tarvek::tools

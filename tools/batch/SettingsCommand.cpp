@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "ShownText.h"
 #include "batch/AutoSettings.h"
 #include "batch/Plan.h"
 #include "batch/Presets.h"
@@ -59,7 +60,7 @@ void RunSettings(const SettingsArguments& arguments) {
       continue;
     }
     for (const AutoChoice& setting : settings)
-      std::cout << input << ": " << ChoiceText(setting) << '\n';
+      std::cout << Shown(input) << ": " << ChoiceText(setting) << '\n';
   }
   std::cout << std::flush;
 }

@@ -8,6 +8,7 @@
 #include "FileUtils.h"
 #include "NumberText.h"
 #include "Platform.h"
+#include "ShownText.h"
 #include "calibrate/Estimator.h"
 #include "calibrate/Json.h"
 #include "calibrate/Rewrite.h"
@@ -79,7 +80,7 @@ void PrintCurve(const char* name, const Curve& curve, const char* unit) {
 
 void Print(const CalibratedRun& run) {
   const Calibration& calibration = run.m_calibration;
-  std::cout << run.m_base << '\n';
+  std::cout << Shown(run.m_base) << '\n';
   std::cout << "  surveys: " << ConfidenceText(calibration.m_surveys) << '\n';
   PrintCurve("over time", calibration.m_surveys_by_time, " s");
   std::cout << "  fragments: " << ConfidenceText(calibration.m_fragments) << '\n';

@@ -4,20 +4,22 @@
 #include <array>
 #include <nlohmann/json.hpp>
 
+#include "ShownText.h"
+
 namespace tarvek::tools {
 namespace {
 
 using nlohmann::ordered_json;
 
 std::string PlaceText(const Finding& finding) {
-  std::string text = finding.m_file;
+  std::string text = Shown(finding.m_file);
   if (finding.m_place.m_scan_no) text += ", scan " + std::to_string(*finding.m_place.m_scan_no);
   if (finding.m_place.m_line) text += ", line " + std::to_string(*finding.m_place.m_line);
   return text;
 }
 
 std::string ItemText(const CheckedItem& item) {
-  std::string text = item.m_path + " (" + item.m_kind + ")";
+  std::string text = Shown(item.m_path) + " (" + item.m_kind + ")";
   const char* separator = ": ";
   for (const CheckedFact& fact : item.m_facts) {
     text.append(separator).append(std::to_string(fact.m_count)).append(" ").append(fact.m_label);
@@ -25,7 +27,7 @@ std::string ItemText(const CheckedItem& item) {
   }
   text += "\n";
   for (const auto& [reason, left_out] : item.m_left_out)
-    text += "  left out: " + std::to_string(left_out.m_count) + ", " + reason +
+    text += "  left out: " + std::to_string(left_out.m_count) + ", " + Shown(reason) +
             (left_out.m_first_scan == 0
                  ? "\n"
                  : " (first: scan " + std::to_string(left_out.m_first_scan) + ")\n");
@@ -57,8 +59,8 @@ ordered_json FindingJson(const Finding& finding) {
                        {"file", finding.m_file}};
   if (finding.m_place.m_scan_no) json["scan"] = *finding.m_place.m_scan_no;
   if (finding.m_place.m_line) json["line"] = *finding.m_place.m_line;
-  json["meaning"] = finding.m_meaning;
-  json["advice"] = finding.m_advice;
+  json["meaning"] = Shown(finding.m_meaning);
+  json["advice"] = Shown(finding.m_advice);
   if (!finding.m_settings.empty()) json["settings"] = finding.m_settings;
   return json;
 }
@@ -86,8 +88,8 @@ std::string CheckText(const CheckReport& report) {
   for (const Severity severity : {Severity::kDefect, Severity::kWarning, Severity::kNote}) {
     for (const Finding& finding : report.Findings()) {
       if (finding.m_severity != severity) continue;
-      text += SeverityWord(severity) + ": " + PlaceText(finding) + ": " + finding.m_meaning +
-              "\n  " + finding.m_advice + "\n";
+      text += SeverityWord(severity) + ": " + PlaceText(finding) + ": " + Shown(finding.m_meaning) +
+              "\n  " + Shown(finding.m_advice) + "\n";
     }
   }
   return text + Plural(report.Count(Severity::kDefect), "defect") + ", " +

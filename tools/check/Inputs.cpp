@@ -10,6 +10,8 @@
 #include "FileUtils.h"
 #include "IsotopeTable.h"
 #include "RunDriver.h"
+#include "ShownText.h"
+#include "StringUtils.h"
 #include "check/Account.h"
 
 namespace tarvek::tools {
@@ -20,11 +22,11 @@ bool IsEmptyRow(const IsotopeRow& row) {
 }
 
 /// The finding for a file that its reader could not read. Reader messages begin with the path,
-/// which is shown anyway, and may have several lines.
+/// which is shown anyway.
 void AddUnreadable(CheckReport& report, const char* code, const std::string& path,
                    const std::string& message, const std::string& advice) {
   const std::string start = path + ": ";
-  std::string detail = message.substr(0, message.find('\n'));
+  std::string detail = message;
   if (detail.starts_with(start)) detail.erase(0, start.size());
   const bool has_end = detail.ends_with('.') || detail.ends_with('!');
   report.Defect(code, path, "A run would stop here: " + detail + (has_end ? "" : "."), advice);
@@ -39,6 +41,8 @@ bool ReadOrReport(CheckReport& report, const std::string& path, const std::strin
     return true;
   } catch (const extractor::TruncatedFile& message) {
     AddUnreadable(report, "truncated", path, message, advice);
+  } catch (const LinesMessage& message) {  // what follows its first line is advice
+    AddUnreadable(report, "unreadable", path, std::string(TokenAt(message, '\n', 0)), advice);
   } catch (const std::string& message) {
     AddUnreadable(report, "unreadable", path, message, advice);
   }

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "NumberText.h"
+#include "ShownText.h"
 #include "explain/Explainer.h"
 #include "explain/Json.h"
 #include "explain/Text.h"
@@ -97,8 +98,8 @@ void RunExplain(const ExplainOptions& options) {
     PrintJson(run, explained);
     return;
   }
-  for (const std::string& doubt : run.Doubts()) std::cout << doubt << '\n';
-  std::cout << ExplanationText(run.Name(), explained);
+  for (const std::string& doubt : run.Doubts()) std::cout << Shown(doubt) << '\n';
+  std::cout << ExplanationText(Shown(run.Name()), explained);
 }
 
 }  // namespace

@@ -16,6 +16,7 @@
 #include "FileUtils.h"
 #include "PrecursorTable.h"
 #include "RunSummary.h"
+#include "ShownText.h"
 #include "StringUtils.h"
 #include "UnfinishedFile.h"
 #include "mgf/Blocks.h"
@@ -67,7 +68,7 @@ void SayRunsWithoutMgf(const std::string& directory, const std::vector<std::stri
   for (const std::string& file : files) runs.emplace(SplitOutputName(Stem(file)).m_run);
   const auto say = [&](const std::string& base, const std::string& why) {
     if (!runs.contains(std::string(FileNameOf(base))))
-      std::cerr << "tarvek-tools: the run " << base << " has no MGF: " << why << '\n';
+      std::cerr << "tarvek-tools: the run " << Shown(base) << " has no MGF: " << Shown(why) << '\n';
   };
   const FoundRuns found = FindRuns(directory);
   for (const std::string& base : found.m_finished) say(base, WhyWithoutMgf(base));
@@ -219,7 +220,7 @@ class WrittenJob {
   void Finish() const {
     std::int64_t blocks = 0;
     for (const auto& output : m_outputs) {
-      for (const std::string& path : output->Finish()) std::cout << path << '\n';
+      for (const std::string& path : output->Finish()) std::cout << Shown(path) << '\n';
       blocks += output->BlockCount();
     }
     RemoveOldOutputs();

@@ -4,6 +4,7 @@
 
 #include "FileUtils.h"
 #include "NativeId.h"
+#include "ShownText.h"
 #include "TableReader.h"
 
 namespace tarvek::tools {
@@ -19,7 +20,7 @@ std::optional<std::int32_t> SpectrumNumbers::Of(std::int64_t position, std::stri
   if (position < std::numeric_limits<std::int32_t>::max()) {
     const auto place = static_cast<std::int32_t>(position + 1);
     const auto listed = m_ids.find(place);
-    if (listed != m_ids.end() && listed->second == id) return place;
+    if (listed != m_ids.end() && listed->second == Shown(id)) return place;
   }
   const auto number = extractor::ScanNumberOf(id);
   // A listed number belongs to the spectrum at that position, whatever other ids say.

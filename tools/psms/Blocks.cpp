@@ -6,6 +6,7 @@
 
 #include "MgfText.h"
 #include "NumberText.h"
+#include "ShownText.h"
 #include "mgf/Profiles.h"
 #include "psms/Peptide.h"
 #include "psms/Readers.h"
@@ -17,6 +18,12 @@ constexpr double kIsotopeDa = 1.00335;  // carbon 13 and 12
 constexpr int kMaxIsotope = 3;
 
 double MzOf(double mass_da, std::int32_t charge) { return mass_da / charge + kProtonMass; }
+
+// What is cut is cut once: it is the run of all its rows.
+void CutRunName(std::string& run) {
+  constexpr std::size_t kRoomForSize = 100;
+  if (run.size() > kMostRunNameBytes) run = Shown(run, kMostRunNameBytes - kRoomForSize);
+}
 
 bool IsSameSpectrum(const EngineMatch& a, const EngineMatch& b) {
   return a.m_scan_no == b.m_scan_no && a.m_place == b.m_place && a.m_charge == b.m_charge &&
@@ -187,6 +194,7 @@ std::int64_t ReadBlocks(const std::vector<std::string>& paths, const PrecursorSo
     BestOfSpectrum best(precursors, paths.size() == 1, take);
     ReadMatches(path, [&](EngineMatch& match) {
       ++rows;
+      CutRunName(match.m_run);
       best.Add(match);
     });
     best.Finish();

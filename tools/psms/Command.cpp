@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "NumberText.h"
+#include "ShownText.h"
 #include "UnfinishedFile.h"
 #include "outputs/OutputNames.h"
 #include "psms/Blocks.h"
@@ -111,7 +112,7 @@ class Collector {
     if (is_new) {
       if (m_data.m_runs.size() > std::numeric_limits<std::uint16_t>::max())
         throw std::string("more than 65,536 runs");
-      m_data.m_runs.push_back(run);
+      m_data.m_runs.push_back(Shown(run));
     }
     return m_last_run = entry->second;
   }
@@ -273,7 +274,7 @@ void RunPsms(const PsmsOptions& options) {
   Collected collected = Collect(options, precursors);
   CheckDecoys(collected, options);
   if (collected.m_has_decoys)
-    std::cerr << "tarvek-tools: decoys are recognised by " << MarksText(collected) << '\n';
+    std::cerr << "tarvek-tools: decoys are recognised by " << Shown(MarksText(collected)) << '\n';
   Compete(collected.m_contenders);
   AssignQValues(collected.m_contenders, options.Estimate());
   Counts counts;

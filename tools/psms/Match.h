@@ -21,6 +21,9 @@ struct EngineScores {
   friend bool operator==(const EngineScores&, const EngineScores&) = default;
 };
 
+/// No file has a longer name. What is longer is cut, since it is repeated for each match.
+inline constexpr std::size_t kMostRunNameBytes = 1000;
+
 struct EngineMatch {
   EngineScores m_scores;
   std::string m_run;           // from the title, else the name of the searched file without ending

@@ -214,7 +214,8 @@ class MzidHandler final : public XmlHandler {
     } else if (name == "PeptideEvidence") {
       AddEvidence(attributes);
     } else if (name == "SpectraData") {
-      m_files.emplace(attributes.Get("id"), StemOf(attributes.Get("location")));
+      m_files.emplace(attributes.Get("id"),
+                      StemOf(attributes.Get("location")).substr(0, kMostRunNameBytes));
     } else if (name == "SpectrumIdentificationResult") {
       StartResult(attributes);
     } else if (name == "SpectrumIdentificationItem") {

@@ -9,6 +9,7 @@
 
 #include "FileUtils.h"
 #include "PrecursorTable.h"
+#include "ShownText.h"
 #include "StringUtils.h"
 #include "UnfinishedFile.h"
 #include "outputs/RunOutcome.h"
@@ -85,9 +86,9 @@ BatchRun ReportRun(const std::string& base_path, const std::string& out_folder,
   const std::string path = JoinPath({out_folder, page});
   WriteReport(path, RunPage(report));
   WriteReport(JoinPath({out_folder, report.m_name + ".report.json"}), RunJson(report));
-  std::cout << path << '\n';
+  std::cout << Shown(path) << '\n';
   if (!report.m_scan_page.m_file.empty())
-    std::cout << JoinPath({out_folder, report.m_scan_page.m_file}) << '\n';
+    std::cout << Shown(JoinPath({out_folder, report.m_scan_page.m_file})) << '\n';
   return BatchRunOf(report, page);
 }
 
@@ -97,7 +98,7 @@ BatchRun ReportUnfinished(const std::string& base_path, const std::string& out_f
   const std::string path = JoinPath({out_folder, run.m_name + ".report.html"});
   WriteReport(path, UnfinishedPage(run.m_name));
   WriteReport(JoinPath({out_folder, run.m_name + ".report.json"}), UnfinishedJson(run.m_name));
-  std::cout << path << '\n';
+  std::cout << Shown(path) << '\n';
   return run;
 }
 
@@ -138,7 +139,7 @@ BatchRun TryRun(const std::string& base_path, const std::string& out_folder,
   } catch (const std::exception& error) {
     why = error.what();
   }
-  std::cerr << "tarvek-tools: " << why << '\n';
+  std::cerr << "tarvek-tools: " << Shown(why) << '\n';
   return WithoutReport(base_path, why);
 }
 
@@ -166,7 +167,7 @@ void ReportBatch(const ReportOptions& options) {
   WriteReport(page, BatchPage(BatchTitle(folder), runs));
   WriteReport(JoinPath({out_folder, "tarvek_report.json"}), BatchJson(runs));
   WriteForMultiQc(JoinPath({out_folder, "tarvek"}), runs);
-  std::cout << page << '\n';
+  std::cout << Shown(page) << '\n';
   if (failed > 0)
     throw std::to_string(failed) + " of " + std::to_string(found.m_finished.size()) +
         " runs could not be reported.";

@@ -9,6 +9,7 @@
 
 #include "CommandLine.h"
 #include "NumberText.h"
+#include "ShownText.h"
 #include "StringUtils.h"
 #include "report/Pictures.h"
 #include "report/Style.h"
@@ -37,14 +38,19 @@ bool IsLetterOrDigit(char character) {
 }
 
 // Escaped text; options of tarvek in it, such as "-W", do not break across lines.
-std::string WithOptions(std::string_view text) {
+std::string WithOptions(std::string_view unsafe) {
+  const std::string shown = Shown(unsafe);
+  const std::string_view text = shown;
   std::string html;
   for (std::size_t at = 0; at < text.size();) {
     const bool starts = text[at] == '-' && at > 0 && !IsLetterOrDigit(text[at - 1]) &&
                         at + 1 < text.size() && IsLetterOrDigit(text[at + 1]);
     std::size_t end = at + 1;
     while (starts && end < text.size() && IsLetterOrDigit(text[end])) ++end;
-    html += starts ? Element("code", text.substr(at, end - at)) : Escaped(text.substr(at, 1));
+    if (starts)
+      html += Element("code", text.substr(at, end - at));
+    else
+      AppendMarkup(html, text[at]);
     at = end;
   }
   return html;

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "NumberText.h"
+#include "ShownText.h"
 
 namespace tarvek::tools {
 namespace {
@@ -325,28 +326,30 @@ std::size_t BinOf(double value, ChartRange range, std::size_t bins) {
 
 std::string Escaped(std::string_view text) {
   std::string escaped;
-  for (const char character : text) {
-    switch (character) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      case '\'':
-        escaped += "&#39;";
-        break;
-      default:
-        escaped += character;
-    }
-  }
+  for (const char character : Shown(text)) AppendMarkup(escaped, character);
   return escaped;
+}
+
+void AppendMarkup(std::string& escaped, char character) {
+  switch (character) {
+    case '&':
+      escaped += "&amp;";
+      break;
+    case '<':
+      escaped += "&lt;";
+      break;
+    case '>':
+      escaped += "&gt;";
+      break;
+    case '"':
+      escaped += "&quot;";
+      break;
+    case '\'':
+      escaped += "&#39;";
+      break;
+    default:
+      escaped += character;
+  }
 }
 
 std::vector<double> NiceTicks(ChartRange range, int wanted) {

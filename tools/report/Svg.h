@@ -47,6 +47,9 @@ std::size_t BinOf(double value, ChartRange range, std::size_t bins);
 /// Text for HTML and SVG with special characters escaped.
 std::string Escaped(std::string_view text);
 
+/// Appends one byte of a text that is Shown already.
+void AppendMarkup(std::string& escaped, char character);
+
 /// About `wanted` multiples of 1, 2 or 5 times a power of ten inside the range; its one value for a
 /// range of width 0.
 std::vector<double> NiceTicks(ChartRange range, int wanted);

@@ -11,6 +11,7 @@
 #include "FileUtils.h"
 #include "Platform.h"
 #include "PrecursorTable.h"
+#include "ShownText.h"
 #include "StringUtils.h"
 #include "UnfinishedFile.h"
 #include "outputs/OutputNames.h"
@@ -71,7 +72,7 @@ std::vector<std::string> BasesOf(const std::string& path) {
   if (found.m_finished.empty()) throw "No finished run: " + path;
   for (const std::string& base : found.m_unfinished)
     if (IsUnfinishedRun(base))
-      std::cerr << "tarvek-tools: the run " << base << " is left out: it did not finish\n";
+      std::cerr << "tarvek-tools: the run " << Shown(base) << " is left out: it did not finish\n";
   return found.m_finished;
 }
 

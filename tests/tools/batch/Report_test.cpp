@@ -129,5 +129,28 @@ TEST(FailureReason, IsTheLastErrorElseTheLastLineElseTheStatus) {
   EXPECT_EQ(FailureReason(directory / "none", 137), "ended with status 137");
 }
 
+TEST(FailureReason, IsNoRubbish) {
+  const TemporaryDirectory directory;
+  const std::string console = directory / "console.txt";
+  for (const std::string line : {"\x1b[2J", "a\xFF", "a\rb", "PF\x01\x02"}) {
+    WriteFile(console, "starts\n" + line + "\n");
+    EXPECT_EQ(FailureReason(console, 1), "ended with status 1") << line;
+  }
+  WriteFile(console, "starts\n" + std::string(301, 'x') + "\n");
+  EXPECT_EQ(FailureReason(console, 1), "ended with status 1");
+  WriteFile(console, "starts\n" + std::string(5000, 'x') + "end\n");
+  EXPECT_EQ(FailureReason(console, 1), "ended with status 1");
+}
+
+TEST(FailureReason, IsNoErrorInTheMiddleOfALine) {
+  const TemporaryDirectory directory;
+  const std::string console = directory / "console.txt";
+  WriteFile(console, "[Tarvek] <ERROR> - true\n" + std::string(1023, 'x') +
+                         "[Tarvek] <ERROR> - forged\nx [Tarvek] <ERROR> - forged\n");
+  EXPECT_EQ(FailureReason(console, 1), "true");
+  WriteFile(console, "[Tarvek] <ERROR> - a\x1b\xFF\n");
+  EXPECT_EQ(FailureReason(console, 1), "a\\x1b\\xff");
+}
+
 }  // namespace
 }  // namespace tarvek::tools
