@@ -157,6 +157,13 @@ RunRecord ProcessAfterExtracting(UserParameters& parameters, OutputClaim& claim)
                                  : processTextSpectra(parameters, claim, begun);
 }
 
+// Anybody who may write into a folder of data can put a table there.
+void SayForeignTable(const std::string& path, const std::string& installed_table) {
+  const auto identity = IdentityAt(path);
+  if (identity && identity != IdentityAt(installed_table))
+    logInfo("Uses the isotope table " + AbsolutePath(path) + ", which is not the installed one");
+}
+
 void DeleteExtracted(const UserParameters& parameters) {
   for (const char* ending : {".ms1", ".ms2", ".morvex"}) RemoveFile(OutputPath(parameters, ending));
 }
@@ -238,9 +245,8 @@ std::string SayIsotopeTablePath(const UserParameters& parameters,
       IsotopeTablePath(parameters.m_ipv_file, parameters.m_ipv_file_is_given, installed_table);
   if (path != parameters.m_ipv_file)
     logInfo("Uses the installed isotope table " + path);
-  else if (const auto identity = IdentityAt(path);
-           identity && identity != IdentityAt(installed_table))
-    logInfo("Uses the isotope table " + AbsolutePath(path) + ", which is not the installed one");
+  else if (!parameters.m_ipv_file_is_given && path == kDefaultIpvFile)
+    SayForeignTable(path, installed_table);
   return path;
 }
 

@@ -41,7 +41,8 @@ std::string InstalledTablePath();
 std::string IsotopeTablePath(const std::string& ipv_file, bool is_given,
                              const std::string& installed_table);
 
-/// The same for settings; the log says which one it is, the installed one or, with its full path, another.
+/// The same for settings; the log says when it is the installed one or, with its full path, one of the current
+/// directory that nobody named.
 std::string SayIsotopeTablePath(const UserParameters& parameters,
                                 const std::string& installed_table);
 

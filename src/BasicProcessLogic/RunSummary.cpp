@@ -84,6 +84,13 @@ std::string InputText(const std::map<std::string, std::string>& input) {
   return ValueText(input, "name") + " (" + ValueText(input, "bytes") + " bytes)";
 }
 
+// Spectra that an extraction left in the output directory are not another input than its own.
+bool AreExtractedHere(const UserParameters& parameters) {
+  const auto spectra = IdentityAt(OutputPath(parameters, ".ms1"));
+  return spectra && spectra == IdentityAt(parameters.m_current_file) &&
+         FileExists(OutputPath(parameters, ".morvex"));
+}
+
 std::int64_t CountOrZero(const RunRecord& record, std::string_view key) {
   return record.Count(key).value_or(0);
 }
@@ -183,7 +190,7 @@ void WarnOfOtherSettings(const UserParameters& parameters, std::string_view isot
 
 std::string RecordedInputDifference(const UserParameters& parameters) {
   const std::string path = RunRecordPath(parameters);
-  if (!FileExists(path)) return "";
+  if (!FileExists(path) || AreExtractedHere(parameters)) return "";
   const RunRecord recorded = ReadRunRecord(path);
   const auto now = InputOf(parameters);
   if (recorded.m_source.empty() || now.empty() || recorded.m_source == now) return "";

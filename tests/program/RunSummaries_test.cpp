@@ -241,7 +241,7 @@ TEST_F(ExtractedRun, OfAMarkerWithoutEntriesCountsItsSpectra) {
   PlaceWithMarker("done");
   RunRaw();
   EXPECT_THAT(SummariesIn(m_result.m_out), ElementsAre("INFO: run.raw" + kGoldenCounts));
-  EXPECT_THAT(m_result.m_err, Not(HasSubstr("morvex")));
+  EXPECT_THAT(m_result.m_err, Not(HasSubstr(".morvex")));
 }
 TEST_F(ExtractedRun, OfAMarkerThatCannotBeReadWarnsAndCountsItsSpectra) {
   PlaceWithMarker("done\ncount\tms2_read\tx\n");

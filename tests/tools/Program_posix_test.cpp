@@ -119,14 +119,14 @@ TEST(Program, NoWriteFailureLeavesACutFile) {
             0);
   for (const std::vector<std::string>& command :
        {std::vector<std::string>{"report", runs + "/r.csv", "--out"},
-        {"mgf", runs, "--out"},
-        {"mgf", runs, "--gzip", "--split", "20000", "--out"}}) {
+        {"mgf", runs, "--engine", "comet", "--out"},
+        {"mgf", runs, "--engine", "sage", "--gzip", "--split", "20000", "--out"}}) {
     std::vector<std::string> undisturbed = command;
     undisturbed.push_back(directory / "whole");
     EXPECT_EQ(RunTools(undisturbed).m_exit_status, 0);
     const auto whole = FilesIn(directory / "whole");
     ASSERT_FALSE(whole.empty());
-    for (const std::uint64_t limit : {0, 1, 500, 3000, 15000}) {
+    for (const std::uint64_t limit : {0, 1, 500, 3000}) {
       SCOPED_TRACE(command.front() + " " + std::to_string(limit));
       std::vector<std::string> arguments = command;
       arguments.push_back(directory / "limited");

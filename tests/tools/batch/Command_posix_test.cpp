@@ -14,6 +14,7 @@
 #include <thread>
 #include <vector>
 
+#include "PrecursorTable.h"
 #include "ProcessRunner.h"
 #include "TestSupport.h"
 #include "ToolsProgram.h"
@@ -158,7 +159,8 @@ constexpr const char* kEmptyRecord =
 
 TEST_F(BatchCommandTest, TakesARunThatExportedNothingForAFailure) {
   WriteInputs(1);
-  WriteProgram("touch in/r1.csv; " + std::string(kEmptyRecord) + " >in/r1.tarvek\n");
+  WriteFile(m_directory / "header", std::string(kPrecursorTableHeader));
+  WriteProgram("cp header in/r1.csv; " + std::string(kEmptyRecord) + " >in/r1.tarvek\n");
   const std::vector<std::string> words{"batch", "--tarvek", "./fake", "--", "in", "-F", "ms1"};
   const std::string reason = "none of 5 MS2 scans is exported; 5 left out: analyser not known";
   ProcessResult result = Run(words);

@@ -9,6 +9,7 @@
 
 #include "IsotopeTable.h"
 #include "NativePath.h"
+#include "PrecursorTable.h"
 #include "RunRecord.h"
 #include "RunSummary.h"
 #include "TestSupport.h"
@@ -98,7 +99,7 @@ TEST_F(BatchPlanTest, ExpectsTheResultsBesideTheInputWithoutAnOutputDirectory) {
 }
 
 TEST_F(BatchPlanTest, KnowsWhatIsFinishedUnlessItIsToBeRewritten) {
-  Place("a.csv");
+  WriteFile(m_directory / "a.csv", std::string(kPrecursorTableHeader));
   EXPECT_TRUE(Plan({m_directory / "a.ms1"}).at(0).m_is_finished);
   EXPECT_FALSE(Plan({m_directory / "a.ms1", "-r", "1"}).at(0).m_is_finished);
   EXPECT_FALSE(Plan({m_directory / "b.ms1"}).at(0).m_is_finished);
@@ -168,7 +169,7 @@ TEST_F(BatchPlanTest, RefusesTwoFormatsOfOneBaseNameForOneOutputDirectory) {
 
 TEST_F(BatchPlanTest, KnowsWhichSettingsOfAFinishedInputWereOthers) {
   const std::string table = TARVEK_SOURCE_DIR "/data/IPV.txt";
-  Place("a.csv");
+  WriteFile(m_directory / "a.csv", std::string(kPrecursorTableHeader));
   UserParameters before;
   before.m_isolation_width = 3.0;
   const std::string fingerprint = IsotopeTableFingerprint(ReadIsotopeTable(table));

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "PrecursorTable.h"
 #include "ProcessRunner.h"
 #include "TestSupport.h"
 #include "ToolsProgram.h"
@@ -282,7 +283,7 @@ TEST_F(RunCommandTest, TakesAnMgfForFinishedByItsRecord) {
 TEST_F(RunCommandTest, RefusesAFinishedInputWithoutARecord) {
   Simulate(1);
   fs::create_directory(m_directory / "out");
-  WriteFile(m_directory / "out/r1.csv", "x");
+  WriteFile(m_directory / "out/r1.csv", std::string(kPrecursorTableHeader));
   const ProcessResult result = Run({"in", "-o", "out"});
   EXPECT_EQ(result.m_exit_status, 1);
   EXPECT_THAT(result.m_err, HasSubstr("there is no out/r1.tarvek that says with which settings"));

@@ -84,7 +84,7 @@ TEST_F(ReportCommand, AFileThatCannotBeReadIsNotTakenForAMissingOne) {
   std::filesystem::remove(m_directory / "hand.pf1");
   std::filesystem::create_symlink("hand.pf1", m_directory / "hand.pf1");  // leads to itself
   EXPECT_EQ(Run("hand"), 1);
-  EXPECT_THAT(Err(), HasSubstr("Cannot open PF File, Path: ./hand.pf1"));
+  EXPECT_THAT(Err(), HasSubstr("Cannot open PF File, Path: hand.pf1"));
 }
 
 TEST_F(ReportCommand, WritesABatchIntoAnotherFolderAndFinishesTheOthersWhenARunIsBroken) {
