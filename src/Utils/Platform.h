@@ -80,7 +80,9 @@ class File {
   ~File();
 
   /// Opens path with a C stdio mode: "r" or "rb" reads an existing file, "w", "w+" or "wb+" makes
-  /// an empty one, "a+" appends. The result is not open on failure, and for a directory.
+  /// an empty one, "a+" appends. The result is not open on failure, and for a directory. On POSIX
+  /// systems what is written replaces a link to a file, and a name that the file shares with others;
+  /// links to devices are followed, and those that the system has itself, such as /dev/stdout.
   static File Open(const std::string& path, std::string_view mode);
 
   [[nodiscard]] bool IsOpen() const noexcept { return m_descriptor >= 0; }

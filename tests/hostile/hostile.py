@@ -24,8 +24,8 @@ import cases  # noqa: E402
 import judge  # noqa: E402
 import roads  # noqa: E402
 
-SHORT_CASES = 300
-LONG_CASES = re.compile("(256|500) MB|1 GB|/pipe$|zero$|100000$")  # those that a short round leaves out
+SHORT_CASES = 200
+LONG_CASES = re.compile("(64|256|500) MB|1 GB|,000|100000$|/pipe$|zero$")  # those that a short round leaves out
 ASAN_FACTOR = 5  # how much slower the sanitized programs may be
 
 
