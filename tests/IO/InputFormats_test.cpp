@@ -30,7 +30,7 @@ TEST(InputFormats, AreAllInTheListsForPeople) {
 TEST(InputFormats, HaveAnExtractorWhereTheirRoadNeedsOne) {
   for (const InputFormat& format : kInputFormats)
     EXPECT_EQ(IsInstrumentFormat(format.m_word),
-              format.m_road == InputRoad::kXml || format.m_road == InputRoad::kVendor)
+              format.m_input_path == InputPath::kXml || format.m_input_path == InputPath::kVendor)
         << format.m_word;
   EXPECT_THAT(kInstrumentFormats, ElementsAre("raw", "wiff", "mzxml", "mzml"));
 }
