@@ -218,7 +218,7 @@ Marker::Marker(const ExtractorOptions& options)
 
 void Marker::Complete(const RunRecord& record) {
   m_file.File().Write(m_text + RunRecordText(record));
-  SyncFolderOf(m_file.Path());  // of what the marker speaks of
+  SyncFolderOf(m_file.TemporaryPath());  // for the files that the marker names
   m_file.TakeName();
   SyncFolderOf(m_file.Path());
 }

@@ -122,7 +122,7 @@ void RunReport::CountFragment(const ExtractedScan& scan, const OutputScan& outpu
   if (output.m_is_activation_assumed)
     Note("MS2 scans without a declared activation, taken for " + output.m_activation);
   if (output.m_has_several_activations)
-    Note("MS2 scans with precursors of different activations; the first counts");
+    Note("MS2 scans with precursors of different activations (the first counts)");
   if (output.m_precursor_scan == 0) Note("MS2 scans without a survey scan before them");
   if (output.m_ions.front().m_charge == 0) Note("MS2 scans without a declared charge");
   if (output.m_ions.size() > 1) Note("MS2 scans with several selected ions");

@@ -187,7 +187,7 @@ void OutputSet::Complete(const RunRecord& record) {
   if (m_evidence) m_evidence->Complete();
   WriteRunRecord(RunRecordPath(*m_parameters), record);
   // A power failure is to leave no table whose companions have lost their names.
-  SyncFolderOf(m_csv.Path());
+  SyncFolderOf(m_csv.TemporaryPath());
   m_csv.Complete();
   SyncFolderOf(m_csv.Path());
 }

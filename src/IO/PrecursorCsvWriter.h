@@ -30,6 +30,9 @@ class PrecursorCsvWriter final : public SpectrumFile {
   /// Finishes the file and moves it to the final path, replacing a file of that name.
   void Complete();
 
+  /// Where the table is until then.
+  [[nodiscard]] std::string TemporaryPath() const { return m_file.TemporaryPath(); }
+
  private:
   void CloseStream() override { m_file.Close(); }
 

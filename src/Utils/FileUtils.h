@@ -71,7 +71,7 @@ void RemoveFile(const std::string& path);
 /// Renames a file, replacing an existing one. Throws "Cannot rename file: " + from.
 void RenameFile(const std::string& from, const std::string& to);
 
-/// Has the system store the name of path, and the others in its folder: SyncDirectory. Throws "Cannot
+/// Has the system store the name of path, which is there, and the others in its folder. Throws "Cannot
 /// store the names of files in " + folder.
 void SyncFolderOf(const std::string& path);
 

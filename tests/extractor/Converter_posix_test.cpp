@@ -123,7 +123,7 @@ TEST_F(ConverterTest, RefusesSeveralSamples) {
 TEST_F(ConverterTest, AsksForTheScanFileOfAWiff) {
   m_input = m_directory / "plate.wiff";
   WriteFile(m_input, "");
-  EXPECT_THAT(Convert("exit 0", "wiff").m_err, HasSubstr("plate.wiff.scan, which is not beside"));
+  EXPECT_THAT(Convert("exit 0", "wiff").m_err, HasSubstr("plate.wiff.scan, which is not next to"));
 }
 
 TEST_F(ConverterTest, RemovesTheMarkerOfAnEarlierRun) {

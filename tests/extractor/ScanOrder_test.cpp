@@ -252,7 +252,7 @@ TEST(Activation, OfSeveralPrecursorsIsThatOfTheFirst) {
   scan.m_precursors.push_back(etd);
   const Extracted out = ExtractXml(Mzml({scan}));
   EXPECT_THAT(LinesFrom(out.m_ms2, "I\tActivationType"), ElementsAre("I\tActivationType\tCID"));
-  EXPECT_THAT(out.m_report, HasSubstr("1 MS2 scans whose precursors name different activations"));
+  EXPECT_THAT(out.m_report, HasSubstr("1 MS2 scans with precursors of different activations"));
 }
 
 TEST(Summary, WarnsWhenNothingOfALevelIsExtracted) {

@@ -102,7 +102,7 @@ TEST_F(RunCommandTest, NamesABrokenInputAndFinishesTheOthers) {
   fs::remove(m_directory / "in/r2.ms2");
   const ProcessResult result = Run({"in", "-o", "out", "--jobs", "2"});
   EXPECT_EQ(result.m_exit_status, 1);
-  EXPECT_THAT(result.m_err, HasSubstr("in/r2.ms1: It is missing beside its other half"));
+  EXPECT_THAT(result.m_err, HasSubstr("in/r2.ms1: It is missing, and a run needs both halves"));
   EXPECT_THAT(result.m_out, HasSubstr("2 done, 1 failed, in "));
   EXPECT_FALSE(fs::exists(m_directory / "out/r2.csv_unfinished")) << "tarvek was started";
   EXPECT_TRUE(fs::exists(m_directory / "out/r3.csv"));
