@@ -107,14 +107,25 @@ std::string NarrowedCharges(const std::string& input, const UserParameters& sett
   return {};
 }
 
-/// Of a run that was narrowed, in what it differs from settings narrowed in the same way.
-void CompareNarrowed(BatchTask& task, const UserParameters& settings, FinishedRuns& finished) {
-  if (task.m_other_settings.find(kChargeRangeKey) == std::string::npos) return;
+/// In what the finished run of a task differs from settings, narrowed in the same way if it was.
+std::string OtherSettings(const BatchTask& task, const UserParameters& settings,
+                          FinishedRuns& finished) {
+  const std::string others = finished.OtherSettings(CurrentOf(settings, task.m_input));
+  if (!task.m_narrows_charges || others.find(kChargeRangeKey) == std::string::npos) return others;
   const std::string charges = NarrowedCharges(task.m_input, settings);
-  if (charges.empty()) return;
+  if (charges.empty()) return others;
   UserParameters narrowed = settings;
   ApplyParameterTable(narrowed, {{kChargeRangeKey, charges}, {"datanum", "0"}});
-  task.m_other_settings = finished.OtherSettings(CurrentOf(narrowed, task.m_input));
+  return finished.OtherSettings(CurrentOf(narrowed, task.m_input));
+}
+
+/// A finished run that lacks only its calibration, as after an interruption, goes on with that:
+/// tarvek skips the finished table.
+void TakeUncalibrated(BatchTask& task, const UserParameters& settings, FinishedRuns& uncalibrated) {
+  if (task.m_other_settings.empty() || task.m_calibration.empty()) return;
+  if (!OtherSettings(task, settings, uncalibrated).empty()) return;
+  task.m_is_finished = false;
+  task.m_other_settings.clear();
 }
 
 }  // namespace
@@ -133,6 +144,7 @@ std::vector<BatchTask> PlanRun(const RunRequest& request) {
   if (!request.m_output_directory.empty())
     table[kOutputKey] = AbsolutePath(request.m_output_directory);
   FinishedRuns finished(SettingsOf(table), CalibrationSettings(request));
+  FinishedRuns uncalibrated(SettingsOf(table));
   std::vector<BatchTask> tasks;
   for (const std::string& input : request.m_inputs) {
     std::vector<AutoChoice> choices;
@@ -144,13 +156,15 @@ std::vector<BatchTask> PlanRun(const RunRequest& request) {
     task.m_choices = std::move(choices);
     // The joint determination passes over such candidates by itself.
     task.m_narrows_charges = !request.m_takes_declared_width;
-    if (task.m_narrows_charges) CompareNarrowed(task, settings, finished);
+    if (!task.m_other_settings.empty())
+      task.m_other_settings = OtherSettings(task, settings, finished);
     SetArguments(task, own);
     task.m_wanted = finished.SettingsNow(CurrentOf(settings, input));
     if (InputFormatOf(input) == "mgf")
       TakeMgf(task, settings.m_rewrite_files);
     else if (request.m_is_calibrated)
       task.m_calibration = {"calibrate", "--apply", AbsolutePath(task.m_table)};
+    TakeUncalibrated(task, settings, uncalibrated);
     if (request.m_has_check) task.m_check = CheckArguments(input, own);
     task.m_refusal = RefusalOf(task);
   }

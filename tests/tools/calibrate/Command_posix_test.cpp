@@ -345,13 +345,26 @@ TEST_F(RunCalibrateTest, CalibratesEachInputOnce) {
   EXPECT_EQ(ReadFile(m_directory / "out/r1.csv"), table);
 }
 
-TEST_F(RunCalibrateTest, RefusesRunsThatAreFinishedTheOtherWay) {
+// As a run that was interrupted between tarvek and its calibration.
+TEST_F(RunCalibrateTest, GoesOnWithTheCalibrationOfAFinishedRun) {
+  Simulate();
+  ASSERT_EQ(Run({"--calibrate"}).m_exit_status, 0);
+  const std::string table = ReadFile(m_directory / "out/r1.csv");
+  ASSERT_EQ(Run({"--again"}).m_exit_status, 0);
+  EXPECT_NE(ReadFile(m_directory / "out/r1.csv"), table);
+  const ProcessResult result = Run({"--calibrate"});
+  EXPECT_EQ(result.m_exit_status, 0) << result.m_err;
+  EXPECT_EQ(ReadFile(m_directory / "out/r1.csv"), table);
+  EXPECT_EQ(ReadRunRecord(m_directory / "out/r1.tarvek").m_settings.at("calibrated"), "1");
+}
+
+TEST_F(RunCalibrateTest, RefusesRunsOfOtherSettings) {
   Simulate();
   ASSERT_EQ(Run({}).m_exit_status, 0);
-  const ProcessResult with = Run({"--calibrate"});
+  const ProcessResult with = Run({"--calibrate", "--width", "3"});
   EXPECT_EQ(with.m_exit_status, 1);
-  EXPECT_THAT(with.m_err, HasSubstr("calibrated not set, now 1; --again processes it again"));
-  ASSERT_EQ(Run({"--calibrate", "--again"}).m_exit_status, 0);
+  EXPECT_THAT(with.m_err, HasSubstr("isolation_width 2.000000, now 3.000000"));
+  ASSERT_EQ(Run({"--calibrate"}).m_exit_status, 0);
   const ProcessResult without = Run({});
   EXPECT_EQ(without.m_exit_status, 1);
   EXPECT_THAT(without.m_err, HasSubstr("calibrated 1, now not set"));
