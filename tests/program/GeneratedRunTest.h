@@ -53,9 +53,20 @@ class GeneratedRunTest : public ProgramTest {
       std::filesystem::remove_all(Path(folder));
       auto run = std::make_unique<RunningProcess>(Request(arguments));
       if (!Eventually([&] { return !OutputNamed(folder, ".pf1").empty(); })) return nullptr;
-      if (run->Stop() && OutputNamed(folder, ".csv").empty()) return run;
+      if (run->Stop() && OutputNamed(folder, ".csv").empty() && StillReads(*run)) return run;
     }
     return nullptr;
+  }
+  /// Whether a .ms1 and a .ms2 file are open in the process; true where the system does not show that.
+  [[nodiscard]] static bool StillReads(const RunningProcess& run) {
+    namespace fs = std::filesystem;
+    if (TestsForeignPrograms() || !fs::exists("/proc/self/fd")) return true;
+    int inputs = 0;
+    for (const auto& entry : fs::directory_iterator("/proc/" + std::to_string(run.Id()) + "/fd")) {
+      const std::string ending = fs::read_symlink(entry.path()).extension().string();
+      if (ending == ".ms1" || ending == ".ms2") ++inputs;
+    }
+    return inputs == 2;
   }
   /// The name of an output with this extension, empty without one.
   [[nodiscard]] std::string OutputNamed(const std::string& folder,
