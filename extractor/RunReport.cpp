@@ -13,7 +13,7 @@ namespace {
 
 // A damaged file must not fill the memory with ever more texts.
 constexpr std::size_t kMaxKeys = 100;
-// Of a name from the file that is part of a counted text.
+// Longer names from the file are cut in the texts that are counted.
 constexpr std::size_t kMaxShownName = 200;
 
 constexpr std::int64_t kBytesPerMb = 1'000'000;

@@ -67,7 +67,7 @@ inline constexpr const char* kActivationVariable = "TARVEK_ACTIVATION";
 inline constexpr std::string_view kSettingJoint = "joint";
 inline constexpr const char* kJointVariable = "TARVEK_JOINT";
 
-/// Around the base name the first line of the marker of an extraction.
+/// The first line of an extraction marker: these texts with the base name in between.
 inline constexpr std::string_view kMarkerStart = "All spectra of ";
 inline constexpr std::string_view kMarkerEnd = " were extracted.";
 

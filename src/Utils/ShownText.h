@@ -21,14 +21,13 @@ inline constexpr std::size_t kMostShownBytes = std::size_t{1} << 14;
 /// What Shown gave it leaves as it is, but for its length.
 std::string Shown(std::string_view text, std::size_t most = kMostShownBytes);
 
-/// The same, but line feeds and tabs stay: of several lines of our own, in which names are Shown already.
+/// Like Shown, but keeps line feeds and tabs: for our own texts of several lines.
 std::string ShownLines(std::string_view text);
 
-/// What a failed request for memory is called.
+/// The message for std::bad_alloc.
 inline constexpr std::string_view kNoMemory = "there is not enough memory";
 
-/// A message of several lines, in which names are Shown already. Caught as any other by those to whom
-/// that makes no difference.
+/// A message of several lines in which names are Shown already. Most callers catch it as a std::string.
 class LinesMessage : public std::string {
  public:
   explicit LinesMessage(std::string text) : std::string(std::move(text)) {}

@@ -145,7 +145,7 @@ class KilledRun : public GeneratedRunTest {
     if (claim != outputs.end() && claim->second.empty()) outputs.erase(claim);
     EXPECT_TRUE(outputs == m_undisturbed);
   }
-  /// A run may have ended before its moment; a fifth must be killed, and a tenth while they write.
+  /// Some runs end before their moment. At least a fifth must be killed, a tenth of all while writing.
   [[nodiscard]] bool EnoughWereKilled() const {
     return m_killed >= OneIn(5) && m_interrupted >= OneIn(10);
   }

@@ -72,7 +72,7 @@ std::string VocabularyOf(std::string_view head) {
   return "MS";
 }
 
-/// start, with a number at the end when the head already has it.
+/// start, with "_2", "_3", ... appended while the head already has that id.
 std::string FreeId(const std::string& head, const std::string& start) {
   std::string id = start;
   for (int number = 2; head.find("id=\"" + id + '"') != std::string::npos; ++number)

@@ -170,7 +170,7 @@ struct FindingTexts {
   std::string_view m_normal;
   std::string_view m_otherwise;
   Judge m_judge;
-  bool m_needs_surveys = false;  // and says so where there are none
+  bool m_needs_surveys = false;  // without them the page says kNoSurveys
 };
 
 constexpr std::string_view kNoSurveys = "No .pf1 or .ms1 file: the surveys are unknown.";
