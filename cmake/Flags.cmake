@@ -8,7 +8,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_L
   # latter only with precompiled standard headers.
   target_compile_options(tarvek_flags INTERFACE -Wno-restrict)
   if(TARVEK_PRECOMPILES)
-    target_compile_options(tarvek_flags INTERFACE -Wno-array-bounds)
+    target_compile_options(tarvek_flags INTERFACE -Wno-array-bounds -Wno-stringop-overflow)
   endif()
 endif()
 if(TARVEK_WERROR)

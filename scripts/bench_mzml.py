@@ -108,7 +108,7 @@ class Contender:
         return [median_of(column) for column in zip(*self.times)]
 
 
-def contenders_for(path, arguments, work):
+def contenders_for(kind, path, arguments, work):
     def tarvek(name, prefix, environment=None):
         folder = os.path.join(work, "out-" + name.replace(" ", "-"))
         return Contender(name, [os.path.join(prefix, "bin/tarvek"), "-D", path, "-O", folder, "-L", work], environment, folder)
@@ -116,7 +116,7 @@ def contenders_for(path, arguments, work):
     listed = [tarvek("tarvek", arguments.prefix), tarvek("one thread", arguments.prefix, {"TARVEK_THREADS": "1"})]
     if arguments.before:
         listed.append(tarvek("before", arguments.before))
-    if shutil.which("msconvert"):
+    if shutil.which("msconvert") and kind != "bgzip":  # of a gzip file it reads the first member alone
         folder = os.path.join(work, "out-msconvert")
         listed.append(Contender("msconvert", ["msconvert", "--mgf", path, "-o", folder], None, folder))
     return listed
@@ -156,7 +156,7 @@ def main():
         if path is None:
             print(f"{kind}: left out, nothing here can make it", file=sys.stderr)
             continue
-        listed = contenders_for(path, arguments, os.path.abspath(arguments.work))
+        listed = contenders_for(kind, path, arguments, os.path.abspath(arguments.work))
         for _ in range(arguments.pairs):
             for one in listed:
                 one.once()

@@ -14,6 +14,7 @@
 #include "calibrate/Rewrite.h"
 #include "calibrate/RunSpectra.h"
 #include "outputs/RunOutcome.h"
+#include "outputs/Subcommand.h"
 
 namespace tarvek::tools {
 namespace {
@@ -130,11 +131,8 @@ void RunCalibrate(const CalibrateOptions& options) {
 void AddCalibrateCommand(CLI::App& app) {
   const auto options = std::make_shared<CalibrateOptions>();
   CLI::App* calibrate =
-      app.add_subcommand("calibrate", "Tell, and correct, the m/z bias of finished runs");
-  calibrate
-      ->add_option("RUN", options->m_path,
-                   "A finished run, its table or base name, or a folder of runs")
-      ->required();
+      AddSubcommand(app, "calibrate", "Tell, and correct, the m/z bias of finished runs", "RUN",
+                    options->m_path, "A finished run, its table or base name, or a folder of runs");
   calibrate->add_flag("--apply", options->m_is_applied,
                       "Write the outputs again with corrected m/z, once");
   calibrate->add_flag("--json", options->m_is_json, "Print the estimates as JSON");

@@ -14,6 +14,7 @@
 #include "explain/Explainer.h"
 #include "explain/Json.h"
 #include "explain/Text.h"
+#include "outputs/Subcommand.h"
 #include "score/Command.h"
 
 namespace tarvek::tools {
@@ -107,11 +108,9 @@ void RunExplain(const ExplainOptions& options) {
 void AddExplainCommand(CLI::App& app) {
   const auto options = std::make_shared<ExplainOptions>();
   CLI::App* explain =
-      app.add_subcommand("explain", "Say why a scan of a finished run has its precursors");
-  explain
-      ->add_option("RUN", options->m_run.m_base_path,
-                   "The outputs of a run without their endings, such as results/run1")
-      ->required();
+      AddSubcommand(app, "explain", "Say why a scan of a finished run has its precursors", "RUN",
+                    options->m_run.m_base_path,
+                    "The outputs of a run without their endings, such as results/run1");
   CLI::Option* scan = explain->add_option("SCAN", options->m_scan, "Number of an MS2 scan");
   explain->add_option("--time", options->m_minute, "Take the scan nearest to this time, in minutes")
       ->excludes(scan);

@@ -13,6 +13,7 @@
 #include "StringUtils.h"
 #include "UnfinishedFile.h"
 #include "outputs/RunOutcome.h"
+#include "outputs/Subcommand.h"
 #include "report/Data.h"
 #include "report/Page.h"
 #include "report/ScanPage.h"
@@ -187,20 +188,18 @@ void RunReportCommand(ReportOptions options) {
 
 void AddReportCommand(CLI::App& app) {
   const auto options = std::make_shared<ReportOptions>();
-  CLI::App* report =
-      app.add_subcommand("report", "Show the outputs of a run, or of a folder of runs, as a page");
-  report
-      ->add_option("PATH", options->m_path,
-                   "Folder of outputs, or the outputs of one run without their endings")
-      ->required();
+  CLI::App* report = AddSubcommand(
+      app, "report", "Show the outputs of a run, or of a folder of runs, as a page", "PATH",
+      options->m_path, "Folder of outputs, or the outputs of one run without their endings");
   report->add_option("-o,--out", options->m_out_folder, "Folder of the pages, if another one");
   report
       ->add_option("--input", options->m_settings.m_input_folder,
                    "Folder of the .ms2 or .mscsv files, if another one")
       ->check(CLI::ExistingDirectory);
   report
-      ->add_option("-W,--isolation-width", options->m_isolation_width,
-                   "Width of the isolation window in m/z; default: from the record of the run, else 2")
+      ->add_option(
+          "-W,--isolation-width", options->m_isolation_width,
+          "Width of the isolation window in m/z; default: from the record of the run, else 2")
       ->check(PositiveReal());
   AddTolerance(*report, options->m_settings.m_tol_ppm,
                "Largest m/z difference of peaks that belong together, ppm");

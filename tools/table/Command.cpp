@@ -16,6 +16,7 @@
 #include "UnfinishedFile.h"
 #include "outputs/OutputNames.h"
 #include "outputs/RunOutcome.h"
+#include "outputs/Subcommand.h"
 #include "score/Command.h"
 #include "table/Rows.h"
 #include "table/Text.h"
@@ -107,12 +108,9 @@ void RunTable(const TableOptions& options) {
 
 void AddTableCommand(CLI::App& app) {
   const auto options = std::make_shared<TableOptions>();
-  CLI::App* table =
-      app.add_subcommand("table", "Give the precursors of finished runs as one table");
-  table
-      ->add_option("RUN", options->m_runs,
-                   "Finished runs, their tables or base names, or folders of runs")
-      ->required();
+  CLI::App* table = AddSubcommand(app, "table", "Give the precursors of finished runs as one table",
+                                  "RUN", options->m_runs,
+                                  "Finished runs, their tables or base names, or folders of runs");
   table->add_option("-o,--out", options->m_out, "File to write, in place of standard output");
   table->add_flag("--json", options->m_is_json, "One JSON object on each line");
   table
