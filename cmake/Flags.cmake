@@ -4,7 +4,7 @@ add_library(tarvek_flags INTERFACE)
 target_compile_options(tarvek_flags INTERFACE
   -Wall -Wextra -Wpedantic -Wconversion -Wshadow -ffp-contract=off)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  # g++ 12 wrongly warns of overlapping copies and of reads past the end inside std::string; of the
+  # g++ 12 wrongly warns of overlapping copies and of reads past the end, and writes, inside std::string; of the
   # latter only with precompiled standard headers.
   target_compile_options(tarvek_flags INTERFACE -Wno-restrict)
   if(TARVEK_PRECOMPILES)

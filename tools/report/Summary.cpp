@@ -175,7 +175,8 @@ std::string FiguresForMultiQc(std::span<const BatchRun> runs) {
   ordered_json json =
       Section("tarvek", "Precursors",
               "Precursors that tarvek determined for the MS2 scans of each run.", "table");
-  for (const KeyFigure& figure : KeyFigures({})) {
+  const RunReport none;
+  for (const KeyFigure& figure : KeyFigures(none)) {
     ordered_json header = {{"title", figure.m_label},
                            {"format", "{:,." + std::to_string(figure.m_decimals) + "f}"}};
     if (!figure.m_unit.empty()) header["suffix"] = " " + figure.m_unit;
