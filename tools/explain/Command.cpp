@@ -100,7 +100,8 @@ void RunExplain(const ExplainOptions& options) {
     return;
   }
   for (const std::string& doubt : run.Doubts()) std::cout << Shown(doubt) << '\n';
-  std::cout << ExplanationText(Shown(run.Name()), explained);
+  // Names of the input are in it, such as the activation.
+  std::cout << ShownLines(ExplanationText(Shown(run.Name()), explained));
 }
 
 }  // namespace
