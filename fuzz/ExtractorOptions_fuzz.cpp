@@ -12,7 +12,7 @@ void Parse(std::string_view input) {
   for (const std::string_view argument : Split(input, std::string_view("\0", 1)))
     arguments.emplace_back(argument);
   const extractor::ExtractorOptions options = extractor::ParseOptions(arguments);
-  if (options.m_help) return;
+  if (options.m_help || options.m_version) return;
   Require(!options.m_input.empty(), "there is an input");
   Require(options.m_base_name.find('/') == std::string::npos, "outputs stay in their directory");
   Require(options.m_mz_digits >= 0 && options.m_intensity_digits >= 0, "digits are checked");
