@@ -166,6 +166,9 @@ std::string AbsolutePath(const std::string& path);
 /// Makes a directory and its missing parents; true when it exists afterwards.
 [[nodiscard]] bool MakeDirectoryTree(const std::string& path);
 
+/// Makes a directory for this user alone; false when there is anything at path, or no parent.
+[[nodiscard]] bool MakeNewDirectory(const std::string& path) noexcept;
+
 [[nodiscard]] bool DeleteFileAt(const std::string& path) noexcept;
 
 /// Deletes a directory and its contents, but follows no links; false when anything is left.

@@ -345,6 +345,10 @@ bool MakeDirectoryTree(const std::string& path) {
   return IsDirectory(path);
 }
 
+bool MakeNewDirectory(const std::string& path) noexcept {
+  return ::mkdir(path.c_str(), S_IRWXU) == 0;
+}
+
 bool DeleteFileAt(const std::string& path) noexcept { return ::unlink(path.c_str()) == 0; }
 
 bool DeleteDirectoryTree(const std::string& path) {

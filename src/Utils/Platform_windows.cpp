@@ -538,6 +538,11 @@ bool MakeDirectoryTree(const std::string& path) {
   return IsDirectory(path);
 }
 
+// A new directory inherits the rights of its parent, which for the temporary folder are the user's.
+bool MakeNewDirectory(const std::string& path) noexcept {
+  return ::CreateDirectoryW(SystemPath(path).c_str(), nullptr) != 0;
+}
+
 bool DeleteFileAt(const std::string& path) noexcept {
   return ::DeleteFileW(SystemPath(path).c_str()) != 0;
 }

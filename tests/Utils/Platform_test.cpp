@@ -143,6 +143,16 @@ TEST_F(FileTest, MakeDirectoryTreeMakesParents) {
   EXPECT_TRUE(MakeDirectoryTree(m_directory / "p/q"));
   EXPECT_TRUE(std::filesystem::is_directory(m_directory / "p/q"));
 }
+TEST_F(FileTest, MakeNewDirectoryTakesNothingThatIsThere) {
+  const std::string path = m_directory / "new";
+  EXPECT_TRUE(MakeNewDirectory(path));
+  EXPECT_TRUE(IsDirectory(path));
+  EXPECT_FALSE(MakeNewDirectory(path));
+  test::WriteFile(m_path, "a file");
+  EXPECT_FALSE(MakeNewDirectory(m_path));
+  EXPECT_FALSE(MakeNewDirectory(path + "/none/q"));
+}
+
 TEST_F(FileTest, MakeDirectoryTreeFailsBelowAFile) {
   test::WriteFile(m_path, "");
   EXPECT_FALSE(MakeDirectoryTree(m_path + "/q"));

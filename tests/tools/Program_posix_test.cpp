@@ -118,7 +118,8 @@ TEST(Program, NoWriteFailureLeavesACutFile) {
                 .m_exit_status,
             0);
   for (const std::vector<std::string>& command :
-       {std::vector<std::string>{"report", runs + "/r.csv", "--out"},
+       {std::vector<std::string>{"report", runs + "/r.csv", "-I", TARVEK_SOURCE_DIR "/data/IPV.txt",
+                                 "--out"},
         {"mgf", runs, "--engine", "comet", "--out"},
         {"mgf", runs, "--engine", "sage", "--gzip", "--split", "20000", "--out"}}) {
     std::vector<std::string> undisturbed = command;

@@ -55,9 +55,7 @@ std::string NewTemporaryFolder() {
   const std::int64_t start = MonotonicMilliseconds();
   for (std::int64_t number = start; number < start + 1000; ++number) {
     std::string path = JoinPath({TemporaryFolder(), "tarvek-explain-" + std::to_string(number)});
-    if (PathExists(path)) continue;
-    MakeDirectory(path);
-    return path;
+    if (MakeNewDirectory(path)) return path;
   }
   throw "Cannot make a folder for extracted spectra in " + TemporaryFolder();
 }
@@ -103,6 +101,13 @@ SpectraPaths FindSpectra(const std::string& base_path, const std::string& input)
   return found;
 }
 
+std::string WithoutSpectra(const std::string& base_path) {
+  return "The spectra of " + WithoutTableEnding(base_path) +
+         " are not there: neither .ms1 and .ms2, nor .msb and .mscsv, nor mzML or mzXML. Name "
+         "their "
+         "folder, or the instrument file, with --input.";
+}
+
 UserParameters ParametersOf(const RunRecord& record) {
   ParameterTable table;
   for (const auto& [key, value] : record.m_settings) table[key] = FirstWord(value);
@@ -135,10 +140,7 @@ RunToExplain::RunToExplain(const RunLocation& location) {
     m_joint_threshold = FiniteReal(joint->second);
   m_correction = CalibrationIn(m_record);
   m_spectra = FindSpectra(base, location.m_input);
-  if (!m_spectra.AreThere())
-    throw "The spectra of " + base +
-        " are not there: neither .ms1 and .ms2, nor .msb and .mscsv, nor mzML or mzXML. Name their "
-        "folder, or the instrument file, with --input.";
+  if (!m_spectra.AreThere()) throw WithoutSpectra(base);
   LoadTable(location);
   if (!m_spectra.m_instrument.empty()) Extract();
 }

@@ -43,6 +43,9 @@ struct SpectraPaths {
 /// Looks for the spectra of a run in input, which has the meaning of RunLocation::m_input.
 SpectraPaths FindSpectra(const std::string& base_path, const std::string& input);
 
+/// The sentence for a run that has none.
+std::string WithoutSpectra(const std::string& base_path);
+
 /// The settings in a record, with derived values; tarvek's defaults for missing ones. Throws what
 /// the parameters throw.
 UserParameters ParametersOf(const RunRecord& record);

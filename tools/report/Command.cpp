@@ -1,5 +1,6 @@
 #include "report/Command.h"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -12,6 +13,7 @@
 #include "ShownText.h"
 #include "StringUtils.h"
 #include "UnfinishedFile.h"
+#include "explain/RunToExplain.h"
 #include "outputs/RunOutcome.h"
 #include "outputs/Subcommand.h"
 #include "report/Data.h"
@@ -46,8 +48,8 @@ void WriteForMultiQc(const std::string& start, std::span<const BatchRun> runs) {
   WriteReport(start + "_precursors_mqc.json", PrecursorsForMultiQc(runs));
 }
 
-// Writes the page of scans and returns the outcome. The report does not fail without it, since
-// spectra need not be kept. A page of an earlier processing must not stay.
+// Writes the page of scans and returns the outcome. The other pages are written without it, too. A
+// page of an earlier processing must not stay.
 ScanPageOutcome WriteScanPage(const std::string& base_path, const std::string& out_folder,
                               const std::string& name, const ReportOptions& options) {
   ScanPageOutcome outcome;
@@ -58,11 +60,17 @@ ScanPageOutcome WriteScanPage(const std::string& base_path, const std::string& o
     outcome.m_why_not = "It was not asked for (--scans 0).";
     return outcome;
   }
+  const std::string& input = options.m_settings.m_input_folder;
   std::string html;
+  outcome.m_failed = true;
   try {
-    ScanPage page = MakeScanPage(
-        {base_path, options.m_settings.m_input_folder, options.m_scan_page.m_isotope_table},
-        options.m_scan_page.m_most);
+    if (!FindSpectra(base_path, input).AreThere()) {
+      outcome.m_failed = false;
+      outcome.m_why_not = WithoutSpectra(base_path);
+      return outcome;
+    }
+    ScanPage page = MakeScanPage({base_path, input, options.m_scan_page.m_isotope_table},
+                                 options.m_scan_page.m_most);
     outcome = page.m_outcome;
     outcome.m_file = file;
     html = std::move(page.m_html);
@@ -110,6 +118,12 @@ std::string BasePathOf(const std::string& path) {
   return CutEnding(base, kTableEnding) ? std::string(base) : path;
 }
 
+void Tell(const std::string& sentence) { std::cerr << "tarvek-tools: " << Shown(sentence) << '\n'; }
+
+std::string NoPageOfScans(const BatchRun& run) {
+  return "No page of scans of " + run.m_name + ": " + run.m_scan_page.m_why_not;
+}
+
 void ReportOne(const ReportOptions& options) {
   const std::string out_folder =
       options.m_out_folder.empty() ? FolderOf(options.m_path) : options.m_out_folder;
@@ -120,6 +134,8 @@ void ReportOne(const ReportOptions& options) {
   }
   const BatchRun run = ReportRun(base_path, out_folder, options);
   WriteForMultiQc(JoinPath({out_folder, run.m_name + "_tarvek"}), {&run, 1});
+  if (run.m_scan_page.m_failed) throw NoPageOfScans(run);
+  if (run.m_scan_page.m_file.empty() && options.m_scan_page.m_most > 0) Tell(NoPageOfScans(run));
 }
 
 BatchRun WithoutReport(const std::string& base_path, const std::string& why) {
@@ -140,7 +156,7 @@ BatchRun TryRun(const std::string& base_path, const std::string& out_folder,
   } catch (const std::exception& error) {
     why = error.what();
   }
-  std::cerr << "tarvek-tools: " << Shown(why) << '\n';
+  Tell(why);
   return WithoutReport(base_path, why);
 }
 
@@ -148,6 +164,25 @@ std::string BatchTitle(const std::string& folder) {
   const std::string trimmed = WithoutTrailingSeparators(folder);
   const std::string name(FileNameOf(trimmed));
   return name.empty() || name == "." || name == ".." ? "Batch" : name;
+}
+
+std::size_t Count(const std::vector<BatchRun>& runs, bool (*counts)(const BatchRun&)) {
+  return static_cast<std::size_t>(std::ranges::count_if(runs, counts));
+}
+
+// Names the runs whose page of scans failed, counts those whose spectra were not kept, and returns
+// how many failed.
+std::size_t TellOfScanPages(const std::vector<BatchRun>& runs, const ReportOptions& options) {
+  for (const BatchRun& run : runs)
+    if (run.m_scan_page.m_failed) Tell(NoPageOfScans(run));
+  const std::size_t without_spectra = Count(runs, [](const BatchRun& run) {
+    return !run.m_page.empty() && run.m_scan_page.m_file.empty() && !run.m_scan_page.m_failed;
+  });
+  if (without_spectra > 0 && options.m_scan_page.m_most > 0)
+    Tell(std::to_string(without_spectra) + " of " + std::to_string(runs.size()) +
+         " runs have no page of scans, since their spectra are not there; their reports say where "
+         "they were looked for.");
+  return Count(runs, [](const BatchRun& run) { return run.m_scan_page.m_failed; });
 }
 
 void ReportBatch(const ReportOptions& options) {
@@ -159,8 +194,8 @@ void ReportBatch(const ReportOptions& options) {
   std::vector<BatchRun> runs;
   for (const std::string& base_path : found.m_finished)
     runs.push_back(TryRun(base_path, out_folder, options));
-  std::size_t failed = 0;
-  for (const BatchRun& run : runs) failed += run.m_page.empty() ? 1U : 0U;
+  const std::size_t failed = Count(runs, [](const BatchRun& run) { return run.m_page.empty(); });
+  const std::size_t without_scans = TellOfScanPages(runs, options);
   for (const std::string& base_path : found.m_unfinished)
     if (!IsThere(base_path + ".csv")) runs.push_back(ReportUnfinished(base_path, out_folder));
 
@@ -172,6 +207,9 @@ void ReportBatch(const ReportOptions& options) {
   if (failed > 0)
     throw std::to_string(failed) + " of " + std::to_string(found.m_finished.size()) +
         " runs could not be reported.";
+  if (without_scans > 0)
+    throw std::to_string(without_scans) + " of " + std::to_string(found.m_finished.size()) +
+        " runs have no page of scans, since their spectra could not be read.";
 }
 
 void RunReportCommand(ReportOptions options) {

@@ -97,6 +97,7 @@ struct ScanPageOutcome {
   std::size_t m_differing = 0;  // scans for which the repeated determination gives other precursors
   std::int64_t m_bytes = 0;
   std::string m_why_not;  // a sentence
+  bool m_failed = false;  // there are spectra to show, and they or the isotope table cannot be read
 
   std::int64_t m_kept = 0;       // scans that kept the declared precursor,
   std::int64_t m_nearly = 0;     // of these: with a candidate just below the threshold

@@ -596,6 +596,7 @@ BatchRun BatchRunOf(const RunReport& report, const std::string& page) {
   BatchRun run;
   run.m_name = report.m_name;
   run.m_page = page;
+  run.m_scan_page = report.m_scan_page;
   run.m_figures = KeyFigures(report);
   run.m_findings = ReportFindings(report);
   run.m_remarks = ReportRemarks(report);

@@ -20,6 +20,7 @@ struct BatchRun {
   std::string m_name;
   std::string m_page;            // file name of the run's page; empty without one
   std::string m_error;           // why there is no page
+  ScanPageOutcome m_scan_page;
   bool m_is_unfinished = false;  // the run was stopped; then there is no page of figures
   std::vector<KeyFigure> m_figures;
   std::vector<ReportFinding> m_findings;

@@ -182,13 +182,36 @@ TEST_F(ScanPageOfARun, SaysWhyThereIsNone) {
   EXPECT_FALSE(fs::exists(m_directory / "run.scans.html"));  // of an earlier report
   EXPECT_EQ(Summary()["scan_page"]["why_not"], "It was not asked for (--scans 0).");
   fs::remove(m_directory / "run.ms2");
-  ASSERT_EQ(Tool({"report", "run"}).m_exit_status, 0);
+  const auto result = Tool({"report", "run"});
+  ASSERT_EQ(result.m_exit_status, 0);
+  EXPECT_THAT(result.m_err, HasSubstr("No page of scans of run: The spectra of run are not there"));
   EXPECT_TRUE(Summary()["scan_page"]["page"].is_null());
   EXPECT_THAT(Summary()["scan_page"]["why_not"].get<std::string>(),
               HasSubstr("The spectra of run are not there"));
   EXPECT_THAT(ReadFile(m_directory / "run.report.html"), HasSubstr("There is no page of scans."));
-  ASSERT_EQ(
-      test::RunTools({"report", "run", "-I", "nowhere.txt"}, m_directory.Path()).m_exit_status, 0);
+}
+
+TEST_F(ScanPageOfARun, FailsAfterTheOtherPagesWhenWhatItNeedsCannotBeRead) {
+  MakeRun();
+  const auto result = test::RunTools({"report", "run", "-I", "nowhere.txt"}, m_directory.Path());
+  EXPECT_EQ(result.m_exit_status, 1);
+  EXPECT_THAT(result.m_err, HasSubstr("No page of scans of run: "));
+  EXPECT_THAT(result.m_err, HasSubstr("nowhere.txt"));
+  EXPECT_THAT(ReadFile(m_directory / "run.report.html"), HasSubstr("There is no page of scans."));
+  EXPECT_FALSE(fs::exists(m_directory / "run.scans.html"));
+
+  const auto batch = test::RunTools({"report", ".", "-I", "nowhere.txt"}, m_directory.Path());
+  EXPECT_EQ(batch.m_exit_status, 1);
+  EXPECT_THAT(batch.m_err, HasSubstr("1 of 1 runs have no page of scans"));
+  EXPECT_TRUE(fs::exists(m_directory / "tarvek_report.html"));
+}
+
+TEST_F(ScanPageOfARun, IsMissedOnceInABatchWithoutSpectra) {
+  MakeRun();
+  fs::remove(m_directory / "run.ms2");
+  const auto batch = Tool({"report", "."});
+  EXPECT_EQ(batch.m_exit_status, 0);
+  EXPECT_THAT(batch.m_err, HasSubstr("1 of 1 runs have no page of scans, since their spectra are"));
 }
 
 TEST_F(ScanPageOfARun, CountsTheScansThatTheTableHasOtherwise) {
