@@ -15,9 +15,8 @@
 
 namespace tarvek::fuzz {
 
-inline void ExtractInput(std::string_view content, std::string_view name, const char* option) {
-  static const std::string path = ScratchPath(name);
-  WriteInput(path, content);
+/// Whether the file could be extracted.
+inline bool ExtractFile(const std::string& path, const char* option) {
   const auto options = extractor::ParseOptions(std::vector<std::string>{option, path});
   bool is_done = false;
   RunReader([&] {
@@ -27,6 +26,13 @@ inline void ExtractInput(std::string_view content, std::string_view name, const 
     is_done = true;
   });
   Require(FileExists(extractor::MarkerPath(options)) == is_done, "the marker says the truth");
+  return is_done;
+}
+
+inline void ExtractInput(std::string_view content, std::string_view name, const char* option) {
+  static const std::string path = ScratchPath(name);
+  WriteInput(path, content);
+  ExtractFile(path, option);
 }
 
 }  // namespace tarvek::fuzz

@@ -119,6 +119,7 @@ class Copier {
 
   void ReadOn() {
     if (!m_stream.Next()) m_stream.Fail("the file ends inside a spectrum");
+    if (m_stream.Present().Starts("spectrum")) m_stream.Fail("a spectrum inside a spectrum");
     m_text.append(m_stream.Before()).append(m_stream.Present().Text());
     if (m_text.size() > kLargestSpectrumBytes) m_stream.Fail("a spectrum of more than 48 MB");
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <charconv>
 #include <optional>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -18,12 +19,16 @@ constexpr std::string_view kIndexedStart =
     "xsi:schemaLocation=\"http://psi.hupo.org/ms/mzml "
     "http://psidev.info/files/ms/mzML/xsd/mzML1.1.2_idx.xsd\">\n";
 
-/// The whole of text as a number.
+/// More spectra than a file can hold.
+constexpr std::int64_t kLargestCount = 1'000'000'000'000;
+
+/// The whole of text as a number, at most kLargestCount.
 std::optional<std::int64_t> CountIn(std::string_view text) {
   std::int64_t count = 0;
   const char* const end = text.data() + text.size();
   const auto result = std::from_chars(text.data(), end, count);
-  if (result.ec != std::errc() || result.ptr != end || count < 0) return std::nullopt;
+  if (result.ec != std::errc() || result.ptr != end || count < 0 || count > kLargestCount)
+    return std::nullopt;
   return count;
 }
 
@@ -74,9 +79,12 @@ std::string VocabularyOf(std::string_view head) {
 
 /// start, with "_2", "_3", ... appended while the head already has that id.
 std::string FreeId(const std::string& head, const std::string& start) {
+  std::set<std::string_view, std::less<>> taken;
+  for (TagFinder tags(head); tags.Next();)
+    if (const auto id = tags.Present().Attribute("id"); id && id->starts_with(start))
+      taken.insert(*id);
   std::string id = start;
-  for (int number = 2; head.find("id=\"" + id + '"') != std::string::npos; ++number)
-    id = start + '_' + std::to_string(number);
+  for (int number = 2; taken.contains(id); ++number) id = start + '_' + std::to_string(number);
   return id;
 }
 
@@ -115,7 +123,7 @@ MzmlHead::MzmlHead(std::string_view head, bool has_room) : m_text(WithNote(AsInd
   const Tag tag(std::string_view(m_text).substr(tag_begin));
   const auto value = tag.Attribute("count");
   const auto count = value ? CountIn(*value) : std::nullopt;
-  if (!count) throw std::string("the spectrumList has no count");
+  if (!count) throw std::string("the spectrumList has no count of spectra");
   m_declared = *count;
   m_count_begin = static_cast<std::size_t>(value->data() - m_text.data());
   m_count_size = value->size() + 1;

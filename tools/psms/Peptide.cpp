@@ -5,6 +5,8 @@
 namespace tarvek::tools {
 namespace {
 
+constexpr std::size_t kMostShownBytes = 60;
+
 constexpr bool IsCapital(char c) { return c >= 'A' && c <= 'Z'; }
 
 // Spreads every bit over all: the last step of splitmix64.
@@ -41,6 +43,13 @@ std::string SequenceOf(std::string_view peptide) {
     if ((c == ']' || c == ')') && depth > 0) --depth;
   }
   return sequence;
+}
+
+std::string WhyNoSequence(std::string_view text) {
+  if (text.empty()) return "a match without a peptide";
+  if (std::ranges::all_of(text, IsCapital)) return {};
+  return "the peptide '" + std::string(text.substr(0, kMostShownBytes)) +
+         "' has other than capital letters";
 }
 
 std::uint64_t TextKey(std::string_view text) {

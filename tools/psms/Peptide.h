@@ -18,6 +18,10 @@ namespace tarvek::tools {
 /// the last dot of the form "K.PEPTIDE.R": "K.M[15.9949]PEP+57.02C.R" gives "MPEPC".
 std::string SequenceOf(std::string_view peptide);
 
+/// What is wrong with a text that is no sequence of capital letters, without a full stop; empty for
+/// a sequence.
+std::string WhyNoSequence(std::string_view text);
+
 /// A number of 64 bits for a text. The probability that any two of ten million different texts
 /// share one is 3 in a million.
 std::uint64_t TextKey(std::string_view text);

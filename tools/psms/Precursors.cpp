@@ -14,6 +14,7 @@
 #include "TableReader.h"
 #include "mgf/Profiles.h"
 #include "outputs/OutputNames.h"
+#include "psms/Match.h"
 
 namespace tarvek::tools {
 namespace {
@@ -112,7 +113,7 @@ void PrecursorSource::AddMap(const std::string& path) {
         run_numbers.try_emplace(name, static_cast<std::int32_t>(m_names.size()));
     if (is_new) m_names.push_back(name);
     const DeterminedPrecursor known = {std::fabs(reader.Real(mz)), reader.Integer(scan),
-                                       SmallNumber(std::abs(reader.Integer(charge))),
+                                       SmallNumber(ChargeWithoutSign(reader.Integer(charge))),
                                        SmallNumber(reader.Integer(precursor))};
     auto& spectra = m_files[std::string(StemOf(reader.Text(file)))];
     if (reader.Integer(place) != std::ssize(spectra) + 1)

@@ -122,7 +122,7 @@ void SplitInto(std::vector<std::string>& parts, std::string_view text, char deli
 
 void CheckWhole(const ResultTable& table, const EngineMatch& match) {
   if (match.m_charge <= 0) table.Fail("a match without a charge.");
-  if (match.m_sequence.empty()) table.Fail("a match without a peptide.");
+  if (const std::string why = WhyNoSequence(match.m_sequence); !why.empty()) table.Fail(why + ".");
 }
 
 // The scan of a match, for engines that report it.
@@ -166,7 +166,7 @@ void ReadCometText(const std::string& path, const MatchTaker& take) {
   while (table.NextRow()) {
     match.m_scan_no = ScanOf(table, scan);
     match.m_rank = table.Integer(rank);
-    match.m_charge = std::abs(table.Integer(charge));
+    match.m_charge = ChargeWithoutSign(table.Integer(charge));
     match.m_searched_mass_da = table.Real(mass);
     match.m_calculated_mass_da = table.Real(calculated);
     match.m_score = table.Real(score);
@@ -246,7 +246,7 @@ void ReadMsFragger(const std::string& path, const MatchTaker& take) {
   while (table.NextRow()) {
     match.m_scan_no = ScanOf(table, number);
     match.m_place = match.m_scan_no;
-    match.m_charge = std::abs(table.Integer(charge));
+    match.m_charge = ChargeWithoutSign(table.Integer(charge));
     match.m_rank = table.Integer(rank);
     match.m_searched_mass_da = table.Real(mass);
     match.m_calculated_mass_da = table.Real(calculated);
@@ -290,13 +290,13 @@ void ReadSage(const std::string& path, const MatchTaker& take) {
       const auto number = ScanInteger(equals == std::string::npos
                                           ? match.m_title
                                           : std::string_view(match.m_title).substr(equals + 5));
-      if (number.m_status != NumberStatus::kOk)
+      if (number.m_status != NumberStatus::kOk || number.m_value < 0)
         table.Fail("neither the title of a spectrum of tarvek nor a scan number: " + match.m_title);
       match.m_scan_no = number.m_value;
     }
     match.m_rank = table.Integer(rank);
     match.m_is_called_decoy = table.Integer(label) < 0;
-    match.m_charge = std::abs(table.Integer(charge));
+    match.m_charge = ChargeWithoutSign(table.Integer(charge));
     match.m_searched_mass_da = table.Real(mass);
     match.m_calculated_mass_da = table.Real(calculated);
     match.m_score = table.Real(score);
@@ -336,14 +336,15 @@ void ReadMsGf(const std::string& path, const MatchTaker& take) {
   constexpr double kIsotopeDa = 1.00335;
   while (table.NextRow()) {
     match.m_run = StemOf(table.Text(file));
-    match.m_scan_no = std::max(0, table.Integer(scan));
+    match.m_scan_no = NumberOrUnknown(table.Integer(scan));
     match.m_place = 0;
     match.m_index = -1;
     match.m_title.clear();
     if (table.Text(id).starts_with("index="))
-      match.m_place = ScanInteger(table.Text(id).substr(6)).m_value + std::int64_t{1};
+      match.m_place =
+          NumberOrUnknown(ScanInteger(table.Text(id).substr(6)).m_value) + std::int64_t{1};
     if (has_title) TakeTitle(match, table.Text(title));
-    match.m_charge = std::abs(table.Integer(charge));
+    match.m_charge = ChargeWithoutSign(table.Integer(charge));
     match.m_searched_mass_da = (table.Real(precursor) - kProtonMass) * match.m_charge;
     const double deviation = table.Real(error);
     const double isotope_da = isotopes == std::numeric_limits<std::size_t>::max()

@@ -106,8 +106,8 @@ class XtandemHandler final : public XmlHandler {
     m_spectrum.m_title.clear();
     m_spectrum.m_scan_no = 0;
     m_spectrum.m_index = -1;
-    m_spectrum.m_place = IntegerOf(attributes, "id");
-    m_spectrum.m_charge = std::abs(IntegerOf(attributes, "z"));
+    m_spectrum.m_place = NumberOrUnknown(IntegerOf(attributes, "id"));
+    m_spectrum.m_charge = ChargeWithoutSign(IntegerOf(attributes, "z"));
     m_spectrum.m_searched_mass_da = RealOf(attributes, "mh") - kProtonMass;
   }
 
@@ -120,17 +120,17 @@ class XtandemHandler final : public XmlHandler {
     m_domain_start = IntegerOf(attributes, "start");
     m_modifications.clear();
     m_domain.m_proteins = {m_protein};
-    if (m_domain.m_sequence.empty()) throw std::string("a domain without a sequence");
+    if (std::string why = WhyNoSequence(m_domain.m_sequence); !why.empty()) throw why;
   }
 
   // Places count within the protein.
   void AddModification(const XmlAttributes& attributes) {
-    const std::int32_t place = IntegerOf(attributes, "at") - m_domain_start;
+    const std::int64_t place = IntegerOf(attributes, "at") - m_domain_start;
     m_modifications.emplace_back(place, attributes.Get("modified"));
   }
 
   void EndDomain() {
-    std::ranges::stable_sort(m_modifications, {}, &std::pair<std::int32_t, std::string>::first);
+    std::ranges::stable_sort(m_modifications, {}, &std::pair<std::int64_t, std::string>::first);
     m_domain.m_peptide.clear();
     std::size_t next = 0;
     for (std::int32_t i = 0; i < std::ssize(m_domain.m_sequence); ++i) {
@@ -158,8 +158,8 @@ class XtandemHandler final : public XmlHandler {
   bool m_is_model = false, m_is_title = false;
   std::string m_protein, m_text;
   EngineMatch m_spectrum, m_domain;
-  std::int32_t m_domain_start = 0;
-  std::vector<std::pair<std::int32_t, std::string>> m_modifications;
+  std::int64_t m_domain_start = 0;
+  std::vector<std::pair<std::int64_t, std::string>> m_modifications;
   std::vector<EngineMatch> m_best;  // of the current spectrum
 };
 
@@ -260,7 +260,7 @@ class MzidHandler final : public XmlHandler {
 
   // A location counts from 1; 0 is the N-terminus.
   void EndPeptide() {
-    std::ranges::stable_sort(m_modifications, {}, &std::pair<std::int32_t, std::string>::first);
+    std::ranges::stable_sort(m_modifications, {}, &std::pair<std::int64_t, std::string>::first);
     std::size_t next = 0;
     const auto add = [&](std::int32_t last) {
       for (; next < m_modifications.size() && m_modifications[next].first <= last; ++next)
@@ -283,10 +283,11 @@ class MzidHandler final : public XmlHandler {
     m_spectrum.m_run = file == m_files.end() ? m_path_run : file->second;
     m_spectrum_id = attributes.Get("spectrumID");
     const std::string_view id = m_spectrum_id;
-    if (id.starts_with("index=")) m_spectrum.m_place = ScanInteger64(id.substr(6)).m_value + 1;
+    if (id.starts_with("index="))
+      m_spectrum.m_place = NumberOrUnknown(ScanInteger(id.substr(6)).m_value) + std::int64_t{1};
     const std::size_t scan = id.rfind("scan=");
     if (scan != std::string_view::npos)
-      m_spectrum.m_scan_no = ScanInteger(id.substr(scan + 5)).m_value;
+      m_spectrum.m_scan_no = NumberOrUnknown(ScanInteger(id.substr(scan + 5)).m_value);
     TakeTitle(m_spectrum, id);
     if (m_spectrum.m_index < 0) m_spectrum.m_title.clear();
   }
@@ -296,7 +297,7 @@ class MzidHandler final : public XmlHandler {
     m_score = nullptr;
     m_is_item = true;
     m_are_decoys = true;
-    m_item.m_charge = std::abs(IntegerOf(attributes, "chargeState"));
+    m_item.m_charge = ChargeWithoutSign(IntegerOf(attributes, "chargeState"));
     m_item.m_rank = IntegerOf(attributes, "rank");
     if (m_item.m_charge == 0) throw std::string("a match without a charge");
     const auto mass = [&](std::string_view name) {
@@ -313,7 +314,7 @@ class MzidHandler final : public XmlHandler {
       throw "a match names the peptide '" + std::string(reference) + "', which is not there";
     m_item.m_sequence = peptide->second.m_sequence;
     m_item.m_peptide = peptide->second.m_modified;
-    if (m_item.m_sequence.empty()) throw std::string("a peptide without a sequence");
+    if (std::string why = WhyNoSequence(m_item.m_sequence); !why.empty()) throw why;
   }
 
   void AddEvidenceOfItem(std::string_view reference) {
@@ -337,7 +338,8 @@ class MzidHandler final : public XmlHandler {
     } else if (m_is_result && accession == "MS:1000796") {  // spectrum title
       TakeTitle(m_spectrum, attributes.Get("value"));
     } else if (m_is_result && accession == "MS:1001115" && m_spectrum.m_scan_no == 0) {
-      m_spectrum.m_scan_no = ScanInteger(attributes.Get("value")).m_value;  // scan number(s)
+      m_spectrum.m_scan_no =
+          NumberOrUnknown(ScanInteger(attributes.Get("value")).m_value);  // scan number(s)
     }
   }
 
@@ -361,7 +363,7 @@ class MzidHandler final : public XmlHandler {
   std::unordered_map<std::string, Peptide> m_peptides;
   std::unordered_map<std::string, Evidence> m_evidences;
   Peptide m_peptide;
-  std::vector<std::pair<std::int32_t, std::string>> m_modifications;
+  std::vector<std::pair<std::int64_t, std::string>> m_modifications;
   EngineMatch m_spectrum, m_item;
   std::vector<EngineMatch> m_items;
   const KnownScore* m_score = nullptr;

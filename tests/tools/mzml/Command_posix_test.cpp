@@ -455,6 +455,11 @@ TEST_F(MzmlCommand, RefusesTheFileOfAnotherRunAndLeavesNothing) {
   WriteFile(Path("cut.mzML"), input.substr(0, input.size() / 2));
   EXPECT_THAT(Tools({"mzml", "out/r", "cut.mzML", "-o", "wrong.mzML"}).m_err,
               HasSubstr("cut.mzML: byte "));
+  std::string nested = input;
+  nested.insert(nested.find("</spectrum>"), "<spectrum id=\"x\"></spectrum>");
+  WriteFile(Path("nested.mzML"), nested);
+  EXPECT_THAT(Tools({"mzml", "out/r", "nested.mzML", "-o", "wrong.mzML"}).m_err,
+              HasSubstr("a spectrum inside a spectrum"));
   const std::size_t last = input.rfind("<spectrum ");
   input.erase(last, input.find("</spectrum>", last) + 11 - last);
   WriteFile(Path("short.mzML"), input);

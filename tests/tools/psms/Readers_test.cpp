@@ -320,6 +320,8 @@ TEST_F(PsmReaders, DamagedTablesAreNamedWithTheirLine) {
             path + ", line 2: a match without a charge.");
   EXPECT_EQ(Message(with(kMsGf, "K.GLC+57.021K.R", "")),
             path + ", line 2: a match without a peptide.");
+  EXPECT_EQ(Message(with(kComet, "\tGLGLDDALEPR\tR.", "\tGLGL-EPR\tR.")),
+            path + ", line 3: the peptide 'GLGL-EPR' has other than capital letters.");
 }
 
 TEST_F(PsmReaders, DamagedXmlIsNamedWithItsLine) {
@@ -327,6 +329,9 @@ TEST_F(PsmReaders, DamagedXmlIsNamedWithItsLine) {
     return text.replace(text.find(old), old.size(), now);
   };
   EXPECT_THAT(Message(kTandem.substr(0, kTandem.size() - 30)), HasSubstr("the file is truncated"));
+  EXPECT_THAT(Message(with(kTandem, "seq=\"GLGL", "seq=\"glgl")),
+              HasSubstr("the peptide 'glglDDALEPR' has other than capital letters"));
+  EXPECT_THAT(Message(with(kMzid, "GLCK", "")), HasSubstr("a match without a peptide"));
   EXPECT_THAT(Message(with(kTandem, "z=\"2\"", "z=\"\"")), HasSubstr("result: line 3, byte "));
   EXPECT_THAT(Message(with(kTandem, "z=\"2\"", "z=\"\"")),
               EndsWith("the attribute z is '', not a number"));
