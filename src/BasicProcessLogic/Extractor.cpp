@@ -88,7 +88,7 @@ void SayForeignExtractor(const UserParameters& parameters) {
 // others than ours, which may write any text, but none of a power failure.
 std::string FlawOfFirstLine(const std::string& marker) {
   std::array<char, 4096> bytes{};
-  const std::size_t size = OpenFile(marker, "r", "marker").Read(bytes.data(), bytes.size());
+  const std::size_t size = OpenOwnFile(marker, "marker").Read(bytes.data(), bytes.size());
   if (size == 0) return "is empty";
   const std::string_view start(bytes.data(), size);
   const std::size_t end = start.find('\n');

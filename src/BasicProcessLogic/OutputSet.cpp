@@ -65,6 +65,7 @@ std::string TemporaryTablePath(const UserParameters& parameters) {
 }
 
 void DeleteWhenEmpty(const std::string& path) {
+  if (IsNamedPipe(path)) return;
   const File table = File::Open(path, "r");
   if (table.IsOpen() && table.SizeBytes() == 0) static_cast<void>(DeleteFileAt(path));
 }

@@ -151,8 +151,7 @@ std::optional<RunRecord> ProcessWhileExtracting(const UserParameters& parameters
 
 RunRecord ProcessAfterExtracting(UserParameters& parameters, OutputClaim& claim) {
   const RunRecord begun = ExtractAndBegin(parameters);
-  SetCurrentFile(parameters,
-                 JoinPath({parameters.m_outputpath, parameters.m_current_basename + ".ms1"}));
+  SetCurrentFileIn(parameters, parameters.m_outputpath, parameters.m_current_basename + ".ms1");
   return parameters.m_output_msb ? processMsbSpectra(parameters, claim, begun)
                                  : processTextSpectra(parameters, claim, begun);
 }

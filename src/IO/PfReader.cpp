@@ -16,7 +16,7 @@ constexpr std::int64_t kIndexEntryBytes = 2 * kIntegerBytes;
 
 PfReader::PfReader(const std::string& path)
     : m_path(path),
-      m_file(OpenFile(path, "rb", "PF")),
+      m_file(OpenOwnFile(path, "PF")),
       m_size_bytes(m_file.SizeBytes()),
       m_has_header(ReadHeader()) {}
 
@@ -128,7 +128,7 @@ std::optional<std::int32_t> PfReader::Integer() {
 std::string PfIndexPath(const std::string& path) { return path + "idx"; }
 
 PfIndex ReadPfIndex(const std::string& index_path) {
-  File file = OpenFile(index_path, "rb", "PF");
+  File file = OpenOwnFile(index_path, "PF");
   ReadAhead bytes(file);
   PfIndex index;
   while (true) {

@@ -75,7 +75,7 @@ std::string PrecursorTableReader::ReadRow(PrecursorRow& row) const {
 
 bool IsPrecursorTable(const std::string& path) {
   if (!FileExists(path)) return false;
-  File file = OpenFile(path, "r", "table");
+  File file = OpenOwnFile(path, "table");
   LineReader lines(file);
   std::string_view piece;
   return lines.ReadPiece(piece) && piece.starts_with(kHeaderStart);
@@ -85,7 +85,7 @@ std::string FlawOfTable(const std::string& path) {
   const FileState state = StateAt(path);
   if (state == FileState::kUnreadable) return "it cannot be read";
   if (state != FileState::kReadable) return "it is not there";
-  File file = OpenFile(path, "r", "table");
+  File file = OpenOwnFile(path, "table");
   LineReader lines(file);
   std::string_view piece;
   if (!lines.ReadPiece(piece)) return "it is empty";

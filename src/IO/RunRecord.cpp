@@ -128,7 +128,7 @@ bool AddRunRecordLine(std::string_view line, RunRecord& record) {
 }
 
 RunRecord ReadRunRecord(const std::string& path) {
-  File file = OpenFile(path, "r", "record");
+  File file = OpenOwnFile(path, "record");
   LineReader lines(file);
   RunRecord record;
   std::string_view line;

@@ -9,7 +9,7 @@
 namespace tarvek {
 
 TextLines::TextLines(const std::string& path)
-    : m_path(path), m_file(OpenFile(path, "r", "table")), m_lines(m_file) {}
+    : m_path(path), m_file(OpenOwnFile(path, "table")), m_lines(m_file) {}
 
 bool TextLines::Next(std::string& line) {
   line.clear();

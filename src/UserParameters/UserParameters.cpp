@@ -159,6 +159,21 @@ std::string LogDirectory(const UserParameters& record) {
   return IsDirectory(input) ? input : FolderOf(input);
 }
 
+// name_begin: where the file's name begins in its path.
+void SetCurrentParts(UserParameters& record, const std::string& path, std::size_t name_begin) {
+  record.m_current_file = path;
+  record.m_current_dir = name_begin == 0 ? "." : path.substr(0, name_begin - 1);
+  record.m_current_filename = path.substr(name_begin);
+  const std::size_t i_dot = EndingOf(record.m_current_filename);
+  TARVEK_CHECK(i_dot != std::string::npos, "i_dot != string::npos", "UserParameters");
+  record.m_current_basename = record.m_current_filename.substr(0, i_dot);
+  record.m_current_ext = record.m_current_filename.substr(i_dot + 1);
+  if (!record.m_outputpath_follows_input) return;
+  // The directory text of a file in the root is empty; its outputs also belong in the root.
+  const bool in_root = record.m_current_dir.empty();
+  record.m_outputpath = in_root ? std::string(1, kPathSeparator) : record.m_current_dir;
+}
+
 }  // namespace
 
 std::vector<std::string> DataPathCandidates(const ParameterTable& table) {
@@ -245,17 +260,12 @@ UserParameters CompleteParameters(const ParameterTable& table, NoticeTaker notic
 void SetCurrentFile(UserParameters& record, const std::string& path) {
   const std::size_t separator = LastSeparatorOf(path);
   const bool bare = separator == std::string::npos;
-  record.m_current_file = path;
-  record.m_current_dir = bare ? "." : path.substr(0, separator);
-  record.m_current_filename = bare ? path : path.substr(separator + 1);
-  const std::size_t i_dot = EndingOf(record.m_current_filename);
-  TARVEK_CHECK(i_dot != std::string::npos, "i_dot != string::npos", "UserParameters");
-  record.m_current_basename = record.m_current_filename.substr(0, i_dot);
-  record.m_current_ext = record.m_current_filename.substr(i_dot + 1);
-  if (!record.m_outputpath_follows_input) return;
-  // The directory text of a file in the root is empty; its outputs also belong in the root.
-  const bool in_root = record.m_current_dir.empty();
-  record.m_outputpath = in_root ? std::string(1, kPathSeparator) : record.m_current_dir;
+  SetCurrentParts(record, path, bare ? 0 : separator + 1);
+}
+
+void SetCurrentFileIn(UserParameters& record, const std::string& folder, const std::string& name) {
+  const std::string path = JoinPath({folder, name});
+  SetCurrentParts(record, path, path.size() - name.size());
 }
 
 }  // namespace tarvek

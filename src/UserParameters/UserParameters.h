@@ -102,6 +102,9 @@ UserParameters CompleteParameters(const ParameterTable& table, NoticeTaker notic
 /// "run.mzML.gz".
 void SetCurrentFile(UserParameters& record, const std::string& path);
 
+/// The same for the file called name of a folder. It need not be there.
+void SetCurrentFileIn(UserParameters& record, const std::string& folder, const std::string& name);
+
 /// The mass tolerance in m/z units at reference_mz.
 inline double ToleranceMz(const UserParameters& record, double reference_mz) {
   return record.m_mstolppm ? record.m_mstol * reference_mz / 1e6 : record.m_mstol;

@@ -8,10 +8,23 @@
 
 namespace tarvek {
 
+namespace {
+
+[[noreturn]] void RefuseToOpen(const std::string& path, const std::string& kind) {
+  throw "Cannot open " + kind + " File, Path: " + path;
+}
+
+}  // namespace
+
 File OpenFile(const std::string& path, std::string_view mode, const std::string& kind) {
   File file = File::Open(path, mode);
-  if (!file.IsOpen()) throw "Cannot open " + kind + " File, Path: " + path;
+  if (!file.IsOpen()) RefuseToOpen(path, kind);
   return file;
+}
+
+File OpenOwnFile(const std::string& path, const std::string& kind) {
+  if (IsNamedPipe(path)) RefuseToOpen(path, kind);
+  return OpenFile(path, "r", kind);
 }
 
 FileLock LockFile(const std::string& path) { return LockFileFor(path, path); }
@@ -30,6 +43,22 @@ bool IsThere(const std::string& path) {
   const FileState state = StateAt(path);
   return state == FileState::kReadable || state == FileState::kUnreadable;
 }
+
+namespace {
+
+// part, which follows folder, without its trailing separators. On a system where a backslash is a
+// character like any other, one that ends the name of what is there stays.
+std::string_view WithoutSeparatorsAfter(std::string_view folder, std::string_view part) {
+  const std::string_view trimmed = TrimRight(part, kSeparators);
+  if (kPathSeparator != '/') return trimmed;
+  const std::string_view name = TrimRight(part, "/");
+  if (name.size() == trimmed.size()) return trimmed;
+  std::string path(folder);
+  if (!path.empty() && !path.ends_with('/')) path += '/';
+  return StateAt(path.append(name)) == FileState::kAbsent ? trimmed : name;
+}
+
+}  // namespace
 
 bool PathExists(const std::string& path) { return FileExists(path) || IsDirectory(path); }
 
@@ -64,7 +93,7 @@ std::string JoinPath(std::initializer_list<std::string_view> parts) {
   const std::string root(1, kPathSeparator);
   std::string path;
   for (const std::string_view part : parts) {
-    const std::string_view trimmed = TrimRight(part, kSeparators);
+    const std::string_view trimmed = WithoutSeparatorsAfter(path, part);
     if (path.empty() && trimmed.empty() && !part.empty()) {
       path = root;
       continue;
@@ -76,7 +105,7 @@ std::string JoinPath(std::initializer_list<std::string_view> parts) {
 }
 
 std::string WithoutTrailingSeparators(std::string_view path) {
-  return std::string(TrimRight(path, kSeparators));
+  return std::string(WithoutSeparatorsAfter({}, path));
 }
 
 void MakeDirectory(std::string_view path) {

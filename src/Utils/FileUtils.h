@@ -21,6 +21,9 @@ inline constexpr std::string_view kSeparators = "\\/";
 /// Opens path with a C stdio mode. Throws "Cannot open " + kind + " File, Path: " + path.
 File OpenFile(const std::string& path, std::string_view mode, const std::string& kind);
 
+/// The same for reading what our programs wrote, which a named pipe is not: nobody waits for one.
+File OpenOwnFile(const std::string& path, const std::string& kind);
+
 /// Locks path for this run so that no second run writes it; creates path when it is missing. The
 /// lock holds nothing where the system has no locks. Throws "Another run is writing " + path +
 /// advice.
@@ -54,7 +57,8 @@ std::string_view FileNameOf(std::string_view path);
 /// Unlike DirectoryOf it looks only at the text.
 std::string FolderOf(std::string_view path);
 
-/// Joins the parts with one separator between them, after removing each part's trailing separators.
+/// Joins the parts with one separator between them, after removing each part's trailing separators,
+/// of which a backslash of a POSIX name that is there is none.
 /// An empty first part adds nothing; a first part of separators only stays a root.
 std::string JoinPath(std::initializer_list<std::string_view> parts);
 

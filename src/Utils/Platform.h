@@ -69,6 +69,10 @@ std::optional<FileStamp> StampAt(const std::string& path);
 enum class FileState { kAbsent, kDirectory, kUnreadable, kReadable };
 FileState StateAt(const std::string& path);
 
+/// Whether path names a pipe or a socket, for which a reader waits. False for names of the system,
+/// such as /dev/stdin, and where such files have no names in folders.
+bool IsNamedPipe(const std::string& path) noexcept;
+
 /// An open file, moved but not copied. Bytes pass unchanged on every system: there is no text mode.
 class File {
  public:

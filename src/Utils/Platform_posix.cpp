@@ -82,6 +82,11 @@ bool LeadsToDevice(const std::string& path) {
   return ::stat(path.c_str(), &status) == 0 && S_ISCHR(status.st_mode);
 }
 
+// A device behind a name that does not say so, which may have no end.
+bool IsForeignDevice(const std::string& path, const struct stat& status) {
+  return !IsNameOfTheSystem(path) && (S_ISCHR(status.st_mode) || S_ISBLK(status.st_mode));
+}
+
 // After a failed open: whether nothing but a link was in the way, which is deleted.
 bool DeleteLinkAt(const std::string& path) {
   struct stat status {};
@@ -222,7 +227,8 @@ File File::Open(const std::string& path, std::string_view mode) {
   file.m_descriptor =
       flags == O_RDONLY ? ::open(path.c_str(), flags | O_CLOEXEC) : OpenOutput(path, flags);
   struct stat status {};
-  if (file.IsOpen() && ::fstat(file.m_descriptor, &status) == 0 && S_ISDIR(status.st_mode))
+  if (file.IsOpen() && ::fstat(file.m_descriptor, &status) == 0 &&
+      (S_ISDIR(status.st_mode) || (flags == O_RDONLY && IsForeignDevice(path, status))))
     static_cast<void>(file.Close());
   return file;
 }
@@ -286,6 +292,12 @@ FileState StateAt(const std::string& path) {
   if (S_ISDIR(status.st_mode)) return FileState::kDirectory;
   if (!S_ISREG(status.st_mode)) return FileState::kReadable;
   return File::Open(path, "r").IsOpen() ? FileState::kReadable : FileState::kUnreadable;
+}
+
+bool IsNamedPipe(const std::string& path) noexcept {
+  struct stat status {};
+  return !IsNameOfTheSystem(path) && ::stat(path.c_str(), &status) == 0 &&
+         (S_ISFIFO(status.st_mode) || S_ISSOCK(status.st_mode));
 }
 
 bool SyncDirectory(const std::string& path) noexcept {

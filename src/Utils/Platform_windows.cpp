@@ -479,6 +479,8 @@ FileState StateAt(const std::string& path) {
   return File::Open(path, "r").IsOpen() ? FileState::kReadable : FileState::kUnreadable;
 }
 
+bool IsNamedPipe(const std::string& /*path*/) noexcept { return false; }
+
 // Names are stored with the bytes here, and a directory cannot be flushed by its user.
 bool SyncDirectory(const std::string& /*path*/) noexcept { return true; }
 

@@ -10,8 +10,8 @@ UnfinishedFile::UnfinishedFile(std::string path, const std::string& kind,
                                const UnfinishedForm& form)
     : m_path(std::move(path)),
       m_naming(form.m_naming),
-      m_lock(form.m_is_locked ? LockFile(TemporaryPath()) : FileLock()),
-      m_file(std::in_place, TemporaryPath(), form.m_mode, kind),
+      m_lock(form.m_is_locked ? LockFile(ClearedTemporaryPath()) : FileLock()),
+      m_file(std::in_place, ClearedTemporaryPath(), form.m_mode, kind),
       m_is_kept(form.m_is_kept || form.m_naming == Naming::kAtOnce) {
   // Where the system does not know its own file by its name, nothing can be told of it later.
   if (m_file->Identity() == IdentityAt(TemporaryPath())) m_identity = m_file->Identity();
@@ -20,6 +20,12 @@ UnfinishedFile::UnfinishedFile(std::string path, const std::string& kind,
 UnfinishedFile::~UnfinishedFile() {
   m_file.reset();
   if (!m_is_kept) static_cast<void>(DeleteFileAt(TemporaryPath()));
+}
+
+std::string UnfinishedFile::ClearedTemporaryPath() const {
+  std::string path = TemporaryPath();
+  if (m_naming == Naming::kWhenComplete && IsNamedPipe(path)) RemoveFile(path);
+  return path;
 }
 
 void UnfinishedFile::Close() {

@@ -62,6 +62,8 @@ class UnfinishedFile {
 
  private:
   void CheckName() const;
+  /// The temporary path, without a pipe there, in which the bytes would be lost.
+  [[nodiscard]] std::string ClearedTemporaryPath() const;
 
   std::string m_path;
   Naming m_naming;

@@ -505,6 +505,14 @@ TEST(SetCurrentFile, TakesTheLastEndingOfOtherPackedFiles) {
 TEST(SetCurrentFile, TakesTheLastSeparatorOfEitherKind) {
   EXPECT_EQ(WithCurrentFile("D:\\x/y\\1.raw").m_current_dir, "D:\\x/y");
 }
+TEST(SetCurrentFile, InAFolderKeepsABackslashOfTheName) {
+  UserParameters record;
+  SetCurrentFileIn(record, "out", "a\\b.ms1");
+  EXPECT_EQ(record.m_current_file, std::string("out") + kPathSeparator + "a\\b.ms1");
+  EXPECT_EQ(record.m_current_dir, "out");
+  EXPECT_EQ(record.m_current_filename, "a\\b.ms1");
+  EXPECT_EQ(record.m_current_basename, "a\\b");
+}
 TEST(SetCurrentFile, PutsABareNameIntoTheCurrentDirectory) {
   const UserParameters record = WithCurrentFile("1.raw");
   EXPECT_EQ(record.m_current_dir, ".");

@@ -247,6 +247,7 @@ def work(task):
 
 
 def main():
+    sys.stdout.reconfigure(errors="backslashreplace")  # names of cases and files need not be UTF-8
     parser = argparse.ArgumentParser()
     parser.add_argument("installed")
     parser.add_argument("short", nargs="?", choices=["short"])

@@ -15,6 +15,7 @@ import re
 import shutil
 import sys
 import time
+import traceback
 import zlib
 from concurrent.futures import ProcessPoolExecutor, as_completed
 from pathlib import Path
@@ -159,6 +160,8 @@ def work(index):
     start = time.monotonic()
     try:
         results, count = try_case(case, place, programs, known, is_asan)
+    except Exception:  # noqa: BLE001 - one case must not end the others
+        results, count = [("the suite", judge.UNJUDGED, traceback.format_exc(), "", None)], 0
     finally:
         shutil.rmtree(f"{place}.console", ignore_errors=True)
     if any(line is None for *_, line in results):
@@ -193,6 +196,7 @@ def chosen(all_cases, is_short, only):
 
 
 def main():
+    sys.stdout.reconfigure(errors="backslashreplace")  # names of cases and files need not be UTF-8
     parser = argparse.ArgumentParser(add_help=True)
     parser.add_argument("installed")
     parser.add_argument("short", nargs="?", choices=["short"])

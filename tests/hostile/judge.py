@@ -25,6 +25,7 @@ LOG = "log"  # raw control characters, or a line that a name forged
 PAGE = "page"  # a name became markup
 TRACE = "traceback"  # an error of Python that tarvek_io does not announce
 SIZE = "size"  # more output than a small input can need
+UNJUDGED = "unjudged"  # the suite itself failed
 REFUSED = "refused"  # a good input with an odd name that was not processed as any other
 
 MEMORY_MB = 256
@@ -225,7 +226,7 @@ def judge_outputs(folder, planted):
         if check is not None:
             try:
                 check(path)
-            except (ValueError, struct.error, OSError, ElementTree.ParseError) as error:
+            except (ValueError, LookupError, struct.error, OSError, ElementTree.ParseError) as error:
                 verdicts.append((HALF, f"{name}: {error}"))
         if path.suffix == ".html" and re.search(rb"<img src=x|<script>forged", path.read_bytes()):
             verdicts.append((PAGE, f"{name} holds the markup of a name"))

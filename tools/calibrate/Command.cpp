@@ -13,6 +13,7 @@
 #include "calibrate/Json.h"
 #include "calibrate/Rewrite.h"
 #include "calibrate/RunSpectra.h"
+#include "outputs/JsonText.h"
 #include "outputs/RunOutcome.h"
 #include "outputs/Subcommand.h"
 
@@ -122,8 +123,7 @@ void RunCalibrate(const CalibrateOptions& options) {
       Print(run);
   }
   // A name that is not UTF-8 must not end the command.
-  if (options.m_is_json)
-    std::cout << list.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+  if (options.m_is_json) std::cout << JsonText(list, 2) << '\n';
 }
 
 }  // namespace

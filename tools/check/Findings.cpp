@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "ShownText.h"
+#include "outputs/JsonText.h"
 
 namespace tarvek::tools {
 namespace {
@@ -39,9 +40,7 @@ std::string Plural(std::size_t count, const std::string& thing) {
 }
 
 // File names may hold bytes that are not UTF-8; JSON cannot hold those.
-std::string Dumped(const ordered_json& json) {
-  return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
-}
+std::string Dumped(const ordered_json& json) { return JsonText(json, 2) + "\n"; }
 
 ordered_json ItemJson(const CheckedItem& item) {
   ordered_json facts = ordered_json::object();

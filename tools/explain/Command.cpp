@@ -14,6 +14,7 @@
 #include "explain/Explainer.h"
 #include "explain/Json.h"
 #include "explain/Text.h"
+#include "outputs/JsonText.h"
 #include "outputs/Subcommand.h"
 #include "score/Command.h"
 
@@ -87,7 +88,7 @@ void PrintJson(const RunToExplain& run, const Explanation& explained) {
                        {"doubts", run.Doubts()},
                        {"feature_names", FeatureNamesJson(explained.m_is_joint)}};
   json.update(ScanJson(explained));
-  std::cout << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+  std::cout << JsonText(json, 2) << '\n';
 }
 
 void RunExplain(const ExplainOptions& options) {

@@ -16,6 +16,7 @@
 #include "NumberText.h"
 #include "ShownText.h"
 #include "UnfinishedFile.h"
+#include "outputs/JsonText.h"
 #include "outputs/OutputNames.h"
 #include "psms/Blocks.h"
 #include "psms/Competition.h"
@@ -234,7 +235,7 @@ void PrintJson(const Counts& counts, const Collected& collected, const PsmsOptio
   json["scans_ranked_alone"] = counts.m_scans_alone;
   json["runs"] = runs;
   // A name that is not UTF-8 must not end the command.
-  std::cout << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+  std::cout << JsonText(json, 2) << '\n';
 }
 
 void AppendCell(std::string& text, const std::string& cell, std::size_t width) {

@@ -12,6 +12,7 @@
 
 #include "explain/Explainer.h"
 #include "explain/Json.h"
+#include "outputs/JsonText.h"
 #include "report/Data.h"
 #include "report/ScanScript.h"
 #include "report/Style.h"
@@ -49,7 +50,7 @@ std::string Base64(std::string_view bytes) {
 
 // In the zlib format, which browsers call "deflate".
 std::string Packed(const ordered_json& json) {
-  const std::string text = json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+  const std::string text = JsonText(json, -1);
   uLongf size = compressBound(static_cast<uLong>(text.size()));
   std::string packed(size, '\0');
   if (compress2(reinterpret_cast<Bytef*>(packed.data()), &size,
@@ -63,7 +64,7 @@ std::string Packed(const ordered_json& json) {
 // JSON for a script element: no text in it can end the element.
 std::string InScript(const ordered_json& json) {
   std::string text;
-  for (const char c : json.dump(-1, ' ', false, ordered_json::error_handler_t::replace))
+  for (const char c : JsonText(json, -1))
     text += c == '<' ? std::string("\\u003c") : std::string(1, c);
   return text;
 }

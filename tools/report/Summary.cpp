@@ -5,6 +5,7 @@
 #include <string_view>
 
 #include "calibrate/Json.h"
+#include "outputs/JsonText.h"
 
 namespace tarvek::tools {
 namespace {
@@ -12,9 +13,7 @@ namespace {
 using nlohmann::ordered_json;
 
 // A name that is not UTF-8 must not end a report.
-std::string Dumped(const ordered_json& json) {
-  return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";
-}
+std::string Dumped(const ordered_json& json) { return JsonText(json, 2) + "\n"; }
 
 ordered_json ValueOrNull(const std::optional<double>& value) {
   return value ? ordered_json(*value) : ordered_json(nullptr);

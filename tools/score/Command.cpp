@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "NumberText.h"
+#include "outputs/JsonText.h"
 
 namespace tarvek::tools {
 namespace {
@@ -127,7 +128,7 @@ std::string ScoreJson(const ScoreReport& report) {
                              {"table_scans", report.m_table_scans},
                              {"determined", FiguresJson(report.m_determined)},
                              {"declared", FiguresJson(report.m_declared)}};
-  return json.dump(2) + "\n";
+  return JsonText(json, 2) + "\n";
 }
 
 }  // namespace tarvek::tools

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "NumberText.h"
+#include "outputs/JsonText.h"
 
 namespace tarvek::tools {
 namespace {
@@ -74,9 +75,7 @@ std::string WithoutTabs(std::string text) {
 }
 
 /// Bytes that are not UTF-8 become the replacement character.
-std::string Quoted(const std::string& text) {
-  return nlohmann::json(text).dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
-}
+std::string Quoted(const std::string& text) { return JsonText(nlohmann::json(text), -1); }
 
 }  // namespace
 
