@@ -176,7 +176,7 @@ void runAllDataPaths(const UserParameters& parameters) {
 }
 
 std::string detectDataPathFormat(const std::string& path, const std::string& input_format) {
-  if (!FileExists(path)) return input_format;
+  if (!IsThere(path)) return input_format;
   if (const InputFormat* const packed = PackedFormatOf(path)) return std::string(packed->m_word);
   return ToLower(path.substr(path.rfind('.') + 1));
 }

@@ -144,7 +144,7 @@ std::vector<std::string> ListFilesOfAny(const std::string& path,
     return std::ranges::any_of(
         extensions, [name](const std::string& ext) { return EndsWithIgnoreCase(name, ext); });
   };
-  if (is_wanted(path) && FileExists(path)) return {path};
+  if (is_wanted(path) && IsThere(path)) return {path};
   if (!IsDirectory(path)) return {};
   const auto names = ListDirectoryNames(path);
   if (!names) throw "Cannot open File: " + path;

@@ -82,8 +82,8 @@ void SyncFolderOf(const std::string& path);
 /// Moves an open file to its first byte. Throws "Cannot relocate to 0 in " + name.
 void RewindFile(const std::string& name, File& file);
 
-/// The input files for path: path itself when it is a file with extension ext (with its dot, letter
-/// case ignored); for a directory, its files with that extension in the order in which the system
+/// The input files for path: path itself when it is a file, readable or not, with extension ext (with
+/// its dot, letter case ignored); for a directory, its files with that extension in the order in which the system
 /// lists them, without names that begin with "."; otherwise empty. Throws "Cannot open File: " +
 /// path when a directory cannot be listed.
 std::vector<std::string> ListFiles(const std::string& path, std::string_view ext);

@@ -50,6 +50,13 @@ TEST_F(SpecialFiles, ADeviceIsReadByItsOwnNameAlone) {
   EXPECT_FALSE(File::Open(m_directory / "zero", "r").IsOpen());
 }
 
+TEST_F(SpecialFiles, AnInputThatCannotBeReadIsNotPassedOver) {
+  const std::string loop = m_directory / "run.ms1";
+  std::filesystem::create_symlink("run.ms1", loop);
+  EXPECT_FALSE(FileExists(loop));
+  EXPECT_THAT(ListFiles(loop, ".ms1"), testing::ElementsAre(loop));
+}
+
 TEST_F(SpecialFiles, ABackslashAtTheEndOfANameThatIsThereStays) {
   const std::string folder = m_directory / "a\\";
   EXPECT_EQ(JoinPath({folder, "b"}), m_directory / "a/b");

@@ -86,18 +86,18 @@ SpectraPaths FindSpectra(const std::string& base_path, const std::string& input)
   if (!input.empty() && !IsDirectory(input)) return InstrumentFile(input);
   const std::string start = JoinPath({input.empty() ? FolderOf(base) : input, FileNameOf(base)});
   SpectraPaths found;
-  if (FileExists(start + ".ms1") && FileExists(start + ".ms2")) {
+  if (IsThere(start + ".ms1") && IsThere(start + ".ms2")) {
     found.m_ms1 = start + ".ms1";
     return found;
   }
   for (const std::string_view format : kInstrumentFormats)
     if (std::string pair = start + "." + std::string(format);
-        FileExists(pair + ".msb") && FileExists(pair + ".mscsv")) {
+        IsThere(pair + ".msb") && IsThere(pair + ".mscsv")) {
       found.m_msb_base = std::move(pair);
       return found;
     }
   for (const char* ending : {".mzML", ".mzXML", ".mzML.gz", ".mzXML.gz"})
-    if (FileExists(start + ending)) return InstrumentFile(start + ending);
+    if (IsThere(start + ending)) return InstrumentFile(start + ending);
   return found;
 }
 
