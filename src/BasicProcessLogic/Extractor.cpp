@@ -129,7 +129,7 @@ std::string FlawOfExtraction(const UserParameters& parameters) {
   RunRecord record;
   try {
     record = ReadRunRecord(marker);
-  } catch (const std::string&) {
+  } catch (const UnusableRecord&) {
     // ExtractionRecord warns of it; the spectra are whole.
   }
   if (IsOfAnotherFile(record, parameters.m_current_file))
@@ -190,7 +190,7 @@ RunRecord ExtractionRecord(const UserParameters& parameters) {
   const std::string marker = MarkerPath(parameters);
   try {
     return ReadRunRecord(marker);
-  } catch (const std::string& what) {
+  } catch (const UnusableRecord& what) {
     logMessage(kWarn, what + ". What the extraction left out is not counted.");
     return {};
   }

@@ -27,7 +27,8 @@ bool IsExtracted(const UserParameters& parameters);
 void ForgetFlawedExtraction(const UserParameters& parameters);
 
 /// What the marker of the current file says of the extraction: settings, counts, and why scans were
-/// left out. Empty when it says nothing; also, with a warning, when it cannot be read.
+/// left out. Empty when it says nothing; also, with a warning, when its text is no record. Throws a
+/// std::string when the file cannot be read.
 RunRecord ExtractionRecord(const UserParameters& parameters);
 
 /// The environment variable that names the folder of the extractors, or says kInstalledExtractors: none is

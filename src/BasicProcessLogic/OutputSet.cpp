@@ -65,9 +65,8 @@ std::string TemporaryTablePath(const UserParameters& parameters) {
 }
 
 void DeleteWhenEmpty(const std::string& path) {
-  if (IsNamedPipe(path)) return;
-  const File table = File::Open(path, "r");
-  if (table.IsOpen() && table.SizeBytes() == 0) static_cast<void>(DeleteFileAt(path));
+  const std::optional<FileStamp> table = StampAt(path);
+  if (table && table->m_bytes == 0) static_cast<void>(DeleteFileAt(path));
 }
 
 // Deletes the files that a killed extraction leaves.

@@ -136,7 +136,7 @@ RunRecord ReadRunRecord(const std::string& path) {
     try {
       AddRunRecordLine(TrimRight(line, "\r\n"), record);
     } catch (const std::string& what) {
-      throw path + ": line " + std::to_string(number) + ": " + what;
+      throw UnusableRecord(path + ": line " + std::to_string(number) + ": " + what);
     }
   }
   return record;

@@ -92,6 +92,12 @@ std::string RunRecordText(const RunRecord& record);
 /// Throws a std::string without file and line for a value that is not a number.
 bool AddRunRecordLine(std::string_view line, RunRecord& record);
 
+/// Of a file that can be read, but is no record: "PATH: line N: what is wrong".
+class UnusableRecord : public std::string {
+ public:
+  explicit UnusableRecord(std::string text) : std::string(std::move(text)) {}
+};
+
 /// Reads a whole file.
 RunRecord ReadRunRecord(const std::string& path);
 

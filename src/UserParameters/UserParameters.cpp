@@ -115,13 +115,19 @@ void WarnOfHiddenDataPaths(const ParameterTable& table, NoticeTaker notice) {
                       paths + ".");
 }
 
+// One that is there and cannot be read is not taken for a mistyped one.
+void RefuseDataPath(const std::string& path, NoticeTaker notice) {
+  notice(kWarn, "Datapath: " + path + " is not a valid datapath.");
+  if (IsThere(path)) notice(kWarn, "Cannot open input File, Path: " + path);
+}
+
 void ApplyDataPaths(UserParameters& record, const ParameterTable& table, NoticeTaker notice) {
   for (const std::string& candidate : DataPathCandidates(table)) {
     std::string path = WithoutTrailingSeparators(candidate);
     if (PathExists(path))
       record.m_datapaths.push_back(std::move(path));
     else
-      notice(kWarn, "Datapath: " + path + " is not a valid datapath.");
+      RefuseDataPath(path, notice);
   }
   WarnOfHiddenDataPaths(table, notice);
 }

@@ -61,6 +61,12 @@ std::optional<JointFigures> JointFiguresOf(const RunFiles& files,
   return figures;
 }
 
+std::int64_t SizeOf(const std::string& path) {
+  const std::optional<FileStamp> stamp = StampAt(path);
+  if (!stamp) throw "Cannot tell the size of " + path;
+  return stamp->m_bytes;
+}
+
 /// Builds a report step by step; each step fills in its part.
 class ReportBuilder {
  public:
@@ -104,7 +110,7 @@ class ReportBuilder {
     for (const std::string& path : paths)
       if (!path.empty())
         m_report.m_outputs.push_back(
-            {std::string(FileNameOf(path)), File::Open(path, "rb").SizeBytes()});
+            {std::string(FileNameOf(path)), SizeOf(path)});
   }
 
   void ChooseWidth() {
