@@ -58,14 +58,53 @@ void ConvertPlain(std::string_view bytes, const ArrayEncoding& encoding,
   throw std::string("has no number type");
 }
 
+std::string TooManyError(std::int64_t most) {
+  return "holds more than " + std::to_string(most) + " numbers, which cannot be";
+}
+
 // Every number takes at least half a byte (a half byte of 8 is a zero), and two reals may come
 // first.
 constexpr std::size_t kNumpressNumbersPerByte = 2;
 constexpr std::size_t kNumpressSlack = 16;
 
-void ConvertNumpress(std::string_view bytes, Numpress kind, std::vector<double>& numbers) {
+// What the decoders need for bytes of which each half may be a number.
+constexpr std::size_t kFreeNumpressRoom = std::size_t{1} << 20;
+
+// The numbers that are packed into half bytes, which the first half byte of each says the number of: 0
+// to 8 leading zeros are left out, or with 9 to 15 one to seven leading ones.
+std::size_t CountPacked(std::string_view bytes) {
+  const auto half_at = [&](std::size_t place) {
+    const auto byte = static_cast<unsigned char>(bytes[place / 2]);
+    return static_cast<std::size_t>(place % 2 == 0 ? byte >> 4 : byte & 0xFU);
+  };
+  std::size_t count = 0;
+  for (std::size_t place = 0; place < 2 * bytes.size(); ++count) {
+    const std::size_t left_out = half_at(place);
+    place += 1 + (left_out <= 8 ? 8 - left_out : 16 - left_out);
+  }
+  return count;
+}
+
+std::size_t MostNumpressNumbers(std::string_view bytes, Numpress kind) {
+  constexpr std::size_t kLinearHead = 16;  // the scale and two numbers
+  if (kind == Numpress::kSlof) return bytes.size() / 2;
+  if (kind == Numpress::kPic) return CountPacked(bytes);
+  return CountPacked(bytes.substr(std::min(kLinearHead, bytes.size())));
+}
+
+// The room in numbers that the decoders need, which write without a limit.
+std::size_t NumpressRoom(std::string_view bytes, Numpress kind, std::int64_t most) {
+  const std::size_t room = bytes.size() * kNumpressNumbersPerByte + kNumpressSlack;
+  if (room <= kFreeNumpressRoom) return room;
+  const std::size_t numbers = MostNumpressNumbers(bytes, kind);
+  if (numbers > static_cast<std::size_t>(most)) throw TooManyError(most);
+  return numbers + kNumpressSlack;
+}
+
+void ConvertNumpress(std::string_view bytes, Numpress kind, std::int64_t most,
+                     std::vector<double>& numbers) {
   const std::size_t size = bytes.size();
-  numbers.assign(size * kNumpressNumbersPerByte + kNumpressSlack, 0.0);
+  numbers.assign(NumpressRoom(bytes, kind, most), 0.0);
   std::string padded(bytes);  // the decoders read beyond the end
   padded.append(kNumpressSlack, '\0');
   const auto* const data = reinterpret_cast<const unsigned char*>(padded.data());
@@ -86,10 +125,6 @@ std::string LengthError(std::size_t found, std::int64_t declared) {
   if (declared == kUnknownLength) return "ends inside a number";
   return "holds " + std::to_string(found) + " numbers where " + std::to_string(declared) +
          " are declared";
-}
-
-std::string TooManyError(std::int64_t most) {
-  return "holds more than " + std::to_string(most) + " numbers, which cannot be";
 }
 
 // Without a branch, so that the compiler vectorises it.
@@ -142,7 +177,7 @@ void ArrayDecoder::Decode(std::string_view text, const ArrayEncoding& encoding, 
   const std::string_view bytes = Unpack(encoding, count, name, most);
   try {
     if (encoding.m_numpress != Numpress::kNone) {
-      ConvertNumpress(bytes, encoding.m_numpress, numbers);
+      ConvertNumpress(bytes, encoding.m_numpress, most, numbers);
     } else {
       const std::size_t width = WidthOf(encoding.m_type);
       if (bytes.size() % width != 0) throw LengthError(bytes.size() / width, count);

@@ -12,6 +12,7 @@
 #include "FileUtils.h"
 #include "NativeId.h"
 #include "PeakPreparation.h"
+#include "ReadingLimits.h"
 #include "RunReport.h"
 #include "ScanRules.h"
 #include "ScanSinks.h"
@@ -59,9 +60,10 @@ std::unique_ptr<ScanSink> MakeSink(const ExtractorOptions& options,
 /// Sends the spectra of a reader through the rules to the output.
 class ScanPipeline final : public ScanConsumer {
  public:
-  ScanPipeline(const ExtractorOptions& options, const ExtractionPlan& plan, RunReport& report,
-               NativeIdList& native_ids)
-      : m_is_msb(options.m_msb && !options.m_mgf),
+  ScanPipeline(const ExtractorOptions& options, const ExtractionPlan& plan, std::int64_t most_peaks,
+               RunReport& report, NativeIdList& native_ids)
+      : m_peaks_left(most_peaks),
+        m_is_msb(options.m_msb && !options.m_mgf),
         m_numbers_by_position(plan.m_numbers_by_position),
         m_rules({options.m_faims_volts, options.m_overrides}, plan),
         m_preparation(options.m_mz_digits, options.m_intensity_digits),
@@ -109,11 +111,17 @@ class ScanPipeline final : public ScanConsumer {
     if (prepared.m_left_out > 0)
       m_report->Note("peaks left out that the digits show as 0",
                      static_cast<std::int64_t>(prepared.m_left_out));
-    if (!m_is_msb || peaks.size() <= kMaxMsbPeaks) return;
-    KeepMostIntense(peaks, kMaxMsbPeaks);
-    m_report->Note("scans cut to their 10000 most intense peaks");
+    if (m_is_msb && peaks.size() > kMaxMsbPeaks) {
+      KeepMostIntense(peaks, kMaxMsbPeaks);
+      m_report->Note("scans cut to their 10000 most intense peaks");
+    }
+    m_peaks_left -= std::ssize(peaks);
+    if (m_peaks_left < 0)
+      throw std::string(
+          "the spectra of the file hold more peaks than those of one of its size can");
   }
 
+  std::int64_t m_peaks_left;
   bool m_is_msb;
   bool m_numbers_by_position;
   ScanRules m_rules;
@@ -122,6 +130,12 @@ class ScanPipeline final : public ScanConsumer {
   NativeIdList* m_native_ids;
   ScanSink* m_sink = nullptr;
 };
+
+// 0 where the system does not tell.
+std::int64_t SizeOf(const std::string& path) {
+  const std::optional<FileStamp> stamp = StampAt(path);
+  return stamp ? stamp->m_bytes : 0;
+}
 
 // Makes the output directory and returns the path of the marker.
 std::string PreparedMarkerPath(const ExtractorOptions& options) {
@@ -133,12 +147,12 @@ std::string PreparedMarkerPath(const ExtractorOptions& options) {
 /// finished.
 class Reading {
  public:
-  Reading(const ExtractorOptions& options, const ExtractionTargets& targets,
-          const ExtractionPlan& plan, RunReport& report)
+  Reading(const ExtractorOptions& options, const std::string& path,
+          const ExtractionTargets& targets, const ExtractionPlan& plan, RunReport& report)
       : m_options(&options),
         m_targets(targets),
         m_native_ids(BasePath(options) + ".nativeid.tsv", plan.m_numbers_by_position),
-        m_pipeline(options, plan, report, m_native_ids) {}
+        m_pipeline(options, plan, MostPeaksOfFile(SizeOf(path)), report, m_native_ids) {}
 
   ScanConsumer& Consumer() { return m_pipeline; }
 
@@ -180,7 +194,7 @@ void ReadInto(const ExtractorOptions& options, const std::string& path,
     reading.reset();
     report.StartReading();
     if (targets.m_taker != nullptr) targets.m_taker->Start();
-    return reading.emplace(options, targets, plan, report).Consumer();
+    return reading.emplace(options, path, targets, plan, report).Consumer();
   };
   const auto on_format = [&](const std::string& format) {
     report.SetFormat(format);

@@ -46,21 +46,41 @@ inline std::size_t MostArrayText(std::int64_t count) {
          kMaxTextPerNumber * static_cast<std::size_t>(std::max<std::int64_t>(count, 0));
 }
 
-/// The numbers that an array may have in a file of so many stored bytes: a peak takes two bytes at
-/// least. All of kMaxArrayLength where the size is not known, 0.
+/// Files up to here are read in little memory, whatever they hold. Larger ones may hold more for their
+/// size.
+inline constexpr std::int64_t kSmallFileBytes = std::int64_t{10} << 20;
+
+/// The numbers that an array may have in a file of so many stored bytes: in a small one as without
+/// compression, in a larger one two bytes for each. All of kMaxArrayLength where the size is not
+/// known, 0.
 inline std::int64_t MostNumbers(std::int64_t stored_bytes) {
-  constexpr std::int64_t kInSmallFiles = 500'000;
-  constexpr std::int64_t kBytesPerPeak = 2;
+  constexpr std::int64_t kFree = 500'000;
+  constexpr std::int64_t kBytesPerPeak = 10;
+  constexpr std::int64_t kBytesPerPeakOfLarge = 2;
   if (stored_bytes <= 0) return kMaxArrayLength;
-  return std::clamp(stored_bytes / kBytesPerPeak, kInSmallFiles, kMaxArrayLength);
+  const std::int64_t small = std::min(stored_bytes, kSmallFileBytes);
+  return std::clamp(small / kBytesPerPeak + (stored_bytes - small) / kBytesPerPeakOfLarge, kFree,
+                    kMaxArrayLength);
 }
 
-/// The numbers of all arrays together, in a file of so many stored bytes.
+/// The numbers of all arrays together, in a file of so many stored bytes: a bound for the time.
 inline std::int64_t MostNumbersOfFile(std::int64_t stored_bytes) {
-  constexpr std::int64_t kFree = 100'000'000;
-  constexpr std::int64_t kNumbersPerByte = 50;
+  constexpr std::int64_t kFree = 20'000'000;
+  constexpr std::int64_t kNumbersPerByte = 10;
   if (stored_bytes <= 0) return std::numeric_limits<std::int64_t>::max();
   return kFree + kNumbersPerByte * stored_bytes;
+}
+
+/// The peaks that the spectra of a file of so many stored bytes may keep, profiles picked: a bound for
+/// the memory of those who hold many spectra.
+inline std::int64_t MostPeaksOfFile(std::int64_t stored_bytes) {
+  constexpr std::int64_t kFree = 500'000;
+  constexpr double kPeaksPerByte = 0.35;
+  constexpr std::int64_t kPeaksPerByteOfLarge = 5;
+  if (stored_bytes <= 0) return std::numeric_limits<std::int64_t>::max();
+  const std::int64_t small = std::min(stored_bytes, kSmallFileBytes);
+  return kFree + static_cast<std::int64_t>(kPeaksPerByte * static_cast<double>(small)) +
+         kPeaksPerByteOfLarge * (stored_bytes - small);
 }
 
 /// What the stored size of a file allows.

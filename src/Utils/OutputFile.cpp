@@ -18,13 +18,22 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Write(std::string_view bytes) {
-  m_buffer.append(bytes);
-  if (m_buffer.size() >= kFlushBytes) Flush();
+  if (bytes.size() < kFlushBytes) {
+    m_buffer.append(bytes);
+    if (m_buffer.size() >= kFlushBytes) Flush();
+    return;
+  }
+  Flush();
+  WriteThrough(bytes);
+}
+
+void OutputFile::WriteThrough(std::string_view bytes) {
+  if (!m_file.Write(bytes)) Fail();
+  m_flushed_bytes += static_cast<std::int64_t>(bytes.size());
 }
 
 void OutputFile::Flush() {
-  if (!m_file.Write(m_buffer)) Fail();
-  m_flushed_bytes += static_cast<std::int64_t>(m_buffer.size());
+  WriteThrough(m_buffer);
   m_buffer.clear();
 }
 

@@ -48,6 +48,7 @@ class OutputFile {
   }
 
  private:
+  void WriteThrough(std::string_view bytes);
   [[noreturn]] void Fail() const;
 
   std::string m_path;

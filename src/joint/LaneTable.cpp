@@ -12,6 +12,10 @@ constexpr double kStepsPerMz = 50.0;
 // A step with more points is sorted before: insertion takes the square of their number.
 constexpr std::size_t kMostForInsertion = 64;
 
+// Of one MS1 scan, in the few Th of an isolation window: more than any instrument resolves. The rest
+// would only take memory.
+constexpr std::size_t kMostPeaksOfRow = 100'000;
+
 bool IsNear(std::size_t row) { return row >= kFirstNearRow && row <= kLastNearRow; }
 
 double HighestBetween(PeakSpan peaks, double low, double high) {
@@ -24,7 +28,8 @@ double HighestBetween(PeakSpan peaks, double low, double high) {
 PeakSpan Between(PeakSpan peaks, double low, double high) {
   const auto first = std::ranges::lower_bound(peaks, low, {}, &Peak::m_mz);
   const auto last = std::ranges::upper_bound(first, peaks.end(), high, {}, &Peak::m_mz);
-  return {first, last};
+  return PeakSpan(first, last)
+      .first(std::min(kMostPeaksOfRow, static_cast<std::size_t>(last - first)));
 }
 
 void AddTo(Lane& lane, double mz, double intensity, std::size_t row) {

@@ -59,12 +59,12 @@ TEST(ArrayDecoder, InflatesZlib) {
   EXPECT_EQ(Decoded(Deflated(test::Reals64(many)), encoding, 100000), many);
 }
 
-std::string NumpressBytes(Numpress kind) {
+std::string NumpressBytes(Numpress kind, const std::vector<double>& numbers = kNumbers) {
   namespace numpress = ms::numpress::MSNumpress;
   std::vector<unsigned char> bytes;
-  if (kind == Numpress::kLinear) numpress::encodeLinear(kNumbers, bytes, 100000.0);
-  if (kind == Numpress::kPic) numpress::encodePic(kNumbers, bytes);
-  if (kind == Numpress::kSlof) numpress::encodeSlof(kNumbers, bytes, 1000.0);
+  if (kind == Numpress::kLinear) numpress::encodeLinear(numbers, bytes, 100000.0);
+  if (kind == Numpress::kPic) numpress::encodePic(numbers, bytes);
+  if (kind == Numpress::kSlof) numpress::encodeSlof(numbers, bytes, 1000.0);
   return {bytes.begin(), bytes.end()};
 }
 
@@ -82,6 +82,25 @@ TEST_P(NumpressArrays, AreReadPlainAndInflated) {
     ASSERT_EQ(numbers.size(), 3u);
     for (std::size_t i = 0; i < 3; ++i) EXPECT_NEAR(numbers[i], kNumbers[i], tolerance);
   }
+}
+
+// Numbers that take from half a byte to four and a half, as many as the decoder counts first.
+TEST_P(NumpressArrays, OfManyNumbersAreReadAndLimited) {
+  std::vector<double> numbers;
+  for (int i = 0; i < 700'000; ++i) numbers.push_back(i % 3 == 0 ? 0.0 : std::ldexp(1.0, i % 14));
+  ArrayEncoding encoding;
+  encoding.m_numpress = GetParam();
+  const std::string bytes = NumpressBytes(GetParam(), numbers);
+  const auto read = Decoded(bytes, encoding, 700'000);
+  ASSERT_EQ(read.size(), numbers.size());
+  for (std::size_t i = 0; i < numbers.size(); ++i)
+    ASSERT_NEAR(read[i], numbers[i], 1e-5 + 0.001 * numbers[i]) << i;
+  const auto with_limit = [&] {
+    std::vector<double> none;
+    ArrayDecoder().Decode(EncodeBase64(bytes), encoding, kUnknownLength, "array", none, 600'000);
+  };
+  EXPECT_EQ(tarvek::test::MessageOf(with_limit),
+            "array holds more than 600000 numbers, which cannot be");
 }
 
 TEST_P(NumpressArrays, AreRefusedWhenCutOrTooLong) {
