@@ -1,12 +1,15 @@
 #include "PrecursorTableReader.h"
 
+#include <cstdint>
 #include <iterator>
+#include <optional>
 #include <span>
 #include <string_view>
 
 #include "FileUtils.h"
 #include "NumberText.h"
 #include "PrecursorTable.h"
+#include "RunRecord.h"
 #include "StringUtils.h"
 
 namespace tarvek {
@@ -22,6 +25,26 @@ std::vector<std::string_view> FieldsOf(std::string_view line) {
   for (const std::string_view field : Split(line, ",")) fields.push_back(Trim(field));
   if (!fields.empty() && fields.back().empty()) fields.pop_back();
   return fields;
+}
+
+// Lines with an end.
+std::int64_t CountRows(LineReader& lines) {
+  std::int64_t rows = 0;
+  for (std::string_view piece; lines.ReadPiece(piece);) rows += piece.ends_with('\n') ? 1 : 0;
+  return rows;
+}
+
+// What the record of the run says of its table; nothing without a record that can be used.
+std::optional<std::int64_t> RecordedRows(std::string_view table) {
+  if (!table.ends_with(kTableEnding)) return std::nullopt;
+  std::string record(table.substr(0, table.size() - kTableEnding.size()));
+  record += kRunRecordEnding;
+  if (!FileExists(record)) return std::nullopt;
+  try {
+    return ReadRunRecord(record).Count(kCountMs2Exported);
+  } catch (const UnusableRecord&) {
+    return std::nullopt;
+  }
 }
 
 // The numbers begin with the third field; only the m/z are real.
@@ -89,9 +112,16 @@ std::string FlawOfTable(const std::string& path) {
   LineReader lines(file);
   std::string_view piece;
   if (!lines.ReadPiece(piece)) return "it is empty";
-  const bool is_whole = piece.ends_with('\n');
-  const std::string_view header = kPrecursorTableHeader.substr(0, kPrecursorTableHeader.size() - 1);
-  return is_whole && TrimRight(piece, "\r\n") == header ? "" : "it does not begin with the header";
+  constexpr std::string_view kHeader =
+      kPrecursorTableHeader.substr(0, kPrecursorTableHeader.size() - 1);
+  if (!piece.ends_with('\n') || TrimRight(piece, "\r\n") != kHeader)
+    return "it does not begin with the header";
+  const std::optional<std::int64_t> recorded = RecordedRows(path);
+  if (!recorded) return "";
+  const std::int64_t rows = CountRows(lines);
+  return rows == *recorded ? ""
+                           : "it has " + std::to_string(rows) +
+                                 " whole rows, and its record counts " + std::to_string(*recorded);
 }
 
 bool IsFinishedTable(const std::string& path) { return FlawOfTable(path).empty(); }

@@ -78,21 +78,34 @@ TEST_F(MainJob, TakesTheScoringModelOfItsNumber) {
 
 TEST_F(MainJob, SkipsAFileThatIsFinished) {
   RunPair();
-  const std::string mine = HeaderLine() + "mine";
+  const std::string mine = HeaderLine() + "mine\nmine\nmine\nmine\nmine\nmine\n";  // as many rows
   Write("out/run.csv", mine);
   RunPair();
   EXPECT_THAT(m_result.m_out,
               HasSubstr("[Tarvek] <INFO> - run.ms1 has existed results, skipping...\n"));
   EXPECT_EQ(Content("out/run.csv"), mine);
 }
+TEST_F(MainJob, SkipsAFileWithoutRecordHoweverManyRowsItsTableHas) {
+  RunPair();
+  fs::remove(Path("out/run.tarvek"));
+  Write("out/run.csv", HeaderLine() + "mine\n");
+  RunPair();
+  EXPECT_THAT(m_result.m_out,
+              HasSubstr("[Tarvek] <INFO> - run.ms1 has existed results, skipping...\n"));
+}
 TEST_F(MainJob, ProcessesAFileAgainWithoutAWholeTable) {
   RunPair();
   const std::string header = HeaderLine();
+  const std::string table = Content("out/run.csv");
   const std::string no_header = "it does not begin with the header";
-  for (const auto& [damaged, flaw] : {std::pair<std::string, std::string>{"", "it is empty"},
-                                      {std::string(4096, '\0'), no_header},
-                                      {header.substr(0, header.size() / 2), no_header},
-                                      {header.substr(0, header.size() - 1), no_header}}) {
+  for (const auto& [damaged, flaw] :
+       {std::pair<std::string, std::string>{"", "it is empty"},
+        {std::string(4096, '\0'), no_header},
+        {header.substr(0, header.size() / 2), no_header},
+        {header.substr(0, header.size() - 1), no_header},
+        {table.substr(0, table.size() - 1), "it has 5 whole rows, and its record counts 6"},
+        {header, "it has 0 whole rows, and its record counts 6"},
+        {table + "more\n", "it has 7 whole rows, and its record counts 6"}}) {
     Write("out/run.csv", damaged);
     RunPair();
     EXPECT_EQ(m_result.m_exit_status, 0);
