@@ -16,6 +16,9 @@ constexpr std::size_t kMostForInsertion = 64;
 // would only take memory.
 constexpr std::size_t kMostPeaksOfRow = 100'000;
 
+// The tolerance has room for fewer in a window, but at an m/z that no precursor has.
+constexpr std::size_t kMostLanes = 20'000;
+
 bool IsNear(std::size_t row) { return row >= kFirstNearRow && row <= kLastNearRow; }
 
 double HighestBetween(PeakSpan peaks, double low, double high) {
@@ -100,6 +103,7 @@ void LaneTable::Join(double tol_ppm) {
   for (const Point& point : m_sorted) {
     const bool joins =
         !m_lanes.empty() && point.m_mz - m_lanes.back().m_mz < tol_ppm * 1e-6 * point.m_mz;
+    if (!joins && m_lanes.size() == kMostLanes) return;
     if (!joins) m_lanes.emplace_back();
     AddTo(m_lanes.back(), point.m_mz, point.m_intensity, point.m_row);
   }
@@ -116,6 +120,17 @@ void LaneTable::IndexLanes() {
   }
 }
 
+// The first lane of a step that is not below mz by more than tol_mz: at a low m/z a step has thousands.
+std::size_t LaneTable::FirstOfStep(std::size_t step, double mz, double tol_mz) const {
+  const auto begin = m_lanes.begin() + m_first_lane[step];
+  const auto end =
+      step + 1 < m_first_lane.size() ? m_lanes.begin() + m_first_lane[step + 1] : m_lanes.end();
+  const auto is_too_low = [&](const Lane& lane) {
+    return lane.m_mz < mz && std::fabs(lane.m_mz - mz) > tol_mz;
+  };
+  return static_cast<std::size_t>(std::partition_point(begin, end, is_too_low) - m_lanes.begin());
+}
+
 int LaneTable::Find(double mz, double tol_mz) const {
   const double from = mz - tol_mz;
   const double place = (from - m_low) * kStepsPerMz;
@@ -123,7 +138,7 @@ int LaneTable::Find(double mz, double tol_mz) const {
   const auto step = place <= 0.0 ? std::size_t{0} : static_cast<std::size_t>(place);
   int best = kNoLane;
   double best_distance = tol_mz;
-  for (auto i = static_cast<std::size_t>(m_first_lane[step]); i < m_lanes.size(); ++i) {
+  for (auto i = FirstOfStep(step, mz, tol_mz); i < m_lanes.size(); ++i) {
     if (m_lanes[i].m_mz > mz + tol_mz) break;
     const double distance = std::fabs(m_lanes[i].m_mz - mz);
     if (distance > best_distance) continue;

@@ -58,6 +58,7 @@ class LaneTable {
   void SortPoints();
   void Join(double tol_ppm);
   void IndexLanes();
+  [[nodiscard]] std::size_t FirstOfStep(std::size_t step, double mz, double tol_mz) const;
 
   std::vector<Point> m_points;
   std::vector<Point> m_sorted;

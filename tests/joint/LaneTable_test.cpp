@@ -102,5 +102,25 @@ TEST_F(Lanes, FindWhatAScanOfAllLanesFinds) {
   }
 }
 
+// No survey has such peaks; files of strangers have.
+TEST_F(Lanes, AreBoundedWhereTheToleranceIsSmall) {
+  for (int i = 0; i < 60'000; ++i) m_lists[4].push_back({1.0 + i * 1e-4, 2.0});
+  m_table.Build(WindowOf(m_lists), 0.0, 8.0, 0.0, 8.0, 0.0, 8.0);
+  const auto lanes = m_table.Lanes();
+  ASSERT_EQ(lanes.size(), 20'000u);
+  EXPECT_NEAR(lanes.back().m_mz, 2.9999, 1e-9);
+  for (int i = 0; i < 20'000; i += 77) EXPECT_EQ(m_table.Find(1.0 + i * 1e-4 + 2e-6, 1e-5), i);
+  EXPECT_EQ(m_table.Find(3.5, 1e-5), kNoLane);
+}
+
+TEST_F(Lanes, TakeAHundredThousandPeaksOfAScan) {
+  m_lists[4].assign(150'000, {500.0, 1.0});
+  m_lists[5].assign(2, {500.0, 1.0});
+  const auto lanes = Build().Lanes();
+  ASSERT_EQ(lanes.size(), 1u);
+  EXPECT_EQ(lanes[0].m_rows[4], 100'000.0);
+  EXPECT_EQ(lanes[0].m_rows[5], 2.0);
+}
+
 }  // namespace
 }  // namespace tarvek::joint
