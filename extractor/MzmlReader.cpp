@@ -564,9 +564,10 @@ void MzmlReader::ApplyToSpectrum(const Param& param) {
 void MzmlReader::ApplyToScan(const Param& param) {
   if (param.m_accession == 1000129) m_scan.m_polarity = Polarity::kNegative;
   if (param.m_accession == 1000130) m_scan.m_polarity = Polarity::kPositive;
-  if (param.m_accession == 1000927) m_scan.m_injection_ms = FiniteReal(param.m_value).value_or(0.0);
+  if (param.m_accession == 1000927)
+    m_scan.m_injection_ms = PossibleReal(param.m_value).value_or(0.0);
   if (param.m_accession == 1000512) m_scan.m_filter = param.m_value;
-  if (param.m_accession == 1001581) m_scan.m_faims_volts = FiniteReal(param.m_value);
+  if (param.m_accession == 1001581) m_scan.m_faims_volts = PossibleReal(param.m_value);
   ApplyTime(param);
 }
 
@@ -581,20 +582,20 @@ void MzmlReader::ApplyTime(const Param& param) {
   double unit = SecondsPer(param.m_unit);
   if (is_start && unit == 0.0) unit = 60.0;
   if (unit == 0.0 || (!is_start && m_scan.m_rt_seconds)) return;
-  if (const auto time = FiniteReal(param.m_value)) m_scan.m_rt_seconds = *time * unit;
+  if (const auto time = PossibleReal(param.m_value)) m_scan.m_rt_seconds = *time * unit;
 }
 
 void MzmlReader::ApplyToWindow(const Param& param) {
   DeclaredPrecursor& precursor = m_scan.m_precursors.back();
-  if (param.m_accession == 1000827) precursor.m_target_mz = FiniteReal(param.m_value);
-  if (param.m_accession == 1000828) precursor.m_lower_offset = FiniteReal(param.m_value);
-  if (param.m_accession == 1000829) precursor.m_upper_offset = FiniteReal(param.m_value);
+  if (param.m_accession == 1000827) precursor.m_target_mz = PossibleReal(param.m_value);
+  if (param.m_accession == 1000828) precursor.m_lower_offset = PossibleReal(param.m_value);
+  if (param.m_accession == 1000829) precursor.m_upper_offset = PossibleReal(param.m_value);
 }
 
 // Some writers, and old files, use the term "m/z" instead of "selected ion m/z".
 void MzmlReader::ApplyToIon(const Param& param) {
   SelectedIon& ion = m_scan.m_precursors.back().m_ions.back();
-  const double mz = FiniteReal(param.m_value).value_or(0.0);
+  const double mz = PossibleReal(param.m_value).value_or(0.0);
   if (param.m_accession == 1000744) ion.m_mz = mz;
   if (param.m_accession == 1000040 && ion.m_mz == 0.0) ion.m_mz = mz;
   if (param.m_accession == 1000041) ion.m_charge = ParseInteger(param.m_value);

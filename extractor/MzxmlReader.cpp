@@ -26,7 +26,7 @@ constexpr std::size_t kMaxNumberText = 1000;
 /// "PT12.5S", "PT0.2M", "PT1H2M3S" or a plain number of seconds.
 std::optional<double> SecondsOf(std::string_view duration) {
   duration = Trim(duration);
-  if (!duration.starts_with("P")) return FiniteReal(duration);
+  if (!duration.starts_with("P")) return PossibleReal(duration);
   duration.remove_prefix(std::min(duration.find('T') + 1, duration.size()));
   double seconds = 0.0;
   bool has_part = false;
@@ -250,8 +250,8 @@ void MzxmlReader::StartScan(const XmlAttributes& attributes) {
   scan.m_ms_level = ParseInteger(attributes.Get("msLevel"));
   scan.m_peak_count = PeakCountOf(m_open.back(), attributes.Get("peaksCount"));
   scan.m_rt_seconds = SecondsOf(attributes.Get("retentionTime"));
-  scan.m_injection_ms = FiniteReal(attributes.Get("ionInjectionTime")).value_or(0.0);
-  scan.m_faims_volts = FiniteReal(attributes.Get("compensationVoltage"));
+  scan.m_injection_ms = PossibleReal(attributes.Get("ionInjectionTime")).value_or(0.0);
+  scan.m_faims_volts = PossibleReal(attributes.Get("compensationVoltage"));
   scan.m_filter = attributes.Get("filterLine");
   scan.m_polarity = PolarityOf(attributes.Get("polarity"));
   scan.m_mode = ModeOf(attributes.Get("centroided"), m_default_mode);
@@ -279,7 +279,7 @@ void MzxmlReader::StartPrecursor(const XmlAttributes& attributes) {
   precursor.m_activation = ActivationOfWords(attributes.Get("activationMethod"));
   if (precursor.m_activation == kActivationOther)
     precursor.m_other_activation = attributes.Get("activationMethod");
-  if (const auto width = FiniteReal(attributes.Get("windowWideness")); width && *width > 0.0)
+  if (const auto width = PossibleReal(attributes.Get("windowWideness")); width && *width > 0.0)
     precursor.m_lower_offset = precursor.m_upper_offset = *width / 2.0;
   SelectedIon& ion = precursor.m_ions.emplace_back();
   ion.m_charge = ParseInteger(attributes.Get("precursorCharge"));
@@ -292,7 +292,7 @@ void MzxmlReader::StartPrecursor(const XmlAttributes& attributes) {
 
 void MzxmlReader::EndPrecursor() {
   m_collects_text = false;
-  m_open.back().m_scan.m_precursors.back().m_ions.front().m_mz = FiniteReal(m_text).value_or(0.0);
+  m_open.back().m_scan.m_precursors.back().m_ions.front().m_mz = PossibleReal(m_text).value_or(0.0);
 }
 
 void MzxmlReader::StartPeaks(const XmlAttributes& attributes) {

@@ -6,13 +6,16 @@
 #pragma once
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "BinaryArray.h"
+#include "NumberText.h"
 
 namespace tarvek::extractor {
 
@@ -98,6 +101,13 @@ struct SizeLimits {
   std::int64_t m_of_array;
   std::int64_t m_of_file;
 };
+
+/// A number that an m/z, a time, a voltage can be; sums and products with it stay finite.
+inline std::optional<double> PossibleReal(std::string_view text) {
+  constexpr double kMost = 1e9;
+  const std::optional<double> value = FiniteReal(text);
+  return value && std::fabs(*value) <= kMost ? value : std::nullopt;
+}
 
 /// A gzip file may unpack to so much, and to so many times its own size.
 inline constexpr std::int64_t kFreeUnpackedBytes = std::int64_t{256} << 20;

@@ -8,6 +8,7 @@
 
 #include "NativeId.h"
 #include "NumberText.h"
+#include "ReadingLimits.h"
 #include "ShownText.h"
 
 namespace tarvek::extractor {
@@ -55,7 +56,7 @@ double CentreOfFilter(std::string_view filter) {
   constexpr std::string_view kLevel = " ms2 ";
   const std::size_t level = filter.find(kLevel);
   if (level == std::string_view::npos) return 0.0;
-  return std::max(FiniteReal(filter.substr(level + kLevel.size())).value_or(0.0), 0.0);
+  return std::max(PossibleReal(filter.substr(level + kLevel.size())).value_or(0.0), 0.0);
 }
 
 }  // namespace

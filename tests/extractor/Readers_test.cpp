@@ -194,6 +194,21 @@ TEST(MzmlScan, TakesTimesFromTheSpectrumInOldUnitsAndByOtherTerms) {
   EXPECT_EQ(seconds_of("", Cv(1000894, "2")), -1.0);
 }
 
+TEST(MzmlScan, DeclaresNothingByNumbersThatCannotBe) {
+  TestPrecursor precursor;
+  precursor.m_target = "1e308";
+  precursor.m_lower = "99999999999999999999";
+  precursor.m_upper = "-1e308";
+  precursor.m_ions = {Cv(1000744, "1e10")};
+  TestScan scan = test::Fragment(1, precursor);
+  scan.m_scan_params = Cv(1000016, "1e308", "UO:0000031");
+  const ExtractedScan read = FirstOf(Mzml({scan})).m_scan;
+  EXPECT_FALSE(read.m_rt_seconds);
+  EXPECT_FALSE(IsolationWidth(read));
+  EXPECT_FALSE(read.m_precursors.front().m_target_mz);
+  EXPECT_EQ(read.m_precursors.front().m_ions.front().m_mz, 0.0);
+}
+
 // mzML 1.0 has its scan and precursors in a description, and no list of scans.
 TEST(MzmlScan, IsReadFromMzmlOneZero) {
   std::string xml = Mzml({test::Fragment(1)});

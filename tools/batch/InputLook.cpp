@@ -12,11 +12,13 @@
 #include "MsTextReader.h"
 #include "NumberText.h"
 #include "PeakPreparation.h"
+#include "ReadingLimits.h"
 #include "RunRecord.h"
 #include "ScanRules.h"
 #include "StringUtils.h"
 #include "TableReader.h"
 #include "batch/RunInputs.h"
+#include "outputs/DeclaredWidth.h"
 
 namespace tarvek::tools {
 namespace {
@@ -90,7 +92,7 @@ class ScanLooker final : public extractor::ScanConsumer {
     AddFragment(m_look, extractor::DeclaredIons(scan).front().m_charge,
                 extractor::ActivationCentre(scan));
     const double width = extractor::IsolationWidth(scan).value_or(0.0);
-    if (width > 0.0) ++m_look.m_widths[std::llround(width * 100.0)];
+    if (width >= kLeastWidth) ++m_look.m_widths[std::llround(width * 100.0)];
   }
 
   InputLook& m_look;
@@ -140,7 +142,7 @@ void LookAtMs2(const std::string& path, InputLook& look) {
 void TakeMarkedWidths(const std::string& path, InputLook& look) {
   if (!FileExists(path)) return;
   for (const auto& [text, count] : ReadRunRecord(path).m_widths)
-    if (const auto width = FiniteReal(text); width && *width > 0.0)
+    if (const auto width = extractor::PossibleReal(text); width && *width >= kLeastWidth)
       look.m_widths[std::llround(*width * 100.0)] += count;
 }
 

@@ -22,12 +22,10 @@ class WidthCounter final : public extractor::ScanConsumer {
   bool WantsPeaks(const ExtractedScan&) override { return false; }
 
   void OnScan(const ExtractedScan& scan, std::vector<Peak>&) override {
-    if (scan.m_ms_level != 2 || scan.m_precursors.empty()) return;
-    const auto& precursor = scan.m_precursors.front();
-    const double width =
-        precursor.m_lower_offset.value_or(-1.0) + precursor.m_upper_offset.value_or(-1.0);
-    if (!precursor.m_lower_offset || !precursor.m_upper_offset || !(width > 0.0)) return;
-    ++m_widths[std::llround(width * 100.0)];
+    if (scan.m_ms_level != 2) return;
+    const std::optional<double> width = extractor::IsolationWidth(scan);
+    if (!width || *width < kLeastWidth) return;
+    ++m_widths[std::llround(*width * 100.0)];
     if (++m_scans == kScansForWidth) throw EnoughScans{};
   }
 

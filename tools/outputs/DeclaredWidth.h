@@ -13,6 +13,9 @@ namespace tarvek::tools {
 /// Whether the isolation_width of a run is more than a tenth off the declared one.
 bool IsOtherWidth(double declared_mz, double setting_mz);
 
+/// A smaller width is 0 in hundredths of m/z, and counts as none.
+inline constexpr double kLeastWidth = 0.005;
+
 /// How many MS2 scans are read: enough to see what a method isolates.
 inline constexpr int kScansForWidth = 1000;
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <utility>
 
 #include "score/IsotopeShift.h"
@@ -36,7 +37,7 @@ std::optional<WindowShares> SharesInWindow(std::span<const Peak> peaks, double c
                                            std::span<const Precursor> determined, double tol_ppm) {
   const std::span<const Peak> window = PeaksWithin(peaks, centre_mz, half_width_mz);
   const double total = TotalIntensity(window);
-  if (total <= 0.0) return std::nullopt;
+  if (!(total > 0.0) || !std::isfinite(total)) return std::nullopt;
 
   std::vector<bool> is_explained(window.size(), false);
   double main = 0.0;

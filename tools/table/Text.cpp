@@ -1,6 +1,7 @@
 #include "table/Text.h"
 
 #include <array>
+#include <cmath>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string_view>
@@ -17,8 +18,9 @@ constexpr int kTimeDecimals = 6;
 constexpr int kPpmDecimals = 3;
 constexpr int kShareDecimals = 4;
 
+/// Empty for what is not known or not finite.
 std::string RealText(const std::optional<double>& value, int decimals) {
-  return value ? Fixed(*value, decimals) : std::string();
+  return value && std::isfinite(*value) ? Fixed(*value, decimals) : std::string();
 }
 
 template <class Integer>
@@ -52,10 +54,10 @@ constexpr std::array<Column, 20> kColumns = {{
      [](const PrecursorFact& row) {
        return std::string(row.m_is_determined ? "determined" : "declared");
      }},
-    {"mz", true, [](const PrecursorFact& row) { return Fixed(row.m_mz, kMzDecimals); }},
+    {"mz", true, [](const PrecursorFact& row) { return RealText(row.m_mz, kMzDecimals); }},
     {"charge", true, [](const PrecursorFact& row) { return std::to_string(row.m_charge); }},
     {"neutral_mass", true,
-     [](const PrecursorFact& row) { return Fixed(row.m_neutral_mass_da, kMzDecimals); }},
+     [](const PrecursorFact& row) { return RealText(row.m_neutral_mass_da, kMzDecimals); }},
     {"isotope_shift", true,
      [](const PrecursorFact& row) { return IntegerText(row.m_isotope_shift); }},
     {"ppm_error", true, [](const PrecursorFact& row) { return RealText(row.m_ppm, kPpmDecimals); }},

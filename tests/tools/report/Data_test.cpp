@@ -82,6 +82,12 @@ TEST(SharesInWindow, CountsBothEdgesAndIsotopesWithinTheTolerance) {
   EXPECT_DOUBLE_EQ(shares->m_main, 0.7);  // 40 + 20 + 10 of 100; 501.0 is 7 ppm off an isotope
 }
 
+TEST(SharesInWindow, AreUnknownWhereTheSumIsNotFinite) {
+  const std::vector<Precursor> determined = {{500.0, 2}};
+  const std::vector<Peak> peaks = {{500.0, 1e308}, {500.1, 1e308}};
+  EXPECT_FALSE(SharesInWindow(peaks, 500.0, 1.0, determined, 20.0));
+}
+
 TEST(SharesInWindow, GivesTheLargestAloneAndAllTogetherWithoutCountingAPeakTwice) {
   const std::vector<Precursor> determined = {{500.6, 2}, {500.0, 2}, {500.501675, 3}};
   const auto shares = SharesInWindow(kPeaks, 500.0, 0.8, determined, 20.0);
