@@ -74,7 +74,9 @@ int TryLock(int descriptor) {
 
 // The system's own names, such as /dev/stdout, are links that mean what they lead to.
 bool IsNameOfTheSystem(std::string_view path) {
-  return path.starts_with("/dev/") || path.starts_with("/proc/");
+  // In /dev/shm anybody may put files.
+  return (path.starts_with("/dev/") && !path.starts_with("/dev/shm/")) ||
+         path.starts_with("/proc/");
 }
 
 bool LeadsToDevice(const std::string& path) {
@@ -142,9 +144,11 @@ class SpawnSettings {
   }
 
   void SendOutputsTo(const std::string& path) {
+    // A pipe that cannot be deleted is an error: nobody reads what is written to it.
+    if (IsNamedPipe(path)) static_cast<void>(DeleteFileAt(path));
     static_cast<void>(File::Open(path, "w"));  // replaces a link
     ::posix_spawn_file_actions_addopen(&m_actions, STDOUT_FILENO, path.c_str(),
-                                       O_WRONLY | O_CREAT | O_TRUNC, 0666);
+                                       O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK, 0666);
     ::posix_spawn_file_actions_adddup2(&m_actions, STDOUT_FILENO, STDERR_FILENO);
   }
   void SendOutputsTo(int descriptor) {

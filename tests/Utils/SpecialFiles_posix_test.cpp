@@ -2,8 +2,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <filesystem>
+#include <optional>
+#include <string>
 
 #include "FileUtils.h"
 #include "Platform.h"
@@ -42,6 +45,30 @@ TEST_F(SpecialFiles, APipeAtATemporaryNameIsReplaced) {
   file.TakeName();
   EXPECT_EQ(test::ReadFile(m_directory / "a"), "content");
   EXPECT_TRUE(std::filesystem::is_regular_file(m_directory / "a"));
+}
+
+TEST_F(SpecialFiles, ALinkInSharedMemoryIsReplacedAsElsewhere) {
+  const std::filesystem::path folder = "/dev/shm/tarvek_test_" + std::to_string(::getpid());
+  std::error_code error;
+  if (!std::filesystem::create_directory(folder, error)) GTEST_SKIP() << "no /dev/shm to write in";
+  const std::string victim = m_directory / "victim";
+  test::WriteFile(victim, "victim");
+  std::filesystem::create_symlink(victim, folder / "link");
+  ASSERT_EQ(::mkfifo((folder / "pipe").c_str(), 0600), 0);
+  EXPECT_TRUE(File::Open(folder / "link", "w").Write("content"));
+  EXPECT_TRUE(IsNamedPipe(folder / "pipe"));
+  EXPECT_EQ(test::ReadFile(victim), "victim");
+  EXPECT_EQ(test::ReadFile(folder / "link"), "content");
+  std::filesystem::remove_all(folder);
+}
+
+TEST_F(SpecialFiles, APipeInPlaceOfTheOutputsOfAChildIsReplaced) {
+  BackgroundProcess child = BackgroundProcess::Start({"/bin/echo", "said"}, m_pipe);
+  ASSERT_TRUE(child.IsRunning());
+  std::optional<int> status;
+  while (!(status = child.Poll())) BackgroundProcess::WaitForAny({&child, 1}, 1000);
+  EXPECT_EQ(status, 0);
+  EXPECT_EQ(test::ReadFile(m_pipe), "said\n");
 }
 
 TEST_F(SpecialFiles, ADeviceIsReadByItsOwnNameAlone) {
