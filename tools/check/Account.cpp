@@ -110,7 +110,8 @@ void CheckAccount::TakeFragment(const FragmentFacts& fragment, std::span<const P
   if (std::fabs(fragment.m_centre_mz) < kZeroTolerance) m_without_centre.Add(fragment.m_scan_no);
   m_highest_centre_mz = std::max(m_highest_centre_mz, fragment.m_centre_mz);
   TakeCharge(fragment);
-  if (fragment.m_isolation_mz) ++m_widths[std::llround(*fragment.m_isolation_mz * 100.0)];
+  if (fragment.m_isolation_mz.value_or(0.0) >= kLeastWidth)
+    ++m_widths[std::llround(*fragment.m_isolation_mz * 100.0)];
 }
 
 void CheckAccount::TakeCharge(const FragmentFacts& fragment) {

@@ -6,6 +6,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <unordered_set>
 #include <vector>
 
@@ -156,25 +157,33 @@ class ScansWithoutPeaks {
  public:
   ScansWithoutPeaks(CheckAccount& account, const std::vector<std::int32_t>& scans,
                     bool is_fragments)
-      : m_account(&account), m_scans(scans), m_is_fragments(is_fragments) {}
+      : m_account(&account), m_scans(scans), m_is_fragments(is_fragments) {
+    for (const std::int32_t scan : scans) ++m_left[scan];
+  }
 
   void TakeDelivered(std::int32_t scan_no) {
+    // A line with a zero byte may hide scans from the look. Those are not searched for each time.
+    const auto left = m_left.find(scan_no);
+    if (left == m_left.end() || left->second == 0) return;
     const auto place = std::ranges::find(m_scans, scan_no);
-    if (place == m_scans.end()) return;
     LeaveOutUntil(place);
+    --left->second;
     m_scans = {place + 1, m_scans.end()};
   }
   void TakeEnd() { LeaveOutUntil(m_scans.end()); }
 
  private:
   void LeaveOutUntil(std::span<const std::int32_t>::iterator end) {
-    for (auto scan = m_scans.begin(); scan != end; ++scan)
+    for (auto scan = m_scans.begin(); scan != end; ++scan) {
+      --m_left[*scan];
       m_account->LeaveOut(m_is_fragments ? "MS2 scans without peaks" : "MS1 scans without peaks",
                           *scan, m_is_fragments);
+    }
   }
 
   CheckAccount* m_account;
-  std::span<const std::int32_t> m_scans;  // that are still to come
+  std::span<const std::int32_t> m_scans;                  // that are still to come
+  std::unordered_map<std::int32_t, std::int64_t> m_left;  // how often each is still to come
   bool m_is_fragments;
 };
 

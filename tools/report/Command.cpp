@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -78,6 +79,8 @@ ScanPageOutcome WriteScanPage(const std::string& base_path, const std::string& o
     outcome.m_why_not = why;
   } catch (const std::string& why) {  // of the file helpers
     outcome.m_why_not = why;
+  } catch (const std::bad_alloc&) {
+    outcome.m_why_not = kNoMemory;
   } catch (const std::exception& error) {
     outcome.m_why_not = error.what();
   }
@@ -153,6 +156,8 @@ BatchRun TryRun(const std::string& base_path, const std::string& out_folder,
     return ReportRun(base_path, out_folder, options);
   } catch (const std::string& message) {  // of the file helpers
     why = message;
+  } catch (const std::bad_alloc&) {
+    why = base_path + ": " + std::string(kNoMemory);
   } catch (const std::exception& error) {
     why = error.what();
   }

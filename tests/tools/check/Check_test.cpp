@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <nlohmann/json.hpp>
@@ -351,6 +352,25 @@ TEST(CheckTextInput, ScansWithoutPeaksAreThoseThatTheReaderPassesOver) {
   EXPECT_EQ(item.m_left_out.begin()->first, "MS2 scans without peaks");
   EXPECT_EQ(item.m_left_out.begin()->second.m_count, 4);
   EXPECT_EQ(item.m_left_out.begin()->second.m_first_scan, 2);
+}
+
+// A zero byte ends a line for the reader of spectra alone, which then sees a scan more.
+TEST(CheckTextInput, HiddenScansTakeTimeInProportion) {
+  const TemporaryDirectory directory;
+  WriteFile(directory / "run.ms1", kSurveyText);
+  const auto seconds_of = [&](int hidden) {
+    std::string text = FragmentText(2);
+    for (int i = 0; i < hidden; ++i)
+      text.append("X").append(1, '\0').append("\nS\t" + std::to_string(7 + i % 2) + "\n1 1\n");
+    for (int i = 0; i < 6 * hidden; ++i) text += "S\t" + std::to_string(3 + i % 2) + "\n";
+    WriteFile(directory / "run.ms2", text);
+    const std::clock_t start = std::clock();
+    CheckReport report;
+    CheckTextInput(report, directory / "run.ms1", {});
+    return static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
+  };
+  const double once = std::min(seconds_of(20'000), seconds_of(20'000));
+  EXPECT_LT(seconds_of(80'000), 9.0 * once + 0.2);  // sixteen times with the square
 }
 
 using tarvek::test::BinaryScan;
