@@ -48,6 +48,11 @@ void CheckXmlText(std::size_t bytes, std::string_view what) {
         " bytes, which cannot be";
 }
 
+std::int64_t MostElements(std::int64_t stored_bytes) {
+  constexpr std::int64_t kFree = 2'000'000;
+  return stored_bytes <= 0 ? std::numeric_limits<std::int64_t>::max() : kFree + stored_bytes;
+}
+
 XmlResultLimits::XmlResultLimits(std::int64_t stored_bytes)
     : m_most_kept(MostKept(stored_bytes)),
       m_most_matches(MostMatches(stored_bytes)),

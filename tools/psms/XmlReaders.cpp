@@ -444,6 +444,8 @@ class RootHandler final : public XmlHandler {
 
   void OnStoredBytes(std::int64_t bytes) override { m_stored_bytes = bytes; }
   void OnStart(std::string_view name, const XmlAttributes& attributes) override {
+    if (++m_elements > MostElements(m_stored_bytes))
+      throw std::string("the file has more elements than one of its size can");
     if (!m_handler) m_handler = HandlerOf(name);
     m_handler->OnStart(name, attributes);
   }
@@ -460,7 +462,7 @@ class RootHandler final : public XmlHandler {
   }
 
   std::string m_path;
-  std::int64_t m_stored_bytes = 0;
+  std::int64_t m_stored_bytes = 0, m_elements = 0;
   const MatchTaker* m_take;
   std::unique_ptr<XmlHandler> m_handler;
 };

@@ -143,6 +143,14 @@ TEST_F(PsmsBoundedWork, RefusesMoreMatchesThanAFileOfItsSizeCanHave) {
   ExpectError(Mzid("", results), "the file has more matches than one of its size can");
 }
 
+// From the reference to a character on, the slower parser reads.
+TEST_F(PsmsBoundedWork, RefusesMoreElementsThanAFileOfItsSizeCanHave) {
+  const std::string error = "the file has more elements than one of its size can";
+  ExpectError(Mzid(Repeated("<a/>", 3'000'000), ""), error);
+  ExpectError(Mzid("<a>&#65;</a>" + Repeated("<a/>", 3'000'000), ""), error);
+  EXPECT_EQ(Count(Mzid(Repeated("<a/>", 1'900'000), "")).m_exit_status, 0);
+}
+
 TEST_F(PsmsBoundedWork, RefusesMoreMatchesThanASpectrumCanHave) {
   const std::string error = "the matches of a spectrum take more than 48 MB, which cannot be";
   ExpectError(Mzid("", Result(1, Repeated(Item(""), 1'000)), std::string(50'000, 'A')), error);
