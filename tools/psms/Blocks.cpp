@@ -10,6 +10,7 @@
 #include "mgf/Profiles.h"
 #include "psms/Peptide.h"
 #include "psms/Readers.h"
+#include "psms/ResultLimits.h"
 
 namespace tarvek::tools {
 namespace {
@@ -123,33 +124,46 @@ class BestOfSpectrum {
       m_key = SequenceKey(match.m_sequence);
       best = match;
       m_has_match = true;
+      m_is_merged = false;
       return;
     }
     const std::uint64_t key = SequenceKey(match.m_sequence);
     if (key == m_key && match.Cost() == best.Cost()) {
-      for (const std::string& protein : match.m_proteins)
-        if (std::ranges::find(best.m_proteins, protein) == best.m_proteins.end())
-          best.m_proteins.push_back(protein);
+      best.m_proteins.insert(best.m_proteins.end(), match.m_proteins.begin(),
+                             match.m_proteins.end());
+      m_is_merged = true;
+      // Not for each match, which would take long.
+      if (best.m_proteins.size() > 2 * kMostProteins) RemoveRepeatedProteins();
       best.m_is_called_decoy = best.m_is_called_decoy && match.m_is_called_decoy;
     } else if (match.Cost() < best.Cost() || (match.Cost() == best.Cost() && key < m_key)) {
       m_key = key;
       best = match;
+      m_is_merged = false;
     }
   }
 
   void Finish() {
     if (!m_has_match) return;
     m_has_match = false;
+    if (m_is_merged) RemoveRepeatedProteins();
     m_joiner.Join(m_joined);
     (*m_take)(m_joined);
   }
 
  private:
+  void RemoveRepeatedProteins() {
+    EngineMatch& best = m_joined.m_match;
+    RemoveRepeats(best.m_proteins);
+    if (best.m_proteins.size() <= kMostProteins) return;
+    const std::int64_t spectrum = best.m_scan_no > 0 ? best.m_scan_no : best.m_place;
+    throw ResultFault{"spectrum " + std::to_string(spectrum) + ": " + TooManyProteins()};
+  }
+
   Joiner m_joiner;
   const JoinedTaker* m_take;
   JoinedMatch m_joined;
   std::uint64_t m_key = 0;  // of its sequence
-  bool m_has_match = false;
+  bool m_has_match = false, m_is_merged = false;
 };
 
 }  // namespace
@@ -192,12 +206,16 @@ std::int64_t ReadBlocks(const std::vector<std::string>& paths, const PrecursorSo
   std::int64_t rows = 0;
   for (const std::string& path : paths) {
     BestOfSpectrum best(precursors, paths.size() == 1, take);
-    ReadMatches(path, [&](EngineMatch& match) {
-      ++rows;
-      CutRunName(match.m_run);
-      best.Add(match);
-    });
-    best.Finish();
+    try {
+      ReadMatches(path, [&](EngineMatch& match) {
+        ++rows;
+        CutRunName(match.m_run);
+        best.Add(match);
+      });
+      best.Finish();
+    } catch (const ResultFault& fault) {
+      throw path + ": " + fault.m_text;
+    }
   }
   return rows;
 }

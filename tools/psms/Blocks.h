@@ -2,7 +2,8 @@
 // Does:     groups consecutive matches of one spectrum, keeps the best with all proteins of its
 //           peptide, and finds its scan and its precursor.
 // Owns:     one match.
-// Throws:   what ReadMatches throws; a std::string when a map does not belong to a result.
+// Throws:   what ReadMatches throws; a std::string when a map does not belong to a result, and for a
+//           match of too many proteins.
 // Not here: matches of one spectrum that are apart, as with a separate decoy file; the competition
 //           (psms/Competition.h) brings them together.
 #pragma once
@@ -46,6 +47,11 @@ struct MassError {
   double m_ppm = 0.0;
 };
 MassError MassErrorOf(const EngineMatch& match);
+
+/// A message about the result that is being read, to which ReadBlocks adds its path.
+struct ResultFault {
+  std::string m_text;
+};
 
 using JoinedTaker = std::function<void(const JoinedMatch&)>;
 

@@ -56,6 +56,9 @@ struct Collected {
   bool m_has_decoys = false;
 };
 
+// 250 bytes for each of as many runs as can be numbered.
+constexpr std::size_t kMostRunBytes = std::size_t{16} << 20;
+
 struct Counts {
   AcceptedSummary m_summary;
   std::int64_t m_proteins = 0;
@@ -76,7 +79,7 @@ class Collector {
     const EngineMatch& match = joined.m_match;
     CheckScores(match.m_scores);
     if (m_data.m_contenders.size() == std::numeric_limits<std::uint32_t>::max())
-      throw std::string("more spectra than can be counted");
+      throw ResultFault{"more spectra than can be counted"};
     const bool is_decoy =
         m_decoys.AreDecoys(match.m_proteins) || (!m_has_prefix && match.m_is_called_decoy);
     Contender contender;
@@ -112,8 +115,10 @@ class Collector {
         m_numbers.try_emplace(run, static_cast<std::uint16_t>(m_data.m_runs.size()));
     if (is_new) {
       if (m_data.m_runs.size() > std::numeric_limits<std::uint16_t>::max())
-        throw std::string("more than 65,536 runs");
+        throw ResultFault{"more than 65,536 runs"};
       m_data.m_runs.push_back(Shown(run));
+      m_run_bytes += m_data.m_runs.back().size();
+      if (m_run_bytes > kMostRunBytes) throw ResultFault{"more than 16 MB of names of runs"};
     }
     return m_last_run = entry->second;
   }
@@ -122,6 +127,7 @@ class Collector {
   bool m_has_prefix;
   Collected m_data;
   std::map<std::string, std::uint16_t> m_numbers;
+  std::size_t m_run_bytes = 0;  // of their names
   std::uint16_t m_last_run = 0;
 };
 
@@ -245,15 +251,18 @@ void AppendCell(std::string& text, const std::string& cell, std::size_t width) {
 void AppendCounts(std::string& text, const std::string& name, std::size_t width,
                   const AcceptedCounts& counts, const std::string& proteins) {
   constexpr std::size_t kCountWidth = 10;
-  AppendCell(text, name, width);
+  AppendCell(text, name + "  ", width);
   for (const std::int64_t count : {counts.m_scans, counts.m_matches, counts.m_peptides})
     AppendCell(text, std::to_string(count), kCountWidth);
   text.append(proteins).append("\n");
 }
 
 void PrintText(const Counts& counts, const Collected& collected, const PsmsOptions& options) {
+  // One long name must not widen the lines of all.
+  constexpr std::size_t kMostWidth = 200;
   std::size_t width = 5;
-  for (const std::string& run : collected.m_runs) width = std::max(width, run.size() + 2);
+  for (const std::string& run : collected.m_runs)
+    width = std::max(width, std::min(run.size() + 2, kMostWidth));
   std::string text = std::to_string(collected.m_rows) + " rows, " +
                      std::to_string(collected.m_blocks) + " spectra; accepted at a rate of " +
                      ExactText(options.m_fdr) + ":\n";

@@ -1,15 +1,19 @@
 // tools/psms/Peptide.h: the names of peptides and proteins, compared.
 // Does:     extracts the letters of a peptide with modifications; turns texts into numbers to
-//           compare them; recognises decoys by the names of their proteins.
+//           compare them; removes repeated names; recognises decoys by the names of their proteins.
 // Throws:   nothing but std::bad_alloc.
 // Not here: what decoys are for (psms/Competition.h).
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_set>
+#include <utility>
 #include <vector>
 
 namespace tarvek::tools {
@@ -29,6 +33,27 @@ std::uint64_t JoinedKey(std::uint64_t key, std::uint64_t other);
 
 /// The key of a sequence; isoleucine and leucine, which have one mass, count as equal.
 std::uint64_t SequenceKey(std::string_view sequence);
+
+/// Removes the names that an earlier one equals; the others keep their order. Linear in the number of
+/// names. Name: a std::string or a std::string_view.
+template <class Name>
+void RemoveRepeats(std::vector<Name>& names) {
+  constexpr std::size_t kFew = 16;
+  std::vector<bool> is_repeat(names.size());
+  std::unordered_set<std::string_view> many;
+  for (std::size_t i = 0; i < names.size(); ++i)
+    is_repeat[i] = names.size() > kFew
+                       ? !many.insert(names[i]).second
+                       : std::find(names.begin(), names.begin() + static_cast<std::ptrdiff_t>(i),
+                                   names[i]) != names.begin() + static_cast<std::ptrdiff_t>(i);
+  std::size_t kept = 0;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (is_repeat[i]) continue;
+    if (kept != i) names[kept] = std::move(names[i]);
+    ++kept;
+  }
+  names.resize(kept);
+}
 
 /// Recognises decoys by the beginning of their protein names.
 class DecoyNames {

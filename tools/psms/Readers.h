@@ -3,7 +3,8 @@
 //           order of the file. Keeps no match.
 // Owns:     the proteins and peptides of an mzIdentML file, which come before the matches.
 // Throws:   a std::string naming file and line ("PATH, line N: ..." of a table, "PATH: line N, byte B:
-//           ..." of XML) for what cannot be read, or only the file when its kind is unknown.
+//           ..." of XML) for what cannot be read and for more than any result has (psms/ResultLimits.h),
+//           or only the file when its kind is unknown.
 // Not here: using the matches (psms/Blocks.h). The files: docs/psms.md.
 #pragma once
 

@@ -16,6 +16,7 @@
 #include "TableReader.h"
 #include "psms/Peptide.h"
 #include "psms/Readers.h"
+#include "psms/ResultLimits.h"
 
 namespace tarvek::tools {
 namespace {
@@ -84,8 +85,11 @@ class ResultTable {
     const std::string_view line = m_line;
     std::size_t begin = 0;
     for (std::size_t tab = 0; (tab = line.find('\t', begin)) != std::string_view::npos;
-         begin = tab + 1)
+         begin = tab + 1) {
       m_fields.push_back(line.substr(begin, tab - begin));
+      if (m_fields.size() == kMostFields)
+        Fail("more than " + std::to_string(kMostFields) + " fields, which cannot be.");
+    }
     m_fields.push_back(line.substr(begin));
   }
 
@@ -100,12 +104,15 @@ std::string StemOf(std::string_view path) {
   return std::string(name.substr(0, name.rfind('.')));
 }
 
-// Into existing strings, to reuse their memory.
-void SplitInto(std::vector<std::string>& parts, std::string_view text, char delim) {
+// The proteins in a field, into existing strings, to reuse their memory.
+void SplitInto(std::vector<std::string>& parts, const ResultTable& table, std::size_t column,
+               char delim) {
+  const std::string_view text = table.Text(column);
   std::size_t count = 0;
   const auto add = [&](std::string_view part) {
     part = Trim(part);
     if (part.empty()) return;
+    if (count == kMostProteins) table.Fail(TooManyProteins() + ".");
     if (count < parts.size())
       parts[count] = part;
     else
@@ -121,6 +128,7 @@ void SplitInto(std::vector<std::string>& parts, std::string_view text, char deli
 }
 
 void CheckWhole(const ResultTable& table, const EngineMatch& match) {
+  if (match.m_proteins.size() > kMostProteins) table.Fail(TooManyProteins() + ".");
   if (match.m_charge <= 0) table.Fail("a match without a charge.");
   if (const std::string why = WhyNoSequence(match.m_sequence); !why.empty()) table.Fail(why + ".");
 }
@@ -173,7 +181,7 @@ void ReadCometText(const std::string& path, const MatchTaker& take) {
     match.m_second_score = table.Real(second);
     match.m_sequence = table.Text(sequence);
     match.m_peptide = table.Text(peptide);
-    SplitInto(match.m_proteins, table.Text(proteins), ',');
+    SplitInto(match.m_proteins, table, proteins, ',');
     CheckWhole(table, match);
     take(match);
   }
@@ -259,7 +267,7 @@ void ReadMsFragger(const std::string& path, const MatchTaker& take) {
     // A protein is given with its description.
     match.m_proteins.assign(1, std::string(TokenAt(table.Text(proteins), ' ', 0)));
     if (has_more)
-      SplitInto(others, table.Text(more),
+      SplitInto(others, table, more,
                 table.Text(more).find(';') == std::string_view::npos ? ',' : ';');
     for (const std::string& other : others) match.m_proteins.emplace_back(TokenAt(other, ' ', 0));
     CheckWhole(table, match);
@@ -303,15 +311,16 @@ void ReadSage(const std::string& path, const MatchTaker& take) {
     match.m_second_score = table.Real(second);
     match.m_peptide = table.Text(peptide);
     match.m_sequence = SequenceOf(match.m_peptide);
-    SplitInto(match.m_proteins, table.Text(proteins), ';');
+    SplitInto(match.m_proteins, table, proteins, ';');
     CheckWhole(table, match);
     take(match);
   }
 }
 
 // "sp|P1|A(pre=K,post=R);sp|P2|B(pre=K,post=-)", or one name.
-void TakeMsGfProteins(std::vector<std::string>& proteins, std::string_view text) {
-  SplitInto(proteins, text, ';');
+void TakeMsGfProteins(std::vector<std::string>& proteins, const ResultTable& table,
+                      std::size_t column) {
+  SplitInto(proteins, table, column, ';');
   for (std::string& protein : proteins) {
     const std::size_t flanks = protein.find("(pre=");
     if (flanks != std::string::npos) protein.resize(flanks);
@@ -356,7 +365,7 @@ void ReadMsGf(const std::string& path, const MatchTaker& take) {
     match.m_second_score = table.Real(second);
     match.m_peptide = table.Text(peptide);
     match.m_sequence = SequenceOf(match.m_peptide);
-    TakeMsGfProteins(match.m_proteins, table.Text(proteins));
+    TakeMsGfProteins(match.m_proteins, table, proteins);
     CheckWhole(table, match);
     take(match);
   }

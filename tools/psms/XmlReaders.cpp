@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <optional>
@@ -16,6 +17,7 @@
 #include "XmlStream.h"
 #include "psms/Peptide.h"
 #include "psms/Readers.h"
+#include "psms/ResultLimits.h"
 
 namespace tarvek::tools {
 namespace {
@@ -26,8 +28,9 @@ using extractor::XmlHandler;
 constexpr EngineScores kXtandem = {"X!Tandem", "expect", true, "hyperscore"};
 
 void GiveMatchesOf(const EngineMatch& spectrum, std::vector<EngineMatch>& matches,
-                   const MatchTaker& take) {
+                   XmlResultLimits& limits, const MatchTaker& take) {
   for (EngineMatch& match : matches) {
+    limits.HoldText(spectrum.m_run.size() + spectrum.m_title.size());
     match.m_run = spectrum.m_run;
     match.m_title = spectrum.m_title;
     match.m_scan_no = spectrum.m_scan_no;
@@ -35,7 +38,59 @@ void GiveMatchesOf(const EngineMatch& spectrum, std::vector<EngineMatch>& matche
     match.m_index = spectrum.m_index;
     take(match);
   }
+  limits.EndSpectrum();
 }
+
+/// The text of an element, which may come in many pieces.
+void AppendText(std::string& all, std::string_view piece, std::string_view what) {
+  CheckXmlText(all.size() + piece.size(), what);
+  all += piece;
+}
+
+constexpr std::string_view kPeptide = "a peptide", kTitle = "a title";
+
+void TakeXmlTitle(EngineMatch& match, std::string_view title) {
+  CheckXmlText(title.size(), kTitle);
+  TakeTitle(match, title);
+}
+
+/// The modifications of a peptide.
+class Modifications {
+ public:
+  void Clear() {
+    m_all.clear();
+    m_text_bytes = 0;
+  }
+
+  /// place: of the letter before it, from 0; -1 at the front.
+  void Add(std::int64_t place, std::string_view text) {
+    m_text_bytes += text.size() + 2;
+    CheckXmlText(m_text_bytes, kPeptide);
+    m_all.emplace_back(place, text);
+  }
+
+  /// The sequence, with each in brackets.
+  [[nodiscard]] std::string WithThem(std::string_view sequence) {
+    std::ranges::stable_sort(m_all, {}, &std::pair<std::int64_t, std::string>::first);
+    std::string modified;
+    modified.reserve(sequence.size() + m_text_bytes);
+    std::size_t next = 0;
+    const auto add_to = [&](std::int64_t last) {
+      for (; next < m_all.size() && m_all[next].first <= last; ++next)
+        modified += '[' + m_all[next].second + ']';
+    };
+    add_to(-1);
+    for (std::int64_t i = 0; i < std::ssize(sequence); ++i) {
+      modified += sequence[static_cast<std::size_t>(i)];
+      add_to(i);
+    }
+    return modified;
+  }
+
+ private:
+  std::vector<std::pair<std::int64_t, std::string>> m_all;
+  std::size_t m_text_bytes = 0;
+};
 
 // The XML reader adds the place in the file to these messages.
 double RealOf(const XmlAttributes& attributes, std::string_view name) {
@@ -63,7 +118,8 @@ std::string StemOf(std::string_view path) {
 /// them the title.
 class XtandemHandler final : public XmlHandler {
  public:
-  XtandemHandler(const std::string& path, const MatchTaker& take) : m_take(&take) {
+  XtandemHandler(const std::string& path, std::int64_t stored_bytes, const MatchTaker& take)
+      : m_limits(stored_bytes), m_take(&take) {
     m_spectrum.m_run = StemOf(path);
     m_spectrum.m_scores = kXtandem;
   }
@@ -89,7 +145,7 @@ class XtandemHandler final : public XmlHandler {
   }
 
   void OnText(std::string_view text) override {
-    if (m_is_title) m_text += text;
+    if (m_is_title) AppendText(m_text, text, kTitle);
   }
 
   void OnEnd(std::string_view name) override {
@@ -116,9 +172,10 @@ class XtandemHandler final : public XmlHandler {
     m_domain.m_score = RealOf(attributes, "expect");
     m_domain.m_second_score = RealOf(attributes, "hyperscore");
     m_domain.m_calculated_mass_da = RealOf(attributes, "mh") - kProtonMass;
+    CheckXmlText(attributes.Get("seq").size(), kPeptide);
     m_domain.m_sequence = attributes.Get("seq");
     m_domain_start = IntegerOf(attributes, "start");
-    m_modifications.clear();
+    m_modifications.Clear();
     m_domain.m_proteins = {m_protein};
     if (std::string why = WhyNoSequence(m_domain.m_sequence); !why.empty()) throw why;
   }
@@ -126,18 +183,13 @@ class XtandemHandler final : public XmlHandler {
   // Places count within the protein.
   void AddModification(const XmlAttributes& attributes) {
     const std::int64_t place = IntegerOf(attributes, "at") - m_domain_start;
-    m_modifications.emplace_back(place, attributes.Get("modified"));
+    m_modifications.Add(std::max(place, std::int64_t{0}), attributes.Get("modified"));
   }
 
   void EndDomain() {
-    std::ranges::stable_sort(m_modifications, {}, &std::pair<std::int64_t, std::string>::first);
-    m_domain.m_peptide.clear();
-    std::size_t next = 0;
-    for (std::int32_t i = 0; i < std::ssize(m_domain.m_sequence); ++i) {
-      m_domain.m_peptide += m_domain.m_sequence[static_cast<std::size_t>(i)];
-      for (; next < m_modifications.size() && m_modifications[next].first <= i; ++next)
-        m_domain.m_peptide += '[' + m_modifications[next].second + ']';
-    }
+    m_domain.m_peptide = m_modifications.WithThem(m_domain.m_sequence);
+    m_limits.Hold(m_domain);
+    m_limits.HoldProtein(m_domain.m_proteins.front());
     m_best.push_back(m_domain);
   }
 
@@ -145,21 +197,22 @@ class XtandemHandler final : public XmlHandler {
   void EndTitle() {
     std::string_view title = m_text;
     title = Trim(title.substr(0, title.find(" RTINSECONDS=")));
-    TakeTitle(m_spectrum, title);
+    TakeXmlTitle(m_spectrum, title);
   }
 
   void EndSpectrum() {
     m_is_model = false;
-    GiveMatchesOf(m_spectrum, m_best, *m_take);
+    GiveMatchesOf(m_spectrum, m_best, m_limits, *m_take);
   }
 
+  XmlResultLimits m_limits;
   const MatchTaker* m_take;
   int m_depth = 0;  // of groups
   bool m_is_model = false, m_is_title = false;
   std::string m_protein, m_text;
   EngineMatch m_spectrum, m_domain;
   std::int64_t m_domain_start = 0;
-  std::vector<std::pair<std::int64_t, std::string>> m_modifications;
+  Modifications m_modifications;
   std::vector<EngineMatch> m_best;  // of the current spectrum
 };
 
@@ -195,27 +248,29 @@ const KnownScore* FindScore(std::string_view accession) {
 /// with an item for each match.
 class MzidHandler final : public XmlHandler {
  public:
-  MzidHandler(const std::string& path, const MatchTaker& take) : m_take(&take) {
+  MzidHandler(const std::string& path, std::int64_t stored_bytes, const MatchTaker& take)
+      : m_limits(stored_bytes), m_take(&take) {
     m_path_run = StemOf(path);
   }
 
   void OnStart(std::string_view name, const XmlAttributes& attributes) override {
     if (name == "DBSequence") {
-      m_proteins.emplace(attributes.Get("id"), attributes.Get("accession"));
+      Keep(m_proteins, attributes.Get("id"), std::string(attributes.Get("accession")),
+           attributes.Get("accession").size());
     } else if (name == "Peptide") {
       m_peptide_id = attributes.Get("id");
       m_peptide = {};
     } else if (name == "Modification" && !m_peptide_id.empty()) {
       const std::string_view delta = attributes.Get("monoisotopicMassDelta");
-      m_modifications.emplace_back(IntegerOf(attributes, "location"), delta);
+      m_modifications.Add(IntegerOf(attributes, "location") - std::int64_t{1}, delta);
     } else if (name == "PeptideSequence") {
       m_is_text = !m_peptide_id.empty();
       m_text.clear();
     } else if (name == "PeptideEvidence") {
       AddEvidence(attributes);
     } else if (name == "SpectraData") {
-      m_files.emplace(attributes.Get("id"),
-                      StemOf(attributes.Get("location")).substr(0, kMostRunNameBytes));
+      Keep(m_files, attributes.Get("id"),
+           StemOf(attributes.Get("location")).substr(0, kMostRunNameBytes), kMostRunNameBytes);
     } else if (name == "SpectrumIdentificationResult") {
       StartResult(attributes);
     } else if (name == "SpectrumIdentificationItem") {
@@ -228,7 +283,7 @@ class MzidHandler final : public XmlHandler {
   }
 
   void OnText(std::string_view text) override {
-    if (m_is_text) m_text += text;
+    if (m_is_text) AppendText(m_text, text, kPeptide);
   }
 
   void OnEnd(std::string_view name) override {
@@ -244,35 +299,33 @@ class MzidHandler final : public XmlHandler {
     std::string m_modified;
   };
   struct Evidence {
-    std::string m_protein;
+    const std::string* m_protein;  // in m_proteins
     bool m_is_decoy = false;
   };
+
+  /// An entry with texts of so many bytes besides its id. The first one of an id stays.
+  template <class Entries, class Value>
+  void Keep(Entries& entries, std::string_view id, Value value, std::size_t text_bytes) {
+    if (entries.emplace(id, std::move(value)).second)
+      m_limits.Keep(sizeof(typename Entries::value_type) + id.size() + text_bytes);
+  }
 
   void AddEvidence(const XmlAttributes& attributes) {
     const auto protein = m_proteins.find(std::string(attributes.Get("dBSequence_ref")));
     if (protein == m_proteins.end())
       throw "an evidence names the protein '" + std::string(attributes.Get("dBSequence_ref")) +
           "', which is not there";
-    m_evidences.emplace(attributes.Get("id"),
-                        Evidence{protein->second, attributes.Get("isDecoy") == "true" ||
-                                                      attributes.Get("isDecoy") == "1"});
+    const std::string_view is_decoy = attributes.Get("isDecoy");
+    Keep(m_evidences, attributes.Get("id"),
+         Evidence{&protein->second, is_decoy == "true" || is_decoy == "1"}, 0);
   }
 
   // A location counts from 1; 0 is the N-terminus.
   void EndPeptide() {
-    std::ranges::stable_sort(m_modifications, {}, &std::pair<std::int64_t, std::string>::first);
-    std::size_t next = 0;
-    const auto add = [&](std::int32_t last) {
-      for (; next < m_modifications.size() && m_modifications[next].first <= last; ++next)
-        m_peptide.m_modified += '[' + m_modifications[next].second + ']';
-    };
-    add(0);
-    for (std::int32_t i = 0; i < std::ssize(m_peptide.m_sequence); ++i) {
-      m_peptide.m_modified += m_peptide.m_sequence[static_cast<std::size_t>(i)];
-      add(i + 1);
-    }
-    m_modifications.clear();
-    m_peptides.emplace(std::exchange(m_peptide_id, {}), std::move(m_peptide));
+    m_peptide.m_modified = m_modifications.WithThem(m_peptide.m_sequence);
+    m_modifications.Clear();
+    const std::size_t bytes = m_peptide.m_sequence.size() + m_peptide.m_modified.size();
+    Keep(m_peptides, std::exchange(m_peptide_id, {}), std::move(m_peptide), bytes);
   }
 
   void StartResult(const XmlAttributes& attributes) {
@@ -288,12 +341,13 @@ class MzidHandler final : public XmlHandler {
     const std::size_t scan = id.rfind("scan=");
     if (scan != std::string_view::npos)
       m_spectrum.m_scan_no = NumberOrUnknown(ScanInteger(id.substr(scan + 5)).m_value);
-    TakeTitle(m_spectrum, id);
+    TakeXmlTitle(m_spectrum, id);
     if (m_spectrum.m_index < 0) m_spectrum.m_title.clear();
   }
 
   void StartItem(const XmlAttributes& attributes) {
     m_item = {};
+    m_item_proteins.clear();
     m_score = nullptr;
     m_is_item = true;
     m_are_decoys = true;
@@ -321,10 +375,17 @@ class MzidHandler final : public XmlHandler {
     const auto evidence = m_evidences.find(std::string(reference));
     if (evidence == m_evidences.end())
       throw "a match names the evidence '" + std::string(reference) + "', which is not there";
-    const std::string& protein = evidence->second.m_protein;
-    if (std::ranges::find(m_item.m_proteins, protein) == m_item.m_proteins.end())
-      m_item.m_proteins.push_back(protein);
+    if (!m_is_item) return;
+    m_limits.Repeat(evidence->second.m_protein->size());
+    m_item_proteins.emplace_back(*evidence->second.m_protein);
+    // Not for each protein, which would take long.
+    if (m_item_proteins.size() > 2 * kMostProteins) RemoveRepeatedProteins();
     m_are_decoys = m_are_decoys && evidence->second.m_is_decoy;
+  }
+
+  void RemoveRepeatedProteins() {
+    RemoveRepeats(m_item_proteins);
+    if (m_item_proteins.size() > kMostProteins) throw TooManyProteins();
   }
 
   void TakeTerm(const XmlAttributes& attributes) {
@@ -336,7 +397,7 @@ class MzidHandler final : public XmlHandler {
       m_item.m_score = RealOf(attributes, "value");
       m_item.m_scores = score->m_scores;
     } else if (m_is_result && accession == "MS:1000796") {  // spectrum title
-      TakeTitle(m_spectrum, attributes.Get("value"));
+      TakeXmlTitle(m_spectrum, attributes.Get("value"));
     } else if (m_is_result && accession == "MS:1001115" && m_spectrum.m_scan_no == 0) {
       m_spectrum.m_scan_no =
           NumberOrUnknown(ScanInteger(attributes.Get("value")).m_value);  // scan number(s)
@@ -346,6 +407,10 @@ class MzidHandler final : public XmlHandler {
   void EndItem() {
     m_is_item = false;
     if (m_score == nullptr) throw std::string("a match without a score that is known here");
+    RemoveRepeatedProteins();
+    m_limits.Hold(m_item);
+    for (const std::string_view protein : m_item_proteins) m_limits.HoldProtein(protein);
+    m_item.m_proteins.assign(m_item_proteins.begin(), m_item_proteins.end());
     m_item.m_is_called_decoy = m_are_decoys && !m_item.m_proteins.empty();
     m_items.push_back(std::move(m_item));
   }
@@ -354,17 +419,19 @@ class MzidHandler final : public XmlHandler {
     m_is_result = false;
     if (m_spectrum.m_scan_no == 0 && m_spectrum.m_place == 0)
       throw "the spectrum '" + m_spectrum_id + "' has neither a scan number nor a title of tarvek";
-    GiveMatchesOf(m_spectrum, m_items, *m_take);
+    GiveMatchesOf(m_spectrum, m_items, m_limits, *m_take);
   }
 
+  XmlResultLimits m_limits;
   const MatchTaker* m_take;
   std::string m_path_run, m_text, m_peptide_id, m_spectrum_id;
   std::unordered_map<std::string, std::string> m_proteins, m_files;
   std::unordered_map<std::string, Peptide> m_peptides;
   std::unordered_map<std::string, Evidence> m_evidences;
   Peptide m_peptide;
-  std::vector<std::pair<std::int64_t, std::string>> m_modifications;
+  Modifications m_modifications;
   EngineMatch m_spectrum, m_item;
+  std::vector<std::string_view> m_item_proteins;  // in m_proteins
   std::vector<EngineMatch> m_items;
   const KnownScore* m_score = nullptr;
   bool m_is_text = false, m_is_result = false, m_is_item = false, m_are_decoys = false;
@@ -375,7 +442,10 @@ class RootHandler final : public XmlHandler {
  public:
   RootHandler(const std::string& path, const MatchTaker& take) : m_path(path), m_take(&take) {}
 
+  void OnStoredBytes(std::int64_t bytes) override { m_stored_bytes = bytes; }
   void OnStart(std::string_view name, const XmlAttributes& attributes) override {
+    if (++m_elements > MostElements(m_stored_bytes))
+      throw std::string("the file has more elements than one of its size can");
     if (!m_handler) m_handler = HandlerOf(name);
     m_handler->OnStart(name, attributes);
   }
@@ -386,12 +456,13 @@ class RootHandler final : public XmlHandler {
 
  private:
   [[nodiscard]] std::unique_ptr<XmlHandler> HandlerOf(std::string_view root) const {
-    if (root == "bioml") return std::make_unique<XtandemHandler>(m_path, *m_take);
-    if (root == "MzIdentML") return std::make_unique<MzidHandler>(m_path, *m_take);
+    if (root == "bioml") return std::make_unique<XtandemHandler>(m_path, m_stored_bytes, *m_take);
+    if (root == "MzIdentML") return std::make_unique<MzidHandler>(m_path, m_stored_bytes, *m_take);
     throw "neither X!Tandem's XML nor mzIdentML: the root element is " + std::string(root);
   }
 
   std::string m_path;
+  std::int64_t m_stored_bytes = 0, m_elements = 0;
   const MatchTaker* m_take;
   std::unique_ptr<XmlHandler> m_handler;
 };

@@ -332,6 +332,64 @@ TEST_F(PsmsCommand, LeavesNoTableWhenAResultIsDamaged) {
   EXPECT_FALSE(std::filesystem::exists(Path("out.tsv_unfinished")));
 }
 
+TEST_F(PsmsCommand, ProteinsOfRepeatedMatchesAreListedOnce) {
+  std::string text = kCometHeader;
+  std::string expected;
+  for (int i = 0; i < 60; ++i) {  // each protein three times
+    const std::string name = "P" + std::to_string(i % 20);
+    text += CometRow(7, i + 1, 1000.0, "1e-9", "PEPTIDEK", name);
+    if (i < 20) expected += (i > 0 ? ";" : "") + name;
+  }
+  text += CometRow(7, 61, 1000.0, "1e-9", "PEPTLDEK", "P3,Q");
+  text += CometRow(8, 1, 1000.0, "5", "DDDDDDK", "DECOY_P4");
+  const auto rows = Table({Write("r.txt", text), "--no-plus-one"});
+  ASSERT_EQ(rows.size(), 1u);
+  EXPECT_EQ(Row(rows[0])["proteins"], expected + ";Q");
+}
+
+TEST_F(PsmsCommand, RepeatedMatchesHaveNoMoreThan100000Proteins) {
+  const auto with = [](int proteins) {
+    std::string text = kCometHeader;
+    for (int i = 0; i < proteins; ++i)
+      text += CometRow(7, 1, 1000.0, "1e-9", "PEPTIDEK", "P" + std::to_string(i));
+    return text + CometRow(8, 1, 1000.0, "5", "DDDDDDK", "DECOY_P4");
+  };
+  EXPECT_EQ(Table({Write("r.txt", with(100'000)), "--no-plus-one"}).size(), 1u);
+  for (const int proteins : {100'001, 200'001}) {
+    const std::string path = Write("r.txt", with(proteins));
+    EXPECT_EQ(MessageOf([&] { RunPsms({path}); }),
+              path + ": spectrum 7: a match of more than 100000 proteins, which cannot be");
+  }
+}
+
+TEST_F(PsmsCommand, NamesOfRunsHaveNoMoreThan16Mb) {
+  std::string text =
+      "peptide\tproteins\tfilename\tscannr\trank\tlabel\texpmass\tcalcmass\tcharge\t"
+      "hyperscore\tsage_discriminant_score\n";
+  const auto add = [&](int run) {
+    std::string name = std::to_string(run);
+    name.resize(1000, 'r');
+    text += "AAK\tP\t" + name + ".mgf\tscan=1\t1\t" + (run == 0 ? "-1" : "1") + "\t9\t9\t2\t3\t" +
+            (run == 0 ? "1" : "9") + "\n";
+  };
+  int run = 0;
+  while (run < 16'777) add(run++);  // 16,777,000 of 16,777,216 bytes
+  EXPECT_EQ(json::parse(RunPsms({Write("r.tsv", text), "--json"}).m_out)["runs"].size(), 16'777u);
+  add(run);
+  const std::string path = Write("r.tsv", text);
+  EXPECT_EQ(MessageOf([&] { RunPsms({path}); }), path + ": more than 16 MB of names of runs");
+}
+
+TEST_F(PsmsCommand, ALongNameOfARunDoesNotWidenTheLinesOfAll) {
+  std::string text = kTwoBlocks;
+  const std::string name(900, 'r');
+  text.replace(text.find("run_HCDFT"), 9, name);
+  const test::ConsoleText console =
+      RunPsms({Write("r.txt", text), Write("s.txt", kTwoBlocks), "--no-plus-one"});
+  EXPECT_THAT(console.m_out, HasSubstr("\nrun" + std::string(197, ' ') + "1         2"));
+  EXPECT_THAT(console.m_out, HasSubstr("\n" + name + "  1         2"));
+}
+
 TEST_F(PsmsCommand, NoMatchesAreNoError) {
   const test::ConsoleText console = RunPsms({Write("r.txt", kCometHeader), "--json"});
   EXPECT_EQ(console.m_err, "");

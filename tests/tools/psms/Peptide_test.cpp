@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace tarvek::tools {
@@ -24,6 +27,37 @@ TEST(PsmPeptide, TakesIsoleucineAndLeucineForOne) {
   EXPECT_EQ(SequenceKey("PEPTIDE"), SequenceKey("PEPTLDE"));
   EXPECT_NE(SequenceKey("PEPTIDE"), SequenceKey("PEPTVDE"));
   EXPECT_NE(SequenceKey("PEPTIDE"), SequenceKey("EPPTIDE"));
+}
+
+// Compares each name with all before it.
+template <class Name>
+std::vector<Name> WithoutRepeatsSlowly(const std::vector<Name>& names) {
+  std::vector<Name> kept;
+  for (const Name& name : names)
+    if (std::ranges::find(kept, name) == kept.end()) kept.push_back(name);
+  return kept;
+}
+
+TEST(PsmPeptide, RemovesRepeatedNamesAndKeepsTheOrderOfTheOthers) {
+  Names names = {"b", "a", "b", "", "c", "a", ""};
+  RemoveRepeats(names);
+  EXPECT_EQ(names, (Names{"b", "a", "", "c"}));
+}
+
+TEST(PsmPeptide, RemovesRepeatsAsComparingEachPairDoes) {
+  std::mt19937 random(18);
+  for (std::size_t count = 0; count < 60; ++count) {
+    SCOPED_TRACE(count);
+    Names names;
+    for (std::size_t i = 0; i < count; ++i)
+      names.push_back("protein of a long name " + std::to_string(random() % 20));
+    std::vector<std::string_view> views(names.begin(), names.end());
+    const Names expected = WithoutRepeatsSlowly(names);
+    RemoveRepeats(views);
+    EXPECT_EQ(Names(views.begin(), views.end()), expected);
+    RemoveRepeats(names);
+    EXPECT_EQ(names, expected);
+  }
 }
 
 TEST(PsmPeptide, CallsADecoyWhatOnlyDecoysHold) {

@@ -347,6 +347,94 @@ TEST_F(PsmReaders, DamagedXmlIsNamedWithItsLine) {
               EndsWith("a match without a score that is known here"));
 }
 
+// ------------------------------------------------------------ limits
+
+std::string With(std::string text, const std::string& old, const std::string& now) {
+  return text.replace(text.find(old), old.size(), now);
+}
+
+TEST_F(PsmReaders, TablesHaveNoMoreThan100000FieldsInALine) {
+  const auto with = [](std::size_t fields) { return kPin + std::string(fields - 1, '\t') + "\n"; };
+  const std::string path = m_directory / "result";
+  EXPECT_EQ(Message(with(100'001)), path + ", line 4: more than 100000 fields, which cannot be.");
+  EXPECT_EQ(Message(with(100'000)),
+            path + ", line 4: the id is not of the form FILE_SCAN_CHARGE_RANK.");
+}
+
+TEST_F(PsmReaders, AMatchOfATableHasNoMoreThan100000Proteins) {
+  const auto proteins = [](std::size_t count, char between) {
+    std::string names = "p";
+    for (std::size_t i = 1; i < count; ++i) names.append(1, between).append("p");
+    return names;
+  };
+  const std::string error = ": a match of more than 100000 proteins, which cannot be.";
+  const std::string path = m_directory / "result";
+  EXPECT_EQ(Read(With(kComet, "Q9Y230", proteins(100'000, ','))).at(0).m_proteins.size(), 100'000u);
+  EXPECT_EQ(Message(With(kComet, "Q9Y230", proteins(100'001, ','))), path + ", line 3" + error);
+  EXPECT_EQ(Message(With(kSage, "P1;P2", proteins(100'001, ';'))), path + ", line 2" + error);
+  EXPECT_EQ(Message(With(kMsGf, "sp|P1|A(pre=K,post=R)", proteins(100'001, ';'))),
+            path + ", line 2" + error);
+  // The first protein has a column of its own.
+  EXPECT_EQ(Message(With(kFragger, "sp|P1|A one", proteins(100'000, ';'))),
+            path + ", line 2" + error);
+}
+
+TEST_F(PsmReaders, TextsOfXmlHaveNoMoreThan100000Bytes) {
+  const std::string most(100'000, 'A');
+  const std::string peptide = "a peptide of more than 100000 bytes, which cannot be";
+  const std::string title = "a title of more than 100000 bytes, which cannot be";
+  EXPECT_EQ(Read(With(kMzid, "AAAK", most)).at(1).m_sequence, most);
+  EXPECT_THAT(Message(With(kMzid, "AAAK", most + "A")), EndsWith(peptide));
+  EXPECT_EQ(Read(With(kTandem, "GIGLDDALEPR", most)).at(1).m_sequence, most);
+  EXPECT_THAT(Message(With(kTandem, "GIGLDDALEPR", most + "A")), EndsWith(peptide));
+  const std::string old = "a.run.2.2.2.1.dta RTINSECONDS=6540.7960000 ";
+  EXPECT_EQ(Read(With(kTandem, old, most)).at(0).m_title, most);
+  EXPECT_THAT(Message(With(kTandem, old, most + "A")), EndsWith(title));
+  EXPECT_THAT(Message(With(kMzid, "value=\"a.run.7", "value=\"" + most + "a.run.7")),
+              EndsWith(title));
+  EXPECT_THAT(Message(With(kMzid, "spectrumID=\"", "spectrumID=\"" + most)), EndsWith(title));
+}
+
+// Each takes two brackets more than its text.
+TEST_F(PsmReaders, ModificationsOfAPeptideHaveNoMoreThan100000Bytes) {
+  const std::string peptide = "a peptide of more than 100000 bytes, which cannot be";
+  const std::string most(99'998, '1');
+  EXPECT_EQ(Read(With(kTandem, "15.99490", most)).at(0).m_peptide, "GLG[" + most + "]LDDALEPR");
+  EXPECT_THAT(Message(With(kTandem, "15.99490", most + "1")), EndsWith(peptide));
+  // The other one of the peptide, [57.021464], takes 11.
+  EXPECT_EQ(Read(With(kMzid, "42.010565", most.substr(11))).at(0).m_peptide,
+            "[" + most.substr(11) + "]GLC[57.021464]K");
+  EXPECT_THAT(Message(With(kMzid, "42.010565", most.substr(10))), EndsWith(peptide));
+}
+
+TEST_F(PsmReaders, RepeatedProteinsOfAnItemCountOnce) {
+  const std::string reference = "<PeptideEvidenceRef peptideEvidence_ref=\"E1\"/>";
+  for (const int count : {2, 20, 300'000}) {
+    std::string references;
+    for (int i = 0; i < count; ++i) references += reference;
+    EXPECT_THAT(Read(With(kMzid, reference, references)).at(0).m_proteins,
+                ElementsAre("sp|P1|A", "XXX_P2"))
+        << count;
+  }
+}
+
+TEST_F(PsmReaders, AnItemHasNoMoreThan100000Proteins) {
+  const auto with = [](int proteins) {  // one more than XXX_P2
+    std::string declared, references;
+    for (int i = 1; i < proteins; ++i) {
+      const std::string id = std::to_string(i);
+      declared += "<DBSequence id=\"M" + id + "\" accession=\"m" + id +
+                  "\"/><PeptideEvidence id=\"F" + id + "\" dBSequence_ref=\"M" + id + "\"/>";
+      references += "<PeptideEvidenceRef peptideEvidence_ref=\"F" + id + "\"/>";
+    }
+    return With(With(kMzid, "</SequenceCollection>", declared + "</SequenceCollection>"),
+                "<PeptideEvidenceRef peptideEvidence_ref=\"E1\"/>", references);
+  };
+  EXPECT_EQ(Read(with(100'000)).at(0).m_proteins.size(), 100'000u);
+  EXPECT_THAT(Message(with(100'001)),
+              EndsWith("a match of more than 100000 proteins, which cannot be"));
+}
+
 // A file cut anywhere may only give an error or fewer matches.
 TEST_F(PsmReaders, BearACutAnywhere) {
   for (const std::string& whole : {kComet, kPin, kTandem, kFragger, kSage, kMsGf, kMzid}) {
