@@ -15,9 +15,13 @@ class FormatChooser final : public XmlHandler {
   FormatChooser(ScanConsumer& consumer, std::function<void(const std::string&)> on_format)
       : m_consumer(&consumer), m_on_format(std::move(on_format)) {}
 
-  void OnStoredBytes(std::int64_t bytes) override { m_limits = SizeLimits(bytes); }
+  void OnStoredBytes(std::int64_t bytes) override {
+    m_limits = SizeLimits(bytes);
+    m_elements = ElementLimit(bytes);
+  }
 
   void OnStart(std::string_view name, const XmlAttributes& attributes) override {
+    m_elements.Take();
     if (!m_reader) Choose(name);
     m_reader->OnStart(name, attributes);
   }
@@ -40,6 +44,7 @@ class FormatChooser final : public XmlHandler {
   ScanConsumer* m_consumer;
   std::function<void(const std::string&)> m_on_format;
   SizeLimits m_limits;
+  ElementLimit m_elements;
   std::unique_ptr<XmlHandler> m_reader;
 };
 

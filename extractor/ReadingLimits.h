@@ -102,6 +102,24 @@ struct SizeLimits {
   std::int64_t m_of_file;
 };
 
+/// Counts the elements of a file of so many stored bytes: a bound for the time of one that unpacks to a
+/// hundred times its size. Packed spectra and results have more than four bytes for each.
+class ElementLimit {
+ public:
+  explicit ElementLimit(std::int64_t stored_bytes = 0)
+      : m_left(stored_bytes <= 0 ? std::numeric_limits<std::int64_t>::max()
+                                 : kFree + stored_bytes) {}
+
+  /// Throws when there are too many.
+  void Take() {
+    if (--m_left < 0) throw std::string("the file has more elements than one of its size can");
+  }
+
+ private:
+  static constexpr std::int64_t kFree = 2'000'000;
+  std::int64_t m_left;
+};
+
 /// A number that an m/z, a time, a voltage can be; sums and products with it stay finite.
 inline std::optional<double> PossibleReal(std::string_view text) {
   constexpr double kMost = 1e9;

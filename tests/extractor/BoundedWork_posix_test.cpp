@@ -227,6 +227,11 @@ TEST_F(BoundedWork, RefusesAFileThatUnpacksToTooMuch) {
               HasSubstr("unpacks to more than 100 times its size, which no instrument file does"));
 }
 
+TEST_F(BoundedWork, RefusesMoreElementsThanAFileOfItsSizeCanHave) {
+  EXPECT_THAT(ErrorOf(test::Gzipped(WithFilling(Repeated("<a/>", 6'000'000))), "run.mzML.gz"),
+              HasSubstr("the file has more elements than one of its size can"));
+}
+
 TEST_F(BoundedWork, RefusesMorePrecursorsThanAnyScanHas) {
   const std::string text = "declares more than 100 precursors, which no scan does";
   TestScan scan = test::Fragment(2);

@@ -26,7 +26,7 @@ struct Parts {
 
 std::int64_t MostKept(std::int64_t stored_bytes) {
   const Parts parts(stored_bytes);
-  return 32 * kMb + 3 * parts.m_small + 20 * parts.m_beyond;
+  return 40 * kMb + 5 * parts.m_small + 20 * parts.m_beyond;
 }
 
 // Packed results have more than 30 bytes for each match.
@@ -46,11 +46,6 @@ void CheckXmlText(std::size_t bytes, std::string_view what) {
   if (bytes > kMostXmlTextBytes)
     throw std::string(what) + " of more than " + std::to_string(kMostXmlTextBytes) +
         " bytes, which cannot be";
-}
-
-std::int64_t MostElements(std::int64_t stored_bytes) {
-  constexpr std::int64_t kFree = 2'000'000;
-  return stored_bytes <= 0 ? std::numeric_limits<std::int64_t>::max() : kFree + stored_bytes;
 }
 
 XmlResultLimits::XmlResultLimits(std::int64_t stored_bytes)

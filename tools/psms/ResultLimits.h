@@ -25,10 +25,6 @@ inline std::string TooManyProteins() {
 /// Throws when a text of so many bytes is longer than any peptide or title. what: "a peptide".
 void CheckXmlText(std::size_t bytes, std::string_view what);
 
-/// The elements that an XML file of so many stored bytes may have: a bound for the time of one that
-/// unpacks to a hundred times its size. Packed results have more than four bytes for each.
-std::int64_t MostElements(std::int64_t stored_bytes);
-
 /// Counts what is kept of an XML file. With these limits one of up to 10 MB takes below 256 MB.
 class XmlResultLimits {
  public:

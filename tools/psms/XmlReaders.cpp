@@ -12,6 +12,7 @@
 
 #include "FileUtils.h"
 #include "NumberText.h"
+#include "ReadingLimits.h"
 #include "SpectrumRecords.h"
 #include "StringUtils.h"
 #include "XmlStream.h"
@@ -442,10 +443,12 @@ class RootHandler final : public XmlHandler {
  public:
   RootHandler(const std::string& path, const MatchTaker& take) : m_path(path), m_take(&take) {}
 
-  void OnStoredBytes(std::int64_t bytes) override { m_stored_bytes = bytes; }
+  void OnStoredBytes(std::int64_t bytes) override {
+    m_stored_bytes = bytes;
+    m_elements = extractor::ElementLimit(bytes);
+  }
   void OnStart(std::string_view name, const XmlAttributes& attributes) override {
-    if (++m_elements > MostElements(m_stored_bytes))
-      throw std::string("the file has more elements than one of its size can");
+    m_elements.Take();
     if (!m_handler) m_handler = HandlerOf(name);
     m_handler->OnStart(name, attributes);
   }
@@ -462,7 +465,8 @@ class RootHandler final : public XmlHandler {
   }
 
   std::string m_path;
-  std::int64_t m_stored_bytes = 0, m_elements = 0;
+  std::int64_t m_stored_bytes = 0;
+  extractor::ElementLimit m_elements;
   const MatchTaker* m_take;
   std::unique_ptr<XmlHandler> m_handler;
 };

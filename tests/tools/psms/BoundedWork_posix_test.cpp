@@ -120,10 +120,10 @@ TEST_F(PsmsBoundedWork, RefusesASequenceOf128Mb) {
 TEST_F(PsmsBoundedWork, RefusesMoreThanAFileOfItsSizeCanKeep) {
   const std::string error = "the file has more proteins and peptides than one of its size can";
   std::string long_ids, proteins, peptides;
-  for (int i = 0; i < 60'000; ++i)
+  for (int i = 0; i < 90'000; ++i)
     long_ids += Protein(std::to_string(i) + std::string(1'000, 'i'), "p");
-  for (int i = 0; i < 350'000; ++i) proteins += "<DBSequence id=\"" + std::to_string(i) + "\"/>";
-  for (int i = 0; i < 270'000; ++i) peptides += "<Peptide id=\"" + std::to_string(i) + "\"/>";
+  for (int i = 0; i < 600'000; ++i) proteins += "<DBSequence id=\"" + std::to_string(i) + "\"/>";
+  for (int i = 0; i < 500'000; ++i) peptides += "<Peptide id=\"" + std::to_string(i) + "\"/>";
   ExpectError(Mzid(long_ids, ""), error);
   ExpectError(Mzid(proteins, ""), error);
   ExpectError(Mzid(peptides, ""), error);
