@@ -1,5 +1,6 @@
 #include "PrecursorTableReader.h"
 
+#include <algorithm>
 #include <iterator>
 #include <span>
 #include <string_view>
@@ -15,6 +16,9 @@ namespace {
 // Enough of the header to tell it from other tables.
 constexpr std::string_view kHeaderStart =
     kPrecursorTableHeader.substr(0, kPrecursorTableHeader.find("OrigCharge"));
+
+constexpr std::ptrdiff_t kMostFields{kPrecursorTableFixedFields +
+                                     kPrecursorTableSlotFields * kMostTablePrecursors};
 
 // A comma and a blank follow every field, including the last.
 std::vector<std::string_view> FieldsOf(std::string_view line) {
@@ -59,6 +63,8 @@ bool PrecursorTableReader::Next(PrecursorRow& row) {
 }
 
 std::string PrecursorTableReader::ReadRow(PrecursorRow& row) const {
+  if (std::ranges::count(m_line, ',') > kMostFields)
+    return "The row has more than " + std::to_string(kMostFields) + " fields, which no scan needs.";
   const std::vector<std::string_view> fields = FieldsOf(m_line);
   std::string fault = FaultOf(fields);
   if (!fault.empty()) return fault;
