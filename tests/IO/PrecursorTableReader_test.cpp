@@ -80,6 +80,14 @@ TEST(PrecursorTableReader, RefusesMorePrecursorsThanAnyScanHas) {
   EXPECT_EQ(FaultOfRow(std::string(9'800'000, ',') + "\n"), too_many);
 }
 
+TEST(PrecursorTableReader, RefusesLongWords) {
+  const std::string end = ", 15, 650.32, 2, 0, \n";
+  EXPECT_EQ(FaultOfRow(std::string(100, 'H') + ", " + std::string(100, 'F') + end), "");
+  const std::string fault = "The row has a word of more than 100 bytes.";
+  EXPECT_EQ(FaultOfRow(std::string(101, 'H') + ", FT" + end), fault);
+  EXPECT_EQ(FaultOfRow("HCD, " + std::string(101, 'F') + end), fault);
+}
+
 TEST(PrecursorTableReader, NamesFileAndLineOfADamagedRow) {
   const TemporaryDirectory directory;
   const std::string path = directory / "a.csv";
