@@ -52,6 +52,9 @@ std::string ValueText(const std::map<std::string, std::string>& settings, const 
   return found == settings.end() ? "not set" : found->second;
 }
 
+// Our own settings are fewer.
+constexpr std::size_t kMostShownDifferences = 40;
+
 void AppendDifference(std::string& text, const std::string& key, const RunRecord& before,
                       const RunRecord& now) {
   text += (text.empty() ? "" : "; ") + key + " " + ValueText(before.m_settings, key) + ", now " +
@@ -156,10 +159,13 @@ std::string SettingsDifference(const RunRecord& recorded, const RunRecord& now) 
   for (const auto* settings : {&recorded.m_settings, &now.m_settings})
     for (const auto& entry : *settings) keys.insert(entry.first);
   std::string text;
+  std::size_t differences = 0;
   for (const std::string& key : keys) {
     if (ValueText(recorded.m_settings, key) == ValueText(now.m_settings, key)) continue;
-    AppendDifference(text, key, recorded, now);
+    if (++differences <= kMostShownDifferences) AppendDifference(text, key, recorded, now);
   }
+  if (differences > kMostShownDifferences)
+    text += "; and " + std::to_string(differences - kMostShownDifferences) + " more";
   return text;
 }
 

@@ -51,7 +51,7 @@ RunRecord SettingsOf(const UserParameters& parameters, std::string_view isotope_
 std::string RunRecordPath(const UserParameters& parameters);
 
 /// The settings that differ between two runs, by ascending key: "isolation_width 2.000000, now
-/// 3.000000; charge_range ...", with "not set" for a missing one. Empty when they are equal or no
+/// 3.000000; charge_range ...", with "not set" for a missing one, and "; and 3 more" after very many. Empty when they are equal or no
 /// settings were recorded.
 std::string SettingsDifference(const RunRecord& recorded, const RunRecord& now);
 

@@ -50,6 +50,9 @@ class EvidenceReader {
   /// The next row; false at the end of the file.
   bool Next(EvidenceRow& row);
 
+  /// Throws the error that the scan of the current row has too many rows.
+  [[noreturn]] void FailForTooMany() const { m_rows.Fail("more precursors than any scan has."); }
+
  private:
   TableReader m_rows;
   std::array<std::size_t, 5> m_places;

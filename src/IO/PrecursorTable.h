@@ -24,6 +24,9 @@ inline constexpr std::string_view kPrecursorTableHeader =
 inline constexpr std::size_t kPrecursorTableFixedFields = 6;
 inline constexpr std::size_t kPrecursorTableSlotFields = 3;
 
+/// No scan has more precursors: at most 1000 are determined, and fewer declared.
+inline constexpr std::size_t kMostTablePrecursors = 2000;
+
 /// The declared precursor in the row of a scan without one.
 inline constexpr Precursor kNothingDeclared = {-1.0, -1};
 

@@ -1,5 +1,6 @@
 #include "PrecursorTableReader.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <iterator>
 #include <optional>
@@ -18,6 +19,12 @@ namespace {
 // Enough of the header to tell it from other tables.
 constexpr std::string_view kHeaderStart =
     kPrecursorTableHeader.substr(0, kPrecursorTableHeader.find("OrigCharge"));
+
+constexpr std::ptrdiff_t kMostFields{kPrecursorTableFixedFields +
+                                     kPrecursorTableSlotFields * kMostTablePrecursors};
+
+// Of an activation or analyser; tables write it for each precursor of the row.
+constexpr std::size_t kMostWordBytes = 100;
 
 // A comma and a blank follow every field, including the last.
 std::vector<std::string_view> FieldsOf(std::string_view line) {
@@ -59,6 +66,9 @@ bool IsNumber(std::span<const std::string_view> fields, std::size_t i) {
 std::string FaultOf(std::span<const std::string_view> fields) {
   if (fields.size() < kPrecursorTableFixedFields)
     return "The row is cut off or has too few fields.";
+  for (const std::string_view word : fields.first(2))
+    if (word.size() > kMostWordBytes)
+      return "The row has a word of more than " + std::to_string(kMostWordBytes) + " bytes.";
   for (std::size_t i = 2; i < fields.size(); ++i)
     if (!IsNumber(fields, i)) return "'" + std::string(fields[i]) + "' is not a number.";
   const std::int64_t given = std::ssize(fields) - std::int64_t{kPrecursorTableFixedFields};
@@ -82,6 +92,8 @@ bool PrecursorTableReader::Next(PrecursorRow& row) {
 }
 
 std::string PrecursorTableReader::ReadRow(PrecursorRow& row) const {
+  if (std::ranges::count(m_line, ',') > kMostFields)
+    return "The row has more than " + std::to_string(kMostFields) + " fields, which no scan needs.";
   const std::vector<std::string_view> fields = FieldsOf(m_line);
   std::string fault = FaultOf(fields);
   if (!fault.empty()) return fault;

@@ -41,6 +41,9 @@ class PrecursorTableReader {
   bool NextLine() { return m_lines.Next(m_line); }
   [[nodiscard]] std::string ReadRow(PrecursorRow& row) const;
 
+  /// Throws an error about the current line.
+  [[noreturn]] void Fail(const std::string& what) const { m_lines.Fail(what); }
+
   /// The current line, and its number from 1.
   [[nodiscard]] const std::string& Line() const noexcept { return m_line; }
   [[nodiscard]] std::int64_t Number() const noexcept { return m_lines.Number(); }

@@ -52,6 +52,12 @@ Number NumberOf(std::string_view text, const char* what) {
   return number;
 }
 
+std::size_t LargestKind(const RunRecord& record) {
+  return std::max({record.m_settings.size(), record.m_counts.size(), record.m_widths.size(),
+                   record.m_left_out.size(), record.m_left_out_scans.size(), record.m_source.size(),
+                   record.m_output_bytes.size(), record.m_calibration.size()});
+}
+
 std::int64_t CountOf(std::string_view text) { return NumberOf<std::int64_t>(text, "count"); }
 
 }  // namespace
@@ -135,6 +141,8 @@ RunRecord ReadRunRecord(const std::string& path) {
   for (std::int64_t number = 1; lines.ReadPiece(line); ++number) {
     try {
       AddRunRecordLine(TrimRight(line, "\r\n"), record);
+      if (LargestKind(record) > kMostRecordEntries)
+        throw "more than " + std::to_string(kMostRecordEntries) + " entries of one kind";
     } catch (const std::string& what) {
       throw UnusableRecord(path + ": line " + std::to_string(number) + ": " + what);
     }

@@ -3,8 +3,8 @@
 //           and why, and the isolation widths that the instrument file declares; writes it as text
 //           and reads that text back.
 // Owns:     its texts.
-// Throws:   ReadRunRecord a std::string: what OpenFile throws, or PATH + ": line N: ..." for a line
-//           that is not an entry; WriteRunRecord what WriteWhole throws.
+// Throws:   ReadRunRecord a std::string: what OpenFile throws, or an UnusableRecord for a line
+//           that is not an entry and for too many entries; WriteRunRecord what WriteWhole throws.
 // Not here: when a record is written and with which entries.
 //
 // Text: one entry a line, three fields separated by tabs: kind ("setting", "count", "width",
@@ -76,6 +76,10 @@ inline constexpr std::string_view kWidthNotDeclared = "not declared";
 
 /// m_left_out_scans names at most this many scans, the first ones read; the counts include all.
 inline constexpr std::size_t kMaxLeftOutScans = 10'000;
+
+/// A record has at most this many entries of each kind.
+inline constexpr std::size_t kMostRecordEntries = 10'000;
+static_assert(kMaxLeftOutScans <= kMostRecordEntries);
 
 /// The suffix of a run record's file name, after the base name.
 inline constexpr std::string_view kRunRecordEnding = ".tarvek";

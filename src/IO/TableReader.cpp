@@ -48,6 +48,8 @@ std::string_view TableReader::Text(std::size_t place) const {
 
 bool TableReader::NextLine() {
   const bool any = m_lines.Next(m_line);
+  if (std::ranges::count(m_line, '\t') >= std::ptrdiff_t{kMostTableFields})
+    m_lines.Fail("more than " + std::to_string(kMostTableFields) + " fields.");
   m_fields = Split(m_line, "\t");
   return any;
 }

@@ -43,6 +43,9 @@ class TextLines {
   bool m_is_complete = true;
 };
 
+/// A table has at most this many columns.
+inline constexpr int kMostTableFields = 10'000;
+
 class TableReader {
  public:
   explicit TableReader(const std::string& path) : m_lines(path) {}
@@ -58,6 +61,9 @@ class TableReader {
   }
 
   bool NextRow() { return NextLine(); }
+
+  /// Throws an error about the current row.
+  [[noreturn]] void Fail(const std::string& what) const { m_lines.Fail(what); }
 
   /// A field of the current row, by its place.
   [[nodiscard]] std::string_view Text(std::size_t place) const;

@@ -41,6 +41,9 @@ ParameterTable ReadParameterTable(const std::string& path) {
   for (bool is_first = true; reader.ReadPiece(line); is_first = false) {
     if (is_first && line.starts_with(kByteOrderMark)) line.remove_prefix(kByteOrderMark.size());
     AddParameterLine(line, table);
+    if (table.size() > kMostParameters)
+      throw path + ": more than " + std::to_string(kMostParameters) +
+          " keys, which no parameter file has";
   }
   if (const auto table_name = table.find("ipv_file");
       table_name != table.end() && table_name->second == kDefaultIpvFile)

@@ -97,6 +97,13 @@ TEST(SettingsDifference, SaysWhatIsNotSet) {
   EXPECT_EQ(SettingsDifference(with, without), "analyser FTMS, now not set");
   EXPECT_EQ(SettingsDifference(without, with), "analyser not set, now FTMS");
 }
+TEST(SettingsDifference, CountsTheRestOfVeryMany) {
+  RunRecord many;
+  for (int i = 10; i < 50; ++i) many.m_settings["k" + std::to_string(i)] = "1";
+  EXPECT_TRUE(SettingsDifference(many, {}).ends_with("k48 1, now not set; k49 1, now not set"));
+  many.m_settings["k50"] = many.m_settings["k51"] = "1";
+  EXPECT_TRUE(SettingsDifference(many, {}).ends_with("k49 1, now not set; and 2 more"));
+}
 TEST(SettingsDifference, IsEmptyWhenNothingWasRecorded) {
   EXPECT_EQ(SettingsDifference({}, SettingsOf({}, kTable, InputKind::kSpectra)), "");
 }

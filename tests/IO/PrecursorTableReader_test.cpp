@@ -66,6 +66,28 @@ TEST(PrecursorTableReader, SaysWhatIsWrongWithARow) {
   EXPECT_EQ(FaultOfRow("HCD, FT, 15, 650.32, 2, 0, \n"), "");
 }
 
+/// A row that counts so many precursors and has them.
+std::string RowOf(int precursors) {
+  std::string row = "HCD, FT, 15, 650.32, 2, " + std::to_string(precursors) + ", ";
+  for (int i = 1; i <= precursors; ++i) row += std::to_string(i) + ", 650.32, 2, ";
+  return row + "\n";
+}
+
+TEST(PrecursorTableReader, RefusesMorePrecursorsThanAnyScanHas) {
+  EXPECT_EQ(FaultOfRow(RowOf(2000)), "");
+  const std::string too_many = "The row has more than 6006 fields, which no scan needs.";
+  EXPECT_EQ(FaultOfRow(RowOf(2001)), too_many);
+  EXPECT_EQ(FaultOfRow(std::string(9'800'000, ',') + "\n"), too_many);
+}
+
+TEST(PrecursorTableReader, RefusesLongWords) {
+  const std::string end = ", 15, 650.32, 2, 0, \n";
+  EXPECT_EQ(FaultOfRow(std::string(100, 'H') + ", " + std::string(100, 'F') + end), "");
+  const std::string fault = "The row has a word of more than 100 bytes.";
+  EXPECT_EQ(FaultOfRow(std::string(101, 'H') + ", FT" + end), fault);
+  EXPECT_EQ(FaultOfRow("HCD, " + std::string(101, 'F') + end), fault);
+}
+
 TEST(PrecursorTableReader, NamesFileAndLineOfADamagedRow) {
   const TemporaryDirectory directory;
   const std::string path = directory / "a.csv";

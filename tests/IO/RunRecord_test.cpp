@@ -111,6 +111,22 @@ TEST(RunRecord, AFileWithABadCountIsNamedWithItsLine) {
   EXPECT_EQ(MessageOf([&] { ReadRunRecord(path); }), path + ": line 2: \"many\" is no count");
 }
 
+TEST(RunRecord, RefusesMoreEntriesOfAKindThanAnyHas) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "run.tarvek";
+  for (const std::string kind : {"setting", "count", "width", "left_out", "left_out_scan", "source",
+                                 "output", "calibration"}) {
+    std::string text = "count\tms2_read\t7\n";
+    for (int i = 1; i < 10'000; ++i) text += kind + "\t" + std::to_string(i) + "\t1\n";
+    WriteFile(path, text + "other\tx\t1\n" + kind + "\t1\t2\n");  // a repeated key counts once
+    EXPECT_NO_THROW(ReadRunRecord(path)) << kind;
+    WriteFile(path, text + kind + "\t10000\t1\n" + kind + "\t10001\t1\n");
+    EXPECT_THROW(ReadRunRecord(path), UnusableRecord) << kind;
+  }
+  EXPECT_EQ(MessageOf([&] { ReadRunRecord(path); }),
+            path + ": line 10002: more than 10000 entries of one kind");
+}
+
 TEST(RunRecord, ReadsAFileWithWindowsLineEnds) {
   const TemporaryDirectory directory;
   const std::string path = directory / "run.tarvek";

@@ -94,6 +94,16 @@ TEST_F(ReadParameterFileTest, SkipsNoByteOrderMarkElsewhere) {
 TEST_F(ReadParameterFileTest, IgnoresUnknownKeys) {
   EXPECT_NO_THROW(Read("datanum = 0\ncolour = blue"));
 }
+TEST_F(ReadParameterFileTest, TakesSoManyKeysAndNoMore) {
+  const std::string path = m_directory / "many.cfg";
+  std::string content;
+  for (int i = 0; i < 20'000; ++i) content += "datapath" + std::to_string(i) + " = x\n";
+  test::WriteFile(path, content + content);
+  EXPECT_EQ(ReadParameterTable(path).size(), 20'000u);
+  test::WriteFile(path, content + "m/z = 4\n");
+  EXPECT_EQ(MessageOf([&] { ReadParameterTable(path); }),
+            path + ": more than 20000 keys, which no parameter file has");
+}
 TEST_F(ReadParameterFileTest, NamesAFileItCannotOpen) {
   const std::string path = m_directory / "missing.cfg";
   EXPECT_EQ(MessageOf([&] { ReadParameterFile(path); }), "Cannot open  File, Path: " + path);

@@ -64,10 +64,45 @@ ordered_json FindingJson(const Finding& finding) {
   return json;
 }
 
+// "warning: run.params: 700 more of the kind unknown-key are not listed."
+std::string UnlistedText(const CheckReport& report, Severity severity) {
+  std::string text;
+  for (const auto& [kind, count] : report.Counts())
+    if (kind.m_severity == severity && count > kMostListed)
+      text += SeverityWord(severity) + ": " + Shown(kind.m_file) + ": " +
+              std::to_string(count - kMostListed) + " more of the kind " + kind.m_code +
+              " are not listed.\n";
+  return text;
+}
+
+ordered_json UnlistedJson(const CheckReport& report) {
+  ordered_json unlisted = ordered_json::array();
+  for (const auto& [kind, count] : report.Counts())
+    if (count > kMostListed)
+      unlisted.push_back({{"severity", SeverityWord(kind.m_severity)},
+                          {"code", kind.m_code},
+                          {"file", kind.m_file},
+                          {"count", count - kMostListed}});
+  return unlisted;
+}
+
 }  // namespace
 
+void CheckReport::Add(Finding finding) {
+  std::size_t& count = m_counts[{finding.m_severity, finding.m_code, finding.m_file}];
+  if (count++ < kMostListed) m_findings.push_back(std::move(finding));
+}
+
+bool CheckReport::IsListFull(const FindingKind& kind) const {
+  const auto count = m_counts.find(kind);
+  return count != m_counts.end() && count->second >= kMostListed;
+}
+
 std::size_t CheckReport::Count(Severity severity) const {
-  return static_cast<std::size_t>(std::ranges::count(m_findings, severity, &Finding::m_severity));
+  std::size_t sum = 0;
+  for (const auto& [kind, count] : m_counts)
+    if (kind.m_severity == severity) sum += count;
+  return sum;
 }
 
 std::string SeverityWord(Severity severity) {
@@ -90,6 +125,7 @@ std::string CheckText(const CheckReport& report) {
       text += SeverityWord(severity) + ": " + PlaceText(finding) + ": " + Shown(finding.m_meaning) +
               "\n  " + Shown(finding.m_advice) + "\n";
     }
+    text += UnlistedText(report, severity);
   }
   return text + Plural(report.Count(Severity::kDefect), "defect") + ", " +
          Plural(report.Count(Severity::kWarning), "warning") + ", " +
@@ -101,11 +137,13 @@ std::string CheckJson(const CheckReport& report) {
   for (const CheckedItem& item : report.Items()) items.push_back(ItemJson(item));
   ordered_json findings = ordered_json::array();
   for (const Finding& finding : report.Findings()) findings.push_back(FindingJson(finding));
-  return Dumped({{"checked", items},
-                 {"findings", findings},
-                 {"defects", report.Count(Severity::kDefect)},
-                 {"warnings", report.Count(Severity::kWarning)},
-                 {"notes", report.Count(Severity::kNote)}});
+  ordered_json json = {{"checked", items}, {"findings", findings}};
+  if (ordered_json unlisted = UnlistedJson(report); !unlisted.empty())
+    json["unlisted"] = std::move(unlisted);
+  json["defects"] = report.Count(Severity::kDefect);
+  json["warnings"] = report.Count(Severity::kWarning);
+  json["notes"] = report.Count(Severity::kNote);
+  return Dumped(json);
 }
 
 }  // namespace tarvek::tools

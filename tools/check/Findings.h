@@ -1,10 +1,12 @@
 // tools/check/Findings.h: the findings of "tarvek-tools check".
-// Does:     collects findings and facts about each file; prints them as text and as JSON.
+// Does:     collects findings and facts about each file; prints them as text and as JSON. Of a kind it
+//           lists the first kMostListed of a file and counts the rest.
 // Owns:     its texts.
 // Throws:   nothing but std::bad_alloc.
 // Not here: the checks (the other headers of check/).
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -60,9 +62,21 @@ struct CheckedItem {
   LeftOutScans m_left_out;
 };
 
+/// Findings of one severity and code in one file are of one kind.
+struct FindingKind {
+  Severity m_severity = Severity::kNote;
+  std::string m_code;
+  std::string m_file;
+
+  auto operator<=>(const FindingKind&) const = default;
+};
+
+/// The number of findings of a kind that are listed.
+inline constexpr std::size_t kMostListed = 100;
+
 class CheckReport {
  public:
-  void Add(Finding finding) { m_findings.push_back(std::move(finding)); }
+  void Add(Finding finding);
   void Defect(const std::string& code, const std::string& file, const std::string& meaning,
               const std::string& advice, FindingPlace place = {}) {
     Add({Severity::kDefect, code, file, place, meaning, advice});
@@ -77,12 +91,23 @@ class CheckReport {
   }
   void AddItem(CheckedItem item) { m_items.push_back(std::move(item)); }
 
+  /// Those that are listed, in the order in which they were added.
   [[nodiscard]] const std::vector<Finding>& Findings() const { return m_findings; }
+
+  /// By kind, the number of all findings, listed or not.
+  [[nodiscard]] const std::map<FindingKind, std::size_t>& Counts() const { return m_counts; }
+
+  /// Whether one more finding of a kind is counted and not listed.
+  [[nodiscard]] bool IsListFull(const FindingKind& kind) const;
+
   [[nodiscard]] const std::vector<CheckedItem>& Items() const { return m_items; }
+
+  /// Of all findings, listed or not.
   [[nodiscard]] std::size_t Count(Severity severity) const;
 
  private:
   std::vector<Finding> m_findings;
+  std::map<FindingKind, std::size_t> m_counts;
   std::vector<CheckedItem> m_items;
 };
 

@@ -58,11 +58,14 @@ std::optional<std::int64_t> DataPathNumber(std::string_view key) {
   return WholeNumber<std::int64_t>(key.substr(kDataPath.size()));
 }
 
-std::set<std::string> KnownKeys() {
-  std::set<std::string> keys;
-  for (const auto& [key, value] : ToParameterTable(UserParameters())) keys.insert(key);
-  keys.insert({std::string(kDataPath), kDataNumber});
-  return keys;
+const std::set<std::string>& KnownKeys() {
+  static const std::set<std::string> kKeys = [] {
+    std::set<std::string> keys;
+    for (const auto& [key, value] : ToParameterTable(UserParameters())) keys.insert(key);
+    keys.insert({std::string(kDataPath), kDataNumber});
+    return keys;
+  }();
+  return kKeys;
 }
 
 bool IsKnown(const std::string& key) {
@@ -95,6 +98,11 @@ std::string RealFault(std::string_view key, std::string_view value) {
   if (!number || !std::isfinite(*number)) return "is no number";
   return Contains(kPositiveKeys, key) && !(*number > 0.0) ? "is not above 0" : "";
 }
+
+// No known key is near a longer one.
+constexpr std::size_t kMostNearBytes = 64;
+
+constexpr const char* kUnknownKey = "unknown-key";
 
 class ParameterCheck {
  public:
@@ -135,9 +143,9 @@ class ParameterCheck {
   void CheckKeys() {
     for (const auto& [key, value] : m_table) {
       if (!IsKnown(key)) {
-        m_report.Warning(
-            "unknown-key", m_path, "tarvek does not know the key '" + key + "' and passes over it.",
-            "The nearest key that it knows is '" + NearestKey(key) + "'.", PlaceOf(key));
+        m_report.Warning(kUnknownKey, m_path,
+                         "tarvek does not know the key '" + key + "' and passes over it.",
+                         UnknownKeyAdvice(key), PlaceOf(key));
         continue;
       }
       const std::string fault = ValueFault(key, value);
@@ -149,6 +157,13 @@ class ParameterCheck {
           "bad-value", m_path, "The value '" + value + "' of " + key + " " + fault + ".",
           "Write a value that makes sense, or leave the key out for its default.", PlaceOf(key));
     }
+  }
+
+  // Empty where nobody reads it: the nearest key takes time to find.
+  [[nodiscard]] std::string UnknownKeyAdvice(const std::string& key) const {
+    if (m_report.IsListFull({Severity::kWarning, kUnknownKey, m_path})) return {};
+    if (key.size() > kMostNearBytes) return "No key that it knows is that long.";
+    return "The nearest key that it knows is '" + NearestKey(key) + "'.";
   }
 
   // tarvek reads datapath1 to datapathN when datanum is N, and datapath when there is no datanum.
@@ -272,9 +287,8 @@ class ParameterCheck {
 }  // namespace
 
 std::string NearestKey(std::string_view key) {
-  const std::set<std::string> keys = KnownKeys();
   return *std::ranges::min_element(
-      keys, {}, [key](const std::string& known) { return EditDistance(key, known); });
+      KnownKeys(), {}, [key](const std::string& known) { return EditDistance(key, known); });
 }
 
 std::string ValueFault(const std::string& key, const std::string& value) {

@@ -13,6 +13,7 @@
 #include "NumberText.h"
 #include "OutputFile.h"
 #include "PrecursorDetermination.h"
+#include "PrecursorTable.h"
 #include "ScoringModels.h"
 #include "SpectrumSource.h"
 #include "StringUtils.h"
@@ -164,8 +165,11 @@ IdentifiedPrecursors ReadIdentifiedPrecursors(const std::string& path) {
   TableReader reader(path);
   const auto [scan, mz, charge] = reader.ReadHeader<3>({"scan", "mz", "charge"});
   IdentifiedPrecursors identified;
-  while (reader.NextRow())
-    identified[reader.Integer(scan)].push_back({reader.Real(mz), reader.Integer(charge)});
+  while (reader.NextRow()) {
+    std::vector<Precursor>& of_scan = identified[reader.Integer(scan)];
+    if (of_scan.size() == kMostTablePrecursors) reader.Fail("more precursors than any scan has.");
+    of_scan.push_back({reader.Real(mz), reader.Integer(charge)});
+  }
   return identified;
 }
 

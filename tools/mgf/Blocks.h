@@ -40,6 +40,9 @@ class MgfBlockReader {
 
   [[nodiscard]] const std::string& Path() const noexcept { return m_path; }
 
+  /// Throws an error about the line that was read last.
+  [[noreturn]] void Fail(const std::string& what) const;
+
  private:
   bool ReadLine(std::string_view& line);
   bool FindBlock();
@@ -47,7 +50,6 @@ class MgfBlockReader {
   [[noreturn]] void RefuseLine(std::string_view text) const;
   void TakeTitle(std::string_view text, MgfBlock& block) const;
   void CheckComplete(const MgfBlock& block) const;
-  [[noreturn]] void Fail(const std::string& what) const;
 
   std::string m_path;
   File m_file;

@@ -165,6 +165,9 @@ class ScanSource {
     m_scan.clear();
     while (m_has_next && (m_scan.empty() || (m_next.m_scan_no == m_scan.front().m_scan_no &&
                                              m_next.m_run == m_scan.front().m_run))) {
+      if (m_scan.size() == kMostTablePrecursors)
+        m_reader.Fail("more than " + std::to_string(kMostTablePrecursors) + " blocks of scan " +
+                      std::to_string(m_next.m_scan_no));
       m_scan.push_back(std::move(m_next));
       m_has_next = m_reader.ReadNext(m_next);
     }
@@ -209,7 +212,7 @@ class WrittenJob {
     std::size_t number = 0;
     while (!blocks.empty()) {
       const std::vector<MgfBlock> part = TakeDifferentCharges(blocks);
-      OutputNumber(number++).WriteScan(part, source);
+      OutputNumber(number++, part.front().m_scan_no, source).WriteScan(part, source);
     }
   }
 
@@ -246,8 +249,15 @@ class WrittenJob {
     return number == 0 ? m_job->m_base : m_job->m_base + "_" + std::to_string(number + 1);
   }
 
-  MgfOutput& OutputNumber(std::size_t number) {
+  /// Two files of each are open at a time.
+  static constexpr std::size_t kMostOutputs = 100;
+
+  MgfOutput& OutputNumber(std::size_t number, std::int32_t scan_no, const std::string& source) {
     if (number < m_outputs.size()) return *m_outputs[number];
+    if (number == kMostOutputs)
+      throw JoinPath({FolderOf(m_job->m_inputs.front()), source}) + ", scan " +
+          std::to_string(scan_no) + ": more than " + std::to_string(kMostOutputs) +
+          " precursors of one charge, each for another output; use --top";
     const std::string base = BaseOf(number);
     if (m_bases->contains(base))
       throw "Blocks of one scan and charge of " + m_job->m_inputs.front() + " go to " + base +

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <utility>
 
 #include "FileUtils.h"
@@ -27,13 +28,13 @@ std::string PartBase(const std::string& base, std::size_t number) {
 
 // Deletes the MGF files of base, packed or not, that were not written now. Returns whether there
 // were any, written or deleted.
-bool RemoveOthers(const std::string& base, const std::vector<std::string>& written) {
+bool RemoveOthers(const std::string& base, const std::set<std::string>& written) {
   bool any = false;
   for (const std::string_view ending : {kEnding, kPackedEnding}) {
     const std::string path = base + std::string(ending);
     if (!IsThere(path)) continue;
     any = true;
-    if (std::ranges::find(written, path) == written.end()) RemoveFile(path);
+    if (!written.contains(path)) RemoveFile(path);
   }
   return any;
 }
@@ -196,12 +197,12 @@ std::vector<std::string> MgfOutput::Finish() {
     part->TakeName();
     paths.push_back(part->Path());
   }
-  RemoveOldOutputs(paths);
+  RemoveOldOutputs({paths.begin(), paths.end()});
   m_map.TakeName();
   return paths;
 }
 
-void MgfOutput::RemoveOldOutputs(const std::vector<std::string>& written) const {
+void MgfOutput::RemoveOldOutputs(const std::set<std::string>& written) const {
   RemoveOthers(m_base, written);
   for (std::size_t number = 1;; ++number) {
     const std::string base = PartBase(m_base, number);

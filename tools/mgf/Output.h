@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <set>
 #include <span>
 #include <string>
 #include <vector>
@@ -61,7 +62,7 @@ class MgfOutput {
   void OpenPart();
   void RenderScan(std::span<const MgfBlock> blocks);
   void NoteScan(std::span<const MgfBlock> blocks, const std::string& source);
-  void RemoveOldOutputs(const std::vector<std::string>& written) const;
+  void RemoveOldOutputs(const std::set<std::string>& written) const;
 
   std::string m_base;
   MgfOutputForm m_form;

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <vector>
 
+#include "SpectrumRecords.h"
 #include "StringUtils.h"
 #include "mzml/Head.h"
 #include "mzml/IndexedOutput.h"
@@ -139,11 +140,19 @@ class Copier {
     } else if (m_options.m_form == PrecursorForm::kAll) {
       WriteOne(WithSelectedIons(m_text, precursors), id);
     } else {
+      CheckSplit(id, precursors.size());
       for (std::size_t i = 0; i < precursors.size(); ++i) {
         if (i > 0) m_output.Write(separator);
         WriteOne(WithSelectedIons(m_text, precursors.subspan(i, 1)), SplitId(id, i));
       }
     }
+  }
+
+  // Each is a copy of the spectrum, so a table may not ask for any number of them.
+  void CheckSplit(const std::string& id, std::size_t precursors) const {
+    if (precursors > kMaxDeclaredPrecursors)
+      throw m_input + ": the spectrum \"" + id + "\" would be split for more than " +
+          std::to_string(kMaxDeclaredPrecursors) + " precursors; use --top";
   }
 
   // The first keeps its id, since other spectra refer to it.

@@ -1,24 +1,43 @@
 #include "score/Score.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <optional>
 #include <span>
 
+#include "PrecursorTable.h"
 #include "PrecursorTableReader.h"
 #include "TableReader.h"
 
 namespace tarvek::tools {
 namespace {
 
-// The isotope offset, -3 to 3, at which found is within tol_ppm of truth, counted in isotopes of
-// charge.
-std::optional<int> IsotopeOffset(const Precursor& found, const Precursor& truth, double tol_ppm,
-                                 std::int32_t charge) {
-  for (int offset = -kMaxShift; offset <= kMaxShift; ++offset) {
-    const double shifted = IsotopeMz(std::fabs(truth.m_mz), offset, std::abs(charge));
-    if (WithinPpm(found.m_mz, shifted, tol_ppm)) return offset;
+// The m/z of a true precursor at the isotope offsets -3 to 3, and how far from each the tolerance
+// reaches at most. They are the same for all precursors found in its scan.
+struct TruthIsotopes {
+  TruthIsotopes(const Precursor& truth, double tol_ppm) {
+    constexpr double kMoreThanTol = 1.001e-6;  // WithinPpm decides near its edge
+    for (int offset = -kMaxShift; offset <= kMaxShift; ++offset) {
+      const double mz = IsotopeMz(std::fabs(truth.m_mz), offset, std::abs(truth.m_charge));
+      m_mz[ShiftPlace(offset)] = mz;
+      m_reach_mz[ShiftPlace(offset)] = std::fabs(mz) * tol_ppm * kMoreThanTol;
+    }
+  }
+
+  std::array<double, kShifts> m_mz{};
+  std::array<double, kShifts> m_reach_mz{};
+};
+
+// The isotope offset, -3 to 3, at which found is within tol_ppm of a true precursor, counted in
+// isotopes of its charge.
+std::optional<int> IsotopeOffset(const Precursor& found, const TruthIsotopes& truth,
+                                 double tol_ppm) {
+  for (std::size_t i = 0; i < kShifts; ++i) {
+    const double distance_mz = std::fabs(found.m_mz) - std::fabs(truth.m_mz[i]);
+    if (std::fabs(distance_mz) > truth.m_reach_mz[i]) continue;
+    if (WithinPpm(found.m_mz, truth.m_mz[i], tol_ppm)) return static_cast<int>(i) - kMaxShift;
   }
   return std::nullopt;
 }
@@ -30,7 +49,9 @@ class Scorer {
 
   void AddScan(std::span<const Precursor> found, std::span<const TruePrecursor> truths) {
     for (const TruePrecursor& truth : truths) CountRecall(found, truth);
-    for (const Precursor& precursor : found) Classify(precursor, truths);
+    std::vector<TruthIsotopes> isotopes;
+    for (const TruePrecursor& truth : truths) isotopes.emplace_back(truth.m_precursor, m_tol_ppm);
+    for (const Precursor& precursor : found) Classify(precursor, truths, isotopes);
   }
 
   ScoreFigures Figures() {
@@ -61,14 +82,15 @@ class Scorer {
   }
 
   // True, else some isotopes off, else with a wrong charge, else unexplained.
-  void Classify(const Precursor& found, std::span<const TruePrecursor> truths) {
+  void Classify(const Precursor& found, std::span<const TruePrecursor> truths,
+                std::span<const TruthIsotopes> isotopes) {
     ++m_figures.m_precursors;
     std::optional<int> nearest_offset;
     bool has_other_charge = false;
-    for (const TruePrecursor& truth : truths) {
+    for (std::size_t i = 0; i < truths.size(); ++i) {
+      const TruePrecursor& truth = truths[i];
       if (truth.m_share < m_min_share) continue;
-      const auto offset =
-          IsotopeOffset(found, truth.m_precursor, m_tol_ppm, truth.m_precursor.m_charge);
+      const auto offset = IsotopeOffset(found, isotopes[i], m_tol_ppm);
       if (!offset) continue;
       if (found.m_charge != truth.m_precursor.m_charge) {
         has_other_charge = true;
@@ -113,7 +135,9 @@ TruthTable ReadTruthTable(const std::string& path) {
     row.m_precursor = {reader.Real(mz), reader.Integer(charge)};
     row.m_share = reader.Real(share);
     row.m_is_target = reader.Integer(is_target) != 0;
-    truth[reader.Integer(scan)].push_back(row);
+    std::vector<TruePrecursor>& of_scan = truth[reader.Integer(scan)];
+    if (of_scan.size() == kMostTablePrecursors) reader.Fail("more precursors than any scan has.");
+    of_scan.push_back(row);
   }
   return truth;
 }
@@ -123,6 +147,9 @@ PrecursorTable ReadPrecursorTable(const std::string& path) {
   PrecursorTable table;
   for (PrecursorRow row; reader.Next(row);) {
     TableRow& known = table[row.m_scan_no];  // another row of a scan adds to the first
+    if (known.m_determined.size() + row.m_determined.size() > kMostTablePrecursors ||
+        known.m_declared.size() == kMostTablePrecursors)
+      reader.Fail("more precursors than any scan has.");
     if (row.m_declared.m_mz != -1.0) known.m_declared.push_back(row.m_declared);
     known.m_determined.insert(known.m_determined.end(), row.m_determined.begin(),
                               row.m_determined.end());

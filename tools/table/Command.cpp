@@ -95,11 +95,11 @@ void RunTable(const TableOptions& options) {
   if (!options.m_is_json) output.Write(TsvHeader());
   std::string text;
   for (const std::string& base : bases) {
-    for (const PrecursorFact& row : ReadPrecursorFacts(base, options.m_settings)) {
+    ForEachPrecursor(base, options.m_settings, [&](const PrecursorFact& row) {
       text.clear();
       options.m_is_json ? AppendJsonLine(row, text) : AppendTsv(row, text);
       output.Write(text);
-    }
+    });
   }
   output.Complete();
 }

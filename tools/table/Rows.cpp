@@ -13,6 +13,7 @@
 #include "InstrumentFile.h"
 #include "MsTextReader.h"
 #include "PfReader.h"
+#include "PrecursorTable.h"
 #include "PrecursorTableReader.h"
 #include "SpectrumRecords.h"
 #include "outputs/SameIon.h"
@@ -86,7 +87,11 @@ using Evidence = std::unordered_map<std::int32_t, std::vector<EvidenceRow>>;
 Evidence ReadEvidence(const std::string& path) {
   Evidence evidence;
   EvidenceReader reader(path);
-  for (EvidenceRow row; reader.Next(row);) evidence[row.m_scan_no].push_back(row);
+  for (EvidenceRow row; reader.Next(row);) {
+    std::vector<EvidenceRow>& of_scan = evidence[row.m_scan_no];
+    if (of_scan.size() == kMostTablePrecursors) reader.FailForTooMany();
+    of_scan.push_back(row);
+  }
   return evidence;
 }
 
@@ -141,15 +146,29 @@ class RowReader {
 
   [[nodiscard]] const RunContent& Content() const noexcept { return m_content; }
 
-  [[nodiscard]] std::vector<PrecursorFact> Read() const {
+  void ForEachScan(const std::function<void(const PrecursorRow&)>& take) const {
     PrecursorTableReader reader(m_files.m_table);
     if (!reader.HasHeader()) throw m_files.m_table + " is not a precursor table of tarvek.";
-    std::vector<PrecursorFact> rows;
-    for (PrecursorRow read; reader.Next(read);) AppendRows(read, rows);
-    return rows;
+    for (PrecursorRow read; reader.Next(read);) take(read);
   }
 
- private:
+  /// Gives take the rows of a scan without their purities.
+  void ForEachRow(const PrecursorRow& read, const std::function<void(PrecursorFact&)>& take) const {
+    const PrecursorFact scan = FactOf(read);
+    const bool has_charge = scan.m_declared_charge.has_value();
+    const Precursor declared = DeclaredOf(read);
+    for (std::size_t i = 0; i < read.m_determined.size(); ++i) {
+      PrecursorFact row = scan;
+      row.m_rank = static_cast<int>(i) + 1;
+      row.m_mz = std::fabs(read.m_determined[i].m_mz);
+      row.m_charge = read.m_determined[i].m_charge;
+      row.m_neutral_mass_da = NeutralMass(read.m_determined[i]);
+      if (has_charge) CompareWithDeclared(declared, m_settings.m_tol_ppm, row);
+      AddEvidence(read.m_determined[i], row);
+      take(row);
+    }
+  }
+
   [[nodiscard]] ScanWindow WindowOf(std::int32_t scan_no) const {
     ScanWindow window;
     const auto found = m_windows.find(scan_no);
@@ -162,6 +181,7 @@ class RowReader {
     return window;
   }
 
+ private:
   /// The m/z of the input on the scale of the outputs.
   [[nodiscard]] Precursor Calibrated(Precursor declared, const ScanWindow& window) const {
     const auto& correction = m_content.Correction();
@@ -178,7 +198,12 @@ class RowReader {
                : std::ranges::equal(read.m_determined, std::span(&declared, 1), IsSameIon);
   }
 
-  void AppendRows(const PrecursorRow& read, std::vector<PrecursorFact>& rows) const {
+  [[nodiscard]] Precursor DeclaredOf(const PrecursorRow& read) const {
+    return Calibrated(WithoutSigns(read.m_declared), WindowOf(read.m_scan_no));
+  }
+
+  /// What the rows of a scan have in common.
+  [[nodiscard]] PrecursorFact FactOf(const PrecursorRow& read) const {
     PrecursorFact scan;
     scan.m_run = m_files.m_name;
     scan.m_settings_hash = m_hash;
@@ -189,24 +214,14 @@ class RowReader {
     scan.m_isolation_mz = window.m_centre_mz;
     scan.m_isolation_width = window.m_width_mz;
     if (window.m_time_s) scan.m_time_min = *window.m_time_s / kSecondsPerMinute;
-    const Precursor declared = Calibrated(WithoutSigns(read.m_declared), window);
     const bool has_declared = read.m_declared.m_mz > 0.0;
     const InputScan* const input = m_content.InputOf(read.m_scan_no);
     const bool has_charge = has_declared && (input == nullptr || input->m_has_charge);
     if (has_declared) scan.m_declared_mz = read.m_declared.m_mz;
     if (has_charge) scan.m_declared_charge = read.m_declared.m_charge;
     scan.m_is_determined = m_evidence ? m_evidence->contains(read.m_scan_no)
-                                      : !(has_declared && IsKept(read, declared));
-    for (std::size_t i = 0; i < read.m_determined.size(); ++i) {
-      PrecursorFact row = scan;
-      row.m_rank = static_cast<int>(i) + 1;
-      row.m_mz = std::fabs(read.m_determined[i].m_mz);
-      row.m_charge = read.m_determined[i].m_charge;
-      row.m_neutral_mass_da = NeutralMass(read.m_determined[i]);
-      if (has_charge) CompareWithDeclared(declared, m_settings.m_tol_ppm, row);
-      AddEvidence(read.m_determined[i], row);
-      rows.push_back(std::move(row));
-    }
+                                      : !(has_declared && IsKept(read, DeclaredOf(read)));
+    return scan;
   }
 
   void AddEvidence(const Precursor& precursor, PrecursorFact& row) const {
@@ -230,18 +245,14 @@ class RowReader {
   ScanWindows m_windows;
 };
 
-/// Fills in the purities, survey by survey.
-class PurityFiller {
+/// Finds the purities, survey by survey. A table may have a million rows: only a few bytes are kept of
+/// each.
+class PurityFinder {
  public:
-  PurityFiller(const RunContent& content, const RowSettings& settings,
-               std::span<PrecursorFact> rows)
-      : m_tol_ppm(settings.m_tol_ppm) {
-    for (PrecursorFact& row : rows) {
-      const InputScan* const input = content.InputOf(row.m_scan_no);
-      const bool has_survey = input != nullptr && input->m_survey > 0;
-      m_placed.emplace_back(has_survey ? input->m_survey : row.m_scan_no, &row);
-    }
-    std::ranges::stable_sort(m_placed, {}, &PlacedRow::first);
+  PurityFinder(const RowReader& rows, const RowSettings& settings)
+      : m_rows(rows), m_tol_ppm(settings.m_tol_ppm) {
+    m_rows.ForEachScan([this](const PrecursorRow& read) { Place(read); });
+    std::ranges::stable_sort(m_placed, {}, &PlacedRow::m_survey);
   }
 
   /// The surveys in the order of their numbers.
@@ -252,51 +263,78 @@ class PurityFiller {
   }
   void Finish() { FillBefore(std::numeric_limits<std::int64_t>::max()); }
 
+  /// By the place of the row.
+  [[nodiscard]] std::span<const std::optional<double>> Purities() const noexcept {
+    return m_purities;
+  }
+
  private:
-  using PlacedRow =
-      std::pair<std::int64_t, PrecursorFact*>;  // the survey is the last one not above
+  struct PlacedRow {
+    std::int64_t m_survey = 0;  // the last one not above
+    Precursor m_precursor;      // without signs
+    std::int32_t m_scan_no = 0;
+    std::size_t m_place = 0;
+  };
+
+  void Place(const PrecursorRow& read) {
+    const std::size_t first = m_purities.size();
+    m_purities.resize(first + read.m_determined.size());
+    const ScanWindow window = m_rows.WindowOf(read.m_scan_no);
+    if (!window.m_centre_mz || !window.m_width_mz) return;
+    const InputScan* const input = m_rows.Content().InputOf(read.m_scan_no);
+    const bool has_survey = input != nullptr && input->m_survey > 0;
+    for (std::size_t i = 0; i < read.m_determined.size(); ++i)
+      m_placed.push_back({has_survey ? input->m_survey : read.m_scan_no,
+                          WithoutSigns(read.m_determined[i]), read.m_scan_no, first + i});
+  }
 
   void FillBefore(std::int64_t scan_no) {
-    for (; m_next < m_placed.size() && m_placed[m_next].first < scan_no; ++m_next)
-      if (m_has_survey) Fill(*m_placed[m_next].second);
+    for (; m_next < m_placed.size() && m_placed[m_next].m_survey < scan_no; ++m_next)
+      if (m_has_survey) Fill(m_placed[m_next]);
   }
 
-  void Fill(PrecursorFact& row) const {
-    if (!row.m_isolation_mz || !row.m_isolation_width) return;
-    const Precursor precursor{row.m_mz, std::abs(row.m_charge)};
-    const auto shares = SharesInWindow(m_peaks, *row.m_isolation_mz, *row.m_isolation_width / 2.0,
-                                       {&precursor, 1}, m_tol_ppm);
-    if (shares) row.m_purity = shares->m_main;
+  void Fill(const PlacedRow& row) {
+    const ScanWindow window = m_rows.WindowOf(row.m_scan_no);
+    const auto shares = SharesInWindow(m_peaks, *window.m_centre_mz, *window.m_width_mz / 2.0,
+                                       {&row.m_precursor, 1}, m_tol_ppm);
+    if (shares) m_purities[row.m_place] = shares->m_main;
   }
 
+  const RowReader& m_rows;
   double m_tol_ppm;
+  std::vector<std::optional<double>> m_purities;
   std::vector<PlacedRow> m_placed;
   std::size_t m_next = 0;
   std::vector<Peak> m_peaks;
   bool m_has_survey = false;
 };
 
-void FillPurities(const RunFiles& files, PurityFiller& filler) {
+void FindPurities(const RunFiles& files, PurityFinder& finder) {
   if (!files.m_pf1.empty()) {
     PfReader surveys(files.m_pf1);
-    for (MS1Spectrum survey; surveys.ReadMs1(survey);) filler.TakeSurvey(survey);
+    for (MS1Spectrum survey; surveys.ReadMs1(survey);) finder.TakeSurvey(survey);
   } else if (!files.m_ms1.empty()) {
     Ms1TextReader surveys(files.m_ms1, "r");
-    for (MS1Spectrum survey; surveys.ReadNext(survey);) filler.TakeSurvey(survey);
+    for (MS1Spectrum survey; surveys.ReadNext(survey);) finder.TakeSurvey(survey);
   }
-  filler.Finish();
+  finder.Finish();
 }
 
 }  // namespace
 
-std::vector<PrecursorFact> ReadPrecursorFacts(const std::string& base_path,
-                                              const RowSettings& settings) {
+void ForEachPrecursor(const std::string& base_path, const RowSettings& settings,
+                      const std::function<void(const PrecursorFact&)>& take) {
   const RunFiles files = FindRunFiles(base_path, settings.m_input_folder);
-  const RowReader reader(files, settings);
-  std::vector<PrecursorFact> rows = reader.Read();
-  PurityFiller filler(reader.Content(), settings, rows);
-  FillPurities(files, filler);
-  return rows;
+  const RowReader rows(files, settings);
+  PurityFinder finder(rows, settings);
+  FindPurities(files, finder);
+  std::size_t place = 0;
+  rows.ForEachScan([&](const PrecursorRow& read) {
+    rows.ForEachRow(read, [&](PrecursorFact& row) {
+      if (place < finder.Purities().size()) row.m_purity = finder.Purities()[place++];
+      take(row);
+    });
+  });
 }
 
 std::string SettingsHash(const RunRecord& record) {

@@ -1,16 +1,16 @@
 // tools/table/Rows.h: the precursors of a finished run with all that is known about each.
 // Does:     joins the precursor table of a run with its record, its evidence, the input scans or the
 //           instrument file, and its surveys.
-// Owns:     its rows.
-// Throws:   ReadPrecursorFacts a std::string naming the file (for text also the line) that cannot
+// Owns:     nothing.
+// Throws:   ForEachPrecursor what take throws, and a std::string naming the file (for text also the line) that cannot
 //           be read or is damaged; SettingsHash nothing.
 // Not here: how the rows are written (table/Text.h). The columns: docs/formats/table.md.
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "RunRecord.h"
 
@@ -46,9 +46,10 @@ struct RowSettings {
   double m_tol_ppm = 20.0;  // as tarvek's own mass tolerance
 };
 
-/// The rows of the run in the order of its table. base_path: with or without ".csv".
-std::vector<PrecursorFact> ReadPrecursorFacts(const std::string& base_path,
-                                              const RowSettings& settings);
+/// Gives take the rows of the run in the order of its table, once all of it was read and found sound.
+/// base_path: with or without ".csv".
+void ForEachPrecursor(const std::string& base_path, const RowSettings& settings,
+                      const std::function<void(const PrecursorFact&)>& take);
 
 /// 16 hexadecimal digits that identify settings: FNV-1a (64 bits) over the lines "KEY\tVALUE\n" of
 /// the settings by ascending key; empty for a record without settings.

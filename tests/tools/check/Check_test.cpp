@@ -67,6 +67,39 @@ TEST(CheckFindings, TextHasDefectsFirstAndJsonHasScanAndLine) {
   EXPECT_EQ(json.at("checked").at(0).at("left_out").at(0).at("first_scan"), 5);
 }
 
+TEST(CheckFindings, CountsOfAKindThoseBeyondTheFirstHundred) {
+  CheckReport report;
+  for (int i = 0; i < 103; ++i) report.Defect("many", "a.csv", "It is cut.", "Run again.");
+  for (int i = 0; i < 100; ++i) report.Defect("many", "b.csv", "It is cut.", "Run again.");
+  report.Note("many", "a.csv", "It is so.", "Leave it.");
+  EXPECT_EQ(report.Count(Severity::kDefect), 203u);
+  EXPECT_EQ(report.Findings().size(), 201u);
+  EXPECT_TRUE(report.IsListFull({Severity::kDefect, "many", "b.csv"}));
+  EXPECT_FALSE(report.IsListFull({Severity::kNote, "many", "a.csv"}));
+  EXPECT_FALSE(report.IsListFull({Severity::kDefect, "other", "a.csv"}));
+
+  const std::string end =
+      "defect: a.csv: 3 more of the kind many are not listed.\n"
+      "note: a.csv: It is so.\n  Leave it.\n"
+      "203 defects, 0 warnings, 1 note\n";
+  const std::string text = CheckText(report);
+  ASSERT_GE(text.size(), end.size());
+  EXPECT_EQ(text.substr(text.size() - end.size()), end);
+
+  const auto json = nlohmann::json::parse(CheckJson(report));
+  EXPECT_EQ(json.at("findings").size(), 201u);
+  EXPECT_EQ(json.at("defects"), 203);
+  const nlohmann::json unlisted = {
+      {{"severity", "defect"}, {"code", "many"}, {"file", "a.csv"}, {"count", 3}}};
+  EXPECT_EQ(json.at("unlisted"), unlisted);
+}
+
+TEST(CheckFindings, SaysNothingOfUnlistedOnesWithoutAny) {
+  CheckReport report;
+  report.Note("a-note", "run.csv", "It is so.", "Leave it.");
+  EXPECT_FALSE(nlohmann::json::parse(CheckJson(report)).contains("unlisted"));
+}
+
 /// The findings for an mzML file of these scans.
 CheckReport CheckScans(const std::vector<TestScan>& scans, const CheckOptions& options = {}) {
   const TemporaryDirectory directory;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "ExtractorTestSupport.h"
+#include "ParameterFile.h"
 #include "ParameterText.h"
 #include "TestSupport.h"
 #include "check/Command.h"
@@ -101,6 +102,32 @@ TEST_F(CheckParametersTest, NamesAnUnknownKeyWithItsLineAndTheNearestOne) {
   EXPECT_EQ(report.Findings().front().m_place.m_line, 4);
   EXPECT_THAT(report.Findings().front().m_meaning, HasSubstr("'isolation_with'"));
   EXPECT_THAT(report.Findings().front().m_advice, HasSubstr("'isolation_width'"));
+}
+
+TEST_F(CheckParametersTest, NamesNoNearestKeyOfALongOne) {
+  const CheckReport longest = Check(DataPath() + std::string(64, 'k') + " = 1\n");
+  EXPECT_THAT(longest.Findings().front().m_advice, HasSubstr("The nearest key"));
+  const CheckReport longer = Check(DataPath() + std::string(65, 'k') + " = 1\n");
+  ASSERT_THAT(Codes(longer), ElementsAre("warning unknown-key"));
+  EXPECT_EQ(longer.Findings().front().m_advice, "No key that it knows is that long.");
+}
+
+TEST_F(CheckParametersTest, CountsUnknownKeysBeyondThoseThatItLists) {
+  std::string lines = DataPath();
+  for (int i = 0; i < 150; ++i) lines += "k" + std::to_string(i) + "x =\n";
+  const CheckReport report = Check(lines);
+  EXPECT_EQ(Codes(report).size(), kMostListed);
+  EXPECT_EQ(report.Count(Severity::kWarning), 150u);
+}
+
+TEST_F(CheckParametersTest, RefusesMoreKeysThanAnyFileHas) {
+  std::string lines;
+  for (std::size_t i = 0; i < kMostParameters; ++i) lines += "k" + std::to_string(i) + "=\n";
+  const CheckReport report = Check(lines);  // and ipv_file
+  ASSERT_THAT(Codes(report), ElementsAre("defect unreadable"));
+  EXPECT_EQ(report.Findings().front().m_meaning,
+            "A run would stop here: " + (m_directory / "run.params") +
+                ": more than 20000 keys, which no parameter file has.");
 }
 
 TEST_F(CheckParametersTest, ABadValueIsADefectAndTheRestIsChecked) {

@@ -99,6 +99,11 @@ TEST(ReadIdentifiedPrecursors, NamesFileAndLineOfWhatItCannotRead) {
             path + ", line 2: 'x' is not a number.");
   WriteFile(path, "scan\tmz\tcharge\n7\t500\n");
   EXPECT_EQ(MessageOf([&] { ReadIdentifiedPrecursors(path); }), path + ", line 2: too few fields.");
+  std::string many = "scan\tmz\tcharge\n";
+  for (int i = 0; i < 2001; ++i) many += "7\t500\t2\n";
+  WriteFile(path, many);
+  EXPECT_EQ(MessageOf([&] { ReadIdentifiedPrecursors(path); }),
+            path + ", line 2002: more precursors than any scan has.");
 }
 
 /// Runs the companion program on a small simulated run.

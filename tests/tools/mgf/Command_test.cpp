@@ -108,6 +108,48 @@ TEST_F(MgfCommandTest, PartsBlocksOfOneScanAndChargeForComet) {
             "run_HCDFT_2.mgf\t1\trun_HCDFT.mgf\trun\t7\t2\t2\t651.1\t1234.5000000\n");
 }
 
+/// Blocks of scan 5 with these numbers of precursors of charges 1, 2, ...
+std::string BlocksOf(const std::vector<int>& precursors) {
+  std::string text;
+  int index = 0;
+  for (std::size_t i = 0; i < precursors.size(); ++i) {
+    const std::string charge = std::to_string(i + 1);
+    for (int k = 0; k < precursors[i]; ++k)
+      text += Block("run.5.5." + charge + "." + std::to_string(index++) + ".dta", charge + "+",
+                    "650.3");
+  }
+  return text;
+}
+
+TEST_F(MgfCommandTest, RefusesMoreBlocksOfOneScanAndChargeThanFilesMayBeOpen) {
+  WriteFile(In("run.mgf"), BlocksOf({1, 100}));
+  RunMgf({"--engine", "comet", "--out", Out(), "--gzip", "--split", "1kb", In("run.mgf")});
+  EXPECT_EQ(OutNames().size(), 200u);
+  std::filesystem::remove_all(Out());
+
+  WriteFile(In("run.mgf"), BlocksOf({1, 101}));
+  EXPECT_EQ(MessageOf([&] {
+              RunMgf({"--engine", "comet", "--out", Out(), In("run.mgf")});
+            }),
+            In("run.mgf") +
+                ", scan 5: more than 100 precursors of one charge, each for another output; use "
+                "--top");
+  EXPECT_THAT(OutNames(), ElementsAre());
+  EXPECT_THAT(RunMgf({"--engine", "comet", "--top", "101", "--out", Out(), In("run.mgf")}).m_out,
+              HasSubstr("1 scans, 101 precursors"));
+}
+
+TEST_F(MgfCommandTest, RefusesMoreBlocksThanAnyScanHas) {
+  WriteFile(In("run.mgf"), BlocksOf({2000}) + Block("run.6.6.2.0.dta", "2+", "650.3"));
+  EXPECT_THAT(RunMgf({"--engine", "sage", "--out", Out(), In("run.mgf")}).m_out,
+              HasSubstr("2 scans, 2001 precursors"));
+  WriteFile(In("run.mgf"), BlocksOf({2001}));
+  EXPECT_EQ(MessageOf([&] {
+              RunMgf({"--engine", "sage", "--out", Out(), In("run.mgf")});
+            }),
+            In("run.mgf") + ":16008: more than 2000 blocks of scan 5");
+}
+
 TEST_F(MgfCommandTest, DeletesFurtherFilesThatAreNotNeededAnyMore) {
   const std::string twice =
       Block("run.7.7.2.0.dta", "2+", "650.3") + Block("run.7.7.2.1.dta", "2+", "651.1");

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "MsTextReader.h"
+#include "PrecursorTable.h"
 #include "PrecursorTableReader.h"
 #include "ProcessRunner.h"
 #include "TestSupport.h"
@@ -475,6 +476,38 @@ TEST_F(MzmlCommand, RefusesTheFileOfAnotherRunAndLeavesNothing) {
   EXPECT_FALSE(fs::exists(Path("wrong.mzML")));
   EXPECT_FALSE(fs::exists(Path("wrong.mzML_unfinished")));
   EXPECT_FALSE(fs::exists(Path("wrong.mzML.index_unfinished")));
+}
+
+TEST_F(MzmlCommand, SplitsNoSpectrumForMoreThanAHundredPrecursors) {
+  PrecursorTableReader table(Path("out/r.csv"));
+  PrecursorRow row;
+  ASSERT_TRUE(table.Next(row));
+  fs::create_directory(Path("many"));
+  for (const int count : {100, 101}) {
+    const std::string scan = std::to_string(row.m_scan_no);
+    std::string text = std::string(kPrecursorTableHeader) + row.m_activation + ", " +
+                       row.m_analyser + ", " + scan + ", " + std::to_string(row.m_declared.m_mz) +
+                       ", " + std::to_string(row.m_declared.m_charge) + ", " +
+                       std::to_string(count) + ", ";
+    for (int i = 1; i <= count; ++i) text += std::to_string(i) + ", 500.25, 2, ";
+    WriteFile(Path("many/r.csv"), text + "\n");
+    const auto result = Tools({"mzml", "many/r.csv", "r.mzML", "--split", "-o", "many/split.mzML"});
+    if (count == 100) {
+      EXPECT_EQ(result.m_exit_status, 0) << result.m_err;
+      fs::remove(Path("many/split.mzML"));
+    } else {
+      EXPECT_THAT(result.m_err, HasSubstr("r.mzML: the spectrum \"controllerType=0 "
+                                          "controllerNumber=1 scan=" +
+                                          scan +
+                                          "\" would be split for more than 100 precursors; use "
+                                          "--top"));
+      EXPECT_FALSE(fs::exists(Path("many/split.mzML")));
+      EXPECT_EQ(Tools({"mzml", "many/r.csv", "r.mzML", "--split", "--top", "100", "-o",
+                       "many/split.mzML"})
+                    .m_exit_status,
+                0);
+    }
+  }
 }
 
 TEST_F(MzmlCommand, CopiesChromatogramsAndFilesWithoutIndex) {

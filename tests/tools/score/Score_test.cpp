@@ -169,5 +169,38 @@ TEST(ScoreJson, HoldsTheSameFigures) {
   EXPECT_NE(json.find("\"target_recall\": {\n      \"part\": 1,"), std::string::npos) << json;
 }
 
+/// The message for a truth table with so many precursors of scan 7, after the path.
+std::string MessageOfTruth(int precursors) {
+  const TemporaryDirectory directory;
+  std::string text = "scan\tmz\tcharge\tshare\tis_target\n";
+  for (int i = 0; i < precursors; ++i) text += "7\t500.0\t2\t0.5\t0\n";
+  WriteFile(directory / "truth.tsv", text);
+  const std::string message = MessageOf([&] { ReadTruthTable(directory / "truth.tsv"); });
+  return message.substr(message.find(','));
+}
+
+TEST(ReadTables, RefuseMorePrecursorsThanAnyScanHas) {
+  EXPECT_EQ(MessageOfTruth(2001), ", line 2002: more precursors than any scan has.");
+  const TemporaryDirectory directory;
+  std::string row = "HCD, FTMS, 7, -1.000000, -1, 1000, ";
+  for (int i = 0; i < 1000; ++i) row += "1, 500.0, 2, ";
+  const std::string path = directory / "a.csv";
+  WriteFile(path, kTableHeader + row + "\n" + row + "\n");
+  EXPECT_EQ(ReadPrecursorTable(path).at(7).m_determined.size(), 2000u);
+  WriteFile(path, kTableHeader + row + "\n" + row + "\n" + row + "\n");
+  EXPECT_EQ(MessageOf([&] { ReadPrecursorTable(path); }),
+            path + ", line 4: more precursors than any scan has.");
+}
+
+TEST(ReadTables, RefuseMoreColumnsThanAnyTableHas) {
+  const TemporaryDirectory directory;
+  const std::string path = directory / "truth.tsv";
+  const std::string header = "scan\tmz\tcharge\tshare\tis_target";
+  WriteFile(path, header + std::string(9'995, '\t') + "\n");
+  EXPECT_TRUE(ReadTruthTable(path).empty());
+  WriteFile(path, header + std::string(9'996, '\t') + "\n");
+  EXPECT_EQ(MessageOf([&] { ReadTruthTable(path); }), path + ", line 1: more than 10000 fields.");
+}
+
 }  // namespace
 }  // namespace tarvek::tools
