@@ -78,7 +78,7 @@ inline std::int64_t MostNumbersOfFile(std::int64_t stored_bytes) {
 /// the memory of those who hold many spectra.
 inline std::int64_t MostPeaksOfFile(std::int64_t stored_bytes) {
   constexpr std::int64_t kFree = 500'000;
-  constexpr double kPeaksPerByte = 0.35;
+  constexpr double kPeaksPerByte = 0.3;
   constexpr std::int64_t kPeaksPerByteOfLarge = 5;
   if (stored_bytes <= 0) return std::numeric_limits<std::int64_t>::max();
   const std::int64_t small = std::min(stored_bytes, kSmallFileBytes);

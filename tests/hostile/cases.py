@@ -829,8 +829,84 @@ def planted_cases():
                    "in/run.mzML")
 
 
+def constant_array(kind, number, count, terms=("MS:1000523", "MS:1000574"), raw=None):
+    packed = zlib.compress(struct.pack("<d", number) * count if raw is None else raw, 9)
+    names = "".join(f'<cvParam cvRef="MS" accession="{term}" name="x" value=""/>' for term in (*terms, f"MS:{kind}"))
+    return f'<binaryDataArray encodedLength="0">{names}<binary>{samples.text_of(packed)}</binary></binaryDataArray>'
+
+
+def constant_spectrum(index, count, mz=None):
+    """A survey of so many equal peaks."""
+    return (f'<spectrum index="{index}" id="scan={index + 1}" defaultArrayLength="{count}">' + samples.param(1000511, "ms level", 1) +
+            samples.param(1000127, "centroid spectrum") + samples.scan_list(1.0 + index / 100) + '<binaryDataArrayList count="2">' +
+            (mz or constant_array(1000514, 500.0, count)) + constant_array(1000515, 1.0, count) + "</binaryDataArrayList></spectrum>")
+
+
+def padded(text, megabytes):
+    return text.replace("<run ", ("<!--" + "x" * MEGABYTE + "-->") * megabytes + "<run ", 1)
+
+
+def load_cases():
+    """Files of up to 10 MB that once took more than 256 MB or 20 s."""
+    def fragment(index):
+        return samples.spectrum(index, 2, samples.FRAGMENT_MZ, samples.FRAGMENT_INTENSITY, samples.precursor_list("500.25", "2"))
+
+    for surveys, count, size in ((60, 500000, 0), (7, 490000, 9), (1, 4700000, 9), (18, 200000, 9), (600, 500000, 9)):
+        yield instrument(f"load/mzML/{surveys} of {count} equal peaks", lambda _, surveys=surveys, count=count, size=size: padded(
+            samples.mzml([constant_spectrum(i, count) for i in range(surveys)] + [fragment(surveys)]), size))
+    for term in ("MS:1002746", "MS:1002747", "MS:1002748"):
+        for fill in (0, 0x88):
+            yield instrument(f"load/mzML/numpress {term} of {fill}", lambda _, term=term, fill=fill: padded(samples.mzml(
+                [constant_spectrum(0, 900000, constant_array(1000514, 0, 0, (term,), bytes([fill]) * 7200000)), fragment(1)]), 9))
+    yield instrument("load/gz/elements", lambda _: bomb(512 * MEGABYTE, *split_at(samples.mzml(), "</fileDescription>"), b"<a/>"), "mzML.gz")
+
+    low = "".join(f"{i * 7.9 / 60000:.6f} 1000\n" for i in range(1, 60000))
+    yield pair("load/low m\u2215z", lambda _: samples.HEAD + "".join(
+        f"S\t{i}\t{i}\nI\tRetTime\t{i}\nI\tInstrumentType\tFTMS\n{low}" for i in range(1, 10)), lambda _: samples.HEAD + "".join(
+            f"S\t{i}\t{i}\t1.0\nI\tActivationType\tHCD\nI\tInstrumentType\tFTMS\nI\tActivationCenter\t1.0\nI\tPrecursorScan\t5\n"
+            "Z\t2\t1.0\n200.0 5.0\n" for i in range(10, 60)))
+    yield pair("load/hidden scans", ms2=lambda _: samples.ms2() + "".join(
+        f"X\0\nS\t{7 + i % 2}\n1 1\n" for i in range(250000)) + "".join(f"S\t{3 + i % 2}\n" for i in range(1000000)))
+
+    def result(name, file_name, content):
+        return Case(f"load/{name}", "psms", {f"in/{file_name}": content}, f"in/{file_name}")
+    yield result("mzid/a sequence of 250 MB", "any.mzid.gz", lambda _: bomb(
+        250 * MEGABYTE, *split_at(samples.MZIDENTML, "<PeptideSequence>"), b"A"))
+    yield result("mzid/proteins of one match", "any.mzid", lambda _: samples.MZIDENTML.replace(
+        "<DBSequence ", "".join(f'<DBSequence id="D{i}" accession="A{i}"/>' for i in range(40000)) + "<DBSequence ", 1).replace(
+            "<PeptideEvidence ", "".join(f'<PeptideEvidence id="E{i}" dBSequence_ref="D{i}"/>' for i in range(40000)) + "<PeptideEvidence ",
+            1).replace("<PeptideEvidenceRef ", "".join(f'<PeptideEvidenceRef peptideEvidence_ref="E{i}"/>' for i in range(40000)) +
+                       "<PeptideEvidenceRef ", 1))
+    yield result("mzid/long ids", "any.mzid.gz", lambda _: zipped(samples.MZIDENTML.replace("<DBSequence ", "".join(
+        f'<DBSequence id="{i}{"i" * 2000}" accession="a"/>' for i in range(100000)) + "<DBSequence ", 1).encode()))
+    yield result("tandem/proteins", "tandem.xml", lambda _: re.sub(
+        r"(?s)<protein .*</protein>", lambda m: "".join(re.sub(r'label="[^"]*"', f'label="P{i}"', m[0]) for i in range(20000)),
+        samples.TANDEM, count=1))
+    for file_name, text in (("comet.txt", samples.COMET), ("comet.pin", samples.PIN), ("sage.tsv", samples.SAGE)):
+        yield result(f"{file_name}/tabs", file_name, lambda _, text=text: text + "\t" * 9000000 + "\n")
+        yield result(f"{file_name}/a header of tabs", file_name, lambda _, text=text: "\t" * 9000000 + text)
+    yield result("comet.txt/proteins", "comet.txt", lambda _: samples.COMET.rstrip() + ",a" * 4500000 + "\n")
+
+    yield Case("load/truth/tabs", "score", {"in/truth.tsv": lambda _: samples.TRUTH + "\t" * 9000000 + "\n"}, "in/truth.tsv")
+    for name, ending, more in (("commas", ".csv", b", " * 4500000 + b"\n"), ("settings", ".tarvek", b"".join(
+            b"setting\tk%d\tv\n" % i for i in range(500000)))):
+        yield changed_output(f"load/{name}", ending, change_by(lambda content, more=more: content + more))
+    yield changed_output("load/precursors", ".csv", change_by(lambda content: re.sub(
+        rb", 1, (.*)\n", lambda m: b", 700001, " + m[1] + b"1.0, 500.0, 2, " * 700000 + b"\n", content, count=1)))
+    yield changed_output("load/a row less", ".csv", change_by(lambda content: content[:content[:-1].rindex(b"\n") + 1]))
+    for name, content in (("unknown keys", lambda _: "".join(f"k{i}=\n" for i in range(800000))),
+                          ("long keys", lambda _: "".join(f"k{i}{'y' * 1000}=\n" for i in range(9500))),
+                          ("data paths", lambda _: "".join(f"datapath{i}=x\n" for i in range(400000)))):
+        yield Case(f"load/params/{name}", "params", {"in/run.mzML": samples.mzml(), "in/run.params": content}, "in/run.params")
+    yield Case("load/mgf/blocks of one scan", "mgf", {"in/run.mgf": lambda _: "".join(
+        f"BEGIN IONS\nTITLE=run.5.5.2.{i}.dta\nCHARGE=2+\nRTINSECONDS=1\nPEPMASS=500.25\n200.0 5.0\nEND IONS\n" for i in range(90000))},
+               "in/run.mgf")
+    yield Case("load/pipe at the console file", "planted", {"in/run.mzML": samples.mzml(), "out/batch_logs/run/console.txt": os.mkfifo},
+               "in/run.mzML", rows=2)
+
+
 def all_cases(seed, random_count):
     for cases in (structure_cases(), random_cases(seed, random_count), nesting_cases(), number_cases(), count_cases(), array_cases(),
                   encoding_cases(), xml_cases(), size_cases(), bomb_cases(), text_cases(), mgf_cases(), binary_cases(), name_cases(),
-                  link_cases(), output_cases(), result_cases(), table_cases(), parameter_cases(), isotope_cases(), planted_cases()):
+                  link_cases(), output_cases(), result_cases(), table_cases(), parameter_cases(), isotope_cases(), planted_cases(), load_cases()):
         yield from cases

@@ -24,6 +24,7 @@ sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 import cases  # noqa: E402
 import judge  # noqa: E402
 import roads  # noqa: E402
+import samples  # noqa: E402
 
 SHORT_CASES = 200
 LONG_CASES = re.compile("(64|256|500) MB|1 GB|,000|100000$|/pipe$|zero$")  # those that a short round leaves out
@@ -116,6 +117,15 @@ def table_verdicts(case, road, ran, planted):
             found.append((judge.HALF, f"{path.name!r} in spite of status {ran.status}"))
         if case.rows is not None and road.is_main and rows != case.rows and not found:
             found.append((judge.REFUSED, f"status {ran.status}, {rows} rows: " + last_words(ran.output)))
+    if is_done and road.restores is not None:
+        try:
+            rows = judge.table_rows(Path(os.fsdecode(road.restores)).read_bytes())
+        except (ValueError, OSError) as error:
+            rows = error
+        if rows != samples.GOOD_ROWS:
+            found.append((judge.NO_TABLE, f"status 0, and the table of the good input has as rows: {rows}"))
+    if is_done and road.says_json:
+        found += judge.judge_json(ran.output)
     return found
 
 

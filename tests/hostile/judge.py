@@ -179,6 +179,28 @@ def check_json(path):
     json.loads(path.read_bytes())
 
 
+def judge_json(output):
+    """The verdicts on standard output that is one JSON text or one in each line, without inf and nan. What is said
+    on standard error may come before it."""
+    def refuse(word):
+        raise ValueError(f"the JSON holds {word}")
+    text = output.decode("utf-8", "replace")
+    start = re.search(r"^[\[{]", text, re.M)
+    if start is None or len(output) >= 4 << 20:  # nothing, or read in part
+        return []
+    text = text[start.start():]
+    try:
+        json.loads(text, parse_constant=refuse)
+    except ValueError:
+        try:
+            for line in text.splitlines():
+                if line.startswith("{"):
+                    json.loads(line, parse_constant=refuse)
+        except ValueError as error:
+            return [(HALF, f"standard output: {error}")]
+    return []
+
+
 def check_mzml(path):
     ElementTree.parse(path)
 

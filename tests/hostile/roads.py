@@ -50,11 +50,14 @@ class Programs:
 
 class Road:
     """outputs: the folders that it may write to. needs: what must be there after status 0. table: the
-    precursor table that must be whole after status 0, and must not be there otherwise."""
+    precursor table that must be whole after status 0, and must not be there otherwise. restores: a
+    precursor table that must have the rows of the good run after status 0, whoever wrote it. says_json:
+    standard output is JSON after status 0."""
 
-    def __init__(self, name, argv, outputs=(), needs=(), table=None, cwd="cwd", is_main=False):
+    def __init__(self, name, argv, outputs=(), needs=(), table=None, cwd="cwd", is_main=False, restores=None, says_json=False):
         self.name, self.argv, self.outputs, self.needs = name, argv, outputs, needs
         self.table, self.cwd, self.is_main = table, cwd, is_main
+        self.restores, self.says_json = restores, says_json
 
 
 def base_of(given):
@@ -95,7 +98,7 @@ def _tools(place, base, programs, source):
     yield Road("report", [tools, "report", out, "-o", str(other / "pages")], [str(other / "pages")])
     yield Road("table", [tools, "table", out, "--input", str(place / "in"), "-o", str(other / "table" / "t.tsv")],
                [str(other / "table")])
-    yield Road("table --json", [tools, "table", base, "--json"])
+    yield Road("table --json", [tools, "table", base, "--json"], says_json=True)
     yield Road("mgf", [tools, "mgf", "--engine", "comet", "--out", str(other / "mgf"), out], [str(other / "mgf")])
     yield Road("explain", [tools, "explain", base, "2", "--input", source])
     yield Road("mzml", [tools, "mzml", base, source, "-o", str(other / "mzml" / "m.mzML")], [str(other / "mzml")])
@@ -184,18 +187,21 @@ def _report(case, place, given, programs):
 def _outputs(case, place, given, programs):
     yield from _tools(place, given, programs, str(programs.good / "in" / "run.mzML"))
     yield Road("calibrate --apply", [programs.tools, "calibrate", "--apply", given], [str(place / "out")])
+    if "/field " not in case.name:  # rows with other words are rows
+        yield Road("tarvek again", [programs.tarvek, "-D", str(programs.good / "in" / "run.mzML"), "-O", str(place / "out")],
+                   [str(place / "out")], restores=given + b".csv")
 
 
 def _psms(case, place, given, programs):
     out = str(place / "other" / "psms")
     yield Road("psms", [programs.tools, "psms", given, "--decoy-prefix", "DECOY_", "--no-plus-one", "--fdr", "1", "--precursors",
                         str(programs.good / "out"), "-o", out + "/p.tsv"], [out])
-    yield Road("psms --json", [programs.tools, "psms", given, "--json", "--decoy-prefix", "DECOY_"])
+    yield Road("psms --json", [programs.tools, "psms", given, "--json", "--decoy-prefix", "DECOY_"], says_json=True)
 
 
 def _score(case, place, given, programs):
     yield Road("score", [programs.tools, "score", str(programs.good / "out" / "run.csv"), given])
-    yield Road("score --json", [programs.tools, "score", "--json", str(programs.good / "out" / "run.csv"), given])
+    yield Road("score --json", [programs.tools, "score", "--json", str(programs.good / "out" / "run.csv"), given], says_json=True)
     yield Road("score of another", [programs.tools, "score", given, str(programs.good / "truth.tsv")])
 
 

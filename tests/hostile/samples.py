@@ -64,6 +64,9 @@ def spectrum(index, level, mz, intensity, extra=""):
             "</binaryDataArrayList></spectrum>")
 
 
+GOOD_ROWS = 2  # of the precursor table of mzml()
+
+
 def mzml(spectra=None):
     """An mzML file with every element that the reader asks for, without white space between them."""
     if spectra is None:
