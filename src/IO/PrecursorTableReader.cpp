@@ -34,10 +34,15 @@ std::vector<std::string_view> FieldsOf(std::string_view line) {
   return fields;
 }
 
-// Lines with an end.
-std::int64_t CountRows(LineReader& lines) {
+// Nothing when the last line has no end.
+std::optional<std::int64_t> CountRows(LineReader& lines) {
   std::int64_t rows = 0;
-  for (std::string_view piece; lines.ReadPiece(piece);) rows += piece.ends_with('\n') ? 1 : 0;
+  bool is_whole = true;
+  for (std::string_view piece; lines.ReadPiece(piece);) {
+    is_whole = piece.ends_with('\n');
+    rows += is_whole ? 1 : 0;
+  }
+  if (!is_whole) return std::nullopt;
   return rows;
 }
 
@@ -130,10 +135,11 @@ std::string FlawOfTable(const std::string& path) {
     return "it does not begin with the header";
   const std::optional<std::int64_t> recorded = RecordedRows(path);
   if (!recorded) return "";
-  const std::int64_t rows = CountRows(lines);
-  return rows == *recorded ? ""
-                           : "it has " + std::to_string(rows) +
-                                 " whole rows, and its record counts " + std::to_string(*recorded);
+  const std::optional<std::int64_t> rows = CountRows(lines);
+  if (!rows) return "its last line is cut off";
+  if (rows == recorded) return "";
+  return "it has " + std::to_string(*rows) + " rows, and its record counts " +
+         std::to_string(*recorded);
 }
 
 bool IsFinishedTable(const std::string& path) { return FlawOfTable(path).empty(); }

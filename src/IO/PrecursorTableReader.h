@@ -62,8 +62,8 @@ class PrecursorTableReader {
 bool IsPrecursorTable(const std::string& path);
 
 /// Why the table at path does not count as finished, "it is empty" for one; empty when it does: it
-/// can be read, begins with the whole header, and has as many whole rows as the record next to it
-/// counts, where there is one.
+/// can be read, begins with the whole header, and, where there is a record next to it, ends with a
+/// line end and has as many rows as that counts.
 std::string FlawOfTable(const std::string& path);
 
 /// Whether there is a table at path that counts as finished.

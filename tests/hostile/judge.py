@@ -193,7 +193,7 @@ def judge_json(output):
         json.loads(text, parse_constant=refuse)
     except ValueError:
         try:
-            for line in text.splitlines():
+            for line in text.split("\n"):
                 if line.startswith("{"):
                     json.loads(line, parse_constant=refuse)
         except ValueError as error:

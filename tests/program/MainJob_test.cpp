@@ -103,9 +103,10 @@ TEST_F(MainJob, ProcessesAFileAgainWithoutAWholeTable) {
         {std::string(4096, '\0'), no_header},
         {header.substr(0, header.size() / 2), no_header},
         {header.substr(0, header.size() - 1), no_header},
-        {table.substr(0, table.size() - 1), "it has 5 whole rows, and its record counts 6"},
-        {header, "it has 0 whole rows, and its record counts 6"},
-        {table + "more\n", "it has 7 whole rows, and its record counts 6"}}) {
+        {table.substr(0, table.size() - 1), "its last line is cut off"},
+        {header, "it has 0 rows, and its record counts 6"},
+        {table + "x", "its last line is cut off"},
+        {table + "more\n", "it has 7 rows, and its record counts 6"}}) {
     Write("out/run.csv", damaged);
     RunPair();
     EXPECT_EQ(m_result.m_exit_status, 0);

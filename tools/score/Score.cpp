@@ -4,6 +4,7 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <optional>
 #include <span>
 
@@ -19,8 +20,9 @@ namespace {
 struct TruthIsotopes {
   TruthIsotopes(const Precursor& truth, double tol_ppm) {
     constexpr double kMoreThanTol = 1.001e-6;  // WithinPpm decides near its edge
+    const int charge = std::abs(std::max(truth.m_charge, -std::numeric_limits<int>::max()));
     for (int offset = -kMaxShift; offset <= kMaxShift; ++offset) {
-      const double mz = IsotopeMz(std::fabs(truth.m_mz), offset, std::abs(truth.m_charge));
+      const double mz = IsotopeMz(std::fabs(truth.m_mz), offset, charge);
       m_mz[ShiftPlace(offset)] = mz;
       m_reach_mz[ShiftPlace(offset)] = std::fabs(mz) * tol_ppm * kMoreThanTol;
     }
