@@ -11,7 +11,7 @@
 #include "RunDriver.h"
 #include "StringUtils.h"
 #include "TableReader.h"
-#include "ipv/Command.h"
+#include "ipv/TableFile.h"
 
 namespace tarvek::tools {
 namespace {

@@ -10,7 +10,7 @@
 #include "batch/RunInputs.h"
 #include "calibrate/Calibration.h"
 #include "check/Account.h"
-#include "check/Command.h"
+#include "check/Check.h"
 #include "outputs/DeclaredWidth.h"
 
 namespace tarvek::tools {

@@ -4,13 +4,11 @@
 #include <optional>
 
 #include "NumberText.h"
-#include "UnfinishedFile.h"
+#include "ipv/AveragineTable.h"
+#include "ipv/TableFile.h"
 
 namespace tarvek::tools {
 namespace {
-
-// Enough for every comparison of envelopes; a table of 15000 rows stays below a megabyte.
-constexpr int kDecimals = 6;
 
 struct IpvOptions {
   std::string m_out;
@@ -55,22 +53,6 @@ void AddIpvCommand(CLI::App& app) {
     CheckThatEnrichmentHasALabel(*enrichment, *options);
     RunIpv(*options);
   });
-}
-
-std::string IsotopeTableText(std::span<const IsotopeEnvelope> rows) {
-  std::string text;
-  for (const IsotopeEnvelope& row : rows) {
-    for (std::size_t k = 0; k < row.size(); ++k) {
-      if (k > 0) text += ' ';
-      AppendFixed(text, row[k], kDecimals);
-    }
-    text += '\n';
-  }
-  return text;
-}
-
-void WriteIsotopeTable(const std::string& path, std::span<const IsotopeEnvelope> rows) {
-  WriteWhole(path, IsotopeTableText(rows), "isotope table");
 }
 
 }  // namespace tarvek::tools

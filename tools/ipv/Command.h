@@ -1,28 +1,16 @@
 // tools/ipv/Command.h: "tarvek-tools ipv", which writes the isotope table.
-// Does:     declares the subcommand's options and checks them; writes the table as text.
+// Does:     declares the subcommand's options and checks them.
 // Owns:     nothing; the options live as long as the App.
 // Throws:   while parsing, a CLI::ParseError naming the option; when writing, a std::string of the
 //           file helpers naming the path.
-// Not here: the numbers (ipv/AveragineTable.h).
+// Not here: the numbers (ipv/AveragineTable.h), the file (ipv/TableFile.h).
 #pragma once
 
 #include <CLI/CLI.hpp>
-#include <span>
-#include <string>
-
-#include "ipv/AveragineTable.h"
 
 namespace tarvek::tools {
 
 /// Adds the subcommand to app; it runs while app parses its arguments.
 void AddIpvCommand(CLI::App& app);
-
-/// The contents of the file: one row per line, five numbers of six decimals with single blanks
-/// between them, each line ended by a line feed. Empty without rows.
-std::string IsotopeTableText(std::span<const IsotopeEnvelope> rows);
-
-/// Writes the table to path + "_unfinished" and renames it to path when complete, replacing an
-/// existing file. On failure the unfinished file is removed and path is unchanged.
-void WriteIsotopeTable(const std::string& path, std::span<const IsotopeEnvelope> rows);
 
 }  // namespace tarvek::tools

@@ -16,7 +16,7 @@
 #include "RunRecord.h"
 #include "TestSupport.h"
 #include "check/Account.h"
-#include "check/Command.h"
+#include "check/Check.h"
 #include "check/Mgf.h"
 #include "check/Pf.h"
 #include "check/Table.h"

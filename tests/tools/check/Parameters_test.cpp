@@ -11,7 +11,7 @@
 #include "ParameterFile.h"
 #include "ParameterText.h"
 #include "TestSupport.h"
-#include "check/Command.h"
+#include "check/Check.h"
 
 namespace tarvek::tools {
 namespace {

@@ -9,6 +9,8 @@
 #include <vector>
 
 #include "TestSupport.h"
+#include "ipv/AveragineTable.h"
+#include "ipv/TableFile.h"
 
 namespace tarvek::tools {
 namespace {
