@@ -6,6 +6,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <iostream>
+#include <stdexcept>
+#include <string>
 
 #include "Check.h"
 #include "Logger.h"
@@ -29,8 +31,9 @@ class Scratch {
     const std::filesystem::path memory = "/dev/shm";
     const auto parent =
         std::filesystem::is_directory(memory) ? memory : std::filesystem::temp_directory_path();
-    m_path = (parent / ("tarvek-fuzz-" + std::to_string(::getpid()))).string();
-    std::filesystem::create_directory(m_path);
+    // A name of its own: a killed target leaves its folder, and process numbers come again.
+    m_path = (parent / "tarvek-fuzz-XXXXXX").string();
+    if (::mkdtemp(m_path.data()) == nullptr) throw std::runtime_error("no folder " + m_path);
     std::filesystem::create_symlink("/dev/null", m_path + "/" + std::string(kLogFileName));
     std::cout.rdbuf(nullptr);
     std::cerr.rdbuf(nullptr);
