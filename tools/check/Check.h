@@ -1,5 +1,5 @@
 // tools/check/Check.h: checks the files at some paths.
-// Throws:   what the readers of parameter files throw; a defect is no error but a finding.
+// Throws:   std::bad_alloc; a defect is no error but a finding.
 // Not here: which files a path means (check/Targets.h), the checks (check/Inputs.h,
 //           check/Outputs.h), the texts (check/Findings.h).
 #pragma once
