@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "Charge.h"
 #include "NumericUtils.h"
 
 namespace tarvek::joint {
@@ -182,7 +183,7 @@ class Describer {
   void DescribeDeclared(FeatureRow& f, const std::vector<Precursor>& declared) const {
     f[kDeclaredOffset] = kNoRelation;
     for (const Precursor& precursor : declared) {
-      const int charge = std::abs(precursor.m_charge);
+      const int charge = ChargeWithoutSign(precursor.m_charge);
       if (charge == 0) continue;
       if (charge != m_candidate.m_charge) {
         if (f[kDeclaredCharge] == 0.0) f[kDeclaredCharge] = -1.0;

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <limits>
 
+#include "Charge.h"
 #include "NumericUtils.h"
 
 namespace tarvek::joint {
@@ -135,7 +136,7 @@ class Collector {
   }
 
   void FromDeclared(const Precursor& declared) {
-    const int charge = std::abs(declared.m_charge);
+    const int charge = ChargeWithoutSign(declared.m_charge);
     if (charge == 0 || charge > m_window->m_max_charge) return;
     for (int shift = 0; shift < kDeclaredShifts; ++shift) {
       const double mz = std::fabs(declared.m_mz) - shift * m_window->Step(charge);

@@ -6,6 +6,7 @@
 #include <numeric>
 #include <vector>
 
+#include "Charge.h"
 #include "ExtractorOptions.h"
 #include "FileUtils.h"
 #include "InstrumentFile.h"
@@ -119,7 +120,7 @@ void LookAtMs2(const std::string& path, InputLook& look) {
   std::int32_t charge = 0;
   bool is_in_block = false;
   const auto end_block = [&] {
-    if (is_in_block) AddFragment(look, std::abs(charge), centre_mz);
+    if (is_in_block) AddFragment(look, ChargeWithoutSign(charge), centre_mz);
     centre_mz = 0.0;
     charge = 0;
   };

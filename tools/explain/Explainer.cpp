@@ -6,6 +6,7 @@
 #include <string>
 #include <utility>
 
+#include "Charge.h"
 #include "IsotopeTable.h"
 #include "JointModel.h"
 #include "Ms2Loop.h"
@@ -24,7 +25,7 @@ constexpr int kReasonDecimals = 2;
 Precursor WithoutSign(const Precursor& ion) { return {std::fabs(ion.m_mz), ion.m_charge}; }
 
 std::string IonText(const Precursor& ion) {
-  return Fixed(std::fabs(ion.m_mz), 4) + " " + std::to_string(std::abs(ion.m_charge)) +
+  return Fixed(std::fabs(ion.m_mz), 4) + " " + std::to_string(ChargeWithoutSign(ion.m_charge)) +
          (ion.m_charge < 0 ? "-" : "+");
 }
 

@@ -7,6 +7,7 @@
 #include <span>
 #include <string_view>
 
+#include "Charge.h"
 #include "IsoPattern.h"
 #include "NumberText.h"
 
@@ -30,7 +31,7 @@ std::string Left(std::string text, std::size_t width) {
 std::string Percent(double share) { return Fixed(100.0 * share, 0) + " %"; }
 
 std::string ChargeText(std::int32_t charge) {
-  return std::to_string(std::abs(charge)) + (charge < 0 ? "-" : "+");
+  return std::to_string(ChargeWithoutSign(charge)) + (charge < 0 ? "-" : "+");
 }
 
 // 1234567 is "1.23e6".

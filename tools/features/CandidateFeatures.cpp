@@ -3,10 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <functional>
 #include <memory>
 
+#include "Charge.h"
 #include "JointDetermination.h"
 #include "Ms1Feed.h"
 #include "Ms2Loop.h"
@@ -196,7 +196,7 @@ CandidateLabel LabelByPeptides(const Precursor& candidate, std::span<const Precu
       if (same_charge) return CandidateLabel::kTrue;
       label = CandidateLabel::kFalse;
     }
-    const double spacing_mz = kIsotopeDifferenceDa / std::abs(peptide.m_charge);
+    const double spacing_mz = kIsotopeDifferenceDa / ChargeWithoutSign(peptide.m_charge);
     for (int isotope = 1; isotope <= kMaxShift && same_charge; ++isotope)
       for (const double shift_mz : {-isotope * spacing_mz, isotope * spacing_mz})
         if (WithinPpm(candidate.m_mz, std::fabs(peptide.m_mz) + shift_mz, tol_ppm))

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "Charge.h"
 #include "NumberText.h"
 #include "StringUtils.h"
 #include "mzml/TagStream.h"
@@ -113,7 +114,7 @@ std::string IonListText(std::span<const Precursor> ions, const Indentation& arou
                      Fixed(std::fabs(ion.m_mz), kMzDecimals) + "\" unitCvRef=\"" + vocabulary +
                      "\" unitAccession=\"MS:1000040\" unitName=\"m/z\"/>");
     lines.Put(2, param + "MS:1000041\" name=\"charge state\" value=\"" +
-                     std::to_string(std::abs(ion.m_charge)) + "\"/>");
+                     std::to_string(ChargeWithoutSign(ion.m_charge)) + "\"/>");
     lines.Put(1, "</selectedIon>");
   }
   lines.Put(0, "</selectedIonList>");

@@ -3,8 +3,8 @@
 #pragma once
 
 #include <cmath>
-#include <cstdlib>
 
+#include "Charge.h"
 #include "SpectrumRecords.h"
 
 namespace tarvek::tools {
@@ -14,7 +14,7 @@ inline constexpr double kSameMz = 1.6e-6;
 
 /// Equal charges and m/z. Signs do not count: declared values have none.
 inline bool IsSameIon(const Precursor& a, const Precursor& b) {
-  return std::abs(a.m_charge) == std::abs(b.m_charge) &&
+  return ChargeWithoutSign(a.m_charge) == ChargeWithoutSign(b.m_charge) &&
          std::fabs(std::fabs(a.m_mz) - std::fabs(b.m_mz)) < kSameMz;
 }
 

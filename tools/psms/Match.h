@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <limits>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,11 +25,6 @@ struct EngineScores {
 
 /// No file has a longer name. What is longer is cut, since it is repeated for each match.
 inline constexpr std::size_t kMostRunNameBytes = 1000;
-
-/// A charge without its sign, also of the smallest number there is.
-inline std::int32_t ChargeWithoutSign(std::int32_t charge) {
-  return std::abs(std::max(charge, -std::numeric_limits<std::int32_t>::max()));
-}
 
 /// The number of a scan or the place of a spectrum; 0, for unknown, in place of one below 0.
 inline std::int32_t NumberOrUnknown(std::int32_t number) { return std::max(number, 0); }

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <tuple>
 
+#include "Charge.h"
 #include "FileUtils.h"
 #include "LineReader.h"
 #include "Platform.h"
@@ -42,7 +43,8 @@ void SearchedPrecursors::AddScan(std::int32_t scan_no, const Precursor& declared
   std::int32_t index = 0;
   for (const Precursor& precursor : determined)
     m_determined.push_back({std::fabs(precursor.m_mz), scan_no,
-                            SmallNumber(std::abs(precursor.m_charge)), SmallNumber(index++)});
+                            SmallNumber(ChargeWithoutSign(precursor.m_charge)),
+                            SmallNumber(index++)});
 }
 
 void SearchedPrecursors::Sort() {

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdlib>
 
+#include "Charge.h"
 #include "NumberText.h"
 
 namespace tarvek::tools {
@@ -58,7 +59,8 @@ class Row {
 
 void AppendPrecursors(Row& row, const JoinedMatch& joined) {
   if (joined.m_declared)
-    row.Mz(std::fabs(joined.m_declared->m_mz)).Integer(std::abs(joined.m_declared->m_charge));
+    row.Mz(std::fabs(joined.m_declared->m_mz))
+        .Integer(ChargeWithoutSign(joined.m_declared->m_charge));
   else
     row.Empty().Empty();
   if (joined.m_determined)

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Charge.h"
 #include "FileUtils.h"
 #include "MgfText.h"
 #include "NumberText.h"
@@ -214,7 +215,7 @@ void ReadCometPin(const std::string& path, const MatchTaker& take) {
     }
     match.m_run = FileNameOf(rest);
     match.m_rank = numbers[0];
-    match.m_charge = std::abs(numbers[1]);
+    match.m_charge = ChargeWithoutSign(numbers[1]);
     match.m_scan_no = ScanOf(table, scan);
     match.m_searched_mass_da = table.Real(mass) - kProtonMass;
     match.m_calculated_mass_da = table.Real(calculated) - kProtonMass;

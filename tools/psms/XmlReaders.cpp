@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+#include "Charge.h"
 #include "FileUtils.h"
 #include "NumberText.h"
 #include "ReadingLimits.h"

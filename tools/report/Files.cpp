@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <string_view>
 
+#include "Charge.h"
 #include "EvidenceTable.h"
 #include "FileUtils.h"
 #include "InputFormats.h"
@@ -39,7 +39,7 @@ std::vector<std::string> KeyedFiles(const std::string& base_path, std::string_vi
 }
 
 Precursor WithoutSigns(const Precursor& precursor) {
-  return {std::fabs(precursor.m_mz), std::abs(precursor.m_charge)};
+  return {std::fabs(precursor.m_mz), ChargeWithoutSign(precursor.m_charge)};
 }
 
 ReportRow WithoutSigns(const PrecursorRow& read) {

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "Charge.h"
 #include "explain/Explainer.h"
 #include "explain/Json.h"
 #include "outputs/JsonText.h"
@@ -76,7 +77,7 @@ std::string DataElement(const std::string& id, const std::string& content) {
 int ChangeOf(const Explanation& explained, double tol_ppm) {
   if (explained.m_declared.empty() || explained.m_determined.empty()) return kNotCompared;
   const auto unsigned_ion = [](const Precursor& ion) {
-    return Precursor{ion.m_mz, std::abs(ion.m_charge)};
+    return Precursor{ion.m_mz, ChargeWithoutSign(ion.m_charge)};
   };
   const Precursor declared = unsigned_ion(explained.m_declared.front().m_ion);
   std::vector<Precursor> determined;

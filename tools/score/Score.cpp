@@ -4,10 +4,10 @@
 #include <array>
 #include <cmath>
 #include <cstdlib>
-#include <limits>
 #include <optional>
 #include <span>
 
+#include "Charge.h"
 #include "PrecursorTable.h"
 #include "PrecursorTableReader.h"
 #include "TableReader.h"
@@ -20,7 +20,7 @@ namespace {
 struct TruthIsotopes {
   TruthIsotopes(const Precursor& truth, double tol_ppm) {
     constexpr double kMoreThanTol = 1.001e-6;  // WithinPpm decides near its edge
-    const int charge = std::abs(std::max(truth.m_charge, -std::numeric_limits<int>::max()));
+    const int charge = ChargeWithoutSign(truth.m_charge);
     for (int offset = -kMaxShift; offset <= kMaxShift; ++offset) {
       const double mz = IsotopeMz(std::fabs(truth.m_mz), offset, charge);
       m_mz[ShiftPlace(offset)] = mz;

@@ -8,6 +8,7 @@
 #include <unordered_map>
 #include <utility>
 
+#include "Charge.h"
 #include "EvidenceTable.h"
 #include "FileUtils.h"
 #include "InstrumentFile.h"
@@ -29,7 +30,7 @@ namespace {
 constexpr double kSecondsPerMinute = 60.0;
 
 Precursor WithoutSigns(const Precursor& precursor) {
-  return {std::fabs(precursor.m_mz), std::abs(precursor.m_charge)};
+  return {std::fabs(precursor.m_mz), ChargeWithoutSign(precursor.m_charge)};
 }
 
 /// The isolation window and the time of a scan.
@@ -96,7 +97,7 @@ Evidence ReadEvidence(const std::string& path) {
 }
 
 double NeutralMass(const Precursor& precursor) {
-  const int charge = std::abs(precursor.m_charge);
+  const int charge = ChargeWithoutSign(precursor.m_charge);
   const double proton_da = precursor.m_charge < 0 ? -kProtonMass : kProtonMass;
   return charge * (std::fabs(precursor.m_mz) - proton_da);
 }
@@ -116,9 +117,9 @@ std::optional<int> ShiftBetween(double mz, double declared_mz, int charge, doubl
 
 /// With another charge only the declared m/z itself counts.
 void CompareWithDeclared(const Precursor& declared, double tol_ppm, PrecursorFact& row) {
-  const int charge = std::abs(row.m_charge);
+  const int charge = ChargeWithoutSign(row.m_charge);
   if (charge == 0) return;
-  const bool is_same_charge = charge == std::abs(declared.m_charge);
+  const bool is_same_charge = charge == ChargeWithoutSign(declared.m_charge);
   const auto shift = ShiftBetween(row.m_mz, declared.m_mz, charge, tol_ppm);
   if (!shift || (!is_same_charge && *shift != 0)) return;
   row.m_isotope_shift = shift;

@@ -194,6 +194,11 @@ TEST_F(InputLookTest, CountsTheBlocksOfText) {
   EXPECT_TRUE(look.m_widths.empty());
 }
 
+TEST_F(InputLookTest, TakesAnyNumberForACharge) {
+  WriteRun("S\t2\t2\t800.5\nZ\t-2147483648\t0.0\n100.0 1.0\n");
+  EXPECT_THAT(LookAtInput(m_directory / "r.ms1").m_charges, ElementsAre(Pair(2147483647, 1)));
+}
+
 TEST_F(InputLookTest, TakesTheWidthsThatTheExtractionTells) {
   WriteRun("S\t2\t2\t300.1\nZ\t2\t1.0\n100.0 1.0\n");
   WriteFile(m_directory / "r.morvex",
