@@ -16,8 +16,11 @@ namespace {
 
 constexpr double kZeroDenominator = 1e-6;
 
-// The expected intensities after zeros for up to two positions below the monoisotopic peak.
-constexpr std::size_t kMaxShift = 2;
+// The lowest isotope position that a feature reads.
+constexpr int kLowestPosition = -2;
+
+// The expected intensities after zeros for the positions below the monoisotopic peak.
+constexpr std::size_t kMaxShift = -kLowestPosition;
 using ShiftedRow = std::array<double, kMaxShift + std::tuple_size_v<IsotopeRow>>;
 
 double SumIntensity(PeakSpan peaks) {
@@ -91,7 +94,7 @@ EnvelopeInput FeaturesExtractor::Input() const {
 }
 
 const IsoPattern& FeaturesExtractor::iso_pattern() {
-  if (!m_iso_pattern) m_iso_pattern.emplace(Input(), m_precursor);
+  if (!m_iso_pattern) m_iso_pattern.emplace(Input(), m_precursor, kLowestPosition);
   return *m_iso_pattern;
 }
 

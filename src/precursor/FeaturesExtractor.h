@@ -41,7 +41,7 @@ class FeaturesExtractor {
 
   [[nodiscard]] const Precursor& GetPrecursor() const { return m_precursor; }
 
-  /// The observed isotope envelope.
+  /// The observed isotope envelope from position -2 up: no feature reads more.
   const IsoPattern& iso_pattern();
 
   /// Best Pearson correlation of a row of the envelope with the expected envelope. The m1 and m2

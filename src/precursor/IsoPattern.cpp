@@ -73,9 +73,9 @@ bool MayHoldIsotopes(const EnvelopeInput& input, const Precursor& precursor, int
   return true;
 }
 
-IsoPattern::IsoPattern(const EnvelopeInput& input, const Precursor& precursor) {
+IsoPattern::IsoPattern(const EnvelopeInput& input, const Precursor& precursor, int lowest) {
   const IsotopeSearch search(input, precursor);
-  for (int i = -kLeftNum; i < kRightNum; ++i) {
+  for (int i = lowest; i < kRightNum; ++i) {
     const std::size_t column = ColumnOf(i);
     m_matrix[0][column] = search.PeakIntensity(i);
     const BinRange bins = search.Bins(i);

@@ -48,10 +48,12 @@ class IsoPattern {
   using Row = std::array<double, kColNum>;
   using Matrix = std::array<Row, kRowNum>;
 
-  IsoPattern(const EnvelopeInput& input, const Precursor& precursor);
+  /// Reads the isotope positions from lowest, -kLeftNum to -1, up.
+  IsoPattern(const EnvelopeInput& input, const Precursor& precursor, int lowest = -kLeftNum);
 
-  /// Column 7 + i holds isotope position i. Row 0 holds intensities of single candidate peaks, row
-  /// r + 1 sums of grid row r. Every row is cut after its first valley.
+  /// Column 7 + i holds isotope position i, 0 below the lowest that was read. Row 0 holds
+  /// intensities of single candidate peaks, row r + 1 sums of grid row r. Every row is cut after its
+  /// first valley.
   [[nodiscard]] const Matrix& Rows() const { return m_matrix; }
 
   /// Sum of rows 1 to 10 over isotope positions -1 to 4 before the cut.

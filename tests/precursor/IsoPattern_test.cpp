@@ -245,6 +245,22 @@ TEST(IsoPattern, AgreesWithTheSlowTwinOnTheDenseGrid) {
   }
 }
 
+/// The slow twin's pattern with zeros below an isotope position.
+naive::Pattern From(int lowest, naive::Pattern pattern) {
+  for (auto& row : pattern.m_matrix) std::fill_n(row.begin(), 7 + lowest, 0.0);
+  return pattern;
+}
+
+TEST(IsoPattern, ReadsNothingBelowTheLowestPosition) {
+  for (unsigned seed = 0; seed < 500; ++seed) {
+    SCOPED_TRACE(seed);
+    const RandomEnvelope envelope(seed);
+    for (const int lowest : {-2, -1})
+      ExpectSamePattern(IsoPattern(envelope.Input(), envelope.m_precursor, lowest),
+                        From(lowest, envelope.NaivePattern()));
+  }
+}
+
 TEST(MayHoldIsotopes, IsNeverFalseForIsotopesThatAreThere) {
   int refused = 0;
   for (unsigned seed = 0; seed < 500; ++seed) {
