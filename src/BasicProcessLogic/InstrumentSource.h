@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -34,6 +35,9 @@ class InstrumentSource final : public TextRuledSource {
   bool NextMs2(MS2Spectrum& scan) override;
   [[nodiscard]] std::int32_t ReportedMs1Count() const override { return m_ms1.RecordCount(); }
   [[nodiscard]] double FractionRead() const override { return m_queue.FractionRead(); }
+  [[nodiscard]] std::optional<std::int64_t> InputBytes() const override {
+    return SizeOfFiles({m_input});
+  }
   void FinishMs1() override { m_ms1.Finish(); }
   void FinishMs2() override { m_ms2.Finish(); }
 

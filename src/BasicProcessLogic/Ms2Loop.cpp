@@ -16,6 +16,7 @@
 #include "PrecursorDetermination.h"
 #include "ProgressBar.h"
 #include "RunSummary.h"
+#include "WorkLimit.h"
 
 namespace tarvek {
 namespace {
@@ -56,6 +57,9 @@ class Determiner {
     m_decoys += static_cast<std::int64_t>(m_joint.CountDecoys(store, scan, *m_threshold));
   }
 
+  /// In the unit of both determinations.
+  [[nodiscard]] std::int64_t Work() const { return m_single.Work() + m_joint.Work(); }
+
   /// The decoys found in some of the scans; none without the joint determination.
   void AddCounts(RunRecord& counts) const {
     if (!m_threshold) return;
@@ -76,7 +80,9 @@ class Ms2Loop {
  public:
   Ms2Loop(const UserParameters& parameters, const AcceptedScans& accepted, SpectrumSource& source,
           OutputSet& outputs)
-      : m_accepted(&accepted),
+      : m_path(parameters.m_current_file),
+        m_most_work(MostWork(parameters, source.InputBytes())),
+        m_accepted(&accepted),
         m_source(&source),
         m_outputs(&outputs),
         m_feed(source, outputs.Pf1(), kMs1StoreCapacity,
@@ -109,6 +115,7 @@ class Ms2Loop {
                        {std::string(kCountMs2Exported), m_exported},
                        {std::string(kCountPrecursors), m_precursors}};
     for (const auto& [reason, count] : m_left_out) counts.m_left_out[std::string(reason)] = count;
+    if (m_declared > 0) counts.m_counts[std::string(kCountMs2Declared)] = m_declared;
     m_determiner.AddCounts(counts);
     counts.m_left_out_scans.insert(m_left_out_scans.begin(), m_left_out_scans.end());
     return counts;
@@ -145,10 +152,21 @@ class Ms2Loop {
 
   void Determine(MS2Spectrum& scan) {
     if (!CanDetermine(*m_source, m_feed.Store(), scan)) return;
+    if (m_determiner.Work() > m_most_work) return KeepDeclared(scan);
     m_determiner.Determine(m_feed.Store(), scan);
     if (scan.m_precursors.empty()) scan.m_precursors = scan.m_orig_precursors;
   }
 
+  void KeepDeclared(const MS2Spectrum& scan) {
+    if (m_declared++ > 0) return;
+    logMessage(kWarn, m_path + ", from scan " + std::to_string(scan.m_scan_no) +
+                          " on: the declared precursors are kept. The surveys have far more peaks "
+                          "around them than those of a real run of this size.");
+  }
+
+  std::string m_path;
+  std::int64_t m_most_work;
+  std::int64_t m_declared = 0;  // scans beyond m_most_work
   const AcceptedScans* m_accepted;
   SpectrumSource* m_source;
   OutputSet* m_outputs;

@@ -6,8 +6,10 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
+#include "FileUtils.h"
 #include "IO.h"
 #include "Logger.h"
 #include "MsTextLook.h"
@@ -36,6 +38,10 @@ class SpectrumSource {
 
   /// Share of the MS2 input that was read, 0 to 1; 0 when unknown.
   [[nodiscard]] virtual double FractionRead() const { return 0.0; }
+
+  /// The size of the files that the scans come from; nothing when one has none, as a pipe or a
+  /// folder.
+  [[nodiscard]] virtual std::optional<std::int64_t> InputBytes() const { return std::nullopt; }
 
   /// Close the readers of MS1 and of MS2 scans; when one reader serves both, the first call closes
   /// it.
@@ -70,6 +76,9 @@ class TextSpectrumSource : public TextRuledSource {
   bool NextMs2(MS2Spectrum& scan) override { return m_ms2.ReadNext(scan); }
   [[nodiscard]] std::int32_t ReportedMs1Count() const override { return m_ms1.RecordCount(); }
   [[nodiscard]] double FractionRead() const override { return m_ms2.FractionRead(); }
+  [[nodiscard]] std::optional<std::int64_t> InputBytes() const override {
+    return SizeOfFiles({m_ms1.Path(), m_ms2.Path()});
+  }
   void FinishMs1() override { m_ms1.Finish(); }
   void FinishMs2() override { m_ms2.Finish(); }
 
@@ -106,6 +115,9 @@ class BinarySpectrumSource : public SpectrumSource {
   [[nodiscard]] std::int32_t ReportedMs1Count() const override { return 0; }
   [[nodiscard]] bool WritesPf2First() const override { return false; }
   [[nodiscard]] double FractionRead() const override { return m_reader.FractionRead(); }
+  [[nodiscard]] std::optional<std::int64_t> InputBytes() const override {
+    return SizeOfFiles({m_reader.Path()});
+  }
   void FinishMs1() override { m_reader.Finish(); }
   void FinishMs2() override {}
 

@@ -47,6 +47,8 @@ inline constexpr std::string_view kCountSurveys = "surveys";           // MS1 sc
 inline constexpr std::string_view kCountMs2Read = "ms2_read";          // MS2 scans in the input
 inline constexpr std::string_view kCountMs2Exported = "ms2_exported";  // written to the outputs
 inline constexpr std::string_view kCountPrecursors = "precursors";     // of the exported scans
+inline constexpr std::string_view kCountMs2Declared =
+    "ms2_declared";  // keep the declared precursors, beyond the work that an input may take
 inline constexpr std::string_view kCountDecoyScans =
     "joint_decoy_scans";  // determined a second time,
 inline constexpr std::string_view kCountDecoys =

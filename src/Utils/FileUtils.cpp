@@ -89,6 +89,16 @@ std::string FolderOf(std::string_view path) {
   return std::string(path.substr(0, separator));
 }
 
+std::optional<std::int64_t> SizeOfFiles(std::initializer_list<std::string> paths) {
+  std::int64_t bytes = 0;
+  for (const std::string& path : paths) {
+    const std::optional<FileStamp> stamp = StampAt(path);
+    if (!stamp) return std::nullopt;
+    bytes += stamp->m_bytes;
+  }
+  return bytes;
+}
+
 std::string JoinPath(std::initializer_list<std::string_view> parts) {
   const std::string root(1, kPathSeparator);
   std::string path;

@@ -5,7 +5,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -61,6 +63,9 @@ std::string FolderOf(std::string_view path);
 /// of which a backslash of a POSIX name that is there is none.
 /// An empty first part adds nothing; a first part of separators only stays a root.
 std::string JoinPath(std::initializer_list<std::string_view> parts);
+
+/// The sizes of regular files together, in bytes; nothing when one of them is none.
+std::optional<std::int64_t> SizeOfFiles(std::initializer_list<std::string> paths);
 
 /// path without its trailing separators.
 std::string WithoutTrailingSeparators(std::string_view path);

@@ -59,6 +59,8 @@ std::span<const FittedCandidate> JointDetermination::Explain(const Ms1Store& sto
   if (!gathered) return {};
   m_lanes.Build(*gathered, centre - reach, centre + reach, centre - half_width, centre + half_width,
                 kMinLocalShare, kLanePpm);
+  m_work += kVisitsPerScan + PeakCount(*gathered) +
+            kVisitsPerLane * static_cast<std::int64_t>(m_lanes.Lanes().size());
   const int max_charge =
       std::max(std::abs(m_params->m_charge_min), std::abs(m_params->m_charge_max));
   WindowOfScan window{

@@ -44,6 +44,9 @@ class FeaturesExtractor {
   /// The observed isotope envelope from position -2 up: no feature reads more.
   const IsoPattern& iso_pattern();
 
+  /// Whether iso_pattern was read, by whatever needs it.
+  [[nodiscard]] bool HasIsoPattern() const { return m_iso_pattern.has_value(); }
+
   /// Best Pearson correlation of a row of the envelope with the expected envelope. The m1 and m2
   /// forms start one and two positions below the monoisotopic peak, with an expected intensity of 0
   /// there.

@@ -119,6 +119,7 @@ void PrecursorDetermination::WithScan(const Ms1Store& store, const MS2Spectrum& 
     ReportMissingPrecursorScan(ms2);
     return;
   }
+  m_work += PeakCount(*window);
   filter_by_local_intensity(*window, ms2.m_activation_center, m_filtered);
   collect_peak_candidates(*m_params, m_filtered, ms2, m_candidates);
   if (m_candidates.empty()) return;
@@ -211,6 +212,7 @@ void PrecursorDetermination::CollectSurvivors(const ScanContext& scan) {
     if (ReachesCentre(candidate.GetPrecursor(), centre) &&
         PassesFilters(candidate, centre, m_params->m_isolation_width))
       m_survivors.push_back(candidate);
+    m_work += candidate.HasIsoPattern() ? kVisitsPerEnvelope : 1;
   });
 }
 

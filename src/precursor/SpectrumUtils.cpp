@@ -99,6 +99,12 @@ std::optional<ScanWindow> gather_ms1_window(const Ms1Store& store, const MS2Spec
   return window;
 }
 
+std::int64_t PeakCount(const ScanWindow& window) {
+  std::int64_t count = 0;
+  for (const PeakSpan peaks : window) count += static_cast<std::int64_t>(peaks.size());
+  return count;
+}
+
 void filter_by_local_intensity(const ScanWindow& window, double centre, FilteredWindow& filtered) {
   for (std::size_t p = 0; p < kWindowScans; ++p) {
     const double highest =

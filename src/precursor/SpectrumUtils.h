@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <optional>
 #include <span>
@@ -44,6 +45,9 @@ const Peak& nearest_peak(PeakSpan peaks, double mz);
 /// scan of ms2; std::nullopt when that scan is not in the store.
 std::optional<ScanWindow> gather_ms1_window(const Ms1Store& store, const MS2Spectrum& ms2,
                                             double extended_halfwidth);
+
+/// The peaks of all ten lists.
+std::int64_t PeakCount(const ScanWindow& window);
 
 /// Keeps in each list the peaks of at least 2 % of that list's most intense peak near centre.
 /// filtered: emptied first, its capacity reused.

@@ -86,6 +86,14 @@ TEST(DirectoryOf, TakesEitherSeparator) {
   EXPECT_EQ(DirectoryOf("D:\\no_such\\dir/1.raw"), "D:\\no_such\\dir");
 }
 
+TEST_F(FileUtilsTest, SizeOfFilesIsTheirSum) {
+  EXPECT_EQ(SizeOfFiles({MakeFile("a", "four"), MakeFile("b", "seventh")}), 11);
+}
+TEST_F(FileUtilsTest, SizeOfFilesIsNoneWithoutOneOfThem) {
+  EXPECT_EQ(SizeOfFiles({MakeFile("a"), m_directory / "missing"}), std::nullopt);
+  EXPECT_EQ(SizeOfFiles({m_directory.Path()}), std::nullopt);
+}
+
 TEST(JoinPath, PutsOneSeparatorBetween) { EXPECT_EQ(JoinPath({"a", "b", "c"}), Native("a/b/c")); }
 TEST(JoinPath, RemovesTrailingSeparatorsOfEachPart) {
   EXPECT_EQ(JoinPath({"a\\\\", "b\\"}), Native("a/b"));

@@ -489,6 +489,24 @@ def pair(name, ms1=None, ms2=None, **more):
                                "in/run.ms2": samples.ms2() if ms2 is None else ms2}, "in/run.ms1", **more)
 
 
+def dense_surveys(peaks, width, surveys):
+    """Surveys with so many peaks within width (m/z) of 500; no two surveys have the same."""
+    texts = []
+    for number in range(1, surveys + 1):
+        step = 2 * width / peaks
+        lines = "".join(f"{500 - width + (i + number / (surveys + 1)) * step:.5f} {100 + i * 37 % 899}\n" for i in range(peaks))
+        texts.append(f"S\t{number}\t{number}\nI\tRetTime\t{number}.0\nI\tIonInjectionTime\t1\nI\tInstrumentType\tFTMS\n{lines}")
+    return samples.HEAD + "".join(texts)
+
+
+def scans_of_one_survey(surveys, scans):
+    """MS2 scans with their centres around 500, all of the survey in the middle."""
+    return samples.HEAD + "".join(
+        f"S\t{surveys + i}\t{surveys + i}\nI\tInstrumentType\tFTMS\nI\tActivationType\tHCD\n"
+        f"I\tActivationCenter\t{499.7 + i * 37 % 6000 / 10000:.4f}\nI\tPrecursorScan\t{(surveys + 1) // 2}\n"
+        "Z\t2\t999.0\n100.0 1.0\n" for i in range(1, scans + 1))
+
+
 def text_cases():
     for value in NUMBERS:
         for name, old in (("scan", "S\t2\t2"), ("time", "RetTime\t62.0"), ("centre", "ActivationCenter\t500.25"),
@@ -529,6 +547,12 @@ def text_cases():
             "m/z above the isotope table": good.replace("500.25000", "2600.25000").replace("500.75170", "2600.75170"),
             "a peak line of 8 MB": good.replace("500.25000", "1" * (8 * MEGABYTE), 1)}.items():
         yield pair(f"text/ms1/{name}", ms1=content)
+    for name, peaks, width, surveys, scans, options in (
+            ("60,000 scans of dense surveys", 2900, 3, 10, 60000, []), ("60,000 scans of a dense survey", 1700, 3, 1, 60000, []),
+            ("60,000 scans -S 0", 8900, 3, 1, 60000, ["-S", "0"]), ("15,000 scans of a huge survey", 500000, 3, 1, 15000, []),
+            ("20,000 scans of heaps", 50000, 0.02, 10, 20000, [])):
+        yield pair(f"text/dense/{name}", ms1=lambda _, args=(peaks, width, surveys): dense_surveys(*args),
+                   ms2=lambda _, surveys=surveys, scans=scans: scans_of_one_survey(surveys, scans), options=options)
     yield Case("text/sparse of 1 GB", "pair", {"in/run.ms1": sparse, "in/run.ms2": samples.ms2()}, "in/run.ms1")
     yield Case("text/no ms2", "pair", {"in/run.ms1": samples.ms1()}, "in/run.ms1")
     for name, options in (("-S 0 dense", ["-S", "0"]), ("-t nan", ["-t", "nan"]), ("-t -1e999", ["-t", "-1e999"]),

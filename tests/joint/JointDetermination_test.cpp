@@ -47,6 +47,15 @@ TEST_F(Joint, FindsNothingWithoutThePrecursorScan) {
   EXPECT_TRUE(Candidates().empty());
 }
 
+TEST_F(Joint, CountsItsWorkByScansPeaksAndLanes) {
+  for (MS1Spectrum& survey : m_scene.m_store)
+    survey.m_peaks = {{490.0, 5.0}, {500.0, 5.0}, {500.3, 5.0}};
+  Candidates();
+  EXPECT_EQ(m_determination.Work(), 300 + 10 * 2 + 20 * 2);
+  m_determination.CountDecoys(m_scene.m_store, m_scene.m_ms2, 0.5);
+  EXPECT_EQ(m_determination.Work(), 2 * (300 + 10 * 2 + 20 * 2));
+}
+
 TEST_F(Joint, TakesAnyWidthAndCentre) {
   m_scene.AddIon(500.0, 2, 1000.0);
   for (const double width : {1e-6, 1e4, 1e15})

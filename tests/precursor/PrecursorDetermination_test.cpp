@@ -182,6 +182,37 @@ naive::Outcome DetermineSlowly(const ScanRun& run, const IsotopeTable& table) {
   return naive::DeterminePrecursors(run.m_params, table, run.m_store, run.m_ms2);
 }
 
+/// The work of determining the precursors of a run's scan so many times.
+std::int64_t WorkOf(const ScanRun& run, int times = 1) {
+  PrecursorDetermination determination(run.m_params);
+  for (; times > 0; --times) determination.determine_precursors(run.m_store, run.m_ms2);
+  return determination.Work();
+}
+
+TEST(PrecursorDeterminationWork, CountsThePeaksAroundTheScan) {
+  const ScanRun run = SteadyRun({{490.0, 5.0}, {502.5, 5.0}, {502.75, 5.0}, {510.0, 5.0}});
+  EXPECT_EQ(WorkOf(run), 7 * 2);
+}
+
+TEST(PrecursorDeterminationWork, CountsTheCandidatesOfAllCharges) {
+  EXPECT_EQ(WorkOf(SteadyRun({{kCentre, 5.0}})), 7 + 5);
+}
+
+TEST(PrecursorDeterminationWork, CountsAnEnvelopeThatWasReadAsSixteenPeaks) {
+  // Three of the peaks are in the isolation window and followed by an isotope at charge 2.
+  const ScanRun run =
+      SteadyRun({{kCentre, 10.0}, {500.5015, 9.0}, {501.003, 8.0}, {501.5045, 7.0}});
+  const std::int64_t once = 7 * 4 + 3 * 4 + 3 * 16;
+  EXPECT_EQ(WorkOf(run), once);
+  EXPECT_EQ(WorkOf(run, 3), 3 * once);
+}
+
+TEST(PrecursorDeterminationWork, IsNothingWithoutThePrecursorScan) {
+  ScanRun run = SteadyRun({{kCentre, 5.0}});
+  run.m_ms2.m_precursor_scan = 41;
+  EXPECT_EQ(WorkOf(run), 0);
+}
+
 TEST(DeterminePrecursors, FindsALonePeptide) {
   const ScanRun run = SteadyRun(EnvelopePeaks(kCentre, 2, 1000.0));
   const std::vector<Precursor> found = Determine(run);

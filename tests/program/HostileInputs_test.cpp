@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -135,6 +137,70 @@ TEST_F(HostileInput, OfDenseSurveysThatAreNotThinnedTakesBoundedTime) {
                         "its isolation window, which no survey has. Its declared precursors are "
                         "kept.\n"));
   EXPECT_LT(m_result.m_cpu_seconds, dense + kStartSeconds);
+}
+
+constexpr std::size_t kPeaksOfCrowd = 30'000;
+
+/// Twelve surveys: an ion of charge 1 at the centre, and small peaks further away, which its isolation does
+/// not pass, in such numbers that few scans use up the work of so small a file.
+std::string CrowdedSurveys() {
+  std::string peaks = "500.5 50.0\n501.503 14.0\n502.506 3.0\n";
+  for (std::size_t i = 0; i < kPeaksOfCrowd; ++i)
+    peaks += "503." + std::to_string(100'000 + i * 25) + " 2.0\n";
+  std::string surveys;
+  for (int number = 1; number <= 12; ++number) surveys += SurveyBlock(number, peaks);
+  return surveys;
+}
+
+/// The rows of a table.
+std::vector<std::string> RowsOf(const std::string& table) {
+  std::vector<std::string> rows;
+  std::istringstream lines(table);
+  for (std::string row; std::getline(lines, row);) rows.push_back(row);
+  rows.erase(rows.begin());
+  return rows;
+}
+
+TEST_F(HostileInput, OfFewBytesAndManyScansOfDenseSurveysKeepsTheDeclaredPrecursors) {
+  std::string scans;
+  for (int number = 13; number <= 412; ++number)
+    scans += FragmentBlock(number, 6, "Z\t3\t1000.0\n");
+  RunPair(CrowdedSurveys(), scans, {"-c", "1t1", "-t", "-100"});
+  ASSERT_EQ(m_result.m_exit_status, 0) << m_result.m_err;
+  std::smatch found;
+  ASSERT_TRUE(std::regex_match(
+      m_result.m_err, found,
+      std::regex(
+          "\\[Tarvek\\] <WARN> - run.ms1, from scan ([0-9]+) on: the declared precursors are "
+          "kept. The surveys have far more peaks around them than those of a real run of "
+          "this size.\n")))
+      << m_result.m_err;
+  const auto rows = RowsOf(Content("out/run.csv"));
+  ASSERT_EQ(rows.size(), 400u);
+  for (int number = 13; number <= 412; ++number) {
+    const std::string start = "HCD, FT, " + std::to_string(number) + ", 334.004851, 3, 1, 1, ";
+    const char* const precursor =
+        number < std::stoi(found[1]) ? "500.500000, 1, " : "334.004851, 3, ";
+    ASSERT_EQ(rows[static_cast<std::size_t>(number) - 13], start + precursor);
+  }
+  EXPECT_THAT(
+      Content("out/run.tarvek"),
+      HasSubstr("count\tms2_declared\t" + std::to_string(413 - std::stoi(found[1])) + "\n"));
+}
+
+TEST_F(HostileInput, OfFewBytesAndManyScansIsExplainedTogetherOnlyInPart) {
+  std::string scans;
+  for (int number = 13; number <= 412; ++number)
+    scans += FragmentBlock(number, 6, "Z\t3\t1000.0\n");
+  Write("run.ms1", CrowdedSurveys());
+  Write("run.ms2", scans);
+  ProcessRequest request = Request({"-D", "run.ms1", "-O", "out"});
+  request.m_environment["TARVEK_JOINT"] = "0.3";
+  EXPECT_EQ(RunRequest(request).m_exit_status, 0);
+  EXPECT_THAT(m_result.m_err, HasSubstr(" on: the declared precursors are kept. The surveys"));
+  const auto rows = RowsOf(Content("out/run.csv"));
+  ASSERT_EQ(rows.size(), 400u);
+  EXPECT_EQ(rows.back(), "HCD, FT, 412, 334.004851, 3, 1, 1, 334.004851, 3, ");
 }
 
 TEST_F(HostileInput, OfDenseSurveysIsExplainedTogetherInTimeThatFollowsTheirSize) {

@@ -223,8 +223,20 @@ class BatchRunner {
     } catch (const std::string& message) {
       failure = message;
     }
+    WarnOfDeclared(result);
     if (failure.empty()) return Note(number, state);
     Fail(number, (state == BatchState::kFinishedBefore ? "finished before, but " : "") + failure);
+  }
+
+  static void WarnOfDeclared(BatchResult& result) {
+    const std::int64_t scans = result.m_record.Count(kCountMs2Declared).value_or(0);
+    if (scans == 0) return;
+    result.m_warnings.push_back(
+        {"dense-surveys",
+         std::to_string(scans) +
+             " of its MS2 scans keep the declared precursors: the surveys have "
+             "far more peaks around them than those of a real run of this size.",
+         {}});
   }
 
   /// tarvek reuses spectra that an earlier run has extracted.

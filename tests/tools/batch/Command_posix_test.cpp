@@ -172,6 +172,23 @@ TEST_F(BatchCommandTest, TakesARunThatExportedNothingForAFailure) {
   EXPECT_THAT(result.m_err, HasSubstr("in/r1.ms1: finished before, but " + reason + "\n"));
 }
 
+TEST_F(BatchCommandTest, WarnsOfScansThatKeepTheDeclaredPrecursorsNowAndLater) {
+  WriteInputs(1);
+  WriteFile(m_directory / "header", std::string(kPrecursorTableHeader));
+  WriteProgram(
+      "cp header in/r1.csv; printf 'count\\tms2_read\\t0\\ncount\\tms2_exported\\t0\\n"
+      "count\\tms2_declared\\t3\\n' >in/r1.tarvek\n");
+  for (const char* const state : {"1 done, in ", "1 finished before, in "}) {
+    const ProcessResult result = Run({"batch", "--tarvek", "./fake", "--", "in", "-F", "ms1"});
+    EXPECT_EQ(result.m_exit_status, 0) << result.m_err;
+    EXPECT_THAT(result.m_out,
+                HasSubstr("warning: dense-surveys: in/r1.ms1: 3 of its MS2 scans keep the declared "
+                          "precursors: the surveys have far more peaks around them than those of a "
+                          "real run of this size.\n"));
+    EXPECT_THAT(result.m_out, HasSubstr(state));
+  }
+}
+
 TEST_F(BatchCommandTest, GivesTheProcessesTheAnalyserAndTheActivation) {
   WriteInputs(1);
   WriteProgram("echo \"$TARVEK_ANALYSER $TARVEK_ACTIVATION\" >seen; touch in/r1.csv\n");
