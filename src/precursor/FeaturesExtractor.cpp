@@ -169,13 +169,18 @@ int FeaturesExtractor::window_isotope_count() {
   return m_window_isotope_count.emplace(inside);
 }
 
+void FeaturesExtractor::Count(PeakSpan peaks) const {
+  m_scan->m_summed += static_cast<std::int64_t>(peaks.size());
+}
+
 double FeaturesExtractor::IsotopeIntensityInWindow(PeakSpan window_peaks) {
   const double tol_mz = ToleranceMz(m_scan->m_params, m_scan->m_ms2.m_activation_center);
   double sum = 0.0;
   for (int i = 0; i < isotope_count(); ++i) {
     const double x = IsotopePositionMz(m_precursor, i);
-    for (const Peak& peak : peaks_in_window(window_peaks, x, tol_mz, false))
-      sum += peak.m_intensity;
+    const PeakSpan peaks = peaks_in_window(window_peaks, x, tol_mz, false);
+    for (const Peak& peak : peaks) sum += peak.m_intensity;
+    Count(peaks);
   }
   return sum;
 }
@@ -197,10 +202,12 @@ double FeaturesExtractor::mz_spread_ppm() {
   std::vector<double> weights;
   for (const PeakSpan& scan : m_scan->m_scan_window) {
     const UserParameters& params = m_scan->m_params;
-    for (const Peak& peak : peaks_in_window(scan, m0, params.m_mstol, params.m_mstolppm)) {
+    const PeakSpan peaks = peaks_in_window(scan, m0, params.m_mstol, params.m_mstolppm);
+    for (const Peak& peak : peaks) {
       mz.push_back(peak.m_mz);
       weights.push_back(peak.m_intensity);
     }
+    Count(peaks);
   }
   return m_mz_spread_ppm.emplace(WeightedStdDev(mz, weights) * 1e6 / m0);
 }
@@ -211,11 +218,12 @@ double FeaturesExtractor::refined_mz() {
   double weighted_sum = 0.0;
   double intensity_sum = 0.0;
   for (const PeakSpan& scan : m_scan->m_scan_window) {
-    for (const Peak& peak :
-         peaks_in_window(scan, mz, m_scan->m_params.m_recalibrate_window, true)) {
+    const PeakSpan peaks = peaks_in_window(scan, mz, m_scan->m_params.m_recalibrate_window, true);
+    for (const Peak& peak : peaks) {
       weighted_sum += peak.m_mz * peak.m_intensity;
       intensity_sum += peak.m_intensity;
     }
+    Count(peaks);
   }
   return m_refined_mz.emplace(intensity_sum > kZeroDenominator ? weighted_sum / intensity_sum : mz);
 }

@@ -28,6 +28,7 @@ struct ScanContext {
   PeakSpan m_peak_candidates;       // not empty; not yet cut to the isolation window
   const ElutionGrid& m_grid;
   mutable std::optional<double> m_window_total{};  // WindowTotal, when it was asked for
+  mutable std::int64_t m_summed = 0;               // peaks that features have summed up
 };
 
 /// Intensity of the candidate peaks inside the isolation window.
@@ -92,6 +93,7 @@ class FeaturesExtractor {
   double XicCorrelation(int a, int b, std::optional<double>& cache);
   [[nodiscard]] EnvelopeInput Input() const;
   [[nodiscard]] double IsotopeIntensityInWindow(PeakSpan window_peaks);
+  void Count(PeakSpan peaks) const;
 
   const ScanContext* m_scan;
   Precursor m_precursor;

@@ -126,7 +126,9 @@ void PrecursorDetermination::WithScan(const Ms1Store& store, const MS2Spectrum& 
   if (m_candidates.size() > MostCandidatePeaks(*m_params))
     return ReportTooManyPeaks(*m_params, ms2);
   FillGrid(ms2);
-  use({*m_params, ms2, *window, m_candidates, m_grid});
+  const ScanContext scan{*m_params, ms2, *window, m_candidates, m_grid};
+  use(scan);
+  m_work += scan.m_summed / kSumsPerVisit;
   m_survivors.clear();  // they borrow from the scan's context
 }
 

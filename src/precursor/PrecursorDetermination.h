@@ -58,10 +58,12 @@ class PrecursorDetermination {
   std::vector<Precursor> determine_precursors(const Ms1Store& store, const MS2Spectrum& ms2);
 
   /// What determine_precursors did so far, for all its scans, in visits of a peak, which take about
-  /// 0.1 microseconds: one for each peak of the ten windows, one for each candidate, and
-  /// kVisitsPerEnvelope for each isotope envelope that was read.
+  /// 0.1 microseconds: one for each peak of the ten windows, one for each candidate,
+  /// kVisitsPerEnvelope for each isotope envelope that was read, and one for kSumsPerVisit peaks that
+  /// features summed up.
   [[nodiscard]] std::int64_t Work() const { return m_work; }
   static constexpr std::int64_t kVisitsPerEnvelope = 16;
+  static constexpr std::int64_t kSumsPerVisit = 64;
 
   /// Calls use once with the candidates of ms2 to score, in scoring order; not at all without any.
   /// The candidates live only during the call.

@@ -207,6 +207,22 @@ TEST(PrecursorDeterminationWork, CountsAnEnvelopeThatWasReadAsSixteenPeaks) {
   EXPECT_EQ(WorkOf(run, 3), 3 * once);
 }
 
+TEST(PrecursorDeterminationWork, CountsWhatAFeatureSumsUpForEachScoredCandidate) {
+  // At the truncated m/z, where the model measures the spread: 7 scans of 640 peaks.
+  PeakList peaks;
+  for (int i = 0; i < 640; ++i) peaks.push_back({499.9951 + i * 1e-5, 1.0});
+  for (const Peak& peak : EnvelopePeaks(500.5, 2, 1e6)) peaks.push_back(peak);
+  ScanRun run = SteadyRun(peaks);
+  run.m_params.m_mars_model = 3;
+  run.m_ms2.m_activation_center = 500.5;
+  const std::int64_t with_heap = WorkOf(run);
+  for (MS1Spectrum& survey : run.m_store)
+    for (int i = 0; i < 640; ++i) survey.m_peaks[static_cast<std::size_t>(i)].m_mz -= 1.5;
+  const std::int64_t more = with_heap - WorkOf(run);
+  EXPECT_GT(more, 0);
+  EXPECT_EQ(more % (7 * 640 / PrecursorDetermination::kSumsPerVisit), 0);
+}
+
 TEST(PrecursorDeterminationWork, IsNothingWithoutThePrecursorScan) {
   ScanRun run = SteadyRun({{kCentre, 5.0}});
   run.m_ms2.m_precursor_scan = 41;
