@@ -19,6 +19,7 @@
 #include "StringUtils.h"
 #include "TableReader.h"
 #include "UnfinishedFile.h"
+#include "WorkLimit.h"
 
 namespace tarvek::tools {
 namespace {
@@ -99,10 +100,16 @@ void AppendJointRow(std::string& text, std::int32_t scan_no, const Precursor& pr
 using AppendRows =
     std::function<void(std::string& rows, const Ms1Store& store, const MS2Spectrum& scan)>;
 
-AppendRows JointRows(const UserParameters& parameters, const Labeller& label) {
+/// Makes the rows, and tells the work that they took so far.
+struct RowMaker {
+  AppendRows m_append;
+  std::function<std::int64_t()> m_work;
+};
+
+RowMaker JointRows(const UserParameters& parameters, const Labeller& label) {
   const auto determination = std::make_shared<joint::JointDetermination>(parameters);
   const double sign = parameters.m_charge_max < 0 ? -1.0 : 1.0;
-  return [=](std::string& rows, const Ms1Store& store, const MS2Spectrum& scan) {
+  const auto append = [=](std::string& rows, const Ms1Store& store, const MS2Spectrum& scan) {
     for (const joint::FittedCandidate& fitted : determination->Candidates(store, scan)) {
       const joint::EnvelopeCandidate& candidate = fitted.m_candidate;
       if (!determination->IsAskedFor(candidate.m_charge)) continue;
@@ -112,34 +119,41 @@ AppendRows JointRows(const UserParameters& parameters, const Labeller& label) {
                      label(scan.m_scan_no, precursor));
     }
   };
+  return {append, [determination] { return determination->Work(); }};
 }
 
-AppendRows SingleRows(const UserParameters& parameters, const Labeller& label, bool with_scores) {
+RowMaker SingleRows(const UserParameters& parameters, const Labeller& label, bool with_scores) {
   const auto determination = std::make_shared<PrecursorDetermination>(parameters);
-  return [=](std::string& rows, const Ms1Store& store, const MS2Spectrum& scan) {
+  const auto append = [=](std::string& rows, const Ms1Store& store, const MS2Spectrum& scan) {
     determination->WithCandidates(store, scan, [&](std::span<FeaturesExtractor* const> candidates) {
       for (FeaturesExtractor* const candidate : candidates)
         AppendRow(rows, scan.m_scan_no, *candidate,
                   label(scan.m_scan_no, candidate->GetPrecursor()), with_scores);
     });
   };
+  return {append, [determination] { return determination->Work(); }};
 }
 
 // Walks the run in the order and under the conditions in which tarvek determines precursors.
 void WriteRows(const UserParameters& parameters, const FeatureTableOptions& options,
                OutputFile& out) {
   const Labeller label = MakeLabeller(options);
-  const AppendRows append = options.m_is_joint
-                                ? JointRows(parameters, label)
-                                : SingleRows(parameters, label, options.m_with_scores);
+  const RowMaker maker = options.m_is_joint ? JointRows(parameters, label)
+                                            : SingleRows(parameters, label, options.m_with_scores);
   TextSpectrumSource source(options.m_ms1_path, Ms2Path(options.m_ms1_path));
+  const std::int64_t most_work = MostWork(parameters, source.InputBytes());
   Ms1Feed feed(source, nullptr);
   MS2Spectrum scan;
   while (source.NextMs2(scan)) {
     feed.AdvanceTo(scan.m_precursor_scan);
     if (!IsProcessed(scan) || !CanDetermine(source, feed.Store(), scan)) continue;
+    if (maker.m_work() > most_work)
+      throw options.m_ms1_path + ", scan " + std::to_string(scan.m_scan_no) +
+          ": the surveys before it have far more peaks around the MS2 scans than those of a real "
+          "run "
+          "of this size.";
     std::string rows;
-    append(rows, feed.Store(), scan);
+    maker.m_append(rows, feed.Store(), scan);
     out.Write(rows);
   }
 }

@@ -213,6 +213,29 @@ TEST_F(FeaturesCommand, LabelsByIdentifiedPeptides) {
   }
 }
 
+TEST_F(FeaturesCommand, RefusesSurveysThatAreFarTooDenseForTheSizeOfTheRun) {
+  std::string peaks = "500.00000 9.0\n";
+  for (int i = 0; i < 30'000; ++i) peaks += "502." + std::to_string(600'000 + i * 12) + " 2.0\n";
+  std::string ms1;
+  for (const char* const number : {"1", "2", "3", "4", "5", "6"})
+    ms1 += std::string("S\t") + number + "\t" + number + "\nI\tInstrumentType\tFTMS\n" + peaks;
+  std::string ms2;
+  for (int scan = 7; scan < 400; ++scan)
+    ms2 += "S\t" + std::to_string(scan) + "\t" + std::to_string(scan) +
+           "\nI\tActivationType\tHCD\nI\tInstrumentType\tFTMS\nI\tActivationCenter\t500.0\n"
+           "I\tPrecursorScan\t5\nZ\t2\t999.0\n100.5 1.0\n";
+  WriteFile(m_directory / "run.ms1", ms1);
+  WriteFile(m_directory / "run.ms2", ms2);
+  WriteFile(m_directory / "peptides.tsv", "scan\tmz\tcharge\n");
+  for (const char* const kind : {" --charges 2 6", " --charges 2 6 --joint"}) {
+    EXPECT_NE(Features("--identified \"" + (m_directory / "peptides.tsv") + "\"" + kind), 0);
+    EXPECT_THAT(Console(), testing::ContainsRegex(
+                               "run.ms1, scan [0-9]+: the surveys before it have far more peaks "
+                               "around the MS2 scans than those of a real run of this size"));
+    EXPECT_FALSE(std::filesystem::exists(m_directory / "out.tsv"));
+  }
+}
+
 TEST_F(FeaturesCommand, TakesTheInstalledIsotopeTableWhereTheDirectoryHasNone) {
   Simulate();
   ASSERT_EQ(Features(Truth()), 0);
