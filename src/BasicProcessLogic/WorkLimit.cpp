@@ -6,7 +6,7 @@
 namespace tarvek {
 namespace {
 
-// About two seconds, and eight for ten megabytes. Real runs need at most 0.6 per byte.
+// About two seconds, and eight for ten megabytes. Real runs take at most 1 per byte.
 constexpr double kWorkOfAnyInput = 2e7;
 constexpr double kWorkPerByte = 8.0;
 
