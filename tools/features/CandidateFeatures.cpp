@@ -150,8 +150,7 @@ void WriteRows(const UserParameters& parameters, const FeatureTableOptions& opti
     if (maker.m_work() > most_work)
       throw options.m_ms1_path + ", scan " + std::to_string(scan.m_scan_no) +
           ": the surveys before it have far more peaks around the MS2 scans than those of a real "
-          "run "
-          "of this size.";
+          "run of this size.";
     std::string rows;
     maker.m_append(rows, feed.Store(), scan);
     out.Write(rows);
